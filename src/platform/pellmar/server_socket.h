@@ -1,0 +1,29 @@
+// The listening side of a framework service.
+#pragma once
+
+#include "platform/pellmar/object.h"
+#include "platform/sys/owned_fd.h"
+
+#include <string>
+#include <vector>
+
+namespace Pellmar::System {
+
+class ServerSocket : public ObjectImpl {
+  public:
+    // Listens on `port` at every address that `host` resolves to. Throws IOException naming host,
+    // port, address and reason when the name resolves to nothing, the port is not in 1 to 65535, or
+    // any address cannot be bound (a family that the host lacks is no failure); then nothing is
+    // left open.
+    void BindAndListen(const std::string& host, int port);
+
+    // Descriptors of the listening sockets, non-blocking, owned by this object.
+    std::vector<int> GetDescriptors() const;
+    std::string ToString() const override { return text; }
+
+  private:
+    std::vector<Sys::OwnedFd> listeners;
+    std::string text = "server socket";
+};
+
+}  // namespace Pellmar::System
