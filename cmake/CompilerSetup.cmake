@@ -1,0 +1,52 @@
+# Language level, warnings and hardening. All of it hangs on the target sentrel_flags, which every target of this tree
+# links, so that third-party code is never judged by our warnings.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+include(CheckPIESupported)
+check_pie_supported(LANGUAGES CXX)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+
+find_program(SENTREL_CCACHE ccache)
+mark_as_advanced(SENTREL_CCACHE)
+if(SENTREL_CCACHE AND NOT DEFINED CMAKE_CXX_COMPILER_LAUNCHER)
+    set(CMAKE_CXX_COMPILER_LAUNCHER ${SENTREL_CCACHE})
+endif()
+
+find_package(Threads REQUIRED)
+
+add_library(sentrel_flags INTERFACE)
+target_include_directories(sentrel_flags INTERFACE ${PROJECT_SOURCE_DIR}/src)
+target_link_libraries(sentrel_flags INTERFACE Threads::Threads)
+target_compile_options(
+    sentrel_flags
+    INTERFACE
+        -Wall
+        -Wextra
+        -Wpedantic
+        -Werror
+        -Wcast-align
+        -Wconversion
+        -Wformat=2
+        -Wnon-virtual-dtor
+        -Wold-style-cast
+        -Woverloaded-virtual
+        -Wsign-conversion
+        -Wundef
+        -Wunused
+        # A constructor's parameter may share its field's name, which clang's -Wshadow accepts and that of g++ does not.
+        $<$<CXX_COMPILER_ID:Clang>:-Wshadow>
+        $<$<CXX_COMPILER_ID:GNU>:-Wshadow=local>
+        $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety>
+        $<$<CXX_COMPILER_ID:GNU>:-Wduplicated-cond>
+        $<$<CXX_COMPILER_ID:GNU>:-Wlogical-op>
+)
+
+# The daemon runs as root and reads what others send. The sanitizers bring their own, stricter checks.
+target_compile_options(
+    sentrel_flags INTERFACE $<$<CONFIG:RelWithDebInfo>:-fstack-protector-strong -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2>
+)
+target_link_options(sentrel_flags INTERFACE $<$<CONFIG:RelWithDebInfo>:-Wl,-z,relro,-z,now>)

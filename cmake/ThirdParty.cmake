@@ -1,0 +1,13 @@
+# One interface target for each @TOKEN of src/layers.txt. The headers are system includes: no warnings from them.
+
+find_path(SENTREL_NLOHMANN_INCLUDE nlohmann/json.hpp REQUIRED)
+find_path(SENTREL_BOOST_INCLUDE boost/asio.hpp REQUIRED)
+mark_as_advanced(SENTREL_NLOHMANN_INCLUDE SENTREL_BOOST_INCLUDE)
+
+add_library(third_party_nlohmann_json INTERFACE)
+target_include_directories(third_party_nlohmann_json SYSTEM INTERFACE ${SENTREL_NLOHMANN_INCLUDE})
+
+# Asio and System are used header-only; no deprecated Asio names, so that a newer Boost is a rebuild and no more.
+add_library(third_party_boost INTERFACE)
+target_include_directories(third_party_boost SYSTEM INTERFACE ${SENTREL_BOOST_INCLUDE})
+target_compile_definitions(third_party_boost INTERFACE BOOST_ASIO_NO_DEPRECATED BOOST_ERROR_CODE_HEADER_ONLY)
