@@ -1,5 +1,5 @@
-// The scanner walks lines, the parser takes runs of bytes off the front of what is left of a head. Both decide
-// by one table that says for each byte value where in a head it may stand.
+// The scanner walks lines, the parser takes runs of bytes off the front of what is left of a head.
+// Both decide by one table that says for each byte value where in a head it may stand.
 #include "platform/http1/request_head.h"
 
 #include <algorithm>
@@ -54,7 +54,7 @@ bool IsOf(std::uint8_t byteClass, char byte) {
 
 char ToLower(char byte) { return kLowerCase[static_cast<unsigned char>(byte)]; }
 
-// The index of the first byte from `start` on that is not of the class; the text's size when all are.
+// The index of the first byte from `start` on that is not of the class, else the text's size.
 std::size_t EndOfRun(std::string_view text, std::size_t start, std::uint8_t byteClass) {
     std::size_t end = start;
     while (end < text.size() && IsOf(byteClass, text[end])) ++end;
@@ -68,7 +68,7 @@ std::string_view TakeRun(std::string_view& rest, std::uint8_t byteClass) {
     return run;
 }
 
-// Takes exactly `text` off the front of `rest`. False, and nothing taken, when something else stands there.
+// Takes exactly `text` off the front of `rest`; takes nothing when something else stands there.
 bool Take(std::string_view& rest, std::string_view text) {
     if (!rest.starts_with(text)) return false;
     rest.remove_prefix(text.size());
@@ -91,7 +91,7 @@ std::string_view ReduceToPath(std::string_view target) {
     return authorityAndPath;
 }
 
-// Takes the first member of a comma-separated list, and the comma after it, off the front of `list`.
+// Takes the first member of a comma-separated list off its front, and the comma after it.
 std::string_view TakeListMember(std::string_view& list) {
     bool quoted = false;
     std::size_t end = 0;
@@ -104,7 +104,7 @@ std::string_view TakeListMember(std::string_view& list) {
     return TrimBlanks(member);
 }
 
-// The digits of a plain decimal number without leading zeros ("" for zero); nothing for any other text.
+// A plain decimal number's digits without leading zeros ("" for zero); nothing for other text.
 std::optional<std::string_view> SignificantDigits(std::string_view text) {
     const bool plain = !text.empty() && std::all_of(text.begin(), text.end(), [](char byte) {
         return IsDigit(static_cast<unsigned char>(byte));
@@ -229,7 +229,7 @@ ContentLength ReadContentLength(const RequestHead& head) {
     bool ambiguous = false;
     for (const HeaderField& field : head) {
         if (!EqualsIgnoringCase(field.name, "content-length")) continue;
-        // An empty member, which other lists tolerate, is not a number: a comma at the end counts as one.
+        // Unlike in other lists an empty member is an error, so the one after a last comma is too.
         if (field.value.ends_with(',')) return {LengthKind::Invalid};
         std::string_view list = field.value;
         do {
