@@ -1,0 +1,4 @@
+#pragma once
+
+#include <outer/library.h>
+#include "base/number.h"

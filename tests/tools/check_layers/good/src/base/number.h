@@ -1,0 +1,5 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <string>

@@ -1,0 +1,3 @@
+#include "top/inner/reader.h"
+
+#include <outer/library.h>

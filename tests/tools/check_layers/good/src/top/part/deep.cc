@@ -1,0 +1,2 @@
+#include "base/number.h"
+#include "top/inner/reader.h"
