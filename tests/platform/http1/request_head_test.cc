@@ -294,7 +294,7 @@ TEST(RequestHead, FindsTokensInLists) {
         {"TE: chunked;q=1\r\n", false},
         {"TE: chunked x\r\n", false},
         {"TE: a=\"x, chunked\"\r\n", false},
-        {"TE: a=\"x\\\", chunked\"\r\n", false},
+        {"TE: a=\"x\\\", chunked, y\"\r\n", false},
         {"TE: a=\"x\\\\\", chunked\r\n", true},
         {"TE: a=\"x, chunked\r\n", false},
         {"TE: a=\"\\\r\n", false},
