@@ -22,7 +22,7 @@ struct GoodHead {
 };
 
 const std::vector<GoodHead>& GoodHeads() {
-    static const std::vector<GoodHead> sHeads = {
+    static const std::vector<GoodHead> kHeads = {
         {"no fields", "GET / HTTP/1.1\r\n\r\n", "GET / 1"},
         {"a post",
          "POST /cpu HTTP/1.1\r\nHost: localhost:9996\r\nContent-Type: application/json\r\n\r\n",
@@ -40,7 +40,7 @@ const std::vector<GoodHead>& GoodHeads() {
         {"marks in a target", "G /\"<>\\^`{|}# HTTP/1.1\r\n\r\n", "G /\"<>\\^`{|}# 1"},
         {"repeated names", "G / HTTP/1.1\r\na: 1\r\nA: 2\r\n\r\n", "G / 1 <a=1> <A=2>"},
     };
-    return sHeads;
+    return kHeads;
 }
 
 // "METHOD TARGET MINOR-VERSION <NAME=VALUE>...", separated by blanks.
@@ -67,7 +67,7 @@ struct MalformedHead {
 
 const std::vector<MalformedHead>& MalformedHeads() {
     using enum Http1::HeadScan;
-    static const std::vector<MalformedHead> sHeads = {
+    static const std::vector<MalformedHead> kHeads = {
         {"nothing", "", Incomplete},
         {"only an empty line", "\r\n", Incomplete},
         {"two leading empty lines", "\r\n\r\nG / HTTP/1.1\r\n\r\n", Malformed},
@@ -123,7 +123,7 @@ const std::vector<MalformedHead>& MalformedHeads() {
         {"line of blanks", "G / HTTP/1.1\r\n \t\r\n\r\n", Complete},
         {"one field too many", HeadWithFields(Http1::kMaxHeaderFields + 1), Complete},
     };
-    return sHeads;
+    return kHeads;
 }
 
 std::vector<std::string> AllHeads() {
@@ -232,7 +232,7 @@ TEST(RequestHead, CombinesContentLengths) {
         std::uint64_t value = 0;
         bool beyond64Bits = false;
     };
-    const Row kRows[] = {
+    constexpr Row kRows[] = {
         {"", Absent},
         {"Content-Lengths: 5\r\n", Absent},
         {"Content-Length: 5\r\n", Known, 5},
