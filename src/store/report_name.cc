@@ -1,0 +1,45 @@
+// Matched by hand: std::regex recurses once a character, so a client's long name would exhaust the
+// stack, and a compiled expression costs kilobytes a name.
+#include "store/report_name.h"
+
+#include <algorithm>
+#include <cstddef>
+
+namespace Sentrel {
+
+namespace {
+
+constexpr std::string_view kExtension = ".json";
+
+// std::isalnum and its kin follow the locale; the rule is ASCII.
+bool IsNameCharacter(char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' ||
+           c == '.' || c == '-';
+}
+
+bool MatchesNameCharacter(char pattern, char c) {
+    return pattern == '.' ? c != '\n' && c != '\r' : c == pattern;
+}
+
+}  // namespace
+
+bool IsReportName(std::string_view name) {
+    return !name.empty() && std::all_of(name.begin(), name.end(), IsNameCharacter);
+}
+
+std::optional<int> MatchesStoredFile(std::string_view name, std::string_view fileName) {
+    constexpr std::size_t kHyphenAndDigit = 2;
+    if (fileName.size() != name.size() + kHyphenAndDigit + kExtension.size() ||
+        !std::equal(name.begin(), name.end(), fileName.begin(), MatchesNameCharacter)) {
+        return std::nullopt;
+    }
+    const std::string_view ending = fileName.substr(name.size());
+    const char digit = ending[1];
+    if (ending[0] != '-' || digit < '0' || digit > '9' ||
+        ending.substr(kHyphenAndDigit) != kExtension) {
+        return std::nullopt;
+    }
+    return digit - '0';
+}
+
+}  // namespace Sentrel

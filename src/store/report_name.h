@@ -1,0 +1,25 @@
+// What a report may be called, and which files of a report directory belong to a name. Paths and
+// links are built by the report roller.
+#pragma once
+
+#include <optional>
+#include <string_view>
+
+namespace Sentrel {
+
+// The rule of report names, as messages show it.
+inline constexpr std::string_view kReportNameRule = "[a-zA-Z0-9_.-]+";
+
+// Whether the whole of `name` follows the rule. Any bytes of any length: names come from clients.
+bool IsReportName(std::string_view name);
+
+// The index in the file name of a stored report of `name`, 0 to 9; nothing when `fileName` is not
+// one. The language is that of the regular expression (ECMAScript)
+//
+//   ^NAME-([0-9])\.json$
+//
+// with the name inserted unescaped: a "." of the name stands for any byte but CR and LF. `name`
+// follows the rule above.
+std::optional<int> MatchesStoredFile(std::string_view name, std::string_view fileName);
+
+}  // namespace Sentrel

@@ -1,0 +1,122 @@
+// See the header for the files. Every question to the file system is a system call of each post, so
+// none is asked twice.
+#include "store/report_roller.h"
+
+#include "platform/hostlib/hostlib.h"
+#include "platform/pellmar/exceptions.h"
+#include "platform/pellmar/system_factory.h"
+#include "store/report_name.h"
+
+#include <optional>
+
+namespace Sentrel {
+
+namespace {
+
+using Pellmar::Ref;
+using Pellmar::Service::LogInternal;
+using Pellmar::System::File;
+using Pellmar::System::FileWriter;
+using Pellmar::System::SystemFactory;
+
+constexpr char kExtension[] = ".json";
+constexpr int kNewFile = 0;
+constexpr int kSymbolicLink = 1;
+constexpr int kAllEntries = -1;
+
+std::string Checked(std::string_view reportName) {
+    std::string name(reportName);
+    if (!IsReportName(name)) {
+        throw Pellmar::InvalidArgumentException(
+            "'" + name +
+            "' contains unexpected regex meta characters                   (expected regex '" +
+            std::string(kReportNameRule) + "')");
+    }
+    return name;
+}
+
+}  // namespace
+
+ReportRoller::ReportRoller(const std::string& baseDirectory, std::string_view reportName,
+                           std::int32_t maxFiles, const Ref<Pellmar::Service::Logger>& logger)
+    : baseDirectory(baseDirectory),
+      reportName(Checked(reportName)),
+      maxFiles(maxFiles),
+      symlinkName(std::string(baseDirectory).append(reportName).append(kExtension)),
+      logger(logger) {
+    LogInternal(logger, 7, "Report symlink-name: %1", symlinkName);
+    if (!SystemFactory::GetFile(baseDirectory)->IsDirectory()) {
+        LogInternal(logger, 3, "Invalid directory: %1", baseDirectory);
+        throw Pellmar::InvalidArgumentException("'" + baseDirectory + "' is not a directory");
+    }
+    LogInternal(logger, 7, "Report name: %1, base directory: %2", reportName, baseDirectory);
+}
+
+bool ReportRoller::OpenTemporaryReport(Ref<FileWriter>& writer, Ref<File>& file) {
+    const std::int32_t fileIndex = NextIndex();
+    std::string path;
+    try {
+        path = TemporaryPath(fileIndex);
+        writer = SystemFactory::CreateFileWriter(path, kNewFile);
+    } catch (const Pellmar::Exception& exception) {
+        LogInternal(logger, 3, "Caught %1 while attempting to create file: %2", exception.what(),
+                    path);
+        return false;
+    }
+    file = SystemFactory::GetFile(path);
+    LogInternal(logger, 6, "Temporary report name: %1", path);
+    return true;
+}
+
+void ReportRoller::Rotate(const Ref<File>& temporaryFile) {
+    if (!temporaryFile->Exists()) {
+        LogInternal(logger, 3, "File object not present: %1", temporaryFile->ToString());
+        return;
+    }
+    const std::string_view storedName = temporaryFile->GetName().substr(1);  // without the dot
+    const std::string storedPath = std::string(baseDirectory).append(storedName);
+    const Ref<File> storedFile = temporaryFile->Rename(storedPath);
+    if (!storedFile) {
+        LogInternal(logger, 3, "Failed to rename the file to %1", storedPath);
+        return;
+    }
+    RenewLink(*storedFile);
+    LogInternal(logger, 7, "Rotated filename: %1", storedFile->GetName());
+}
+
+void ReportRoller::RenewLink(const File& storedFile) const {
+    // Covers "exists", too: nothing is no symbolic link.
+    if (SystemFactory::GetFile(symlinkName)->IsSymbolicLink()) {
+        (void)File_UnlinkNoFollow(symlinkName);  // the next step reports what is still there
+    }
+    storedFile.CreateSymbolicLink(symlinkName, kSymbolicLink);
+}
+
+std::int32_t ReportRoller::NextIndex() {
+    if (index == -1) {
+        FindHighestIndex();
+    }
+    index = (index + 1) % maxFiles;
+    LogInternal(logger, 7, "Index: %1", index);
+    return index;
+}
+
+void ReportRoller::FindHighestIndex() {
+    for (const Ref<File>& entry : SystemFactory::GetFile(baseDirectory)->List(kAllEntries)) {
+        // The name decides first, at no cost: the directory holds the files of every name, and
+        // asking what an entry is costs a system call.
+        const std::optional<int> found = MatchesStoredFile(reportName, entry->GetName());
+        if (found && *found > index && !entry->IsSymbolicLink() && !entry->IsDirectory()) {
+            index = *found;
+        }
+    }
+    if (index >= maxFiles) {
+        index = -1;  // files of a larger ring
+    }
+}
+
+std::string ReportRoller::TemporaryPath(std::int32_t fileIndex) const {
+    return baseDirectory + "." + reportName + "-" + std::to_string(fileIndex) + kExtension;
+}
+
+}  // namespace Sentrel
