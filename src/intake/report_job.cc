@@ -1,0 +1,67 @@
+// The body goes through one small buffer straight into the file; it is never held as a whole.
+#include "intake/report_job.h"
+
+#include "platform/pellmar/exceptions.h"
+#include "platform/pellmar/file.h"
+
+#include <cstddef>
+
+namespace Sentrel {
+
+namespace {
+
+using Pellmar::Ref;
+using Pellmar::Http::ResponseCode;
+using Pellmar::Service::Logger;
+using Pellmar::Service::LogInternal;
+
+constexpr std::size_t kChunkSize = 512;
+
+// Writes the body through `writer`. Returns the status to answer with.
+ResponseCode ReceiveBody(Pellmar::Http::Request& request, Pellmar::System::FileWriter& writer,
+                         const Ref<Logger>& logger) {
+    char buffer[kChunkSize];
+    std::int32_t total = 0;
+    for (;;) {
+        const int count = request.ReadBody(buffer, kChunkSize);
+        if (count == -1) {
+            LogInternal(logger, 7, "Read end of HTTP body");
+            return ResponseCode::Ok;
+        }
+        total += count;
+        if (total > kMaxReportSize) {
+            LogInternal(logger, 3, "Report too large, truncating");
+            return ResponseCode::RequestEntityTooLarge;
+        }
+        writer.Write(buffer, static_cast<std::size_t>(count));
+    }
+}
+
+void Answer(Pellmar::Http::Response& response, const ResponseCode& status,
+            const Ref<Logger>& logger) {
+    response.SetStatus(status);
+    try {
+        response.Complete();
+    } catch (const Pellmar::IOException& exception) {
+        LogInternal(logger, 3, "Failed to write to response stream : %1", exception.what());
+    }
+}
+
+}  // namespace
+
+void WriteReport(Pellmar::Http::Request& request, Pellmar::Http::Response& response,
+                 ReportRoller& roller, const Ref<Logger>& logger) {
+    Ref<Pellmar::System::FileWriter> writer;
+    Ref<Pellmar::System::File> file;
+    if (!roller.OpenTemporaryReport(writer, file)) {
+        LogInternal(logger, 3, "Creation of report failed");
+        response.SetStatus(ResponseCode::InternalServerError);
+        return;
+    }
+    const ResponseCode status = ReceiveBody(request, *writer, logger);
+    writer->Close();
+    roller.Rotate(file);
+    Answer(response, status, logger);
+}
+
+}  // namespace Sentrel

@@ -1,0 +1,117 @@
+// The order of the checks is part of the intake's interface: a request with several faults gets the
+// answer of the first.
+#include "intake/sentrel_handler.h"
+
+#include "intake/report_job.h"
+#include "platform/pellmar/exceptions.h"
+#include "platform/pellmar/thread_pool.h"
+
+#include <cstdint>
+#include <utility>
+
+namespace Sentrel {
+
+namespace {
+
+using Pellmar::Ref;
+using Pellmar::Http::Request;
+using Pellmar::Http::Response;
+using Pellmar::Http::ResponseCode;
+using Pellmar::Service::Logger;
+using Pellmar::Service::LogInternal;
+
+constexpr std::string_view kReportContentType = "application/json";
+constexpr std::int32_t kFilesPerName = 3;
+constexpr int kReportPathLevel = 5;
+
+// What follows the last "/"; the whole when there is none.
+std::string_view LastSegment(std::string_view url) {
+    const std::size_t slash = url.rfind('/');
+    return slash == std::string_view::npos ? url : url.substr(slash + 1);
+}
+
+}  // namespace
+
+SentrelHandler::SentrelHandler(const std::string& reportDirectory)
+    : logger(Logger::CreateLogger(Logger::sDefaultLogger, "SentrelHandler")),
+      reportDirectory(reportDirectory) {
+    LogInternal(logger, 5, "Sentrel handler initialized");
+}
+
+void SentrelHandler::HandlePost(const Ref<Request>& request, const Ref<Response>& response) {
+    if (const std::optional<ResponseCode> refusal = Refusal(*request)) {
+        response->Reply(*refusal);
+        return;
+    }
+    const std::string& url = request->GetUrl();
+    const std::string_view name = LastSegment(url);
+    LogInternal(logger, 6, "Report Name: %1", url);
+    if (logger->GetLevel() >= kReportPathLevel) {
+        LogInternal(logger, kReportPathLevel, "Report Path: %1",
+                    std::string(reportDirectory).append(name));
+    }
+    std::optional<Entry> entry = FindOrCreateEntry(name);
+    if (!entry) {
+        // Without the lock: a client that does not read its answer holds up nobody else.
+        response->Reply(ResponseCode::InternalServerError);
+        return;
+    }
+    entry->queue->Submit([handler = Ref<SentrelHandler>(this), request, response,
+                          roller = std::move(entry->roller)] {
+        WriteReport(*request, *response, *roller, handler->logger);
+    });
+}
+
+std::optional<ResponseCode> SentrelHandler::Refusal(const Request& request) const {
+    const std::string& contentType = request.GetContentType();
+    if (contentType != kReportContentType) {
+        LogInternal(logger, 3, "Unsupported content type received %1", contentType);
+        return ResponseCode::BadRequest;
+    }
+    const std::string& url = request.GetUrl();
+    if (url.empty() || url == "/") {
+        LogInternal(logger, 3, "URL does not contain report name");
+        return ResponseCode::PartialContent;
+    }
+    std::int64_t length = 0;
+    if (!request.GetContentLength(length)) {
+        LogInternal(logger, 3, "Report length header required");
+        return ResponseCode::LengthRequired;
+    }
+    if (length > kMaxReportSize) {
+        LogInternal(logger, 3, "Report too large: %1", length);
+        return ResponseCode::RequestEntityTooLarge;
+    }
+    return std::nullopt;
+}
+
+std::optional<SentrelHandler::Entry> SentrelHandler::FindOrCreateEntry(std::string_view name) {
+    const Hostlib::ExclusiveLockGuard guard(lock);
+    const auto found = reportEntries.find(name);
+    if (found == reportEntries.end()) {
+        return CreateEntry(name);
+    }
+    LogInternal(logger, 7, "Retrieved report rotation and workqueue object for report name: %1",
+                name);
+    return found->second;
+}
+
+// Asks the file system about the report directory under the lock: once a name, and so that two
+// first posts of a name cannot make two rollers.
+std::optional<SentrelHandler::Entry> SentrelHandler::CreateEntry(std::string_view name) {
+    Entry entry;
+    try {
+        entry.roller = Pellmar::MakeRef<ReportRoller>(reportDirectory, name, kFilesPerName, logger);
+    } catch (const Pellmar::Exception& exception) {
+        LogInternal(logger, 3, "Error opening directory %1: %2", reportDirectory, exception.what());
+        return std::nullopt;
+    }
+    entry.queue =
+        Pellmar::System::GetThreadPool().CreateWorkQueue(std::string("work-queue-").append(name));
+    reportEntries.emplace(name, entry);
+    LogInternal(logger, 7, "Created report rotation and workqueue object for report name: %1",
+                name);
+    return entry;
+}
+
+}  // namespace Sentrel

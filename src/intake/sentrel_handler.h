@@ -1,0 +1,62 @@
+// The request handler of the report intake: checks a post, finds what belongs to its report name,
+// and queues the job that receives the report. The body is the job's business.
+#pragma once
+
+#include "platform/hostlib/exclusive_lock.h"
+#include "platform/pellmar/http_message.h"
+#include "platform/pellmar/logger.h"
+#include "platform/pellmar/object.h"
+#include "platform/pellmar/work_queue.h"
+#include "store/report_roller.h"
+
+#include <cstddef>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+
+namespace Sentrel {
+
+// POST to any path whose last segment is the report name stores the body as the newest report of
+// that name; other methods are the framework's to answer. Any thread may call.
+class SentrelHandler : public Pellmar::Http::RequestHandlerMixin, public Pellmar::ObjectImpl {
+public:
+    // `reportDirectory` ends in "/", or is empty; that it is a directory is looked at when a name
+    // is first posted.
+    explicit SentrelHandler(const std::string& reportDirectory);
+
+    // Answers at once with 400, 206, 411, 413 or 500 when the request is refused, each with one
+    // level-3 line; else queues a job that answers, and returns.
+    void HandlePost(const Pellmar::Ref<Pellmar::Http::Request>& request,
+                    const Pellmar::Ref<Pellmar::Http::Response>& response) override;
+
+private:
+    // What one report name has for the life of the daemon.
+    struct Entry {
+        Pellmar::Ref<ReportRoller> roller;
+        Pellmar::Ref<Pellmar::System::WorkQueue> queue;
+    };
+    // Lets a name be looked up as it stands in the URL, without a string made of it.
+    struct NameHash {
+        using is_transparent = void;
+        std::size_t operator()(std::string_view name) const {
+            return std::hash<std::string_view>()(name);
+        }
+    };
+
+    // The status that `request` is refused with; nothing when it is a report.
+    std::optional<Pellmar::Http::ResponseCode> Refusal(const Pellmar::Http::Request& request) const;
+    // Nothing, which is logged, when the name or the report directory cannot be used.
+    std::optional<Entry> FindOrCreateEntry(std::string_view name) EXCLUDES(lock);
+    std::optional<Entry> CreateEntry(std::string_view name) REQUIRES(lock);
+
+    // Only grows.
+    std::unordered_map<std::string, Entry, NameHash, std::equal_to<>> reportEntries
+        GUARDED_BY(lock);
+    Hostlib::ExclusiveLock lock{"sentrel-handler-excl-lock"};
+    const Pellmar::Ref<Pellmar::Service::Logger> logger;
+    const std::string reportDirectory;
+};
+
+}  // namespace Sentrel
