@@ -13,7 +13,7 @@ namespace Sentrel {
 
 // Made, started once and released by the main thread.
 class Endpoint : public Pellmar::ObjectImpl {
-public:
+  public:
     Endpoint();
     // Stops the service first.
     ~Endpoint() override;
@@ -24,7 +24,7 @@ public:
     void Start(const Pellmar::Ref<Pellmar::Service::ConfigReader>& configReader,
                const std::string& reportDirectory);
 
-private:
+  private:
     Pellmar::Ref<Pellmar::Http::HttpService> httpService;
     const Pellmar::Ref<Pellmar::Service::Logger> logger;
 };

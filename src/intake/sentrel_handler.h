@@ -21,7 +21,7 @@ namespace Sentrel {
 // POST to any path whose last segment is the report name stores the body as the newest report of
 // that name; other methods are the framework's to answer. Any thread may call.
 class SentrelHandler : public Pellmar::Http::RequestHandlerMixin, public Pellmar::ObjectImpl {
-public:
+  public:
     // `reportDirectory` ends in "/", or is empty; that it is a directory is looked at when a name
     // is first posted.
     explicit SentrelHandler(const std::string& reportDirectory);
@@ -31,7 +31,7 @@ public:
     void HandlePost(const Pellmar::Ref<Pellmar::Http::Request>& request,
                     const Pellmar::Ref<Pellmar::Http::Response>& response) override;
 
-private:
+  private:
     // What one report name has for the life of the daemon.
     struct Entry {
         Pellmar::Ref<ReportRoller> roller;
@@ -39,6 +39,7 @@ private:
     };
     // Lets a name be looked up as it stands in the URL, without a string made of it.
     struct NameHash {
+        // NOLINTNEXTLINE(readability-identifier-naming): the standard library looks for this name
         using is_transparent = void;
         std::size_t operator()(std::string_view name) const {
             return std::hash<std::string_view>()(name);
