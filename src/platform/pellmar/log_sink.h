@@ -1,6 +1,8 @@
-// Where log lines go: standard error, one write a line, never waiting. Knows the two line forms
-// (plain and journal), reopens a pipe or terminal to be non-blocking for this process alone, counts
-// drops.
+// Where log lines go: standard error, one write a line, never waiting. Knows the two line forms and
+// counts what had to be dropped.
+//
+//   plain     2024-05-01T12:00:00.123Z 3 NAME: MESSAGE
+//   journal   <3>NAME: MESSAGE       (sd-daemon(3); the journal knows the time)
 #pragma once
 
 #include "platform/sys/mutex.h"
@@ -22,22 +24,33 @@ class LogSink {
     static void Replace(LogSink* sink);
 
     // Borrows `descriptor`, which must outlive the sink. `journalStream` is the value of the
-    // environment variable JOURNAL_STREAM, "DEVICE:INODE", or empty.
+    // environment variable JOURNAL_STREAM, "DEVICE:INODE" in decimal, or empty: the journal form is
+    // used when it names what `descriptor` is open on. A pipe or terminal is opened once more, so
+    // that it is non-blocking for this sink alone; a file is written as it is.
     LogSink(int descriptor, std::string_view journalStream);
 
-    // Writes one line: UTC time with milliseconds and Z, level, name, ": ", message (or "<level>",
-    // name,
-    // ": ", message when the journal reads). `message` holds no control characters. Any thread.
-    void Write(int level, std::string_view loggerName, std::string_view message) EXCLUDES(lock);
+    // Writes one line. `message` holds no control characters. Never waits: a line that is not taken
+    // whole at once is dropped, and before the next one that passes stands a line of the logger
+    // "sentrel" at level 3 that says how many were. After a line that was taken in part the next
+    // begins on a fresh line. Any thread; SIGPIPE is expected to be ignored.
+    void Write(int level, std::string_view loggerName, std::string_view message) noexcept
+        EXCLUDES(lock);
 
   private:
-    enum class Target { File, Socket };
+    enum class Target {
+        NeverBlocks,  // a file, or a descriptor of our own that is non-blocking
+        Socket,
+        MayBlock  // a pipe or terminal that could not be opened once more
+    };
 
-    bool TakeWhole(std::string_view line) REQUIRES(lock);
+    void Classify(std::string_view journalStream);
+    void Compose(int level, std::string_view loggerName, std::string_view message) REQUIRES(lock);
+    bool WriteDropNotice() REQUIRES(lock);
+    bool WriteBuffer() REQUIRES(lock);
 
     Sys::OwnedFd reopened;
     int descriptor;
-    Target target = Target::File;
+    Target target = Target::NeverBlocks;
     bool journal = false;
     Sys::Mutex lock;
     unsigned long dropped GUARDED_BY(lock) = 0;

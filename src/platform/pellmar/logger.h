@@ -13,30 +13,38 @@
 
 namespace Pellmar::Service {
 
-// A child has its own name and shares the level of the default logger unless its own is set.
+inline constexpr int kDefaultLogLevel = 5;
+
+// A child has its own name, which stands alone in its lines, and shares the level of its parent.
 class Logger : public ObjectImpl {
   public:
     // The root of all loggers, named "sentrel", at level 5 until the configuration says otherwise.
-    // Made at static initialisation; usable before InitApp.
-    static const Ref<Logger> sDefaultLogger;
+    // Usable before InitApp, from the constructors of statics too: every file that includes this
+    // header initialises it before its own statics. Never destroyed.
+    static const Ref<Logger>& sDefaultLogger;
 
     static Ref<Logger> CreateLogger(const Ref<Logger>& parent, std::string_view name);
 
+    // Without a parent, a root with a level of its own.
     Logger(std::string_view name, const Ref<Logger>& parent);
 
     const std::string& GetName() const { return name; }
     // A message of level L is written when the level is at least L.
-    int GetLevel() const { return level ? level->load(std::memory_order_relaxed) : 0; }
+    int GetLevel() const { return level.load(std::memory_order_relaxed); }
     // Sets the level of this logger and of all that share it. Any thread.
     void SetLevel(int newLevel);
     std::string ToString() const override { return name; }
 
   private:
+    static const Ref<Logger>& DefaultLogger();
+
     const std::string name;
     const Ref<Logger> parent;
-    std::atomic<int> ownLevel{5};
-    std::atomic<int>* const level;
+    std::atomic<int> ownLevel{kDefaultLogLevel};
+    std::atomic<int>& level;  // ownLevel, or that of the root
 };
+
+inline const Ref<Logger>& Logger::sDefaultLogger = Logger::DefaultLogger();
 
 // One argument of a message, by reference and unformatted: lives as long as the call that logs.
 class LogArgument {
@@ -51,6 +59,9 @@ class LogArgument {
     template <std::unsigned_integral T>
     LogArgument(T number) : number(number), kind(Kind::Unsigned) {}
 
+    // Appends the text or the decimal number. Of a text, control characters (DEL and U+0080 to
+    // U+009F too) and bytes that are not UTF-8 are written as "\xHH" for each byte, in lower case,
+    // so that no argument ends a line or reaches a terminal as a command.
     void AppendTo(std::string& line) const;
 
   private:
@@ -61,13 +72,14 @@ class LogArgument {
     Kind kind;
 };
 
-// Fills "%1" to "%4" of `format` and writes the line, without looking at the level.
+// Fills "%1" to "%4" of `format` and writes the line, without looking at the level. Never throws.
 void WriteMessage(const Logger& logger, int level, std::string_view format,
-                  std::span<const LogArgument> arguments);
+                  std::span<const LogArgument> arguments) noexcept;
 
 // Writes `format` with "%1" to "%4" replaced by the arguments when the logger's level is at least
 // `level`, and does nothing otherwise, formatting least of all. Never throws, never waits: a line
-// that cannot be taken at once is dropped and counted. Control characters of arguments are escaped.
+// that cannot be taken at once is dropped and counted. A placeholder may occur twice; one without
+// an argument, and "%" before anything else, stays as it is.
 template <typename... Arguments>
 requires(sizeof...(Arguments) <= 4) void LogInternal(const Ref<Logger>& logger, int level,
                                                      std::string_view format,
