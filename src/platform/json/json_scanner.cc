@@ -1,0 +1,220 @@
+#include "platform/json/json_scanner.h"
+
+#include "platform/json/json_tokens.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+namespace Json {
+
+namespace {
+
+// What may stand at the next byte that is no blank.
+enum class Expect { Object, Value, ValueOrEnd, Name, NameOrEnd, Colon, CommaOrEnd, EndOfText };
+
+class Scanner {
+  public:
+    Scanner(std::string_view text, Comments comments, Root root)
+        : text(text),
+          comments(comments),
+          expect(root == Root::Object ? Expect::Object : Expect::Value) {}
+
+    std::optional<Fault> Run() {
+        if (const std::size_t nul = text.find('\0'); nul != std::string_view::npos) {
+            return Fault{nul, "a NUL byte; the text must be JSON in UTF-8"};
+        }
+        SkipByteOrderMark();
+        while (SkipBlanks()) {
+            if (offset == text.size()) {
+                if (expect != Expect::EndOfText) {
+                    Refuse(offset, "the text ends where " + Wanted() + " is expected");
+                }
+                break;
+            }
+            if (!Step()) {
+                break;
+            }
+        }
+        return fault;
+    }
+
+  private:
+    void SkipByteOrderMark() {
+        constexpr std::string_view kMark = "\xEF\xBB\xBF";
+        if (text.substr(0, kMark.size()) == kMark) {
+            offset = kMark.size();
+        }
+    }
+
+    bool SkipBlanks() {
+        for (;;) {
+            offset = std::min(text.find_first_not_of(" \t\n\r", offset), text.size());
+            if (offset == text.size() || text[offset] != '/') {
+                return true;
+            }
+            if (!SkipComment()) {
+                return false;
+            }
+        }
+    }
+
+    bool SkipComment() {
+        if (comments == Comments::Refused) {
+            return Refuse(offset, "comments are not allowed here");
+        }
+        const std::string_view opening = text.substr(offset, 2);
+        if (opening == "//") {
+            offset = std::min(text.find_first_of("\n\r", offset), text.size());
+            return true;
+        }
+        if (opening != "/*") {
+            return Refuse(offset, "expected '//' or '/*' where '/' stands alone");
+        }
+        const std::size_t closing = text.find("*/", offset + 2);
+        if (closing == std::string_view::npos) {
+            return Refuse(offset, "this comment is never closed with '*/'");
+        }
+        offset = closing + 2;
+        return true;
+    }
+
+    // Takes one token at `offset`.
+    bool Step() {
+        const char byte = text[offset];
+        switch (expect) {
+            case Expect::Object:
+                return byte == '{' ? Open(byte) : RefuseUnexpected();
+            case Expect::Value:
+                return TakeValue();
+            case Expect::ValueOrEnd:
+                return byte == ']' ? Close() : TakeValue();
+            case Expect::Name:
+                return TakeName();
+            case Expect::NameOrEnd:
+                return byte == '}' ? Close() : TakeName();
+            case Expect::Colon:
+                return byte == ':' ? Advance(Expect::Value) : RefuseUnexpected();
+            case Expect::CommaOrEnd:
+                return TakeCommaOrEnd();
+            case Expect::EndOfText:
+                break;
+        }
+        return RefuseUnexpected();
+    }
+
+    bool TakeValue() {
+        const char byte = text[offset];
+        if (byte == '{' || byte == '[') {
+            return Open(byte);
+        }
+        std::optional<Fault> problem;
+        if (byte == '"') {
+            problem = TakeString(text, offset);
+        } else if (byte == '-' || IsDigit(byte)) {
+            problem = TakeNumber(text, offset);
+        } else if (!TakeLiteral(text, offset)) {
+            return RefuseUnexpected();
+        }
+        expect = AfterValue();
+        return Accept(std::move(problem));
+    }
+
+    bool TakeName() {
+        if (text[offset] != '"') {
+            return RefuseUnexpected();
+        }
+        expect = Expect::Colon;
+        return Accept(TakeString(text, offset));
+    }
+
+    bool TakeCommaOrEnd() {
+        if (text[offset] == ',') {
+            return Advance(Closing() == '}' ? Expect::Name : Expect::Value);
+        }
+        return text[offset] == Closing() ? Close() : RefuseUnexpected();
+    }
+
+    bool Open(char opening) {
+        if (depth == kMaxDepth) {
+            return Refuse(offset, "nested deeper than " + std::to_string(kMaxDepth) + " levels");
+        }
+        closings[depth++] = opening == '{' ? '}' : ']';
+        return Advance(opening == '{' ? Expect::NameOrEnd : Expect::ValueOrEnd);
+    }
+
+    bool Close() {
+        --depth;
+        return Advance(AfterValue());
+    }
+
+    bool Advance(Expect next) {
+        ++offset;
+        expect = next;
+        return true;
+    }
+
+    Expect AfterValue() const { return depth == 0 ? Expect::EndOfText : Expect::CommaOrEnd; }
+
+    // What closes the innermost container; only inside one.
+    char Closing() const { return closings[depth - 1]; }
+
+    std::string Wanted() const {
+        switch (expect) {
+            case Expect::Object:
+                return "an object, '{'";
+            case Expect::Value:
+                return "a value";
+            case Expect::ValueOrEnd:
+                return "a value or ']'";
+            case Expect::Name:
+                return "a member name in double quotes";
+            case Expect::NameOrEnd:
+                return "a member name in double quotes or '}'";
+            case Expect::Colon:
+                return "':'";
+            case Expect::CommaOrEnd:
+                return std::string("',' or '") + Closing() + '\'';
+            case Expect::EndOfText:
+                break;
+        }
+        return "the end of the text";
+    }
+
+    bool RefuseUnexpected() {
+        std::string reason = "expected " + Wanted() + ", found " + DescribeToken(text, offset);
+        const bool endsAfterComma =
+            (expect == Expect::Name && text[offset] == '}') ||
+            (expect == Expect::Value && depth > 0 && Closing() == ']' && text[offset] == ']');
+        if (endsAfterComma) {
+            reason += "; remove the comma before it";
+        }
+        return Refuse(offset, std::move(reason));
+    }
+
+    bool Accept(std::optional<Fault> problem) {
+        fault = std::move(problem);
+        return !fault;
+    }
+
+    bool Refuse(std::size_t where, std::string reason) {
+        fault = Fault{where, std::move(reason)};
+        return false;
+    }
+
+    const std::string_view text;
+    const Comments comments;
+    Expect expect;
+    std::size_t offset = 0;
+    std::size_t depth = 0;
+    std::array<char, kMaxDepth> closings{};
+    std::optional<Fault> fault;
+};
+
+}  // namespace
+
+std::optional<Fault> FindFault(std::string_view text, Comments comments, Root root) {
+    return Scanner(text, comments, root).Run();
+}
+
+}  // namespace Json

@@ -1,0 +1,18 @@
+// The grammar of JSON (RFC 8259) without building anything: finds the first fault of a text, the
+// nesting bound included, and words it for a person. Sizes and positions as lines are
+// bounded_json's.
+#pragma once
+
+#include "platform/json/bounded_json.h"
+#include "platform/json/json_tokens.h"
+
+#include <optional>
+#include <string_view>
+
+namespace Json {
+
+// The first fault of `text`, or nothing when the text is one JSON value nested at most kMaxDepth
+// deep.
+std::optional<Fault> FindFault(std::string_view text, Comments comments, Root root);
+
+}  // namespace Json
