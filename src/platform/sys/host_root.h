@@ -9,10 +9,12 @@ namespace Sys {
 
 // `path`, absolute, below the directory that the environment variable SENTREL_ROOT names ("/" when
 // it is unset or empty). For the call that opens, tests, lists or executes; texts keep the plain
-// path.
+// path. The variable is read once, at the first call; its trailing slashes do not count. Any
+// thread. Never fails: below a root that HostRootProblem refuses, the result names nothing of use.
 std::string HostPath(std::string_view path);
 
-// Empty when SENTREL_ROOT can be used; else what is wrong with it and what to do, in one line.
+// Empty when SENTREL_ROOT can be used; else what is wrong with it and what to do, in one line. A
+// relative value, and a value that names no directory now, cannot be used.
 std::string HostRootProblem();
 
 }  // namespace Sys
