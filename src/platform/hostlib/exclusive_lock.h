@@ -10,8 +10,9 @@
 
 namespace Hostlib {
 
-// Created with its object, destroyed with it. A failed creation stops the process (Panic with
-// "VERIFY %s:%d\n"). Take it with ExclusiveLockGuard.
+// Created with its object, destroyed with it. Not recursive. Take it with ExclusiveLockGuard. What
+// would leave the lock unsound stops the process (Panic with "VERIFY %s:%d\n"): a failed creation,
+// a second acquisition by the thread that holds it, a release by a thread that does not.
 class CAPABILITY("mutex") ExclusiveLock {
   public:
     explicit ExclusiveLock(std::string_view name);
@@ -28,6 +29,7 @@ class CAPABILITY("mutex") ExclusiveLock {
     pthread_mutex_t mutex;
 };
 
+// Holds the lock for its scope.
 class SCOPED_CAPABILITY ExclusiveLockGuard {
   public:
     explicit ExclusiveLockGuard(ExclusiveLock& lock) ACQUIRE(lock) : lock(lock) { lock.Acquire(); }

@@ -1,0 +1,36 @@
+#include "platform/hostlib/exclusive_lock.h"
+
+#include "platform/hostlib/hostlib.h"
+
+namespace Hostlib {
+
+namespace {
+
+constexpr const char* kSourceName = "exclusive_lock.cc";
+
+// Stops the process unless `result`, of a pthread call, is success.
+void Verify(int result, int line) {
+    if (result != 0) {
+        Panic("VERIFY %s:%d\n", kSourceName, line);
+    }
+}
+
+}  // namespace
+
+ExclusiveLock::ExclusiveLock(std::string_view name) : name(name) {
+    pthread_mutexattr_t attributes;
+    Verify(pthread_mutexattr_init(&attributes), __LINE__);
+    Verify(pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_ERRORCHECK), __LINE__);
+    Verify(pthread_mutex_init(&mutex, &attributes), __LINE__);
+    (void)pthread_mutexattr_destroy(&attributes);  // frees nothing that could fail
+}
+
+ExclusiveLock::~ExclusiveLock() {
+    (void)pthread_mutex_destroy(&mutex);  // fails only while held, when the holder is at fault
+}
+
+void ExclusiveLock::Acquire() { Verify(pthread_mutex_lock(&mutex), __LINE__); }
+
+void ExclusiveLock::Release() { Verify(pthread_mutex_unlock(&mutex), __LINE__); }
+
+}  // namespace Hostlib
