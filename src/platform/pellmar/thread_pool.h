@@ -52,8 +52,9 @@ class ThreadPool {
     // Runs jobs of `queue`, which has a place, then of queues that wait for a place, until none is
     // left.
     void Drain(Ref<WorkQueue> queue) EXCLUDES(lock);
-    // The queue that takes over the place of `finished`, or none, which frees the place.
-    Ref<WorkQueue> HandOverPlace(const Ref<WorkQueue>& unfinished) EXCLUDES(lock);
+    // The queue that has the place from now on: one that waits for a place, which `unfinished`
+    // (empty when no job is left) then does too, else `unfinished`; none at all frees the place.
+    Ref<WorkQueue> HandOverPlace(Ref<WorkQueue> unfinished) EXCLUDES(lock);
 
     void Grow() REQUIRES(lock);
     void WorkerMain(std::list<std::thread>::iterator self) EXCLUDES(lock);

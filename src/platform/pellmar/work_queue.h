@@ -30,6 +30,7 @@ class WorkQueue : public ObjectImpl {
 
   private:
     friend class ThreadPool;
+    friend class DeferredQueue;
 
     // Runs the oldest job; true when more are left.
     bool RunOne() EXCLUDES(lock);
@@ -51,10 +52,15 @@ class DeferredQueue {
     DeferredQueue(const DeferredQueue&) = delete;
     DeferredQueue& operator=(const DeferredQueue&) = delete;
 
+    // Runs the queue that was woken, if any, until it is empty. Queues woken from now on go to the
+    // pool.
     void RunDeferred();
 
   private:
     friend class WorkQueue;
+
+    bool Take(WorkQueue* woken);
+    void StopTaking();
 
     Ref<WorkQueue> queue;
     DeferredQueue* const outer;

@@ -1,0 +1,228 @@
+// The service's life and its runners. What is done with connections stands in
+// http_service_accept.cc (taking them in and timing them out) and http_service_requests.cc (their
+// requests).
+#include "platform/pellmar/http_service.h"
+
+#include "platform/pellmar/exceptions.h"
+#include "platform/pellmar/http_response_text.h"
+#include "platform/pellmar/http_service_events.h"
+#include "platform/pellmar/http_service_impl.h"
+#include "platform/pellmar/thread_pool.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <thread>
+#include <utility>
+
+#include <sys/epoll.h>
+#include <sys/eventfd.h>
+#include <sys/timerfd.h>
+
+namespace Pellmar::Http {
+
+namespace {
+
+constexpr std::size_t kMinRunners = 2;
+constexpr std::size_t kMaxRunners = 8;
+
+// The service whose runner this thread is.
+thread_local ServiceImpl* tRunnerOf = nullptr;
+
+int Opened(int descriptor, const char* what) {
+    if (descriptor < 0) {
+        const int error = errno;
+        throw IOException(what, error);
+    }
+    return descriptor;
+}
+
+}  // namespace
+
+Ref<HttpService> CreateHttpSvc(const Ref<System::ServerSocket>& socket,
+                               const Ref<Service::Logger>& logger, HeaderDefinitions headers) {
+    return CreateHttpSvc(socket, logger, headers, HttpTimes{});
+}
+
+Ref<HttpService> CreateHttpSvc(const Ref<System::ServerSocket>& socket,
+                               const Ref<Service::Logger>& logger, const HeaderDefinitions& headers,
+                               const HttpTimes& times) {
+    return MakeRef<ServiceImpl>(socket, logger, headers, times);
+}
+
+ServiceImpl::ServiceImpl(const Ref<System::ServerSocket>& socket,
+                         const Ref<Service::Logger>& logger, const HeaderDefinitions& headers,
+                         const HttpTimes& times)
+    : socket(socket),
+      logger(logger),
+      headerBlock(HeaderBlock(headers)),
+      times(times),
+      maxRunners(
+          std::clamp<std::size_t>(std::thread::hardware_concurrency(), kMinRunners, kMaxRunners)),
+      listeners(socket->GetDescriptors()),
+      epoll(Opened(::epoll_create1(EPOLL_CLOEXEC), "epoll_create1")),
+      timer(
+          Opened(::timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK), "timerfd_create")),
+      stopEvent(Opened(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK), "eventfd")),
+      nextId(kFirstConnectionEvent) {}
+
+ServiceImpl::~ServiceImpl() = default;
+
+void ServiceImpl::Start() {
+    bool registered = Register(EPOLL_CTL_ADD, stopEvent.Get(), EPOLLIN, kStopEvent) &&
+                      Register(EPOLL_CTL_ADD, timer.Get(), EPOLLIN | EPOLLET, kTimerEvent);
+    for (std::size_t index = 0; registered && index < listeners.size(); ++index) {
+        registered = Register(EPOLL_CTL_ADD, listeners[index], EPOLLIN | EPOLLONESHOT,
+                              kFirstListenerEvent + index);
+    }
+    if (!registered) {
+        const int error = errno;
+        throw IOException("epoll_ctl", error);
+    }
+    {
+        Sys::MutexLock held(lock);
+        started = true;
+        ++runners;
+    }
+    StartRunner();
+}
+
+void ServiceImpl::Stop() {
+    std::vector<Ref<Connection>> waiting;
+    {
+        Sys::MutexLock held(lock);
+        if (!started || stopping.exchange(true)) {
+            return;
+        }
+        for (auto slot = slots.begin(); slot != slots.end();) {
+            if (slot->second.waits) {
+                waiting.push_back(std::move(slot->second.connection));
+                slot = slots.erase(slot);
+            } else {
+                ++slot;
+            }
+        }
+    }
+    waiting.clear();
+    (void)::eventfd_write(stopEvent.Get(), 1);  // cannot fail: the counter is far from its end
+
+    const auto allEnded = [this]() REQUIRES(lock) {
+        return slots.empty() && runners == 0 && runnersAside == 0;
+    };
+    Sys::MutexLock held(lock);
+    const TimePoint grace = std::chrono::steady_clock::now() + times.stop;
+    while (!allEnded() && idle.WaitUntil(lock, grace)) {
+    }
+    for (const auto& [id, slot] : slots) {
+        slot.connection->Abort();
+    }
+    const TimePoint last = std::chrono::steady_clock::now() + times.stop;
+    while (!allEnded() && idle.WaitUntil(lock, last)) {
+    }
+}
+
+void ServiceImpl::StartRunner() {
+    System::GetThreadPool().Run([self = Ref<ServiceImpl>(this)] { self->Serve(); });
+}
+
+// One runner. It ends when the service stops, when there are enough others, or when it was idle for
+// long while another one waits.
+void ServiceImpl::Serve() {
+    tRunnerOf = this;
+    std::uint64_t event = 0;
+    bool isLast = false;
+    while (WaitForEvent(event, isLast)) {
+        HandleEvent(event);
+    }
+    tRunnerOf = nullptr;
+}
+
+// False when this runner is to end; it is not counted any more then.
+bool ServiceImpl::WaitForEvent(std::uint64_t& event, bool& isLast) {
+    for (;;) {
+        {
+            Sys::MutexLock held(lock);
+            if (stopping || runners > maxRunners) {
+                --runners;
+                idle.NotifyAll();
+                return false;
+            }
+            ++runnersWaiting;
+        }
+        epoll_event ready{};
+        const int timeout =
+            isLast ? -1
+                   : static_cast<int>(std::chrono::milliseconds(System::kPoolIdleTime).count());
+        const int count = ::epoll_wait(epoll.Get(), &ready, 1, timeout);
+        bool startsAnother = false;
+        {
+            Sys::MutexLock held(lock);
+            --runnersWaiting;
+            isLast = count == 0 && runnersWaiting == 0;
+            if (count == 0 && !isLast) {
+                --runners;
+                idle.NotifyAll();
+                return false;
+            }
+            startsAnother = count > 0 && runnersWaiting == 0 && runners < maxRunners;
+            runners += startsAnother ? 1 : 0;
+        }
+        if (startsAnother) {
+            StartRunner();
+        }
+        if (count > 0) {
+            event = ready.data.u64;
+            return true;
+        }
+    }
+}
+
+void ServiceImpl::HandleEvent(std::uint64_t event) {
+    if (event >= kFirstConnectionEvent) {
+        if (const Ref<Connection> connection = Claim(event)) {
+            if (connection->lingers) {
+                DropInput(connection);
+            } else {
+                ReadHead(connection);
+            }
+        }
+    } else if (event >= kFirstListenerEvent) {
+        Accept(event - kFirstListenerEvent);
+    } else if (event == kTimerEvent) {
+        CloseOverdue();
+    }
+}
+
+ServiceImpl::Aside::Aside(ServiceImpl& service) : service(service) {
+    if (tRunnerOf != &service) {
+        return;
+    }
+    bool startsAnother = false;
+    {
+        Sys::MutexLock held(service.lock);
+        --service.runners;
+        ++service.runnersAside;
+        startsAnother = service.runnersWaiting == 0 && service.runners < service.maxRunners;
+        service.runners += startsAnother ? 1 : 0;
+    }
+    if (startsAnother) {
+        service.StartRunner();
+    }
+}
+
+ServiceImpl::Aside::~Aside() {
+    if (tRunnerOf == &service) {
+        Sys::MutexLock held(service.lock);
+        --service.runnersAside;
+        ++service.runners;
+    }
+}
+
+bool ServiceImpl::Register(int operation, int descriptor, std::uint32_t events,
+                           std::uint64_t event) const {
+    epoll_event registration{};
+    registration.events = events;
+    registration.data.u64 = event;
+    return ::epoll_ctl(epoll.Get(), operation, descriptor, &registration) == 0;
+}
+
+}  // namespace Pellmar::Http

@@ -1,0 +1,136 @@
+// The HTTP service at work: the table of connections, the runners that wait for them, the times.
+//
+// Runners are tasks of the pool. Each waits in epoll_wait for one event at a time; every
+// registration is one-shot, so a connection that became ready belongs to the one runner that
+// claimed it until it is given back. The runner reads the head, calls the handler, and runs the
+// work queue that the handler woke, all on its own thread. A runner that must wait for a client's
+// bytes steps aside, and another one is started when none is left to wait for events: the number of
+// runners that do not wait stays near the number of processors, while stalled clients cost a thread
+// each and delay nobody.
+#pragma once
+
+#include "platform/pellmar/http_connection.h"
+#include "platform/pellmar/http_limits.h"
+#include "platform/pellmar/http_message.h"
+#include "platform/pellmar/http_service.h"
+#include "platform/pellmar/logger.h"
+#include "platform/pellmar/server_socket.h"
+#include "platform/sys/mutex.h"
+#include "platform/sys/owned_fd.h"
+
+#include <atomic>
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace Pellmar::Http {
+
+class ServiceImpl final : public HttpService {
+  public:
+    ServiceImpl(const Ref<System::ServerSocket>& socket, const Ref<Service::Logger>& logger,
+                const HeaderDefinitions& headers, const HttpTimes& times);
+    ~ServiceImpl() override;
+
+    void SetHandler(const Ref<RequestHandler>& newHandler) override { handler = newHandler; }
+    void Start() override;
+    void Stop() override EXCLUDES(lock);
+
+    const Ref<Service::Logger>& GetLogger() const { return logger; }
+    const std::string& GetHeaderBlock() const { return headerBlock; }
+    const HttpTimes& GetTimes() const { return times; }
+    bool IsStopping() const { return stopping.load(std::memory_order_relaxed); }
+
+    // Ways to give a connection back; by the thread that owns it.
+    void AwaitNextRequest(const Ref<Connection>& connection) EXCLUDES(lock);
+    // Ends the sending side and drops what the client still sends, for a while: closing at once
+    // would reset the connection and could destroy the answer on its way (RFC 9112 section 9.6).
+    void Linger(const Ref<Connection>& connection) EXCLUDES(lock);
+    void Close(const Ref<Connection>& connection) EXCLUDES(lock);
+
+    // While one lives on a runner's thread, that runner waits for a client and does not count.
+    class Aside {
+      public:
+        explicit Aside(ServiceImpl& service);
+        ~Aside();
+        Aside(const Aside&) = delete;
+        Aside& operator=(const Aside&) = delete;
+
+      private:
+        ServiceImpl& service;
+    };
+
+  private:
+    using TimePoint = Connection::TimePoint;
+
+    struct Slot {
+        Ref<Connection> connection;
+        // Registered with epoll, owned by no thread.
+        bool waits = false;
+        TimePoint deadline;
+    };
+
+    void Serve() EXCLUDES(lock);
+    bool WaitForEvent(std::uint64_t& event, bool& isLast) EXCLUDES(lock);
+    void HandleEvent(std::uint64_t event);
+    void StartRunner();
+
+    void Accept(std::size_t listener) EXCLUDES(lock);
+    bool MakeRoom() EXCLUDES(lock);
+    void HandleAcceptError(std::size_t listener, int error);
+    void Admit(Sys::OwnedFd socket) EXCLUDES(lock);
+    void PauseAccepting(TimePoint until) EXCLUDES(lock);
+    void ResumeAccepting() const;
+    bool CloseLongestWaiting() EXCLUDES(lock);
+    void CloseOverdue() EXCLUDES(lock);
+
+    Ref<Connection> Claim(std::uint64_t id) EXCLUDES(lock);
+    void ReadHead(const Ref<Connection>& connection);
+    void Dispatch(const Ref<Connection>& connection, std::size_t headLength);
+    void CallHandler(std::string_view method, const Ref<Request>& request,
+                     const Ref<Response>& response);
+    void Refuse(const Ref<Connection>& connection, const ResponseCode& code);
+    void DropInput(const Ref<Connection>& connection);
+    // Registers the connection for its next event. `events` of epoll.
+    void Await(const Ref<Connection>& connection, std::uint32_t events, TimePoint deadline)
+        EXCLUDES(lock);
+    void ArmTimer(TimePoint due) REQUIRES(lock);
+    // False when the kernel refuses; errno says why.
+    bool Register(int operation, int descriptor, std::uint32_t events, std::uint64_t event) const;
+    void ListenAgain(std::size_t listener) const;
+
+    const Ref<System::ServerSocket> socket;
+    const Ref<Service::Logger> logger;
+    const std::string headerBlock;
+    const HttpTimes times;
+    const std::size_t maxRunners;
+    const std::vector<int> listeners;  // borrowed from `socket`
+    const Sys::OwnedFd epoll;
+    const Sys::OwnedFd timer;
+    const Sys::OwnedFd stopEvent;
+    Ref<RequestHandler> handler;  // immutable after Start
+    std::atomic<bool> stopping{false};
+
+    Sys::Mutex lock;
+    Sys::Condition idle;  // a runner has ended, or a connection while the service stops
+    std::unordered_map<std::uint64_t, Slot> slots GUARDED_BY(lock);
+    std::uint64_t nextId GUARDED_BY(lock);
+    TimePoint timerDue GUARDED_BY(lock) = TimePoint::max();
+    TimePoint acceptResume GUARDED_BY(lock) = TimePoint::max();
+    bool acceptIsPaused GUARDED_BY(lock) = false;
+    bool acceptErrorWasLogged GUARDED_BY(lock) = false;
+    bool boundWasLogged GUARDED_BY(lock) = false;
+    std::size_t runners GUARDED_BY(lock) = 0;         // that do not wait aside
+    std::size_t runnersAside GUARDED_BY(lock) = 0;    // that wait for a client
+    std::size_t runnersWaiting GUARDED_BY(lock) = 0;  // of `runners`, in epoll_wait
+    bool started GUARDED_BY(lock) = false;
+};
+
+// CreateHttpSvc with times of the caller's choice.
+Ref<HttpService> CreateHttpSvc(const Ref<System::ServerSocket>& socket,
+                               const Ref<Service::Logger>& logger, const HeaderDefinitions& headers,
+                               const HttpTimes& times);
+
+}  // namespace Pellmar::Http
