@@ -1,0 +1,288 @@
+#include "support/daemon_process.h"
+
+#include "support/deadline.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstddef>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <regex>
+#include <sstream>
+#include <stdexcept>
+#include <system_error>
+#include <tuple>
+#include <utility>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/inotify.h>
+#include <sys/mman.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/syscall.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace Test {
+namespace {
+
+int OrThrow(int result, const char* what) {
+    if (result < 0) {
+        const int error = errno;
+        throw std::system_error(error, std::generic_category(), what);
+    }
+    return result;
+}
+
+// A datagram socket with an abstract address that the kernel picks, as NOTIFY_SOCKET names it.
+std::pair<Sys::OwnedFd, std::string> MakeNotificationSocket() {
+    Sys::OwnedFd socket(
+        OrThrow(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0), "notification socket"));
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    socklen_t size = sizeof(address.sun_family);
+    OrThrow(::bind(socket.Get(), reinterpret_cast<const sockaddr*>(&address), size), "its address");
+    size = sizeof(address);
+    OrThrow(::getsockname(socket.Get(), reinterpret_cast<sockaddr*>(&address), &size),
+            "its address");
+    const std::size_t nameSize = size - offsetof(sockaddr_un, sun_path) - 1;
+    return {std::move(socket), "@" + std::string(address.sun_path + 1, nameSize)};
+}
+
+// The environment of the test, with that of a service manager and of `options` in place of its own.
+std::vector<std::string> MakeEnvironment(const DaemonOptions& options,
+                                         const std::string& notifySocket) {
+    std::vector<std::string> environment;
+    for (char** variable = environ; *variable != nullptr; ++variable) {
+        const std::string_view text(*variable);
+        if (!text.starts_with("SENTREL_") && !text.starts_with("NOTIFY_SOCKET=") &&
+            !text.starts_with("JOURNAL_STREAM=") && !text.starts_with("WATCHDOG_")) {
+            environment.emplace_back(text);
+        }
+    }
+    environment.push_back("NOTIFY_SOCKET=" + notifySocket);
+    if (!options.root.empty()) {
+        environment.push_back("SENTREL_ROOT=" + options.root);
+    }
+    if (!options.logLevel.empty()) {
+        environment.push_back("SENTREL_LOG_LEVEL=" + options.logLevel);
+    }
+    return environment;
+}
+
+std::vector<char*> ToPointers(std::vector<std::string>& texts) {
+    std::vector<char*> pointers;
+    for (std::string& text : texts) {
+        pointers.push_back(text.data());
+    }
+    pointers.push_back(nullptr);
+    return pointers;
+}
+
+// Everything that the child needs, made before it exists: between fork and exec only
+// async-signal-safe calls may run.
+struct Launch {
+    const DaemonOptions& options;
+    int standardError;
+    pid_t parent;
+    char* const* arguments;
+    char* const* environment;
+};
+
+[[noreturn]] void RunChild(const Launch& launch) {
+    const DaemonOptions& options = launch.options;
+    bool ready = ::prctl(PR_SET_PDEATHSIG, SIGKILL) == 0 && ::getppid() == launch.parent &&
+                 ::dup2(launch.standardError, STDERR_FILENO) >= 0;
+    if (options.maxDescriptors > 0) {
+        const rlimit limit{options.maxDescriptors, options.maxDescriptors};
+        ready = ready && ::setrlimit(RLIMIT_NOFILE, &limit) == 0;
+    }
+    if (!options.workingDirectory.empty()) {
+        ready = ready && ::chdir(options.workingDirectory.c_str()) == 0;
+    }
+    if (options.startWithPendingStop) {
+        sigset_t stop;
+        sigemptyset(&stop);
+        sigaddset(&stop, SIGTERM);
+        ready = ready && ::sigprocmask(SIG_BLOCK, &stop, nullptr) == 0 && ::raise(SIGTERM) == 0;
+    }
+    for (const int descriptor : options.closedDescriptors) {
+        ::close(descriptor);
+    }
+    if (ready) {
+        ::execve(options.program.c_str(), launch.arguments, launch.environment);
+    }
+    ::_exit(127);
+}
+
+}  // namespace
+
+DaemonProcess::DaemonProcess(const DaemonOptions& options)
+    : log(OrThrow(::memfd_create("daemon-log", MFD_CLOEXEC), "a file for the log")),
+      logChanges(OrThrow(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK), "watching the log")) {
+    const std::string logPath = "/proc/self/fd/" + std::to_string(log.Get());
+    OrThrow(::inotify_add_watch(logChanges.Get(), logPath.c_str(), IN_MODIFY), "watching the log");
+    std::string notifySocket;
+    std::tie(notifications, notifySocket) = MakeNotificationSocket();
+
+    std::vector<std::string> arguments = options.arguments;
+    arguments.insert(arguments.begin(), options.program);
+    std::vector<std::string> environment = MakeEnvironment(options, notifySocket);
+    const std::vector<char*> argumentPointers = ToPointers(arguments);
+    const std::vector<char*> environmentPointers = ToPointers(environment);
+    const Launch launch{options, options.standardError >= 0 ? options.standardError : log.Get(),
+                        ::getpid(), argumentPointers.data(), environmentPointers.data()};
+    pid = OrThrow(::fork(), "starting the daemon");
+    if (pid == 0) {
+        RunChild(launch);
+    }
+    process.Reset(static_cast<int>(::syscall(SYS_pidfd_open, pid, 0)));
+    OrThrow(process.Get(), "a handle on the daemon");
+}
+
+DaemonProcess::~DaemonProcess() {
+    Kill();
+    if (testing::Test::HasFailure()) {
+        std::cerr << "Log of the daemon:\n" << Log() << std::flush;
+    }
+}
+
+bool DaemonProcess::WaitUntilReady() {
+    while (Await(notifications.Get(), "the daemon to be ready") == Event::Descriptor) {
+        std::array<char, 512> message{};
+        const ssize_t size = ::recv(notifications.Get(), message.data(), message.size(), 0);
+        const std::string_view text(message.data(),
+                                    static_cast<std::size_t>(std::max<ssize_t>(size, 0)));
+        if (text.find("READY=1") != std::string_view::npos) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool DaemonProcess::IsRunning() const {
+    pollfd entry{process.Get(), POLLIN, 0};
+    return !hasEnded && ::poll(&entry, 1, 0) == 0;
+}
+
+void DaemonProcess::Send(int signal) const {
+    (void)::syscall(SYS_pidfd_send_signal, process.Get(), signal, nullptr, 0);  // it may have ended
+}
+
+int DaemonProcess::WaitForEnd() {
+    if (hasEnded) {
+        return exitStatus;
+    }
+    Await(process.Get(), "the daemon to end");
+    siginfo_t info{};
+    OrThrow(
+        ::waitid(static_cast<idtype_t>(P_PIDFD), static_cast<id_t>(process.Get()), &info, WEXITED),
+        "taking the daemon's status");
+    hasEnded = true;
+    exitStatus = info.si_code == CLD_EXITED ? info.si_status : -info.si_status;
+    return exitStatus;
+}
+
+int DaemonProcess::Stop() {
+    Send(SIGTERM);
+    return WaitForEnd();
+}
+
+void DaemonProcess::Kill() {
+    Send(SIGKILL);
+    WaitForEnd();
+}
+
+bool DaemonProcess::WaitForLog(std::string_view text, std::size_t count) {
+    const std::string awaited = "the log to say \"" + std::string(text) + '"';
+    for (;;) {
+        const bool mayGrow = IsRunning();
+        if (CountLog(text) >= count) {
+            return true;
+        }
+        if (!mayGrow) {
+            return false;
+        }
+        if (Await(logChanges.Get(), awaited) == Event::Descriptor) {
+            std::array<char, 4096> events{};
+            (void)::read(logChanges.Get(), events.data(),
+                         events.size());  // that they came is enough
+        }
+    }
+}
+
+std::string DaemonProcess::Log() const {
+    std::string text;
+    std::array<char, 65536> buffer{};
+    ssize_t count = 0;
+    while ((count = ::pread(log.Get(), buffer.data(), buffer.size(),
+                            static_cast<off_t>(text.size()))) > 0) {
+        text.append(buffer.data(), static_cast<std::size_t>(count));
+    }
+    return text;
+}
+
+std::vector<std::string> DaemonProcess::LogLines() const {
+    static const std::regex kTime(R"(^\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z )");
+    std::vector<std::string> lines;
+    std::istringstream text(Log());
+    for (std::string line; std::getline(text, line);) {
+        lines.push_back(std::regex_replace(line, kTime, ""));
+    }
+    return lines;
+}
+
+std::size_t DaemonProcess::CountLog(std::string_view text) const {
+    std::istringstream all(Log());
+    std::size_t count = 0;
+    for (std::string line; std::getline(all, line);) {
+        if (line.find(text) != std::string::npos) {
+            ++count;
+        }
+    }
+    return count;
+}
+
+std::vector<std::string> DaemonProcess::OpenDescriptors() const {
+    std::vector<std::string> descriptors;
+    const std::string folder = "/proc/" + std::to_string(pid) + "/fd";
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+        std::error_code closedMeanwhile;
+        descriptors.push_back(std::filesystem::read_symlink(entry, closedMeanwhile).string());
+    }
+    std::sort(descriptors.begin(), descriptors.end());
+    return descriptors;
+}
+
+long DaemonProcess::StatusValue(std::string_view name) const {
+    std::ifstream status("/proc/" + std::to_string(pid) + "/status");
+    for (std::string line; std::getline(status, line);) {
+        if (line.starts_with(name) && line[name.size()] == ':') {
+            return std::atol(line.c_str() + name.size() + 1);
+        }
+    }
+    throw std::runtime_error("the daemon's status has no " + std::string(name));
+}
+
+DaemonProcess::Event DaemonProcess::Await(int descriptor, const std::string& awaited) const {
+    const Deadline deadline;
+    std::array<pollfd, 2> entries{pollfd{descriptor, POLLIN, 0}, pollfd{process.Get(), POLLIN, 0}};
+    while (::poll(entries.data(), entries.size(), deadline.MillisecondsLeft()) <= 0) {
+        if (deadline.MillisecondsLeft() == 0) {
+            throw std::runtime_error("waited in vain for " + awaited + "; its log:\n" + Log());
+        }
+    }
+    return entries[0].revents != 0 ? Event::Descriptor : Event::End;
+}
+
+}  // namespace Test
