@@ -1,0 +1,176 @@
+// The floor under a post: the file system calls by which a report is stored and linked, in a loop
+// and without HTTP. What the daemon takes longer than this is what its HTTP and its queues cost.
+#include "command_line.h"
+#include "measurement.h"
+#include "platform/sys/owned_fd.h"
+
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <exception>
+#include <stdexcept>
+#include <string>
+#include <system_error>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace Bench {
+namespace {
+
+constexpr std::size_t kRingFiles = 3;
+
+constexpr char kUsage[] =
+    "usage: bench_intake_floor --directory DIR [--body BYTES] [--threads N] [--names N]\n"
+    "                          [--milliseconds N]\n"
+    "Stores reports named floor0, floor1, ... below DIR (an existing directory) for that time and\n"
+    "prints one line of JSON. The names are shared out among the threads.\n";
+
+// Ends the thread's work when a call of the floor failed.
+void Require(bool done, const char* call, const std::string& path) {
+    if (!done) {
+        throw std::system_error(errno, std::generic_category(), std::string(call) + " " + path);
+    }
+}
+
+// The files of one report name, written as the daemon's report writer does. One thread at a time.
+class Ring {
+  public:
+    Ring(const std::string& directory, const std::string& name)
+        : linkPath(directory + "/" + name + ".json") {
+        for (std::size_t index = 0; index < kRingFiles; ++index) {
+            const std::string fileName = name + "-" + std::to_string(index) + ".json";
+            received.at(index) = directory + "/." + fileName;
+            stored.at(index) = directory + "/" + fileName;
+        }
+    }
+
+    // Stores `body` in the next slot and points the link at it. Throws std::system_error.
+    void Post(const std::string& body) {
+        const std::string& temporary = received.at(slot);
+        const std::string& target = stored.at(slot);
+        slot = (slot + 1) % kRingFiles;
+        WriteNew(temporary, body);
+        struct stat status {};
+        Require(::lstat(temporary.c_str(), &status) == 0, "lstat", temporary);
+        Require(::rename(temporary.c_str(), target.c_str()) == 0, "rename", temporary);
+        if (::lstat(linkPath.c_str(), &status) == 0) {
+            Require(::unlink(linkPath.c_str()) == 0, "unlink", linkPath);
+        }
+        Require(::symlink(target.c_str(), linkPath.c_str()) == 0, "symlink", linkPath);
+    }
+
+  private:
+    static void WriteNew(const std::string& path, const std::string& body) {
+        Sys::OwnedFd file(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0640));
+        Require(file.IsOpen(), "open", path);
+        const ssize_t written = ::write(file.Get(), body.data(), body.size());
+        Require(written == static_cast<ssize_t>(body.size()), "write", path);
+        Require(::close(file.Release()) == 0, "close", path);
+    }
+
+    std::string linkPath;
+    std::array<std::string, kRingFiles> received;
+    std::array<std::string, kRingFiles> stored;
+    std::size_t slot = 0;
+};
+
+struct Plan {
+    std::string directory;
+    std::string body;
+    std::size_t threads = 1;
+    std::size_t names = 1;
+    std::chrono::milliseconds duration{0};
+};
+
+// Posts to every `threads`th name from `first` on, in turn, until the time is over.
+Measurement PostUntilTimeIsOver(const Plan& plan, std::size_t first) {
+    std::vector<Ring> rings;
+    for (std::size_t name = first; name < plan.names; name += plan.threads) {
+        rings.emplace_back(plan.directory, "floor" + std::to_string(name));
+    }
+    Measurement result;
+    for (std::size_t round = 0; round < kRingFiles; ++round) {  // from here on every slot is taken
+        for (Ring& ring : rings) {
+            ring.Post(plan.body);
+            ++result.posts;
+        }
+    }
+    const Clock::time_point start = Clock::now();
+    Clock::time_point before = start;
+    for (std::size_t turn = 0; before - start < plan.duration; ++turn) {
+        rings[turn % rings.size()].Post(plan.body);
+        const Clock::time_point after = Clock::now();
+        result.latencies.push_back(after - before);
+        before = after;
+    }
+    result.posts += result.latencies.size();
+    result.elapsed = before - start;
+    return result;
+}
+
+// Runs the threads and adds their posts up. Throws what the first failed thread threw.
+Measurement Run(const Plan& plan) {
+    std::vector<Measurement> parts(plan.threads);
+    std::vector<std::exception_ptr> failures(plan.threads);
+    std::vector<std::thread> threads;
+    for (std::size_t number = 0; number < plan.threads; ++number) {
+        threads.emplace_back([&, number] {
+            try {
+                parts[number] = PostUntilTimeIsOver(plan, number);
+            } catch (...) {
+                failures[number] = std::current_exception();
+            }
+        });
+    }
+    Measurement sum;
+    for (std::size_t number = 0; number < plan.threads; ++number) {
+        threads[number].join();
+        const Measurement& part = parts[number];
+        sum.latencies.insert(sum.latencies.end(), part.latencies.begin(), part.latencies.end());
+        sum.posts += part.posts;
+        sum.elapsed = std::max(sum.elapsed, part.elapsed);
+    }
+    for (const std::exception_ptr& failure : failures) {
+        if (failure) {
+            std::rethrow_exception(failure);
+        }
+    }
+    return sum;
+}
+
+Plan ReadPlan(CommandLine line) {
+    Plan plan;
+    plan.directory = line.TakeText("directory", "");
+    plan.body.assign(line.TakeNumber("body", 300), 'x');
+    plan.threads = line.TakeNumber("threads", 1);
+    plan.names = line.TakeNumber("names", plan.threads);
+    plan.duration = std::chrono::milliseconds(line.TakeNumber("milliseconds", 1000));
+    line.RefuseOthers();
+    if (plan.directory.empty()) {
+        throw std::invalid_argument("--directory is missing");
+    }
+    if (plan.threads == 0 || plan.names < plan.threads) {
+        throw std::invalid_argument("every thread needs a name of its own: raise --names");
+    }
+    return plan;
+}
+
+}  // namespace
+}  // namespace Bench
+
+int main(int argc, char** argv) {
+    try {
+        Bench::Print(Bench::Run(Bench::ReadPlan(Bench::CommandLine(argc, argv))));
+        return EXIT_SUCCESS;
+    } catch (const std::invalid_argument& error) {
+        (void)std::fprintf(stderr, "bench_intake_floor: %s\n%s", error.what(), Bench::kUsage);
+    } catch (const std::exception& error) {
+        (void)std::fprintf(stderr, "bench_intake_floor: %s\n", error.what());
+    }
+    return EXIT_FAILURE;
+}
