@@ -1,3 +1,5 @@
 #pragma once
 
+#include <outer/library_fwd.hpp>
+
 #include "base/number.h"
