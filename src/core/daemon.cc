@@ -1,0 +1,36 @@
+// The parts are fields, so that an exception on the way leaves them as they are: a failed start
+// ends the process at once.
+#include "core/daemon.h"
+
+#include "platform/pellmar/app.h"
+#include "platform/pellmar/logger.h"
+
+#include <exception>
+
+namespace Sentrel {
+
+void Daemon::Run(const std::string& reportDirectory) {
+    try {
+        Start(reportDirectory);
+        Pellmar::Service::GetApp().Run();
+    } catch (const std::exception& exception) {
+        Pellmar::Service::LogInternal(Pellmar::Service::GetApp().GetLogger(), 3,
+                                      "Exiting due to exception: %1", exception.what());
+        Pellmar::System::QuickExit(1);
+    }
+    TearDown();
+    Pellmar::System::QuickExit(0);
+}
+
+void Daemon::Start(const std::string& reportDirectory) {
+    configReader = Pellmar::Service::GetApp().GetConfig()->GetReader();
+    intakeEndpoint = Pellmar::MakeRef<Endpoint>();
+    intakeEndpoint->Start(configReader, reportDirectory);
+}
+
+void Daemon::TearDown() {
+    intakeEndpoint.Reset();
+    configReader.Reset();
+}
+
+}  // namespace Sentrel
