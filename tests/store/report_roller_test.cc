@@ -1,0 +1,332 @@
+// The roller over real directories: the ring, its start on what is found on disk, and what stands
+// in its way there, left behind by accident or planted.
+#include "store/report_roller.h"
+
+#include "platform/pellmar/exceptions.h"
+#include "platform/pellmar/file.h"
+#include "platform/pellmar/logger.h"
+#include "platform/pellmar/object.h"
+#include "support/captured_log.h"
+#include "support/host_directory.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace {
+
+using Pellmar::Ref;
+using Pellmar::Service::Logger;
+using Sentrel::ReportRoller;
+using Test::CapturedLog;
+using Test::HostDirectory;
+using Test::ReadFile;
+using Test::WriteFile;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+constexpr int kFiles = 3;
+
+// A report directory, and the log of what stores reports there.
+struct Store {
+    CapturedLog log;
+    HostDirectory host;
+    Ref<Logger> logger = Logger::CreateLogger(Logger::sDefaultLogger, "SentrelHandler");
+
+    std::string Directory() const { return host.ReportDirectory() + "/"; }
+    std::string PathOf(std::string_view fileName) const { return host.ReportPath(fileName); }
+
+    Ref<ReportRoller> MakeRoller(std::string_view name = "cpu") const {
+        return Pellmar::MakeRef<ReportRoller>(Directory(), name, kFiles, logger);
+    }
+
+    // The log lines from position `start` on.
+    std::vector<std::string> LinesFrom(std::size_t start) const {
+        std::vector<std::string> lines = log.Lines();
+        lines.erase(lines.begin(), lines.begin() + static_cast<std::ptrdiff_t>(start));
+        return lines;
+    }
+    std::vector<std::string> Failures() const {
+        std::vector<std::string> lines = log.Lines();
+        lines.erase(std::remove_if(lines.begin(), lines.end(),
+                                   [](const std::string& line) { return !line.starts_with("3 "); }),
+                    lines.end());
+        return lines;
+    }
+};
+
+// An open temporary report.
+struct OpenReport {
+    Ref<Pellmar::System::FileWriter> writer;
+    Ref<Pellmar::System::File> file;
+};
+
+OpenReport Open(ReportRoller& roller) {
+    OpenReport report;
+    EXPECT_TRUE(roller.OpenTemporaryReport(report.writer, report.file));
+    return report;
+}
+
+void Write(const OpenReport& report, std::string_view body) {
+    report.writer->Write(body.data(), body.size());
+    report.writer->Close();
+}
+
+// Stores one report; the name of its file.
+std::string StoreReport(ReportRoller& roller, std::string_view body) {
+    const OpenReport report = Open(roller);
+    Write(report, body);
+    roller.Rotate(report.file);
+    return std::string(report.file->GetName().substr(1));
+}
+
+TEST(ReportRoller, FillsTheRingAndPointsTheLinkAtTheNewest) {
+    const Store store;
+    const Ref<ReportRoller> roller = store.MakeRoller();
+    const std::string expectedFiles[] = {"cpu-0.json", "cpu-1.json", "cpu-2.json", "cpu-0.json",
+                                         "cpu-1.json"};
+    int number = 0;
+    for (const std::string& expected : expectedFiles) {
+        const std::string body = "report " + std::to_string(++number);
+        EXPECT_EQ(StoreReport(*roller, body), expected);
+        EXPECT_EQ(store.host.LinkTarget("cpu"), store.Directory() + expected);
+        EXPECT_EQ(store.host.Report("cpu"), body);
+    }
+    EXPECT_THAT(store.host.ReportFiles(),
+                ElementsAre("cpu-0.json", "cpu-1.json", "cpu-2.json", "cpu.json"));
+    EXPECT_EQ(ReadFile(store.PathOf("cpu-2.json")), "report 3");
+}
+
+TEST(ReportRoller, ReceivesTheReportInAHiddenFile) {
+    const Store store;
+    const Ref<ReportRoller> roller = store.MakeRoller();
+    const OpenReport report = Open(*roller);
+    EXPECT_EQ(report.file->GetPath(), store.PathOf(".cpu-0.json"));
+    EXPECT_THAT(store.host.ReportFiles(), ElementsAre(".cpu-0.json"));
+    EXPECT_EQ(ReadFile(store.PathOf(".cpu-0.json")), "");
+}
+
+TEST(ReportRoller, TellsEachStep) {
+    const Store store;
+    const Ref<ReportRoller> roller = store.MakeRoller();
+    StoreReport(*roller, "body");
+    EXPECT_THAT(
+        store.log.Lines(),
+        ElementsAre("7 SentrelHandler: Report symlink-name: " + store.PathOf("cpu.json"),
+                    "7 SentrelHandler: Report name: cpu, base directory: " + store.Directory(),
+                    "7 SentrelHandler: Index: 0",
+                    "6 SentrelHandler: Temporary report name: " + store.PathOf(".cpu-0.json"),
+                    "7 SentrelHandler: Rotated filename: cpu-0.json"));
+}
+
+TEST(ReportRoller, ContinuesAfterTheHighestIndexOnRestart) {
+    const struct {
+        std::string name;
+        std::vector<std::string> present;
+        std::string next;
+    } rows[] = {
+        {"cpu", {}, "cpu-0.json"},
+        {"cpu", {"cpu-0.json"}, "cpu-1.json"},
+        {"cpu", {"cpu-1.json"}, "cpu-2.json"},
+        {"cpu", {"cpu-0.json", "cpu-1.json", "cpu-2.json"}, "cpu-0.json"},
+        {"cpu", {"cpu-2.json", "cpu-0.json"}, "cpu-0.json"},
+        {"cpu", {"cpu-1.json", "cpu-7.json"}, "cpu-0.json"},
+        {"cpu", {"cpu-3.json"}, "cpu-0.json"},
+        {"cpu", {"cpu-10.json", ".cpu-1.json", "mem-1.json", "cpu-1.jso"}, "cpu-0.json"},
+        {"a.b", {"aXb-1.json"}, "a.b-2.json"},
+        {"a.b", {"a.b-0.json", "aXb-1.json"}, "a.b-2.json"},
+        {"aXb", {"a.b-1.json"}, "aXb-0.json"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name + " among " + testing::PrintToString(row.present));
+        const Store store;
+        for (const std::string& fileName : row.present) {
+            WriteFile(store.PathOf(fileName), "old");
+        }
+        EXPECT_EQ(StoreReport(*store.MakeRoller(row.name), "new"), row.next);
+        EXPECT_EQ(store.host.Report(row.name), "new");
+    }
+}
+
+TEST(ReportRoller, CountsOnlyFilesOnRestart) {
+    const Store store;
+    WriteFile(store.PathOf("cpu-0.json"), "old");
+    std::filesystem::create_directory(store.PathOf("cpu-1.json"));
+    std::filesystem::create_symlink(store.PathOf("cpu-0.json"), store.PathOf("cpu-2.json"));
+    const OpenReport report = Open(*store.MakeRoller());
+    EXPECT_EQ(report.file->GetName(), ".cpu-1.json");
+}
+
+TEST(ReportRoller, ContinuesWhereverTheLinkPointedOnRestart) {
+    const Store store;
+    StoreReport(*store.MakeRoller(), "first");
+    StoreReport(*store.MakeRoller(), "second");
+    std::filesystem::remove(store.PathOf("cpu.json"));
+    std::filesystem::create_symlink(store.PathOf("cpu-0.json"), store.PathOf("cpu.json"));
+    EXPECT_EQ(StoreReport(*store.MakeRoller(), "third"), "cpu-2.json");
+    EXPECT_EQ(store.host.Report("cpu"), "third");
+}
+
+TEST(ReportRoller, LooksAtTheDirectoryOnlyOnce) {
+    const Store store;
+    const Ref<ReportRoller> roller = store.MakeRoller();
+    StoreReport(*roller, "first");
+    WriteFile(store.PathOf("cpu-2.json"), "planted");
+    EXPECT_EQ(StoreReport(*roller, "second"), "cpu-1.json");
+}
+
+TEST(ReportRoller, RefusesNamesThatBreakTheRule) {
+    const Store store;
+    for (const std::string name : {"", "cpu load", "a/b", "cpu\n"}) {
+        SCOPED_TRACE(testing::PrintToString(name));
+        try {
+            store.MakeRoller(name);
+            ADD_FAILURE() << "accepted";
+        } catch (const Pellmar::InvalidArgumentException& exception) {
+            EXPECT_EQ(exception.what(), "'" + name + "' contains unexpected regex meta characters" +
+                                            std::string(19, ' ') +
+                                            "(expected regex '[a-zA-Z0-9_.-]+')");
+        }
+    }
+    EXPECT_THAT(store.log.Lines(), IsEmpty());
+}
+
+TEST(ReportRoller, RefusesABaseDirectoryThatIsNone) {
+    const Store store;
+    WriteFile(store.PathOf("file"), "");
+    for (const std::string& directory :
+         {std::string(), store.PathOf("missing/"), store.PathOf("file")}) {
+        SCOPED_TRACE(directory);
+        const std::size_t before = store.log.Lines().size();
+        try {
+            const ReportRoller roller(directory, "cpu", kFiles, store.logger);
+            ADD_FAILURE() << "accepted";
+        } catch (const Pellmar::InvalidArgumentException& exception) {
+            EXPECT_EQ(exception.what(), "'" + directory + "' is not a directory");
+        }
+        EXPECT_THAT(store.LinesFrom(before),
+                    ElementsAre("7 SentrelHandler: Report symlink-name: " + directory + "cpu.json",
+                                "3 SentrelHandler: Invalid directory: " + directory));
+    }
+}
+
+TEST(ReportRoller, UsesUpTheIndexOfAFileThatCannotBeMade) {
+    const Store store;
+    const Ref<ReportRoller> roller = store.MakeRoller();
+    StoreReport(*roller, "first");
+    std::filesystem::create_directory(store.PathOf(".cpu-1.json"));
+
+    OpenReport report;
+    EXPECT_FALSE(roller->OpenTemporaryReport(report.writer, report.file));
+    ASSERT_EQ(store.Failures().size(), 1U);
+    EXPECT_TRUE(store.Failures()[0].starts_with("3 SentrelHandler: Caught "));
+    EXPECT_TRUE(store.Failures()[0].ends_with(" while attempting to create file: " +
+                                              store.PathOf(".cpu-1.json")));
+    EXPECT_EQ(store.host.Report("cpu"), "first");
+    EXPECT_EQ(StoreReport(*roller, "next"), "cpu-2.json");
+}
+
+TEST(ReportRoller, StaysUsableWhenTheDirectoryCannotBeRead) {
+    const Store store;
+    const Ref<ReportRoller> roller = store.MakeRoller();
+    std::filesystem::remove(store.Directory());
+    OpenReport report;
+    EXPECT_THROW(roller->OpenTemporaryReport(report.writer, report.file), Pellmar::IOException);
+
+    std::filesystem::create_directory(store.Directory());
+    WriteFile(store.PathOf("cpu-1.json"), "old");
+    EXPECT_EQ(StoreReport(*roller, "new"), "cpu-2.json");
+}
+
+TEST(ReportRoller, KeepsTheLinkWhenTheTemporaryFileIsGone) {
+    const Store store;
+    const Ref<ReportRoller> roller = store.MakeRoller();
+    StoreReport(*roller, "first");
+    const OpenReport report = Open(*roller);
+    Write(report, "second");
+    std::filesystem::remove(store.PathOf(".cpu-1.json"));
+
+    roller->Rotate(report.file);
+    EXPECT_THAT(store.Failures(), ElementsAre("3 SentrelHandler: File object not present: " +
+                                              store.PathOf(".cpu-1.json")));
+    EXPECT_EQ(store.host.Report("cpu"), "first");
+}
+
+TEST(ReportRoller, KeepsLinkAndTemporaryFileWhenTheMoveFails) {
+    const Store store;
+    const Ref<ReportRoller> roller = store.MakeRoller();
+    StoreReport(*roller, "first");
+    std::filesystem::create_directory(store.PathOf("cpu-1.json"));
+
+    StoreReport(*roller, "second");
+    EXPECT_THAT(store.Failures(), ElementsAre("3 SentrelHandler: Failed to rename the file to " +
+                                              store.PathOf("cpu-1.json")));
+    EXPECT_EQ(store.host.Report("cpu"), "first");
+    EXPECT_EQ(ReadFile(store.PathOf(".cpu-1.json")), "second");
+    EXPECT_EQ(StoreReport(*roller, "third"), "cpu-2.json");
+    EXPECT_EQ(store.host.Report("cpu"), "third");
+}
+
+TEST(ReportRoller, LeavesWhatIsNoLinkAtTheLinkPath) {
+    const struct {
+        std::string kind;
+        std::function<void(const std::string& path)> make;
+    } rows[] = {
+        {"file", [](const std::string& path) { WriteFile(path, "kept"); }},
+        {"directory", [](const std::string& path) { std::filesystem::create_directory(path); }},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.kind);
+        const Store store;
+        row.make(store.PathOf("cpu.json"));
+        const Ref<ReportRoller> roller = store.MakeRoller();
+        EXPECT_EQ(StoreReport(*roller, "first"), "cpu-0.json");
+        EXPECT_EQ(StoreReport(*roller, "second"), "cpu-1.json");
+
+        EXPECT_FALSE(std::filesystem::is_symlink(store.PathOf("cpu.json")));
+        EXPECT_EQ(ReadFile(store.PathOf("cpu-1.json")), "second");
+        EXPECT_EQ(store.Failures().size(), 2U);  // one a post, from the framework
+        std::filesystem::remove(store.PathOf("cpu.json"));
+        StoreReport(*roller, "third");
+        EXPECT_EQ(store.host.Report("cpu"), "third");
+    }
+}
+
+TEST(ReportRoller, FollowsNoLinkThatWasPlanted) {
+    const struct {
+        std::string path;
+        void (*plant)(const std::filesystem::path& victim, const std::filesystem::path& path);
+    } rows[] = {
+        {".cpu-0.json", std::filesystem::create_symlink},
+        {".cpu-0.json", std::filesystem::create_hard_link},
+        {"cpu-0.json", std::filesystem::create_symlink},
+        {"cpu-0.json", std::filesystem::create_hard_link},
+        {"cpu.json", std::filesystem::create_symlink},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.path);
+        const Store store;
+        const std::string victim = store.host.Base() + "victim";
+        WriteFile(victim, "untouched");
+        row.plant(victim, store.PathOf(row.path));
+
+        const Ref<ReportRoller> roller = store.MakeRoller();
+        for (const std::string body : {"first", "second", "third", "fourth"}) {
+            StoreReport(*roller, body);
+            EXPECT_EQ(store.host.Report("cpu"), body);
+        }
+        EXPECT_EQ(ReadFile(victim), "untouched");
+        EXPECT_THAT(store.host.ReportFiles(),
+                    ElementsAre("cpu-0.json", "cpu-1.json", "cpu-2.json", "cpu.json"));
+        EXPECT_TRUE(std::filesystem::is_regular_file(
+            std::filesystem::symlink_status(store.PathOf("cpu-0.json"))));
+    }
+}
+
+}  // namespace
