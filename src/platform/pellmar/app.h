@@ -22,9 +22,12 @@ struct AppInfo {
 // The one application of the process; from GetApp, after InitApp.
 class App {
   public:
-    const AppInfo& GetInfo() const;
-    const Ref<Logger>& GetLogger() const;
-    const Ref<Config>& GetConfig() const;
+    const AppInfo& GetInfo() const { return info; }
+    // Logger::sDefaultLogger.
+    const Ref<Logger>& GetLogger() const { return Logger::sDefaultLogger; }
+    // What InitApp was given.
+    const Ref<Config>& GetConfig() const { return config; }
+    // On the pool of the process and the monotonic clock; made at first use, never destroyed.
     System::Scheduler& GetScheduler();
     // Blocks until SIGTERM or SIGINT arrives (one that arrived since InitApp ends it at once).
     // Tells the service manager READY=1 on entry and STOPPING=1 at the end, and feeds its watchdog.
@@ -34,6 +37,9 @@ class App {
   private:
     friend void InitApp(const Ref<Config>& config);
     friend void SetAppInfo(const AppInfo& info);
+    friend App& GetApp();
+
+    App() = default;
 
     AppInfo info;
     Ref<Config> config;
