@@ -1,0 +1,234 @@
+"""Starts and stops what is measured: the daemon on a root of its own, and nginx that stores PUT bodies.
+
+Everything they write lies below the folder that they are given, which the caller makes and removes.
+"""
+
+import json
+import os
+import select
+import shutil
+import signal
+import socket
+import subprocess
+import time
+
+import process_stats
+
+START_SECONDS = 10  # a server that is not ready after so long has failed
+STOP_SECONDS = 10
+LOG_TAIL_BYTES = 2000
+
+
+class BenchFailure(Exception):
+    """Its text tells the user what happened and what to do next."""
+
+
+def free_port():
+    with socket.socket() as probe:
+        probe.bind(("127.0.0.1", 0))
+        return probe.getsockname()[1]
+
+
+def write_file(path, text):
+    os.makedirs(os.path.dirname(path), exist_ok=True)
+    with open(path, "w", encoding="utf-8") as file:
+        file.write(text)
+
+
+class Server:
+    """A started process with a log; `load_arguments` make the load generator post to it."""
+
+    def __init__(self, name, folder):
+        self.name = name
+        self.process = None
+        self.log_path = os.path.join(folder, name + ".log")
+
+    def spawn(self, command, environment=None):
+        with open(self.log_path, "ab") as log:
+            # In a session of its own, so that an interrupt ends this program first, which then ends the server.
+            self.process = subprocess.Popen(command, env=environment, stdin=subprocess.DEVNULL, stdout=log,
+                                            stderr=log, start_new_session=True)
+
+    def pids(self):
+        return [self.process.pid]
+
+    def cpu_seconds(self):
+        return sum(process_stats.cpu_seconds(pid) for pid in self.pids())
+
+    def waits(self):
+        return sum(process_stats.voluntary_switches(pid) for pid in self.pids())
+
+    def fail(self, what):
+        with open(self.log_path, "rb") as log:
+            log.seek(max(0, os.path.getsize(self.log_path) - LOG_TAIL_BYTES))
+            tail = log.read().decode(errors="replace").strip()
+        raise BenchFailure(f"{self.name} {what}. The end of its log:\n{tail or '(empty)'}")
+
+    def check_alive(self):
+        if self.process.poll() is not None:
+            self.fail(f"has ended with status {self.process.returncode}")
+
+    def stop(self):
+        """Ends the server, by force if it must be. Returns its exit status, None when it was not running."""
+        if self.process is None:
+            return None
+        self.process.send_signal(signal.SIGTERM)
+        try:
+            status = self.process.wait(STOP_SECONDS)
+        except subprocess.TimeoutExpired:
+            status = None
+        finally:
+            try:
+                os.killpg(self.process.pid, signal.SIGKILL)  # its group may outlive it
+            except ProcessLookupError:
+                pass
+            self.process.wait()
+            self.process = None
+        if status is None:
+            self.fail(f"did not end {STOP_SECONDS} s after SIGTERM and was killed")
+        return status
+
+
+class Daemon(Server):
+    """Default settings but for the port; its log goes to a file."""
+
+    def __init__(self, binary, folder):
+        super().__init__("sentrel", folder)
+        self.binary = binary
+        self.root = os.path.join(folder, "root")
+        self.reports = os.path.join(folder, "reports")
+        self.notify_path = os.path.join(folder, "notify")
+        self.port = free_port()
+        os.makedirs(self.reports)
+        write_file(os.path.join(self.root, "etc/korvex/tabulon/oru/health/sentrel.json"),
+                   json.dumps({"http_port": self.port}))
+        os.makedirs(os.path.join(self.root, "usr/lib/korvex/sentrel/plugins/bin"))
+        self.load_arguments = ["--port", str(self.port)]
+
+    def start(self):
+        """Returns the seconds from just before the fork until it listens."""
+        with socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM) as notify:
+            notify.bind(self.notify_path)
+            try:
+                notify.settimeout(START_SECONDS)
+                before = time.monotonic()
+                self.spawn([self.binary, "-r", self.reports],
+                           {"SENTREL_ROOT": self.root, "NOTIFY_SOCKET": self.notify_path})
+                self._wait_until_ready(notify)
+                seconds = time.monotonic() - before
+            finally:
+                os.unlink(self.notify_path)
+        with socket.create_connection(("127.0.0.1", self.port), START_SECONDS):
+            return seconds
+
+    def _wait_until_ready(self, notify):
+        ended = os.pidfd_open(self.process.pid)
+        try:
+            while True:
+                ready, _, _ = select.select([notify, ended], [], [], START_SECONDS)
+                if notify in ready:
+                    if b"READY=1" in notify.recv(4096).split(b"\n"):
+                        return
+                elif ended in ready:
+                    self.check_alive()
+                else:
+                    self.fail(f"did not say that it is ready within {START_SECONDS} s")
+        finally:
+            os.close(ended)
+
+    def stop(self):
+        status = super().stop()
+        if status not in (0, None):
+            self.fail(f"ended with status {status} after SIGTERM")
+        return status
+
+    def clear_log(self):
+        """Empties the log. Raises BenchFailure when a failure stands in it."""
+        with open(self.log_path, "r+b") as log:
+            for line in log:
+                if line[24:27] == b" 3 ":
+                    raise BenchFailure(f"sentrel logged a failure under load: {line.decode(errors='replace').strip()}")
+            log.truncate(0)
+
+    def check_stored(self, path, body):
+        """The newest report of the name is there and whole."""
+        link = os.path.join(self.reports, path + "0.json")
+        if not os.path.islink(link) or os.path.getsize(link) != body:
+            raise BenchFailure(f"{link} is no link to a report of {body} bytes, though posts of it were answered with 200")
+
+
+class Nginx(Server):
+    """Two workers; stores what is PUT as files, and logs each request as the daemon does."""
+
+    CONFIGURATION = """
+daemon off;
+user root;
+worker_processes 2;
+pid {folder}/nginx.pid;
+error_log {folder}/nginx-error.log;
+events {{ worker_connections 1024; }}
+http {{
+    access_log {folder}/nginx-access.log;
+    client_body_temp_path {folder}/nginx-body;
+    proxy_temp_path {folder}/nginx-proxy;
+    fastcgi_temp_path {folder}/nginx-fastcgi;
+    uwsgi_temp_path {folder}/nginx-uwsgi;
+    scgi_temp_path {folder}/nginx-scgi;
+    client_max_body_size 1m;
+    client_body_buffer_size {body_buffer};
+    keepalive_requests 1000000000;
+    keepalive_timeout 300s;
+    server {{
+        listen 127.0.0.1:{port};
+        root {folder}/nginx-files;
+        dav_methods PUT;
+    }}
+}}
+"""
+    BODY_BUFFER = "1m"  # of 16k, 64k and 1m the one with which nginx was fastest
+
+    def __init__(self, folder):
+        super().__init__("nginx", folder)
+        self.binary = shutil.which("nginx") or shutil.which("nginx", path="/usr/sbin:/usr/local/sbin")
+        if self.binary is None:
+            raise BenchFailure("nginx is not installed; install the package nginx-light, or leave it out with "
+                               "--targets sentrel,floor")
+        self.folder = folder
+        self.files = os.path.join(folder, "nginx-files")
+        self.port = free_port()
+        self.workers = []
+        os.makedirs(self.files)
+        self.configuration = os.path.join(folder, "nginx.conf")
+        write_file(self.configuration,
+                   self.CONFIGURATION.format(folder=folder, port=self.port, body_buffer=self.BODY_BUFFER))
+        # The first PUT of a file is answered with 201, those that replace it with 204.
+        self.load_arguments = ["--port", str(self.port), "--method", "PUT", "--expect", "201,204"]
+
+    def start(self):
+        self.spawn([self.binary, "-p", self.folder, "-c", self.configuration, "-e", self.log_path])
+        deadline = time.monotonic() + START_SECONDS
+        while time.monotonic() < deadline:
+            self.check_alive()
+            self.workers = process_stats.children(self.process.pid)
+            if len(self.workers) == 2 and self._accepts():
+                return
+            time.sleep(0.005)
+        self.fail(f"did not listen within {START_SECONDS} s")
+
+    def _accepts(self):
+        try:
+            with socket.create_connection(("127.0.0.1", self.port), 1):
+                return True
+        except OSError:
+            return False
+
+    def pids(self):
+        return self.workers
+
+    def clear_log(self):
+        os.truncate(os.path.join(self.folder, "nginx-access.log"), 0)
+
+    def check_stored(self, path, body):
+        file = os.path.join(self.files, path + "0")
+        if os.path.getsize(file) != body:
+            raise BenchFailure(f"{file} does not hold {body} bytes, though PUTs of it were answered with 204")
