@@ -98,6 +98,7 @@ class Daemon(Server):
         self.root = os.path.join(folder, "root")
         self.reports = os.path.join(folder, "reports")
         self.notify_path = os.path.join(folder, "notify")
+        self.notify = None
         self.port = free_port()
         os.makedirs(self.reports)
         write_file(os.path.join(self.root, "etc/korvex/tabulon/oru/health/sentrel.json"),
@@ -107,27 +108,23 @@ class Daemon(Server):
 
     def start(self):
         """Returns the seconds from just before the fork until it listens."""
-        with socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM) as notify:
-            notify.bind(self.notify_path)
-            try:
-                notify.settimeout(START_SECONDS)
-                before = time.monotonic()
-                self.spawn([self.binary, "-r", self.reports],
-                           {"SENTREL_ROOT": self.root, "NOTIFY_SOCKET": self.notify_path})
-                self._wait_until_ready(notify)
-                seconds = time.monotonic() - before
-            finally:
-                os.unlink(self.notify_path)
+        self.notify = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
+        self.notify.bind(self.notify_path)
+        before = time.monotonic()
+        self.spawn([self.binary, "-r", self.reports],
+                   {"SENTREL_ROOT": self.root, "NOTIFY_SOCKET": self.notify_path})
+        self._wait_until_ready()
+        seconds = time.monotonic() - before
         with socket.create_connection(("127.0.0.1", self.port), START_SECONDS):
             return seconds
 
-    def _wait_until_ready(self, notify):
+    def _wait_until_ready(self):
         ended = os.pidfd_open(self.process.pid)
         try:
             while True:
-                ready, _, _ = select.select([notify, ended], [], [], START_SECONDS)
-                if notify in ready:
-                    if b"READY=1" in notify.recv(4096).split(b"\n"):
+                ready, _, _ = select.select([self.notify, ended], [], [], START_SECONDS)
+                if self.notify in ready:
+                    if b"READY=1" in self.notify.recv(4096).split(b"\n"):
                         return
                 elif ended in ready:
                     self.check_alive()
@@ -137,7 +134,13 @@ class Daemon(Server):
             os.close(ended)
 
     def stop(self):
-        status = super().stop()
+        try:
+            status = super().stop()
+        finally:
+            if self.notify is not None:
+                self.notify.close()
+                os.unlink(self.notify_path)
+                self.notify = None
         if status not in (0, None):
             self.fail(f"ended with status {status} after SIGTERM")
         return status
