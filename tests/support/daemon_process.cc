@@ -214,10 +214,15 @@ bool DaemonProcess::WaitForLog(std::string_view text, std::size_t count) {
             return false;
         }
         if (Await(logChanges.Get(), awaited) == Event::Descriptor) {
-            std::array<char, 4096> events{};
-            (void)::read(logChanges.Get(), events.data(),
-                         events.size());  // that they came is enough
+            DrainLogChanges();
         }
+    }
+}
+
+// That something changed is enough to know.
+void DaemonProcess::DrainLogChanges() const {
+    std::array<char, 4096> events{};
+    while (::read(logChanges.Get(), events.data(), events.size()) > 0) {
     }
 }
 

@@ -80,6 +80,7 @@ class DaemonProcess {
 
     // Blocks until `descriptor` is readable or the program has ended.
     Event Await(int descriptor, const std::string& awaited) const;
+    void DrainLogChanges() const;
 
     Sys::OwnedFd notifications;
     Sys::OwnedFd log;

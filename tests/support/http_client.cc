@@ -10,6 +10,7 @@
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <strings.h>
 #include <sys/socket.h>
 
@@ -96,6 +97,8 @@ RawConnection::RawConnection(int port, const std::string& address) {
         const int error = errno;
         throw std::system_error(error, std::generic_category(), "connecting to " + address);
     }
+    const int on = 1;  // each Send is a packet of its own
+    (void)::setsockopt(socket.Get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof(on));
 }
 
 bool RawConnection::Send(std::string_view bytes) {

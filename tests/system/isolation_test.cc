@@ -1,0 +1,103 @@
+// Clients that stall hold up themselves and their own report name, and nobody else.
+#include "support/http_client.h"
+#include "system/scenario.h"
+
+#include <gtest/gtest.h>
+
+#include <deque>
+#include <string>
+#include <string_view>
+
+namespace {
+
+using ::Test::HttpClient;
+using ::Test::PostRequest;
+using ::Test::RawConnection;
+using ::Test::ReportDocument;
+
+// A post that has begun, with the end of its body not yet sent.
+struct StalledPost {
+    explicit StalledPost(const std::string& name) : name(name) {
+        const std::string request = PostRequest("/" + name, ReportDocument(name));
+        connection.Send(std::string_view(request).substr(0, request.size() - 2));
+    }
+
+    const std::string name;
+    RawConnection connection;
+};
+
+class Isolation : public Scenario {
+  protected:
+    void Stall(int count) {
+        for (int number = 0; number < count; ++number) {
+            stalled.emplace_back("stalled" + std::to_string(number));
+        }
+    }
+
+    void ExpectThatAllEndWell() {
+        for (StalledPost& post : stalled) {
+            SCOPED_TRACE(post.name);
+            post.connection.Send("}}");
+            const auto response = post.connection.ReadResponse();
+            ASSERT_TRUE(response.has_value());
+            EXPECT_EQ(response->status, 200);
+            EXPECT_EQ(host.Report(post.name), ReportDocument(post.name));
+        }
+    }
+
+    std::deque<StalledPost> stalled;
+};
+
+TEST_F(Isolation, AHundredStalledPostsDelayNoOtherName) {
+    Start();
+    Stall(100);
+    ASSERT_TRUE(daemon->WaitForLog("Temporary report name", 100));
+    HttpClient client;
+    for (int number = 0; number < 100; ++number) {
+        EXPECT_EQ(client.Post("/cpu", ReportDocument("cpu")), 200);
+    }
+    EXPECT_EQ(host.Report("cpu"), ReportDocument("cpu"));
+    ExpectThatAllEndWell();
+}
+
+TEST_F(Isolation, ASlowNameHoldsUpItselfAlone) {
+    Start();
+    StalledPost slow("slow");
+    ASSERT_TRUE(daemon->WaitForLog("Temporary report name"));
+    std::deque<RawConnection> waiting;
+    for (int number = 0; number < 20; ++number) {
+        waiting.emplace_back().Send(PostRequest("/slow", std::to_string(number)));
+    }
+    ASSERT_TRUE(daemon->WaitForLog("Retrieved report rotation", 20));
+    EXPECT_EQ(HttpClient().Post("/cpu", "{}"), 200);
+    EXPECT_EQ(daemon->CountLog("Rotated filename: slow"), 0U);
+
+    slow.connection.Send("}}");
+    EXPECT_EQ(slow.connection.ReadResponse()->status, 200);
+    for (RawConnection& connection : waiting) {
+        EXPECT_EQ(connection.ReadResponse()->status, 200);
+    }
+    EXPECT_EQ(daemon->CountLog("Rotated filename: slow"), 21U);
+}
+
+TEST_F(Isolation, MorePostsThanAreReadAtATimeWaitAndAreAllStored) {
+    Start();
+    Stall(300);
+    EXPECT_TRUE(daemon->WaitForLog("Report Name: /stalled", 300));
+    // 256 are being read; the others, whichever they are, begin as those end.
+    EXPECT_TRUE(daemon->WaitForLog("Temporary report name", 256));
+    EXPECT_EQ(daemon->CountLog("Temporary report name"), 256U);
+    EXPECT_LE(daemon->StatusValue("Threads"), 512 + 1);
+    for (StalledPost& post : stalled) {
+        post.connection.Send("}}");
+    }
+    for (StalledPost& post : stalled) {
+        const auto response = post.connection.ReadResponse();
+        ASSERT_TRUE(response.has_value()) << post.name;
+        EXPECT_EQ(response->status, 200) << post.name;
+        EXPECT_EQ(host.Report(post.name), ReportDocument(post.name));
+    }
+    EXPECT_EQ(daemon->Stop(), 0);
+}
+
+}  // namespace

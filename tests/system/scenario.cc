@@ -1,0 +1,45 @@
+#include "system/scenario.h"
+
+#include "support/network_namespace.h"
+
+#include <stdexcept>
+
+namespace {
+
+class NamespaceEnvironment : public testing::Environment {
+  public:
+    void SetUp() override { Test::EnterNetworkNamespace(); }
+};
+
+// Owned by GoogleTest. Not when tests are only listed.
+[[maybe_unused]] const testing::Environment* const kNamespace =
+    testing::AddGlobalTestEnvironment(new NamespaceEnvironment);
+
+}  // namespace
+
+::Test::DaemonOptions Scenario::Options() const {
+    ::Test::DaemonOptions options;
+    options.program = SENTREL_DAEMON_PATH;
+    options.arguments = {"-r", host.ReportDirectory()};
+    options.root = host.Root();
+    return options;
+}
+
+::Test::DaemonProcess& Scenario::Start(const ::Test::DaemonOptions& options) {
+    daemon.emplace(options);
+    if (!daemon->WaitUntilReady()) {
+        throw std::runtime_error("the daemon ended instead of serving");
+    }
+    return *daemon;
+}
+
+std::vector<std::string> Scenario::LogFrom(std::size_t first, std::string_view prefix) const {
+    std::vector<std::string> found;
+    const std::vector<std::string> lines = daemon->LogLines();
+    for (std::size_t index = first; index < lines.size(); ++index) {
+        if (lines[index].starts_with(prefix)) {
+            found.push_back(lines[index]);
+        }
+    }
+    return found;
+}

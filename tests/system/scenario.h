@@ -1,0 +1,30 @@
+// What the scenarios of the whole daemon share: a host of its own, and the daemon started on it.
+// The process lives in its own network namespace (scenario.cc), so ports are those of a real host.
+#pragma once
+
+#include "support/daemon_process.h"
+#include "support/host_directory.h"
+
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+class Scenario : public testing::Test {
+  protected:
+    // The daemon with `-r` and the report directory, all of its log, and the host as its root.
+    ::Test::DaemonOptions Options() const;
+    // Starts the daemon (the one before is killed) and waits until it serves. Throws when it does
+    // not.
+    ::Test::DaemonProcess& Start(const ::Test::DaemonOptions& options);
+    ::Test::DaemonProcess& Start() { return Start(Options()); }
+
+    // The lines of the log from line `first` on that begin with `prefix`, such as "3
+    // SentrelHandler".
+    std::vector<std::string> LogFrom(std::size_t first, std::string_view prefix) const;
+
+    ::Test::HostDirectory host;
+    std::optional<::Test::DaemonProcess> daemon;
+};

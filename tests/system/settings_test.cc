@@ -1,0 +1,143 @@
+// The daemon's entry of the configuration store: the intake port in all its values, and a store
+// that can't be read.
+#include "support/http_client.h"
+#include "system/scenario.h"
+
+#include <gmock/gmock.h>
+
+#include <string>
+#include <vector>
+
+#include <netdb.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+
+namespace {
+
+using ::Test::HttpClient;
+using ::Test::PostRequest;
+using ::Test::RawConnection;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::StartsWith;
+
+class Settings : public Scenario {
+  protected:
+    // Starts the daemon and expects that it ends with status 1. Gives its log.
+    std::vector<std::string> LogOfFailedStart() {
+        daemon.emplace(Options());
+        EXPECT_EQ(daemon->WaitForEnd(), 1);
+        return daemon->LogLines();
+    }
+};
+
+// The addresses of "localhost", as text.
+std::vector<std::string> LoopbackAddresses() {
+    addrinfo hints{};
+    hints.ai_socktype = SOCK_STREAM;
+    addrinfo* first = nullptr;
+    EXPECT_EQ(::getaddrinfo("localhost", nullptr, &hints, &first), 0);
+    std::vector<std::string> addresses;
+    for (const addrinfo* entry = first; entry != nullptr; entry = entry->ai_next) {
+        char text[NI_MAXHOST];
+        EXPECT_EQ(::getnameinfo(entry->ai_addr, entry->ai_addrlen, text, sizeof(text), nullptr, 0,
+                                NI_NUMERICHOST),
+                  0);
+        addresses.emplace_back(text);
+    }
+    ::freeaddrinfo(first);
+    return addresses;
+}
+
+TEST_F(Settings, ListensOnEveryLoopbackAddressAndOnNoOther) {
+    Start();
+    for (const std::string& address : LoopbackAddresses()) {
+        SCOPED_TRACE(address);
+        RawConnection connection(9996, address);
+        connection.Send(PostRequest("/cpu", "{}"));
+        const auto response = connection.ReadResponse();
+        ASSERT_TRUE(response.has_value());
+        EXPECT_EQ(response->status, 200);
+    }
+    EXPECT_THROW(RawConnection(9996, "127.0.0.2"), std::system_error);
+}
+
+TEST_F(Settings, TakesThePortFromTheHostThenTheVendor) {
+    host.WriteVendorEntry("sentrel", "{\"http_port\": 12345} // the vendor's\n");
+    Start();
+    EXPECT_EQ(HttpClient(12345).Post("/cpu", "{}"), 200);
+    EXPECT_THAT(LogFrom(0, "3 "), IsEmpty());
+    EXPECT_EQ(daemon->Stop(), 0);
+
+    host.WriteStoreEntry("sentrel", R"({"http_port": 12346})");
+    Start();
+    EXPECT_EQ(HttpClient(12346).Post("/cpu", "{}"), 200);
+    EXPECT_THROW(RawConnection(12345), std::system_error);
+}
+
+TEST_F(Settings, CountsAPortOfTheWrongTypeAsMissing) {
+    for (const char* const value : {"\"9997\"", "9997.0", "true", "null", "99999999999"}) {
+        SCOPED_TRACE(value);
+        host.WriteStoreEntry("sentrel", std::string("{\"http_port\": ") + value + "}");
+        Start();
+        EXPECT_EQ(HttpClient().Post("/cpu", "{}"), 200);
+        EXPECT_EQ(daemon->CountLog("httpPort not present. Assuming default: 9996"), 1U);
+    }
+}
+
+TEST_F(Settings, EndsWhenThePortCannotBeBound) {
+    for (const char* const port : {"0", "70000", "-1", "75532"}) {
+        SCOPED_TRACE(port);
+        host.WriteStoreEntry("sentrel", std::string("{\"http_port\": ") + port + "}");
+        const std::vector<std::string> log = LogOfFailedStart();
+        ASSERT_FALSE(log.empty());
+        EXPECT_THAT(log.back(), StartsWith("3 sentrel: Exiting due to exception: "));
+        EXPECT_THAT(log.back(), HasSubstr(port));
+    }
+}
+
+TEST_F(Settings, EndsWhenThePortIsTakenOnAnyOfItsAddresses) {
+    for (const std::string& address : LoopbackAddresses()) {
+        SCOPED_TRACE(address);
+        addrinfo* place = nullptr;
+        ASSERT_EQ(::getaddrinfo(address.c_str(), "9996", nullptr, &place), 0);
+        const Sys::OwnedFd taken(::socket(place->ai_family, SOCK_STREAM | SOCK_CLOEXEC, 0));
+        ASSERT_EQ(::bind(taken.Get(), place->ai_addr, place->ai_addrlen), 0);
+        ASSERT_EQ(::listen(taken.Get(), 1), 0);
+        ::freeaddrinfo(place);
+
+        const std::vector<std::string> log = LogOfFailedStart();
+        ASSERT_FALSE(log.empty());
+        EXPECT_THAT(log.back(), StartsWith("3 sentrel: Exiting due to exception: "));
+        EXPECT_THAT(log.back(), HasSubstr("9996"));
+        EXPECT_EQ(daemon->CountLog("listening on port"), 0U);
+    }
+}
+
+TEST_F(Settings, EndsWhenAnEntryIsBroken) {
+    struct Case {
+        const char* key;
+        const char* text;
+        const char* place;  // line and column, where there is one
+    };
+    const std::vector<Case> cases = {
+        {"sentrel", "{\n  \"http_port\": }\n", ":2:16: "},
+        {"sentrel", "", ":1:"},
+        {"sentrel", "{\"http_port\": 9997", ":1:"},
+        {"sentrel", "[]", ""},
+        {"sentrel", "{} {}", ":1:4: "},
+        {"pellmar", "{\n\n\"log\": {\"level\": 7}},\n}", ":3:"},
+    };
+    for (const auto& [key, text, place] : cases) {
+        SCOPED_TRACE(std::string(key) + ": " + text);
+        const std::string file = host.WriteStoreEntry(key, text);
+        const std::string hostPath = file.substr(host.Root().size());
+        EXPECT_THAT(LogOfFailedStart(),
+                    ElementsAre(testing::AllOf(StartsWith("Initializing FSS/Pellmar failed: "),
+                                               HasSubstr(hostPath + place))));
+        std::filesystem::remove(file);
+    }
+}
+
+}  // namespace

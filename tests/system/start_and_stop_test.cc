@@ -1,0 +1,178 @@
+// The daemon's life as its service manager and its operator see it: command line, exit statuses,
+// signals, standard descriptors, and what the log says from start to end.
+#include "support/http_client.h"
+#include "system/scenario.h"
+
+#include <gmock/gmock.h>
+
+#include <csignal>
+#include <string>
+#include <vector>
+
+namespace {
+
+using ::Test::DaemonOptions;
+using ::Test::DaemonProcess;
+using ::Test::HttpClient;
+using ::Test::ReportDocument;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::SizeIs;
+using testing::StartsWith;
+
+class StartAndStop : public Scenario {};
+
+TEST_F(StartAndStop, EndsWithStatusZeroBySignal) {
+    for (const int signal : {SIGTERM, SIGINT}) {
+        SCOPED_TRACE(signal);
+        Start();
+        EXPECT_EQ(HttpClient().Post("/cpu", ReportDocument("cpu")), 200);
+        daemon->Send(signal);
+        EXPECT_EQ(daemon->WaitForEnd(), 0);
+    }
+}
+
+TEST_F(StartAndStop, ObeysASignalThatCameBeforeItServed) {
+    DaemonOptions options = Options();
+    options.startWithPendingStop = true;
+    daemon.emplace(options);
+    EXPECT_EQ(daemon->WaitForEnd(), 0);
+    EXPECT_THAT(daemon->LogLines(),
+                Contains("5 sentrelEndpoint: HTTP endpoint listening on port: 9996"));
+}
+
+TEST_F(StartAndStop, LogsEachStepOfTheStart) {
+    Start();
+    EXPECT_THAT(LogFrom(0, "6 sentrel: "),
+                ElementsAre("6 sentrel: Report directory is " + host.ReportDirectory() + "/"));
+    std::vector<std::string> intake;
+    for (const std::string& line : daemon->LogLines()) {
+        if (line.find(" sentrelEndpoint: ") == 1 || line.find(" SentrelHandler: ") == 1) {
+            intake.push_back(line);
+        }
+    }
+    EXPECT_THAT(intake,
+                ElementsAre("5 sentrelEndpoint: Initialized the HTTP endpoint",
+                            "3 sentrelEndpoint: httpPort not present. Assuming default: 9996",
+                            "7 sentrelEndpoint: HTTP port: 9996",
+                            "5 SentrelHandler: Sentrel handler initialized",
+                            "5 sentrelEndpoint: HTTP endpoint listening on port: 9996"));
+}
+
+TEST_F(StartAndStop, NormalisesTheReportDirectory) {
+    struct Case {
+        std::vector<std::string> arguments;
+        std::vector<std::string> directories;
+    };
+    const std::vector<Case> cases = {
+        {{"-r", "./reports"}, {"./reports/"}},
+        {{"-r", "./reports/"}, {"./reports/"}},
+        {{"-r./reports"}, {"./reports/"}},
+        {{"-r", "first", "-r", "./reports"}, {"first/", "./reports/"}},
+        {{"operand", "-r", "./reports", "--"}, {"./reports/"}},
+        {{"-r", ""}, {"/"}},
+    };
+    for (const auto& [arguments, directories] : cases) {
+        SCOPED_TRACE(testing::PrintToString(arguments));
+        DaemonOptions options = Options();
+        options.arguments = arguments;
+        options.workingDirectory = host.Base();
+        Start(options);
+        std::vector<std::string> lines;
+        for (const std::string& directory : directories) {
+            lines.push_back("6 sentrel: Report directory is " + directory);
+        }
+        EXPECT_EQ(LogFrom(0, "6 sentrel: Report directory"), lines);
+        if (directories.back() == "./reports/") {
+            const std::size_t before = host.ReportFiles().size();
+            EXPECT_EQ(HttpClient().Post("/" + std::to_string(before), "{}"), 200);
+            EXPECT_GT(host.ReportFiles().size(), before);
+        }
+        EXPECT_EQ(daemon->Stop(), 0);
+    }
+}
+
+TEST_F(StartAndStop, RefusesOptionsThatItDoesNotKnow) {
+    const std::vector<std::pair<std::vector<std::string>, std::string>> cases = {
+        {{"-x"}, "invalid option -- 'x'"},
+        {{"--verbose"}, "invalid option -- '-'"},
+        {{"-r"}, "option requires an argument -- 'r'"},
+        {{"-r", "reports", "-x"}, "invalid option -- 'x'"},
+    };
+    for (const auto& [arguments, diagnostic] : cases) {
+        SCOPED_TRACE(testing::PrintToString(arguments));
+        DaemonOptions options = Options();
+        options.arguments = arguments;
+        daemon.emplace(options);
+        EXPECT_EQ(daemon->WaitForEnd(), 1);
+        EXPECT_THAT(daemon->Log(), HasSubstr(options.program + ": " + diagnostic));
+        EXPECT_EQ(daemon->CountLog("endpoint"), 0U);
+    }
+}
+
+TEST_F(StartAndStop, RefusesEveryPostWithoutAReportDirectory) {
+    DaemonOptions options = Options();
+    options.arguments.clear();
+    Start(options);
+    EXPECT_EQ(HttpClient().Post("/cpu", "{}"), 500);
+    EXPECT_EQ(HttpClient().Post("/mem", "{}"), 500);
+    EXPECT_THAT(LogFrom(0, "3 SentrelHandler"),
+                ElementsAre("3 SentrelHandler: Invalid directory: ",
+                            "3 SentrelHandler: Error opening directory : '' is not a directory",
+                            "3 SentrelHandler: Invalid directory: ",
+                            "3 SentrelHandler: Error opening directory : '' is not a directory"));
+}
+
+TEST_F(StartAndStop, RefusesARelativeRoot) {
+    DaemonOptions options = Options();
+    options.root = "host";
+    daemon.emplace(options);
+    EXPECT_EQ(daemon->WaitForEnd(), 1);
+    EXPECT_THAT(daemon->LogLines(), ElementsAre(StartsWith("Initializing FSS/Pellmar failed: ")));
+    EXPECT_THAT(daemon->Log(), HasSubstr("SENTREL_ROOT"));
+}
+
+TEST_F(StartAndStop, OpensClosedStandardDescriptorsOnNothing) {
+    DaemonOptions options = Options();
+    options.closedDescriptors = {0, 1, 2};
+    Start(options);
+    EXPECT_EQ(HttpClient().Post("/cpu", ReportDocument("cpu")), 200);
+    const std::vector<std::string> open = daemon->OpenDescriptors();
+    EXPECT_EQ(std::count(open.begin(), open.end(), "/dev/null"), 3) << testing::PrintToString(open);
+    EXPECT_EQ(host.Report("cpu"), ReportDocument("cpu"));
+    EXPECT_EQ(daemon->Stop(), 0);
+}
+
+TEST_F(StartAndStop, TakesItsLogLevelFromTheEnvironmentThenTheStore) {
+    struct Case {
+        const char* variable;
+        const char* entry;
+        std::vector<int> levels;  // of the lines of start, post and end
+        std::size_t complaints;
+    };
+    const std::vector<Case> cases = {
+        {"", "{}", {3, 5}, 0},
+        {"", R"({"log": {"level": 6}})", {3, 5, 6}, 0},
+        {"", R"({"log": {"level": "high"}})", {3, 5}, 0},
+        {"3", R"({"log": {"level": 6}})", {3}, 0},
+        {"loud", R"({"log": {"level": 6}})", {3, 5, 6}, 1},
+    };
+    for (const auto& [variable, entry, levels, complaints] : cases) {
+        SCOPED_TRACE(std::string(variable) + " over " + entry);
+        host.WriteStoreEntry("pellmar", entry);
+        DaemonOptions options = Options();
+        options.logLevel = variable;
+        Start(options);
+        EXPECT_EQ(HttpClient().Post("/cpu", "{}"), 200);
+        EXPECT_EQ(daemon->Stop(), 0);
+        for (const int level : {3, 5, 6, 7}) {
+            const bool expected = std::count(levels.begin(), levels.end(), level) > 0;
+            EXPECT_EQ(!LogFrom(0, std::to_string(level) + " ").empty(), expected) << level;
+        }
+        EXPECT_EQ(daemon->CountLog("SENTREL_LOG_LEVEL"), complaints);
+    }
+}
+
+}  // namespace
