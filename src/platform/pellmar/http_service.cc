@@ -118,6 +118,9 @@ void ServiceImpl::Stop() {
     const TimePoint last = std::chrono::steady_clock::now() + times.stop;
     while (!allEnded() && idle.WaitUntil(lock, last)) {
     }
+    if (runners == 0) {
+        socket->Close();
+    }
 }
 
 void ServiceImpl::StartRunner() {

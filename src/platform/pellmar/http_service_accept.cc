@@ -12,7 +12,6 @@
 #include <sys/epoll.h>
 #include <sys/socket.h>
 #include <sys/timerfd.h>
-#include <unistd.h>
 
 namespace Pellmar::Http {
 
@@ -135,8 +134,6 @@ bool ServiceImpl::CloseLongestWaiting() {
 }
 
 void ServiceImpl::CloseOverdue() {
-    std::uint64_t expirations = 0;
-    (void)::read(timer.Get(), &expirations, sizeof(expirations));  // nothing to read: rearmed since
     std::vector<Ref<Connection>> overdue;
     bool resumes = false;
     {

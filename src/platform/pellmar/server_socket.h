@@ -19,6 +19,9 @@ class ServerSocket : public ObjectImpl {
     // then nothing is left open.
     void BindAndListen(const std::string& host, int port);
 
+    // Ends the listening; nothing may use the descriptors any more.
+    void Close() { listeners.clear(); }
+
     // Descriptors of the listening sockets, non-blocking, owned by this object.
     std::vector<int> GetDescriptors() const;
     std::string ToString() const override { return text; }
