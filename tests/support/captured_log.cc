@@ -1,11 +1,11 @@
 #include "support/captured_log.h"
 
 #include "platform/pellmar/logger.h"
+#include "support/deadline.h"
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <chrono>
 #include <system_error>
 
 #include <fcntl.h>
@@ -19,8 +19,6 @@ namespace {
 
 using Pellmar::Service::Logger;
 using Pellmar::Service::LogSink;
-
-constexpr std::chrono::minutes kDeadline{1};
 
 Sys::OwnedFd Checked(int descriptor, const char* what) {
     if (descriptor < 0) {
@@ -90,12 +88,10 @@ bool CapturedLog::Contains(std::string_view text) const {
 }
 
 bool CapturedLog::WaitFor(std::string_view text) const {
-    const auto deadline = std::chrono::steady_clock::now() + kDeadline;
+    const Deadline deadline;
     while (!Contains(text)) {
-        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
-            deadline - std::chrono::steady_clock::now());
         pollfd entry{changes.Get(), POLLIN, 0};
-        if (left.count() <= 0 || ::poll(&entry, 1, static_cast<int>(left.count())) == 0) {
+        if (::poll(&entry, 1, deadline.MillisecondsLeft()) == 0) {
             return false;
         }
         std::array<char, 4096> events;

@@ -24,7 +24,7 @@ class CapturedLog {
     std::vector<std::string> Lines() const;
     // Whether some line so far contains `text`.
     bool Contains(std::string_view text) const;
-    // Blocks until some line contains `text`. False when none did within a minute.
+    // Blocks until some line contains `text`. False when none did before the test's deadline.
     bool WaitFor(std::string_view text) const;
 
   private:

@@ -71,6 +71,17 @@ bool UmaskCutsFileMode() {
     return cuts;
 }
 
+// Removes what stands at `path`, a directory excepted. Gone already is as good as removed.
+void RemoveObstacle(const std::string& path) {
+    const int error = ::unlink(path.c_str()) == 0 ? 0 : errno;
+    if (error == EISDIR) {
+        throw IOException("Cannot create " + path + ": a directory stands there; remove it");
+    }
+    if (error != 0 && error != ENOENT) {
+        throw IOException("Cannot remove what stands at " + path + ": " + ReasonOf(error));
+    }
+}
+
 Sys::OwnedFd CreateExclusively(const std::string& path) {
     for (int attempt = 0; attempt < kMaxCreateAttempts; ++attempt) {
         Sys::OwnedFd created(
@@ -78,16 +89,11 @@ Sys::OwnedFd CreateExclusively(const std::string& path) {
         if (created.IsOpen()) {
             return created;
         }
-        int error = errno;
-        if (error == EEXIST) {
-            error = ::unlink(path.c_str()) == 0 ? 0 : errno;
-        }
-        if (error == EISDIR) {
-            throw IOException("Cannot create " + path + ": a directory stands there; remove it");
-        }
-        if (error != 0 && error != ENOENT) {
+        const int error = errno;
+        if (error != EEXIST) {
             throw IOException("Cannot create " + path + ": " + ReasonOf(error));
         }
+        RemoveObstacle(path);
     }
     throw IOException("Cannot create " + path +
                       ": something else makes it again each time it is removed; stop that");
@@ -192,6 +198,9 @@ FileWriter::FileWriter(const std::string& path) : path(path), descriptor(CreateE
 }
 
 void FileWriter::Write(const char* bytes, std::size_t count) {
+    if (!descriptor.IsOpen()) {
+        throw IOException("Cannot write " + path + ": its writer is closed");
+    }
     if (gathered.size() + count > kGatherSize) {
         Flush();
     }

@@ -52,7 +52,7 @@ class FileWriter : public ObjectImpl {
     // never followed or emptied; a directory is not. Throws IOException.
     explicit FileWriter(const std::string& path);
 
-    // Throws IOException when bytes could not be written; the writer is closed then.
+    // Throws IOException when bytes could not be written, which closes the writer, or it is closed.
     void Write(const char* bytes, std::size_t count);
     // Writes what is gathered and closes. Throws IOException when either failed; closed either way.
     // Does nothing when closed.
