@@ -1,0 +1,209 @@
+// The two ways to make a configuration of real files: which failures they answer, with what kind of
+// exception and with what text.
+#include "platform/tabulon/json_config.h"
+
+#include "platform/pellmar/exceptions.h"
+#include "store_directory.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <exception>
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+using Pellmar::Service::Config;
+using Tabulon::StoreEntry;
+using ::Test::EntryOf;
+
+using Create = std::function<Pellmar::Ref<Config>(const std::vector<StoreEntry>&)>;
+
+const Create kFallback = Tabulon::CreateTabulonConfigWithFallbackToDefault;
+const Create kSettings = [](const std::vector<StoreEntry>& entries) {
+    return Tabulon::CreateTabulonConfigWithSettings(entries, /*mayBeMissing=*/false,
+                                                    /*useVendorFile=*/true, /*useHostFile=*/true);
+};
+
+// The integer "value" of what `create` makes; 0 when it has none.
+std::int32_t ValueOf(const Create& create, const StoreEntry& entry) {
+    const Pellmar::Ref<Config> config = create({entry});
+    config->Initialize();
+    std::int32_t value = 0;
+    (void)config->GetReader()->GetInt("value", value);
+    return value;
+}
+
+// The text of the exception, with "not found: " before it when it is of that kind.
+std::string FailureOf(const Create& create, const std::vector<StoreEntry>& entries) {
+    try {
+        (void)create(entries);
+    } catch (const Pellmar::NotFoundException& error) {
+        return std::string("not found: ") + error.what();
+    } catch (const std::exception& error) {
+        return error.what();
+    }
+    return "no failure";
+}
+
+TEST(JsonConfig, MergesTheTwoFilesOfAnEntry) {
+    ::Test::WriteVendorFile("both", R"({"value": 1, "kept": true})");
+    ::Test::WriteHostFile("both", R"({"value": 2})");
+    ::Test::WriteVendorFile("vendor-only", R"({"value": 3})");
+    ::Test::WriteHostFile("host-only", "// mine\n{\"value\": 4 /* four */}\n");
+    for (const Create& create : {kFallback, kSettings}) {
+        EXPECT_EQ(ValueOf(create, EntryOf("both")), 2);
+        EXPECT_EQ(ValueOf(create, EntryOf("vendor-only")), 3);
+        EXPECT_EQ(ValueOf(create, EntryOf("host-only")), 4);
+    }
+}
+
+TEST(JsonConfig, IsEmptyWithoutFilesOrNotFoundAsTheCallAsks) {
+    EXPECT_EQ(ValueOf(kFallback, EntryOf("absent")), 0);
+    EXPECT_EQ(FailureOf(kSettings, {EntryOf("absent")}),
+              "not found: no configuration entry oru/health/absent: neither " +
+                  ::Test::VendorPath("absent") + " nor " + ::Test::HostPath("absent") +
+                  " exists; make one of them");
+}
+
+TEST(JsonConfig, FollowsTheFlagsOfTheSettingsCall) {
+    ::Test::WriteVendorFile("flags", R"({"value": 1})");
+    ::Test::WriteHostFile("flags", "broken");
+    const Create vendorAlone = [](const std::vector<StoreEntry>& entries) {
+        return Tabulon::CreateTabulonConfigWithSettings(entries, /*mayBeMissing=*/false,
+                                                        /*useVendorFile=*/true,
+                                                        /*useHostFile=*/false);
+    };
+    const Create hostAloneIfThere = [](const std::vector<StoreEntry>& entries) {
+        return Tabulon::CreateTabulonConfigWithSettings(entries, /*mayBeMissing=*/true,
+                                                        /*useVendorFile=*/false,
+                                                        /*useHostFile=*/true);
+    };
+    EXPECT_EQ(ValueOf(vendorAlone, EntryOf("flags")), 1);
+    EXPECT_EQ(ValueOf(hostAloneIfThere, EntryOf("absent-too")), 0);
+    EXPECT_NE(FailureOf(hostAloneIfThere, {EntryOf("flags")}), "no failure");
+}
+
+TEST(JsonConfig, NamesFileLineColumnAndReasonOfABrokenFile) {
+    const std::string path = ::Test::HostPath("broken");
+    struct Row {
+        std::string text;
+        std::string failure;
+    };
+    const Row rows[] = {
+        {"{\n  \"value\": 1,\n  \"other\" 2\n}", path + ":3:11: expected ':', found '2'"},
+        {"", path + ":1:1: the text ends where an object, '{' is expected"},
+        {"[]", path + ":1:1: expected an object, '{', found '['"},
+        {"// no value\nnull", path + ":2:1: expected an object, '{', found 'null'"},
+        {"{} \x01", path + ":1:4: expected the end of the text, found the byte 0x01"},
+        {std::string(300, '['), path + ":1:1: expected an object, '{', found '['"},
+    };
+    ::Test::WriteVendorFile("broken", R"({"value": 1})");  // a good file does not help
+    for (const Row& row : rows) {
+        ::Test::WriteHostFile("broken", row.text);
+        EXPECT_EQ(FailureOf(kFallback, {EntryOf("broken")}), row.failure);
+        EXPECT_EQ(FailureOf(kSettings, {EntryOf("broken")}), "not found: " + row.failure);
+    }
+    ::Test::WriteVendorFile("broken-vendor", "{");
+    ::Test::WriteHostFile("broken-vendor", "{}");
+    EXPECT_EQ(FailureOf(kFallback, {EntryOf("broken-vendor")})
+                  .rfind(::Test::VendorPath("broken-vendor") + ":1:2: ", 0),
+              0U);
+}
+
+struct UnreadableRow {
+    const char* key;
+    std::function<void(const std::string& path)> make;
+    const char* reason;
+};
+
+TEST(JsonConfig, RefusesWhatIsThereAndCannotBeReadAsAFile) {
+    ::Test::WriteHostFile("neighbour", "{}");  // makes the folder
+    const UnreadableRow rows[] = {
+        {"directory", [](const std::string& path) { fs::create_directory(path); },
+         "it is not a regular file"},
+        {"fifo", [](const std::string& path) { ASSERT_EQ(mkfifo(path.c_str(), 0600), 0); },
+         "it is not a regular file"},
+        {"dangling", [](const std::string& path) { fs::create_symlink("nowhere", path); },
+         "it is a link to nothing"},
+        {"loop", [](const std::string& path) { fs::create_symlink("loop.json", path); },
+         "Too many levels of symbolic links"},
+    };
+    for (const UnreadableRow& row : rows) {
+        const std::string path = ::Test::HostPath(row.key);
+        row.make(::Test::BelowRoot(path));
+        const std::string failure =
+            path + " cannot be read: " + row.reason + "; make it a readable file, or remove it";
+        EXPECT_EQ(FailureOf(kFallback, {EntryOf(row.key)}), failure);
+        EXPECT_EQ(FailureOf(kSettings, {EntryOf(row.key)}), "not found: " + failure);
+    }
+}
+
+TEST(JsonConfig, ReadsAFileUpToItsBound) {
+    const std::string value = "{\"value\": 8}";
+    const std::string blanks(Tabulon::kMaxFileBytes - value.size(), ' ');
+    ::Test::WriteHostFile("long", value + blanks);
+    EXPECT_EQ(ValueOf(kFallback, EntryOf("long")), 8);
+    ::Test::WriteHostFile("long", value + blanks + " ");
+    EXPECT_EQ(FailureOf(kFallback, {EntryOf("long")}),
+              ::Test::HostPath("long") +
+                  " cannot be read: it is longer than 1048576 bytes; make it "
+                  "a readable file, or remove it");
+}
+
+TEST(JsonConfig, RefusesNamesThatLeaveTheStore) {
+    const std::string nul("a\0b", 3);
+    const StoreEntry entries[] = {
+        {"", "", "health", "oru", ""},
+        {"", "../escape", "health", "oru", ""},
+        {"", "..", "health", "oru", ""},
+        {"", "key", "..", "oru", ""},
+        {"", "key", "health", ".", ""},
+        {"", "key", "health/more", "oru", ""},
+        {"", "/etc/passwd", "health", "oru", ""},
+        {"", nul, "health", "oru", ""},
+    };
+    for (const StoreEntry& entry : entries) {
+        EXPECT_THROW((void)kFallback({entry}), Pellmar::InvalidArgumentException)
+            << Tabulon::EntryName(entry);
+        EXPECT_THROW((void)kSettings({entry}), Pellmar::NotFoundException)
+            << Tabulon::EntryName(entry);
+    }
+    ::Test::WriteHostFile("..dots..inside..", R"({"value": 5})");
+    EXPECT_EQ(ValueOf(kSettings, EntryOf("..dots..inside..")), 5);
+}
+
+TEST(JsonConfig, TakesExactlyOneEntryWithEmptyOuterStrings) {
+    for (const Create& create : {kFallback, kSettings}) {
+        EXPECT_THROW((void)create({}), Pellmar::InvalidArgumentException);
+        EXPECT_THROW((void)create({EntryOf("a"), EntryOf("b")}), Pellmar::InvalidArgumentException);
+    }
+    EXPECT_THROW((void)kFallback({{"x", "key", "health", "oru", ""}}),
+                 Pellmar::InvalidArgumentException);
+    EXPECT_THROW((void)kFallback({{"", "key", "health", "oru", "x"}}),
+                 Pellmar::InvalidArgumentException);
+}
+
+TEST(JsonConfig, ReadsOtherEntriesOfTheStore) {
+    ::Test::WriteVendorFile("framework", R"({"log": {"level": 6}})");
+    ::Test::WriteHostFile("framework-broken", "{");
+    const Pellmar::Ref<Config> config = kFallback({EntryOf("none-of-its-own")});
+    config->Initialize();
+
+    std::int32_t level = 0;
+    EXPECT_TRUE(config->GetReaderOf("framework", "health", "oru")->GetInt("log/level", level));
+    EXPECT_EQ(level, 6);
+    EXPECT_FALSE(config->GetReaderOf("absent", "health", "oru")->GetInt("log/level", level));
+    EXPECT_THROW((void)config->GetReaderOf("framework-broken", "health", "oru"),
+                 Pellmar::Exception);
+}
+
+}  // namespace
