@@ -22,9 +22,9 @@
 #include <utility>
 
 #include <fcntl.h>
+#include <linux/close_range.h>
 #include <poll.h>
 #include <sys/inotify.h>
-#include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
@@ -116,6 +116,7 @@ struct Launch {
         sigaddset(&stop, SIGTERM);
         ready = ready && ::sigprocmask(SIG_BLOCK, &stop, nullptr) == 0 && ::raise(SIGTERM) == 0;
     }
+    ready = ready && ::close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC) == 0;
     for (const int descriptor : options.closedDescriptors) {
         ::close(descriptor);
     }
@@ -128,9 +129,10 @@ struct Launch {
 }  // namespace
 
 DaemonProcess::DaemonProcess(const DaemonOptions& options)
-    : log(OrThrow(::memfd_create("daemon-log", MFD_CLOEXEC), "a file for the log")),
-      logChanges(OrThrow(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK), "watching the log")) {
-    const std::string logPath = "/proc/self/fd/" + std::to_string(log.Get());
+    : logChanges(OrThrow(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK), "watching the log")) {
+    const std::string logPath = logDirectory.Path() + "log";
+    log.Reset(OrThrow(::open(logPath.c_str(), O_RDWR | O_CREAT | O_APPEND | O_CLOEXEC, 0600),
+                      "a file for the log"));
     OrThrow(::inotify_add_watch(logChanges.Get(), logPath.c_str(), IN_MODIFY), "watching the log");
     std::string notifySocket;
     std::tie(notifications, notifySocket) = MakeNotificationSocket();
@@ -258,14 +260,16 @@ std::size_t DaemonProcess::CountLog(std::string_view text) const {
     return count;
 }
 
-std::vector<std::string> DaemonProcess::OpenDescriptors() const {
-    std::vector<std::string> descriptors;
+std::map<int, std::string> DaemonProcess::OpenDescriptors() const {
+    std::map<int, std::string> descriptors;
     const std::string folder = "/proc/" + std::to_string(pid) + "/fd";
     for (const auto& entry : std::filesystem::directory_iterator(folder)) {
         std::error_code closedMeanwhile;
-        descriptors.push_back(std::filesystem::read_symlink(entry, closedMeanwhile).string());
+        const std::string target = std::filesystem::read_symlink(entry, closedMeanwhile).string();
+        if (!closedMeanwhile) {
+            descriptors.emplace(std::stoi(entry.path().filename().string()), target);
+        }
     }
-    std::sort(descriptors.begin(), descriptors.end());
     return descriptors;
 }
 

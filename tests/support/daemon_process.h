@@ -3,7 +3,9 @@
 #pragma once
 
 #include "platform/sys/owned_fd.h"
+#include "support/temporary_directory.h"
 
+#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -37,8 +39,9 @@ struct DaemonOptions {
 // time. All waiting is bounded: std::runtime_error that carries the log when it is in vain.
 class DaemonProcess {
   public:
-    // Starts the program and does not wait for anything. Throws std::system_error when there can be
-    // no process; a program that cannot be executed ends with status 127.
+    // Starts the program, with standard descriptors alone, and does not wait for anything. Throws
+    // std::system_error when there can be no process; a program that cannot be executed ends with
+    // status 127.
     explicit DaemonProcess(const DaemonOptions& options);
     ~DaemonProcess();
     DaemonProcess(const DaemonProcess&) = delete;
@@ -70,8 +73,8 @@ class DaemonProcess {
     // How many of its lines hold `text`.
     std::size_t CountLog(std::string_view text) const;
 
-    // Its open descriptors: what they are, such as "socket:[123]", sorted.
-    std::vector<std::string> OpenDescriptors() const;
+    // Its open descriptors and what they are open on, such as "socket:[123]".
+    std::map<int, std::string> OpenDescriptors() const;
     // A line of its status in kB, such as "VmRSS", or a number, such as "Threads".
     long StatusValue(std::string_view name) const;
 
@@ -82,6 +85,7 @@ class DaemonProcess {
     Event Await(int descriptor, const std::string& awaited) const;
     void DrainLogChanges() const;
 
+    TemporaryDirectory logDirectory;
     Sys::OwnedFd notifications;
     Sys::OwnedFd log;
     Sys::OwnedFd logChanges;

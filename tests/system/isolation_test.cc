@@ -87,6 +87,7 @@ TEST_F(Isolation, MorePostsThanAreReadAtATimeWaitAndAreAllStored) {
     // 256 are being read; the others, whichever they are, begin as those end.
     EXPECT_TRUE(daemon->WaitForLog("Temporary report name", 256));
     EXPECT_EQ(daemon->CountLog("Temporary report name"), 256U);
+    EXPECT_EQ(daemon->CountLog("work queues are running, the most at a time"), 1U);
     EXPECT_LE(daemon->StatusValue("Threads"), 512 + 1);
     for (StalledPost& post : stalled) {
         post.connection.Send("}}");

@@ -103,6 +103,8 @@ TEST_F(Settings, EndsWhenThePortIsTakenOnAnyOfItsAddresses) {
         addrinfo* place = nullptr;
         ASSERT_EQ(::getaddrinfo(address.c_str(), "9996", nullptr, &place), 0);
         const Sys::OwnedFd taken(::socket(place->ai_family, SOCK_STREAM | SOCK_CLOEXEC, 0));
+        const int on = 1;  // connections of an earlier daemon may still be fading away
+        ::setsockopt(taken.Get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on));
         ASSERT_EQ(::bind(taken.Get(), place->ai_addr, place->ai_addrlen), 0);
         ASSERT_EQ(::listen(taken.Get(), 1), 0);
         ::freeaddrinfo(place);
