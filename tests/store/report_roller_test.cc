@@ -52,10 +52,13 @@ struct Store {
         lines.erase(lines.begin(), lines.begin() + static_cast<std::ptrdiff_t>(start));
         return lines;
     }
+    // What the roller has logged at level 3; the framework may have told the system's reason.
     std::vector<std::string> Failures() const {
         std::vector<std::string> lines = log.Lines();
         lines.erase(std::remove_if(lines.begin(), lines.end(),
-                                   [](const std::string& line) { return !line.starts_with("3 "); }),
+                                   [](const std::string& line) {
+                                       return !line.starts_with("3 SentrelHandler: ");
+                                   }),
                     lines.end());
         return lines;
     }
@@ -291,7 +294,8 @@ TEST(ReportRoller, LeavesWhatIsNoLinkAtTheLinkPath) {
 
         EXPECT_FALSE(std::filesystem::is_symlink(store.PathOf("cpu.json")));
         EXPECT_EQ(ReadFile(store.PathOf("cpu-1.json")), "second");
-        EXPECT_EQ(store.Failures().size(), 2U);  // one a post, from the framework
+        EXPECT_TRUE(store.log.Contains("3 sentrel: Cannot make the symbolic link " +
+                                       store.PathOf("cpu.json")));
         std::filesystem::remove(store.PathOf("cpu.json"));
         StoreReport(*roller, "third");
         EXPECT_EQ(store.host.Report("cpu"), "third");
