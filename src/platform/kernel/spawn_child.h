@@ -1,0 +1,30 @@
+// The step from the daemon to a plugin: clone3 and what the child does until it executes the
+// program. The child shares the daemon's memory in that time, so its code has this file to itself.
+#pragma once
+
+#include "platform/sys/owned_fd.h"
+
+#include <sys/types.h>
+
+namespace Kernel {
+
+// All that the child needs, made before the clone; outlives CloneChild.
+struct ChildPlan {
+    const char* path = "";
+    char* const* argv = nullptr;
+    char* const* environment = nullptr;
+    // Written by the child: the error number of the call that failed, 0 when the program runs.
+    int error = 0;
+};
+
+// Starts a child that executes `plan.path`, inside the cgroup whose directory `groupDirectory` is
+// (-1: in the caller's own), and returns its pid once it executes or has failed to (see plan.error;
+// it has ended then). Returns a negated error number when there is no child. `process` gets the
+// child's pidfd.
+//
+// The program starts with descriptors 0, 1 and 2 alone, every signal at its default disposition and
+// unblocked, the directory "/", in a session of its own: no terminal sends it signals, or takes it
+// along when it hangs up. It keeps the caller's user, limits and file mode mask. Any thread.
+long CloneChild(ChildPlan& plan, int groupDirectory, Sys::OwnedFd& process);
+
+}  // namespace Kernel
