@@ -18,7 +18,7 @@ void Check(bool holds) {
 
 // Lengths of pieces: always 1 for seed 0, else 1 to 16 by a small generator.
 class PieceLengths {
-public:
+  public:
     explicit PieceLengths(std::uint8_t seed) : state(seed) {}
 
     std::size_t Next() {
@@ -27,7 +27,7 @@ public:
         return 1 + (state >> 28);
     }
 
-private:
+  private:
     std::uint32_t state;
 };
 

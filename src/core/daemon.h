@@ -12,13 +12,13 @@ namespace Sentrel {
 
 // One a process. Main thread, after InitApp.
 class Daemon {
-public:
+  public:
     // Runs until the framework ends the application and then ends the process: with status 0 after
     // the teardown; or with status 1, one level-3 line and nothing torn down, when a part cannot be
     // started or the run loop fails. `reportDirectory` ends in "/", or is empty.
     [[noreturn]] void Run(const std::string& reportDirectory);
 
-private:
+  private:
     void Start(const std::string& reportDirectory);
     void TearDown();
 

@@ -19,7 +19,7 @@ namespace Sentrel {
 // Has no lock: one thread at a time, which is the work queue of the name. Rollers of different
 // names share no files.
 class ReportRoller : public Pellmar::ObjectImpl {
-public:
+  public:
     // `baseDirectory` ends in "/"; paths are built by appending to it. `maxFiles` is 1 to 10. Looks
     // at no file of the directory yet. Throws InvalidArgumentException when the name breaks the
     // rule of report names, or (logged at level 3) when the directory is none.
@@ -39,7 +39,7 @@ public:
     // the link as it was. What stands at the link's path and is no symbolic link stays.
     void Rotate(const Pellmar::Ref<Pellmar::System::File>& temporaryFile);
 
-private:
+  private:
     std::int32_t NextIndex();
     void FindHighestIndex();
     std::string TemporaryPath(std::int32_t fileIndex) const;

@@ -27,7 +27,7 @@ enum class HeadScan { Incomplete, Complete, Malformed };
 // before the request line (one is skipped, RFC 9112 section 2.2). What the lines say is left to
 // RequestHead. One thread at a time.
 class HeadScanner {
-public:
+  public:
     // `buffer` is everything received since the head's first byte; what an earlier call was given
     // is its prefix, at the same or another address. Bytes after the head are not looked at.
     // Complete and Malformed are final until Reset.
@@ -39,7 +39,7 @@ public:
     // Forgets everything: the next buffer begins with a new head.
     void Reset();
 
-private:
+  private:
     enum class Seen { Nothing, LeadingEmptyLine, RequestLine };
 
     HeadScan EndLine();
@@ -60,7 +60,7 @@ struct HeaderField {
 // A parsed head. The views point into the bytes given to Parse and are valid as long as these.
 // About 3 KiB, held in place: a connection needs one only while it handles a request.
 class RequestHead {
-public:
+  public:
     // `head` is one whole head as measured by HeadScanner, though any bytes are safe. False, with
     // this object left empty, when they are anything else than the grammar above: a version other
     // than HTTP/1.0 and HTTP/1.1, white space around a name, a folded line (obs-fold), over
@@ -93,7 +93,7 @@ public:
     // How many fields have that name (compared without case).
     std::size_t Count(std::string_view name) const;
 
-private:
+  private:
     bool ParseRequestLine(std::string_view& rest);
     bool ParseFieldLine(std::string_view& rest);
 

@@ -135,7 +135,7 @@ std::vector<std::string> AllHeads() {
 
 // The bytes of a head, which must parse, and what was parsed from them.
 class Parsed {
-public:
+  public:
     explicit Parsed(std::string head) : bytes(std::move(head)) { EXPECT_TRUE(result.Parse(bytes)); }
     Parsed(const Parsed&) = delete;
     Parsed& operator=(const Parsed&) = delete;
@@ -143,7 +143,7 @@ public:
     const Http1::RequestHead& operator*() const { return result; }
     const Http1::RequestHead* operator->() const { return &result; }
 
-private:
+  private:
     std::string bytes;
     Http1::RequestHead result;
 };
