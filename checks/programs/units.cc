@@ -1,0 +1,11 @@
+// The plugin units.
+#include "checks/units.h"
+
+#include "sentrel_check/run.h"
+
+int main(int argc, char* argv[]) {
+    return SentrelCheck::RunCheck(
+        argc, argv, [](SentrelCheck::Settings& settings, SentrelCheck::Report& report) {
+            Checks::CheckUnits("", settings, report);
+        });
+}

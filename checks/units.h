@@ -1,0 +1,15 @@
+// Service units that the service manager holds as failed.
+#pragma once
+
+#include "sentrel_check/report.h"
+#include "sentrel_check/settings.h"
+
+#include <string>
+
+namespace Checks {
+
+// Asks systemd by its sockets below `root`.
+void CheckUnits(const std::string& root, SentrelCheck::Settings& settings,
+                SentrelCheck::Report& report);
+
+}  // namespace Checks

@@ -1,0 +1,162 @@
+#include "sentrel_check/settings.h"
+
+#include "platform/json/bounded_json.h"
+#include "platform/sys/owned_fd.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <string_view>
+#include <utility>
+
+#include <fcntl.h>
+#include <fnmatch.h>
+#include <string.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace SentrelCheck {
+
+namespace {
+
+constexpr std::size_t kMaxBytes = 64 * 1024;
+
+// All of the file at `path`, "{}" when there is none. False with the reason when it can't be had.
+bool ReadText(const std::string& path, std::string& text, std::string& reason) {
+    // A FIFO or a terminal must not block the check.
+    const Sys::OwnedFd file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    if (!file.IsOpen()) {
+        reason = ::strerrordesc_np(errno);
+        text = "{}";
+        return errno == ENOENT;
+    }
+    struct stat status {};
+    if (::fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode)) {
+        reason = "it is no regular file";
+        return false;
+    }
+    std::array<char, 4096> buffer{};
+    ssize_t count = 0;
+    // What is larger than the parser takes is not read to its end.
+    while (text.size() <= kMaxBytes &&
+           (count = ::read(file.Get(), buffer.data(), buffer.size())) > 0) {
+        text.append(buffer.data(), static_cast<std::size_t>(count));
+    }
+    reason = count < 0 ? ::strerrordesc_np(errno) : "";
+    return count >= 0;
+}
+
+}  // namespace
+
+struct Settings::Document {
+    nlohmann::json root;
+
+    // Null when there is no such member.
+    const nlohmann::json* Find(const std::string& key) const {
+        const auto found = root.find(key);
+        return found == root.end() ? nullptr : &*found;
+    }
+};
+
+Settings::Settings(std::string path)
+    : path(std::move(path)), document(std::make_unique<Document>()) {
+    Json::JsonError error;
+    std::string text;
+    if (ReadText(this->path, text, error.reason) &&
+        Json::Parse(text, {kMaxBytes, Json::Comments::Allowed, Json::Root::Object}, document->root,
+                    error)) {
+        return;
+    }
+    const std::string place = error.line == 0 ? ""
+                                              : "line " + std::to_string(error.line) + ", column " +
+                                                    std::to_string(error.column) + ": ";
+    Fail(place + error.reason);
+}
+
+Settings::~Settings() = default;
+
+Limits Settings::GetLimits(const std::string& key, const Limits& defaults, Bad bad) {
+    knownKeys.push_back(key);
+    const nlohmann::json* value = document->Find(key);
+    if (value == nullptr) {
+        return defaults;
+    }
+    Limits limits = defaults;
+    const std::string expected =
+        "\"" + key + "\" must be an object with the numbers \"warning\" and \"critical\"";
+    if (!value->is_object()) {
+        Fail(expected);
+    }
+    for (const auto& [name, number] : value->items()) {
+        if ((name != "warning" && name != "critical") ||
+            !(number.is_number() || number.is_null())) {
+            Fail(expected + ", and \"" + name + "\" is none");
+        }
+        (name == "warning" ? limits.warning : limits.critical) =
+            number.is_null() ? std::optional<double>() : number.get<double>();
+    }
+    if (limits.warning && limits.critical &&
+        (bad == Bad::High ? *limits.warning > *limits.critical
+                          : *limits.warning < *limits.critical)) {
+        Fail("\"" + key + "\" would be critical before it is a warning; exchange the two numbers");
+    }
+    return limits;
+}
+
+bool Settings::GetBool(const std::string& key, bool preset) {
+    knownKeys.push_back(key);
+    const nlohmann::json* value = document->Find(key);
+    if (value != nullptr && !value->is_boolean()) {
+        Fail("\"" + key + "\" must be true or false");
+    }
+    return value == nullptr ? preset : value->get<bool>();
+}
+
+std::string Settings::GetString(const std::string& key, const std::string& preset) {
+    knownKeys.push_back(key);
+    const nlohmann::json* value = document->Find(key);
+    if (value != nullptr && !value->is_string()) {
+        Fail("\"" + key + "\" must be a string");
+    }
+    return value == nullptr ? preset : value->get<std::string>();
+}
+
+std::vector<std::string> Settings::GetList(const std::string& key) {
+    knownKeys.push_back(key);
+    const nlohmann::json* value = document->Find(key);
+    if (value == nullptr) {
+        return {};
+    }
+    const auto isString = [](const nlohmann::json& element) { return element.is_string(); };
+    if (!value->is_array() || !std::all_of(value->begin(), value->end(), isString)) {
+        Fail("\"" + key + "\" must be a list of strings");
+    }
+    return value->get<std::vector<std::string>>();
+}
+
+void Settings::RefuseUnknown() const {
+    for (const auto& [name, value] : document->root.items()) {
+        if (std::find(knownKeys.begin(), knownKeys.end(), name) != knownKeys.end()) {
+            continue;
+        }
+        std::string known;
+        for (const std::string& key : knownKeys) {
+            known += (known.empty() ? "" : ", ") + key;
+        }
+        Fail("there is no setting \"" + name + "\"; there are: " + known);
+    }
+}
+
+void Settings::Fail(const std::string& reason) const {
+    throw SettingsError(path + ": " + reason + "; correct or remove this file");
+}
+
+bool MatchesAny(const std::vector<std::string>& patterns, const std::string& name) {
+    return std::any_of(patterns.begin(), patterns.end(), [&name](const std::string& pattern) {
+        return ::fnmatch(pattern.c_str(), name.c_str(), 0) == 0;
+    });
+}
+
+}  // namespace SentrelCheck
