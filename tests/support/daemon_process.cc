@@ -14,7 +14,6 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
-#include <regex>
 #include <sstream>
 #include <stdexcept>
 #include <system_error>
@@ -124,6 +123,17 @@ struct Launch {
         ::execve(options.program.c_str(), launch.arguments, launch.environment);
     }
     ::_exit(127);
+}
+
+// Without "2024-05-06T07:08:09.123Z " at its beginning, if that is there.
+std::string WithoutTime(const std::string& line) {
+    constexpr std::string_view kForm = "0000-00-00T00:00:00.000Z ";
+    const auto fits = [](char form, char byte) {
+        return form == '0' ? byte >= '0' && byte <= '9' : byte == form;
+    };
+    const bool hasTime =
+        line.size() >= kForm.size() && std::equal(kForm.begin(), kForm.end(), line.begin(), fits);
+    return hasTime ? line.substr(kForm.size()) : line;
 }
 
 }  // namespace
@@ -240,11 +250,10 @@ std::string DaemonProcess::Log() const {
 }
 
 std::vector<std::string> DaemonProcess::LogLines() const {
-    static const std::regex kTime(R"(^\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z )");
     std::vector<std::string> lines;
     std::istringstream text(Log());
     for (std::string line; std::getline(text, line);) {
-        lines.push_back(std::regex_replace(line, kTime, ""));
+        lines.push_back(WithoutTime(line));
     }
     return lines;
 }
