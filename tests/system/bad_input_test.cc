@@ -197,6 +197,10 @@ TEST_F(BadInput, ServesAGoodPostAmongThousandsOfSilentConnections) {
 }
 
 TEST_F(BadInput, AcceptsAgainAfterItsDescriptorsRanOut) {
+    if (kHasAddressSanitizer) {
+        GTEST_SKIP()
+            << "the undefined-behaviour sanitizer beside it needs a pipe to look at an object";
+    }
     DaemonOptions options = Options();
     options.maxDescriptors = 40;
     Start(options);

@@ -12,6 +12,18 @@
 #include <string_view>
 #include <vector>
 
+// What this program, and with it the daemon, was built with.
+#if defined(__SANITIZE_ADDRESS__)
+inline constexpr bool kHasAddressSanitizer = true;
+#else
+inline constexpr bool kHasAddressSanitizer = false;
+#endif
+#if defined(__SANITIZE_THREAD__)
+inline constexpr bool kHasThreadSanitizer = true;
+#else
+inline constexpr bool kHasThreadSanitizer = false;
+#endif
+
 class Scenario : public testing::Test {
   protected:
     // The daemon with `-r` and the report directory, all of its log, and the host as its root.
