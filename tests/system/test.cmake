@@ -1,1 +1,2 @@
 set(testLabel threads)
+set(testTimeout 180)
