@@ -44,8 +44,8 @@ class Ring {
         : linkPath(directory + "/" + name + ".json") {
         for (std::size_t index = 0; index < kRingFiles; ++index) {
             const std::string fileName = name + "-" + std::to_string(index) + ".json";
-            received.at(index) = directory + "/." + fileName;
-            stored.at(index) = directory + "/" + fileName;
+            received.at(index) = std::string(directory).append("/.").append(fileName);
+            stored.at(index) = std::string(directory).append("/").append(fileName);
         }
     }
 

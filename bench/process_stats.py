@@ -14,15 +14,16 @@ def cpu_seconds(pid):
 
 
 def voluntary_switches(pid):
-    """How often the threads that live now have gone to sleep to wait for something."""
-    count = 0
+    """{thread: how often it has gone to sleep to wait for something} of the threads that live now."""
+    counts = {}
     for thread in os.listdir(f"/proc/{pid}/task"):
         try:
             with open(f"/proc/{pid}/task/{thread}/status", encoding="ascii", errors="replace") as file:
-                count += sum(int(line.split()[1]) for line in file if line.startswith("voluntary_ctxt_switches:"))
+                counts[thread] = next(int(line.split()[1]) for line in file
+                                      if line.startswith("voluntary_ctxt_switches:"))
         except (FileNotFoundError, ProcessLookupError):
             pass  # this thread has just ended
-    return count
+    return counts
 
 
 def memory_kib(pid):

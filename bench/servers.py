@@ -56,7 +56,15 @@ class Server:
         return sum(process_stats.cpu_seconds(pid) for pid in self.pids())
 
     def waits(self):
-        return sum(process_stats.voluntary_switches(pid) for pid in self.pids())
+        """How often each of its threads has gone to sleep, for waits_since."""
+        counts = {}
+        for pid in self.pids():
+            counts.update(process_stats.voluntary_switches(pid))
+        return counts
+
+    def waits_since(self, before):
+        """By all threads together. What threads did that have ended meanwhile (idle ones do) is not known."""
+        return sum(count - before.get(thread, 0) for thread, count in self.waits().items())
 
     def fail(self, what):
         with open(self.log_path, "rb") as log:
@@ -194,7 +202,7 @@ http {{
         super().__init__("nginx", folder)
         self.binary = shutil.which("nginx") or shutil.which("nginx", path="/usr/sbin:/usr/local/sbin")
         if self.binary is None:
-            raise BenchFailure("nginx is not installed; install the package nginx-light, or leave it out with "
+            raise BenchFailure("nginx is not installed; run ./dev bench, which fetches it, or leave it out with "
                                "--targets sentrel,floor")
         self.folder = folder
         self.files = os.path.join(folder, "nginx-files")
