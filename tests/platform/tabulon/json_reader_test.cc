@@ -7,7 +7,6 @@
 #include <nlohmann/json.hpp>
 
 #include <cstdint>
-#include <limits>
 #include <string>
 #include <string_view>
 #include <vector>
