@@ -5,6 +5,7 @@
 #include "platform/sys/owned_fd.h"
 #include "support/temporary_directory.h"
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -12,7 +13,7 @@
 namespace Test {
 
 // While one lives, all messages of all loggers go to it, and the default logger's level is 7; both
-// are put back at its end. What logs on another thread must have ended by then. One at a time.
+// are put back at its end. One at a time. A thread that is still writing then does no harm.
 class CapturedLog {
   public:
     CapturedLog();
@@ -24,15 +25,19 @@ class CapturedLog {
     std::vector<std::string> Lines() const;
     // Whether some line so far contains `text`.
     bool Contains(std::string_view text) const;
-    // Blocks until some line contains `text`. False when none did before the test's deadline.
-    bool WaitFor(std::string_view text) const;
+    // How many lines so far contain `text`.
+    std::size_t Count(std::string_view text) const;
+    // Blocks until `count` lines contain `text`. False when they did not before the test's
+    // deadline.
+    bool WaitFor(std::string_view text, std::size_t count = 1) const;
 
   private:
-    TemporaryDirectory directory;
-    Sys::OwnedFd file;
-    Sys::OwnedFd changes;
-    Pellmar::Service::LogSink sink;
-    int previousLevel;
+    struct Recording;
+    static Recording& SharedRecording();
+
+    Recording& recording;
+    const off_t start;
+    const int previousLevel;
 };
 
 }  // namespace Test

@@ -9,9 +9,10 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
-#include <future>
 #include <limits>
 #include <memory>
+#include <stdexcept>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -25,16 +26,30 @@ using Test::ManualClock;
 
 constexpr std::int64_t kSecond = 1'000'000;
 
-// Set once, by a scheduled function; waited for under one generous deadline.
+// Set once; waited for under one generous deadline. Whoever saw it set may destroy it.
 class Event {
   public:
-    void Set() { promise.set_value(); }
-    bool Wait() { return future.wait_for(seconds(30)) == std::future_status::ready; }
-    bool IsSet() { return future.wait_for(seconds(0)) == std::future_status::ready; }
+    void Set() EXCLUDES(lock) {
+        Sys::MutexLock guard(lock);
+        isSet = true;
+        changed.NotifyAll();
+    }
+    bool Wait() EXCLUDES(lock) {
+        const auto deadline = std::chrono::steady_clock::now() + seconds(30);
+        Sys::MutexLock guard(lock);
+        while (!isSet && changed.WaitUntil(lock, deadline)) {
+        }
+        return isSet;
+    }
+    bool IsSet() EXCLUDES(lock) {
+        Sys::MutexLock guard(lock);
+        return isSet;
+    }
 
   private:
-    std::promise<void> promise;
-    std::future<void> future = promise.get_future();
+    Sys::Mutex lock;
+    Sys::Condition changed;
+    bool isSet GUARDED_BY(lock) = false;
 };
 
 // Sets an event when the last copy is gone.
@@ -122,26 +137,33 @@ TEST_F(SchedulerTest, TakesDelaysOfAnyLength) {
 }
 
 TEST_F(SchedulerTest, DoesNotLetDueFunctionsWaitForEachOther) {
-    Event release;
+    const auto release = std::make_shared<Event>();
     Event isBlocked;
     Event ran;
     Schedule(
-        [&](ScheduledItem*) {
+        [&isBlocked, release](ScheduledItem*) {
             isBlocked.Set();
-            EXPECT_TRUE(release.Wait());
+            EXPECT_TRUE(release->Wait());
         },
         0);
     ASSERT_TRUE(isBlocked.Wait());
     ScheduleEvent(ran, 0);
     EXPECT_TRUE(ran.Wait());
-    release.Set();
+    release->Set();
 }
 
 TEST_F(SchedulerTest, HandsTheFunctionItsItem) {
-    std::promise<ScheduledItem*> handed;
-    const auto item = Schedule([&handed](ScheduledItem* own) { handed.set_value(own); }, kSecond);
+    Event ran;
+    const ScheduledItem* handed = nullptr;
+    const auto item = Schedule(
+        [&](ScheduledItem* own) {
+            handed = own;
+            ran.Set();
+        },
+        kSecond);
     clock.Advance(seconds(1));
-    EXPECT_EQ(handed.get_future().get(), item.Get());
+    ASSERT_TRUE(ran.Wait());
+    EXPECT_EQ(handed, item.Get());
 }
 
 TEST_F(SchedulerTest, RunsAnItemThatWasReleased) {
@@ -192,20 +214,25 @@ TEST_F(SchedulerTest, SchedulesFromAScheduledFunction) {
 }
 
 TEST_F(SchedulerTest, RunsAFunctionNowOnAnotherThread) {
-    std::promise<std::thread::id> runner;
-    scheduler->RunNow([&runner] { runner.set_value(std::this_thread::get_id()); });
-    EXPECT_NE(runner.get_future().get(), std::this_thread::get_id());
+    Event ran;
+    std::thread::id runner;
+    scheduler->RunNow([&] {
+        runner = std::this_thread::get_id();
+        ran.Set();
+    });
+    ASSERT_TRUE(ran.Wait());
+    EXPECT_NE(runner, std::this_thread::get_id());
 }
 
 TEST(Scheduler, KeepsTimeByTheMonotonicClock) {
     ThreadPool pool;
     Scheduler scheduler(pool, MonotonicClock());
-    std::promise<Clock::TimePoint> ran;
+    Event ran;
     Ref<ScheduledItem> item;
     const auto before = MonotonicClock().Now();
-    scheduler.Schedule([&ran](ScheduledItem*) { ran.set_value(MonotonicClock().Now()); }, 2000,
-                       item);
-    EXPECT_GE(ran.get_future().get() - before, microseconds(2000));
+    scheduler.Schedule([&ran](ScheduledItem*) { ran.Set(); }, 2000, item);
+    ASSERT_TRUE(ran.Wait());
+    EXPECT_GE(MonotonicClock().Now() - before, microseconds(2000));
 }
 
 }  // namespace
