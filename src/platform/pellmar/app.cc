@@ -1,3 +1,5 @@
+// Set-up and run loop of the process: signals, log level, heap. Talking to the service manager is
+// left to service_manager.
 #include "platform/pellmar/app.h"
 
 #include "platform/pellmar/clock.h"

@@ -1,3 +1,4 @@
+// The clock of the running system; tests bring their own.
 #include "platform/pellmar/clock.h"
 
 namespace Pellmar::System {

@@ -1,3 +1,5 @@
+// The system calls behind file handles and the writer of new files, with the reason and a way out
+// in each failure. Which files exist and what they are called is left to the store.
 #include "platform/pellmar/file.h"
 
 #include "platform/pellmar/exceptions.h"

@@ -1,3 +1,4 @@
+// Composes one line at a time and gives it to standard error in one call that never waits.
 #include "platform/pellmar/log_sink.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// Fills the texts of messages and escapes their arguments. Level and line form are decided
+// elsewhere.
 #include "platform/pellmar/logger.h"
 
 #include "platform/pellmar/log_sink.h"

@@ -1,3 +1,5 @@
+// One timer thread waits for the earliest time and hands what is due to the pool. Whether and when
+// a pool thread is free is the pool's business.
 #include "platform/pellmar/scheduler.h"
 
 #include "platform/pellmar/logger.h"

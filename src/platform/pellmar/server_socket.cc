@@ -1,3 +1,5 @@
+// Finds the addresses of a name and listens on all of them or on none. Accepting is left to the
+// HTTP service.
 #include "platform/pellmar/server_socket.h"
 
 #include "platform/pellmar/exceptions.h"

@@ -1,3 +1,4 @@
+// Sends the service manager's datagrams. When to send them is decided by the run loop.
 #include "platform/pellmar/service_manager.h"
 
 #include "platform/pellmar/logger.h"

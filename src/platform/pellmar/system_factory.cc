@@ -1,3 +1,4 @@
+// Makes the system objects; what they do stands in their own files.
 #include "platform/pellmar/system_factory.h"
 
 namespace Pellmar::System {
