@@ -1,4 +1,4 @@
-// D-Bus messages (D-Bus Specification, "Message Protocol"), as far as calls with string lists and
+// D-Bus messages (dbus.freedesktop.org, "Message Protocol"), as far as calls with string lists and
 // their replies need them. In this machine's byte order:
 //
 //   order 'l'|'B', type, flags, version 1 | body length | serial | length of the fields

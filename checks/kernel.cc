@@ -98,7 +98,7 @@ void JudgeMachineChecks(const std::string& path, const Limits& limits, Report& r
         return false;
     });  // without the file nothing is counted
     if (count) {
-        report.Judge("the number of machine check exceptions",
+        report.Judge("machine check exceptions:",
                      {"machine_checks", static_cast<double>(*count), "", limits}, Bad::High);
     }
 }

@@ -104,10 +104,10 @@ bool JudgeControllers(const std::string& directory, const Limits& correctedLimit
     if (!corrected || !uncorrected) {
         return false;
     }
-    report.Judge("the number of corrected memory errors",
+    report.Judge("corrected memory errors:",
                  {"corrected_errors", static_cast<double>(*corrected), "", correctedLimits},
                  Bad::High);
-    report.Judge("the number of uncorrected memory errors",
+    report.Judge("uncorrected memory errors:",
                  {"uncorrected_errors", static_cast<double>(*uncorrected), "", uncorrectedLimits},
                  Bad::High);
     report.Summarize(std::to_string(*corrected) + " memory errors corrected");

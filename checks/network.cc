@@ -87,10 +87,10 @@ void JudgeTraffic(const Link& link, const Limits& errorLimits, const Limits& dro
     const std::uint64_t errors = sum("rx_errors", "tx_errors");
     const std::uint64_t drops = sum("rx_dropped", "tx_dropped");
     const std::uint64_t packets = sum("rx_packets", "tx_packets") + errors;
-    report.Judge("damaged packets on " + link.name,
+    report.Judge("damaged packets on " + link.name + ":",
                  {"errors:" + link.name, PartsPerMillion(errors, packets), "ppm", errorLimits},
                  Bad::High);
-    report.Judge("dropped packets on " + link.name,
+    report.Judge("dropped packets on " + link.name + ":",
                  {"drops:" + link.name, PartsPerMillion(drops, packets), "ppm", dropLimits},
                  Bad::High);
 }

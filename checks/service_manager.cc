@@ -73,7 +73,7 @@ class Connection {
     }
 
   private:
-    // By the user id, which the kernel vouches for (D-Bus Specification, "Authentication
+    // By the user id, which the kernel vouches for (dbus.freedesktop.org, "Authentication
     // Protocol").
     void Authenticate() {
         constexpr std::string_view kDigits = "0123456789abcdef";

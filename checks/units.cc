@@ -41,13 +41,20 @@ void CheckUnits(const std::string& root, Settings& settings, Report& report) {
         return;
     }
     std::vector<std::string> failed;
-    for (std::string& name : ListFailedServices(root)) {
-        if (!SentrelCheck::MatchesAny(ignored, name)) {
-            failed.push_back(std::move(name));
+    try {
+        for (std::string& name : ListFailedServices(root)) {
+            if (!SentrelCheck::MatchesAny(ignored, name)) {
+                failed.push_back(std::move(name));
+            }
         }
+    } catch (const BusError& problem) {
+        report.Find(Status::Unknown,
+                    std::string("systemd does not tell which services have failed: ") +
+                        problem.what() + "; see whether `systemctl --failed` does");
+        return;
     }
     report.AddText("failed", Join(failed, failed.size()));
-    report.Judge("the number of failed services (" + Join(failed, kNamedUnits) + ")",
+    report.Judge("failed services (" + Join(failed, kNamedUnits) + "):",
                  {"failed", static_cast<double>(failed.size()), "", limits}, Bad::High);
     report.Summarize(failed.empty() ? "no service has failed"
                                     : "failed services: " + Join(failed, kNamedUnits));
