@@ -1,0 +1,127 @@
+// The check of the kernel on hosts of files.
+#include "checks/kernel.h"
+
+#include "checks/fixture_host.h"
+
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <string>
+
+namespace {
+
+using Checks::ClockState;
+using SentrelCheck::Status;
+using Test::ExpectOutcomes;
+using Test::ExpectSurvivesDamage;
+using Test::HostFiles;
+using Test::ReportOf;
+using Test::With;
+
+constexpr const char* kTaint = "/proc/sys/kernel/tainted";
+constexpr const char* kInterrupts = "/proc/interrupts";
+constexpr const char* kProcessors = "/proc/cpuinfo";
+constexpr const char* kDevice = "/dev/kvm";
+
+std::string InterruptsOf(const std::string& counts) {
+    return "            CPU0       CPU1       \n   0:         37          0   IO-APIC   2-edge     "
+           " "
+           "timer\n MCE:    " +
+           counts +
+           "   Machine check exceptions\n MCP:        120        120   Machine check polls\n";
+}
+
+const HostFiles kGood = {{kTaint, "0\n"},
+                         {kInterrupts, InterruptsOf("0 0")},
+                         {kProcessors, "processor\t: 0\nflags\t\t: fpu vmx sse\n"},
+                         {kDevice, "device"}};
+
+Test::CheckOfRoot CheckWith(const std::optional<ClockState>& clock) {
+    return [clock](const std::string& root, SentrelCheck::Settings& settings,
+                   SentrelCheck::Report& report) {
+        Checks::CheckKernel(
+            root, [clock] { return clock; }, settings, report);
+    };
+}
+
+const Test::CheckOfRoot kCheck = CheckWith(ClockState{true, 0.01});
+
+TEST(CheckKernel, JudgesTaintsAndMachineChecks) {
+    const std::string goodEnd = "; clock synchronised; can run virtual machines";
+    ExpectOutcomes(
+        kCheck,
+        {
+            {"good", kGood, Status::Ok, "not tainted" + goodEnd},
+            {"harmless taints", With(kGood, {{kTaint, "12289\n"}}), Status::Ok,
+             "tainted POE" + goodEnd},
+            {"an oops", With(kGood, {{kTaint, "129\n"}}), Status::Error,
+             "the kernel is tainted D: it has had an oops; only a restart removes it"},
+            {"a warning of the kernel", With(kGood, {{kTaint, "512\n"}}), Status::Warning,
+             "the kernel is tainted W: it has warned of a fault of its own; only a restart removes "
+             "it"},
+            {"another opinion", With(kGood, {{kTaint, "513\n"}}), Status::Error,
+             "the kernel is tainted P: a proprietary module was loaded; only a restart removes it",
+             R"({"taint_error": "P", "taint_warning": ""})"},
+            {"unknown bits", With(kGood, {{kTaint, "1099511627776\n"}}), Status::Ok,
+             "not tainted" + goodEnd},
+            {"machine checks", With(kGood, {{kInterrupts, InterruptsOf("1 2")}}), Status::Warning,
+             "machine check exceptions: 3 is at or above 1"},
+            {"no such interrupt", With(kGood, {{kInterrupts, "  0: 1 2 timer\n"}}), Status::Ok,
+             "not tainted" + goodEnd},
+        });
+}
+
+TEST(CheckKernel, JudgesTheClock) {
+    const std::string reason =
+        "the clock is not synchronised; is a time service running and does it reach its servers?";
+    ExpectOutcomes(CheckWith(ClockState{false, 16}),
+                   {
+                       {"needed", kGood, Status::Warning, reason},
+                       {"not needed", kGood, Status::Ok,
+                        "not tainted; clock not synchronised; can run virtual machines",
+                        R"({"clock_synchronised": false})"},
+                   });
+    ExpectOutcomes(CheckWith(std::nullopt),
+                   {{"not told", kGood, Status::Ok, "not tainted; can run virtual machines"}});
+}
+
+TEST(CheckKernel, JudgesVirtualisation) {
+    const HostFiles without = With(kGood, {{kDevice, ""}});
+    const std::string begin = "no virtual machine can run: ";
+    const auto processor = [&without](const char* flags) {
+        return With(without, {{kProcessors, std::string("flags\t\t: fpu ") + flags + "\n"}});
+    };
+    ExpectOutcomes(
+        kCheck,
+        {
+            {"no module", without, Status::Warning,
+             begin + "the processor has vmx, but there is no /dev/kvm; load the module kvm_intel"},
+            {"no module of the other", processor("svm"), Status::Warning,
+             begin + "the processor has svm, but there is no /dev/kvm; load the module kvm_amd"},
+            {"a module without its device",
+             With(processor("svm"), {{"/sys/module/kvm_amd/", "a directory"}}), Status::Warning,
+             begin + "kvm_amd is loaded, but there is no /dev/kvm; the kernel's log says why"},
+            {"no flag", processor("sse"), Status::Warning,
+             begin + "the processor shows no virtualisation; enable it in the firmware's set-up"},
+            {"not needed", without, Status::Ok,
+             "not tainted; clock synchronised; runs no virtual machines",
+             R"({"virtualisation": false})"},
+        });
+}
+
+TEST(CheckKernel, HasNothingToSayOfAKernelThatTellsNothing) {
+    ExpectOutcomes(CheckWith(std::nullopt), {{"nothing",
+                                              {},
+                                              Status::None,
+                                              "this kernel tells nothing of its state",
+                                              R"({"virtualisation": false})"}});
+}
+
+TEST(CheckKernel, SurvivesDamagedFiles) {
+    ExpectSurvivesDamage(kCheck, kGood);
+    for (const char* taint : {"D\n", "-1\n", "99999999999999999999\n"}) {
+        EXPECT_EQ(ReportOf(kCheck, With(kGood, {{kTaint, taint}})).GetStatus(), Status::Unknown);
+    }
+}
+
+}  // namespace

@@ -1,0 +1,118 @@
+// The shipped checks as programs, run on this machine as the daemon runs plugins.
+#include "support/host_directory.h"
+#include "support/plugin_process.h"
+#include "support/report_contract.h"
+#include "support/report_listener.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+
+#include <string>
+
+namespace {
+
+using Test::PluginHost;
+using Test::PluginProcess;
+using Test::ReportListener;
+using testing::HasSubstr;
+
+// The sanitizers need more memory than the programs themselves.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool kIsInstrumented = true;
+#else
+constexpr bool kIsInstrumented = false;
+#endif
+constexpr long kMaxPeakKiB = 3 * 1024;
+
+class CheckProgram : public testing::TestWithParam<const char*> {
+  protected:
+    const std::string name = GetParam();
+    const PluginHost host{std::string(SENTREL_CHECK_PROGRAMS "/") + GetParam(), GetParam()};
+    ReportListener listener;
+};
+
+TEST_P(CheckProgram, PostsAReportAndStaysSmall) {
+    PluginProcess plugin(host, host.CommandLine(listener.Port()));
+    const ReportListener::Post post = listener.Receive();
+    const long peak = plugin.PeakKiB();
+    listener.Answer(200);
+    EXPECT_EQ(plugin.WaitForEnd(), 0);
+    EXPECT_EQ(plugin.StandardError(), "");
+    EXPECT_EQ(::Test::ContractFault(post.body, name), "") << post.body;
+    EXPECT_NE(::Test::StatusOf(post.body), 4) << post.body;
+    EXPECT_THAT(post.head, HasSubstr("POST /" + name + " HTTP/1.1\r\n"));
+    if (!kIsInstrumented) {
+        EXPECT_LT(peak, kMaxPeakKiB);
+    }
+}
+
+TEST_P(CheckProgram, HasTheShippedSettingsAsItsDefaults) {
+    const auto limitsOf = [](const std::string& document) {
+        nlohmann::json metrics = nlohmann::json::parse(document).at("unstructured").at("metrics");
+        for (auto& [metricName, metric] : metrics.items()) {
+            metric.erase("value");  // what is measured differs from run to run
+        }
+        return metrics;
+    };
+    nlohmann::json limits[2];
+    for (const bool hasFile : {false, true}) {
+        if (hasFile) {
+            host.WriteSettings(name + ".json",
+                               ::Test::ReadFile(SENTREL_CHECK_SETTINGS "/" + name + ".json"));
+        }
+        PluginProcess plugin(host, host.CommandLine(listener.Port()));
+        limits[hasFile ? 1 : 0] = limitsOf(listener.Receive().body);
+        listener.Answer(200);
+        EXPECT_EQ(plugin.WaitForEnd(), 0);
+        EXPECT_EQ(plugin.StandardError(), "");
+    }
+    EXPECT_EQ(limits[0], limits[1]);
+}
+
+TEST_P(CheckProgram, ReportsBrokenSettings) {
+    host.WriteSettings(name + ".json", "{\n  rubbish");
+    PluginProcess plugin(host, host.CommandLine(listener.Port()));
+    const ReportListener::Post post = listener.Receive();
+    listener.Answer(200);
+    EXPECT_EQ(plugin.WaitForEnd(), 0);
+    EXPECT_EQ(::Test::ContractFault(post.body, name), "") << post.body;
+    EXPECT_EQ(::Test::StatusOf(post.body), 4);
+    EXPECT_THAT(::Test::ReasonOf(post.body),
+                HasSubstr("/etc/korvex/sentrel/checks/" + name + ".json: line 2, column 3: "));
+    EXPECT_EQ(plugin.StandardError(), name + ": " + ::Test::ReasonOf(post.body) + "\n");
+}
+
+TEST_P(CheckProgram, EndsWithAStatusThatTellsWhatFailed) {
+    PluginProcess refused(host, host.CommandLine(listener.Port()));
+    (void)listener.Receive();
+    listener.Answer(413);
+    EXPECT_EQ(refused.WaitForEnd(), 1);
+    EXPECT_THAT(refused.StandardError(), HasSubstr(name + ": the report is not stored: "));
+
+    PluginProcess misused(host, {name, "-h"});
+    EXPECT_EQ(misused.WaitForEnd(), 2);
+    EXPECT_THAT(misused.StandardError(), HasSubstr("usage: PLUGIN "));
+
+    PluginProcess nameless(host, {});
+    EXPECT_EQ(nameless.WaitForEnd(), 2);
+}
+
+TEST_P(CheckProgram, IsInTheConfigurationStore) {
+    constexpr bool kThrows = true;
+    constexpr bool kTakesComments = true;
+    const nlohmann::json entry = nlohmann::json::parse(
+        ::Test::ReadFile(SENTREL_VENDOR_DEFAULTS "/oru/health/" + name + ".json"), nullptr, kThrows,
+        kTakesComments);
+    EXPECT_EQ(entry.at("enabled"), true);
+    EXPECT_THAT(entry.at("frequency").get<std::string>(), testing::AnyOf("fast", "medium"));
+    EXPECT_EQ(entry.at("log_level"), "info");
+}
+
+INSTANTIATE_TEST_SUITE_P(All, CheckProgram,
+                         testing::Values("cpu", "filesystem", "kernel", "memory", "network",
+                                         "units"),
+                         [](const auto& row) { return std::string(row.param); });
+
+}  // namespace

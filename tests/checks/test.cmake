@@ -1,0 +1,10 @@
+target_link_libraries(${program} PUBLIC checks)
+add_dependencies(${program} check_programs)
+target_compile_definitions(
+    ${program}
+    PRIVATE
+        SENTREL_CHECK_PROGRAMS="${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/checks"
+        SENTREL_CHECK_SETTINGS="${PROJECT_SOURCE_DIR}/dist/checks"
+        SENTREL_VENDOR_DEFAULTS="${PROJECT_SOURCE_DIR}/dist/tabulon"
+        SENTREL_TEST_DATA="${CMAKE_CURRENT_SOURCE_DIR}/${folder}"
+)

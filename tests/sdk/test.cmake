@@ -1,0 +1,1 @@
+target_link_libraries(${program} PUBLIC sentrel_check)
