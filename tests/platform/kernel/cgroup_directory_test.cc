@@ -1,0 +1,109 @@
+// A cgroup's files are plain text, so plain files stand for those that this host's hierarchy may
+// lack.
+#include "platform/kernel/cgroup_directory.h"
+
+#include "platform/kernel/member_processes.h"
+#include "support/temporary_directory.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+
+#include <unistd.h>
+
+namespace Kernel {
+namespace {
+
+class CgroupFiles : public testing::Test {
+  protected:
+    void Write(const std::string& name, const std::string& text) {
+        const std::filesystem::path path = base.Path() + name;
+        std::filesystem::create_directories(path.parent_path());
+        std::ofstream(path) << text;
+    }
+    std::string Read(const std::string& name) {
+        std::ostringstream text;
+        text << std::ifstream(base.Path() + name).rdbuf();
+        return text.str();
+    }
+    CgroupDirectory Open() {
+        CgroupDirectory directory;
+        EXPECT_EQ(CgroupDirectory::Open(base.Path(), directory), 0);
+        return directory;
+    }
+
+    ::Test::TemporaryDirectory base;
+};
+
+TEST_F(CgroupFiles, GiveThePeakOfTheGroupAndTheSumOverItsChildren) {
+    Write("memory.peak", "41943040\n");
+    Write("a/memory.peak", "1048576\n");
+    Write("b/memory.peak", "2101248\n");
+    Write("b/inner/memory.peak", "999999999\n");  // b's own has it already
+    const GroupMemory memory = Open().Memory();
+    EXPECT_EQ(memory.peak, 40960U);
+    EXPECT_EQ(memory.childrenPeak, 1024U + 2052U);
+}
+
+TEST_F(CgroupFiles, LetResidentSizesStandInForAMissingPeak) {
+    const std::string self = std::to_string(::getpid()) + "\n";
+    Write("cgroup.procs", "0\n");
+    Write("a/cgroup.procs", self);
+    Write("a/inner/cgroup.procs", self + "999999999\n");
+    Write("b/memory.peak", "1048576\n");
+    const GroupMemory memory = Open().Memory();
+    const std::uint64_t own = SumResidentKB({::getpid()});
+    EXPECT_GT(own, 100U);
+    EXPECT_NEAR(static_cast<double>(memory.childrenPeak), static_cast<double>(2 * own + 1024),
+                static_cast<double>(own) / 2);
+    EXPECT_EQ(memory.peak, memory.childrenPeak);
+}
+
+TEST_F(CgroupFiles, BoundHowManyProcessesAreLookedAt) {
+    std::string many;
+    for (int pid = 1; pid <= 100000; ++pid) {
+        many += std::to_string(pid) + "\n";
+    }
+    Write("cgroup.procs", many);
+    Write("a/cgroup.procs", many);
+    EXPECT_EQ(Open().Processes().size(), kMaxCountedProcesses);
+}
+
+TEST_F(CgroupFiles, TellWhetherMemoryMayBeEnabled) {
+    struct Row {
+        const char* text;
+        bool offers;
+    };
+    const Row rows[] = {{"cpuset cpu io memory hugetlb pids\n", true},
+                        {"memory\n", true},
+                        {"memory", true},
+                        {"hugetlb\n", false},
+                        {"memoryx\n", false},
+                        {"\n", false},
+                        {"", false}};
+    for (const Row& row : rows) {
+        Write("cgroup.controllers", row.text);
+        EXPECT_EQ(Open().OffersMemory(), row.offers) << row.text;
+    }
+}
+
+TEST_F(CgroupFiles, AreWrittenAsTheKernelReadsThem) {
+    Write("cgroup.subtree_control", "");
+    Write("memory.min", "");
+    Write("cgroup.procs", "");
+    const CgroupDirectory directory = Open();
+    EXPECT_EQ(directory.EnableMemory(), 0);
+    EXPECT_EQ(directory.Reserve(41943040), 0);
+    EXPECT_EQ(directory.MoveHere(), 0);
+    EXPECT_EQ(Read("cgroup.subtree_control"), "+memory");
+    EXPECT_EQ(Read("memory.min"), "41943040");
+    EXPECT_EQ(Read("cgroup.procs"), "0");
+    EXPECT_EQ(directory.ReservationKB(), 40960U);
+    EXPECT_FALSE(directory.IsCgroup2());
+}
+
+}  // namespace
+}  // namespace Kernel

@@ -1,0 +1,149 @@
+#include "platform/kernel/spawn_fixture.h"
+
+#include "platform/kernel/cgroup_backend.h"
+#include "platform/kernel/embedded_backend.h"
+#include "platform/kernel/groups.h"
+#include "platform/kernel/process_table.h"
+#include "platform/sys/owned_fd.h"
+#include "support/deadline.h"
+
+#include <array>
+#include <cerrno>
+#include <memory>
+#include <system_error>
+#include <utility>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sched.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace KernelTest {
+
+namespace {
+
+constexpr unsigned kReservationMB = 40;
+
+std::string ReadToEnd(int descriptor) {
+    const ::Test::Deadline deadline;
+    std::string text;
+    std::array<char, 4096> piece;
+    for (;;) {
+        deadline.Await(descriptor, POLLIN, "a child's output");
+        const ssize_t count = ::read(descriptor, piece.data(), piece.size());
+        if (count <= 0) {
+            return text;
+        }
+        text.append(piece.data(), static_cast<std::size_t>(count));
+    }
+}
+
+struct Pipe {
+    Pipe() {
+        std::array<int, 2> ends{};
+        if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
+            throw std::system_error(errno, std::generic_category(), "pipe2");
+        }
+        reading.Reset(ends[0]);
+        writing.Reset(ends[1]);
+    }
+    Sys::OwnedFd reading;
+    Sys::OwnedFd writing;
+};
+
+}  // namespace
+
+void CgroupTest::SetUp() {
+    if (!root.Problem().empty()) {
+        GTEST_SKIP() << root.Problem();
+    }
+    Kernel::UseGroups(std::make_unique<Kernel::CgroupBackend>(root.Path()));
+    (void)Kernel::EnsureGroup(kGroup,
+                              kReservationMB);  // whether it is reserved depends on the host
+}
+
+void CgroupTest::TearDown() { Kernel::UseGroups(nullptr); }
+
+void EmbeddedTest::SetUp() {
+    Kernel::UseGroups(std::make_unique<Kernel::EmbeddedBackend>(Kernel::ProcessTable::Spawned()));
+    (void)Kernel::EnsureGroup(kGroup, kReservationMB);  // never reserved
+}
+
+void EmbeddedTest::TearDown() { Kernel::UseGroups(nullptr); }
+
+Spawned SpawnProgram(const std::vector<std::string>& argv) {
+    std::vector<std::string> copies = argv;
+    std::vector<char*> pointers;
+    for (std::string& argument : copies) {
+        pointers.push_back(argument.data());
+    }
+    pointers.push_back(nullptr);
+    std::array<char*, 1> environment{};
+    const std::array<std::int32_t, 3> descriptors{0, 1, 2};
+    Spawned spawned;
+    const Kernel::SpawnRecord record{.pidAddress = reinterpret_cast<std::uint64_t>(&spawned.pid)};
+    spawned.result = Kernel::Spawn(argv[0].c_str(), pointers.data(), environment.data(), -1,
+                                   descriptors.data(), &record);
+    return spawned;
+}
+
+std::vector<std::string> ShellCommand(const std::string& script) {
+    return {"/bin/sh", "-c", script, kGroupArgument};
+}
+
+std::string OutputOf(const std::string& script) {
+    Pipe pipe;
+    const Sys::OwnedFd previous(::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3));
+    (void)::dup2(pipe.writing.Get(), STDOUT_FILENO);
+    pipe.writing.Reset();
+    const Spawned spawned = SpawnProgram(ShellCommand(script));
+    (void)::dup2(previous.Get(), STDOUT_FILENO);
+    EXPECT_EQ(spawned.result.status, 0);
+    return ReadToEnd(pipe.reading.Get());
+}
+
+std::string AnswerOfChild(const std::function<std::string()>& question) {
+    Pipe pipe;
+    const pid_t child = ::fork();
+    if (child == 0) {
+        std::string answer;
+        try {
+            answer = question();
+        } catch (const std::exception& exception) {
+            answer = std::string("exception: ") + exception.what();
+        }
+        (void)!::write(pipe.writing.Get(), answer.data(), answer.size());  // the test sees its lack
+        ::_exit(0);
+    }
+    pipe.writing.Reset();
+    std::string answer = ReadToEnd(pipe.reading.Get());
+    (void)::waitpid(child, nullptr, 0);  // ECHILD where SIGCHLD is ignored
+    return answer;
+}
+
+Sys::PidFd OpenProcess(pid_t pid) {
+    return Sys::PidFd(Sys::OwnedFd(static_cast<int>(::syscall(SYS_pidfd_open, pid, 0))));
+}
+
+void WaitUntilGone(pid_t pid) {
+    const Sys::PidFd process = OpenProcess(pid);
+    if (!process.IsOpen()) {
+        return;
+    }
+    const ::Test::Deadline deadline;
+    deadline.Await(process.Get(), POLLIN, "the end of a child");
+    while (process.Signal(0) == 0 && deadline.MillisecondsLeft() > 0) {
+        ::sched_yield();  // ended; the kernel is about to reap it
+    }
+}
+
+void WaitUntilStopped(pid_t pid) {
+    siginfo_t stopped{};
+    if (::waitid(P_PID, static_cast<id_t>(pid), &stopped, WSTOPPED) != 0) {
+        throw std::system_error(errno, std::generic_category(), "waiting for a child to stop");
+    }
+}
+
+}  // namespace KernelTest

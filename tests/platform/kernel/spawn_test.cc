@@ -1,0 +1,323 @@
+#include "platform/kernel/spawn.h"
+
+#include "platform/kernel/embedded_backend.h"
+#include "platform/kernel/groups.h"
+#include "platform/kernel/process_table.h"
+#include "platform/kernel/spawn_fixture.h"
+#include "platform/sys/owned_fd.h"
+#include "support/deadline.h"
+#include "support/temporary_directory.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include <fcntl.h>
+#include <sched.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace KernelTest {
+namespace {
+
+void WriteProgram(const std::string& path, std::string_view text, mode_t mode) {
+    std::ofstream(path) << text;
+    ASSERT_EQ(::chmod(path.c_str(), mode), 0);
+}
+
+std::size_t CountDescriptors() {
+    const std::filesystem::directory_iterator all("/proc/self/fd");
+    return static_cast<std::size_t>(std::distance(begin(all), end(all)));
+}
+
+// Whether some child has ended and waits for its exit status to be taken.
+bool HasZombie() {
+    siginfo_t ended{};
+    return ::waitid(P_ALL, 0, &ended, WEXITED | WNOHANG | WNOWAIT) == 0 && ended.si_pid != 0;
+}
+
+TEST(SpawnRecord, IsPackedAsTheKernelReadsIt) {
+    const Kernel::SpawnRecord record{.pidAddress = 0x8877665544332211U};
+    const std::array<unsigned char, 21> expected{3,    0,    0,    0,    0xff, 0xff, 0xff,
+                                                 0xff, 0xff, 0xff, 0xff, 0xff, 1,    0x11,
+                                                 0x22, 0x33, 0x44, 0x55, 0x66, 0x77, 0x88};
+    static_assert(sizeof(record) == expected.size());
+    EXPECT_EQ(std::memcmp(&record, expected.data(), expected.size()), 0);
+}
+
+using CgroupSpawn = CgroupTest;
+using EmbeddedSpawn = EmbeddedTest;
+
+TEST_F(CgroupSpawn, BeginsInsideTheGroup) {
+    const std::string line = OutputOf("exec cat /proc/self/cgroup");
+    const std::string mounted = root.Path().substr(root.Path().rfind('/'));
+    EXPECT_NE(line.find("0::" + mounted + "/" + kGroup + "\n"), std::string::npos) << line;
+}
+
+TEST_F(CgroupSpawn, BeginsBeforeAnyInstructionInsideTheGroup) {
+    // A frozen group lets its processes run nothing: the child stops where the clone left it, and
+    // the spawn call waits for it.
+    std::ofstream(Directory() + "/cgroup.freeze") << "1";
+    const std::string group = AnswerOfChild([this]() -> std::string {
+        const pid_t spawner = ::fork();
+        if (spawner == 0) {
+            (void)SpawnProgram({"/bin/true", kGroupArgument});
+            ::_exit(0);
+        }
+        std::string pids;
+        const ::Test::Deadline deadline;
+        while (pids.empty() && deadline.MillisecondsLeft() > 0) {  // until the child is cloned
+            std::ifstream(Directory() + "/cgroup.procs") >> pids;
+            ::sched_yield();
+        }
+        const std::string program =
+            std::filesystem::read_symlink("/proc/" + pids + "/exe").filename().string();
+        std::ofstream(Directory() + "/cgroup.freeze") << "0";
+        WaitUntilGone(spawner);
+        return program;
+    });
+    EXPECT_EQ(group, "platform_kernel_test");
+}
+
+// Both backends, by the fixture that has been set up.
+void ExpectNothingLeaksIntoThePlugin() {
+    const int leaking = ::dup(STDIN_FILENO);  // not close-on-exec, as if inherited
+    struct Row {
+        const char* what;
+        const char* script;
+        const char* expected;
+    };
+    const Row rows[] = {
+        {"descriptors; ls itself opens 3", "exec ls /proc/self/fd", "0\n1\n2\n3\n"},
+        {"environment", "wc -c < /proc/$$/environ", "0\n"},
+        {"working directory", "exec readlink /proc/self/cwd", "/\n"},
+        {"blocked signals", "exec grep SigBlk /proc/self/status", "SigBlk:\t0000000000000000\n"},
+        {"ignored signals", "exec grep SigIgn /proc/self/status", "SigIgn:\t0000000000000000\n"},
+        {"session of its own", "set -- $(cat /proc/$$/stat); [ $6 = $$ ] && echo $(($5 - $$)) $7",
+         "0 0\n"},
+        {"command line", "tr '\\0' '\\n' < /proc/$$/cmdline | tail -n 1",
+         "++group=sentrel-plugins,mem=40\n"},
+        {"waiting for its own children", "sh -c 'exit 7'; echo $?", "7\n"},
+    };
+    for (const Row& row : rows) {
+        EXPECT_EQ(OutputOf(row.script), row.expected) << row.what;
+    }
+    (void)::close(leaking);
+}
+
+// What a daemon has set and a plugin must not see.
+class BusySignals {
+  public:
+    BusySignals() {
+        (void)::signal(SIGPIPE, SIG_IGN);
+        (void)::signal(SIGRTMIN, SIG_IGN);
+        (void)::signal(SIGUSR1, [](int) {});
+        sigset_t blocked;
+        (void)::sigemptyset(&blocked);
+        (void)::sigaddset(&blocked, SIGTERM);
+        (void)::sigaddset(&blocked, SIGINT);
+        (void)::pthread_sigmask(SIG_BLOCK, &blocked, &previous);
+    }
+    ~BusySignals() {
+        (void)::pthread_sigmask(SIG_SETMASK, &previous, nullptr);
+        for (const int signal : {SIGPIPE, SIGRTMIN, SIGUSR1}) {
+            (void)::signal(signal, SIG_DFL);
+        }
+    }
+    BusySignals(const BusySignals&) = delete;
+    BusySignals& operator=(const BusySignals&) = delete;
+
+  private:
+    sigset_t previous{};
+};
+
+TEST_F(CgroupSpawn, LeaksNothingIntoThePlugin) {
+    const BusySignals busy;
+    ExpectNothingLeaksIntoThePlugin();
+}
+
+TEST_F(EmbeddedSpawn, LeaksNothingIntoThePlugin) {
+    const BusySignals busy;
+    ExpectNothingLeaksIntoThePlugin();
+}
+
+TEST_F(EmbeddedSpawn, LeavesTheCallersSignalsAsTheyWere) {
+    const BusySignals busy;
+    (void)OutputOf("exit 0");
+    sigset_t blocked;
+    ASSERT_EQ(::pthread_sigmask(SIG_BLOCK, nullptr, &blocked), 0);
+    EXPECT_EQ(::sigismember(&blocked, SIGTERM), 1);
+    EXPECT_EQ(::sigismember(&blocked, SIGUSR1), 0);
+    struct sigaction action {};
+    ASSERT_EQ(::sigaction(SIGUSR1, nullptr, &action), 0);
+    EXPECT_NE(action.sa_handler, SIG_DFL);
+}
+
+TEST_F(EmbeddedSpawn, ReportsWhyTheProgramCouldNotBeExecuted) {
+    const ::Test::TemporaryDirectory directory;
+    const std::string base = directory.Path();
+    WriteProgram(base + "plain", "#!/bin/sh\n", 0644);
+    WriteProgram(base + "no-interpreter", "#!/no/such/interpreter\n", 0755);
+    WriteProgram(base + "no-format", "echo hello\n", 0755);
+    WriteProgram(base + "empty", "", 0755);
+    WriteProgram(base + "good", "#!/bin/true\n", 0755);
+    ASSERT_EQ(::symlink("loop", (base + "loop").c_str()), 0);
+    ASSERT_EQ(::symlink("nowhere", (base + "broken-link").c_str()), 0);
+    const Sys::OwnedFd writer(::open((base + "good").c_str(), O_WRONLY | O_CLOEXEC));
+    ASSERT_EQ(::mkdir((base + "folder").c_str(), 0755), 0);
+    struct Row {
+        std::string path;
+        std::vector<std::string> arguments;
+        int error;
+    };
+    const Row rows[] = {
+        {base + "missing", {}, ENOENT},
+        {base + "folder", {}, EACCES},
+        {base + "plain", {}, EACCES},
+        {base + "no-interpreter", {}, ENOENT},
+        {base + "no-format", {}, ENOEXEC},
+        {base + "empty", {}, ENOEXEC},
+        {base + "plain/inside", {}, ENOTDIR},
+        {base + "loop", {}, ELOOP},
+        {base + "broken-link", {}, ENOENT},
+        {base + std::string(5000, 'x'), {}, ENAMETOOLONG},
+        {"/bin/true", {std::string(200000, 'x')}, E2BIG},
+        {base + "good", {}, ETXTBSY},
+    };
+    for (const Row& row : rows) {
+        std::vector<std::string> argv{row.path, kGroupArgument};
+        argv.insert(argv.end(), row.arguments.begin(), row.arguments.end());
+        const Spawned spawned = SpawnProgram(argv);
+        EXPECT_EQ(spawned.result.error, -row.error) << row.path.substr(0, 80);
+        EXPECT_NE(spawned.result.status, 0) << row.path.substr(0, 80);
+        EXPECT_EQ(spawned.pid, 0) << row.path.substr(0, 80);
+    }
+    EXPECT_FALSE(HasZombie());
+}
+
+TEST_F(EmbeddedSpawn, LeavesNoZombieOfAFailedChildWhereExitStatusesAreKept) {
+    const std::string answer = AnswerOfChild([] {
+        (void)::signal(SIGCHLD, SIG_DFL);
+        const int error = SpawnProgram({"/no/such/program", kGroupArgument}).result.error;
+        return std::to_string(error) + (HasZombie() ? " zombie" : " no zombie");
+    });
+    EXPECT_EQ(answer, std::to_string(-ENOENT) + " no zombie");
+}
+
+TEST_F(CgroupSpawn, RefusesOtherGroups) {
+    ASSERT_EQ(::mkdir((Directory() + "-b").c_str(), 0755), 0);
+    struct Row {
+        const char* argument;
+        int error;
+    };
+    const Row rows[] = {
+        {"++group=sentrel-plugins-b,mem=1", 0},
+        {"++group=absent,mem=40", ESRCH},
+        {"++group=..,mem=40", ESRCH},
+        {"++group=.,mem=40", ESRCH},
+        {"++group=sentrel-plugins/..,mem=40", EINVAL},
+        {"++group=,mem=40", EINVAL},
+        {"++group=sentrel-plugins", EINVAL},
+        {"++group=sentrel-plugins,mem=", EINVAL},
+        {"++group=sentrel-plugins,mem=4x", EINVAL},
+        {"+group=sentrel-plugins,mem=40", EINVAL},
+    };
+    for (const Row& row : rows) {
+        EXPECT_EQ(SpawnProgram({"/bin/true", row.argument}).result.error, -row.error)
+            << row.argument;
+    }
+}
+
+// Any change of one argument of a good call.
+TEST_F(EmbeddedSpawn, RefusesArgumentsThatAreNotDefined) {
+    struct Call {
+        const char* path = "/bin/true";
+        std::vector<const char*> argv{"/bin/true", kGroupArgument, nullptr};
+        std::vector<const char*> environment{nullptr};
+        std::int32_t reserved = -1;
+        std::array<std::int32_t, 3> descriptors{0, 1, 2};
+        Kernel::SpawnRecord record{};
+        bool takesPid = true;
+    };
+    std::vector<std::pair<int, Call>> rows(11);
+    rows[0].first = 0;
+    rows[1] = {EINVAL, {.path = "bin/true"}};
+    rows[2] = {EFAULT, {.path = nullptr}};
+    rows[3] = {EINVAL, {.argv = {nullptr}}};
+    rows[4] = {EINVAL, {.environment = {"LD_PRELOAD=/x.so", nullptr}}};
+    rows[5] = {EINVAL, {.reserved = 0}};
+    rows[6] = {EINVAL, {.descriptors = {0, 1, 3}}};
+    rows[7] = {EINVAL, {.record = {.descriptorCount = 4}}};
+    rows[8] = {EINVAL, {.record = {.workingDirectory = 0}}};
+    rows[9] = {EINVAL, {.record = {.newSession = 0}}};
+    rows[10] = {EFAULT, {.takesPid = false}};
+    for (std::size_t index = 0; index < rows.size(); ++index) {
+        auto& [error, call] = rows[index];
+        pid_t pid = 0;
+        call.record.pidAddress = call.takesPid ? reinterpret_cast<std::uint64_t>(&pid) : 0;
+        const Kernel::SpawnResult result =
+            Kernel::Spawn(call.path, const_cast<char**>(call.argv.data()),
+                          const_cast<char**>(call.environment.data()), call.reserved,
+                          call.descriptors.data(), &call.record);
+        EXPECT_EQ(result.error, -error) << "row " << index;
+        EXPECT_EQ(pid != 0, error == 0) << "row " << index;
+    }
+}
+
+// Whether only the program below SENTREL_ROOT is found.
+bool SpawnsBelowTheRootOnly() {
+    const ::Test::TemporaryDirectory root;
+    std::filesystem::create_directories(root.Path() + "usr/plugins");
+    WriteProgram(root.Path() + "usr/plugins/report", "#!/bin/sh\n", 0755);
+    (void)::setenv("SENTREL_ROOT", root.Path().c_str(), 1);
+    Kernel::UseGroups(std::make_unique<Kernel::EmbeddedBackend>(Kernel::ProcessTable::Spawned()));
+    (void)Kernel::EnsureGroup(kGroup, 0);  // never reserved
+    const Spawned outside = SpawnProgram({"/bin/true", kGroupArgument});
+    const Spawned inside = SpawnProgram({"/usr/plugins/report", kGroupArgument});
+    WaitUntilGone(inside.pid);
+    return outside.result.error == -ENOENT && inside.result.error == 0;
+}
+
+// The root is read once a process, so a fresh one looks.
+TEST(SpawnDeathTest, LooksForTheProgramBelowTheHostRootOnly) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(::_exit(SpawnsBelowTheRootOnly() ? 0 : 1), testing::ExitedWithCode(0), "");
+}
+
+TEST_F(EmbeddedSpawn, KeepsTheLimitsOfTheDaemon) {
+    rlimit limit{};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &limit), 0);
+    EXPECT_EQ(OutputOf("ulimit -Sn"), std::to_string(limit.rlim_cur) + "\n");
+}
+
+TEST_F(CgroupSpawn, LeavesNoZombieAndNoDescriptorBehind) {
+    constexpr int kSpawns = 10000;
+    const std::size_t before = CountDescriptors();
+    for (int count = 0; count < kSpawns; ++count) {
+        const Spawned spawned = SpawnProgram({"/bin/true", kGroupArgument});
+        ASSERT_EQ(spawned.result.error, 0) << "after " << count;
+    }
+    root.WaitUntilEmpty();
+    const ::Test::Deadline deadline;
+    do {  // ended processes are dropped at each Kill, the last as soon as the kernel has reaped it
+        EXPECT_EQ(Kernel::Kill(1, 0), -1);
+    } while (CountDescriptors() != before && deadline.MillisecondsLeft() > 0);
+    EXPECT_EQ(CountDescriptors(), before);
+    EXPECT_FALSE(HasZombie());
+}
+
+}  // namespace
+}  // namespace KernelTest

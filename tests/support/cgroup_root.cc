@@ -1,0 +1,103 @@
+#include "support/cgroup_root.h"
+
+#include "platform/sys/owned_fd.h"
+#include "support/deadline.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <system_error>
+#include <vector>
+
+#include <fcntl.h>
+#include <mntent.h>
+#include <poll.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace Test {
+
+namespace {
+
+// Empty when there is none.
+std::string FindMount() {
+    std::string directory;
+    FILE* const mounts = ::setmntent("/proc/self/mounts", "re");
+    while (const mntent* entry = mounts == nullptr ? nullptr : ::getmntent(mounts)) {
+        if (std::string(entry->mnt_type) == "cgroup2") {
+            directory = entry->mnt_dir;
+        }
+    }
+    if (mounts != nullptr) {
+        (void)::endmntent(mounts);  // always succeeds
+    }
+    return directory;
+}
+
+void RemoveTree(const std::string& directory) {
+    std::vector<std::string> directories{directory};
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(directory)) {
+        if (entry.is_directory()) {
+            directories.push_back(entry.path().string());
+        }
+    }
+    // the deepest first
+    std::sort(directories.begin(), directories.end(),
+              [](const auto& left, const auto& right) { return left.size() > right.size(); });
+    for (const std::string& each : directories) {
+        if (::rmdir(each.c_str()) != 0) {
+            throw std::system_error(errno, std::generic_category(), "removing " + each);
+        }
+    }
+}
+
+}  // namespace
+
+CgroupRoot::CgroupRoot() {
+    static int count = 0;
+    const std::string mount = FindMount();
+    if (mount.empty()) {
+        problem = "no cgroup v2 hierarchy is mounted on this host";
+        return;
+    }
+    path = mount + "/sentrel-test-" + std::to_string(::getpid()) + "-" + std::to_string(++count);
+    if (::mkdir(path.c_str(), 0755) != 0) {
+        problem = "no cgroup can be made in " + mount +
+                  " (as root it could): " + std::generic_category().message(errno);
+    }
+}
+
+CgroupRoot::~CgroupRoot() {
+    if (!problem.empty()) {
+        return;
+    }
+    try {
+        std::ofstream(path + "/cgroup.kill") << "1";
+        WaitUntilEmpty();
+        RemoveTree(path);
+    } catch (const std::exception& exception) {
+        std::cerr << "the test's cgroup " << path << " stays behind: " << exception.what() << '\n';
+    }
+}
+
+void CgroupRoot::WaitUntilEmpty() const {
+    const std::string events = path + "/cgroup.events";
+    const Sys::OwnedFd file(::open(events.c_str(), O_RDONLY | O_CLOEXEC));
+    const Deadline deadline;
+    for (;;) {
+        std::array<char, 256> text{};
+        const ssize_t length = ::pread(file.Get(), text.data(), text.size() - 1, 0);
+        if (length < 0) {
+            throw std::system_error(errno, std::generic_category(), "reading " + events);
+        }
+        if (std::string(text.data()).find("populated 0") != std::string::npos) {
+            return;
+        }
+        deadline.Await(file.Get(), POLLPRI, "the end of all processes in " + path);
+    }
+}
+
+}  // namespace Test
