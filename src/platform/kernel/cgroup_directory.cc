@@ -7,6 +7,7 @@
 #include <charconv>
 #include <memory>
 #include <optional>
+#include <sstream>
 
 #include <dirent.h>
 #include <fcntl.h>
@@ -144,11 +145,13 @@ std::uint64_t CgroupDirectory::ReservationKB() const {
 }
 
 bool CgroupDirectory::OffersMemory() const {
-    std::string text = " " + Read("cgroup.controllers");
-    if (text.back() == '\n') {
-        text.back() = ' ';
+    std::istringstream controllers(Read("cgroup.controllers"));
+    for (std::string name; controllers >> name;) {
+        if (name == "memory") {
+            return true;
+        }
     }
-    return text.find(" memory ") != std::string::npos;
+    return false;
 }
 
 int CgroupDirectory::EnableMemory() const { return Write("cgroup.subtree_control", "+memory"); }

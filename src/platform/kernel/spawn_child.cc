@@ -103,7 +103,6 @@ UNINSTRUMENTED long Clone(clone_args& arguments, ChildPlan* plan) {
         "syscall\n\t"
         "test %%rax, %%rax\n\t"
         "jnz 1f\n\t"
-        "xor %%ebp, %%ebp\n\t"
         "mov %[plan], %%rdi\n\t"
         "call *%[run]\n\t"
         "ud2\n"
