@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <fstream>
 #include <memory>
 #include <system_error>
@@ -203,17 +204,18 @@ void FileWriter::Write(const char* bytes, std::size_t count) {
     if (!descriptor.IsOpen()) {
         throw IOException("Cannot write " + path + ": its writer is closed");
     }
-    if (gathered.size() + count > kGatherSize) {
+    if (count > kGatherSize - gatheredCount) {
         Flush();
     }
     if (count >= kGatherSize) {
         WriteOut(bytes, count);
         return;
     }
-    if (gathered.capacity() == 0) {
-        gathered.reserve(kGatherSize);
+    if (!gathered) {
+        gathered = std::make_unique_for_overwrite<char[]>(kGatherSize);
     }
-    gathered.insert(gathered.end(), bytes, bytes + count);
+    std::memcpy(gathered.get() + gatheredCount, bytes, count);
+    gatheredCount += count;
 }
 
 void FileWriter::Close() {
@@ -228,10 +230,7 @@ void FileWriter::Close() {
     }
 }
 
-void FileWriter::Flush() {
-    WriteOut(gathered.data(), gathered.size());
-    gathered.clear();
-}
+void FileWriter::Flush() { WriteOut(gathered.get(), std::exchange(gatheredCount, 0)); }
 
 void FileWriter::WriteOut(const char* bytes, std::size_t count) {
     while (count > 0) {
@@ -241,7 +240,6 @@ void FileWriter::WriteOut(const char* bytes, std::size_t count) {
             if (error == EINTR) {
                 continue;
             }
-            gathered.clear();
             descriptor.Reset();
             throw IOException("Cannot write " + path + ": " + ReasonOf(error));
         }

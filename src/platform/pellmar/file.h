@@ -6,6 +6,7 @@
 #include "platform/sys/owned_fd.h"
 
 #include <cstddef>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -65,7 +66,8 @@ class FileWriter : public ObjectImpl {
 
     const std::string path;
     Sys::OwnedFd descriptor;
-    std::vector<char> gathered;
+    std::unique_ptr<char[]> gathered;  // made at the first small write
+    std::size_t gatheredCount = 0;
 };
 
 }  // namespace Pellmar::System

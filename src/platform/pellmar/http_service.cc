@@ -10,6 +10,7 @@
 #include "platform/pellmar/thread_pool.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <thread>
 #include <utility>
@@ -24,6 +25,8 @@ namespace {
 
 constexpr std::size_t kMinRunners = 2;
 constexpr std::size_t kMaxRunners = 8;
+// Events that one wait takes.
+constexpr int kMaxReadyEvents = 16;
 
 // The service whose runner this thread is.
 thread_local ServiceImpl* tRunnerOf = nullptr;
@@ -71,8 +74,8 @@ void ServiceImpl::Start() {
     bool registered = Register(EPOLL_CTL_ADD, stopEvent.Get(), EPOLLIN, kStopEvent) &&
                       Register(EPOLL_CTL_ADD, timer.Get(), EPOLLIN | EPOLLET, kTimerEvent);
     for (std::size_t index = 0; registered && index < listeners.size(); ++index) {
-        registered = Register(EPOLL_CTL_ADD, listeners[index], EPOLLIN | EPOLLONESHOT,
-                              kFirstListenerEvent + index);
+        registered =
+            Register(EPOLL_CTL_ADD, listeners[index], EPOLLIN, kFirstListenerEvent + index);
     }
     if (!registered) {
         const int error = errno;
@@ -127,54 +130,45 @@ void ServiceImpl::StartRunner() {
     System::GetThreadPool().Run([self = Ref<ServiceImpl>(this)] { self->Serve(); });
 }
 
-// One runner. It ends when the service stops, when there are enough others, or when it was idle for
-// long while another one waits.
+// One runner. It ends when the service stops, when there are enough others, or when it has nothing
+// to do while another one waits for events.
 void ServiceImpl::Serve() {
     tRunnerOf = this;
     std::uint64_t event = 0;
-    bool isLast = false;
-    while (WaitForEvent(event, isLast)) {
+    while (NextEvent(event)) {
         HandleEvent(event);
     }
     tRunnerOf = nullptr;
 }
 
 // False when this runner is to end; it is not counted any more then.
-bool ServiceImpl::WaitForEvent(std::uint64_t& event, bool& isLast) {
+bool ServiceImpl::NextEvent(std::uint64_t& event) {
+    Sys::MutexLock held(lock);
     for (;;) {
-        {
-            Sys::MutexLock held(lock);
-            if (stopping || runners > maxRunners) {
-                --runners;
-                idle.NotifyAll();
-                return false;
-            }
-            ++runnersWaiting;
+        if (stopping || runners > maxRunners || (readyEvents.empty() && leaderWaits)) {
+            --runners;
+            idle.NotifyAll();
+            return false;
         }
-        epoll_event ready{};
-        const int timeout =
-            isLast ? -1
-                   : static_cast<int>(std::chrono::milliseconds(System::kPoolIdleTime).count());
-        const int count = ::epoll_wait(epoll.Get(), &ready, 1, timeout);
-        bool startsAnother = false;
-        {
-            Sys::MutexLock held(lock);
-            --runnersWaiting;
-            isLast = count == 0 && runnersWaiting == 0;
-            if (count == 0 && !isLast) {
-                --runners;
-                idle.NotifyAll();
-                return false;
-            }
-            startsAnother = count > 0 && runnersWaiting == 0 && runners < maxRunners;
-            runners += startsAnother ? 1 : 0;
-        }
-        if (startsAnother) {
-            StartRunner();
-        }
-        if (count > 0) {
-            event = ready.data.u64;
+        if (!readyEvents.empty()) {
+            event = readyEvents.front();
+            readyEvents.pop_front();
             return true;
+        }
+        leaderWaits = true;
+        held.Unlock();
+        std::array<epoll_event, kMaxReadyEvents> ready;
+        const int count = ::epoll_wait(epoll.Get(), ready.data(), kMaxReadyEvents, -1);
+        held.Lock();
+        leaderWaits = false;
+        for (int index = 0; index < count; ++index) {
+            readyEvents.push_back(ready[static_cast<std::size_t>(index)].data.u64);
+        }
+        if (count > 1 && runners < maxRunners) {
+            ++runners;
+            held.Unlock();
+            StartRunner();
+            held.Lock();
         }
     }
 }
@@ -204,7 +198,8 @@ ServiceImpl::Aside::Aside(ServiceImpl& service) : service(service) {
         Sys::MutexLock held(service.lock);
         --service.runners;
         ++service.runnersAside;
-        startsAnother = service.runnersWaiting == 0 && service.runners < service.maxRunners;
+        startsAnother = service.runners < service.maxRunners &&
+                        (!service.leaderWaits || !service.readyEvents.empty());
         service.runners += startsAnother ? 1 : 0;
     }
     if (startsAnother) {

@@ -17,7 +17,7 @@ namespace Pellmar::Http {
 
 using Clock = std::chrono::steady_clock;
 
-// One connection an event; the listener is registered again after it, or when accepting resumes.
+// One connection an event: the listener stays ready while more of them wait.
 void ServiceImpl::Accept(std::size_t listener) {
     if (!MakeRoom()) {
         PauseAccepting(TimePoint::max());
@@ -29,10 +29,8 @@ void ServiceImpl::Accept(std::size_t listener) {
     if (accepted.IsOpen()) {
         Admit(std::move(accepted));
     } else if (error == EMFILE || error == ENFILE || error == ENOBUFS || error == ENOMEM) {
-        HandleAcceptError(listener, error);
-        return;
+        HandleAcceptError(error);
     }
-    ListenAgain(listener);
 }
 
 // False when all connections that may be open are open and in work.
@@ -54,7 +52,7 @@ bool ServiceImpl::MakeRoom() {
     return CloseLongestWaiting();
 }
 
-void ServiceImpl::HandleAcceptError(std::size_t listener, int error) {
+void ServiceImpl::HandleAcceptError(int error) {
     bool isNew = false;
     {
         Sys::MutexLock held(lock);
@@ -67,34 +65,30 @@ void ServiceImpl::HandleAcceptError(std::size_t listener, int error) {
             "by itself",
             std::generic_category().message(error));
     }
-    if (CloseLongestWaiting()) {
-        ListenAgain(listener);
-    } else {
+    if (!CloseLongestWaiting()) {
         PauseAccepting(Clock::now() + times.acceptPause);
     }
 }
 
+// Most clients have sent their request by now, so it is looked for before anything is waited for.
 void ServiceImpl::Admit(Sys::OwnedFd accepted) {
     const TimePoint deadline = Clock::now() + times.head;
     Ref<Connection> connection;
     {
         Sys::MutexLock held(lock);
+        if (stopping) {
+            return;
+        }
         acceptErrorWasLogged = false;
         const std::uint64_t id = nextId++;
         connection = MakeRef<Connection>(id, std::move(accepted), deadline);
-        slots.emplace(id, Slot{connection, true, deadline});
-        ArmTimer(deadline);
+        slots.emplace(id, Slot{.connection = connection, .deadline = deadline});
     }
-    if (!Register(EPOLL_CTL_ADD, connection->GetSocket(), EPOLLIN | EPOLLONESHOT,
-                  connection->GetId())) {
-        const int error = errno;
-        LogInternal(logger, 3, "Cannot watch a new connection: %1. It is closed",
-                    std::generic_category().message(error));
-        Close(connection);
-    }
+    ReadHead(connection);
 }
 
 void ServiceImpl::PauseAccepting(TimePoint until) {
+    WatchListeners(0);
     Sys::MutexLock held(lock);
     acceptIsPaused = true;
     acceptResume = until;
@@ -103,15 +97,13 @@ void ServiceImpl::PauseAccepting(TimePoint until) {
     }
 }
 
-void ServiceImpl::ResumeAccepting() const {
-    for (std::size_t index = 0; index < listeners.size(); ++index) {
-        ListenAgain(index);
-    }
-}
+void ServiceImpl::ResumeAccepting() const { WatchListeners(EPOLLIN); }
 
-void ServiceImpl::ListenAgain(std::size_t listener) const {
-    (void)Register(EPOLL_CTL_MOD, listeners[listener], EPOLLIN | EPOLLONESHOT,
-                   kFirstListenerEvent + listener);  // changing a registration takes no memory
+void ServiceImpl::WatchListeners(std::uint32_t events) const {
+    for (std::size_t index = 0; index < listeners.size(); ++index) {
+        (void)Register(EPOLL_CTL_MOD, listeners[index], events,
+                       kFirstListenerEvent + index);  // changing a registration takes no memory
+    }
 }
 
 // Makes room for a new connection. False when every connection is in work.

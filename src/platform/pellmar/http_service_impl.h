@@ -1,12 +1,12 @@
 // The HTTP service at work: the table of connections, the runners that wait for them, the times.
 //
-// Runners are tasks of the pool. Each waits in epoll_wait for one event at a time; every
-// registration is one-shot, so a connection that became ready belongs to the one runner that
-// claimed it until it is given back. The runner reads the head, calls the handler, and runs the
-// work queue that the handler woke, all on its own thread. A runner that must wait for a client's
-// bytes steps aside, and another one is started when none is left to wait for events: the number of
-// runners that do not wait stays near the number of processors, while stalled clients cost a thread
-// each and delay nobody.
+// Runners are tasks of the pool. One of them, the leader, waits in epoll_wait; a connection's
+// registration is one-shot, so one that became ready belongs to the runner that claimed it until it
+// is given back. A leader that got one event serves it itself and then leads again: nobody is woken
+// for it. When several events were ready, another runner is started to share them, up to one a
+// processor. A runner reads the head, calls the handler, and runs the work queue that the handler
+// woke, all on its own thread. One that must wait for a client's bytes steps aside, and another one
+// is started when none is left to lead: stalled clients cost a thread each and delay nobody.
 #pragma once
 
 #include "platform/pellmar/http_connection.h"
@@ -22,6 +22,7 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -67,22 +68,25 @@ class ServiceImpl final : public HttpService {
 
     struct Slot {
         Ref<Connection> connection;
-        // Registered with epoll, owned by no thread.
+        // Its next event is waited for, and no thread owns it.
         bool waits = false;
+        // Known to epoll.
+        bool isWatched = false;
         TimePoint deadline;
     };
 
     void Serve() EXCLUDES(lock);
-    bool WaitForEvent(std::uint64_t& event, bool& isLast) EXCLUDES(lock);
+    bool NextEvent(std::uint64_t& event) EXCLUDES(lock);
     void HandleEvent(std::uint64_t event);
     void StartRunner();
 
     void Accept(std::size_t listener) EXCLUDES(lock);
     bool MakeRoom() EXCLUDES(lock);
-    void HandleAcceptError(std::size_t listener, int error);
+    void HandleAcceptError(int error) EXCLUDES(lock);
     void Admit(Sys::OwnedFd socket) EXCLUDES(lock);
     void PauseAccepting(TimePoint until) EXCLUDES(lock);
     void ResumeAccepting() const;
+    void WatchListeners(std::uint32_t events) const;
     bool CloseLongestWaiting() EXCLUDES(lock);
     void CloseOverdue() EXCLUDES(lock);
 
@@ -99,7 +103,6 @@ class ServiceImpl final : public HttpService {
     void ArmTimer(TimePoint due) REQUIRES(lock);
     // False when the kernel refuses; errno says why.
     bool Register(int operation, int descriptor, std::uint32_t events, std::uint64_t event) const;
-    void ListenAgain(std::size_t listener) const;
 
     const Ref<System::ServerSocket> socket;
     const Ref<Service::Logger> logger;
@@ -122,9 +125,10 @@ class ServiceImpl final : public HttpService {
     bool acceptIsPaused GUARDED_BY(lock) = false;
     bool acceptErrorWasLogged GUARDED_BY(lock) = false;
     bool boundWasLogged GUARDED_BY(lock) = false;
-    std::size_t runners GUARDED_BY(lock) = 0;         // that do not wait aside
-    std::size_t runnersAside GUARDED_BY(lock) = 0;    // that wait for a client
-    std::size_t runnersWaiting GUARDED_BY(lock) = 0;  // of `runners`, in epoll_wait
+    std::deque<std::uint64_t> readyEvents GUARDED_BY(lock);  // taken by a leader, not served yet
+    bool leaderWaits GUARDED_BY(lock) = false;               // some runner is in epoll_wait
+    std::size_t runners GUARDED_BY(lock) = 0;                // that do not wait aside
+    std::size_t runnersAside GUARDED_BY(lock) = 0;           // that wait for a client
     bool started GUARDED_BY(lock) = false;
 };
 

@@ -5,7 +5,9 @@
 #include "platform/pellmar/http_service_impl.h"
 #include "platform/pellmar/work_queue.h"
 
+#include <cerrno>
 #include <exception>
+#include <system_error>
 #include <utility>
 
 #include <sys/epoll.h>
@@ -154,6 +156,7 @@ void ServiceImpl::DropInput(const Ref<Connection>& connection) {
 void ServiceImpl::Await(const Ref<Connection>& connection, std::uint32_t events,
                         TimePoint deadline) {
     bool resumes = false;
+    int operation = EPOLL_CTL_MOD;
     {
         Sys::MutexLock held(lock);
         const auto slot = slots.find(connection->GetId());
@@ -164,14 +167,21 @@ void ServiceImpl::Await(const Ref<Connection>& connection, std::uint32_t events,
         }
         slot->second.waits = true;
         slot->second.deadline = deadline;
+        if (!std::exchange(slot->second.isWatched, true)) {
+            operation = EPOLL_CTL_ADD;
+        }
         ArmTimer(deadline);
         // Accepting that waits for room can go on: this connection can be closed for a new one.
         resumes = acceptIsPaused && acceptResume == TimePoint::max();
         acceptIsPaused = acceptIsPaused && !resumes;
     }
     // The caller's reference keeps the socket open, should another thread close the connection now.
-    (void)Register(EPOLL_CTL_MOD, connection->GetSocket(), events | EPOLLONESHOT,
-                   connection->GetId());  // changing a registration takes no memory
+    if (!Register(operation, connection->GetSocket(), events | EPOLLONESHOT, connection->GetId())) {
+        const int error = errno;
+        LogInternal(logger, 3, "Cannot watch a connection: %1. It is closed",
+                    std::generic_category().message(error));
+        Close(connection);
+    }
     if (resumes) {
         ResumeAccepting();
     }
