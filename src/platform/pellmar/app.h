@@ -29,6 +29,9 @@ class App {
     const Ref<Config>& GetConfig() const { return config; }
     // On the pool of the process and the monotonic clock; made at first use, never destroyed.
     System::Scheduler& GetScheduler();
+    // Puts another scheduler in its place, one on a clock that a test drives; null takes it away.
+    // While no other thread asks for the scheduler.
+    void UseScheduler(System::Scheduler* scheduler) { replacement = scheduler; }
     // Blocks until SIGTERM or SIGINT arrives (one that arrived since InitApp ends it at once).
     // Tells the service manager READY=1 on entry and STOPPING=1 at the end, and feeds its watchdog.
     // Main thread. Throws IOException when waiting for signals fails.
@@ -43,6 +46,7 @@ class App {
 
     AppInfo info;
     Ref<Config> config;
+    System::Scheduler* replacement = nullptr;
 };
 
 // Registers the identity; before InitApp.

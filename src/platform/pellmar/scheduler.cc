@@ -39,6 +39,12 @@ Scheduler::~Scheduler() {
     if (started.joinable()) {
         started.join();
     }
+    Sys::MutexLock guard(lock);
+    while (!entries.empty()) {
+        // Whoever keeps the item may be what its function holds: they would keep each other.
+        entries.top().item->function = nullptr;
+        entries.pop();
+    }
 }
 
 void Scheduler::RunNow(std::function<void()> function) { pool.Run(std::move(function)); }

@@ -1,0 +1,142 @@
+// Which plugins there are, and what the configuration store says of each.
+#include "plugins/discovery.h"
+
+#include "platform/pellmar/config.h"
+#include "platform/pellmar/exceptions.h"
+#include "platform/pellmar/system_factory.h"
+#include "platform/sys/host_root.h"
+#include "platform/tabulon/json_config.h"
+#include "plugins/plugin_launcher.h"
+
+#include <array>
+#include <cstdint>
+#include <cstring>
+#include <filesystem>
+#include <memory>
+#include <string_view>
+#include <system_error>
+
+#include <strings.h>
+
+namespace Sentrel {
+
+using Pellmar::Ref;
+using Pellmar::Service::ConfigReader;
+using Pellmar::Service::LogInternal;
+
+namespace {
+
+constexpr std::array<const char*, 3> kQueueNames{"fast", "medium", "slow"};
+constexpr std::array<const char*, 5> kLogLevelNames{"debug", "info", "warning", "error",
+                                                    "critical"};
+
+bool BeginsWithIgnoringCase(const std::string& text, const char* name) {
+    return ::strncasecmp(text.c_str(), name, std::strlen(name)) == 0;
+}
+
+Ref<ConfigReader> OpenPluginEntry(const std::string& name) {
+    const char* component = name.starts_with("test_") ? "oru_dev_only" : "oru";
+    const Ref<Pellmar::Service::Config> config = Tabulon::CreateTabulonConfigWithSettings(
+        {{.first = "", .key = name, .group = "health", .component = component, .last = ""}},
+        /*mayBeMissing=*/false, /*useVendorFile=*/true, /*useHostFile=*/true);
+    config->Initialize();
+    return config->GetReader();
+}
+
+}  // namespace
+
+void SetFrequency(PluginInfo& info, const std::string& text) {
+    info.frequency = 0;
+    for (std::uint32_t index = 0; index < kQueueNames.size(); ++index) {
+        if (BeginsWithIgnoringCase(text, kQueueNames[index])) {
+            info.frequency = index;
+            return;
+        }
+    }
+}
+
+void SetLogLevel(PluginInfo& info, const std::string& text) {
+    for (const char* name : kLogLevelNames) {
+        if (BeginsWithIgnoringCase(text, name)) {
+            info.logLevel = name;
+        }
+    }
+}
+
+void PluginLauncher::DiscoverPlugins() {
+    const auto directory = Pellmar::System::SystemFactory::GetFile(Sys::HostPath(kPluginDirectory));
+    for (const Ref<Pellmar::System::File>& entry : directory->List(-1)) {
+        PluginInfo info;
+        info.name = entry->GetName();
+        info.path = kPluginDirectory + info.name;
+        std::error_code error;  // an entry whose type cannot be found out counts as a plugin
+        if (std::filesystem::is_directory(std::filesystem::status(entry->GetPath(), error))) {
+            LogInternal(logger, 6, "Skipping the directory: %1", info.path);
+            continue;
+        }
+        if (!LoadPluginConfig(info)) {
+            LogInternal(logger, 3, "Failed to load configuration for: %1", info.name);
+            continue;
+        }
+        LogInternal(logger, 7, "Successfully loaded configuration for: %1", info.name);
+        if (!info.enabled) {
+            LogInternal(logger, 5, "Plugin disabled by configuration: %1", info.name);
+            continue;
+        }
+        AddToQueue(info);
+    }
+}
+
+void PluginLauncher::AddToQueue(const PluginInfo& info) {
+    auto plugin = std::make_shared<Plugin>(info);
+    switch (info.frequency) {
+        case 1:
+            medium->plugins.push_back(std::move(plugin));
+            LogInternal(logger, 6, "Plugin added to medium queue: %1", info.name);
+            break;
+        case 2:
+            slow->plugins.push_back(std::move(plugin));
+            LogInternal(logger, 6, "Plugin added to slow queue: %1", info.name);
+            break;
+        default:
+            fast->plugins.push_back(std::move(plugin));
+            LogInternal(logger, 6, "Plugin added to fast queue: %1", info.name);
+            break;
+    }
+}
+
+bool PluginLauncher::LoadPluginConfig(PluginInfo& info) {
+    try {
+        const Ref<ConfigReader> reader = OpenPluginEntry(info.name);
+        std::string frequency;
+        if (reader->GetString("frequency", frequency)) {
+            SetFrequency(info, frequency);
+        } else {
+            LogMissingKey(info.name, "frequency");
+        }
+        std::string logLevel;
+        if (reader->GetString("log_level", logLevel)) {
+            SetLogLevel(info, logLevel);
+        } else {
+            LogMissingKey(info.name, "log_level");
+        }
+        if (!reader->GetBool("enabled", info.enabled)) {
+            LogMissingKey(info.name, "enabled");
+        } else if (!info.enabled) {
+            LogInternal(logger, 5, "%1 plugin disabled", info.name);
+        } else {
+            LogInternal(logger, 5, "%1 plugin configuration: log_level=%2 frequency=%3", info.name,
+                        logLevel, frequency);
+        }
+        return true;
+    } catch (const Pellmar::NotFoundException& exception) {
+        LogInternal(logger, 3, "Failed to create Tabulon config: Exception : %1", exception.what());
+        return false;
+    }
+}
+
+void PluginLauncher::LogMissingKey(const std::string& name, const char* key) const {
+    LogInternal(logger, 3, "Failed to locate Tabulon key: %1.%2", name, key);
+}
+
+}  // namespace Sentrel

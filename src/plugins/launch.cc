@@ -1,0 +1,79 @@
+// Starting one plugin through the host's spawn call, and ending those whose time is up.
+#include "platform/kernel/process_table.h"
+#include "platform/kernel/spawn.h"
+#include "plugins/plugin_launcher.h"
+#include "plugins/resource_group.h"
+
+#include <array>
+#include <cerrno>
+#include <cstdint>
+#include <system_error>
+
+#include <signal.h>
+
+namespace Sentrel {
+
+using Pellmar::Service::LogInternal;
+
+namespace {
+
+std::string ErrorText(int errorNumber) { return std::generic_category().message(errorNumber); }
+
+Kernel::SpawnResult Spawn(const Plugin& plugin, std::int32_t& pid) {
+    static constexpr std::array<std::int32_t, 3> kDescriptors{0, 1, 2};
+    char* environment[] = {nullptr};
+    Kernel::SpawnRecord record;
+    record.pidAddress = reinterpret_cast<std::uintptr_t>(&pid);
+    return Kernel::Spawn(plugin.GetArgv()[0], plugin.GetArgv(), environment, -1,
+                         kDescriptors.data(), &record);
+}
+
+}  // namespace
+
+std::int32_t PluginLauncher::LaunchPlugin(const std::shared_ptr<Plugin>& plugin) {
+    const std::string commandLine = FormatCommandLine(*plugin);
+    if (!CheckResourcePool(logger)) {
+        LogInternal(logger, 3, "Failed resource pool prechecks; cannot launch plugin: %1",
+                    commandLine);
+        return 0;
+    }
+    LogInternal(logger, 5, "Launching binary: %1", commandLine);
+    std::int32_t pid = 0;
+    const Kernel::SpawnResult result = Spawn(*plugin, pid);
+    if (result.error != 0) {
+        errno = -result.error;
+    }
+    const int launchError = errno;
+    if (result.status != Kernel::kStatusSuccess) {
+        LogInternal(logger, 3, "Plugin launch failed: %1", ErrorText(launchError));
+        (void)LogGroupMemory(logger);  // for whoever reads the failure; nothing depends on it
+        return pid;
+    }
+    if (Kernel::Kill(pid, 0) != 0) {
+        const int probeError = errno;
+        LogInternal(logger, 3, "Plugin launched but failed to run: %1", ErrorText(probeError));
+        (void)LogGroupMemory(logger);  // likewise
+        return pid;
+    }
+    LogInternal(logger, 6, "Pushed plugin %1 (%2) for tracking", plugin->GetPath(), pid);
+    return pid;
+}
+
+void PluginLauncher::KillTracked(const std::vector<std::int32_t>& pids) const {
+    for (const std::int32_t pid : pids) {
+        if (Kernel::Kill(pid, 0) != 0) {
+            if (errno == ESRCH) {
+                LogInternal(logger, 7, "%1 already killed", pid);
+            }
+            continue;
+        }
+        if (Kernel::Kill(pid, SIGTERM) != 0) {
+            const int errorNumber = errno;
+            LogInternal(logger, 3, "Could not kill %1: %2", pid, errorNumber);
+        } else {
+            LogInternal(logger, 5, "%1 killed", pid);
+        }
+    }
+}
+
+}  // namespace Sentrel

@@ -1,0 +1,53 @@
+// One enabled plugin: what its configuration says and the command line that it is launched with.
+#pragma once
+
+#include "platform/pellmar/logger.h"
+#include "platform/pellmar/object.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace Sentrel {
+
+// What discovery finds out about one entry of the plugin directory.
+struct PluginInfo {
+    bool enabled = true;
+    std::uint32_t frequency = 0;  // queue index: 0 fast, 1 medium, 2 slow
+    std::string logLevel;         // one of "debug" to "critical", or empty
+    std::string name;             // key in the configuration store, label in messages
+    std::string path;             // the executable, without the host root
+};
+
+// Immutable after construction; any thread may read.
+class Plugin {
+  public:
+    // Megabytes reserved for all plugins together, as their command lines say it. Set once, before
+    // the first plugin is made.
+    static std::int32_t sResourcePoolSizeMB;
+
+    // Composes the command line; the intake port in it is read from the application's
+    // configuration.
+    explicit Plugin(const PluginInfo& info);
+    ~Plugin();
+    Plugin(const Plugin&) = delete;
+    Plugin& operator=(const Plugin&) = delete;
+
+    const std::string& GetName() const { return info.name; }
+    const std::string& GetPath() const { return info.path; }
+    const PluginInfo& GetInfo() const { return info; }
+    // path, "++group=…", "-u", the intake's URL, perhaps "--loglevel=…", null. Owned by the plugin.
+    char* const* GetArgv() const { return argv.data(); }
+
+  private:
+    void ComposeCommandLine();
+
+    const PluginInfo info;
+    std::vector<char*> argv;  // of the C allocator
+    const Pellmar::Ref<Pellmar::Service::Logger> logger;
+};
+
+// The command line for messages: every argument followed by one blank.
+std::string FormatCommandLine(const Plugin& plugin);
+
+}  // namespace Sentrel

@@ -1,0 +1,176 @@
+#include "plugins/plugin_launcher.h"
+
+#include "platform/pellmar/app.h"
+#include "platform/pellmar/config.h"
+#include "plugins/queue_timing.h"
+
+#include <utility>
+
+namespace Sentrel {
+
+using Pellmar::Ref;
+using Pellmar::Service::GetApp;
+using Pellmar::Service::Logger;
+using Pellmar::Service::LogInternal;
+using Pellmar::System::ScheduledItem;
+
+namespace {
+
+constexpr std::int64_t kMicrosecondsPerSecond = 1'000'000;
+constexpr std::int32_t kMinResourcePoolSizeMB = 40;
+constexpr std::int32_t kMaxResourcePoolSizeMB = 500;
+
+std::int64_t InMicroseconds(std::uint64_t seconds) {
+    return static_cast<std::int64_t>(seconds) * kMicrosecondsPerSecond;
+}
+
+std::unique_ptr<PluginLauncher::PluginCategory> MakeQueue(const QueueTiming& timing) {
+    return std::make_unique<PluginLauncher::PluginCategory>(
+        PluginLauncher::PluginCategory{.batchSize = timing.batchSize,
+                                       .period = timing.period,
+                                       .initialDelay = timing.initialDelay,
+                                       .throttleTimeout = timing.throttleTimeout,
+                                       .plugins = {},
+                                       .items = {},
+                                       .pids = {}});
+}
+
+}  // namespace
+
+std::int64_t PluginLauncher::sFastPeriodMinutes = kDefaultFastPeriodMinutes;
+
+std::shared_ptr<PluginLauncher>& PluginLauncher::GetInstance() {
+    static std::shared_ptr<PluginLauncher> instance = std::make_shared<PluginLauncher>();
+    return instance;
+}
+
+PluginLauncher::PluginLauncher() = default;
+
+PluginLauncher::~PluginLauncher() {
+    for (const Queue* queue : {&fast, &medium, &slow}) {
+        if (*queue) {
+            KillTracked((*queue)->pids);
+        }
+    }
+}
+
+void PluginLauncher::Start() {
+    logger = Logger::CreateLogger(Logger::sDefaultLogger, "PluginLauncher");
+    ReadSettings();
+    CreateQueues();
+    DiscoverPlugins();
+    ApplyTimetable();
+    LogInternal(logger, 5, "About to schedule fast plugins");
+    ScheduleLaunches(fast);
+    LogInternal(logger, 5, "About to schedule medium plugins");
+    ScheduleLaunches(medium);
+    LogInternal(logger, 5, "About to schedule slow plugins");
+    ScheduleLaunches(slow);
+}
+
+void PluginLauncher::ReadSettings() {
+    const Ref<Pellmar::Service::ConfigReader> reader = GetApp().GetConfig()->GetReader();
+    std::int32_t fastPeriodMinutes = 0;
+    std::int32_t resourcePoolSizeMB = 0;
+    (void)reader->GetInt("fast_queue/time_period_in_mins", fastPeriodMinutes);  // 0 when missing
+    (void)reader->GetInt("plugin_resource_pool_size_MB", resourcePoolSizeMB);   // likewise
+    ApplyFastPeriod(fastPeriodMinutes);
+    ApplyResourcePoolSize(resourcePoolSizeMB);
+}
+
+void PluginLauncher::ApplyFastPeriod(std::int32_t minutes) {
+    if (minutes > kDefaultFastPeriodMinutes) {
+        LogInternal(logger, 5, "Overridden time period = %1", minutes);
+        sFastPeriodMinutes = minutes;
+    } else if (minutes != 0) {
+        LogInternal(logger, 5, "Configuration supplied time period = %1", minutes);
+    }
+}
+
+void PluginLauncher::ApplyResourcePoolSize(std::int32_t megabytes) {
+    if (megabytes > kMinResourcePoolSizeMB && megabytes <= kMaxResourcePoolSizeMB) {
+        Plugin::sResourcePoolSizeMB = megabytes;
+        LogInternal(logger, 5, "Overridden resource pool size = %1MB", megabytes);
+    } else {
+        LogInternal(logger, 3, "Configured resource pool size: %1MB is outside limits", megabytes);
+    }
+}
+
+void PluginLauncher::CreateQueues() {
+    const Timetable table = MakeTimetable({}, sFastPeriodMinutes);
+    fast = MakeQueue(table.fast);
+    medium = MakeQueue(table.medium);
+    slow = MakeQueue(table.slow);
+}
+
+void PluginLauncher::ApplyTimetable() {
+    const PluginCounts counts{.fast = fast->plugins.size(),
+                              .medium = medium->plugins.size(),
+                              .slow = slow->plugins.size()};
+    const Timetable table = MakeTimetable(counts, sFastPeriodMinutes);
+    LogInternal(logger, 5, "Number of fast plugins: %1, Throttle timeout: %2, Min period: %3",
+                counts.fast, table.fast.throttleTimeout, table.minimumPeriod);
+    medium->initialDelay = table.medium.initialDelay;
+    LogInternal(logger, 5, "Updated medium queue initial delay to: %1 ", medium->initialDelay);
+    if (table.fastPeriodWasRaised) {
+        fast->period = table.fast.period;
+        LogInternal(logger, 5, "Updated the period of the fast plugin queue to %1", fast->period);
+    }
+    LogInternal(logger, 5, "Number of Medium plugins: %1, Throttle timeout: %2", counts.medium,
+                table.medium.throttleTimeout);
+    slow->initialDelay = table.slow.initialDelay;
+}
+
+// Runs inside Start alone and appends to `items` without the lock: every first run is at least
+// kFirstDelaySeconds away.
+void PluginLauncher::ScheduleLaunches(Queue& queue) {
+    for (std::size_t batch = 0; batch * queue->batchSize < queue->plugins.size(); ++batch) {
+        queue->items.emplace_back();
+        const std::uint64_t delay = queue->initialDelay + batch * queue->throttleTimeout;
+        Ref<ScheduledItem> item;  // not kept: the slot is for the runs after the first
+        GetApp().GetScheduler().Schedule(BatchFunction(batch, batch * queue->batchSize, queue),
+                                         InMicroseconds(delay), item);
+        LogInternal(logger, 5, "Plugin %1 scheduled", batch);
+    }
+}
+
+ScheduledItem::Function PluginLauncher::BatchFunction(std::size_t batch, std::size_t firstPlugin,
+                                                      Queue& queue) {
+    return [launcher = shared_from_this(), batch, firstPlugin, &queue](ScheduledItem* /*item*/) {
+        launcher->ScheduleEachBatch(batch, firstPlugin, queue);
+    };
+}
+
+void PluginLauncher::ScheduleEachBatch(std::size_t batch, std::size_t firstPlugin, Queue& queue) {
+    const Hostlib::ExclusiveLockGuard held(pidLock);
+    queue->items[batch].Reset();
+    KillTracked(queue->pids);
+    queue->pids.clear();
+    if (firstPlugin == 0) {
+        KillTracked(fast->pids);
+        KillTracked(medium->pids);
+        KillTracked(slow->pids);
+    }
+    LaunchBatch(firstPlugin, *queue);
+    GetApp().GetScheduler().Schedule(BatchFunction(batch, firstPlugin, queue),
+                                     InMicroseconds(queue->period), queue->items[batch]);
+    LogInternal(logger, 7, "Scheduled the next iteration");
+}
+
+void PluginLauncher::LaunchBatch(std::size_t firstPlugin, PluginCategory& queue) {
+    for (std::size_t offset = 0; offset < queue.batchSize; ++offset) {
+        const std::size_t index = firstPlugin + offset;
+        if (index >= queue.plugins.size()) {
+            LogInternal(logger, 7, "Reached end of plugin list");
+            return;
+        }
+        const std::shared_ptr<Plugin> plugin = queue.plugins[index];
+        LogInternal(logger, 7, "About to launch plugin %1 in the batch", plugin->GetName());
+        const std::int32_t pid = LaunchPlugin(plugin);
+        if (pid != 0) {
+            queue.pids.push_back(pid);
+        }
+    }
+}
+
+}  // namespace Sentrel

@@ -1,0 +1,88 @@
+// Runs the plugins: finds them, lays them out in time, and launches each in its batch, again and
+// again, for the life of the process. Launching itself stands in launch.cc, finding in
+// discovery.cc.
+#pragma once
+
+#include "platform/hostlib/exclusive_lock.h"
+#include "platform/pellmar/logger.h"
+#include "platform/pellmar/object.h"
+#include "platform/pellmar/scheduler.h"
+#include "plugins/plugin.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace Sentrel {
+
+// The batches of all queues run on threads of the framework, one at a time: each holds `pidLock`.
+class PluginLauncher : public std::enable_shared_from_this<PluginLauncher> {
+  public:
+    // One queue. Its plugins are fixed once they have been discovered; `items` and `pids` change
+    // under the launcher's lock only, once it has started.
+    struct PluginCategory {
+        std::uint64_t batchSize;
+        std::uint64_t period;           // seconds, from the end of a batch's run to its next
+        std::uint64_t initialDelay;     // seconds, from Start to the first batch's first run
+        std::uint64_t throttleTimeout;  // seconds, between the first runs of consecutive batches
+        std::vector<std::shared_ptr<Plugin>> plugins;
+        // One slot a batch: its pending next run; empty until it has run once.
+        std::vector<Pellmar::Ref<Pellmar::System::ScheduledItem>> items;
+        // Processes that the queue's batches launched and did not end yet.
+        std::vector<std::int32_t> pids;
+    };
+
+    // The launcher of the process, made at the first call. Stops the process when its lock cannot
+    // be made. Main thread, before any other one uses it.
+    static std::shared_ptr<PluginLauncher>& GetInstance();
+
+    // Use GetInstance. Not started: no logger, no queues.
+    PluginLauncher();
+    // Sends SIGTERM to what still runs. Pending batches hold the launcher, so none is pending.
+    ~PluginLauncher();
+    PluginLauncher(const PluginLauncher&) = delete;
+    PluginLauncher& operator=(const PluginLauncher&) = delete;
+
+    // Reads the settings, discovers the plugins and schedules their first runs. Once, on the main
+    // thread. Exceptions of the framework pass, such as a plugin directory that cannot be listed.
+    void Start();
+
+  private:
+    using Queue = std::unique_ptr<PluginCategory>;
+
+    static std::int64_t sFastPeriodMinutes;
+
+    void ReadSettings();
+    void ApplyFastPeriod(std::int32_t minutes);
+    void ApplyResourcePoolSize(std::int32_t megabytes);
+    void CreateQueues();
+    void ApplyTimetable();
+
+    void DiscoverPlugins();
+    bool LoadPluginConfig(PluginInfo& info);
+    void AddToQueue(const PluginInfo& info);
+    void LogMissingKey(const std::string& name, const char* key) const;
+
+    void ScheduleLaunches(Queue& queue);
+    void ScheduleEachBatch(std::size_t batch, std::size_t firstPlugin, Queue& queue);
+    // The function that runs one batch, holding the launcher until it has run.
+    Pellmar::System::ScheduledItem::Function BatchFunction(std::size_t batch,
+                                                           std::size_t firstPlugin, Queue& queue);
+    void LaunchBatch(std::size_t firstPlugin, PluginCategory& queue) REQUIRES(pidLock);
+
+    // The process id, or 0 when no process was started.
+    std::int32_t LaunchPlugin(const std::shared_ptr<Plugin>& plugin) REQUIRES(pidLock);
+    // Sends SIGTERM to those that still run. The list stays as it is. Under the lock, but for the
+    // destructor.
+    void KillTracked(const std::vector<std::int32_t>& pids) const;
+
+    Pellmar::Ref<Pellmar::Service::Logger> logger;
+    Queue fast;
+    Queue medium;
+    Queue slow;
+    Hostlib::ExclusiveLock pidLock{"PluginLauncherPidLock"};
+};
+
+}  // namespace Sentrel

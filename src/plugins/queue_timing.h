@@ -1,0 +1,50 @@
+// The timetable of the plugins, as pure arithmetic: which queue's batches run when. What runs in
+// them is the launcher's business. All times are seconds after the launcher's start unless said
+// otherwise.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace Sentrel {
+
+// The distance between the first runs of consecutive batches: the slot of one plugin.
+inline constexpr std::uint64_t kThrottleTimeoutSeconds = 30;
+inline constexpr std::uint64_t kFirstDelaySeconds = 30;
+inline constexpr std::uint64_t kBatchSize = 1;
+inline constexpr std::int64_t kDefaultFastPeriodMinutes = 5;
+inline constexpr std::uint64_t kMediumPeriodSeconds = 3600;
+inline constexpr std::uint64_t kSlowPeriodSeconds = 86400;
+
+struct QueueTiming {
+    std::uint64_t batchSize = kBatchSize;
+    std::uint64_t period = 0;  // from the end of one run of a batch to its next
+    std::uint64_t initialDelay = 0;
+    std::uint64_t throttleTimeout = kThrottleTimeoutSeconds;
+
+    // When the batch of that index runs first.
+    std::uint64_t FirstRun(std::size_t batch) const {
+        return initialDelay + batch * throttleTimeout;
+    }
+};
+
+struct PluginCounts {
+    std::size_t fast = 0;
+    std::size_t medium = 0;
+    std::size_t slow = 0;
+};
+
+struct Timetable {
+    QueueTiming fast;
+    QueueTiming medium;
+    QueueTiming slow;
+    // A slot for each plugin of all queues: the fast queue's period is no shorter.
+    std::uint64_t minimumPeriod = 0;
+    bool fastPeriodWasRaised = false;
+};
+
+// The plugins of all queues run first one after another, a slot apart: fast, then medium, then
+// slow.
+Timetable MakeTimetable(const PluginCounts& counts, std::int64_t fastPeriodMinutes);
+
+}  // namespace Sentrel

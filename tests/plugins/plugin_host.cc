@@ -1,0 +1,177 @@
+#include "plugin_host.h"
+
+#include "platform/kernel/embedded_backend.h"
+#include "platform/kernel/groups.h"
+#include "platform/kernel/process_table.h"
+#include "platform/pellmar/app.h"
+#include "platform/sys/owned_fd.h"
+#include "platform/tabulon/json_config.h"
+#include "plugins/discovery.h"
+#include "plugins/resource_group.h"
+#include "support/deadline.h"
+#include "support/host_directory.h"
+#include "support/temporary_directory.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <sstream>
+#include <stdexcept>
+
+#include <signal.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace PluginTest {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+class RootEnvironment : public testing::Environment {
+  public:
+    void SetUp() override {
+        base = std::make_unique<Test::TemporaryDirectory>();
+        fs::create_directory(Root());
+        ASSERT_EQ(::setenv("SENTREL_ROOT", Root().c_str(), 1), 0);
+    }
+    void TearDown() override { base.reset(); }
+
+    const std::string& Base() const { return base->Path(); }
+    std::string Root() const { return Base() + "root"; }
+
+  private:
+    std::unique_ptr<Test::TemporaryDirectory> base;
+};
+
+// Owned by GoogleTest.
+RootEnvironment* const kRoot =
+    static_cast<RootEnvironment*>(testing::AddGlobalTestEnvironment(new RootEnvironment));
+
+void WriteBelowRoot(const std::string& plainPath, std::string_view text) {
+    const fs::path path = kRoot->Root() + plainPath;
+    fs::create_directories(path.parent_path());
+    Test::WriteFile(path, text);
+}
+
+void UseEmbeddedGroup() {
+    Kernel::UseGroups(std::make_unique<Kernel::EmbeddedBackend>(Kernel::ProcessTable::Spawned()));
+    (void)Kernel::EnsureGroup(Sentrel::kPluginGroupPath, 0);  // the table reserves nothing
+}
+
+}  // namespace
+
+PluginHost::PluginHost() : previous(::signal(SIGCHLD, SIG_IGN)) {
+    for (const fs::directory_entry& entry : fs::directory_iterator(kRoot->Root())) {
+        fs::remove_all(entry.path());
+    }
+    fs::create_directories(kRoot->Root() + Sentrel::kPluginDirectory);
+}
+
+PluginHost::~PluginHost() { (void)::signal(SIGCHLD, previous); }
+
+std::string PluginHost::EntryPath(std::string_view name) const {
+    return kRoot->Root() + Sentrel::kPluginDirectory + std::string(name);
+}
+
+std::string PluginHost::OutputPath() const { return kRoot->Base() + "output"; }
+
+void PluginHost::AddScript(std::string_view name, std::string_view body) const {
+    Test::WriteFile(EntryPath(name), "#!/bin/sh\n" + std::string(body) + "\n");
+    fs::permissions(EntryPath(name), fs::perms::owner_all);
+}
+
+void PluginHost::Configure(std::string_view name, std::string_view text,
+                           std::string_view component) const {
+    WriteBelowRoot("/usr/lib/korvex/tabulon/" + std::string(component) + "/health/" +
+                       std::string(name) + ".json",
+                   text);
+}
+
+void PluginHost::InitApplication(std::string_view text) const {
+    Configure("sentrel", text);
+    const auto config =
+        Tabulon::CreateTabulonConfigWithFallbackToDefault({{"", "sentrel", "health", "oru", ""}});
+    config->Initialize();
+    Pellmar::Service::InitApp(config);
+}
+
+std::vector<std::string> StartLog(std::string_view daemonEntry,
+                                  const std::function<void(const PluginHost&)>& prepare) {
+    const PluginHost host;
+    prepare(host);
+    const pid_t child = ::fork();
+    if (child == 0) {
+        (void)::signal(SIGCHLD, SIG_DFL);
+        int status = 1;
+        try {
+            const DrivenLauncher launcher(host, daemonEntry);
+            std::string text;
+            for (const std::string& line : launcher.Log().Lines()) {
+                text += line + '\n';
+            }
+            Test::WriteFile(host.OutputPath(), text);
+            status = 0;
+        } catch (const std::exception& exception) {
+            Test::WriteFile(host.OutputPath(), std::string("threw: ") + exception.what() + "\n");
+            status = 0;
+        }
+        ::_exit(status);
+    }
+    // Exited children are reaped by the kernel: waiting ends when none is left.
+    while (::waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
+    }
+    std::istringstream text(Test::ReadFile(host.OutputPath()));
+    fs::remove(host.OutputPath());
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(text, line);) {
+        lines.push_back(line);
+    }
+    return lines;
+}
+
+void WaitUntilEnded(int pid) {
+    const Sys::OwnedFd process(static_cast<int>(::syscall(SYS_pidfd_open, pid, 0)));
+    if (process.IsOpen()) {
+        Test::Deadline().Await(process.Get(), POLLIN, "the end of a plugin");
+    }
+}
+
+DrivenLauncher::DrivenLauncher(const PluginHost& host, std::string_view daemonEntry)
+    : scheduler(std::make_unique<Pellmar::System::Scheduler>(pool, clock)) {
+    UseEmbeddedGroup();
+    host.InitApplication(daemonEntry);
+    Pellmar::Service::Logger::sDefaultLogger->SetLevel(7);
+    Pellmar::Service::GetApp().UseScheduler(scheduler.get());
+    std::make_shared<Sentrel::PluginLauncher>()->Start();
+}
+
+DrivenLauncher::~DrivenLauncher() {
+    scheduler.reset();  // with the pending functions, and with these the launcher
+    for (const Kernel::GroupProcess& left :
+         Kernel::ShowGroup(Sentrel::kPluginGroupPath).processes) {
+        (void)Kernel::Kill(left.pid, SIGKILL);  // it may have ended by itself
+    }
+    Pellmar::Service::GetApp().UseScheduler(nullptr);
+}
+
+void DrivenLauncher::Advance(std::chrono::seconds duration, std::size_t batches) {
+    ASSERT_TRUE(clock.AwaitWaiter());
+    clock.Advance(duration);
+    batchesRun += batches;
+    ASSERT_TRUE(log.WaitFor("7 PluginLauncher: Scheduled the next iteration", batchesRun));
+}
+
+int DrivenLauncher::LastPid() const {
+    int pid = 0;
+    for (const std::string& line : log.Lines()) {
+        if (line.find("Pushed plugin ") != std::string::npos) {
+            pid = std::stoi(line.substr(line.rfind('(') + 1));
+        }
+    }
+    return pid;
+}
+
+}  // namespace PluginTest

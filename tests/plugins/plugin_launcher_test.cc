@@ -1,0 +1,248 @@
+// The launcher's start, its batches on a driven clock, and what becomes of plugins of all kinds.
+#include "plugins/plugin_launcher.h"
+
+#include "platform/kernel/groups.h"
+#include "plugin_host.h"
+#include "plugins/resource_group.h"
+#include "support/host_directory.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include <sys/stat.h>
+
+namespace {
+
+using PluginTest::DrivenLauncher;
+using PluginTest::PluginHost;
+using PluginTest::StartLog;
+using std::chrono::seconds;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+namespace fs = std::filesystem;
+
+// Ended by the test, or with it.
+const char* const kEndless = "exec sleep 1000";
+const char* const kFast = R"({"enabled": true, "frequency": "fast", "log_level": "warning"})";
+const char* const kMedium = R"({"enabled": true, "frequency": "medium", "log_level": "x"})";
+
+// Level-5 lines of the launcher at its start, without those of single plugins' configurations.
+std::vector<std::string> Milestones(const char* daemonEntry, int fastPlugins) {
+    std::vector<std::string> milestones;
+    for (const std::string& line : StartLog(daemonEntry, [&](const PluginHost& host) {
+             for (int number = 0; number < fastPlugins; ++number) {
+                 const std::string name = "plugin" + std::to_string(number);
+                 host.AddScript(name, "exit 0");
+                 host.Configure(name, kFast);
+             }
+         })) {
+        if (line.starts_with("5 PluginLauncher: ") &&
+            line.find("plugin configuration") == std::string::npos) {
+            milestones.push_back(line.substr(18));
+        }
+    }
+    return milestones;
+}
+
+TEST(PluginLauncher, SchedulesNothingWithoutPlugins) {
+    EXPECT_THAT(Milestones("{}", 0),
+                ElementsAre("Number of fast plugins: 0, Throttle timeout: 30, Min period: 0",
+                            "Updated medium queue initial delay to: 30 ",
+                            "Number of Medium plugins: 0, Throttle timeout: 30",
+                            "About to schedule fast plugins", "About to schedule medium plugins",
+                            "About to schedule slow plugins"));
+}
+
+TEST(PluginLauncher, RaisesTheFastPeriodForManyPlugins) {
+    std::vector<std::string> expected{
+        "Number of fast plugins: 15, Throttle timeout: 30, Min period: 450",
+        "Updated medium queue initial delay to: 480 ",
+        "Updated the period of the fast plugin queue to 450",
+        "Number of Medium plugins: 0, Throttle timeout: 30", "About to schedule fast plugins"};
+    for (int batch = 0; batch < 15; ++batch) {
+        expected.push_back("Plugin " + std::to_string(batch) + " scheduled");
+    }
+    expected.emplace_back("About to schedule medium plugins");
+    expected.emplace_back("About to schedule slow plugins");
+    EXPECT_EQ(Milestones("{}", 15), expected);
+}
+
+struct SettingRow {
+    const char* entry;
+    const char* line;  // of level and message
+};
+
+TEST(PluginLauncher, SaysWhatItMakesOfItsSettings) {
+    for (const SettingRow& row : {
+             SettingRow{R"({"fast_queue": {"time_period_in_mins": 10}})",
+                        "5 PluginLauncher: Overridden time period = 10"},
+             SettingRow{R"({"fast_queue": {"time_period_in_mins": 3}})",
+                        "5 PluginLauncher: Configuration supplied time period = 3"},
+             SettingRow{R"({"fast_queue": {"time_period_in_mins": -1}})",
+                        "5 PluginLauncher: Configuration supplied time period = -1"},
+             SettingRow{R"({"plugin_resource_pool_size_MB": 100})",
+                        "5 PluginLauncher: Overridden resource pool size = 100MB"},
+             SettingRow{R"({"plugin_resource_pool_size_MB": 500})",
+                        "5 PluginLauncher: Overridden resource pool size = 500MB"},
+             SettingRow{R"({"plugin_resource_pool_size_MB": 40})",
+                        "3 PluginLauncher: Configured resource pool size: 40MB is outside limits"},
+             SettingRow{R"({"plugin_resource_pool_size_MB": 501})",
+                        "3 PluginLauncher: Configured resource pool size: 501MB is outside limits"},
+             SettingRow{"{}",
+                        "3 PluginLauncher: Configured resource pool size: 0MB is outside limits"},
+         }) {
+        EXPECT_THAT(StartLog(row.entry, [](const PluginHost&) {}), Contains(row.line)) << row.entry;
+    }
+}
+
+TEST(PluginLauncher, RunsTheBatchesInTheirSlotsAndPeriods) {
+    const PluginHost host;
+    for (const char* name : {"a-fast", "b-fast"}) {
+        host.AddScript(name, "exit 0");
+        host.Configure(name, kFast);
+    }
+    host.AddScript("c-medium", "exit 0");
+    host.Configure("c-medium", kMedium);
+    DrivenLauncher launcher(host);
+    const std::vector<std::pair<int, const char*>> plan{
+        {30, "a-fast"}, {30, "b-fast"}, {30, "c-medium"}, {240, "a-fast"}, {30, "b-fast"}};
+    std::vector<std::string> launched;
+    for (const auto& [distance, name] : plan) {
+        launcher.Advance(seconds(distance - 1), 0);
+        launcher.Advance(seconds(1), 1);
+        launched.push_back(std::string("7 PluginLauncher: About to launch plugin ") + name +
+                           " in the batch");
+        std::vector<std::string> lines;
+        for (const std::string& line : launcher.Log().Lines()) {
+            if (line.find("About to launch") != std::string::npos) {
+                lines.push_back(line);
+            }
+        }
+        ASSERT_EQ(lines, launched);
+    }
+}
+
+TEST(PluginLauncher, GivesThePluginItsCommandLine) {
+    const PluginHost host;
+    host.AddScript("probe", "echo \"$0\" \"$@\" > " + host.OutputPath() + ".part\n" + "mv " +
+                                host.OutputPath() + ".part " + host.OutputPath());
+    host.Configure("probe", kFast);
+    DrivenLauncher launcher(host, R"({"http_port": 12345})");
+    launcher.Advance(seconds(30), 1);
+    const std::string commandLine =
+        "/usr/lib/korvex/sentrel/plugins/bin/probe ++group=sentrel-plugins,mem=40 -u "
+        "http://localhost:12345 --loglevel=warning ";
+    EXPECT_TRUE(launcher.Log().Contains("5 PluginLauncher: Launching binary: " + commandLine));
+    EXPECT_TRUE(
+        launcher.Log().Contains("6 PluginLauncher: Pushed plugin "
+                                "/usr/lib/korvex/sentrel/plugins/bin/probe ("));
+}
+
+TEST(PluginLauncher, EndsAPluginThatStillRunsAtAnyQueuesFirstBatch) {
+    const PluginHost host;
+    host.AddScript("a-fast", kEndless);
+    host.Configure("a-fast", kFast);
+    host.AddScript("b-medium", kEndless);
+    host.Configure("b-medium", kMedium);
+    DrivenLauncher launcher(host);
+    launcher.Advance(seconds(30), 1);
+    EXPECT_FALSE(launcher.Log().Contains(" killed"));
+    launcher.Advance(seconds(30), 1);  // the first batch of the medium queue
+    EXPECT_EQ(launcher.Log().Count(" killed"), 1U);
+}
+
+TEST(PluginLauncher, SendsNothingToAPluginThatHasEnded) {
+    const PluginHost host;
+    ASSERT_EQ(::mkfifo(host.OutputPath().c_str(), 0600), 0);
+    host.AddScript("probe", "read line < " + host.OutputPath());
+    host.Configure("probe", kFast);
+    DrivenLauncher launcher(host);
+    launcher.Advance(seconds(30), 1);
+    ::Test::WriteFile(host.OutputPath(), "end\n");
+    fs::remove(host.OutputPath());
+    const int pid = launcher.LastPid();
+    PluginTest::WaitUntilEnded(pid);
+    launcher.Advance(seconds(300), 1);
+    EXPECT_EQ(launcher.Log().Count("7 PluginLauncher: " + std::to_string(pid) + " already killed"),
+              1U);
+    EXPECT_FALSE(launcher.Log().Contains("5 PluginLauncher: " + std::to_string(pid)));
+}
+
+struct Misfit {
+    const char* name;
+    std::function<void(const PluginHost&)> make;
+    const char* reason;
+};
+
+class Misfits : public testing::TestWithParam<Misfit> {};
+
+TEST_P(Misfits, FailToLaunchAndHinderNobody) {
+    const PluginHost host;
+    GetParam().make(host);
+    host.Configure("a-misfit", kFast);
+    host.AddScript("b-good", kEndless);
+    host.Configure("b-good", kFast);
+    DrivenLauncher launcher(host);
+    launcher.Advance(seconds(30), 1);
+    EXPECT_TRUE(launcher.Log().Contains(std::string("3 PluginLauncher: Plugin launch failed: ") +
+                                        GetParam().reason));
+    launcher.Advance(seconds(30), 1);
+    EXPECT_TRUE(launcher.Log().Contains("/plugins/bin/b-good ("));
+    EXPECT_TRUE(
+        launcher.Log().Contains("5 PluginLauncher: Peak requested reservation (MB): 0, Peak "
+                                "requested reservation of children groups (MB): 0"));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    PluginLauncher, Misfits,
+    testing::Values(Misfit{"brokenLink",
+                           [](const PluginHost& host) {
+                               fs::create_symlink("/no/such/file", host.EntryPath("a-misfit"));
+                           },
+                           "No such file or directory"},
+                    Misfit{"notExecutable",
+                           [](const PluginHost& host) {
+                               host.AddScript("a-misfit", "exit 0");
+                               fs::permissions(host.EntryPath("a-misfit"), fs::perms::owner_read);
+                           },
+                           "Permission denied"},
+                    Misfit{"noInterpreter",
+                           [](const PluginHost& host) {
+                               Test::WriteFile(host.EntryPath("a-misfit"),
+                                               "#!/no/such/interpreter\n");
+                               fs::permissions(host.EntryPath("a-misfit"), fs::perms::owner_all);
+                           },
+                           "No such file or directory"},
+                    Misfit{"noProgram",
+                           [](const PluginHost& host) {
+                               Test::WriteFile(host.EntryPath("a-misfit"), "echo hello\n");
+                               fs::permissions(host.EntryPath("a-misfit"), fs::perms::owner_all);
+                           },
+                           "Exec format error"}),
+    [](const auto& row) { return row.param.name; });
+
+TEST(PluginLauncher, RefusesToLaunchWithoutTheGroup) {
+    const PluginHost host;
+    host.AddScript("probe", kEndless);
+    host.Configure("probe", kMedium);
+    DrivenLauncher launcher(host);
+    Kernel::RemoveGroup(Sentrel::kPluginGroupPath);
+    launcher.Advance(seconds(30), 1);
+    EXPECT_TRUE(launcher.Log().Contains(
+        "3 PluginLauncher: Group host/pax/kolbern/sentrel-plugins was not found: "));
+    EXPECT_TRUE(launcher.Log().Contains(
+        "3 PluginLauncher: Failed resource pool prechecks; cannot launch plugin: "
+        "/usr/lib/korvex/sentrel/plugins/bin/probe ++group=sentrel-plugins,mem=40 -u "
+        "http://localhost:9996 "));
+    (void)Kernel::EnsureGroup(Sentrel::kPluginGroupPath, 0);
+    launcher.Advance(seconds(3600), 1);
+    EXPECT_TRUE(launcher.Log().Contains("6 PluginLauncher: Pushed plugin "));
+}
+
+}  // namespace
