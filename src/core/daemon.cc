@@ -2,8 +2,11 @@
 // ends the process at once.
 #include "core/daemon.h"
 
+#include "platform/kernel/groups.h"
 #include "platform/pellmar/app.h"
 #include "platform/pellmar/logger.h"
+#include "plugins/plugin_launcher.h"
+#include "plugins/resource_group.h"
 
 #include <exception>
 
@@ -26,6 +29,9 @@ void Daemon::Start(const std::string& reportDirectory) {
     configReader = Pellmar::Service::GetApp().GetConfig()->GetReader();
     intakeEndpoint = Pellmar::MakeRef<Endpoint>();
     intakeEndpoint->Start(configReader, reportDirectory);
+    Kernel::PrepareGroups(kPluginGroupPath,
+                          static_cast<unsigned>(ConfiguredResourcePoolSizeMB(configReader)));
+    PluginLauncher::GetInstance()->Start();
 }
 
 void Daemon::TearDown() {

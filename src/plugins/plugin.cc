@@ -3,6 +3,7 @@
 #include "core/settings/settings.h"
 #include "platform/hostlib/hostlib.h"
 #include "platform/pellmar/app.h"
+#include "plugins/resource_group.h"
 
 #include <cstdlib>
 
@@ -13,7 +14,6 @@ using Pellmar::Service::Logger;
 
 namespace {
 
-constexpr std::int32_t kDefaultResourcePoolSizeMB = 40;
 constexpr const char* kGroupArgument = "++group=sentrel-plugins,mem=";
 constexpr const char* kIntakeAddress = "http://localhost";
 

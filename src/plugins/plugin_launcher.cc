@@ -3,6 +3,7 @@
 #include "platform/pellmar/app.h"
 #include "platform/pellmar/config.h"
 #include "plugins/queue_timing.h"
+#include "plugins/resource_group.h"
 
 #include <utility>
 
@@ -17,8 +18,6 @@ using Pellmar::System::ScheduledItem;
 namespace {
 
 constexpr std::int64_t kMicrosecondsPerSecond = 1'000'000;
-constexpr std::int32_t kMinResourcePoolSizeMB = 40;
-constexpr std::int32_t kMaxResourcePoolSizeMB = 500;
 
 std::int64_t InMicroseconds(std::uint64_t seconds) {
     return static_cast<std::int64_t>(seconds) * kMicrosecondsPerSecond;
@@ -88,7 +87,7 @@ void PluginLauncher::ApplyFastPeriod(std::int32_t minutes) {
 }
 
 void PluginLauncher::ApplyResourcePoolSize(std::int32_t megabytes) {
-    if (megabytes > kMinResourcePoolSizeMB && megabytes <= kMaxResourcePoolSizeMB) {
+    if (IsResourcePoolSize(megabytes)) {
         Plugin::sResourcePoolSizeMB = megabytes;
         LogInternal(logger, 5, "Overridden resource pool size = %1MB", megabytes);
     } else {

@@ -17,6 +17,8 @@ using Pellmar::Service::LogInternal;
 
 namespace {
 
+constexpr std::int32_t kMaxResourcePoolSizeMB = 500;
+
 struct ParamListDeleter {
     void operator()(KIS_ParamList* list) const { KIS_ParamListDestroy(list); }
 };
@@ -72,6 +74,16 @@ std::uint64_t MegabytesAt(const unsigned char* statistics, std::size_t offset) {
 }
 
 }  // namespace
+
+bool IsResourcePoolSize(std::int32_t megabytes) {
+    return megabytes > kDefaultResourcePoolSizeMB && megabytes <= kMaxResourcePoolSizeMB;
+}
+
+std::int32_t ConfiguredResourcePoolSizeMB(const Ref<Pellmar::Service::ConfigReader>& reader) {
+    std::int32_t megabytes = 0;
+    const bool isSet = reader->GetInt("plugin_resource_pool_size_MB", megabytes);
+    return isSet && IsResourcePoolSize(megabytes) ? megabytes : kDefaultResourcePoolSizeMB;
+}
 
 bool CheckResourcePool(const Ref<Logger>& logger) {
     std::array<char, Kernel::kSignatureDateBytes> runningDate{};

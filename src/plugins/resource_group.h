@@ -1,12 +1,26 @@
 // The kernel's resource group of the plugins: whether it is fit for a launch, what it has used.
 #pragma once
 
+#include "platform/pellmar/config.h"
 #include "platform/pellmar/logger.h"
 #include "platform/pellmar/object.h"
+
+#include <cstdint>
 
 namespace Sentrel {
 
 inline constexpr const char* kPluginGroupPath = "host/pax/kolbern/sentrel-plugins";
+
+// Megabytes that are reserved for all plugins together.
+inline constexpr std::int32_t kDefaultResourcePoolSizeMB = 40;
+
+// Whether a configured size replaces the default.
+bool IsResourcePoolSize(std::int32_t megabytes);
+
+// The size that the setting "plugin_resource_pool_size_MB" gives; the default when it is absent or
+// outside the limits, of which nothing is logged here.
+std::int32_t ConfiguredResourcePoolSizeMB(
+    const Pellmar::Ref<Pellmar::Service::ConfigReader>& reader);
 
 // Before every launch: the kernel interface agrees, the group exists and answers. False, with one
 // level-3 line, at the first check that fails.

@@ -35,7 +35,7 @@ void Mount(const std::filesystem::path& directory, unsigned long flags,
 }  // namespace
 
 HostDirectory::HostDirectory() {
-    std::filesystem::create_directory(Root());
+    std::filesystem::create_directories(Root() + "/usr/lib/korvex/sentrel/plugins/bin");
     std::filesystem::create_directory(ReportDirectory());
 }
 

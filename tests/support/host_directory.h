@@ -15,7 +15,7 @@ namespace Test {
 // Removed with everything in it when the object goes.
 class HostDirectory {
   public:
-    // An empty root beside an empty report directory.
+    // A root with nothing but an empty plugin directory, beside an empty report directory.
     HostDirectory();
 
     // What holds both.

@@ -67,7 +67,7 @@ TEST_F(Settings, TakesThePortFromTheHostThenTheVendor) {
     host.WriteVendorEntry("sentrel", "{\"http_port\": 12345} // the vendor's\n");
     Start();
     EXPECT_EQ(HttpClient(12345).Post("/cpu", "{}"), 200);
-    EXPECT_THAT(LogFrom(0, "3 "), IsEmpty());
+    EXPECT_THAT(LogFrom(0, "3 sentrelEndpoint: "), IsEmpty());
     EXPECT_EQ(daemon->Stop(), 0);
 
     host.WriteStoreEntry("sentrel", R"({"http_port": 12346})");
