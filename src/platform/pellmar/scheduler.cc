@@ -39,11 +39,15 @@ Scheduler::~Scheduler() {
     if (started.joinable()) {
         started.join();
     }
-    Sys::MutexLock guard(lock);
-    while (!entries.empty()) {
+    decltype(entries) pending;
+    {
+        Sys::MutexLock guard(lock);
+        pending.swap(entries);
+    }
+    while (!pending.empty()) {
         // Whoever keeps the item may be what its function holds: they would keep each other.
-        entries.top().item->function = nullptr;
-        entries.pop();
+        pending.top().item->function = nullptr;
+        pending.pop();
     }
 }
 
