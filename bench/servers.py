@@ -110,7 +110,7 @@ class Daemon(Server):
         self.port = free_port()
         os.makedirs(self.reports)
         write_file(os.path.join(self.root, "etc/korvex/tabulon/oru/health/sentrel.json"),
-                   json.dumps({"http_port": self.port}))
+                   json.dumps({"http_port": self.port, "plugin_resource_pool_size_MB": 64}))
         os.makedirs(os.path.join(self.root, "usr/lib/korvex/sentrel/plugins/bin"))
         self.load_arguments = ["--port", str(self.port)]
 
