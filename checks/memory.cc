@@ -92,7 +92,7 @@ bool JudgeControllers(const std::string& directory, const Limits& correctedLimit
     std::optional<std::uint64_t> corrected;
     std::optional<std::uint64_t> uncorrected;
     for (const std::string& name : ListDirectory(directory)) {
-        const std::string controller = directory + "/" + name;
+        const std::string controller = std::string(directory).append("/").append(name);
         if (name.substr(0, 2) != "mc" || !Exists(controller + "/ce_count")) {
             continue;
         }

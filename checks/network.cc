@@ -42,8 +42,8 @@ std::vector<Link> ListLinks(const std::string& classDirectory,
                             const std::vector<std::string>& ignored) {
     std::vector<Link> links;
     for (const std::string& name : ListDirectory(classDirectory)) {
-        const Link link{name, classDirectory + "/" + name,
-                        Exists(classDirectory + "/" + name + "/bridge")};
+        Link link{name, std::string(classDirectory).append("/").append(name)};
+        link.isBridge = Exists(link.directory + "/bridge");
         const bool isBond = Exists(link.directory + "/bonding");
         const bool isPhysical =
             Exists(link.directory + "/device") && !Exists(link.directory + "/device/physfn");

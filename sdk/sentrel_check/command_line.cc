@@ -44,7 +44,7 @@ bool IsNameCharacter(char character) {
 }
 
 std::string ParseName(std::string_view path) {
-    const std::string name(path.substr(path.rfind('/') + 1));
+    std::string name(path.substr(path.rfind('/') + 1));
     if (name.empty() || !std::all_of(name.begin(), name.end(), IsNameCharacter)) {
         throw UsageError("the program's file name is \"" + name +
                          "\"; a plugin's name has only letters, digits, '_', '.' and '-'");

@@ -51,7 +51,7 @@ bool ReadText(const std::string& path, std::string& text, std::string& reason) {
 }  // namespace
 
 struct Settings::Document {
-    nlohmann::json root;
+    nlohmann::json root = nlohmann::json::object();
 
     // Null when there is no such member.
     const nlohmann::json* Find(const std::string& key) const {
@@ -92,7 +92,7 @@ Limits Settings::GetLimits(const std::string& key, const Limits& defaults, Bad b
     for (const auto& [name, number] : value->items()) {
         if ((name != "warning" && name != "critical") ||
             !(number.is_number() || number.is_null())) {
-            Fail(expected + ", and \"" + name + "\" is none");
+            Fail(std::string(expected).append(", and \"").append(name).append("\" is none"));
         }
         (name == "warning" ? limits.warning : limits.critical) =
             number.is_null() ? std::optional<double>() : number.get<double>();
@@ -143,9 +143,9 @@ void Settings::RefuseUnknown() const {
         }
         std::string known;
         for (const std::string& key : knownKeys) {
-            known += (known.empty() ? "" : ", ") + key;
+            known.append(known.empty() ? "" : ", ").append(key);
         }
-        Fail("there is no setting \"" + name + "\"; there are: " + known);
+        Fail(std::string("there is no setting \"").append(name).append("\"; there are: ") + known);
     }
 }
 

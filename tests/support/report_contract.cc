@@ -33,7 +33,7 @@ std::string MetricFault(const std::string& name, const json& metric) {
         const bool isText = member == "unit";
         const bool isNumber = member == "value" || member == "warning" || member == "critical";
         if (!(isText && value.is_string()) && !(isNumber && value.is_number())) {
-            return "the metric " + name + " has a bad " + member;
+            return std::string("the metric ").append(name).append(" has a bad ").append(member);
         }
     }
     return "";
