@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <memory>
 #include <system_error>
 #include <utility>
 
@@ -93,11 +94,14 @@ int CgroupBackend::Open(std::string_view path, CgroupDirectory& group) const {
 int CgroupBackend::FindId(std::string_view path, std::int64_t& id) {
     CgroupDirectory group;
     if (const int error = Open(path, group); error != 0) {
+        const Sys::MutexLock guard(lock);
+        foundGroups.erase(std::string(path));
         return error;
     }
     id = group.Id();
+    GroupPlace place{id, std::make_shared<const Sys::OwnedFd>(group.TakeDescriptor())};
     const Sys::MutexLock guard(lock);
-    foundIds.insert_or_assign(std::string(path), id);
+    foundGroups.insert_or_assign(std::string(path), std::move(place));
     return 0;
 }
 
@@ -105,9 +109,9 @@ int CgroupBackend::OpenById(std::int64_t id, CgroupDirectory& group) {
     std::string path;
     {
         const Sys::MutexLock guard(lock);
-        const auto found = std::find_if(foundIds.begin(), foundIds.end(),
-                                        [id](const auto& entry) { return entry.second == id; });
-        if (found == foundIds.end()) {
+        const auto found = std::find_if(foundGroups.begin(), foundGroups.end(),
+                                        [id](const auto& entry) { return entry.second.id == id; });
+        if (found == foundGroups.end()) {
             return ENOENT;
         }
         path = found->first;
@@ -139,13 +143,22 @@ int CgroupBackend::ReadMemory(std::int64_t id, GroupMemory& memory) {
 }
 
 int CgroupBackend::OpenPlace(std::string_view path, GroupPlace& place) {
-    CgroupDirectory group;
-    if (const int error = Open(path, group); error != 0) {
-        return error;
+    if (TakeFound(path, place)) {
+        return 0;
     }
-    place.id = group.Id();
-    place.directory = group.TakeDescriptor();
-    return 0;
+    std::int64_t id = 0;
+    const int error = FindId(path, id);
+    return error != 0 || TakeFound(path, place) ? error : ENOENT;
+}
+
+bool CgroupBackend::TakeFound(std::string_view path, GroupPlace& place) {
+    const Sys::MutexLock guard(lock);
+    const auto found = foundGroups.find(path);
+    if (found == foundGroups.end()) {
+        return false;
+    }
+    place = found->second;
+    return true;
 }
 
 // The controller must be enabled in every directory above the group, and the reservation stand in

@@ -13,7 +13,7 @@ namespace Kernel {
 // The id of a group is the inode number of its directory: on a 64-bit kernel that is the cgroup's
 // own 64-bit id (name_to_handle_at(2) gives the same), it is never used again, and one fstat reads
 // it. The kernel finds no directory by its id without privileges, so the ids that FindId gave are
-// kept with their paths.
+// kept with their paths, and so are the directories: opening one takes a tenth of a launch.
 class CgroupBackend : public GroupBackend {
   public:
     // `root` is absolute, without a slash at its end. As long as it is no directory of a cgroup v2
@@ -23,7 +23,7 @@ class CgroupBackend : public GroupBackend {
     int FindId(std::string_view path, std::int64_t& id) override EXCLUDES(lock);
     int ListMembers(std::int64_t id, std::vector<std::int64_t>& members) override EXCLUDES(lock);
     int ReadMemory(std::int64_t id, GroupMemory& memory) override EXCLUDES(lock);
-    int OpenPlace(std::string_view path, GroupPlace& place) override;
+    int OpenPlace(std::string_view path, GroupPlace& place) override EXCLUDES(lock);
     bool PlacesByDirectory() const override { return true; }
 
     std::string Ensure(std::string_view path, unsigned reservationMB) override;
@@ -33,11 +33,12 @@ class CgroupBackend : public GroupBackend {
   private:
     std::string DirectoryOf(std::string_view path) const;
     int Open(std::string_view path, CgroupDirectory& group) const;
+    bool TakeFound(std::string_view path, GroupPlace& place) EXCLUDES(lock);
     int OpenById(std::int64_t id, CgroupDirectory& group) EXCLUDES(lock);
 
     const std::string root;
     Sys::Mutex lock;
-    std::map<std::string, std::int64_t, std::less<>> foundIds GUARDED_BY(lock);  // by path
+    std::map<std::string, GroupPlace, std::less<>> foundGroups GUARDED_BY(lock);  // by path
 };
 
 }  // namespace Kernel

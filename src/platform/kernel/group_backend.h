@@ -5,6 +5,7 @@
 #include "platform/sys/owned_fd.h"
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -36,7 +37,8 @@ struct GroupState {
 // Where a new process of a group begins.
 struct GroupPlace {
     std::int64_t id = 0;
-    Sys::OwnedFd directory;  // for CLONE_INTO_CGROUP; empty when there is nothing to begin in
+    // For CLONE_INTO_CGROUP; null when there is nothing to begin in.
+    std::shared_ptr<const Sys::OwnedFd> directory;
 };
 
 // A group's path is relative ("host/pax/NAME"), without empty, "." or ".." segments; another path
@@ -54,6 +56,8 @@ class GroupBackend {
     virtual int ListMembers(std::int64_t id, std::vector<std::int64_t>& members) = 0;
     // The memory of a group whose id FindId gave.
     virtual int ReadMemory(std::int64_t id, GroupMemory& memory) = 0;
+    // The directory may be that of a group which was removed since the last FindId of this path:
+    // the clone fails then, and after another FindId the place is that of its successor.
     virtual int OpenPlace(std::string_view path, GroupPlace& place) = 0;
     // Whether OpenPlace gives a directory.
     virtual bool PlacesByDirectory() const = 0;

@@ -75,18 +75,38 @@ void Reap(const Sys::PidFd& process) {
     (void)::waitid(P_PIDFD, static_cast<id_t>(process.Get()), &ended, WEXITED);
 }
 
+// What clone3 says of a group that is no more: the first when the kernel finds that out as it looks
+// at the descriptor, the second when it was removed in between.
+bool IsGone(long result) { return result == -ENOENT || result == -ENODEV; }
+
+// Like CloneChild, in the group of that path, which may have been removed and made anew since its
+// place was looked up.
+long CloneIntoGroup(const std::string& groupPath, ChildPlan& plan, Sys::OwnedFd& process,
+                    std::int64_t& groupId) {
+    GroupPlace place;
+    const auto clone = [&] {
+        if (const int error = Groups().OpenPlace(groupPath, place); error != 0) {
+            return -static_cast<long>(error);
+        }
+        groupId = place.id;
+        return CloneChild(plan, place.directory ? place.directory->Get() : -1, process);
+    };
+    const long result = clone();
+    if (!IsGone(result)) {
+        return result;
+    }
+    const int error = Groups().FindId(groupPath, groupId);
+    return error == 0 ? clone() : -error;
+}
+
 // Gives 0 and the pid, or an error number.
 int Start(const std::string& groupPath, ChildPlan& plan, pid_t& pid) {
     ProcessTable::Spawned().DropEnded();
-    GroupPlace place;
-    if (const int error = Groups().OpenPlace(groupPath, place); error != 0) {
-        return error == ENOENT ? ESRCH : error;
-    }
     Sys::OwnedFd descriptor;
-    const int directory = place.directory.IsOpen() ? place.directory.Get() : -1;
-    const long result = CloneChild(plan, directory, descriptor);
+    std::int64_t groupId = 0;
+    const long result = CloneIntoGroup(groupPath, plan, descriptor, groupId);
     if (result < 0) {
-        return static_cast<int>(-result);
+        return IsGone(result) ? ESRCH : static_cast<int>(-result);
     }
     Sys::PidFd process(std::move(descriptor));
     if (plan.error != 0) {
@@ -94,7 +114,7 @@ int Start(const std::string& groupPath, ChildPlan& plan, pid_t& pid) {
         return plan.error;
     }
     pid = static_cast<pid_t>(result);
-    ProcessTable::Spawned().Add(pid, std::move(process), place.id);
+    ProcessTable::Spawned().Add(pid, std::move(process), groupId);
     return 0;
 }
 

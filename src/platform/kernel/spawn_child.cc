@@ -10,7 +10,6 @@
 #include <cstdlib>
 #include <memory>
 
-#include <fcntl.h>
 #include <linux/sched.h>
 #include <sched.h>
 #include <signal.h>
@@ -20,6 +19,7 @@
 #error "the system calls below are written for x86-64: add this processor's to the three functions"
 #endif
 
+// A macro, since an attribute can have no other name.
 #define UNINSTRUMENTED __attribute__((no_sanitize("address", "thread", "undefined")))
 
 namespace Kernel {
@@ -29,8 +29,9 @@ namespace {
 constexpr std::size_t kStackBytes = 16384;
 constexpr std::size_t kStackAlignment = 16;
 constexpr int kExecFailedStatus = 127;
+constexpr int kLastStandardSignal = 31;
 constexpr int kLastSignal = 64;
-// The kernel's own set of signals, which is smaller than the C library's.
+// The kernel's own set of signals, which is smaller than the C library's: bit N - 1 is signal N.
 using SignalSet = std::uint64_t;
 constexpr SignalSet kAllSignals = ~SignalSet{0};
 constexpr SignalSet kNoSignals = 0;
@@ -63,6 +64,33 @@ UNINSTRUMENTED inline void SetBlockedSignals(const SignalSet& blocked, SignalSet
                      sizeof(SignalSet));  // fails for bad arguments only
 }
 
+// The real-time signals that this process ignores. Each system call before exec makes a launch
+// later, and half of them would ask for these, so they are asked for once: what a daemon inherits
+// of them from its parent it keeps, for it uses none.
+SignalSet FindIgnoredRealTimeSignals() {
+    SignalSet ignored = 0;
+    for (int signal = kLastStandardSignal + 1; signal <= kLastSignal; ++signal) {
+        SignalAction action{};
+        // directly, since the C library hides its own signals
+        const long result =
+            SystemCall(SYS_rt_sigaction, signal, 0, Address(&action), sizeof(SignalSet));
+        if (result == 0 && action.handler == reinterpret_cast<std::uint64_t>(SIG_IGN)) {
+            ignored |= SignalSet{1} << (signal - 1);
+        }
+    }
+    return ignored;
+}
+
+struct ChildStart {
+    ChildPlan* plan;
+    SignalSet ignoredRealTimeSignals;
+};
+
+UNINSTRUMENTED inline void SetDefault(int signal) {
+    // refused for SIGKILL and SIGSTOP, which have no other disposition
+    (void)SystemCall(SYS_rt_sigaction, signal, Address(&kDefaultAction), 0, sizeof(SignalSet));
+}
+
 [[noreturn]] UNINSTRUMENTED void EndChild(ChildPlan* plan, long result) {
     plan->error = static_cast<int>(-result);
     for (;;) {
@@ -71,19 +99,22 @@ UNINSTRUMENTED inline void SetBlockedSignals(const SignalSet& blocked, SignalSet
 }
 
 // The child's whole life before the program. All signals are blocked until the dispositions stand:
-// a handler of the daemon must not run here.
-[[noreturn]] UNINSTRUMENTED void RunChild(ChildPlan* plan) {
-    for (int signal = 1; signal <= kLastSignal; ++signal) {
-        // refused for SIGKILL and SIGSTOP, which have no other disposition
-        (void)SystemCall(SYS_rt_sigaction, signal, Address(&kDefaultAction), 0, sizeof(SignalSet));
+// a handler of the daemon must not run here. The clone has taken the handlers away already, but
+// what was ignored still is.
+[[noreturn]] UNINSTRUMENTED void RunChild(const ChildStart* start) {
+    ChildPlan* const plan = start->plan;
+    for (int signal = 1; signal <= kLastStandardSignal; ++signal) {
+        SetDefault(signal);
+    }
+    for (int signal = kLastStandardSignal + 1; signal <= kLastSignal; ++signal) {
+        if ((start->ignoredRealTimeSignals >> (signal - 1) & 1) != 0) {
+            SetDefault(signal);
+        }
     }
     (void)SystemCall(SYS_setsid, 0);  // a new process leads no group, so it cannot fail
     long result = SystemCall(SYS_chdir, Address("/"));
     if (result < 0) {
         EndChild(plan, result);
-    }
-    for (int descriptor = 0; descriptor <= 2; ++descriptor) {
-        (void)SystemCall(SYS_fcntl, descriptor, F_SETFD, 0);  // a closed one stays closed
     }
     // The table is the child's copy (no CLONE_FILES): the daemon's descriptors stay open.
     result = SystemCall(SYS_close_range, 3, static_cast<long>(~0U), 0);
@@ -97,18 +128,18 @@ UNINSTRUMENTED inline void SetBlockedSignals(const SignalSet& blocked, SignalSet
 
 // clone3, the child of which continues in RunChild at the top of its stack, with no frame of the
 // parent's under it. Returns in the parent only: the pid or a negated error number.
-UNINSTRUMENTED long Clone(clone_args& arguments, ChildPlan* plan) {
+UNINSTRUMENTED long Clone(clone_args& arguments, const ChildStart* start) {
     long result = SYS_clone3;
     asm volatile(
         "syscall\n\t"
         "test %%rax, %%rax\n\t"
         "jnz 1f\n\t"
-        "mov %[plan], %%rdi\n\t"
+        "mov %[start], %%rdi\n\t"
         "call *%[run]\n\t"
         "ud2\n"
         "1:"
         : "+a"(result)
-        : "D"(&arguments), "S"(sizeof(arguments)), [plan] "r"(plan), [run] "r"(&RunChild)
+        : "D"(&arguments), "S"(sizeof(arguments)), [start] "r"(start), [run] "r"(&RunChild)
         : "rcx", "r11", "memory", "cc");
     return result;
 }
@@ -124,9 +155,11 @@ long CloneChild(ChildPlan& plan, int groupDirectory, Sys::OwnedFd& process) {
     if (!stack) {
         return -ENOMEM;
     }
+    static const SignalSet sIgnoredRealTimeSignals = FindIgnoredRealTimeSignals();
+    const ChildStart start{&plan, sIgnoredRealTimeSignals};
     int pidFd = -1;
     clone_args arguments{};
-    arguments.flags = CLONE_VM | CLONE_VFORK | CLONE_PIDFD;
+    arguments.flags = CLONE_VM | CLONE_VFORK | CLONE_PIDFD | CLONE_CLEAR_SIGHAND;
     arguments.pidfd = reinterpret_cast<std::uint64_t>(&pidFd);
     arguments.exit_signal = SIGCHLD;
     arguments.stack = reinterpret_cast<std::uint64_t>(stack.get());
@@ -137,7 +170,7 @@ long CloneChild(ChildPlan& plan, int groupDirectory, Sys::OwnedFd& process) {
     }
     SignalSet previous = 0;
     SetBlockedSignals(kAllSignals, &previous);
-    const long result = Clone(arguments, &plan);
+    const long result = Clone(arguments, &start);
     SetBlockedSignals(previous, nullptr);
     if (result > 0) {
         process.Reset(pidFd);

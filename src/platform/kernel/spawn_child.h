@@ -24,7 +24,8 @@ struct ChildPlan {
 //
 // The program starts with descriptors 0, 1 and 2 alone, every signal at its default disposition and
 // unblocked, the directory "/", in a session of its own: no terminal sends it signals, or takes it
-// along when it hangs up. It keeps the caller's user, limits and file mode mask. Any thread.
+// along when it hangs up. It keeps the caller's user, limits and file mode mask. Real-time signals
+// that the caller has come to ignore since the first call stay ignored. Any thread.
 long CloneChild(ChildPlan& plan, int groupDirectory, Sys::OwnedFd& process);
 
 }  // namespace Kernel

@@ -10,6 +10,7 @@
 #include <array>
 #include <cerrno>
 #include <memory>
+#include <stdexcept>
 #include <system_error>
 #include <utility>
 
@@ -134,7 +135,10 @@ void WaitUntilGone(pid_t pid) {
     }
     const ::Test::Deadline deadline;
     deadline.Await(process.Get(), POLLIN, "the end of a child");
-    while (process.Signal(0) == 0 && deadline.MillisecondsLeft() > 0) {
+    while (process.Signal(0) == 0) {
+        if (deadline.MillisecondsLeft() == 0) {
+            throw std::runtime_error("a child has become a zombie");
+        }
         ::sched_yield();  // ended; the kernel is about to reap it
     }
 }

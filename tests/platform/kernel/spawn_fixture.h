@@ -75,7 +75,8 @@ std::string AnswerOfChild(const std::function<std::string()>& question);
 // Empty when there is no such process.
 Sys::PidFd OpenProcess(pid_t pid);
 
-// Blocks until the process has ended and its number is free.
+// Blocks until the process has ended and its number is free. SIGCHLD is ignored meanwhile, or
+// somebody takes its exit status. Throws std::runtime_error when it stays a zombie.
 void WaitUntilGone(pid_t pid);
 
 // Blocks until a spawned process that was sent SIGSTOP stands still.

@@ -89,7 +89,7 @@ TEST_F(CgroupSpawn, BeginsBeforeAnyInstructionInsideTheGroup) {
         WaitUntilGone(spawner);
         return program;
     });
-    EXPECT_EQ(group, "platform_kernel_test");
+    EXPECT_EQ(group, std::filesystem::read_symlink("/proc/self/exe").filename());
 }
 
 // Both backends, by the fixture that has been set up.
@@ -123,7 +123,7 @@ class BusySignals {
   public:
     BusySignals() {
         (void)::signal(SIGPIPE, SIG_IGN);
-        (void)::signal(SIGRTMIN, SIG_IGN);
+        (void)::signal(SIGHUP, SIG_IGN);
         (void)::signal(SIGUSR1, [](int) {});
         sigset_t blocked;
         (void)::sigemptyset(&blocked);
@@ -133,7 +133,7 @@ class BusySignals {
     }
     ~BusySignals() {
         (void)::pthread_sigmask(SIG_SETMASK, &previous, nullptr);
-        for (const int signal : {SIGPIPE, SIGRTMIN, SIGUSR1}) {
+        for (const int signal : {SIGPIPE, SIGHUP, SIGUSR1}) {
             (void)::signal(signal, SIG_DFL);
         }
     }
@@ -217,6 +217,22 @@ TEST_F(EmbeddedSpawn, LeavesNoZombieOfAFailedChildWhereExitStatusesAreKept) {
     EXPECT_EQ(answer, std::to_string(-ENOENT) + " no zombie");
 }
 
+TEST_F(CgroupSpawn, FollowsAGroupThatWasRemovedAndMadeAnew) {
+    ASSERT_EQ(SpawnProgram({"/bin/true", kGroupArgument}).result.error, 0);
+    root.WaitUntilEmpty();
+    Kernel::RemoveGroup(kGroup);
+    EXPECT_EQ(SpawnProgram({"/bin/true", kGroupArgument}).result.error, -ESRCH);
+    (void)Kernel::EnsureGroup(kGroup, 40);  // whether it is reserved depends on the host
+    const Spawned first = SpawnProgram(ShellCommand("exec sleep 1000"));
+    EXPECT_EQ(first.result.error, 0);
+    EXPECT_EQ(Kernel::Kill(first.pid, SIGKILL), 0);
+    root.WaitUntilEmpty();
+    Kernel::RemoveGroup(kGroup);
+    (void)Kernel::EnsureGroup(kGroup, 40);
+    EXPECT_NE(OutputOf("exec cat /proc/self/cgroup").find(std::string(kGroup) + "\n"),
+              std::string::npos);
+}
+
 TEST_F(CgroupSpawn, RefusesOtherGroups) {
     ASSERT_EQ(::mkdir((Directory() + "-b").c_str(), 0755), 0);
     struct Row {
@@ -279,6 +295,7 @@ TEST_F(EmbeddedSpawn, RefusesArgumentsThatAreNotDefined) {
 
 // Whether only the program below SENTREL_ROOT is found.
 bool SpawnsBelowTheRootOnly() {
+    const ChildrenIgnored ignored;
     const ::Test::TemporaryDirectory root;
     std::filesystem::create_directories(root.Path() + "usr/plugins");
     WriteProgram(root.Path() + "usr/plugins/report", "#!/bin/sh\n", 0755);
@@ -289,6 +306,20 @@ bool SpawnsBelowTheRootOnly() {
     const Spawned inside = SpawnProgram({"/usr/plugins/report", kGroupArgument});
     WaitUntilGone(inside.pid);
     return outside.result.error == -ENOENT && inside.result.error == 0;
+}
+
+// The real-time signals are asked about once a process, so a fresh one spawns.
+TEST(SpawnDeathTest, ResetsRealTimeSignalsThatWereIgnoredFromTheStart) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const auto spawn = [] {
+        (void)::signal(SIGRTMIN, SIG_IGN);
+        (void)::signal(SIGRTMAX, SIG_IGN);
+        Kernel::UseGroups(
+            std::make_unique<Kernel::EmbeddedBackend>(Kernel::ProcessTable::Spawned()));
+        (void)Kernel::EnsureGroup(kGroup, 0);  // never reserved
+        return OutputOf("exec grep SigIgn /proc/self/status") == "SigIgn:\t0000000000000000\n";
+    };
+    EXPECT_EXIT(::_exit(spawn() ? 0 : 1), testing::ExitedWithCode(0), "");
 }
 
 // The root is read once a process, so a fresh one looks.
@@ -305,7 +336,8 @@ TEST_F(EmbeddedSpawn, KeepsTheLimitsOfTheDaemon) {
 
 TEST_F(CgroupSpawn, LeavesNoZombieAndNoDescriptorBehind) {
     constexpr int kSpawns = 10000;
-    const std::size_t before = CountDescriptors();
+    ASSERT_EQ(SpawnProgram({"/bin/true", kGroupArgument}).result.error, 0);
+    const std::size_t before = CountDescriptors();  // those that stay open between spawns included
     for (int count = 0; count < kSpawns; ++count) {
         const Spawned spawned = SpawnProgram({"/bin/true", kGroupArgument});
         ASSERT_EQ(spawned.result.error, 0) << "after " << count;
@@ -314,8 +346,8 @@ TEST_F(CgroupSpawn, LeavesNoZombieAndNoDescriptorBehind) {
     const ::Test::Deadline deadline;
     do {  // ended processes are dropped at each Kill, the last as soon as the kernel has reaped it
         EXPECT_EQ(Kernel::Kill(1, 0), -1);
-    } while (CountDescriptors() != before && deadline.MillisecondsLeft() > 0);
-    EXPECT_EQ(CountDescriptors(), before);
+    } while (CountDescriptors() > before && deadline.MillisecondsLeft() > 0);
+    EXPECT_LE(CountDescriptors(), before);
     EXPECT_FALSE(HasZombie());
 }
 
