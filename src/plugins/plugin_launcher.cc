@@ -167,8 +167,17 @@ void PluginLauncher::LaunchBatch(std::size_t firstPlugin, PluginCategory& queue)
         LogInternal(logger, 7, "About to launch plugin %1 in the batch", plugin->GetName());
         const std::int32_t pid = LaunchPlugin(plugin);
         if (pid != 0) {
+            Forget(pid);
             queue.pids.push_back(pid);
         }
+    }
+}
+
+// The kernel gives the number of a process that has ended to a new one: an old entry must not stand
+// for the new process.
+void PluginLauncher::Forget(std::int32_t pid) {
+    for (const Queue* queue : {&fast, &medium, &slow}) {
+        std::erase((*queue)->pids, pid);
     }
 }
 

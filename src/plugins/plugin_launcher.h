@@ -71,6 +71,7 @@ class PluginLauncher : public std::enable_shared_from_this<PluginLauncher> {
     Pellmar::System::ScheduledItem::Function BatchFunction(std::size_t batch,
                                                            std::size_t firstPlugin, Queue& queue);
     void LaunchBatch(std::size_t firstPlugin, PluginCategory& queue) REQUIRES(pidLock);
+    void Forget(std::int32_t pid) REQUIRES(pidLock);
 
     // The process id, or 0 when no process was started.
     std::int32_t LaunchPlugin(const std::shared_ptr<Plugin>& plugin) REQUIRES(pidLock);

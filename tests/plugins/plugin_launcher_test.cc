@@ -130,18 +130,19 @@ TEST(PluginLauncher, RunsTheBatchesInTheirSlotsAndPeriods) {
 
 TEST(PluginLauncher, GivesThePluginItsCommandLine) {
     const PluginHost host;
-    host.AddScript("probe", "echo \"$0\" \"$@\" > " + host.OutputPath() + ".part\n" + "mv " +
-                                host.OutputPath() + ".part " + host.OutputPath());
+    ASSERT_EQ(::mkfifo(host.OutputPath().c_str(), 0600), 0);
+    host.AddScript("probe", "echo \"$@\" > " + host.OutputPath() + "\n" + kEndless);
     host.Configure("probe", kFast);
     DrivenLauncher launcher(host, R"({"http_port": 12345})");
     launcher.Advance(seconds(30), 1);
-    const std::string commandLine =
-        "/usr/lib/korvex/sentrel/plugins/bin/probe ++group=sentrel-plugins,mem=40 -u "
-        "http://localhost:12345 --loglevel=warning ";
-    EXPECT_TRUE(launcher.Log().Contains("5 PluginLauncher: Launching binary: " + commandLine));
+    const std::string arguments =
+        "++group=sentrel-plugins,mem=40 -u http://localhost:12345 --loglevel=warning";
+    EXPECT_EQ(::Test::ReadFile(host.OutputPath()), arguments + "\n");
+    fs::remove(host.OutputPath());
+    const std::string path = "/usr/lib/korvex/sentrel/plugins/bin/probe ";
     EXPECT_TRUE(
-        launcher.Log().Contains("6 PluginLauncher: Pushed plugin "
-                                "/usr/lib/korvex/sentrel/plugins/bin/probe ("));
+        launcher.Log().Contains("5 PluginLauncher: Launching binary: " + path + arguments + " "));
+    EXPECT_TRUE(launcher.Log().Contains("6 PluginLauncher: Pushed plugin " + path + "("));
 }
 
 TEST(PluginLauncher, EndsAPluginThatStillRunsAtAnyQueuesFirstBatch) {

@@ -127,7 +127,18 @@ void ServiceImpl::Stop() {
 }
 
 void ServiceImpl::StartRunner() {
-    System::GetThreadPool().Run([self = Ref<ServiceImpl>(this)] { self->Serve(); });
+    try {
+        System::GetThreadPool().Run([self = Ref<ServiceImpl>(this)] { self->Serve(); });
+    } catch (const std::exception& exception) {
+        {
+            Sys::MutexLock held(lock);
+            --runners;
+        }
+        LogInternal(logger, 3,
+                    "Cannot start a thread to serve connections: %1. Those that run go on alone; "
+                    "raise the limit of threads",
+                    exception.what());
+    }
 }
 
 // One runner. It ends when the service stops, when there are enough others, or when it has nothing

@@ -5,12 +5,15 @@
 #include "platform/pellmar/logger.h"
 
 #include <algorithm>
+#include <chrono>
 #include <exception>
 #include <utility>
 
 namespace Pellmar::System {
 
 namespace {
+
+constexpr std::chrono::seconds kRetryDelay{1};
 
 // `delayMicroseconds` after `now`, or the end of time when that would lie behind it.
 Clock::TimePoint DueTime(Clock::TimePoint now, std::int64_t delayMicroseconds) {
@@ -56,13 +59,17 @@ void Scheduler::RunNow(std::function<void()> function) { pool.Run(std::move(func
 void Scheduler::Schedule(ScheduledItem::Function function, std::int64_t delayMicroseconds,
                          Ref<ScheduledItem>& item) {
     const auto scheduled = MakeRef<ScheduledItem>(std::move(function));
-    item = scheduled;  // before the function can run and look at it
     Sys::MutexLock guard(lock);
     if (!timer.joinable()) {
         timer = std::thread([this] { TimerMain(); });
     }
+    Enqueue(scheduled, DueTime(clock.Now(), delayMicroseconds));
+    item = scheduled;  // the function cannot run, and look at it, before the lock is released
+}
+
+void Scheduler::Enqueue(const Ref<ScheduledItem>& item, Clock::TimePoint due) {
     const std::uint64_t order = nextOrder++;
-    entries.push({DueTime(clock.Now(), delayMicroseconds), order, scheduled});
+    entries.push({due, order, item});
     if (entries.top().order == order) {
         wake.NotifyOne();  // the thread waits for a later time, or for none
     }
@@ -80,25 +87,30 @@ void Scheduler::TimerMain() {
             clock.WaitUntil(wake, lock, due);
             continue;
         }
-        Ref<ScheduledItem> item = entries.top().item;
+        const Ref<ScheduledItem> item = entries.top().item;
         entries.pop();
         guard.Unlock();
-        Dispatch(std::move(item));
+        Dispatch(item);
         guard.Lock();
     }
 }
 
-void Scheduler::Dispatch(Ref<ScheduledItem> item) {
+// A system that refuses a thread may give one later, so what is due is tried again.
+void Scheduler::Dispatch(const Ref<ScheduledItem>& item) {
     try {
-        pool.Run([item = std::move(item)] {
+        pool.Run([item] {
             // Taken out, so that a kept item does not keep what its function captured.
             const ScheduledItem::Function function = std::exchange(item->function, nullptr);
             function(item.Get());
         });
     } catch (const std::exception& exception) {
-        Service::LogInternal(Service::Logger::sDefaultLogger, 3,
-                             "A scheduled function that is due could not be handed to a thread: %1",
-                             exception.what());
+        Service::LogInternal(
+            Service::Logger::sDefaultLogger, 3,
+            "Cannot start a thread for a scheduled function that is due: %1. It is "
+            "tried again in a second; raise the limit of threads",
+            exception.what());
+        Sys::MutexLock guard(lock);
+        Enqueue(item, clock.Now() + kRetryDelay);
     }
 }
 

@@ -56,7 +56,8 @@ class Scheduler {
     };
 
     void TimerMain() EXCLUDES(lock);
-    void Dispatch(Ref<ScheduledItem> item);
+    void Enqueue(const Ref<ScheduledItem>& item, Clock::TimePoint due) REQUIRES(lock);
+    void Dispatch(const Ref<ScheduledItem>& item) EXCLUDES(lock);
 
     ThreadPool& pool;
     Clock& clock;

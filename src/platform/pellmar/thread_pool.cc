@@ -4,7 +4,6 @@
 
 #include <exception>
 #include <iterator>
-#include <system_error>
 #include <utility>
 
 namespace Pellmar::System {
@@ -28,18 +27,22 @@ ThreadPool::~ThreadPool() {
 
 void ThreadPool::Run(Task task) {
     std::list<std::thread> ended;
+    std::exception_ptr failure;
     {
         Sys::MutexLock held(lock);
         ended.swap(finished);
         tasks.push_back(std::move(task));
-        if (tasks.size() > idleThreads && threads.size() < kMaxPoolThreads) {
-            Grow();
-        } else {
+        if (tasks.size() <= idleThreads || threads.size() >= kMaxPoolThreads) {
             wake.NotifyOne();
+        } else if ((failure = Grow())) {
+            tasks.pop_back();
         }
     }
     for (std::thread& thread : ended) {
         thread.join();  // it has left the pool already and is about to end
+    }
+    if (failure) {
+        std::rethrow_exception(failure);
     }
 }
 
@@ -52,19 +55,14 @@ std::size_t ThreadPool::ThreadCount() const {
     return threads.size();
 }
 
-void ThreadPool::Grow() {
+std::exception_ptr ThreadPool::Grow() {
     const auto self = threads.emplace(threads.end());
     try {
         *self = std::thread([this, self] { WorkerMain(self); });
-    } catch (const std::system_error& error) {
+        return nullptr;
+    } catch (const std::exception&) {
         threads.erase(self);
-        Service::LogInternal(
-            Service::Logger::sDefaultLogger, 3,
-            "Cannot start thread %1 of the pool: %2. Its tasks wait for a free thread",
-            threads.size() + 1, error.what());
-        if (threads.empty()) {
-            throw;
-        }
+        return std::current_exception();
     }
 }
 
@@ -106,8 +104,17 @@ bool ThreadPool::TakeTask(Task& task) {
 }
 
 void ThreadPool::Schedule(const Ref<WorkQueue>& queue) {
-    if (TakePlace(queue)) {
+    if (!TakePlace(queue)) {
+        return;
+    }
+    try {
         Run([this, queue] { Drain(queue); });
+    } catch (const std::exception& exception) {
+        Service::LogInternal(Service::Logger::sDefaultLogger, 3,
+                             "Cannot start a thread for %1: %2. Its jobs run on the thread that "
+                             "submits them; raise the limit of threads",
+                             queue->GetName(), exception.what());
+        Drain(queue);
     }
 }
 

@@ -9,6 +9,7 @@
 #include <chrono>
 #include <cstddef>
 #include <deque>
+#include <exception>
 #include <functional>
 #include <list>
 #include <string_view>
@@ -33,6 +34,8 @@ class ThreadPool {
     ThreadPool& operator=(const ThreadPool&) = delete;
 
     // Runs `task` on a pool thread as soon as one is free. An exception that leaves it is logged.
+    // Throws a std::exception, and does not run it, when none is free and the system refuses
+    // another thread.
     void Run(Task task) EXCLUDES(lock);
 
     // A queue named `name` that runs its jobs on this pool one at a time, in order.
@@ -56,7 +59,8 @@ class ThreadPool {
     // (empty when no job is left) then does too, else `unfinished`; none at all frees the place.
     Ref<WorkQueue> HandOverPlace(Ref<WorkQueue> unfinished) EXCLUDES(lock);
 
-    void Grow() REQUIRES(lock);
+    // Starts a thread. Returns what kept it from that, or nothing.
+    std::exception_ptr Grow() REQUIRES(lock);
     void WorkerMain(std::list<std::thread>::iterator self) EXCLUDES(lock);
     bool TakeTask(Task& task) EXCLUDES(lock);
 
