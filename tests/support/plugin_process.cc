@@ -46,7 +46,11 @@ class SpawnActions {
 
 PluginHost::PluginHost(const std::string& program, std::string name) : name(std::move(name)) {
     std::filesystem::create_directories(root.Path() + kPluginDirectory);
-    std::filesystem::copy_file(program, Executable());
+    std::error_code problem;
+    std::filesystem::create_hard_link(program, Executable(), problem);
+    if (problem) {  // on another file system
+        std::filesystem::copy_file(program, Executable());
+    }
 }
 
 std::string PluginHost::Executable() const {

@@ -15,7 +15,7 @@ namespace Test {
 // A host root with one plugin in it. Removed with the object.
 class PluginHost {
   public:
-    // Copies `program` into the plugin directory as `name`. Throws
+    // Puts `program` into the plugin directory as `name`. Throws
     // std::filesystem::filesystem_error.
     PluginHost(const std::string& program, std::string name);
 
