@@ -1,0 +1,54 @@
+// What a sub-command of the operator's tool is: the row of its table, from which the command line
+// is read and the help is written. Each family of sub-commands has a file with its rows; main.cc
+// joins them.
+#pragma once
+
+#include <algorithm>
+#include <iosfwd>
+#include <span>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace Ctl {
+
+struct Option {
+    std::string_view name;     // "--json"
+    std::string_view value;    // what the help calls its value, such as "DIR"; empty: it takes none
+    std::string_view summary;  // one line
+};
+
+// The options of a command line with their values (empty for those that take none), in its order.
+class GivenOptions {
+  public:
+    void Add(std::string_view name, std::string value) {
+        given.emplace_back(name, std::move(value));
+    }
+    bool Has(std::string_view name) const {
+        return std::any_of(given.begin(), given.end(),
+                           [name](const auto& option) { return option.first == name; });
+    }
+    // That of the last one; empty when there is none.
+    std::string Value(std::string_view name) const {
+        const auto last = std::find_if(given.rbegin(), given.rend(),
+                                       [name](const auto& option) { return option.first == name; });
+        return last == given.rend() ? "" : last->second;
+    }
+
+  private:
+    std::vector<std::pair<std::string, std::string>> given;
+};
+
+struct Command {
+    std::string_view name;            // one word, or that of its family and its own: "group show"
+    std::string_view summary;         // one line
+    std::string_view description;     // lines of the help, each with a line feed at its end
+    std::string_view example;         // a command line that works as it stands
+    std::span<const Option> options;  // beside those that every command takes
+    // Writes its result to `output` and returns when it has succeeded. Otherwise throws a
+    // std::exception whose text says what happened and what to do next, and has written nothing.
+    void (*run)(const GivenOptions& options, std::ostream& output);
+};
+
+}  // namespace Ctl

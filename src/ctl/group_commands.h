@@ -1,0 +1,12 @@
+// The sub-commands "group ...": the resource group that the plugins run in, made and looked at.
+#pragma once
+
+#include "ctl/command.h"
+
+#include <span>
+
+namespace Ctl {
+
+std::span<const Command> GroupCommands();
+
+}  // namespace Ctl

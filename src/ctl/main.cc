@@ -1,0 +1,76 @@
+// The operator's tool: the table of its sub-commands, and how each of them ends. Status 0, 1 when
+// the operation failed, 2 when the command line is wrong; a failure is one line on standard error.
+#include "ctl/command_line.h"
+#include "ctl/group_commands.h"
+#include "ctl/help.h"
+#include "ctl/table.h"
+#include "platform/sys/host_root.h"
+
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <iostream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace {
+
+constexpr int kFailed = 1;
+constexpr int kWrongUsage = 2;
+
+std::vector<Ctl::Command> AllCommands() {
+    std::vector<Ctl::Command> commands;
+    for (const std::span<const Ctl::Command> family : {Ctl::GroupCommands()}) {
+        commands.insert(commands.end(), family.begin(), family.end());
+    }
+    return commands;
+}
+
+// Before the first use of the host root, which is read once.
+void SetHostRoot(const Ctl::GivenOptions& options) {
+    if (options.Has("--root")) {
+        // NOLINTNEXTLINE(concurrency-mt-unsafe): the process has one thread
+        (void)::setenv("SENTREL_ROOT", options.Value("--root").c_str(), 1);  // out of memory only
+    }
+    if (const std::string problem = Sys::HostRootProblem(); !problem.empty()) {
+        throw Ctl::UsageError((options.Has("--root") ? "option \"--root\": " : "") + problem);
+    }
+}
+
+void Run(const std::vector<Ctl::Command>& commands, const Ctl::CommandLine& line) {
+    if (!line.options.Has("--help")) {
+        SetHostRoot(line.options);
+        line.command->run(line.options, std::cout);
+    } else if (line.command != nullptr) {
+        Ctl::WriteCommandHelp(*line.command, std::cout);
+    } else {
+        Ctl::WriteOverview(commands, line.family, std::cout);
+    }
+}
+
+int Fail(std::string_view text, int status) {
+    const std::string line = "sentrelctl: " + Ctl::PrintableText(text) + "\n";
+    (void)std::fputs(line.c_str(), stderr);  // there is nowhere else to say it
+    return status;
+}
+
+}  // namespace
+
+int main(int argc, char* argv[]) {
+    (void)std::signal(SIGPIPE, SIG_IGN);  // a failed write is told below
+    try {
+        const std::vector<const char*> arguments(argv + (argc > 0 ? 1 : 0), argv + argc);
+        const std::vector<Ctl::Command> commands = AllCommands();
+        Run(commands, Ctl::ParseCommandLine(commands, arguments));
+    } catch (const Ctl::UsageError& error) {
+        return Fail(error.what(), kWrongUsage);
+    } catch (const std::exception& exception) {
+        return Fail(exception.what(), kFailed);
+    }
+    if (!std::cout.flush()) {
+        return Fail("standard output cannot be written; give it a place with room", kFailed);
+    }
+    return 0;
+}

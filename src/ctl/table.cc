@@ -1,0 +1,74 @@
+#include "ctl/table.h"
+
+#include "platform/pellmar/logger.h"
+
+#include <algorithm>
+#include <ostream>
+#include <utility>
+
+namespace Ctl {
+
+namespace {
+
+constexpr std::size_t kGap = 2;
+
+// Characters of a UTF-8 text: its bytes but for those that continue one.
+std::size_t WidthOf(std::string_view text) {
+    return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char byte) {
+        return (static_cast<unsigned char>(byte) & 0xC0) != 0x80;
+    }));
+}
+
+}  // namespace
+
+std::string PrintableText(std::string_view text) {
+    std::string printable;
+    Pellmar::Service::LogArgument(text).AppendTo(printable);
+    return printable;
+}
+
+Table::Table(std::vector<Column> columns) : columns(std::move(columns)) {
+    std::vector<std::string> headings;
+    bool hasHeading = false;
+    for (const Column& column : this->columns) {
+        headings.push_back(column.heading);
+        hasHeading = hasHeading || !column.heading.empty();
+    }
+    if (hasHeading) {
+        Add(std::move(headings));
+    }
+}
+
+void Table::Add(std::vector<std::string> cells) {
+    for (std::string& cell : cells) {
+        cell = PrintableText(cell);
+    }
+    rows.push_back(std::move(cells));
+}
+
+void Table::Write(std::ostream& output) const {
+    std::vector<std::size_t> widths(columns.size());
+    for (const std::vector<std::string>& row : rows) {
+        for (std::size_t index = 0; index < widths.size(); ++index) {
+            widths[index] = std::max(widths[index], WidthOf(row[index]));
+        }
+    }
+    for (const std::vector<std::string>& row : rows) {
+        WriteRow(row, widths, output);
+    }
+}
+
+void Table::WriteRow(const std::vector<std::string>& cells, const std::vector<std::size_t>& widths,
+                     std::ostream& output) const {
+    std::string line;
+    for (std::size_t index = 0; index < cells.size(); ++index) {
+        const std::string padding(widths[index] - WidthOf(cells[index]), ' ');
+        line += index == 0 ? "" : std::string(kGap, ' ');
+        line +=
+            columns[index].align == Align::Right ? padding + cells[index] : cells[index] + padding;
+    }
+    line.erase(line.find_last_not_of(' ') + 1);
+    output << line << '\n';
+}
+
+}  // namespace Ctl

@@ -1,0 +1,38 @@
+// Small tables for people, and texts of others made fit for a terminal.
+#pragma once
+
+#include <cstddef>
+#include <iosfwd>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Ctl {
+
+// Control characters, and bytes that are not UTF-8, written as "\xHH".
+std::string PrintableText(std::string_view text);
+
+// Columns are as wide as their widest cell, with two blanks between. Cells are made printable.
+class Table {
+  public:
+    enum class Align { Left, Right };
+    struct Column {
+        std::string heading;  // all empty: no line of headings
+        Align align = Align::Left;
+    };
+
+    explicit Table(std::vector<Column> columns);
+
+    // As many cells as there are columns.
+    void Add(std::vector<std::string> cells);
+    void Write(std::ostream& output) const;
+
+  private:
+    void WriteRow(const std::vector<std::string>& cells, const std::vector<std::size_t>& widths,
+                  std::ostream& output) const;
+
+    const std::vector<Column> columns;
+    std::vector<std::vector<std::string>> rows;  // the headings are the first, if there are any
+};
+
+}  // namespace Ctl

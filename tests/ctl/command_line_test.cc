@@ -1,0 +1,94 @@
+// The command line and the help of the real program: what is understood, and what each mistake is
+// told.
+#include "ctl/tool_run.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+namespace CtlTest {
+namespace {
+
+using testing::HasSubstr;
+
+TEST(CommandLine, TellsEachMistakeInOneLineWithStatus2) {
+    struct Row {
+        std::vector<std::string> arguments;
+        const char* error;
+    };
+    const Row rows[] = {
+        {{}, "a command is missing; see \"sentrelctl --help\""},
+        {{"grop"}, "there is no command \"grop\"; see \"sentrelctl --help\""},
+        {{""}, "there is no command \"\"; see \"sentrelctl --help\""},
+        {{"gr\noup"}, "there is no command \"gr\\x0aoup\"; see \"sentrelctl --help\""},
+        {{"group"},
+         "\"group\" needs one of its commands: ensure, show; see \"sentrelctl group --help\""},
+        {{"group", "make"}, "there is no command \"group make\"; see \"sentrelctl group --help\""},
+        {{"ensure"}, "there is no command \"ensure\"; see \"sentrelctl --help\""},
+        {{"group", "show", "all"},
+         "\"group show\" takes no argument \"all\"; see \"sentrelctl group show --help\""},
+        {{"group", "show", "--all"},
+         "there is no option \"--all\"; see \"sentrelctl group show --help\""},
+        {{"--json", "group", "show"},
+         "there is no option \"--json\" before a command; see \"sentrelctl --help\""},
+        {{"group", "show", "--json=yes"},
+         "option \"--json\" takes no value; see \"sentrelctl group show --help\""},
+        {{"group", "show", "--root"}, "option \"--root\" needs a value: write --root DIR"},
+        {{"group", "show", "--root="}, "option \"--root\" needs a value: write --root DIR"},
+        {{"group", "--root", "--json", "show"},
+         "option \"--root\" needs a value: write --root DIR"},
+        {{"group", "show", "--root", "host"},
+         "option \"--root\": SENTREL_ROOT=host is a relative path; set it to the absolute path of "
+         "a directory, or unset it"},
+    };
+    for (const Row& row : rows) {
+        const ToolResult result = RunTool(row.arguments);
+        EXPECT_EQ(result.error, "sentrelctl: " + std::string(row.error) + "\n");
+        EXPECT_EQ(result.status, 2) << row.error;
+        EXPECT_EQ(result.output, "") << row.error;
+    }
+}
+
+TEST(CommandLine, RefusesABadRootOfTheEnvironment) {
+    const ToolResult result = RunTool({"group", "show"}, {"SENTREL_ROOT=/dev/null/host"});
+    EXPECT_EQ(result.status, 2);
+    EXPECT_THAT(result.error, HasSubstr("sentrelctl: SENTREL_ROOT=/dev/null/host cannot be used"));
+}
+
+TEST(CommandLine, HelpNeedsNothingAndEndsWell) {
+    struct Row {
+        std::vector<std::string> arguments;
+        std::vector<const char*> parts;
+    };
+    const Row rows[] = {
+        {{"--help"}, {"Usage: sentrelctl COMMAND", "group ensure", "group show", "--root DIR"}},
+        {{"-h"}, {"Usage: sentrelctl COMMAND"}},
+        {{"group", "--help"}, {"Usage: sentrelctl group COMMAND", "group ensure", "group show"}},
+        {{"group", "ensure", "--help"},
+         {"Usage: sentrelctl group ensure [--json] [--root DIR]",
+          "Example:\n  sentrelctl group ensure\n", "plugin_resource_pool_size_MB"}},
+        {{"--root", "nowhere", "group", "show", "--help"},
+         {"Usage: sentrelctl group show", "Example:\n  sentrelctl group show --json\n"}},
+    };
+    for (const Row& row : rows) {
+        const ToolResult result = RunTool(row.arguments);
+        EXPECT_EQ(result.status, 0) << row.parts.front();
+        EXPECT_EQ(result.error, "");
+        for (const char* part : row.parts) {
+            EXPECT_THAT(result.output, HasSubstr(part));
+        }
+    }
+}
+
+TEST(CommandLine, AResultThatCannotBeWrittenIsAFailure) {
+    const ToolResult result = RunToolInto("/dev/full", {"--help"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(result.error, HasSubstr("standard output cannot be written"));
+    EXPECT_EQ(std::count(result.error.begin(), result.error.end(), '\n'), 1);
+}
+
+}  // namespace
+}  // namespace CtlTest

@@ -1,0 +1,209 @@
+// "group ensure" and "group show" by the real program, in a cgroup root of the test's own.
+#include "ctl/tool_run.h"
+#include "support/cgroup_root.h"
+#include "support/host_directory.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <array>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include <sys/prctl.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace CtlTest {
+namespace {
+
+using testing::EndsWith;
+using testing::HasSubstr;
+using Json = nlohmann::json;
+
+class GroupCommands : public testing::Test {
+  protected:
+    void SetUp() override {
+        if (!root.Problem().empty()) {
+            GTEST_SKIP() << root.Problem();
+        }
+    }
+
+    ToolResult Run(std::vector<std::string> arguments) const {
+        arguments.insert(arguments.begin(), "group");
+        return RunTool(arguments,
+                       {"SENTREL_ROOT=" + host.Root(), "SENTREL_CGROUP_ROOT=" + root.Path()});
+    }
+    std::string Directory() const { return root.Path() + "/host/pax/kolbern/sentrel-plugins"; }
+    // Whether the root can reserve memory at all.
+    bool HasMemory() const {
+        std::ifstream controllers(root.Path() + "/cgroup.controllers");
+        for (std::string name; controllers >> name;) {
+            if (name == "memory") {
+                return true;
+            }
+        }
+        return false;
+    }
+
+    const ::Test::CgroupRoot root;
+    const ::Test::HostDirectory host;
+};
+
+// A process in a cgroup that does nothing, under a name of the test's choice; ends with the object.
+class IdleProcess {
+  public:
+    IdleProcess(const std::string& cgroup, const char* name) {
+        std::array<char, 16> ownName{};
+        (void)::prctl(PR_GET_NAME, ownName.data());
+        (void)::prctl(PR_SET_NAME, name);  // here, so that the child has it from its beginning
+        pid = ::fork();
+        if (pid == 0) {
+            (void)::prctl(PR_SET_PDEATHSIG, SIGKILL);
+            for (;;) {
+                ::pause();
+            }
+        }
+        (void)::prctl(PR_SET_NAME, ownName.data());
+        std::ofstream(cgroup + "/cgroup.procs") << pid << std::flush;
+    }
+    ~IdleProcess() {
+        (void)::kill(pid, SIGKILL);  // not reaped yet, so the number is still its own
+        (void)::waitpid(pid, nullptr, 0);
+    }
+    IdleProcess(const IdleProcess&) = delete;
+    IdleProcess& operator=(const IdleProcess&) = delete;
+
+    pid_t Pid() const { return pid; }
+
+  private:
+    pid_t pid = -1;
+};
+
+TEST_F(GroupCommands, EnsureMakesTheGroupOnceAndSaysWhatIsReserved) {
+    const std::string reserved =
+        HasMemory() ? "Reserved   40 MB\n"
+                    : "Reserved   nothing of the 40 MB configured: " + root.Path() +
+                          " has no memory controller\n";
+    for (const char* what : {"Made       ", "Was there  "}) {
+        const ToolResult result = Run({"ensure"});
+        EXPECT_EQ(result.status, 0) << result.error;
+        EXPECT_EQ(result.output, what + std::string("host/pax/kolbern/sentrel-plugins\n") +
+                                     "Directory  " + Directory() + "\n" + reserved);
+        EXPECT_EQ(result.error, "");
+        EXPECT_TRUE(std::filesystem::is_directory(Directory()));
+    }
+}
+
+TEST_F(GroupCommands, EnsureReservesWhatTheDaemonsSettingsSay) {
+    struct Row {
+        const char* settings;
+        int poolSizeMB;
+    };
+    const Row rows[] = {
+        {R"({"plugin_resource_pool_size_MB": 64})", 64},
+        {R"({"plugin_resource_pool_size_MB": 500})", 500},
+        {R"({"plugin_resource_pool_size_MB": 501})", 40},
+        {R"({"plugin_resource_pool_size_MB": 1})", 40},
+        {R"({"plugin_resource_pool_size_MB": null})", 40},
+        {"{}", 40},
+    };
+    for (const Row& row : rows) {
+        host.WriteStoreEntry("sentrel", row.settings);
+        const ToolResult result = Run({"ensure", "--json"});
+        ASSERT_EQ(result.status, 0) << result.error;
+        const Json answer = Json::parse(result.output);
+        EXPECT_EQ(answer["poolSizeMB"], row.poolSizeMB) << row.settings;
+        EXPECT_EQ(answer["reservationKB"], HasMemory() ? row.poolSizeMB * 1024 : 0);
+        EXPECT_EQ(answer.contains("reservationProblem"), !HasMemory());
+    }
+}
+
+TEST_F(GroupCommands, TheRootOptionOverridesTheEnvironment) {
+    const ::Test::HostDirectory other;
+    other.WriteStoreEntry("sentrel", R"({"plugin_resource_pool_size_MB": 77})");
+    const ToolResult result = Run({"ensure", "--json", "--root", other.Root()});
+    ASSERT_EQ(result.status, 0) << result.error;
+    EXPECT_EQ(Json::parse(result.output)["poolSizeMB"], 77);
+}
+
+TEST_F(GroupCommands, ABrokenSettingsFileStopsEnsureBeforeItMakesAnything) {
+    const std::string file = host.WriteStoreEntry("sentrel", "{\"a\": ");
+    const ToolResult result = Run({"ensure"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(result.error, HasSubstr("/sentrel.json:1:"));
+    EXPECT_THAT(result.error, EndsWith("; make that file a readable JSON object, or remove it\n"));
+    EXPECT_FALSE(std::filesystem::exists(root.Path() + "/host"));
+}
+
+TEST_F(GroupCommands, ShowTellsTheProcessesOfTheGroupAndOfThoseInIt) {
+    ASSERT_EQ(Run({"ensure"}).status, 0);
+    EXPECT_THAT(Run({"show"}).output, EndsWith("\nNo process is in the group.\n"));
+    ASSERT_EQ(::mkdir((Directory() + "/member").c_str(), 0755), 0);
+    const IdleProcess direct(Directory(), "direct");
+    const IdleProcess member(Directory() + "/member", "me\nmber");
+
+    const ToolResult text = Run({"show"});
+    const ToolResult json = Run({"show", "--json"});
+    ASSERT_EQ(text.status, 0) << text.error;
+    ASSERT_EQ(json.status, 0) << json.error;
+    const Json answer = Json::parse(json.output);
+    struct stat status {};
+    ASSERT_EQ(::stat(Directory().c_str(), &status), 0);
+    EXPECT_EQ(answer["id"], status.st_ino);
+    EXPECT_EQ(answer["directory"], Directory());
+    EXPECT_GT(answer["peakKB"], 0);
+    EXPECT_GT(answer["memberGroupsPeakKB"], 0);
+    ASSERT_EQ(answer["processes"].size(), 2U);
+    EXPECT_EQ(answer["processes"][0]["pid"], direct.Pid());
+    EXPECT_EQ(answer["processes"][1]["pid"], member.Pid());
+    EXPECT_GT(answer["processes"][0]["residentKB"], 0);
+    EXPECT_THAT(text.output, HasSubstr("Id                     " + std::to_string(status.st_ino)));
+    EXPECT_EQ(answer["processes"][1]["name"], "me\nmber");
+    EXPECT_THAT(text.output, HasSubstr(std::to_string(member.Pid()) + "  me\\x0amber"));
+}
+
+TEST_F(GroupCommands, ShowOfAMissingGroupSaysHowToMakeIt) {
+    const ToolResult result = Run({"show"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.output, "");
+    EXPECT_THAT(result.error, EndsWith("; make it with \"sentrelctl group ensure\"\n"));
+}
+
+void ExpectFailure(const ToolResult& result, const std::string& text) {
+    EXPECT_EQ(result.status, 1) << text;
+    EXPECT_EQ(result.output, "") << text;
+    EXPECT_THAT(result.error, HasSubstr(text));
+    EXPECT_EQ(std::count(result.error.begin(), result.error.end(), '\n'), 1) << result.error;
+}
+
+TEST(GroupCommandsElsewhere, RefuseARootThatIsNoCgroup) {
+    const ::Test::HostDirectory host;
+    for (const std::string& root :
+         {host.Root(), std::string("/nowhere"), std::string("relative")}) {
+        ExpectFailure(RunTool({"group", "ensure"}, {"SENTREL_CGROUP_ROOT=" + root}),
+                      root + " is no cgroup v2 directory; set SENTREL_CGROUP_ROOT to one that is");
+    }
+}
+
+TEST(GroupCommandsElsewhere, SayThatNothingLastsWhereNoCgroupCanBeWritten) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only root can become a user who surely may write no cgroup";
+    }
+    for (const char* command : {"ensure", "show"}) {
+        const ToolResult result = RunTool({"group", command}, {}, User::Nobody);
+        ExpectFailure(result, "no resource group that lasts can be made here: ");
+        ExpectFailure(result,
+                      "; run this as root where a cgroup v2 hierarchy is mounted, or set "
+                      "SENTREL_CGROUP_ROOT to a cgroup that this user may write\n");
+    }
+}
+
+}  // namespace
+}  // namespace CtlTest

@@ -1,0 +1,96 @@
+#include "ctl/tool_run.h"
+
+#include "platform/sys/owned_fd.h"
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <system_error>
+
+#include <fcntl.h>
+#include <grp.h>
+#include <sys/mman.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace CtlTest {
+
+namespace {
+
+constexpr int kCannotRun = 127;
+constexpr uid_t kNobody = 65534;
+
+Sys::OwnedFd Require(int descriptor, const char* what) {
+    if (descriptor < 0) {
+        throw std::system_error(errno, std::generic_category(), what);
+    }
+    return Sys::OwnedFd(descriptor);
+}
+
+std::vector<char*> PointersTo(std::vector<std::string>& strings) {
+    std::vector<char*> pointers;
+    pointers.reserve(strings.size() + 1);
+    for (std::string& string : strings) {
+        pointers.push_back(string.data());
+    }
+    pointers.push_back(nullptr);
+    return pointers;
+}
+
+std::string ReadFromStart(const Sys::OwnedFd& file) {
+    std::string text;
+    std::array<char, 4096> buffer{};
+    (void)::lseek(file.Get(), 0, SEEK_SET);  // a device has no start, and nothing to read
+    for (ssize_t count = 0; (count = ::read(file.Get(), buffer.data(), buffer.size())) > 0;) {
+        text.append(buffer.data(), static_cast<std::size_t>(count));
+    }
+    return text;
+}
+
+bool BecomeNobody() {
+    return ::setgroups(0, nullptr) == 0 && ::setresgid(kNobody, kNobody, kNobody) == 0 &&
+           ::setresuid(kNobody, kNobody, kNobody) == 0;
+}
+
+ToolResult Run(const Sys::OwnedFd& output, std::vector<std::string> arguments,
+               std::vector<std::string> environment, User user) {
+    const Sys::OwnedFd error = Require(::memfd_create("error", MFD_CLOEXEC), "making a file");
+    // opened here, since another user may not be let in where it stands
+    const Sys::OwnedFd program =
+        Require(::open(SENTRELCTL_PATH, O_PATH | O_CLOEXEC), SENTRELCTL_PATH);
+    arguments.insert(arguments.begin(), "sentrelctl");
+    const std::vector<char*> argv = PointersTo(arguments);
+    const std::vector<char*> envp = PointersTo(environment);
+    const pid_t pid = ::fork();
+    if (pid == 0) {
+        (void)::prctl(PR_SET_PDEATHSIG, SIGKILL);
+        if (::dup2(output.Get(), STDOUT_FILENO) >= 0 && ::dup2(error.Get(), STDERR_FILENO) >= 0 &&
+            (user == User::Own || BecomeNobody())) {
+            (void)::fexecve(program.Get(), argv.data(), envp.data());
+        }
+        ::_exit(kCannotRun);
+    }
+    int status = 0;
+    if (pid < 0 || ::waitpid(pid, &status, 0) != pid) {
+        throw std::system_error(errno, std::generic_category(), "running " SENTRELCTL_PATH);
+    }
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status), ReadFromStart(output),
+            ReadFromStart(error)};
+}
+
+}  // namespace
+
+ToolResult RunTool(const std::vector<std::string>& arguments,
+                   const std::vector<std::string>& environment, User user) {
+    const Sys::OwnedFd output = Require(::memfd_create("output", MFD_CLOEXEC), "making a file");
+    return Run(output, arguments, environment, user);
+}
+
+ToolResult RunToolInto(const std::string& outputPath, const std::vector<std::string>& arguments) {
+    const Sys::OwnedFd output =
+        Require(::open(outputPath.c_str(), O_WRONLY | O_CLOEXEC), "opening");
+    return Run(output, arguments, {}, User::Own);
+}
+
+}  // namespace CtlTest
