@@ -67,8 +67,9 @@ std::string EnableMemory(const CgroupDirectory& cgroup, const std::string& direc
     return "";
 }
 
-std::string Reserve(const CgroupDirectory& cgroup, const std::string& directory, unsigned MB) {
-    const int error = cgroup.Reserve(MB * kBytesOfMB);
+std::string Reserve(const CgroupDirectory& cgroup, const std::string& directory,
+                    unsigned megabytes) {
+    const int error = cgroup.Reserve(megabytes * kBytesOfMB);
     return error == 0 ? "" : directory + "/memory.min cannot be written: " + ErrorText(error);
 }
 

@@ -95,14 +95,14 @@ std::string Parent(const std::string& directory) {
 
 // The delegated unit that the process is in; empty when it is in none.
 std::string FindDelegatedUnit(const CgroupMount& mount) {
-    const std::string own = FindOwnCgroup(mount, ReadProcFile("/proc/self/cgroup"));
+    std::string own = FindOwnCgroup(mount, ReadProcFile("/proc/self/cgroup"));
     if (own.empty() || own == mount.directory) {
         return "";
     }
     if (IsDelegated(own)) {
         return own;
     }
-    const std::string parent = Parent(own);
+    std::string parent = Parent(own);
     const bool inLeaf = own == parent + "/" + std::string(kDaemonLeaf);
     return inLeaf && IsDelegated(parent) ? parent : "";
 }

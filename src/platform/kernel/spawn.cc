@@ -140,6 +140,7 @@ SpawnResult Spawn(const char* path, char* const argv[], char* const environment[
         if (const int error = Start(groupPath, plan, pid); error != 0) {
             return Failed(error);
         }
+        // NOLINTNEXTLINE(performance-no-int-to-ptr): the record's format carries an address
         std::memcpy(reinterpret_cast<void*>(record->pidAddress), &pid, sizeof(pid));
         return {};
     } catch (const std::bad_alloc&) {

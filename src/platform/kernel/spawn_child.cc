@@ -28,6 +28,7 @@ namespace {
 
 constexpr std::size_t kStackBytes = 16384;
 constexpr std::size_t kStackAlignment = 16;
+constexpr long kLastDescriptor = 0xffffffff;
 constexpr int kExecFailedStatus = 127;
 constexpr int kLastStandardSignal = 31;
 constexpr int kLastSignal = 64;
@@ -117,7 +118,7 @@ UNINSTRUMENTED inline void SetDefault(int signal) {
         EndChild(plan, result);
     }
     // The table is the child's copy (no CLONE_FILES): the daemon's descriptors stay open.
-    result = SystemCall(SYS_close_range, 3, static_cast<long>(~0U), 0);
+    result = SystemCall(SYS_close_range, 3, kLastDescriptor, 0);
     if (result < 0) {
         EndChild(plan, result);
     }

@@ -83,7 +83,7 @@ TEST_F(CgroupSpawn, BeginsBeforeAnyInstructionInsideTheGroup) {
             std::ifstream(Directory() + "/cgroup.procs") >> pids;
             ::sched_yield();
         }
-        const std::string program =
+        std::string program =
             std::filesystem::read_symlink("/proc/" + pids + "/exe").filename().string();
         std::ofstream(Directory() + "/cgroup.freeze") << "0";
         WaitUntilGone(spawner);
@@ -168,7 +168,7 @@ TEST_F(EmbeddedSpawn, LeavesTheCallersSignalsAsTheyWere) {
 
 TEST_F(EmbeddedSpawn, ReportsWhyTheProgramCouldNotBeExecuted) {
     const ::Test::TemporaryDirectory directory;
-    const std::string base = directory.Path();
+    const std::string& base = directory.Path();
     WriteProgram(base + "plain", "#!/bin/sh\n", 0644);
     WriteProgram(base + "no-interpreter", "#!/no/such/interpreter\n", 0755);
     WriteProgram(base + "no-format", "echo hello\n", 0755);
