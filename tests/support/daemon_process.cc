@@ -1,7 +1,5 @@
 #include "support/daemon_process.h"
 
-#include "support/deadline.h"
-
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -75,6 +73,9 @@ std::vector<std::string> MakeEnvironment(const DaemonOptions& options,
     }
     if (!options.logLevel.empty()) {
         environment.push_back("SENTREL_LOG_LEVEL=" + options.logLevel);
+    }
+    if (!options.cgroupRoot.empty()) {
+        environment.push_back("SENTREL_CGROUP_ROOT=" + options.cgroupRoot);
     }
     return environment;
 }
@@ -170,7 +171,7 @@ DaemonProcess::~DaemonProcess() {
 }
 
 bool DaemonProcess::WaitUntilReady() {
-    while (Await(notifications.Get(), "the daemon to be ready") == Event::Descriptor) {
+    while (Await(notifications.Get(), "the daemon to be ready", Deadline()) == Event::Descriptor) {
         std::array<char, 512> message{};
         const ssize_t size = ::recv(notifications.Get(), message.data(), message.size(), 0);
         const std::string_view text(message.data(),
@@ -195,7 +196,7 @@ int DaemonProcess::WaitForEnd() {
     if (hasEnded) {
         return exitStatus;
     }
-    Await(process.Get(), "the daemon to end");
+    Await(process.Get(), "the daemon to end", Deadline());
     siginfo_t info{};
     OrThrow(
         ::waitid(static_cast<idtype_t>(P_PIDFD), static_cast<id_t>(process.Get()), &info, WEXITED),
@@ -215,7 +216,9 @@ void DaemonProcess::Kill() {
     WaitForEnd();
 }
 
-bool DaemonProcess::WaitForLog(std::string_view text, std::size_t count) {
+bool DaemonProcess::WaitForLog(std::string_view text, std::size_t count,
+                               std::chrono::seconds patience) {
+    const Deadline deadline(patience);
     const std::string awaited = "the log to say \"" + std::string(text) + '"';
     for (;;) {
         const bool mayGrow = IsRunning();
@@ -225,7 +228,7 @@ bool DaemonProcess::WaitForLog(std::string_view text, std::size_t count) {
         if (!mayGrow) {
             return false;
         }
-        if (Await(logChanges.Get(), awaited) == Event::Descriptor) {
+        if (Await(logChanges.Get(), awaited, deadline) == Event::Descriptor) {
             DrainLogChanges();
         }
     }
@@ -292,8 +295,8 @@ long DaemonProcess::StatusValue(std::string_view name) const {
     throw std::runtime_error("the daemon's status has no " + std::string(name));
 }
 
-DaemonProcess::Event DaemonProcess::Await(int descriptor, const std::string& awaited) const {
-    const Deadline deadline;
+DaemonProcess::Event DaemonProcess::Await(int descriptor, const std::string& awaited,
+                                          const Deadline& deadline) const {
     std::array<pollfd, 2> entries{pollfd{descriptor, POLLIN, 0}, pollfd{process.Get(), POLLIN, 0}};
     while (::poll(entries.data(), entries.size(), deadline.MillisecondsLeft()) <= 0) {
         if (deadline.MillisecondsLeft() == 0) {

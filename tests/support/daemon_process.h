@@ -3,8 +3,10 @@
 #pragma once
 
 #include "platform/sys/owned_fd.h"
+#include "support/deadline.h"
 #include "support/temporary_directory.h"
 
+#include <chrono>
 #include <map>
 #include <string>
 #include <string_view>
@@ -22,6 +24,8 @@ struct DaemonOptions {
     std::string root;
     // SENTREL_LOG_LEVEL; unset when empty.
     std::string logLevel = "7";
+    // SENTREL_CGROUP_ROOT; unset when empty.
+    std::string cgroupRoot;
     // Empty: the test's own.
     std::string workingDirectory;
     // Bound of open descriptors; 0: the test's own.
@@ -63,8 +67,9 @@ class DaemonProcess {
     void Kill();
 
     // Blocks until the log has `count` lines with `text` in them. False when the program ended
-    // before.
-    bool WaitForLog(std::string_view text, std::size_t count = 1);
+    // before. `patience` is for what the program is to do that much later.
+    bool WaitForLog(std::string_view text, std::size_t count = 1,
+                    std::chrono::seconds patience = Deadline::kPatience);
     // All of standard error so far.
     std::string Log() const;
     // Its lines so far as "LEVEL NAME: MESSAGE", the time removed; lines of another form as they
@@ -82,7 +87,7 @@ class DaemonProcess {
     enum class Event { Descriptor, End };
 
     // Blocks until `descriptor` is readable or the program has ended.
-    Event Await(int descriptor, const std::string& awaited) const;
+    Event Await(int descriptor, const std::string& awaited, const Deadline& deadline) const;
     void DrainLogChanges() const;
 
     TemporaryDirectory logDirectory;

@@ -13,7 +13,9 @@ namespace Test {
 
 class Deadline {
   public:
-    explicit Deadline(std::chrono::seconds patience = std::chrono::seconds(30))
+    static constexpr std::chrono::seconds kPatience{30};
+
+    explicit Deadline(std::chrono::seconds patience = kPatience)
         : end(std::chrono::steady_clock::now() + patience) {}
 
     // For poll: at least 0.

@@ -1,2 +1,8 @@
 set(testLabel threads)
 set(testTimeout 180)
+add_dependencies(${program} check_programs)
+target_compile_definitions(
+    ${program}
+    PRIVATE SENTREL_CHECK_PROGRAMS="${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/checks"
+            SENTREL_VENDOR_DEFAULTS="${PROJECT_SOURCE_DIR}/dist/tabulon"
+)
