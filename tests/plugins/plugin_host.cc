@@ -153,6 +153,7 @@ DrivenLauncher::~DrivenLauncher() {
     for (const Kernel::GroupProcess& left :
          Kernel::ShowGroup(Sentrel::kPluginGroupPath).processes) {
         (void)Kernel::Kill(left.pid, SIGKILL);  // it may have ended by itself
+        WaitUntilEnded(left.pid);
     }
     Pellmar::Service::GetApp().UseScheduler(nullptr);
 }

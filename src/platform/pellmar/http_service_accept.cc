@@ -17,10 +17,20 @@ namespace Pellmar::Http {
 
 using Clock = std::chrono::steady_clock;
 
+namespace {
+
+// How long accepting pauses at most when all connections are in work; one that ends resumes it at
+// once.
+constexpr std::chrono::milliseconds kFullPause{1'000};
+// An accept error after this time without one is told anew.
+constexpr std::chrono::minutes kQuietTime{1};
+
+}  // namespace
+
 // One connection an event: the listener stays ready while more of them wait.
 void ServiceImpl::Accept(std::size_t listener) {
     if (!MakeRoom()) {
-        PauseAccepting(TimePoint::max());
+        PauseAccepting(kFullPause);
         return;
     }
     Sys::OwnedFd accepted(
@@ -56,7 +66,8 @@ void ServiceImpl::HandleAcceptError(int error) {
     bool isNew = false;
     {
         Sys::MutexLock held(lock);
-        isNew = !std::exchange(acceptErrorWasLogged, true);
+        const TimePoint now = Clock::now();
+        isNew = now - std::exchange(lastAcceptError, now) > kQuietTime;
     }
     if (isNew) {
         LogInternal(
@@ -66,7 +77,7 @@ void ServiceImpl::HandleAcceptError(int error) {
             std::generic_category().message(error));
     }
     if (!CloseLongestWaiting()) {
-        PauseAccepting(Clock::now() + times.acceptPause);
+        PauseAccepting(times.acceptPause);
     }
 }
 
@@ -79,22 +90,21 @@ void ServiceImpl::Admit(Sys::OwnedFd accepted) {
         if (stopping) {
             return;
         }
-        acceptErrorWasLogged = false;
         const std::uint64_t id = nextId++;
         connection = MakeRef<Connection>(id, std::move(accepted), deadline);
-        slots.emplace(id, Slot{.connection = connection, .deadline = deadline});
+        slots.emplace(id, Slot{connection, false, false, {}, {}});
     }
     ReadHead(connection);
 }
 
-void ServiceImpl::PauseAccepting(TimePoint until) {
+// For a bounded time always: a connection that ends just now may have looked for the pause before
+// it began.
+void ServiceImpl::PauseAccepting(std::chrono::milliseconds duration) {
     WatchListeners(0);
     Sys::MutexLock held(lock);
     acceptIsPaused = true;
-    acceptResume = until;
-    if (until != TimePoint::max()) {
-        ArmTimer(until);
-    }
+    acceptResume = Clock::now() + duration;
+    ArmTimer(acceptResume);
 }
 
 void ServiceImpl::ResumeAccepting() const { WatchListeners(EPOLLIN); }
@@ -113,7 +123,7 @@ bool ServiceImpl::CloseLongestWaiting() {
     auto longest = slots.end();
     for (auto slot = slots.begin(); slot != slots.end(); ++slot) {
         if (slot->second.waits &&
-            (longest == slots.end() || slot->second.deadline < longest->second.deadline)) {
+            (longest == slots.end() || slot->second.waitsSince < longest->second.waitsSince)) {
             longest = slot;
         }
     }

@@ -72,6 +72,7 @@ class ServiceImpl final : public HttpService {
         bool waits = false;
         // Known to epoll.
         bool isWatched = false;
+        TimePoint waitsSince;
         TimePoint deadline;
     };
 
@@ -84,7 +85,7 @@ class ServiceImpl final : public HttpService {
     bool MakeRoom() EXCLUDES(lock);
     void HandleAcceptError(int error) EXCLUDES(lock);
     void Admit(Sys::OwnedFd socket) EXCLUDES(lock);
-    void PauseAccepting(TimePoint until) EXCLUDES(lock);
+    void PauseAccepting(std::chrono::milliseconds duration) EXCLUDES(lock);
     void ResumeAccepting() const;
     void WatchListeners(std::uint32_t events) const;
     bool CloseLongestWaiting() EXCLUDES(lock);
@@ -123,7 +124,7 @@ class ServiceImpl final : public HttpService {
     TimePoint timerDue GUARDED_BY(lock) = TimePoint::max();
     TimePoint acceptResume GUARDED_BY(lock) = TimePoint::max();
     bool acceptIsPaused GUARDED_BY(lock) = false;
-    bool acceptErrorWasLogged GUARDED_BY(lock) = false;
+    TimePoint lastAcceptError GUARDED_BY(lock){-std::chrono::hours(1)};
     bool boundWasLogged GUARDED_BY(lock) = false;
     std::deque<std::uint64_t> readyEvents GUARDED_BY(lock);  // taken by a leader, not served yet
     bool leaderWaits GUARDED_BY(lock) = false;               // some runner is in epoll_wait

@@ -166,14 +166,14 @@ void ServiceImpl::Await(const Ref<Connection>& connection, std::uint32_t events,
             return;
         }
         slot->second.waits = true;
+        slot->second.waitsSince = Clock::now();
         slot->second.deadline = deadline;
         if (!std::exchange(slot->second.isWatched, true)) {
             operation = EPOLL_CTL_ADD;
         }
         ArmTimer(deadline);
         // Accepting that waits for room can go on: this connection can be closed for a new one.
-        resumes = acceptIsPaused && acceptResume == TimePoint::max();
-        acceptIsPaused = acceptIsPaused && !resumes;
+        resumes = std::exchange(acceptIsPaused, false);
     }
     // The caller's reference keeps the socket open, should another thread close the connection now.
     if (!Register(operation, connection->GetSocket(), events | EPOLLONESHOT, connection->GetId())) {
