@@ -110,7 +110,7 @@ TEST(WorkQueue, WaitsForAPlaceAmongTheRunningOnes) {
     std::vector<Ref<WorkQueue>> queues;
     for (std::size_t number = 0; number < kMaxRunningQueues; ++number) {
         queues.push_back(pool.CreateWorkQueue("queue-" + std::to_string(number)));
-        queues.back()->Submit([&] {
+        queues.back()->Submit([&allRun, released] {
             allRun.count_down();
             released.wait();
         });
