@@ -32,7 +32,7 @@ struct Taint {
 constexpr std::array<Taint, 20> kTaints = {{
     {'P', "a proprietary module was loaded"},
     {'F', "a module was loaded by force"},
-    {'S', "a processor is used outside its specification"},
+    {'S', "a processor is used beyond what it is rated for"},
     {'R', "a module was unloaded by force"},
     {'M', "a processor reported a machine check"},
     {'B', "a page of memory was found corrupted"},
