@@ -162,17 +162,25 @@ MSK_ReturnStatus KIS_GetInstanceListAlloc(std::uint16_t node, const KIS_ParamLis
 }
 
 int KIS_CheckSig(char* runningDate, std::size_t size, const char** programDate) {
-    if (Kernel::KernelOffersInterface(Kernel::Groups().PlacesByDirectory())) {
-        return 0;
-    }
     if (runningDate != nullptr && size > 0) {
-        const std::string date = Kernel::RunningKernelDate();
-        const std::size_t length = std::min(date.size(), size - 1);
-        std::memcpy(runningDate, date.data(), length);
-        runningDate[length] = '\0';
+        *runningDate = '\0';
     }
     if (programDate != nullptr) {
-        *programDate = Kernel::ProgramDate();
+        *programDate = "";
     }
-    return 1;
+    return Guarded([=] {
+        if (Kernel::KernelOffersInterface(Kernel::Groups().PlacesByDirectory())) {
+            return kStatusSuccess;
+        }
+        if (programDate != nullptr) {
+            *programDate = Kernel::ProgramDate();
+        }
+        if (runningDate != nullptr && size > 0) {
+            const std::string date = Kernel::RunningKernelDate();
+            const std::size_t length = std::min(date.size(), size - 1);
+            std::memcpy(runningDate, date.data(), length);
+            runningDate[length] = '\0';
+        }
+        return Kernel::kStatusNotSupported;
+    });
 }

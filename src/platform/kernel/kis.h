@@ -54,7 +54,8 @@ MSK_ReturnStatus KIS_GetInstanceListAlloc(std::uint16_t node, const KIS_ParamLis
 // cgroups), pidfds, close_range. Otherwise writes the running kernel's build date to `runningDate`
 // (`size` bytes, kSignatureDateBytes for the whole text) and this program's to `*programDate`, a
 // text that is never freed. Both are "YYYY-MM-DDTHH:MM:SSZ"; they only inform, nothing is decided
-// by them. A kernel that tells no date has "0000-00-00T00:00:00Z".
+// by them. A kernel that tells no date has "0000-00-00T00:00:00Z"; where memory is out they may be
+// empty.
 int KIS_CheckSig(char* runningDate, std::size_t size, const char** programDate);
 
 // NOLINTEND(readability-identifier-naming)
