@@ -5,6 +5,7 @@
 #include "platform/kernel/groups.h"
 #include "platform/pellmar/app.h"
 #include "platform/pellmar/logger.h"
+#include "plugins/plugin.h"
 #include "plugins/plugin_launcher.h"
 #include "plugins/resource_group.h"
 
@@ -29,9 +30,9 @@ void Daemon::Start(const std::string& reportDirectory) {
     configReader = Pellmar::Service::GetApp().GetConfig()->GetReader();
     intakeEndpoint = Pellmar::MakeRef<Endpoint>();
     intakeEndpoint->Start(configReader, reportDirectory);
-    Kernel::PrepareGroups(kPluginGroupPath,
-                          static_cast<unsigned>(ConfiguredResourcePoolSizeMB(configReader)));
     PluginLauncher::GetInstance()->Start();
+    // The first launch is half a minute away; what to reserve is known now.
+    Kernel::PrepareGroups(kPluginGroupPath, static_cast<unsigned>(Plugin::sResourcePoolSizeMB));
 }
 
 void Daemon::TearDown() {
