@@ -1,41 +1,14 @@
 // The scanner walks lines, the parser takes runs of bytes off the front of what is left of a head.
-// Both decide by one table that says for each byte value where in a head it may stand.
+// Both decide by the table of byte classes.
 #include "platform/http1/request_head.h"
+
+#include "platform/http1/byte_classes.h"
 
 #include <algorithm>
 #include <limits>
 
 namespace Http1 {
 namespace {
-
-constexpr std::uint8_t kTokenByte = 1;   // tchar, RFC 9110 section 5.6.2
-constexpr std::uint8_t kTargetByte = 2;  // no blank, no control
-constexpr std::uint8_t kTextByte = 4;    // field-value: VCHAR, obs-text, SP, HT
-constexpr std::uint8_t kSchemeByte = 8;  // RFC 3986 section 3.1, after its first letter
-
-constexpr bool IsDigit(unsigned byte) { return byte >= '0' && byte <= '9'; }
-constexpr bool IsUpper(unsigned byte) { return byte >= 'A' && byte <= 'Z'; }
-constexpr bool IsAlpha(unsigned byte) { return IsUpper(byte) || (byte >= 'a' && byte <= 'z'); }
-constexpr bool IsBlank(char byte) { return byte == ' ' || byte == '\t'; }
-
-constexpr std::array<std::uint8_t, 256> MakeByteClasses() {
-    constexpr std::string_view kTokenMarks = "!#$%&'*+-.^_`|~";
-    constexpr std::string_view kSchemeMarks = "+-.";
-    std::array<std::uint8_t, 256> classes{};
-    for (unsigned byte = 0; byte < classes.size(); ++byte) {
-        const bool alphanumeric = IsDigit(byte) || IsAlpha(byte);
-        const auto isOneOf = [byte](std::string_view marks) {
-            return byte < 0x80 && marks.find(static_cast<char>(byte)) != std::string_view::npos;
-        };
-        unsigned bits = 0;
-        if (alphanumeric || isOneOf(kTokenMarks)) bits |= kTokenByte;
-        if (alphanumeric || isOneOf(kSchemeMarks)) bits |= kSchemeByte;
-        if (byte > ' ' && byte != 0x7F) bits |= kTargetByte | kTextByte;
-        if (byte == ' ' || byte == '\t') bits |= kTextByte;
-        classes[byte] = static_cast<std::uint8_t>(bits);
-    }
-    return classes;
-}
 
 constexpr std::array<char, 256> MakeLowerCase() {
     std::array<char, 256> lower{};
@@ -45,12 +18,7 @@ constexpr std::array<char, 256> MakeLowerCase() {
     return lower;
 }
 
-constexpr std::array<std::uint8_t, 256> kByteClasses = MakeByteClasses();
 constexpr std::array<char, 256> kLowerCase = MakeLowerCase();
-
-bool IsOf(std::uint8_t byteClass, char byte) {
-    return (kByteClasses[static_cast<unsigned char>(byte)] & byteClass) != 0;
-}
 
 char ToLower(char byte) { return kLowerCase[static_cast<unsigned char>(byte)]; }
 
