@@ -1,0 +1,44 @@
+// The messages that people read in the runtime's answers: identifiers with their default texts in
+// one catalogue, and the texts put together from them.
+#pragma once
+
+#include "platform/runtime/data_value.h"
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Quon::L10n {
+
+// A message that can be translated: its identifier, its text in the default locale with the
+// arguments filled in, and the arguments by themselves.
+struct LocalizableMessage {
+    std::string id;
+    std::string defaultMessage;
+    std::vector<std::string> args;
+};
+
+// The structure {"id", "defaultMessage", "args"}.
+Data::DataValue ToData(const LocalizableMessage& message);
+
+// Texts for one list of locales, the preferred first. The catalogue holds "en_US" only, which
+// stands in for every other locale. Immutable; any thread.
+class Localizer {
+  public:
+    explicit Localizer(std::vector<std::string> locales);
+
+    // The message of that identifier, "%1" to "%4" of its text replaced by `args`. Of an unknown
+    // identifier the text is the identifier itself. Arguments that came from a client are cut to
+    // kMaxArgumentBytes, at a character's border, and end in "..." then.
+    LocalizableMessage Localize(std::string_view id, std::vector<std::string> args = {}) const;
+
+  private:
+    std::vector<std::string> locales;
+};
+
+inline constexpr std::size_t kMaxArgumentBytes = 256;
+
+// Localize under the default context ("en_US").
+LocalizableMessage MakeMessage(std::string_view id, std::vector<std::string> args = {});
+
+}  // namespace Quon::L10n
