@@ -27,6 +27,11 @@ bool IsReportName(std::string_view name) {
     return !name.empty() && std::all_of(name.begin(), name.end(), IsNameCharacter);
 }
 
+bool IsSameReportName(std::string_view one, std::string_view other) {
+    return std::equal(one.begin(), one.end(), other.begin(), other.end(),
+                      [](char a, char b) { return AsciiUpper(a) == AsciiUpper(b); });
+}
+
 std::optional<int> MatchesStoredFile(std::string_view name, std::string_view fileName) {
     constexpr std::size_t kHyphenAndDigit = 2;
     if (fileName.size() != name.size() + kHyphenAndDigit + kExtension.size() ||

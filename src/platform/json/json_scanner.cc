@@ -39,6 +39,9 @@ class Scanner {
         return fault;
     }
 
+    // Whether the fault that Run found is the nesting.
+    bool IsTooDeep() const { return isTooDeep; }
+
   private:
     void SkipByteOrderMark() {
         constexpr std::string_view kMark = "\xEF\xBB\xBF";
@@ -137,6 +140,7 @@ class Scanner {
 
     bool Open(char opening) {
         if (depth == kMaxDepth) {
+            isTooDeep = true;
             return Refuse(offset, "nested deeper than " + std::to_string(kMaxDepth) + " levels");
         }
         closings[depth++] = opening == '{' ? '}' : ']';
@@ -207,6 +211,7 @@ class Scanner {
     Expect expect;
     std::size_t offset = 0;
     std::size_t depth = 0;
+    bool isTooDeep = false;
     std::array<char, kMaxDepth> closings{};
     std::optional<Fault> fault;
 };
@@ -215,6 +220,17 @@ class Scanner {
 
 std::optional<Fault> FindFault(std::string_view text, Comments comments, Root root) {
     return Scanner(text, comments, root).Run();
+}
+
+std::optional<std::size_t> FindExcessDepth(std::string_view text) {
+    const auto isOpening = [](char byte) { return byte == '[' || byte == '{'; };
+    if (std::count_if(text.begin(), text.end(), isOpening) <=
+        static_cast<std::ptrdiff_t>(kMaxDepth)) {
+        return std::nullopt;
+    }
+    Scanner scanner(text.substr(0, text.find('\0')), Comments::Refused, Root::AnyValue);
+    const std::optional<Fault> fault = scanner.Run();
+    return scanner.IsTooDeep() ? std::optional(fault->offset) : std::nullopt;
 }
 
 }  // namespace Json

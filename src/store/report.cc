@@ -1,0 +1,98 @@
+// Takes the members in a fixed order, so that a document with several faults always tells the same
+// one. The library's own texts are kept: they name the member or the type.
+#include "store/report.h"
+
+#include "platform/json/json_scanner.h"
+#include "platform/pellmar/logger.h"
+
+#include <nlohmann/json.hpp>
+
+#include <array>
+#include <cstddef>
+#include <exception>
+#include <limits>
+#include <optional>
+#include <utility>
+
+namespace Sentrel {
+
+namespace {
+
+using nlohmann::json;
+using Pellmar::Service::Logger;
+using Pellmar::Service::LogInternal;
+
+constexpr std::array<std::string_view, 5> kStatusWords = {"ok", "warning", "error", "none",
+                                                          "unknown"};
+
+nlohmann::detail::parse_error ParseErrorAt(std::size_t offset, const std::string& reason) {
+    constexpr int kSyntaxError = 101;
+    return nlohmann::detail::parse_error::create(
+        kSyntaxError, offset + 1, "syntax error while parsing value - " + reason, nullptr);
+}
+
+std::int32_t Clamped(double number) {
+    using Limits = std::numeric_limits<std::int32_t>;
+    if (number <= Limits::min()) {
+        return Limits::min();
+    }
+    return number >= Limits::max() ? Limits::max() : static_cast<std::int32_t>(number);
+}
+
+// get<int> would take booleans for numbers, and leaves numbers that do not fit undefined.
+std::int32_t StatusOf(const json& value) {
+    if (value.is_number_float()) {
+        return Clamped(value.get<double>());
+    }
+    if (value.is_number_integer()) {  // of either sign
+        return static_cast<std::int32_t>(static_cast<std::uint32_t>(value.get<std::uint64_t>()));
+    }
+    constexpr int kWrongType = 302;
+    throw nlohmann::detail::type_error::create(
+        kWrongType, std::string("type must be number, but is ") + value.type_name(), &value);
+}
+
+Report Convert(const json& document) {
+    const json& structured = document.at("structured");
+    Report report;
+    report.name = structured.at("name").get<std::string>();
+    report.time = structured.at("time").get<std::string>();
+    if (const auto status = structured.find("status"); status != structured.end()) {
+        report.status = StatusOf(*status);
+    }
+    report.unstructured = document.at("unstructured").dump();
+    return report;
+}
+
+}  // namespace
+
+std::string_view StatusToString(std::int32_t status) {
+    const bool isKnown = status >= kStatusOk && status <= kStatusUnknown;
+    return kStatusWords[static_cast<std::size_t>(isKnown ? status : kStatusNone)];
+}
+
+json ParseReportText(std::string_view text) {
+    if (const std::optional<std::size_t> offset = Json::FindExcessDepth(text)) {
+        throw ParseErrorAt(*offset,
+                           "nested deeper than " + std::to_string(Json::kMaxDepth) + " levels");
+    }
+    json document = json::parse(text);
+    // The library takes a NUL byte between tokens for the end of the text.
+    if (const std::size_t nul = text.find('\0'); nul != std::string_view::npos) {
+        throw ParseErrorAt(nul, "unexpected NUL byte; expected end of input");
+    }
+    return document;
+}
+
+void ReportFromJson(const json& document, Report& report) {
+    try {
+        report = Convert(document);
+    } catch (const json::exception& exception) {
+        LogInternal(Logger::sDefaultLogger, 3, "JSON parse error: %1", exception.what());
+    } catch (const std::exception& exception) {
+        LogInternal(Logger::sDefaultLogger, 3, "Error converting from JSON to Report: %1",
+                    exception.what());
+    }
+}
+
+}  // namespace Sentrel

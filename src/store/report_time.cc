@@ -1,0 +1,82 @@
+// A listing formats one time a name, so digits are put in place by hand: strftime would ask for the
+// locale and gmtime for the zone each time.
+#include "store/report_time.h"
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+#include <time.h>
+
+namespace Sentrel {
+
+namespace {
+
+using std::chrono::days;
+using std::chrono::file_clock;
+using std::chrono::floor;
+using std::chrono::seconds;
+using std::chrono::sys_days;
+using std::chrono::sys_seconds;
+using std::filesystem::file_time_type;
+
+// Whole seconds well inside what nanoseconds since the clock's epoch can count.
+const sys_seconds kFirstFileTime =
+    file_clock::to_sys(floor<seconds>(file_time_type::min()) + seconds(2));
+const sys_seconds kLastFileTime =
+    file_clock::to_sys(floor<seconds>(file_time_type::max()) - seconds(2));
+
+// Writes `number` as `width` digits ending before `end`.
+void PutDigits(char* end, int width, unsigned number) {
+    for (; width > 0; --width, number /= 10) {
+        *--end = static_cast<char>('0' + number % 10);
+    }
+}
+
+// To seconds before the change of clocks: the sum of the nanoseconds would not fit.
+sys_seconds WholeSeconds(file_time_type modified) {
+    const sys_seconds below = file_clock::to_sys(floor<seconds>(modified));
+    const bool hasFraction = modified.time_since_epoch() % seconds(1) != seconds(0);
+    return hasFraction && below < sys_seconds() ? below + seconds(1) : below;
+}
+
+}  // namespace
+
+std::string FormatModifiedTime(file_time_type modified) {
+    const sys_seconds second = WholeSeconds(modified);
+    const sys_days day = floor<days>(second);
+    const std::chrono::year_month_day date(day);
+    const std::chrono::hh_mm_ss<seconds> time(second - day);
+
+    std::string text = "0000-00-00T00:00:00+00:00";
+    const auto put = [&text](std::size_t end, int width, std::int64_t number) {
+        PutDigits(text.data() + end, width, static_cast<unsigned>(number));
+    };
+    put(4, 4, static_cast<int>(date.year()));  // the clock's range is within four digits
+    put(7, 2, static_cast<unsigned>(date.month()));
+    put(10, 2, static_cast<unsigned>(date.day()));
+    put(13, 2, time.hours().count());
+    put(16, 2, time.minutes().count());
+    put(19, 2, time.seconds().count());
+    return text;
+}
+
+std::optional<file_time_type> ToFileTime(const std::timespec& modified) {
+    const sys_seconds second{seconds(modified.tv_sec)};
+    if (second < kFirstFileTime || second > kLastFileTime) {
+        return std::nullopt;
+    }
+    return file_time_type(file_clock::from_sys(second)) +
+           std::chrono::nanoseconds(modified.tv_nsec);
+}
+
+std::optional<std::time_t> ReadReportTime(const std::string& text) {
+    std::tm fields{};
+    if (::strptime(text.c_str(), "%Y-%m-%dT%H:%M:%S", &fields) == nullptr) {
+        return std::nullopt;
+    }
+    return std::mktime(&fields);
+}
+
+}  // namespace Sentrel
