@@ -1,0 +1,149 @@
+// The system calls of the audit file, with the reason and a way out in each failure.
+#include "platform/audit/audit_file.h"
+
+#include "platform/pellmar/exceptions.h"
+#include "platform/sys/host_root.h"
+
+#include <cerrno>
+#include <system_error>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace Audit {
+namespace {
+
+constexpr mode_t kFileMode = 0640;
+constexpr mode_t kDirectoryMode = 0750;
+
+// Read, too, to see how the last line ends. Without O_NONBLOCK a FIFO in its place could hold the
+// caller up.
+constexpr int kOpenFlags =
+    O_RDWR | O_APPEND | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;
+
+// What is wrong and what to do about it.
+std::string ReasonOf(int error) {
+    const std::string text = std::generic_category().message(error);
+    switch (error) {
+        case ELOOP:
+            return "a symbolic link stands there, which is not followed; remove it";
+        case EISDIR:
+        case ENXIO:  // a socket
+            return "what stands there is no regular file; move it away";
+        case ENOTDIR:
+            return text + "; move away what stands where one of its directories should";
+        case ENOENT:  // though they were made
+            return text +
+                   "; remove the broken link that stands where one of its directories should";
+        case EACCES:
+        case EPERM:
+            return text + "; let the user of this process read and write there";
+        case EROFS:
+            return text + "; mount the file system writable";
+        case ENOSPC:
+        case EDQUOT:
+            return text + "; make room there";
+        case EFBIG:
+            return text + "; move it away, or raise the limit of the size of files";
+        case EMFILE:
+        case ENFILE:
+            return text + "; raise the limit of open files";
+        default:
+            return text + "; look whether the file system is in order";
+    }
+}
+
+// The directories above the file at `location`, where missing. Returns 0 or the error number.
+int MakeDirectories(const std::string& location) {
+    for (std::size_t end = location.find('/', 1); end != std::string::npos;
+         end = location.find('/', end + 1)) {
+        const int error = ::mkdir(location.substr(0, end).c_str(), kDirectoryMode) == 0 ? 0 : errno;
+        if (error != 0 && error != EEXIST) {
+            return error;
+        }
+    }
+    return 0;
+}
+
+}  // namespace
+
+AuditFile::AuditFile(std::string path)
+    : path(std::move(path)), location(Sys::HostPath(this->path)) {}
+
+// The lock spans the calls to the file system: what is checked is what is written to, and the rest
+// of a short write follows its beginning. They are few and wait for no other process.
+void AuditFile::Append(std::string_view record) {
+    Sys::MutexLock guard(lock);
+    if (!IsInItsPlace()) {
+        Open();
+    }
+    std::string line;
+    line.reserve(record.size() + 2);
+    if (lineIsCut) {
+        line += '\n';
+    }
+    line += record;
+    line += '\n';
+    Write(line);
+    lineIsCut = false;
+}
+
+bool AuditFile::IsInItsPlace() const {
+    struct stat status {};
+    return file.IsOpen() && ::lstat(location.c_str(), &status) == 0 && status.st_dev == device &&
+           status.st_ino == inode;
+}
+
+void AuditFile::Open() {
+    file.Reset(::open(location.c_str(), kOpenFlags, kFileMode));
+    int error = file.IsOpen() ? 0 : errno;
+    if (error == ENOENT) {
+        error = MakeDirectories(location);
+        if (error != 0) {
+            throw Pellmar::IOException("Cannot make the directory of " + path + ": " +
+                                       ReasonOf(error));
+        }
+        file.Reset(::open(location.c_str(), kOpenFlags, kFileMode));
+        error = file.IsOpen() ? 0 : errno;
+    }
+    struct stat status {};
+    if (error == 0 && ::fstat(file.Get(), &status) != 0) {
+        error = errno;
+    }
+    if (error == 0 && !S_ISREG(status.st_mode)) {
+        error = ENXIO;
+    }
+    if (error != 0) {
+        file.Reset();
+        throw Pellmar::IOException("Cannot open " + path + ": " + ReasonOf(error));
+    }
+    device = status.st_dev;
+    inode = status.st_ino;
+    lineIsCut = LastLineIsCut();
+}
+
+bool AuditFile::LastLineIsCut() const {
+    const off_t size = ::lseek(file.Get(), 0, SEEK_END);
+    char last = '\n';
+    // A file that can't be read is not left without its record; at worst there is an empty line.
+    return size > 0 && (::pread(file.Get(), &last, 1, size - 1) != 1 || last != '\n');
+}
+
+void AuditFile::Write(std::string_view bytes) {
+    while (!bytes.empty()) {
+        const ssize_t taken = ::write(file.Get(), bytes.data(), bytes.size());
+        const int error = taken < 0 ? errno : 0;
+        if (error == EINTR) {
+            continue;
+        }
+        if (taken <= 0) {
+            file.Reset();  // opened anew, it shows whether a part of the line was taken
+            throw Pellmar::IOException("Cannot write " + path + ": " + ReasonOf(error));
+        }
+        bytes.remove_prefix(static_cast<std::size_t>(taken));
+    }
+}
+
+}  // namespace Audit
