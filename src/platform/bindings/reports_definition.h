@@ -1,0 +1,125 @@
+// The one definition of the reports service: what its operations, structures and fields are called
+// on the wire, what they mean, and who may call. The parameter checks, the answers, the metadata
+// file and the introspection all read it; a new field is one row here and one member in
+// reports_svc.h.
+#pragma once
+
+#include "platform/bindings/reports_svc.h"
+#include "platform/runtime/definition.h"
+#include "platform/runtime/native.h"
+
+#include <array>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <tuple>
+
+namespace Com::Korvex::Oru::Observability::ReportsSvc {
+
+inline constexpr std::string_view kServiceId = "com.korvex.oru.observability.reports";
+
+// What it takes to call an operation of the service.
+inline constexpr std::string_view kReadPrivilege = "observability.reports.read";
+
+struct ListParameters {
+    std::optional<FilterSpec> filter;
+    std::optional<DetailLevel> detail;
+};
+
+struct GetParameters {
+    std::string name;
+};
+
+inline constexpr std::string_view kListOperation = "list";
+inline constexpr std::string_view kGetOperation = "get";
+
+// The whole service as values.
+::Quon::Definition::Service Describe();
+
+}  // namespace Com::Korvex::Oru::Observability::ReportsSvc
+
+namespace Quon::Native {
+
+namespace ReportsSvc = ::Com::Korvex::Oru::Observability::ReportsSvc;
+
+template <>
+struct EnumerationOf<ReportsSvc::Status> {
+    static constexpr std::string_view kName = "com.korvex.oru.observability.reports.status";
+    static constexpr std::string_view kDocumentation =
+        "How the checked part of the host is doing, as its report says.";
+    static constexpr std::array<std::string_view, 5> kTexts = {"OK", "WARNING", "ERROR", "NONE",
+                                                               "UNKNOWN"};
+};
+
+template <>
+struct EnumerationOf<ReportsSvc::DetailLevel> {
+    static constexpr std::string_view kName = "com.korvex.oru.observability.reports.detail_level";
+    static constexpr std::string_view kDocumentation =
+        "How much a listing tells of each report. Any other text counts as BRIEF.";
+    static constexpr std::array<std::string_view, 2> kTexts = {"FULL", "BRIEF"};
+    static constexpr ReportsSvc::DetailLevel kOtherTexts = ReportsSvc::DetailLevel::BRIEF;
+};
+
+template <>
+struct StructureOf<ReportsSvc::Summary> {
+    static constexpr std::string_view kName = "com.korvex.oru.observability.reports.summary";
+    static constexpr std::string_view kDocumentation = "The newest report of a name, in a listing.";
+    static constexpr auto kFields = std::make_tuple(
+        Field{"name", &ReportsSvc::Summary::name, "The report name."},
+        Field{"time", &ReportsSvc::Summary::time,
+              "Brief: when the report was stored. Full: when the report was made."},
+        Field{"status", &ReportsSvc::Summary::status, "The reported status. Full listings only."},
+        Field{"unstructured", &ReportsSvc::Summary::unstructured,
+              "The findings, as JSON text. Full listings only."});
+};
+
+template <>
+struct StructureOf<ReportsSvc::Info> {
+    static constexpr std::string_view kName = "com.korvex.oru.observability.reports.info";
+    static constexpr std::string_view kDocumentation = "The newest report of a name.";
+    static constexpr auto kFields = std::make_tuple(
+        Field{"time", &ReportsSvc::Info::time, "When the report was made."},
+        Field{"status", &ReportsSvc::Info::status, "The reported status."},
+        Field{"unstructured", &ReportsSvc::Info::unstructured, "The findings, as JSON text."});
+};
+
+template <>
+struct StructureOf<ReportsSvc::ListResult> {
+    static constexpr std::string_view kName = "com.korvex.oru.observability.reports.list_result";
+    static constexpr std::string_view kDocumentation = "A listing of reports.";
+    static constexpr auto kFields = std::make_tuple(
+        Field{"reports", &ReportsSvc::ListResult::reports,
+              "One summary for each report name, in no particular order. Reports that cannot be "
+              "read are left out."});
+};
+
+template <>
+struct StructureOf<ReportsSvc::FilterSpec> {
+    static constexpr std::string_view kName = "com.korvex.oru.observability.reports.filter_spec";
+    static constexpr std::string_view kDocumentation = "Which reports to list.";
+    static constexpr auto kFields = std::make_tuple(
+        Field{"names", &ReportsSvc::FilterSpec::names,
+              "The report names to list, ASCII case aside. All when absent or empty."});
+};
+
+template <>
+struct StructureOf<ReportsSvc::ListParameters> {
+    static constexpr std::string_view kName = "com.korvex.oru.observability.reports.list";
+    static constexpr std::string_view kDocumentation =
+        "Lists the newest report of each report name.";
+    static constexpr auto kFields =
+        std::make_tuple(Field{"filter", &ReportsSvc::ListParameters::filter,
+                              "Which reports to list. All when absent."},
+                        Field{"detail", &ReportsSvc::ListParameters::detail,
+                              "How much to tell of each report. BRIEF when absent."});
+};
+
+template <>
+struct StructureOf<ReportsSvc::GetParameters> {
+    static constexpr std::string_view kName = "com.korvex.oru.observability.reports.get";
+    static constexpr std::string_view kDocumentation = "Tells the newest report of a report name.";
+    static constexpr auto kFields = std::make_tuple(
+        Field{"name", &ReportsSvc::GetParameters::name, "The report name, ASCII case aside."});
+};
+
+}  // namespace Quon::Native
