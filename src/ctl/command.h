@@ -4,6 +4,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cstddef>
 #include <iosfwd>
 #include <span>
 #include <string>
@@ -29,6 +30,16 @@ class GivenOptions {
         return std::any_of(given.begin(), given.end(),
                            [name](const auto& option) { return option.first == name; });
     }
+    // Those of all that are given, in their order.
+    std::vector<std::string> Values(std::string_view name) const {
+        std::vector<std::string> values;
+        for (const auto& option : given) {
+            if (option.first == name) {
+                values.push_back(option.second);
+            }
+        }
+        return values;
+    }
     // That of the last one; empty when there is none.
     std::string Value(std::string_view name) const {
         const auto last = std::find_if(given.rbegin(), given.rend(),
@@ -40,15 +51,29 @@ class GivenOptions {
     std::vector<std::pair<std::string, std::string>> given;
 };
 
+// What a command was given.
+struct Arguments {
+    GivenOptions options;
+    std::vector<std::string> operands;  // as many as its row allows
+};
+
+// The arguments of a command that are no options, such as a report's name.
+struct Operands {
+    std::string_view help;  // "NAME [JSON]"; empty: the command takes none
+    std::size_t least = 0;
+    std::size_t most = 0;
+};
+
 struct Command {
     std::string_view name;            // one word, or that of its family and its own: "group show"
     std::string_view summary;         // one line
     std::string_view description;     // lines of the help, each with a line feed at its end
     std::string_view example;         // a command line that works as it stands
     std::span<const Option> options;  // beside those that every command takes
+    Operands operands;
     // Writes its result to `output` and returns when it has succeeded. Otherwise throws a
     // std::exception whose text says what happened and what to do next, and has written nothing.
-    void (*run)(const GivenOptions& options, std::ostream& output);
+    void (*run)(const Arguments& arguments, std::ostream& output);
 };
 
 }  // namespace Ctl

@@ -29,14 +29,16 @@ class Parser {
     CommandLine Parse() {
         while (next < arguments.size()) {
             const std::string_view argument = arguments[next++];
-            if (argument.starts_with('-')) {
+            if (argument == "--" && !onlyOperands) {
+                onlyOperands = true;
+            } else if (argument.starts_with('-') && argument != "-" && !onlyOperands) {
                 TakeOption(argument);
             } else {
                 TakeWord(argument);
             }
         }
-        if (line.command == nullptr && !line.options.Has("--help")) {
-            RefuseMissingCommand();
+        if (!line.arguments.options.Has("--help")) {
+            RefuseMissing();
         }
         return std::move(line);
     }
@@ -44,8 +46,8 @@ class Parser {
   private:
     void TakeWord(std::string_view word) {
         if (line.command != nullptr) {
-            throw UsageError(Quoted(line.command->name) + " takes no argument " + Quoted(word) +
-                             HelpAdvice(line.command->name));
+            TakeOperand(word);
+            return;
         }
         const std::string name =
             line.family.empty() ? std::string(word) : line.family + " " + std::string(word);
@@ -62,6 +64,16 @@ class Parser {
             throw UsageError("there is no command " + Quoted(name) + HelpAdvice(line.family));
         }
         line.family = name;
+    }
+
+    void TakeOperand(std::string_view word) {
+        if (line.arguments.operands.size() == line.command->operands.most) {
+            const char* sort = line.command->operands.most == 0 ? " takes no argument "
+                                                                : " takes no further argument ";
+            throw UsageError(Quoted(line.command->name) + sort + Quoted(word) +
+                             HelpAdvice(line.command->name));
+        }
+        line.arguments.operands.emplace_back(word);
     }
 
     void TakeOption(std::string_view argument) {
@@ -82,7 +94,7 @@ class Parser {
                 throw UsageError("option " + Quoted(option->name) + " takes no value" +
                                  HelpAdvice(Name()));
             }
-            line.options.Add(option->name, "");
+            line.arguments.options.Add(option->name, "");
             return;
         }
         const std::string_view value = hasValue ? argument.substr(sign + 1) : TakeValue();
@@ -90,7 +102,7 @@ class Parser {
             throw UsageError("option " + Quoted(option->name) + " needs a value: write " +
                              std::string(option->name) + " " + std::string(option->value));
         }
-        line.options.Add(option->name, std::string(value));
+        line.arguments.options.Add(option->name, std::string(value));
     }
 
     // Empty when the next argument is none: the value was forgotten before another option.
@@ -104,6 +116,17 @@ class Parser {
     // As far as it is known.
     std::string_view Name() const {
         return line.command == nullptr ? std::string_view(line.family) : line.command->name;
+    }
+
+    void RefuseMissing() const {
+        if (line.command == nullptr) {
+            RefuseMissingCommand();
+        }
+        if (line.arguments.operands.size() < line.command->operands.least) {
+            throw UsageError(Quoted(line.command->name) + " needs " +
+                             std::string(line.command->operands.help) +
+                             HelpAdvice(line.command->name));
+        }
     }
 
     [[noreturn]] void RefuseMissingCommand() const {
@@ -124,6 +147,7 @@ class Parser {
     const std::span<const Command> commands;
     const std::span<const char* const> arguments;
     std::size_t next = 0;
+    bool onlyOperands = false;  // "--" was seen
     CommandLine line;
 };
 

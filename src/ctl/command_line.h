@@ -26,11 +26,11 @@ class UsageError : public std::runtime_error {
 struct CommandLine {
     const Command* command = nullptr;  // null with --help only
     std::string family;                // with --help and no command: of which family, or empty
-    GivenOptions options;
+    Arguments arguments;
 };
 
 // Reads the arguments, the program's name left out. An option's value is the next argument or
-// follows a "=". Throws UsageError.
+// follows a "="; behind "--" every argument is an operand. Throws UsageError.
 CommandLine ParseCommandLine(std::span<const Command> commands,
                              std::span<const char* const> arguments);
 

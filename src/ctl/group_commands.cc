@@ -96,7 +96,7 @@ void WriteEnsuredJson(const Ensured& ensured, std::ostream& output) {
     WriteJson(document, output);
 }
 
-void RunEnsure(const GivenOptions& options, std::ostream& output) {
+void RunEnsure(const Arguments& arguments, std::ostream& output) {
     RequireLastingGroups();
     Ensured ensured;
     ensured.poolSizeMB = ReadPoolSizeMB();
@@ -105,7 +105,7 @@ void RunEnsure(const GivenOptions& options, std::ostream& output) {
     ensured.problem =
         Kernel::EnsureGroup(Sentrel::kPluginGroupPath, static_cast<unsigned>(ensured.poolSizeMB));
     ensured.state = Kernel::ShowGroup(Sentrel::kPluginGroupPath);
-    if (options.Has("--json")) {
+    if (arguments.options.Has("--json")) {
         WriteEnsuredJson(ensured, output);
     } else {
         WriteEnsured(ensured, output);
@@ -149,10 +149,10 @@ void WriteStateJson(const Kernel::GroupState& state, std::ostream& output) {
               output);
 }
 
-void RunShow(const GivenOptions& options, std::ostream& output) {
+void RunShow(const Arguments& arguments, std::ostream& output) {
     RequireLastingGroups();
     const Kernel::GroupState state = Kernel::ShowGroup(Sentrel::kPluginGroupPath);
-    if (options.Has("--json")) {
+    if (arguments.options.Has("--json")) {
         WriteStateJson(state, output);
     } else {
         WriteState(state, output);
@@ -160,21 +160,29 @@ void RunShow(const GivenOptions& options, std::ostream& output) {
 }
 
 constexpr std::array<Command, 2> kCommands = {{
-    {"group ensure", "make the plugins' resource group and reserve memory for it",
+    {"group ensure",
+     "make the plugins' resource group and reserve memory for it",
      "Makes the cgroup that all plugins run in, below SENTREL_CGROUP_ROOT when that is set, else\n"
      "below the cgroup v2 mount, and reserves the memory for it that the daemon's setting\n"
      "plugin_resource_pool_size_MB gives (40 MB by default). May be repeated: what is there "
      "stays,\n"
      "and the reservation is renewed. Until the group is there the daemon refuses every launch; a\n"
      "daemon in a delegated unit makes its own.\n",
-     "sentrelctl group ensure", kOptions, RunEnsure},
-    {"group show", "show the plugins' resource group, what it uses and who is in it",
+     "sentrelctl group ensure",
+     kOptions,
+     {},
+     RunEnsure},
+    {"group show",
+     "show the plugins' resource group, what it uses and who is in it",
      "Shows the id and directory of the cgroup that all plugins run in, its reservation, the "
      "peaks\n"
      "of its memory and of the groups inside it, and its processes. Where the kernel keeps no "
      "peak,\n"
      "what is resident now stands in its place. Sizes in JSON are in kilobytes (1024 bytes).\n",
-     "sentrelctl group show --json", kOptions, RunShow},
+     "sentrelctl group show --json",
+     kOptions,
+     {},
+     RunShow},
 }};
 
 }  // namespace

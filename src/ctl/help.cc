@@ -50,6 +50,9 @@ void WriteOverview(std::span<const Command> commands, std::string_view family,
 
 void WriteCommandHelp(const Command& command, std::ostream& output) {
     output << "Usage: sentrelctl " << command.name;
+    if (!command.operands.help.empty()) {
+        output << ' ' << command.operands.help;
+    }
     for (const std::span<const Option> options :
          {command.options, std::span(kCommonOptions).first(1)}) {
         for (const Option& option : options) {

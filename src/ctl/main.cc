@@ -3,7 +3,9 @@
 #include "ctl/command_line.h"
 #include "ctl/group_commands.h"
 #include "ctl/help.h"
+#include "ctl/report_commands.h"
 #include "ctl/table.h"
+#include "ctl/token_commands.h"
 #include "platform/sys/host_root.h"
 
 #include <csignal>
@@ -22,7 +24,8 @@ constexpr int kWrongUsage = 2;
 
 std::vector<Ctl::Command> AllCommands() {
     std::vector<Ctl::Command> commands;
-    for (const std::span<const Ctl::Command> family : {Ctl::GroupCommands()}) {
+    for (const std::span<const Ctl::Command> family :
+         {Ctl::ReportCommands(), Ctl::TokenCommands(), Ctl::GroupCommands()}) {
         commands.insert(commands.end(), family.begin(), family.end());
     }
     return commands;
@@ -40,9 +43,9 @@ void SetHostRoot(const Ctl::GivenOptions& options) {
 }
 
 void Run(const std::vector<Ctl::Command>& commands, const Ctl::CommandLine& line) {
-    if (!line.options.Has("--help")) {
-        SetHostRoot(line.options);
-        line.command->run(line.options, std::cout);
+    if (!line.arguments.options.Has("--help")) {
+        SetHostRoot(line.arguments.options);
+        line.command->run(line.arguments, std::cout);
     } else if (line.command != nullptr) {
         Ctl::WriteCommandHelp(*line.command, std::cout);
     } else {

@@ -27,6 +27,19 @@ std::string PrintableText(std::string_view text) {
     return printable;
 }
 
+std::string PrintableLines(std::string_view text) {
+    std::string printable;
+    for (;;) {
+        const std::size_t end = text.find('\n');
+        printable += PrintableText(text.substr(0, end));
+        if (end == std::string_view::npos) {
+            return printable;
+        }
+        printable += '\n';
+        text.remove_prefix(end + 1);
+    }
+}
+
 Table::Table(std::vector<Column> columns) : columns(std::move(columns)) {
     std::vector<std::string> headings;
     bool hasHeading = false;

@@ -11,6 +11,8 @@ namespace Ctl {
 
 // Control characters, and bytes that are not UTF-8, written as "\xHH".
 std::string PrintableText(std::string_view text);
+// The same for a text of several lines: line feeds stay.
+std::string PrintableLines(std::string_view text);
 
 // Columns are as wide as their widest cell, with two blanks between. Cells are made printable.
 class Table {

@@ -1,0 +1,68 @@
+#include "ctl/token_source.h"
+
+#include "ctl/signing.h"
+#include "platform/sys/host_root.h"
+#include "platform/token/jwt.h"
+
+#include <cerrno>
+#include <chrono>
+#include <fstream>
+#include <iostream>
+#include <stdexcept>
+#include <string_view>
+#include <system_error>
+
+#include <pwd.h>
+#include <unistd.h>
+
+namespace Ctl {
+
+namespace {
+
+constexpr std::chrono::minutes kOwnTokenLifetime{5};
+
+std::string UserName() {
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): the process has one thread
+    const passwd* user = ::getpwuid(::geteuid());
+    return user == nullptr ? std::to_string(::geteuid()) : user->pw_name;
+}
+
+}  // namespace
+
+std::string ReadTokenFrom(const std::string& path) {
+    std::ifstream file;
+    if (path != "-") {
+        file.open(path, std::ios::binary);
+        if (!file) {
+            const int errorNumber = errno;
+            throw std::runtime_error("the token file " + path + " cannot be opened: " +
+                                     std::generic_category().message(errorNumber));
+        }
+    }
+    std::istream& input = path == "-" ? std::cin : file;
+    std::string text(Token::kMaxTokenBytes + 2, '\0');  // what is longer shows
+    input.read(text.data(), static_cast<std::streamsize>(text.size()));
+    text.resize(static_cast<std::size_t>(input.gcount()));
+    constexpr std::string_view kBlanks = " \t\r\n";
+    text.erase(text.find_last_not_of(kBlanks) + 1);
+    text.erase(0, text.find_first_not_of(kBlanks));
+    if (text.empty() || text.find_first_of(kBlanks) != std::string::npos ||
+        text.size() > Token::kMaxTokenBytes) {
+        throw std::runtime_error((path == "-" ? "standard input" : "the file " + path) +
+                                 " holds no token; \"sentrelctl token issue --subject NAME\" "
+                                 "prints one");
+    }
+    return text;
+}
+
+std::string FindToken(const GivenOptions& options) {
+    if (options.Has("--token-file")) {
+        return ReadTokenFrom(options.Value("--token-file"));
+    }
+    if (::access(Sys::HostPath(kSigningKeyPath).c_str(), R_OK) != 0) {
+        return "";
+    }
+    return IssueToken(UserName(), {std::string(kReadPrivilege)}, kOwnTokenLifetime);
+}
+
+}  // namespace Ctl

@@ -1,0 +1,45 @@
+#include "platform/token/token_handler.h"
+
+#include "platform/runtime/error_value.h"
+#include "platform/runtime/localizer.h"
+
+#include <algorithm>
+#include <chrono>
+#include <utility>
+
+namespace Oru::Authn {
+
+TokenHandler::TokenHandler(Token::TrustSettings settings,
+                           const Pellmar::Ref<Pellmar::Service::Logger>& logger)
+    : logger(logger), verifier(std::move(settings), logger) {}
+
+void TokenHandler::Authenticate(const Quon::CallContext& context,
+                                Quon::AsyncResult<Quon::AuthenticationData> result) {
+    if (!context.token) {
+        result.SetValue({.anonymous = true, .userName = "", .entitlements = {}});
+        return;
+    }
+    Token::TokenClaims claims;
+    std::string reason;
+    if (!verifier.Verify(*context.token, std::chrono::system_clock::now(), claims, reason)) {
+        Pellmar::Service::LogInternal(logger, 3, "A token is refused: %1", reason);
+        result.SetError(Quon::Std::MakeError(Quon::Std::ErrorType::Unauthenticated,
+                                             {Quon::L10n::MakeMessage("quon.unauthenticated")}));
+        return;
+    }
+    result.SetValue({.anonymous = false,
+                     .userName = std::move(claims.subject),
+                     .entitlements = std::move(claims.entitlements)});
+}
+
+}  // namespace Oru::Authn
+
+namespace OruToken::Authz {
+
+bool JwtEntitlementCheckerImpl::IsEntitled(const Quon::AuthenticationData& caller,
+                                           const std::string& privilege) const {
+    return std::find(caller.entitlements.begin(), caller.entitlements.end(), privilege) !=
+           caller.entitlements.end();
+}
+
+}  // namespace OruToken::Authz

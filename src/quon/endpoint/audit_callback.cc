@@ -1,0 +1,33 @@
+#include "quon/endpoint/audit_callback.h"
+
+#include "platform/audit/kvx_audit.h"
+
+#include <vector>
+
+namespace Sentrel::HealthApi {
+
+namespace {
+
+// Takes the value out of the record.
+std::string Take(std::map<std::string, std::string>& record, const char* key) {
+    auto node = record.extract(key);
+    return node.empty() ? std::string() : std::move(node.mapped());
+}
+
+}  // namespace
+
+void AuditCall(std::map<std::string, std::string> record, bool success) {
+    record["result"] = success ? "true" : "false";
+    const std::string eventID = Take(record, "eventID");
+    const std::string subject = Take(record, "subject");
+    const std::string object = Take(record, "object");
+    const bool succeeded = Take(record, "result") == "true";
+    std::vector<KvxAuditPair> pairs;
+    for (const auto& [key, value] : record) {
+        pairs.push_back({key, value});
+    }
+    pairs.push_back({});
+    KvxAudit_LogList(eventID, subject, object, succeeded, pairs.data());
+}
+
+}  // namespace Sentrel::HealthApi
