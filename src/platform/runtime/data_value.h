@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -60,7 +61,10 @@ class DataValue {
     Variant content;
 };
 
-struct FieldValue;
+struct FieldValue {
+    std::string name;
+    DataValue value;
+};
 
 // Named fields in declared order. A field that is unset is left out.
 class StructureValue {
@@ -70,6 +74,8 @@ class StructureValue {
     explicit StructureValue(std::string name = {}) : name(std::move(name)) {}
 
     const std::string& Name() const { return name; }
+    // Makes room for that many fields.
+    void Reserve(std::size_t fieldCount) { fields.reserve(fieldCount); }
     // Appends a field; the caller does not append a name twice.
     void Add(std::string field, DataValue value);
     const std::vector<FieldValue>& Fields() const { return fields; }
@@ -79,11 +85,6 @@ class StructureValue {
   private:
     std::string name;
     std::vector<FieldValue> fields;
-};
-
-struct FieldValue {
-    std::string name;
-    DataValue value;
 };
 
 // A long list that is held once, in its native form: each element becomes a DataValue while it is
