@@ -30,10 +30,9 @@ struct GetParameters {
     std::string name;
 };
 
-inline constexpr std::string_view kListOperation = "list";
-inline constexpr std::string_view kGetOperation = "get";
-
-// The whole service as values.
+::Quon::Definition::Operation DescribeList();
+::Quon::Definition::Operation DescribeGet();
+// The whole service.
 ::Quon::Definition::Service Describe();
 
 }  // namespace Com::Korvex::Oru::Observability::ReportsSvc
