@@ -4,6 +4,7 @@
 
 #include "platform/runtime/data_value.h"
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -21,22 +22,25 @@ struct LocalizableMessage {
 // The structure {"id", "defaultMessage", "args"}.
 Data::DataValue ToData(const LocalizableMessage& message);
 
-// Texts for one list of locales, the preferred first. The catalogue holds "en_US" only, which
-// stands in for every other locale. Immutable; any thread.
+struct Catalogue;
+
+// An argument may come from a client. Longer ones are cut at a character's border, and "..." is
+// added.
+inline constexpr std::size_t kMaxArgumentBytes = 256;
+
+// Texts for one list of locales, the preferred first. There is a catalogue of "en_US",
+// which stands in for every other locale. Immutable; any thread.
 class Localizer {
   public:
-    explicit Localizer(std::vector<std::string> locales);
+    explicit Localizer(const std::vector<std::string>& locales);
 
-    // The message of that identifier, "%1" to "%4" of its text replaced by `args`. Of an unknown
-    // identifier the text is the identifier itself. Arguments that came from a client are cut to
-    // kMaxArgumentBytes, at a character's border, and end in "..." then.
+    // The message of that identifier, "%1" to "%4" of its text replaced by `args`, which are cut to
+    // kMaxArgumentBytes. Of an unknown identifier the text is the identifier itself.
     LocalizableMessage Localize(std::string_view id, std::vector<std::string> args = {}) const;
 
   private:
-    std::vector<std::string> locales;
+    const Catalogue* catalogue;  // never null
 };
-
-inline constexpr std::size_t kMaxArgumentBytes = 256;
 
 // Localize under the default context ("en_US").
 LocalizableMessage MakeMessage(std::string_view id, std::vector<std::string> args = {});

@@ -6,6 +6,7 @@
 #include "platform/runtime/localizer.h"
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -15,13 +16,22 @@ namespace Quon::Native {
 
 // Where a value stands, as a chain of steps that live on the stack of the reader; the text is made
 // only when something does not fit.
-struct MemberPath {
-    const MemberPath* parent = nullptr;  // null for the parameters as a whole
-    std::string_view member;             // empty for an element of a list
-    std::size_t index = 0;               // of that element
+class MemberPath {
+  public:
+    // The parameters as a whole.
+    MemberPath() = default;
+    // `parent` and what `member` is a view of live longer than the path.
+    MemberPath(const MemberPath* parent, std::string_view member)
+        : parent(parent), member(member) {}
+    MemberPath(const MemberPath* parent, std::size_t index) : parent(parent), index(index) {}
 
     // "filter.names[2]"
     std::string ToString() const;
+
+  private:
+    const MemberPath* parent = nullptr;
+    std::string_view member;
+    std::optional<std::size_t> index;  // set for an element of a list
 };
 
 L10n::LocalizableMessage MissingMember(const MemberPath& path, const Definition::Type& type);

@@ -41,7 +41,7 @@ Problem ReadStructure(const Data::StructureValue& value, const MemberPath& path,
         if (problem) {
             return;
         }
-        const MemberPath memberPath{&path, field.name, 0};
+        const MemberPath memberPath{&path, field.name};
         if (const Data::DataValue* member = value.Find(field.name)) {
             problem = ReadValue(*member, memberPath, native.*field.member);
         } else if constexpr (!kIsOptional<Member>) {
@@ -50,7 +50,7 @@ Problem ReadStructure(const Data::StructureValue& value, const MemberPath& path,
     });
     for (const Data::FieldValue& member : value.Fields()) {
         if (!problem && std::find(names.begin(), names.end(), member.name) == names.end()) {
-            problem = UnknownMember(MemberPath{&path, member.name, 0},
+            problem = UnknownMember(MemberPath{&path, member.name},
                                     std::vector<std::string_view>(names.begin(), names.end()));
         }
     }
@@ -62,7 +62,7 @@ template <typename T>
 Problem ReadElements(const Data::ListValue& list, const MemberPath& path, T& native) {
     for (std::size_t index = 0; index < list.size(); ++index) {
         typename T::value_type element{};
-        if (Problem problem = ReadValue(list[index], MemberPath{&path, {}, index}, element)) {
+        if (Problem problem = ReadValue(list[index], MemberPath{&path, index}, element)) {
             return problem;
         }
         native.insert(native.end(), std::move(element));
