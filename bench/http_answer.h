@@ -1,8 +1,10 @@
-// Reads the answers that an upload gets: a status line and fields, no body (RFC 9112 section 4).
+// Reads the head of an answer: a status line and fields (RFC 9112 section 4). Its body is the
+// caller's.
 #pragma once
 
 #include <algorithm>
 #include <cctype>
+#include <charconv>
 #include <cstddef>
 #include <optional>
 #include <stdexcept>
@@ -13,12 +15,15 @@ namespace Bench {
 
 struct Answer {
     int status = 0;
-    std::size_t bytes = 0;  // of its head, the closing empty line included
-    bool closes = false;    // the server will close the connection
+    std::size_t bytes = 0;      // of its head, the closing empty line included
+    std::size_t bodyBytes = 0;  // when it is not chunked
+    bool isChunked = false;
+    bool isError = false;  // an API call has ended with an error
+    bool closes = false;   // the server will close the connection
 };
 
 // The answer at the start of `received`, or nothing while its head is not complete. Throws
-// std::runtime_error when the head is no answer without a body.
+// std::runtime_error when it is no answer, or does not tell how its body is framed.
 inline std::optional<Answer> ReadAnswer(std::string_view received) {
     constexpr std::string_view kEnd = "\r\n\r\n";
     const std::size_t end = received.find(kEnd);
@@ -38,11 +43,16 @@ inline std::optional<Answer> ReadAnswer(std::string_view received) {
     Answer answer;
     answer.status = (head[9] - '0') * 100 + (head[10] - '0') * 10 + (head[11] - '0');
     answer.bytes = end + kEnd.size();
-    answer.closes = head.find("\r\nconnection: close\r\n") != std::string::npos;
-    const bool hasNoBody =
-        answer.status == 204 || head.find("\r\ncontent-length: 0\r\n") != std::string::npos;
-    if (!hasNoBody) {
-        throw std::runtime_error("an answer has a body, none was expected: " + head);
+    const auto has = [&](const char* text) { return head.find(text) != std::string::npos; };
+    answer.closes = has("\r\nconnection: close\r\n");
+    answer.isError = has("\r\nquon-error: ");
+    answer.isChunked = has("\r\ntransfer-encoding: chunked\r\n");
+    constexpr std::string_view kLength = "\r\ncontent-length: ";
+    if (const std::size_t length = head.find(kLength); length != std::string::npos) {
+        (void)std::from_chars(head.data() + length + kLength.size(), head.data() + head.size(),
+                              answer.bodyBytes);  // a wrong length shows in the body
+    } else if (!answer.isChunked && answer.status != 204) {
+        throw std::runtime_error("an answer does not tell how long it is: " + head);
     }
     return answer;
 }

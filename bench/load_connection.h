@@ -31,6 +31,26 @@ inline constexpr int kSilenceMilliseconds =
     throw std::system_error(errno, std::generic_category(), what);
 }
 
+// A connection to the port on 127.0.0.1. Connecting, sending and reading, where they block, give up
+// when the server is silent. Throws std::system_error.
+inline Sys::OwnedFd ConnectTo(std::uint16_t port) {
+    Sys::OwnedFd socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    const int on = 1;
+    const timeval silence{kSilenceMilliseconds / 1000, 0};
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(port);
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    if (!socket.IsOpen() ||
+        ::setsockopt(socket.Get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on) != 0 ||
+        ::setsockopt(socket.Get(), SOL_SOCKET, SO_SNDTIMEO, &silence, sizeof silence) != 0 ||
+        ::setsockopt(socket.Get(), SOL_SOCKET, SO_RCVTIMEO, &silence, sizeof silence) != 0 ||
+        ::connect(socket.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+        FailWithErrno("connecting to port " + std::to_string(port));
+    }
+    return socket;
+}
+
 // One connection and the request that is in flight on it.
 class Connection {
   public:
@@ -38,22 +58,7 @@ class Connection {
     explicit Connection(std::size_t name) : nextName(name) {}
 
     // Connects to the port on 127.0.0.1. Throws std::system_error.
-    void Open(std::uint16_t port) {
-        socket.Reset(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
-        const int on = 1;
-        const timeval silence{kSilenceMilliseconds / 1000, 0};  // holds for the connect only
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_port = htons(port);
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        if (!socket.IsOpen() ||
-            ::setsockopt(socket.Get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on) != 0 ||
-            ::setsockopt(socket.Get(), SOL_SOCKET, SO_SNDTIMEO, &silence, sizeof silence) != 0 ||
-            ::connect(socket.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) !=
-                0) {
-            FailWithErrno("connecting to port " + std::to_string(port));
-        }
-    }
+    void Open(std::uint16_t port) { socket = ConnectTo(port); }
 
     void Close() { socket.Reset(); }
 
@@ -115,6 +120,9 @@ class Connection {
         received.append(bytes.data(), static_cast<std::size_t>(count));
         const std::optional<Answer> answer = ReadAnswer(received);
         if (answer) {
+            if (answer->isChunked || answer->bodyBytes != 0) {
+                throw std::runtime_error("an answer has a body, none was expected: " + received);
+            }
             if (answer->bytes != received.size() || sent != head->size() + body->size()) {
                 throw std::runtime_error("this answer came early or was not alone: " + received);
             }

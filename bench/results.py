@@ -14,9 +14,13 @@ class Samples:
         self.waits = 0
 
     def add(self, result, server_cpu, waits):
-        self.rounds.append(result)
+        self.rounds.append({**result, "server": server_cpu * 1e6 / result["posts"]})
         self.server_cpu += server_cpu
         self.waits += waits
+
+    def ratio(self, other, key):
+        """Of a figure to that of another target, round by round, so that what disturbed a round disturbed both."""
+        return statistics.median(mine[key] / theirs[key] for mine, theirs in zip(self.rounds, other.rounds))
 
     def median(self, key):
         return statistics.median(result[key] for result in self.rounds)
@@ -32,7 +36,7 @@ class Samples:
         return self.waits / self.posts()
 
 
-def table_text(rows, targets, results):
+def intake_table_text(rows, targets, results):
     """Each figure for the targets in order. `results` holds the Samples of each (row, target)."""
     servers = [target for target in targets if target != "floor"]
     others = [target for target in targets if target != "sentrel"] if "sentrel" in targets else []
@@ -52,11 +56,16 @@ def table_text(rows, targets, results):
         ("cpu us/post", targets, lambda row: [f"{results[row, target].cpu_per_post():.1f}" for target in targets]),
         ("waits/post", servers, lambda row: [f"{results[row, target].waits_per_post():.2f}" for target in servers]),
     ]
+    return table_text(rows, groups)
+
+
+def table_text(rows, groups):
+    """Each group is a title, the names of its columns, and what gives their cells for a row."""
     groups = [group for group in groups if group[1]]
-    lines = [f"{'':10}" + " ".join(f"|{title:^{WIDTH * len(names)}}" for title, names, _ in groups),
-             f"{'row':10}" + " ".join("|" + align(names) for _, names, _ in groups)]
+    lines = [f"{'':12}" + " ".join(f"|{title:^{WIDTH * len(names)}}" for title, names, _ in groups),
+             f"{'row':12}" + " ".join("|" + align(names) for _, names, _ in groups)]
     for row in rows:
-        lines.append(f"{row.name:10}" + " ".join("|" + align(cells(row)) for _, _, cells in groups))
+        lines.append(f"{row.name:12}" + " ".join("|" + align(cells(row)) for _, _, cells in groups))
     return "\n".join(lines)
 
 
@@ -64,14 +73,66 @@ def align(cells):
     return "".join(f"{cell:>{WIDTH}}" for cell in cells)
 
 
-def calls_text(path, posts):
-    """One line from the table that strace -c wrote: all system calls a post, and each that is no rarity."""
+def calls_text(path, requests):
+    """One line from the table that strace -c wrote: all system calls a request, and each that is no rarity."""
     counts = {}
     with open(path, encoding="ascii") as table:
         for line in table:
             words = line.split()
             if len(words) >= 5 and words[3].isdigit() and words[-1] != "total":
-                counts[words[-1]] = int(words[3]) / posts
+                counts[words[-1]] = int(words[3]) / requests
     calls = ", ".join(f"{name} {count:.2f}" for name, count in sorted(counts.items(), key=lambda item: -item[1])
                       if count >= 0.02)
-    return f"{sum(counts.values()):.1f} system calls a post: {calls}"
+    return f"{sum(counts.values()):.1f} system calls a request: {calls}"
+
+
+# How many times the floor's time a call may take; from AIM_NAMES names on, where more than one is listed.
+AIMS = {"brief": 1.5, "get": 1.5, "full": 1.3, "token": 1.2}
+AIM_NAMES = 100
+FLAT_AIM = 1.2  # a name among the most, to one among a tenth of them
+
+
+def api_table_text(rows, targets, results, sizes):
+    """As intake_table_text; `sizes` holds the bytes of the answer of each row."""
+    def figures(key):
+        return lambda row: [f"{results[row, target].median(key):.0f}" for target in targets]
+
+    def ratios(key, other):
+        return lambda row: f"{results[row, 'sentrel'].ratio(results[row, other], key):.2f}"
+
+    def aim(row):
+        if row.work not in AIMS or 1 < row.names < AIM_NAMES:
+            return ["-", "-"]
+        is_met = results[row, "sentrel"].ratio(results[row, "floor"], "p50") <= AIMS[row.work]
+        return [f"{AIMS[row.work]:.1f}", "met" if is_met else "missed"]
+
+    has_both = {"sentrel", "floor"} <= set(targets)
+    others = [target for target in targets if target != "sentrel"] if "sentrel" in targets else []
+    return table_text(rows, [
+        ("KiB", ["answer"], lambda row: [f"{sizes[row] / 1024:.1f}"]),
+        ("p50 us", targets, figures("p50")),
+        ("p50 ratio", ["/" + other for other in others],
+         lambda row: [ratios("p50", other)(row) for other in others]),
+        ("aim", ["/floor", ""] if has_both else [], aim),
+        ("p99 us", targets, figures("p99")),
+        ("cpu us/call", targets, figures("server")),
+        ("cpu ratio", ["/" + other for other in others],
+         lambda row: [ratios("server", other)(row) for other in others]),
+    ])
+
+
+def flatness_text(rows, targets, results):
+    """What a name costs in lists of each length, by time and by target."""
+    lines = []
+    for work in ("brief", "full"):
+        for target in [target for target in targets if target != "nginx"]:  # it serves a file, however long
+            costs = {row.names: results[row, target].median("p50") / row.names for row in rows if row.work == work}
+            text = ", ".join(f"{cost:.2f} of {names}" for names, cost in costs.items())
+            most = max(costs, default=0)
+            if most // 10 in costs:
+                ratio = costs[most] / costs[most // 10]
+                text += f"; {ratio:.2f} times as much among {most} as among {most // 10}"
+                text += f" (aim {FLAT_AIM}: {'met' if ratio <= FLAT_AIM else 'missed'})" if target == "sentrel" else ""
+            if costs:
+                lines.append(f"{target} {work}, us a name: {text}")
+    return "\n".join(lines)

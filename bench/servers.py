@@ -1,8 +1,10 @@
-"""Starts and stops what is measured: the daemon on a root of its own, and nginx that stores PUT bodies.
+"""Starts and stops what is measured: the daemon on a root of its own, nginx that stores PUT bodies and serves
+files, and the floor of the API.
 
 Everything they write lies below the folder that they are given, which the caller makes and removes.
 """
 
+import contextlib
 import json
 import os
 import select
@@ -14,6 +16,7 @@ import time
 
 import process_stats
 
+METADATA = os.path.join(os.path.dirname(os.path.abspath(__file__)), "../dist/quon/observability_quon_metadata.json")
 START_SECONDS = 10  # a server that is not ready after so long has failed
 STOP_SECONDS = 10
 LOG_TAIL_BYTES = 2000
@@ -76,6 +79,24 @@ class Server:
         if self.process.poll() is not None:
             self.fail(f"has ended with status {self.process.returncode}")
 
+    def wait_until(self, is_ready):
+        deadline = time.monotonic() + START_SECONDS
+        while not is_ready():
+            self.check_alive()
+            if time.monotonic() > deadline:
+                self.fail(f"was not ready within {START_SECONDS} s")
+            time.sleep(0.005)
+
+    def accepts(self):
+        try:
+            with socket.create_connection(("127.0.0.1", self.port), 1):
+                return True
+        except OSError:
+            return False
+
+    def clear_log(self):
+        """Empties what it logs requests to, if it does."""
+
     def stop(self):
         """Ends the server, by force if it must be. Returns its exit status, None when it was not running."""
         if self.process is None:
@@ -107,11 +128,16 @@ class Daemon(Server):
         self.reports = os.path.join(folder, "reports")
         self.notify_path = os.path.join(folder, "notify")
         self.notify = None
+        self.token_path = os.path.join(folder, "token")
+        self.jwks_path = os.path.join(self.root, "etc/korvex/oru/token/jwks.json")
         self.port = free_port()
         os.makedirs(self.reports)
         write_file(os.path.join(self.root, "etc/korvex/tabulon/oru/health/sentrel.json"),
                    json.dumps({"http_port": self.port, "plugin_resource_pool_size_MB": 64}))
-        os.makedirs(os.path.join(self.root, "usr/lib/korvex/sentrel/plugins/bin"))
+        os.makedirs(os.path.join(self.root, "usr/lib/korvex/sentrel/plugins/bin"))  # empty: nothing is launched
+        if os.path.exists(METADATA):
+            os.makedirs(os.path.join(self.root, "usr/lib/korvex/quon"))
+            shutil.copy(METADATA, os.path.join(self.root, "usr/lib/korvex/quon"))
         self.load_arguments = ["--port", str(self.port)]
 
     def start(self):
@@ -153,8 +179,25 @@ class Daemon(Server):
             self.fail(f"ended with status {status} after SIGTERM")
         return status
 
+    def issue_token(self, control):
+        """Gives the root a signing key, and makes a token that may read reports. `control` is the operator's tool."""
+        environment = {"SENTREL_ROOT": self.root}
+
+        def token(*arguments):
+            done = subprocess.run([control, "token", *arguments], env=environment, check=False, capture_output=True,
+                                  text=True, timeout=STOP_SECONDS)
+            if done.returncode != 0:
+                raise BenchFailure(f"{control} token {' '.join(arguments)} failed: {done.stderr}")
+            return done.stdout
+
+        token("init")
+        write_file(self.token_path,
+                   token("issue", "--subject", "bench", "--entitlement", "observability.reports.read", "--ttl", "1h"))
+
     def clear_log(self):
-        """Empties the log. Raises BenchFailure when a failure stands in it."""
+        """Empties the logs. Raises BenchFailure when a failure stands in the daemon's."""
+        with contextlib.suppress(FileNotFoundError):
+            os.truncate(os.path.join(self.root, "var/log/korvex/audit.jsonl"), 0)
         with open(self.log_path, "r+b") as log:
             for line in log:
                 if line[24:27] == b" 3 ":
@@ -169,7 +212,7 @@ class Daemon(Server):
 
 
 class Nginx(Server):
-    """Two workers; stores what is PUT as files, and logs each request as the daemon does."""
+    """Two workers; stores what is PUT as files and serves them, and logs each request as the daemon does."""
 
     CONFIGURATION = """
 daemon off;
@@ -180,6 +223,7 @@ error_log {folder}/nginx-error.log;
 events {{ worker_connections 1024; }}
 http {{
     access_log {folder}/nginx-access.log;
+    sendfile on;
     client_body_temp_path {folder}/nginx-body;
     proxy_temp_path {folder}/nginx-proxy;
     fastcgi_temp_path {folder}/nginx-fastcgi;
@@ -217,21 +261,8 @@ http {{
 
     def start(self):
         self.spawn([self.binary, "-p", self.folder, "-c", self.configuration, "-e", self.log_path])
-        deadline = time.monotonic() + START_SECONDS
-        while time.monotonic() < deadline:
-            self.check_alive()
-            self.workers = process_stats.children(self.process.pid)
-            if len(self.workers) == 2 and self._accepts():
-                return
-            time.sleep(0.005)
-        self.fail(f"did not listen within {START_SECONDS} s")
-
-    def _accepts(self):
-        try:
-            with socket.create_connection(("127.0.0.1", self.port), 1):
-                return True
-        except OSError:
-            return False
+        self.wait_until(lambda: len(process_stats.children(self.process.pid)) == 2 and self.accepts())
+        self.workers = process_stats.children(self.process.pid)
 
     def pids(self):
         return self.workers
@@ -243,3 +274,17 @@ http {{
         file = os.path.join(self.files, path + "0")
         if os.path.getsize(file) != body:
             raise BenchFailure(f"{file} does not hold {body} bytes, though PUTs of it were answered with 204")
+
+
+class ApiFloor(Server):
+    """Does the least that the API calls take, and answers with a body of the wanted size."""
+
+    def __init__(self, binary, folder, daemon):
+        super().__init__("floor", folder)
+        self.port = free_port()
+        self.command = [binary, "--port", str(self.port), "--directory", daemon.reports,
+                        "--jwks", daemon.jwks_path, "--token-file", daemon.token_path]
+
+    def start(self):
+        self.spawn(self.command)
+        self.wait_until(self.accepts)
