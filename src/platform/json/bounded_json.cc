@@ -5,7 +5,10 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <string>
+#include <unordered_set>
 #include <utility>
+#include <vector>
 
 namespace Json {
 
@@ -23,6 +26,34 @@ JsonError ErrorAt(std::string_view text, Fault fault) {
             line.size() - static_cast<std::size_t>(continuations) + 1, std::move(fault.reason)};
 }
 
+// Parses a text that FindFault has passed, minding the names of each object that is open.
+class NameWatch {
+  public:
+    nlohmann::json Parse(std::string_view text, const ParseOptions& options) {
+        using nlohmann::json;
+        const auto watch = [this](int, json::parse_event_t event, const json& parsed) {
+            if (event == json::parse_event_t::object_start) {
+                openNames.emplace_back();
+            } else if (event == json::parse_event_t::object_end) {
+                openNames.pop_back();
+            } else if (event == json::parse_event_t::key) {
+                isRepeated |= !openNames.back().insert(parsed.get<std::string>()).second;
+            }
+            return true;
+        };
+        const auto callback = options.equalNames == EqualNames::Refused
+                                  ? json::parser_callback_t(watch)
+                                  : json::parser_callback_t();
+        constexpr bool kThrows = false;
+        return json::parse(text, callback, kThrows, options.comments == Comments::Allowed);
+    }
+    bool IsRepeated() const { return isRepeated; }
+
+  private:
+    std::vector<std::unordered_set<std::string>> openNames;
+    bool isRepeated = false;
+};
+
 }  // namespace
 
 bool Parse(std::string_view text, const ParseOptions& options, nlohmann::json& document,
@@ -35,9 +66,12 @@ bool Parse(std::string_view text, const ParseOptions& options, nlohmann::json& d
         error = ErrorAt(text, std::move(*fault));
         return false;
     }
-    constexpr bool kThrows = false;
-    nlohmann::json parsed =
-        nlohmann::json::parse(text, nullptr, kThrows, options.comments == Comments::Allowed);
+    NameWatch names;
+    nlohmann::json parsed = names.Parse(text, options);
+    if (names.IsRepeated()) {
+        error = {0, 0, "an object has two members of the same name"};
+        return false;
+    }
     if (parsed.is_discarded()) {
         // The scanner and the library judge alike (the fuzz target compares them). Should they ever
         // differ, the stricter one holds.

@@ -15,11 +15,14 @@ inline constexpr std::size_t kMaxDepth = 256;
 
 enum class Comments { Refused, Allowed };
 enum class Root { AnyValue, Object };
+// Whether the members of one object may share a name (RFC 8259, section 4, leaves it open).
+enum class EqualNames { LastWins, Refused };
 
 struct ParseOptions {
     std::size_t maxBytes;                   // longer texts are refused unread
     Comments comments = Comments::Refused;  // "// to the end of the line" and "/* ... */"
     Root root = Root::AnyValue;             // what the whole text must be
+    EqualNames equalNames = EqualNames::LastWins;
 };
 
 // Where and why a text was refused.
@@ -30,10 +33,11 @@ struct JsonError {
     std::string reason;  // one short line without control characters
 };
 
-// Parses `text` (RFC 8259; a UTF-8 byte order mark before it is skipped) into `document`. Of equal
-// member names the last one wins. Refused besides what is no JSON: NUL bytes anywhere, numbers
-// beyond the range of a double, text after the value. False on failure: `error` is set and
-// `document` is unchanged. Does not recurse.
+// Parses `text` (RFC 8259; a UTF-8 byte order mark before it is skipped) into `document`. Refused
+// besides what is no JSON: NUL bytes anywhere, numbers beyond the range of a double, text after the
+// value, and equal names where they are not wanted (names are compared unescaped, objects at every
+// depth; the text is then refused as a whole). False on failure: `error` is set and `document` is
+// unchanged. Does not recurse.
 [[nodiscard]] bool Parse(std::string_view text, const ParseOptions& options,
                          nlohmann::json& document, JsonError& error);
 

@@ -10,6 +10,8 @@ namespace Json {
 
 namespace {
 
+bool IsUtf8Continuation(char byte) { return (static_cast<unsigned char>(byte) & 0xC0) == 0x80; }
+
 // What may stand at the next byte that is no blank.
 enum class Expect { Object, Value, ValueOrEnd, Name, NameOrEnd, Colon, CommaOrEnd, EndOfText };
 
@@ -220,6 +222,16 @@ class Scanner {
 
 std::optional<Fault> FindFault(std::string_view text, Comments comments, Root root) {
     return Scanner(text, comments, root).Run();
+}
+
+JsonError Locate(std::string_view text, Fault fault) {
+    const std::string_view before = text.substr(0, fault.offset);
+    const std::size_t lineStart = before.rfind('\n') + 1;  // npos + 1 is 0: the first line
+    const std::string_view line = before.substr(lineStart);
+    const auto lines = std::count(before.begin(), before.end(), '\n');
+    const auto continuations = std::count_if(line.begin(), line.end(), IsUtf8Continuation);
+    return {static_cast<std::size_t>(lines) + 1,
+            line.size() - static_cast<std::size_t>(continuations) + 1, std::move(fault.reason)};
 }
 
 std::optional<std::size_t> FindExcessDepth(std::string_view text) {

@@ -29,22 +29,6 @@ int HexValue(char byte) {
     return byte >= 'A' && byte <= 'F' ? byte - 'A' + 10 : -1;
 }
 
-// The code unit of "\uXXXX" at `offset`, or nothing when none stands there.
-std::optional<unsigned> CodeUnitAt(std::string_view text, std::size_t offset) {
-    if (text.substr(offset, 2) != "\\u" || text.size() - offset < 2 + kHexDigits) {
-        return std::nullopt;
-    }
-    unsigned unit = 0;
-    for (const char byte : text.substr(offset + 2, kHexDigits)) {
-        const int value = HexValue(byte);
-        if (value < 0) {
-            return std::nullopt;
-        }
-        unit = unit * 16 + static_cast<unsigned>(value);
-    }
-    return unit;
-}
-
 // `text[offset]` is a backslash.
 std::optional<Fault> TakeEscape(std::string_view text, std::size_t& offset) {
     constexpr std::string_view kSimple = "\"\\/bfnrt";
@@ -97,28 +81,6 @@ constexpr std::array<Utf8Row, 8> kUtf8Rows = {{{0xC2, 0xDF, 0x80, 0xBF, 2},
                                                {0xF1, 0xF3, 0x80, 0xBF, 4},
                                                {0xF4, 0xF4, 0x80, 0x8F, 4}}};
 
-// The length of the multi-byte sequence at `offset`; 0 when it is not well-formed.
-std::size_t Utf8LengthAt(std::string_view text, std::size_t offset) {
-    const auto byteAt = [text](std::size_t at) { return static_cast<std::uint8_t>(text[at]); };
-    const std::uint8_t lead = byteAt(offset);
-    for (const Utf8Row& row : kUtf8Rows) {
-        if (lead < row.firstLead || lead > row.lastLead) {
-            continue;
-        }
-        if (text.size() - offset < row.length || byteAt(offset + 1) < row.secondLow ||
-            byteAt(offset + 1) > row.secondHigh) {
-            return 0;
-        }
-        for (std::size_t i = 2; i < row.length; ++i) {
-            if ((byteAt(offset + i) & 0xC0) != 0x80) {
-                return 0;
-            }
-        }
-        return row.length;
-    }
-    return 0;
-}
-
 std::string DescribeByte(char byte) {
     std::array<char, sizeof("the byte 0xFF")> words{};
     std::snprintf(words.data(), words.size(), "the byte 0x%02X", static_cast<std::uint8_t>(byte));
@@ -167,6 +129,42 @@ std::string_view WordAt(std::string_view text, std::size_t offset) {
 }
 
 }  // namespace
+
+std::optional<unsigned> CodeUnitAt(std::string_view text, std::size_t offset) {
+    if (text.substr(offset, 2) != "\\u" || text.size() - offset < 2 + kHexDigits) {
+        return std::nullopt;
+    }
+    unsigned unit = 0;
+    for (const char byte : text.substr(offset + 2, kHexDigits)) {
+        const int value = HexValue(byte);
+        if (value < 0) {
+            return std::nullopt;
+        }
+        unit = unit * 16 + static_cast<unsigned>(value);
+    }
+    return unit;
+}
+
+std::size_t Utf8LengthAt(std::string_view text, std::size_t offset) {
+    const auto byteAt = [text](std::size_t at) { return static_cast<std::uint8_t>(text[at]); };
+    const std::uint8_t lead = byteAt(offset);
+    for (const Utf8Row& row : kUtf8Rows) {
+        if (lead < row.firstLead || lead > row.lastLead) {
+            continue;
+        }
+        if (text.size() - offset < row.length || byteAt(offset + 1) < row.secondLow ||
+            byteAt(offset + 1) > row.secondHigh) {
+            return 0;
+        }
+        for (std::size_t i = 2; i < row.length; ++i) {
+            if ((byteAt(offset + i) & 0xC0) != 0x80) {
+                return 0;
+            }
+        }
+        return row.length;
+    }
+    return 0;
+}
 
 std::optional<Fault> TakeString(std::string_view text, std::size_t& offset) {
     const std::size_t start = offset++;

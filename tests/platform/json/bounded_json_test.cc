@@ -170,6 +170,24 @@ TEST(BoundedJson, AsksForAnObjectWhenToldTo) {
     EXPECT_EQ(Outcome("", kObjectOnly), "1:1: the text ends where an object, '{' is expected");
 }
 
+TEST(BoundedJson, RefusesEqualNamesInOneObjectWhenToldTo) {
+    constexpr ParseOptions kStrict{kMaxBytes, Comments::Refused, Root::AnyValue,
+                                   Json::EqualNames::Refused};
+    const char* const twice = "0:0: an object has two members of the same name";
+    const BadText rows[] = {
+        {R"({"a": 1, "b": 1})", "ok"},
+        {R"({"a": {"a": {"b": 1}}, "b": [{"a": 1}, {"a": 1}]})", "ok"},
+        {R"({"a": 1, "a": 1})", twice},
+        {R"({"a": 1, "\u0061": 1})", twice},
+        {R"({"a": [{"b": {"c": 1}, "c": 1, "b": 1}], "d": 1})", twice},
+        {R"({"": 1, "a": {}, "": 1})", twice},
+        {R"({"a": 1, "a": })", "1:15: expected a value, found '}'"},
+    };
+    for (const BadText& row : rows) {
+        EXPECT_EQ(Outcome(row.text, kStrict), row.error) << row.text;
+    }
+}
+
 struct DeepText {
     const char* name;
     const char* opening;
