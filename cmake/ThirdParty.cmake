@@ -2,7 +2,9 @@
 
 find_path(SENTREL_NLOHMANN_INCLUDE nlohmann/json.hpp REQUIRED)
 find_path(SENTREL_BOOST_INCLUDE boost/asio.hpp REQUIRED)
-mark_as_advanced(SENTREL_NLOHMANN_INCLUDE SENTREL_BOOST_INCLUDE)
+find_path(SENTREL_JOSE_INCLUDE jose/jose.h REQUIRED)
+mark_as_advanced(SENTREL_NLOHMANN_INCLUDE SENTREL_BOOST_INCLUDE SENTREL_JOSE_INCLUDE)
+find_package(OpenSSL REQUIRED COMPONENTS Crypto)
 
 add_library(third_party_nlohmann_json INTERFACE)
 target_include_directories(third_party_nlohmann_json SYSTEM INTERFACE ${SENTREL_NLOHMANN_INCLUDE})
@@ -11,3 +13,8 @@ target_include_directories(third_party_nlohmann_json SYSTEM INTERFACE ${SENTREL_
 add_library(third_party_boost INTERFACE)
 target_include_directories(third_party_boost SYSTEM INTERFACE ${SENTREL_BOOST_INCLUDE})
 target_compile_definitions(third_party_boost INTERFACE BOOST_ASIO_NO_DEPRECATED BOOST_ERROR_CODE_HEADER_ONLY)
+
+# José, the JSON library that its interface is made of, and the cryptography that its keys come from.
+add_library(third_party_jose INTERFACE)
+target_include_directories(third_party_jose SYSTEM INTERFACE ${SENTREL_JOSE_INCLUDE})
+target_link_libraries(third_party_jose INTERFACE jose jansson OpenSSL::Crypto)
