@@ -1,0 +1,72 @@
+#include "platform/token/token_verifier.h"
+
+#include "platform/token/jwt.h"
+#include "platform/token/quote.h"
+
+#include <nlohmann/json.hpp>
+
+#include <exception>
+#include <utility>
+
+namespace Token {
+
+TrustSettings ReadTrustSettings(const Pellmar::Service::ConfigReader& reader) {
+    TrustSettings settings;
+    // A missing setting leaves its default.
+    (void)reader.GetString("issuer", settings.issuer);
+    (void)reader.GetString("audience", settings.audience);
+    (void)reader.GetString("jwks", settings.jwks);
+    return settings;
+}
+
+TokenVerifier::TokenVerifier(TrustSettings settings,
+                             const Pellmar::Ref<Pellmar::Service::Logger>& logger)
+    : settings(std::move(settings)), trustSet(this->settings.jwks, logger) {}
+
+bool TokenVerifier::Verify(std::string_view token, std::chrono::system_clock::time_point now,
+                           TokenClaims& claims, std::string& reason) noexcept {
+    try {
+        Jwt jwt;
+        nlohmann::json document;
+        return ParseJwt(token, jwt, document, reason) && CheckSignature(jwt, reason) &&
+               ReadClaims(document, settings.issuer, settings.audience, now, claims, reason);
+    } catch (const std::exception&) {
+        reason = "no memory";  // nothing else throws here; this needs none
+        return false;
+    }
+}
+
+bool TokenVerifier::CheckSignature(const Jwt& jwt, std::string& reason) {
+    const std::vector<PublicKey>& keys = trustSet.Keys();
+    if (keys.empty()) {
+        reason = "no key is trusted; see what the log says of the trust set " + settings.jwks;
+        return false;
+    }
+    bool isIdKnown = false;
+    bool isTried = false;
+    for (const PublicKey& key : keys) {
+        if (jwt.keyId && key.GetId() != jwt.keyId) {
+            continue;
+        }
+        isIdKnown = true;
+        if (key.GetAlgorithm() != jwt.algorithm) {
+            continue;
+        }
+        if (key.HasSigned(jwt.signedText, jwt.signature)) {
+            return true;
+        }
+        isTried = true;
+    }
+    if (isTried) {
+        reason = jwt.keyId ? "its signature is not that of the key " + Quote(*jwt.keyId)
+                           : "its signature is of no trusted key";
+    } else if (isIdKnown) {
+        reason = "no trusted key " + (jwt.keyId ? "with the kid " + Quote(*jwt.keyId) + " " : "") +
+                 "is for its alg " + std::string(NameOf(jwt.algorithm));
+    } else {
+        reason = "no trusted key has its kid " + Quote(*jwt.keyId);
+    }
+    return false;
+}
+
+}  // namespace Token

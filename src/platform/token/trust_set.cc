@@ -1,0 +1,172 @@
+#include "platform/token/trust_set.h"
+
+#include "platform/json/bounded_json.h"
+#include "platform/pellmar/exceptions.h"
+#include "platform/sys/host_root.h"
+#include "platform/sys/owned_fd.h"
+#include "platform/token/quote.h"
+
+#include <nlohmann/json.hpp>
+
+#include <cerrno>
+#include <exception>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace Token {
+
+namespace {
+
+using nlohmann::json;
+using Pellmar::Service::LogInternal;
+
+constexpr const char* kAdvice =
+    "run \"sentrelctl token init\", or put a JWK Set of public keys there";
+
+std::int64_t Nanoseconds(const timespec& time) {
+    constexpr std::int64_t kPerSecond = 1'000'000'000;
+    return time.tv_sec * kPerSecond + time.tv_nsec;
+}
+
+// How a log line names a key: by its place in the set, and its id if it has one.
+std::string NameOfKey(std::size_t index, const json& jwk) {
+    const std::string place = "key " + std::to_string(index + 1);
+    const bool hasId = jwk.is_object() && jwk.contains("kid") && jwk["kid"].is_string();
+    return hasId ? place + " (kid " + Quote(jwk["kid"].get<std::string>()) + ")" : place;
+}
+
+std::string ReadAll(int file) {
+    std::string text;
+    std::size_t used = 0;
+    for (;;) {
+        constexpr std::size_t kPieceBytes = 4096;
+        text.resize(used + kPieceBytes);
+        const ssize_t count = read(file, text.data() + used, kPieceBytes);
+        if (count < 0 && errno != EINTR) {
+            throw Pellmar::IOException("cannot be read", errno);
+        }
+        if (count == 0) {
+            text.resize(used);
+            return text;
+        }
+        used += count > 0 ? static_cast<std::size_t>(count) : 0;
+        if (used > kMaxTrustSetBytes) {
+            throw Pellmar::IOException("is longer than " + std::to_string(kMaxTrustSetBytes) +
+                                       " bytes");
+        }
+    }
+}
+
+}  // namespace
+
+TrustedKeys ParseTrustSet(std::string_view text) {
+    constexpr Json::ParseOptions kOptions{kMaxTrustSetBytes, Json::Comments::Refused,
+                                          Json::Root::Object, Json::EqualNames::Refused};
+    json document;
+    Json::JsonError error;
+    if (!Json::Parse(text, kOptions, document, error)) {
+        throw Pellmar::Exception("is no JWK Set: line " + std::to_string(error.line) + ", column " +
+                                 std::to_string(error.column) + ": " + error.reason);
+    }
+    const auto list = document.find("keys");
+    if (list == document.end() || !list->is_array()) {
+        throw Pellmar::Exception("is no JWK Set: it has no list \"keys\"");
+    }
+    if (list->size() > kMaxTrustedKeys) {
+        throw Pellmar::Exception("holds more than " + std::to_string(kMaxTrustedKeys) + " keys");
+    }
+    TrustedKeys result;
+    for (std::size_t i = 0; i < list->size(); ++i) {
+        const json& jwk = (*list)[i];
+        std::string reason;
+        if (std::optional<PublicKey> key = PublicKey::FromJwk(jwk, reason)) {
+            result.keys.push_back(std::move(*key));
+        } else {
+            result.unused.push_back(NameOfKey(i, jwk) + ": " + reason);
+        }
+    }
+    return result;
+}
+
+std::optional<std::string> ReadTrustSet(const std::string& path) {
+    const std::string rootedPath = Sys::HostPath(path);
+    // Without waiting for a writer when the path is a FIFO's.
+    const Sys::OwnedFd file(open(rootedPath.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    if (!file.IsOpen()) {
+        if (errno == ENOENT) {
+            return std::nullopt;
+        }
+        throw Pellmar::IOException("cannot be opened", errno);
+    }
+    struct stat status {};
+    if (fstat(file.Get(), &status) != 0) {
+        throw Pellmar::IOException("cannot be read", errno);
+    }
+    if (!S_ISREG(status.st_mode)) {
+        throw Pellmar::IOException("is not a regular file");
+    }
+    return ReadAll(file.Get());
+}
+
+TrustSet::TrustSet(std::string path, Pellmar::Ref<Pellmar::Service::Logger> logger)
+    : path(std::move(path)), logger(std::move(logger)) {}
+
+const std::vector<PublicKey>& TrustSet::Keys() {
+    // Looked at before it is read: a change in between shows as one more reading.
+    const Stamp stamp = StampOf(Sys::HostPath(path));
+    if (lastStamp != stamp) {
+        Read();
+        lastStamp = stamp;
+    }
+    return keys;
+}
+
+TrustSet::Stamp TrustSet::StampOf(const std::string& rootedPath) {
+    struct stat status {};
+    if (::stat(rootedPath.c_str(), &status) != 0) {
+        return {errno};
+    }
+    return {0,
+            status.st_dev,
+            status.st_ino,
+            status.st_size,
+            Nanoseconds(status.st_mtim),
+            Nanoseconds(status.st_ctim)};
+}
+
+void TrustSet::Read() {
+    keys.clear();
+    try {
+        TrustedKeys loaded = Load();
+        for (const std::string& unused : loaded.unused) {
+            LogInternal(logger, 3, "Trust set %1: not used: %2", path, unused);
+        }
+        if (loaded.keys.empty()) {
+            throw Pellmar::Exception("holds no key that can be used");
+        }
+        keys = std::move(loaded.keys);
+        LogInternal(logger, 5, "Trust set %1 read, keys in use: %2", path, keys.size());
+    } catch (const std::exception& error) {
+        LogInternal(logger, 3, "Every token is refused: trust set %1 %2; %3", path, error.what(),
+                    kAdvice);
+    }
+}
+
+TrustedKeys TrustSet::Load() const {
+    if (path.empty() || path.front() != '/') {
+        throw Pellmar::Exception("is no absolute path (setting jwks)");
+    }
+    const std::optional<std::string> text = ReadTrustSet(path);
+    if (!text) {
+        throw Pellmar::NotFoundException("is missing");
+    }
+    if (text->empty()) {
+        throw Pellmar::Exception("is empty");
+    }
+    return ParseTrustSet(*text);
+}
+
+}  // namespace Token
