@@ -13,8 +13,8 @@ template <typename T>
 using Outcome = std::variant<T, Data::ErrorValue>;
 
 // Takes exactly one outcome and hands it to the one who waits. Move-only; the owner calls one of
-// SetValue and SetError once. Dropped without either, it delivers an internal server error, so that
-// nobody waits for ever.
+// SetValue, SetError and Set once. Dropped without either, it delivers an internal server error, so
+// that nobody waits for ever.
 template <typename T>
 class AsyncResult {
   public:
@@ -33,6 +33,8 @@ class AsyncResult {
 
     void SetValue(T value) { std::exchange(receiver, nullptr)(std::move(value)); }
     void SetError(Data::ErrorValue error) { std::exchange(receiver, nullptr)(std::move(error)); }
+    // One of the two, for links that pass an outcome on as it is.
+    void Set(Outcome<T> outcome) { std::exchange(receiver, nullptr)(std::move(outcome)); }
 
   private:
     Receiver receiver;

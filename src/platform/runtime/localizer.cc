@@ -71,7 +71,24 @@ constexpr CatalogueRow kEnglishRows[] = {
     {"quon.member.text", "The member \"%1\" must be one of these: %2."},
     {"quon.member.datetime",
      "The member \"%1\" is not a date-time: %2. Write it like 2024-02-29T12:30:00.000Z."},
+    // Metadata
+    {"quon.metadata.not.found",
+     "Nothing is known of \"%1\" here. The operation \"list\" of this service gives what there "
+     "is."},
+    {"quon.metadata.file.unusable",
+     "The metadata file %1 cannot be used: %2 Correct it, or install it again."},
+    {"quon.metadata.unreadable", "It cannot be read to its end."},
+    {"quon.metadata.not.json", "It is not a JSON object that can be used: %1."},
+    {"quon.metadata.too.long", "It is longer than %1 bytes."},
+    {"quon.metadata.other.package", "It is that of the package %1, where %2 is wanted."},
+    {"quon.metadata.repeated.id", "Two of its %1 have the id \"%2\"."},
+    {"quon.metadata.no.schemes", "It gives no authentication schemes for the operation %1."},
+    {"quon.metadata.privileges.conflict",
+     "It gives the privileges of the operation %1 twice, or for an operation that is open to all."},
     // Failures of the server
+    {"quon.operation.failed",
+     "The operation \"%1\" failed: %2. Try again; if it happens once more, report it together with "
+     "the server's log."},
     {"quon.operation.without.result",
      "The operation ended without a result. Try again; if it happens once more, report it together "
      "with the server's log."},
