@@ -16,7 +16,6 @@ import time
 
 import process_stats
 
-METADATA = os.path.join(os.path.dirname(os.path.abspath(__file__)), "../dist/quon/observability_quon_metadata.json")
 START_SECONDS = 10  # a server that is not ready after so long has failed
 STOP_SECONDS = 10
 LOG_TAIL_BYTES = 2000
@@ -135,9 +134,10 @@ class Daemon(Server):
         write_file(os.path.join(self.root, "etc/korvex/tabulon/oru/health/sentrel.json"),
                    json.dumps({"http_port": self.port, "plugin_resource_pool_size_MB": 64}))
         os.makedirs(os.path.join(self.root, "usr/lib/korvex/sentrel/plugins/bin"))  # empty: nothing is launched
-        if os.path.exists(METADATA):
+        metadata = os.path.join(os.path.dirname(binary), "../observability_quon_metadata.json")
+        if os.path.exists(metadata):
             os.makedirs(os.path.join(self.root, "usr/lib/korvex/quon"))
-            shutil.copy(METADATA, os.path.join(self.root, "usr/lib/korvex/quon"))
+            shutil.copy(metadata, os.path.join(self.root, "usr/lib/korvex/quon"))
         self.load_arguments = ["--port", str(self.port)]
 
     def start(self):
