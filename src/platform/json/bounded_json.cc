@@ -4,7 +4,6 @@
 
 #include <nlohmann/json.hpp>
 
-#include <algorithm>
 #include <string>
 #include <unordered_set>
 #include <utility>
@@ -13,18 +12,6 @@
 namespace Json {
 
 namespace {
-
-bool IsUtf8Continuation(char byte) { return (static_cast<unsigned char>(byte) & 0xC0) == 0x80; }
-
-JsonError ErrorAt(std::string_view text, Fault fault) {
-    const std::string_view before = text.substr(0, fault.offset);
-    const std::size_t lineStart = before.rfind('\n') + 1;  // npos + 1 is 0: the first line
-    const std::string_view line = before.substr(lineStart);
-    const auto lines = std::count(before.begin(), before.end(), '\n');
-    const auto continuations = std::count_if(line.begin(), line.end(), IsUtf8Continuation);
-    return {static_cast<std::size_t>(lines) + 1,
-            line.size() - static_cast<std::size_t>(continuations) + 1, std::move(fault.reason)};
-}
 
 // Parses a text that FindFault has passed, minding the names of each object that is open.
 class NameWatch {
@@ -63,7 +50,7 @@ bool Parse(std::string_view text, const ParseOptions& options, nlohmann::json& d
         return false;
     }
     if (std::optional<Fault> fault = FindFault(text, options.comments, options.root)) {
-        error = ErrorAt(text, std::move(*fault));
+        error = Locate(text, std::move(*fault));
         return false;
     }
     NameWatch names;

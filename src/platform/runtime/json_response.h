@@ -17,9 +17,9 @@ class ResponseDocument {
   public:
     ResponseDocument(std::string prefix, Data::DataValue value, std::string suffix);
 
-    // Appends the next piece to `piece`, at least `wantedBytes` unless the document ends before.
-    // False once everything was appended. Throws std::bad_alloc, and what a ListSource throws: the
-    // document is of no use then.
+    // Appends the next piece to `piece`: at least `wantedBytes`, or what is left. Returns whether
+    // anything is left, so that the call that returns false has appended the end. Throws
+    // std::bad_alloc, and what a ListSource throws: the document is of no use then.
     bool Next(std::string& piece, std::size_t wantedBytes);
 
   private:

@@ -5,7 +5,6 @@
 #include "platform/runtime/data_value.h"
 
 #include <cstddef>
-#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -22,13 +21,28 @@ class ValueWriter {
   public:
     explicit ValueWriter(Data::DataValue value);
 
-    // Appends the next part to `json`, at least `wantedBytes` unless the value ends before, and
-    // more by no more than one scalar value or list element. False once everything was appended.
+    // Appends the next part to `json`: at least `wantedBytes`, or what is left, and more by no more
+    // than one scalar value. Returns whether anything is left. What a ListSource throws passes
+    // through; the writer is of no use then.
     bool Next(std::string& json, std::size_t wantedBytes);
 
   private:
-    struct Level;
+    // A container that is open.
+    struct Level {
+        Data::DataValue container;
+        std::size_t next;  // the index of its next field or element
+        bool isAtStart;    // nothing of it is written yet
+    };
 
+    // Writes a scalar value, or the opening of a container.
+    void Begin(const Data::DataValue& value, std::string& json);
+    // Goes on by one field, element or closing of the innermost container.
+    void Step(std::string& json);
+    void Separate(std::string& json);
+    void End(char closing, std::string& json);
+
+    Data::DataValue root;
+    bool isStarted = false;
     std::vector<Level> levels;
 };
 
