@@ -9,9 +9,22 @@
 #include "plugins/plugin_launcher.h"
 #include "plugins/resource_group.h"
 
+#include <boost/asio/io_context.hpp>
+
+#include <cstdint>
 #include <exception>
 
 namespace Sentrel {
+
+namespace {
+
+constexpr std::uint16_t kApiPort = 9984;
+
+}  // namespace
+
+Daemon::Daemon() = default;
+
+Daemon::~Daemon() = default;
 
 void Daemon::Run(const std::string& reportDirectory) {
     try {
@@ -33,9 +46,16 @@ void Daemon::Start(const std::string& reportDirectory) {
     PluginLauncher::GetInstance()->Start();
     // The first launch is half a minute away; what to reserve is known now.
     Kernel::PrepareGroups(kPluginGroupPath, static_cast<unsigned>(Plugin::sResourcePoolSizeMB));
+    ioService = std::make_unique<boost::asio::io_context>();
+    apiEndpoint = Pellmar::MakeRef<HealthApi::Endpoint>(kApiPort, *ioService);
+    apiEndpoint->Start(reportDirectory);
+    Pellmar::Service::LogInternal(Pellmar::Service::GetApp().GetLogger(), 5,
+                                  "quon endpoint started at %1", kApiPort);
 }
 
 void Daemon::TearDown() {
+    apiEndpoint.Reset();
+    ioService.reset();
     intakeEndpoint.Reset();
     configReader.Reset();
 }

@@ -5,7 +5,9 @@
 #include "intake/endpoint.h"
 #include "platform/pellmar/config.h"
 #include "platform/pellmar/object.h"
+#include "quon/endpoint/endpoint.h"
 
+#include <memory>
 #include <string>
 
 namespace Sentrel {
@@ -13,6 +15,9 @@ namespace Sentrel {
 // One a process. Main thread, after InitApp.
 class Daemon {
   public:
+    Daemon();
+    ~Daemon();
+
     // Runs until the framework ends the application and then ends the process: with status 0 after
     // the teardown; or with status 1, one level-3 line and nothing torn down, when a part cannot be
     // started or the run loop fails. `reportDirectory` ends in "/", or is empty.
@@ -24,6 +29,8 @@ class Daemon {
 
     Pellmar::Ref<Pellmar::Service::ConfigReader> configReader;
     Pellmar::Ref<Endpoint> intakeEndpoint;
+    std::unique_ptr<boost::asio::io_context> ioService;
+    Pellmar::Ref<HealthApi::Endpoint> apiEndpoint;
 };
 
 }  // namespace Sentrel

@@ -63,18 +63,14 @@ std::string TextOf(const OrderedJson& object, const char* member) {
     return found != object.end() && found->is_string() ? found->get<std::string>() : "";
 }
 
+// What the caller of the tool can do beside what the API's own message says.
 std::string Advice(std::string_view errorName) {
     if (errorName.ends_with(".unauthenticated")) {
-        return "; give a token that the daemon trusts with --token-file (\"sentrelctl token "
-               "issue\" makes one), the log of the daemon says why this one is refused";
-    }
-    if (errorName.ends_with(".unauthorized")) {
-        return "; the token needs the entitlement observability.reports.read (\"sentrelctl token "
-               "issue --entitlement\")";
+        return " (\"sentrelctl token issue\" makes a token, --token-file names its file)";
     }
     if (errorName.ends_with(".operation_not_found")) {
-        return "; \"sentrelctl call com.korvex.quon.std.introspection.service.list\" names the "
-               "services";
+        return " (\"sentrelctl call com.korvex.quon.std.introspection.service.list\" names the "
+               "services)";
     }
     return "";
 }

@@ -134,6 +134,9 @@ std::optional<HttpResponse> RawConnection::ReadResponse() {
     }
     HttpResponse response = ParseHead(std::string_view(received).substr(0, headEnd + 2));
     received.erase(0, headEnd + 4);
+    if (response.Field("Transfer-Encoding") == "chunked") {
+        return ReadChunks(response.body) ? std::optional(std::move(response)) : std::nullopt;
+    }
     const std::string length = response.Field("Content-Length");
     const std::size_t bodySize = length.empty() ? 0 : static_cast<std::size_t>(ToNumber(length));
     while (received.size() < bodySize) {
@@ -144,6 +147,32 @@ std::optional<HttpResponse> RawConnection::ReadResponse() {
     response.body = received.substr(0, bodySize);
     received.erase(0, bodySize);
     return response;
+}
+
+bool RawConnection::ReadChunks(std::string& body) {
+    for (;;) {
+        std::size_t lineEnd = 0;
+        while ((lineEnd = received.find("\r\n")) == std::string::npos) {
+            if (!ReceiveMore()) {
+                return false;
+            }
+        }
+        const std::size_t size = std::stoul(received.substr(0, lineEnd), nullptr, 16);
+        const std::size_t dataStart = lineEnd + 2;
+        while (received.size() < dataStart + size + 2) {
+            if (!ReceiveMore()) {
+                return false;
+            }
+        }
+        if (received.compare(dataStart + size, 2, "\r\n") != 0) {
+            throw std::runtime_error("a chunk that does not end where it should");
+        }
+        body.append(received, dataStart, size);
+        received.erase(0, dataStart + size + 2);
+        if (size == 0) {
+            return true;
+        }
+    }
 }
 
 std::string RawConnection::ReadUntilClosed() {

@@ -40,13 +40,16 @@ class RawConnection {
     void Reset();
     void Close() { socket.Reset(); }
 
-    // One response, interim ones (100) too. Nothing when the server closes before it is complete.
+    // One response, interim ones (100) too, the body put together when it comes in chunks. Nothing
+    // when the server closes before it is complete.
     // Throws when what arrives is no response.
     std::optional<HttpResponse> ReadResponse();
     // All that arrives until the server ends or resets the connection.
     std::string ReadUntilClosed();
 
   private:
+    // False when the server closes before the last chunk.
+    bool ReadChunks(std::string& body);
     bool ReceiveMore();
 
     Sys::OwnedFd socket;

@@ -2,6 +2,7 @@
 
 #include "support/network_namespace.h"
 
+#include <filesystem>
 #include <stdexcept>
 
 namespace {
@@ -16,6 +17,12 @@ class NamespaceEnvironment : public testing::Environment {
     testing::AddGlobalTestEnvironment(new NamespaceEnvironment);
 
 }  // namespace
+
+Scenario::Scenario() {
+    const std::filesystem::path metadata = host.Root() + kMetadataPath;
+    std::filesystem::create_directories(metadata.parent_path());
+    std::filesystem::copy_file(SENTREL_METADATA_FILE, metadata);
+}
 
 ::Test::DaemonOptions Scenario::Options() const {
     ::Test::DaemonOptions options;

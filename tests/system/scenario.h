@@ -24,8 +24,13 @@ inline constexpr bool kHasThreadSanitizer = true;
 inline constexpr bool kHasThreadSanitizer = false;
 #endif
 
+inline constexpr char kMetadataPath[] = "/usr/lib/korvex/quon/observability_quon_metadata.json";
+
 class Scenario : public testing::Test {
   protected:
+    // A host with the API's metadata file, without which no daemon starts.
+    Scenario();
+
     // The daemon with `-r` and the report directory, all of its log, and the host as its root.
     ::Test::DaemonOptions Options() const;
     // Starts the daemon (the one before is killed) and waits until it serves. Throws when it does

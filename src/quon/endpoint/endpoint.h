@@ -33,13 +33,14 @@ class Endpoint : public Pellmar::ObjectImpl {
     void Start(const std::string& reportDirectory);
 
   private:
-    void RunContext();
+    void StartServer(std::shared_ptr<Quon::AsyncApiProvider> provider);
 
     const std::uint32_t port;
     const Pellmar::Ref<Pellmar::Service::Logger> logger;
     boost::asio::io_context& ioService;
     std::shared_ptr<Quon::Transport::PicoHttp::AsioTcpApiServer> server;
-    std::future<void> run;  // ready when the context has been left for good; invalid before Start
+    std::future<void>
+        runEnd;  // ready when the context has been left for good; invalid before Start
 };
 
 }  // namespace Sentrel::HealthApi

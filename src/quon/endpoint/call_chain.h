@@ -1,0 +1,37 @@
+// The chain of call handlers, from the audit of every call down to the services: what stands in it
+// and in which order. How each link works is the runtime's.
+#pragma once
+
+#include "platform/pellmar/logger.h"
+#include "platform/pellmar/object.h"
+#include "platform/runtime/call.h"
+#include "platform/runtime/enqueuer.h"
+#include "platform/runtime/metadata.h"
+
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace Sentrel::HealthApi {
+
+// The package of the reports service, and the file with its metadata (a host path).
+inline constexpr std::string_view kPackage = "com.korvex.oru.observability";
+inline constexpr std::string_view kMetadataPath =
+    "/usr/lib/korvex/quon/observability_quon_metadata.json";
+
+// What a broken set-up panics with: the host's usual format, the source, and a number for each
+// check.
+inline constexpr const char* kVerifyFormat = "VERIFY %s:%d\n";
+inline constexpr const char* kVerifySource = "apps/sentrel/quon/endpoint";
+
+// The outermost link. `logger` is the endpoint's; the reports of `reportDirectory` are published.
+// Stops the process (Panic) when the authorization metadata cannot be used.
+std::shared_ptr<Quon::AsyncApiProvider> CreateLocalProvider(
+    const std::shared_ptr<Quon::Enqueuer>& enqueuer,
+    const std::shared_ptr<Quon::Provider::Metadata::Cli::MetadataContainer>& cliMetadata,
+    const std::shared_ptr<Quon::Provider::Metadata::Metamodel::MetadataContainer>& modelMetadata,
+    const std::shared_ptr<Quon::Provider::Metadata::Authentication::MetadataContainer>&
+        authnMetadata,
+    const std::string& reportDirectory, const Pellmar::Ref<Pellmar::Service::Logger>& logger);
+
+}  // namespace Sentrel::HealthApi

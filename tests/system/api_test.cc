@@ -1,0 +1,259 @@
+// The reports API of the whole daemon: what a client with a token reads, who is refused and what
+// the host's logs tell of it, and when the daemon starts without it or not at all.
+#include "support/http_client.h"
+#include "system/api_caller.h"
+#include "system/scenario.h"
+
+#include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
+
+#include <csignal>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+
+namespace {
+
+using nlohmann::json;
+using ::Test::HttpClient;
+using ::Test::HttpResponse;
+using ::Test::ReadFile;
+using ::Test::ReportDocument;
+using ::Test::WriteFile;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::SizeIs;
+using testing::UnorderedElementsAre;
+
+constexpr char kErrors[] = "com.korvex.quon.std.errors.";
+constexpr char kIntrospection[] = "com.korvex.quon.std.introspection.service.list";
+
+class Api : public Scenario {
+  protected:
+    std::vector<json> AuditRecords() const {
+        std::vector<json> records;
+        std::istringstream lines(ReadFile(host.Root() + "/var/log/korvex/audit.jsonl"));
+        for (std::string line; std::getline(lines, line);) {
+            records.push_back(json::parse(line));
+        }
+        return records;
+    }
+
+    const ApiCaller api{host};
+    const std::string token = api.TokenFor("alice", {kReadPrivilege});
+};
+
+TEST_F(Api, ListsAndGetsWhatWasPosted) {
+    Start();
+    HttpClient plugin;
+    for (const char* name : {"cpu", "disk.sda", "cpu"}) {
+        ASSERT_EQ(plugin.Post(std::string("/") + name, ReportDocument(name, 3)), 200);
+    }
+    const json brief = api.Call(kListMethod, "{}", token);
+    ASSERT_THAT(brief["result"]["reports"], SizeIs(2)) << brief;
+    for (const json& report : brief["result"]["reports"]) {
+        EXPECT_EQ(report.size(), 2U) << report;
+        EXPECT_THAT(report["time"].get<std::string>(), testing::EndsWith(".000Z"));
+    }
+    const json full =
+        api.Call(kListMethod, R"({"detail":"FULL","filter":{"names":["CPU","none"]}})", token);
+    const json info = {{"time", "2024-05-06T07:08:09.000Z"},
+                       {"status", "OK"},
+                       {"unstructured", R"({"padding":"xxx"})"}};
+    json summary = info;
+    summary["name"] = "cpu";
+    EXPECT_EQ(full, (json{{"jsonrpc", "2.0"}, {"id", 7}, {"result", {{"reports", {summary}}}}}));
+    EXPECT_EQ(api.Call(kGetMethod, R"({"name":"disk.sda"})", token)["result"], info);
+    EXPECT_EQ(api.Call(kGetMethod, R"({"name":"memory"})", token)["error"]["data"]["errorType"],
+              "NOT_FOUND");
+}
+
+// Each call leaves one audit record, and no token is written anywhere.
+TEST_F(Api, RefusesWhoMayNotReadAndAuditsEveryCall) {
+    Start();
+    const std::string plain = api.TokenFor("bob", {"observability.reports.write"});
+    std::string tampered = token;
+    tampered[tampered.rfind('.') + 1] ^= 1;
+    struct Row {
+        const char* method;
+        const char* parameters;
+        std::string token;
+        std::string error;  // empty: none
+        const char* subject;
+        const char* object;
+    };
+    const Row rows[] = {
+        {kListMethod, "{}", "", "unauthenticated", "", "com.korvex.oru.observability.reports:list"},
+        {kGetMethod, R"({"name":"cpu"})", tampered, "unauthenticated", "",
+         "com.korvex.oru.observability.reports:get"},
+        {kIntrospection, "{}", "nonsense", "unauthenticated", "",
+         "com.korvex.quon.std.introspection.service:list"},
+        {kListMethod, R"({"nonsense":1})", plain, "unauthorized", "bob",
+         "com.korvex.oru.observability.reports:list"},
+        {kListMethod, R"({"nonsense":1})", token, "invalid_argument", "alice",
+         "com.korvex.oru.observability.reports:list"},
+        {"com.korvex.nothing.list", "{}", "", "unauthenticated", "", "com.korvex.nothing:list"},
+        {"com.korvex.nothing.list", "{}", plain, "operation_not_found", "bob",
+         "com.korvex.nothing:list"},
+        {kIntrospection, "{}", "", "", "", "com.korvex.quon.std.introspection.service:list"},
+        {kListMethod, "{}", token, "", "alice", "com.korvex.oru.observability.reports:list"},
+    };
+    std::size_t calls = 0;
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.method + (" as \"" + std::string(row.subject) + "\" " + row.error));
+        const json answer = api.Call(row.method, row.parameters, row.token);
+        EXPECT_EQ(answer.contains("error"), !row.error.empty()) << answer;
+        if (!row.error.empty()) {
+            EXPECT_EQ(answer["error"]["data"]["error"], kErrors + row.error);
+        }
+        const std::vector<json> records = AuditRecords();
+        ASSERT_EQ(records.size(), ++calls);
+        EXPECT_EQ(records.back()["eventID"], "api.call");
+        EXPECT_EQ(records.back()["subject"], row.subject);
+        EXPECT_EQ(records.back()["object"], row.object);
+        EXPECT_EQ(records.back()["success"], row.error.empty());
+    }
+    EXPECT_THAT(LogFrom(0, "3 OruObservabilityJWTHandler"), SizeIs(2));
+    for (const std::string& secret : {token, plain, tampered}) {
+        const std::string signature = secret.substr(secret.rfind('.') + 2);
+        EXPECT_EQ(daemon->CountLog(signature), 0U);
+    }
+}
+
+TEST_F(Api, SaysAloudThatACallCannotBeAudited) {
+    std::filesystem::create_directories(host.Root() + "/var/log/korvex/audit.jsonl");
+    Start();
+    EXPECT_TRUE(api.Call(kListMethod, "{}", token).contains("result"));
+    EXPECT_THAT(LogFrom(0, "3 KvxAudit"), ElementsAre(HasSubstr("reports:list")));
+}
+
+TEST_F(Api, TrustsAKeyThatIsAddedWhileItRuns) {
+    std::filesystem::remove_all(host.Root() + "/etc/korvex/oru");
+    Start();
+    EXPECT_EQ(api.Call(kListMethod, "{}", token)["error"]["data"]["errorType"], "UNAUTHENTICATED");
+    const ApiCaller added(host);
+    EXPECT_TRUE(
+        added.Call(kListMethod, "{}", added.TokenFor("eve", {kReadPrivilege})).contains("result"));
+}
+
+TEST_F(Api, ServesBothAddressesAndNoOther) {
+    Start();
+    const std::string document =
+        std::string(R"({"jsonrpc":"2.0","id":1,"method":")") + kIntrospection + "\"}";
+    for (const char* address : {"127.0.0.1", "::1"}) {
+        EXPECT_EQ(ApiCaller::Post(document, "", address).status, 200) << address;
+    }
+    EXPECT_THROW(ApiCaller::Post(document, "", "127.0.0.2"), std::system_error);
+}
+
+// Holds port 9984 of one address as long as it lives.
+class TakenPort {
+  public:
+    explicit TakenPort(int family) : socket(::socket(family, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+        sockaddr_in6 address6{};
+        address6.sin6_family = AF_INET6;
+        address6.sin6_port = htons(kApiPort);
+        address6.sin6_addr = in6addr_loopback;
+        sockaddr_in address4{};
+        address4.sin_family = AF_INET;
+        address4.sin_port = htons(kApiPort);
+        address4.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        const bool is6 = family == AF_INET6;
+        const void* address = is6 ? static_cast<const void*>(&address6) : &address4;
+        EXPECT_EQ(::bind(socket.Get(), static_cast<const sockaddr*>(address),
+                         is6 ? sizeof(address6) : sizeof(address4)),
+                  0);
+        EXPECT_EQ(::listen(socket.Get(), 1), 0);
+    }
+
+  private:
+    const Sys::OwnedFd socket;
+};
+
+TEST_F(Api, RunsOnWithoutTheListenersThatFail) {
+    const TakenPort taken4(AF_INET);
+    {
+        Start();
+        EXPECT_THAT(LogFrom(0, "5 sentrelquonEndpoint: IPv4 Failed"),
+                    ElementsAre("5 sentrelquonEndpoint: IPv4 Failed to listen on: "
+                                "127.0.0.1:9984 ec: system:98"));
+        const std::string document =
+            std::string(R"({"jsonrpc":"2.0","id":1,"method":")") + kIntrospection + "\"}";
+        EXPECT_EQ(ApiCaller::Post(document, "", "::1").status, 200);
+        EXPECT_EQ(daemon->Stop(), 0);
+    }
+    const TakenPort taken6(AF_INET6);
+    Start();
+    EXPECT_THAT(LogFrom(0, "5 sentrelquonEndpoint: IPv"), SizeIs(2));
+    EXPECT_EQ(daemon->CountLog("sentrelquonEndpoint: Running IO service."), 1U);
+    EXPECT_EQ(HttpClient().Post("/cpu", ReportDocument("cpu")), 200);
+}
+
+TEST_F(Api, StartsAndEndsInOrder) {
+    Start();
+    EXPECT_EQ(daemon->Stop(), 0);
+    std::vector<std::string> lines = LogFrom(0, "5 sentrelquonEndpoint");
+    const std::vector<std::string> last = LogFrom(0, "5 sentrel: quon");
+    lines.insert(lines.end(), last.begin(), last.end());
+    const std::string file = kMetadataPath;
+    const std::string from = " metadata com.korvex.oru.observability from " + file;
+    EXPECT_THAT(lines, ElementsAre("5 sentrelquonEndpoint: Initialized the HTTP quon endpoint",
+                                   "5 sentrelquonEndpoint: Loading CLI" + from,
+                                   "5 sentrelquonEndpoint: Loading Model" + from,
+                                   "5 sentrelquonEndpoint: Loading Authn" + from,
+                                   "5 sentrelquonEndpoint: Publishing reports from: " +
+                                       host.ReportDirectory() + "/",
+                                   "5 sentrelquonEndpoint: Starting quon endpoint at 9984",
+                                   "5 sentrelquonEndpoint: Listening on: 127.0.0.1:9984",
+                                   "5 sentrelquonEndpoint: Listening on: [::1]:9984",
+                                   "5 sentrelquonEndpoint: Running IO service.",
+                                   "5 sentrelquonEndpoint: quon endpoint stopped",
+                                   "5 sentrel: quon endpoint started at 9984"));
+    EXPECT_THAT(LogFrom(0, "5 AuthzHandler"),
+                ElementsAre("5 AuthzHandler: Loading authz metadata file:" + file));
+}
+
+TEST_F(Api, DoesNotStartOnMetadataThatItCannotUse) {
+    const std::string path = host.Root() + kMetadataPath;
+    const json good = json::parse(ReadFile(path));
+    const auto without = [&good](const char* section) {
+        json document = good;
+        document.erase(section);
+        return document.dump();
+    };
+    json unprotected = good;
+    unprotected["authorization"]["operations"] = json::object();
+    struct Row {
+        const char* name;
+        std::string text;
+        const char* failure;
+        const char* panic;
+    };
+    const Row rows[] = {
+        {"no JSON", "{", "sentrelquonEndpoint: Failed to load cli metadata", ":383"},
+        {"no cli section", without("cli"), "sentrelquonEndpoint: Failed to load cli metadata",
+         ":383"},
+        {"no model section", without("metamodel"),
+         "sentrelquonEndpoint: Failed to load Metamodel metadata", ":389"},
+        {"no authn section", without("authentication"),
+         "sentrelquonEndpoint: Failed to load authentication metadata", ":396"},
+        {"no authz section", without("authorization"),
+         "sentrelquonEndpoint: Failed to load authorization metadata", ":298"},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        WriteFile(path, row.text);
+        daemon.emplace(Options());
+        EXPECT_EQ(daemon->WaitForEnd(), -SIGABRT);
+        EXPECT_EQ(daemon->CountLog(row.failure), 1U) << daemon->Log();
+        EXPECT_EQ(daemon->CountLog(std::string("VERIFY apps/sentrel/quon/endpoint") + row.panic),
+                  1U);
+    }
+}
+
+}  // namespace
