@@ -1,0 +1,177 @@
+// One request on a connection, after its head: expectation, body, call and answer.
+#include "quon/transport/connection.h"
+#include "quon/transport/connection_table.h"
+#include "quon/transport/responses.h"
+#include "quon/transport/transport_error.h"
+
+#include <exception>
+#include <utility>
+#include <variant>
+
+namespace Quon::Transport::PicoHttp {
+
+void Connection::HandleRequest() {
+    if (facts.expectation == Expectation::Unknown) {
+        Log(kMilestone, "Invalid Http request: Expect header value is not 100-continue");
+        return SendText(std::string(kExpectationFailed), &Connection::OnLastTextSent);
+    }
+    if (facts.requestFormats != kJson) {
+        Log(kPerRequest, "Request is considered as bad");
+        return Reject();
+    }
+    body.emplace(facts, services->configuration.httpBodySizeLimitInBytes);
+    if (facts.expectation == Expectation::Continue && body->WantsBytes()) {
+        return SendText(std::string(kContinue), &Connection::OnContinueSent);
+    }
+    BeginWait(services->configuration.readTimeout);
+    TakeBody();
+}
+
+void Connection::OnContinueSent(const std::error_code& error, std::size_t) {
+    if (error) {
+        return Fail(kSendFailed, error);
+    }
+    BeginWait(services->configuration.readTimeout);
+    TakeBody();
+}
+
+void Connection::TakeBody() {
+    std::string_view received = input.Unread();
+    const std::size_t arrived = received.size();
+    const BodyReader::Progress progress = body->Take(received);
+    input.Consume(arrived - received.size());
+    switch (progress) {
+        case BodyReader::Progress::NeedsMore:
+            return DoReadBody();
+        case BodyReader::Progress::Failed:
+            return RefuseBody(body->Error());
+        case BodyReader::Progress::Complete:
+            break;
+    }
+    std::string document = body->Release();
+    body.reset();
+    HandleDocument(std::move(document));
+}
+
+void Connection::DoReadBody() {
+    table.BoundBodies();
+    if (isOpen) {  // it may have been this one that had to go
+        stream.Receive(input.Room(), Then(&Connection::OnBodyBytes));
+    }
+}
+
+void Connection::OnBodyBytes(const std::error_code& error, std::size_t count) {
+    if (error || count == 0) {
+        return RefuseBody(error ? error : TransportError::IncompleteBody);
+    }
+    input.Add(count);
+    TakeBody();
+}
+
+void Connection::RefuseBody(const std::error_code& reason) {
+    if (services->logger->IsOn(kPerRequest)) {
+        Log(kPerRequest,
+            "RequestReadCb: " + std::to_string(body->Size()) + " Error: " + Describe(reason));
+    }
+    body.reset();
+    Reject();
+}
+
+void Connection::Reject() {
+    const ServerConfiguration& configuration = services->configuration;
+    SendText(
+        RejectedResponse(facts, configuration.httpBodySizeLimitInBytes, configuration.localizer),
+        &Connection::OnRejectionSent);
+}
+
+void Connection::OnRejectionSent(const std::error_code& error, std::size_t count) {
+    Log(kPerRequest,
+        error ? "Failed to send InvalidRequest response:" : "Sent InvalidRequest response:");
+    OnLastTextSent(error, count);
+}
+
+void Connection::HandleDocument(std::string document) {
+    auto read = services->deserializer.Deserialize(document);
+    document = std::string();  // a call may take long and need memory
+    if (const auto* error = std::get_if<Protocol::Json::JsonRequestError>(&read)) {
+        return SendText(ReaderErrorResponse(facts, *error), &Connection::OnReaderErrorSent);
+    }
+    auto& request = std::get<Protocol::Json::JsonRequest>(read);
+    requestId = std::move(request.id);
+    const auto call = std::make_shared<Call>();
+    call->service = std::move(request.service);
+    call->operation = std::move(request.operation);
+    call->parameters = std::move(request.parameters);
+    call->context.token = std::exchange(facts.token, std::nullopt);
+    EndWait();
+    services->provider->Invoke(
+        call, CallResult([weak = weak_from_this(), call](Outcome<Data::DataValue> outcome) {
+            if (const auto self = weak.lock()) {
+                self->Run([&] { self->OnCallEnded(call->context, std::move(outcome)); });
+            }
+        }));
+}
+
+void Connection::OnReaderErrorSent(const std::error_code& error, std::size_t) {
+    if (error) {
+        Log(kPerRequest, "Failed to sent Deserializer error " + Describe(error));
+        return Fail(kSendFailed, error);
+    }
+    Log(kPerRequest, "Response head sent (Deserializer error): 200");
+    FinishRequest();
+}
+
+void Connection::OnCallEnded(const CallContext& context, Outcome<Data::DataValue> outcome) {
+    if (context.authentication && !context.authentication->anonymous) {
+        isVerified = true;
+    }
+    answer.emplace(facts, requestId, std::move(outcome));
+    DoSendPiece(&Connection::OnFirstPieceSent);
+}
+
+void Connection::DoSendPiece(Step step) {
+    BeginWait(services->configuration.writeTimeout);
+    if (stream.Send({answer->First(), answer->Second()}, Then(step))) {
+        (this->*step)({}, 0);
+    }
+}
+
+void Connection::OnFirstPieceSent(const std::error_code& error, std::size_t) {
+    if (error) {
+        Log(kPerRequest, "Failed to sent response head");
+        return Fail(kSendFailed, error);
+    }
+    Log(kTracing, "Response head sent: 200");
+    FinishPiece();
+}
+
+void Connection::OnPieceSent(const std::error_code& error, std::size_t) {
+    if (error) {
+        Log(kPerRequest, "Failed to sent response body " + Describe(error));
+        return Fail(kSendFailed, error);
+    }
+    FinishPiece();
+}
+
+// Other connections have their turn between two pieces.
+void Connection::FinishPiece() {
+    if (!answer->IsLast()) {
+        return stream.Post(
+            [self = shared_from_this()] { self->Run([&] { self->ProduceNextPiece(); }); });
+    }
+    answer.reset();
+    FinishRequest();
+}
+
+// Once the head is out, the only way to say that something failed is to cut the answer.
+void Connection::ProduceNextPiece() {
+    try {
+        answer->Next();
+    } catch (const std::exception& failure) {
+        Log(kMilestone, std::string("Failed to deliver response. EC: ") + failure.what());
+        return Close();
+    }
+    DoSendPiece(&Connection::OnPieceSent);
+}
+
+}  // namespace Quon::Transport::PicoHttp

@@ -1,0 +1,37 @@
+// The bytes that arrived on a connection and were not used yet.
+#pragma once
+
+#include "quon/transport/limits.h"
+
+#include <cstddef>
+#include <cstring>
+#include <memory>
+#include <span>
+#include <string_view>
+
+namespace Quon::Transport::PicoHttp {
+
+// As large as the largest head.
+class InputBuffer {
+  public:
+    std::string_view Unread() const { return {bytes.get() + begin, end - begin}; }
+    void Consume(std::size_t count) { begin += count; }
+    void Clear() { begin = end = 0; }
+
+    // Where to receive to; empty when all of the buffer is unread. Moves what is unread.
+    std::span<char> Room() {
+        std::memmove(bytes.get(), bytes.get() + begin, end - begin);
+        end -= begin;
+        begin = 0;
+        return {bytes.get() + end, kMaxHeadBytes - end};
+    }
+    // Of the room, that many bytes were filled.
+    void Add(std::size_t count) { end += count; }
+
+  private:
+    const std::unique_ptr<char[]> bytes = std::make_unique_for_overwrite<char[]>(kMaxHeadBytes);
+    std::size_t begin = 0;
+    std::size_t end = 0;
+};
+
+}  // namespace Quon::Transport::PicoHttp

@@ -1,0 +1,35 @@
+// The bounds of the API port: what one client, and all of them together, can hold. The times of the
+// single operations and the size of a request come with the configuration.
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+
+namespace Quon::Transport::PicoHttp {
+
+// A head with its closing empty line, and what a connection reads ahead.
+inline constexpr std::size_t kMaxHeadBytes = 16 * 1024;
+// What is produced of an answer before it is sent; a client that does not read holds one of these.
+inline constexpr std::size_t kPieceBytes = 64 * 1024;
+// What a connection that was answered early may still send before it is cut.
+inline constexpr std::size_t kMaxLingerBytes = 16 * 1024 * 1024;
+// Of an unfinished body, what counts against nobody: most requests stay below it.
+inline constexpr std::size_t kFreeBodyBytes = 16 * 1024;
+// Connections that the kernel keeps ready for a listener.
+inline constexpr int kListenBacklog = 128;
+
+// As they are outside tests.
+struct ServerLimits {
+    // Open connections. For each further one, the one that waits longest for its client and never
+    // showed a good token is closed.
+    std::size_t maxConnections = 256;
+    // Unfinished bodies of all connections that never showed a good token. Beyond it, the one that
+    // has been sending longest is closed.
+    std::size_t maxUnverifiedBodyBytes = 40'000'000;
+    // For a client to see its answer before the connection is closed.
+    std::chrono::nanoseconds linger = std::chrono::seconds(5);
+    // After the descriptors have run out.
+    std::chrono::nanoseconds acceptDelay = std::chrono::milliseconds(500);
+};
+
+}  // namespace Quon::Transport::PicoHttp

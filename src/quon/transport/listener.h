@@ -1,0 +1,56 @@
+// One listening socket of the API: opens it and hands the connections that it accepts on.
+#pragma once
+
+#include "platform/runtime/logger.h"
+#include "quon/transport/server_configuration.h"
+
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <system_error>
+
+namespace boost::asio {
+class io_context;
+}
+
+namespace Quon::Transport::PicoHttp {
+
+class ConnectionTable;
+
+enum class AddressFamily { V4, V6 };
+
+// The thread of the I/O context, which outlives it.
+class Listener : public std::enable_shared_from_this<Listener> {
+  public:
+    // The connections go to `connections`.
+    Listener(boost::asio::io_context& context, std::shared_ptr<Logger> logger,
+             const ServerLimits& limits, std::shared_ptr<ConnectionTable> connections);
+    ~Listener();
+
+    // Listens and accepts from now on. A failure is logged; false then. Throws
+    // boost::system::system_error ("set_option") when an IPv6 socket cannot be kept to IPv6. Once.
+    bool Start(AddressFamily family, const ListenEndpoint& endpoint);
+    void Close();
+
+    // In use; 0 when it does not listen.
+    std::uint16_t Port() const;
+
+  private:
+    struct Sockets;
+
+    void DoAccept();
+    void Accept();
+    void OnAcceptFailed(int error);
+    void DelayAccept();
+    void LogAcceptError(const std::error_code& error, std::string_view kind) const;
+
+    const std::shared_ptr<Logger> logger;
+    const std::chrono::nanoseconds acceptDelay;
+    const std::shared_ptr<ConnectionTable> connections;
+    const std::unique_ptr<Sockets> sockets;
+    std::string address;  // bound, such as "[::1]:9984"
+};
+
+}  // namespace Quon::Transport::PicoHttp

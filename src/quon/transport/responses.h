@@ -1,0 +1,48 @@
+// The answers as bytes: the fixed ones, the rejection, the error of the document's reader, and the
+// heads. Answers of calls, which may be long, are call_answer.h.
+#pragma once
+
+#include "platform/runtime/json_request.h"
+#include "platform/runtime/json_response.h"
+#include "platform/runtime/localizer.h"
+#include "quon/transport/request_facts.h"
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <system_error>
+
+namespace Quon::Transport::PicoHttp {
+
+inline constexpr std::string_view kContinue = "HTTP/1.1 100 Continue\r\n\r\n";
+inline constexpr std::string_view kExpectationFailed =
+    "HTTP/1.1 417 Expectation Failed\r\nConnection: close\r\nContent-Length: 0\r\n\r\n";
+// After the last chunk, without trailers.
+inline constexpr std::string_view kLastChunk = "0\r\n\r\n";
+
+// To a head that cannot be read. The error's text follows its end, for people who look at bytes.
+std::string BadRequestResponse(const std::error_code& error);
+
+// To a request that cannot be served, saying why: no fitting content type, a declared length over
+// `maxBodyBytes`, or anything else.
+std::string RejectedResponse(const RequestFacts& facts, std::size_t maxBodyBytes,
+                             const L10n::Localizer& localizer);
+
+// To a document that cannot be read.
+std::string ReaderErrorResponse(const RequestFacts& facts,
+                                const Protocol::Json::JsonRequestError& error);
+
+// The head of the answer of a call. `errorName` is empty for a result. Without `bodyLength` the
+// body is in chunks.
+std::string OperationHead(const RequestFacts& facts, std::string_view errorName,
+                          std::optional<std::size_t> bodyLength);
+
+// The document in the response format (one bit) of the request; `id` is JSON text.
+Protocol::Json::ResponseDocument ResultDocument(unsigned responseFormat, std::string_view id,
+                                                Data::DataValue value);
+Protocol::Json::ResponseDocument ErrorDocument(unsigned responseFormat, std::string_view id,
+                                               const Data::ErrorValue& error,
+                                               std::optional<int> readerCode);
+
+}  // namespace Quon::Transport::PicoHttp

@@ -1,0 +1,34 @@
+// What the owner of the API server decides about it.
+#pragma once
+
+#include "platform/runtime/localizer.h"
+#include "quon/transport/limits.h"
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+namespace Quon::Transport::PicoHttp {
+
+struct ListenEndpoint {
+    std::string address;     // numeric, such as "127.0.0.1" or "::1"
+    std::uint16_t port = 0;  // 0: one that the kernel chooses
+};
+
+struct ServerConfiguration {
+    ListenEndpoint endpoint4;
+    ListenEndpoint endpoint6;
+    // For a client to send a head, counted from its first byte, or a body; also for a kept
+    // connection without a request.
+    std::chrono::nanoseconds readTimeout = std::chrono::minutes(20);
+    // For a client to take one piece of an answer.
+    std::chrono::nanoseconds writeTimeout = std::chrono::minutes(30);
+    std::size_t httpBodySizeLimitInBytes = 2'500'000;
+    // Of a request document, for its reader.
+    std::size_t requestSizeLimitInBytes = 2'500'000;
+    L10n::Localizer localizer{{"en_US"}};
+    ServerLimits limits;
+};
+
+}  // namespace Quon::Transport::PicoHttp
