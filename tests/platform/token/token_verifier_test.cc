@@ -3,7 +3,6 @@
 #include "platform/token/token_verifier.h"
 
 #include "platform/pellmar/logger.h"
-#include "platform/token/base64url.h"
 #include "platform/token/jwt.h"
 #include "support/captured_log.h"
 #include "support/host_directory.h"
@@ -11,11 +10,9 @@
 #include "test_key.h"
 
 #include <gtest/gtest.h>
-#include <jansson.h>
 #include <nlohmann/json.hpp>
 
 #include <chrono>
-#include <functional>
 #include <string>
 
 namespace {
