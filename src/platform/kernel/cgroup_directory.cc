@@ -41,17 +41,31 @@ std::optional<std::uint64_t> ParseNumber(std::string_view text) {
 }  // namespace
 
 int CgroupDirectory::Open(const std::string& path, CgroupDirectory& opened) {
-    opened.directory.Reset(::open(path.c_str(), kOpenDirectory));
-    if (opened.directory.IsOpen()) {
-        return 0;
-    }
-    const int error = errno;
+    const int error = OpenAt(AT_FDCWD, path.c_str(), opened);
     return error == ENOTDIR || error == ELOOP ? ENOENT : error;
 }
 
 int CgroupDirectory::OpenChild(const std::string& name, CgroupDirectory& opened) const {
-    opened.directory.Reset(::openat(directory.Get(), name.c_str(), kOpenDirectory));
+    return OpenAt(directory.Get(), name.c_str(), opened);
+}
+
+int CgroupDirectory::OpenAt(int base, const char* path, CgroupDirectory& opened) {
+    opened.directory.Reset(::openat(base, path, kOpenDirectory));
     return opened.directory.IsOpen() ? 0 : errno;
+}
+
+bool CgroupDirectory::IsFrozen(int descriptor) {
+    CgroupDirectory cgroup;
+    int error = OpenAt(descriptor, ".", cgroup);
+    // up to the mount, above which there is no cgroup, or to the root directory
+    for (std::int64_t below = 0; error == 0 && cgroup.IsCgroup2() && cgroup.Id() != below;) {
+        if (cgroup.Read("cgroup.freeze").starts_with('1')) {
+            return true;
+        }
+        below = cgroup.Id();
+        error = cgroup.OpenChild("..", cgroup);
+    }
+    return false;
 }
 
 bool CgroupDirectory::IsCgroup2() const {

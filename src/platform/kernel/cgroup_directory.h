@@ -7,6 +7,7 @@
 //   cgroup.subtree_control  what is enabled for them; written as "+NAME"
 //   memory.peak             bytes, its children's included (since Linux 5.19)
 //   memory.min              bytes that reclaim leaves alone
+//   cgroup.freeze           1: the processes in it, and in the cgroups in it, stand still
 #pragma once
 
 #include "platform/kernel/group_backend.h"
@@ -38,6 +39,10 @@ class CgroupDirectory {
     // Opens `path`, absolute. ENOENT also stands for what is no directory.
     static int Open(const std::string& path, CgroupDirectory& opened);
 
+    // Whether no process runs in the cgroup whose directory `descriptor` is open on, since it or
+    // one above it is frozen.
+    static bool IsFrozen(int descriptor);
+
     // Whether it lies in a cgroup v2 hierarchy.
     bool IsCgroup2() const;
     // The cgroup's 64-bit id, which is the directory's inode number on a 64-bit kernel; 0 when it
@@ -62,6 +67,7 @@ class CgroupDirectory {
     Sys::OwnedFd TakeDescriptor() { return std::move(directory); }
 
   private:
+    static int OpenAt(int base, const char* path, CgroupDirectory& opened);
     int OpenChild(const std::string& name, CgroupDirectory& opened) const;
     std::uint64_t PeakKB() const;
     void AddProcesses(int depth, std::vector<pid_t>& pids) const;

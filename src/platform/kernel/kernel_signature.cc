@@ -1,7 +1,7 @@
 #include "platform/kernel/kernel_signature.h"
 
 #include "platform/kernel/spawn_child.h"
-#include "platform/sys/owned_fd.h"
+#include "platform/sys/pid_fd.h"
 
 #include <array>
 #include <cerrno>
@@ -26,7 +26,7 @@ bool IsRefusal(int error) { return error == ENOSYS || error == EPERM; }
 // finds the flag or the size of the arguments invalid.
 bool OffersCloneIntoGroup() {
     ChildPlan nothing;  // should a child come about after all, it ends at once
-    Sys::OwnedFd process;
+    Sys::PidFd process;
     const long result = CloneChild(nothing, INT_MAX, process);
     const int error = static_cast<int>(-result);
     return !IsRefusal(error) && error != EINVAL && error != E2BIG;

@@ -4,7 +4,6 @@
 #include "platform/kernel/process_table.h"
 #include "platform/kernel/spawn_child.h"
 #include "platform/sys/host_root.h"
-#include "platform/sys/owned_fd.h"
 #include "platform/sys/pid_fd.h"
 
 #include <algorithm>
@@ -69,7 +68,7 @@ int CheckArguments(const char* path, char* const argv[], char* const environment
     return 0;
 }
 
-// Takes the exit status of a child that could not execute; there is none where SIGCHLD is ignored.
+// Takes the exit status of a child that has not executed; there is none where SIGCHLD is ignored.
 void Reap(const Sys::PidFd& process) {
     siginfo_t ended{};
     (void)::waitid(P_PIDFD, static_cast<id_t>(process.Get()), &ended, WEXITED);
@@ -81,7 +80,7 @@ bool IsGone(long result) { return result == -ENOENT || result == -ENODEV; }
 
 // Like CloneChild, in the group of that path, which may have been removed and made anew since its
 // place was looked up.
-long CloneIntoGroup(const std::string& groupPath, ChildPlan& plan, Sys::OwnedFd& process,
+long CloneIntoGroup(const std::string& groupPath, ChildPlan& plan, Sys::PidFd& process,
                     std::int64_t& groupId) {
     GroupPlace place;
     const auto clone = [&] {
@@ -102,15 +101,16 @@ long CloneIntoGroup(const std::string& groupPath, ChildPlan& plan, Sys::OwnedFd&
 // Gives 0 and the pid, or an error number.
 int Start(const std::string& groupPath, ChildPlan& plan, pid_t& pid) {
     ProcessTable::Spawned().DropEnded();
-    Sys::OwnedFd descriptor;
+    Sys::PidFd process;
     std::int64_t groupId = 0;
-    const long result = CloneIntoGroup(groupPath, plan, descriptor, groupId);
+    const long result = CloneIntoGroup(groupPath, plan, process, groupId);
     if (result < 0) {
         return IsGone(result) ? ESRCH : static_cast<int>(-result);
     }
-    Sys::PidFd process(std::move(descriptor));
     if (plan.error != 0) {
-        Reap(process);
+        if (process.IsOpen()) {
+            Reap(process);
+        }
         return plan.error;
     }
     pid = static_cast<pid_t>(result);

@@ -47,6 +47,8 @@ inline constexpr const char* kPluginGroups = "host/pax/kolbern/";
 // Returns when the program has been executed, or with the error number that kept it from that:
 //   EINVAL, EFAULT   an argument that is not as above, or no "++group=" argument
 //   ESRCH            no such group
+//   EBUSY            the group is frozen
+//   ETIMEDOUT        it was not executed within kLaunchPatience
 //   the others       those of clone3(2) and execve(2)
 // On success the process id has been stored through the record, and Kill knows the process; on
 // failure nothing is stored and no process is left. Any thread.

@@ -1,19 +1,26 @@
 // Between clone3 and execve the child shares memory, and this thread's thread-local storage, with
-// the daemon, whose thread waits until the child executes or ends (CLONE_VM, CLONE_VFORK). So the
-// child has a stack of its own, allocates nothing, takes no lock, and makes system calls directly:
-// the C library's functions would set the parent's errno. The sanitizers instrument none of it.
+// the daemon (CLONE_VM), whose thread waits until the child executes or ends. So the child has a
+// stack of its own, allocates nothing, takes no lock, and makes system calls directly: the C
+// library's functions would set the parent's errno. The sanitizers instrument none of it.
 #include "platform/kernel/spawn_child.h"
 
+#include "platform/kernel/cgroup_directory.h"
+
+#include <algorithm>
+#include <array>
+#include <atomic>
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <memory>
+#include <utility>
 
+#include <linux/futex.h>
 #include <linux/sched.h>
 #include <sched.h>
 #include <signal.h>
 #include <sys/syscall.h>
+#include <unistd.h>
 
 #if !defined(__x86_64__)
 #error "the system calls below are written for x86-64: add this processor's to the three functions"
@@ -28,6 +35,10 @@ namespace {
 
 constexpr std::size_t kStackBytes = 16384;
 constexpr std::size_t kStackAlignment = 16;
+// While a child has not executed its program, how often it is looked whether its cgroup is frozen.
+constexpr std::chrono::milliseconds kFrozenLook{100};
+// What a killed child may take to end.
+constexpr std::chrono::seconds kEndPatience{1};
 constexpr long kLastDescriptor = 0xffffffff;
 constexpr int kExecFailedStatus = 127;
 constexpr int kLastStandardSignal = 31;
@@ -145,25 +156,70 @@ UNINSTRUMENTED long Clone(clone_args& arguments, const ChildStart* start) {
     return result;
 }
 
-struct FreeMemory {
-    void operator()(void* memory) const { std::free(memory); }
+// What the child uses of the daemon's memory as long as it shares it.
+struct ChildMemory {
+    // The kernel makes it 0, and wakes who waits for that, once the child executes or ends
+    // (CLONE_CHILD_CLEARTID).
+    std::atomic<std::uint32_t> isShared{1};
+    alignas(kStackAlignment) std::array<std::byte, kStackBytes> stack;
 };
+static_assert(sizeof(std::atomic<std::uint32_t>) == sizeof(std::uint32_t));
+
+// Not CLONE_VFORK, which waits without end. False when the memory is still shared after `patience`.
+bool AwaitUnshared(const std::atomic<std::uint32_t>& isShared, std::chrono::nanoseconds patience) {
+    using std::chrono::steady_clock;
+    const steady_clock::time_point end = steady_clock::now() + patience;
+    while (isShared.load(std::memory_order_acquire) != 0) {
+        const std::chrono::nanoseconds left = end - steady_clock::now();
+        if (left.count() <= 0) {
+            return false;
+        }
+        const timespec timeout{left / std::chrono::seconds(1),
+                               (left % std::chrono::seconds(1)).count()};
+        (void)::syscall(SYS_futex, &isShared, FUTEX_WAIT, 1, &timeout, nullptr,
+                        0);  // looked at above
+    }
+    return true;
+}
+
+// 0 once the child executes or has ended; otherwise why it is not waited for any longer.
+int AwaitProgram(const std::atomic<std::uint32_t>& isShared, int groupDirectory,
+                 std::chrono::milliseconds patience) {
+    while (!AwaitUnshared(isShared, std::min(patience, kFrozenLook))) {
+        if (groupDirectory >= 0 && CgroupDirectory::IsFrozen(groupDirectory)) {
+            return EBUSY;
+        }
+        if (patience <= kFrozenLook) {
+            return ETIMEDOUT;
+        }
+        patience -= kFrozenLook;
+    }
+    return 0;
+}
+
+// A killed child executes no further instruction, so its stack and plan are free even when the
+// kernel holds it; only isShared is written to at its end, whenever that is.
+void KillChild(std::unique_ptr<ChildMemory> memory, Sys::PidFd& process) {
+    (void)process.Signal(SIGKILL);  // fails only when it has ended
+    if (!AwaitUnshared(memory->isShared, kEndPatience)) {
+        (void)memory.release();
+        process = {};
+    }
+}
 
 }  // namespace
 
-long CloneChild(ChildPlan& plan, int groupDirectory, Sys::OwnedFd& process) {
-    const std::unique_ptr<void, FreeMemory> stack(std::aligned_alloc(kStackAlignment, kStackBytes));
-    if (!stack) {
-        return -ENOMEM;
-    }
+long CloneChild(ChildPlan& plan, int groupDirectory, Sys::PidFd& process) {
     static const SignalSet sIgnoredRealTimeSignals = FindIgnoredRealTimeSignals();
+    auto memory = std::make_unique_for_overwrite<ChildMemory>();
     const ChildStart start{&plan, sIgnoredRealTimeSignals};
     int pidFd = -1;
     clone_args arguments{};
-    arguments.flags = CLONE_VM | CLONE_VFORK | CLONE_PIDFD | CLONE_CLEAR_SIGHAND;
+    arguments.flags = CLONE_VM | CLONE_PIDFD | CLONE_CLEAR_SIGHAND | CLONE_CHILD_CLEARTID;
     arguments.pidfd = reinterpret_cast<std::uint64_t>(&pidFd);
+    arguments.child_tid = reinterpret_cast<std::uint64_t>(&memory->isShared);
     arguments.exit_signal = SIGCHLD;
-    arguments.stack = reinterpret_cast<std::uint64_t>(stack.get());
+    arguments.stack = reinterpret_cast<std::uint64_t>(memory->stack.data());
     arguments.stack_size = kStackBytes;
     if (groupDirectory >= 0) {
         arguments.flags |= CLONE_INTO_CGROUP;
@@ -173,8 +229,13 @@ long CloneChild(ChildPlan& plan, int groupDirectory, Sys::OwnedFd& process) {
     SetBlockedSignals(kAllSignals, &previous);
     const long result = Clone(arguments, &start);
     SetBlockedSignals(previous, nullptr);
-    if (result > 0) {
-        process.Reset(pidFd);
+    if (result < 0) {
+        return result;
+    }
+    process = Sys::PidFd(Sys::OwnedFd(pidFd));
+    if (const int problem = AwaitProgram(memory->isShared, groupDirectory, plan.patience)) {
+        KillChild(std::move(memory), process);
+        plan.error = problem;
     }
     return result;
 }

@@ -4,7 +4,9 @@
 #include "platform/kernel/groups.h"
 #include "platform/kernel/kernel_signature.h"
 #include "platform/kernel/process_table.h"
+#include "platform/kernel/spawn_child.h"
 #include "platform/kernel/spawn_fixture.h"
+#include "support/deadline.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -12,6 +14,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <cstddef>
 #include <cstring>
 #include <fstream>
@@ -22,6 +25,7 @@
 #include <fcntl.h>
 #include <linux/filter.h>
 #include <linux/seccomp.h>
+#include <poll.h>
 #include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -204,19 +208,28 @@ TEST_F(Kis, LaysTheStatisticsOutAsDocumented) {
     EXPECT_THAT(statistics, testing::Each(0));
 }
 
-// From now on the kernel answers `call` with `error` in this process and its children.
-void TakeCallAway(long call, int error) {
+// From now on the kernel treats `call` as `action` says, in this process and its children.
+void FilterCall(long call, unsigned action, unsigned flags) {
     sock_filter program[] = {
         BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
         BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, static_cast<unsigned>(call), 0, 1),
-        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | static_cast<unsigned>(error)),
+        BPF_STMT(BPF_RET | BPF_K, action),
         BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
     };
     sock_fprog filter{std::size(program), program};
     if (::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0 ||
-        ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter) != 0) {
+        ::syscall(SYS_seccomp, SECCOMP_SET_MODE_FILTER, flags, &filter) < 0) {
         throw std::runtime_error("this kernel filters no calls");
     }
+}
+
+void TakeCallAway(long call, int error) {
+    FilterCall(call, SECCOMP_RET_ERRNO | static_cast<unsigned>(error), 0);
+}
+
+// The call waits for an answer of this process, which never gives one.
+void HoldCall(long call) {
+    FilterCall(call, SECCOMP_RET_USER_NOTIF, SECCOMP_FILTER_FLAG_NEW_LISTENER);
 }
 
 // "RESULT DATE DATE"
@@ -230,7 +243,8 @@ std::string CheckSignature() {
 TEST_F(Kis, AgreesWithAKernelThatOffersAllThatIsUsed) { EXPECT_EQ(CheckSignature(), "0  "); }
 
 TEST_F(Kis, TellsBothBuildDatesWhenACallIsTakenAway) {
-    const std::regex dates(R"([1-9]\d* \d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ \d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ)");
+    const std::regex dates(
+        R"([1-9]\d* \d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ \d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ)");
     struct Row {
         long call;
         int error;
@@ -255,6 +269,23 @@ TEST_F(Kis, SpawnFailsCleanlyWhereCloneIsTakenAway) {
         return std::to_string(SpawnProgram({"/bin/true", kGroupArgument}).result.error);
     });
     EXPECT_EQ(answer, std::to_string(-ENOSYS));
+}
+
+// As on a file system that does not answer.
+TEST_F(Kis, SpawnKillsAChildThatDoesNotReachItsProgram) {
+    const std::string answer = AnswerOfChild([] {
+        HoldCall(SYS_execve);
+        std::array<char*, 1> none{};
+        Kernel::ChildPlan plan{.path = "/bin/true",
+                               .argv = none.data(),
+                               .environment = none.data(),
+                               .patience = std::chrono::milliseconds(1)};
+        Sys::PidFd process;
+        (void)Kernel::CloneChild(plan, -1, process);
+        ::Test::Deadline().Await(process.Get(), POLLIN, "the end of the child");
+        return std::to_string(plan.error);
+    });
+    EXPECT_EQ(answer, std::to_string(ETIMEDOUT));
 }
 
 TEST(KernelSignature, ReadsTheBuildDateOfAKernel) {
