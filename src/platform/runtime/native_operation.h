@@ -35,18 +35,23 @@ Provider::ApiOperation BindOperation(Definition::Operation definition, Handler h
 }
 
 // Takes the native result of a call and answers it through `result`, converted as ToData does for a
-// shared value.
+// shared value. A null pointer counts as no result.
 template <typename T>
 AsyncResult<std::shared_ptr<const T>> ToNativeResult(CallResult result) {
+    // A receiver can be copied, a result cannot.
     const auto shared = std::make_shared<CallResult>(std::move(result));
-    return AsyncResult<std::shared_ptr<const T>>(
-        [shared](Outcome<std::shared_ptr<const T>> outcome) {
-            if (auto* error = std::get_if<Data::ErrorValue>(&outcome)) {
-                shared->SetError(std::move(*error));
-            } else {
-                shared->SetValue(ToData(std::get<std::shared_ptr<const T>>(outcome)));
-            }
-        });
+    return AsyncResult<std::shared_ptr<const T>>([shared](
+                                                     Outcome<std::shared_ptr<const T>> outcome) {
+        const auto* value = std::get_if<std::shared_ptr<const T>>(&outcome);
+        if (value == nullptr) {
+            shared->SetError(std::get<Data::ErrorValue>(std::move(outcome)));
+        } else if (*value) {
+            shared->SetValue(ToData(*value));
+        } else {
+            shared->SetError(Std::MakeError(Std::ErrorType::InternalServerError,
+                                            {L10n::MakeMessage("quon.operation.without.result")}));
+        }
+    });
 }
 
 }  // namespace Quon::Native
