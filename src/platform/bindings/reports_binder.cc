@@ -20,8 +20,8 @@ std::shared_ptr<const ::Quon::Provider::ApiInterface> AsyncServiceBinder::BindIm
         implementation->List(parameters.filter, parameters.detail, context,
                              ToNativeResult<ListResult>(std::move(result)));
     };
-    auto get = [implementation](const GetParameters& parameters, const CallContext& context,
-                                CallResult result) {
+    auto get = [implementation = std::move(implementation)](
+                   const GetParameters& parameters, const CallContext& context, CallResult result) {
         implementation->Get(parameters.name, context, ToNativeResult<Info>(std::move(result)));
     };
     ::Quon::Definition::Service service = Describe();
