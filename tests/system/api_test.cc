@@ -8,8 +8,11 @@
 #include <nlohmann/json.hpp>
 
 #include <csignal>
+#include <cstdio>
 #include <filesystem>
+#include <sstream>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include <arpa/inet.h>
@@ -32,6 +35,18 @@ using testing::UnorderedElementsAre;
 
 constexpr char kErrors[] = "com.korvex.quon.std.errors.";
 constexpr char kIntrospection[] = "com.korvex.quon.std.introspection.service.list";
+
+// What a shell command writes; it ends with status 0.
+std::string OutputOf(const std::string& command) {
+    std::FILE* pipe = ::popen(command.c_str(), "re");
+    std::string output;
+    char buffer[4096];
+    while (const std::size_t count = std::fread(buffer, 1, sizeof(buffer), pipe)) {
+        output.append(buffer, count);
+    }
+    EXPECT_EQ(::pclose(pipe), 0) << output;
+    return output;
+}
 
 class Api : public Scenario {
   protected:
@@ -71,6 +86,18 @@ TEST_F(Api, ListsAndGetsWhatWasPosted) {
     EXPECT_EQ(api.Call(kGetMethod, R"({"name":"disk.sda"})", token)["result"], info);
     EXPECT_EQ(api.Call(kGetMethod, R"({"name":"memory"})", token)["error"]["data"]["errorType"],
               "NOT_FOUND");
+}
+
+// Both are answered to a client of the distribution, which was not written for this API.
+TEST_F(Api, AnswersAStockClient) {
+    Start();
+    ASSERT_EQ(HttpClient().Post("/cpu", ReportDocument("cpu")), 200);
+    const std::string program = std::string("/usr/bin/python3 '") + SENTREL_STOCK_CLIENT + "'";
+    const json answers =
+        json::parse(OutputOf(program + " http://127.0.0.1:9984/ " + token + " cpu"));
+    EXPECT_EQ(answers["list"]["reports"][0]["name"], "cpu");
+    EXPECT_EQ(answers["get"]["status"], "OK");
+    EXPECT_EQ(answers["error"][0], -32000);
 }
 
 // Each call leaves one audit record, and no token is written anywhere.
