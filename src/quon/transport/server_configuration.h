@@ -17,8 +17,8 @@ struct ListenEndpoint {
 };
 
 struct ServerConfiguration {
-    ListenEndpoint endpoint4;
-    ListenEndpoint endpoint6;
+    ListenEndpoint endpoint4{};
+    ListenEndpoint endpoint6{};
     // For a client to send a head, counted from its first byte, or a body; also for a kept
     // connection without a request.
     std::chrono::nanoseconds readTimeout = std::chrono::minutes(20);
@@ -28,7 +28,7 @@ struct ServerConfiguration {
     // Of a request document, for its reader.
     std::size_t requestSizeLimitInBytes = 2'500'000;
     L10n::Localizer localizer{{"en_US"}};
-    ServerLimits limits;
+    ServerLimits limits{};
 };
 
 }  // namespace Quon::Transport::PicoHttp

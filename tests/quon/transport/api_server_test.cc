@@ -1,0 +1,265 @@
+// The server as a whole: its listeners, what it does with clients that are slow, silent, gone or
+// greedy, and its end while calls are in progress.
+#include "quon/transport/running_server.h"
+
+#include <gtest/gtest.h>
+
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/post.hpp>
+
+#include <chrono>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include <netinet/in.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+
+namespace {
+
+using namespace std::chrono_literals;
+
+using Quon::Transport::PicoHttp::AsioTcpApiServer;
+using Quon::Transport::PicoHttp::ServerConfiguration;
+using ::Test::Document;
+using ::Test::Post;
+using ::Test::RawConnection;
+using ::Test::RunningServer;
+
+const std::string kClosingPost = Post(Document("size"), "Connection: close\r\n");
+
+bool IsServed(RawConnection& client) {
+    return client.Send(kClosingPost) &&
+           client.ReadUntilClosed().find("\"result\":2") != std::string::npos;
+}
+
+// One call on a connection that stays open.
+void CallOnce(RawConnection& client, std::string_view fields = {}) {
+    ASSERT_TRUE(client.Send(Post(Document("token"), fields)));
+    ASSERT_TRUE(client.ReadResponse());
+}
+
+std::string PortText(int port) { return "127.0.0.1:" + std::to_string(port); }
+
+TEST(ApiServer, ServesBothLoopbackAddresses) {
+    const RunningServer server;
+    RawConnection client4 = server.Connect();
+    RawConnection client6(server.port6, "::1");
+    EXPECT_TRUE(IsServed(client4));
+    EXPECT_TRUE(IsServed(client6));
+    EXPECT_TRUE(server.log->WaitFor("5 Listening on: " + PortText(server.port4)));
+    EXPECT_TRUE(server.log->WaitFor("5 Listening on: [::1]:" + std::to_string(server.port6)));
+}
+
+TEST(ApiServer, ListensWhereItCan) {
+    const RunningServer taken;
+    ServerConfiguration configuration{
+        .endpoint4 = {"127.0.0.1", static_cast<std::uint16_t>(taken.port4)},
+        .endpoint6 = {"::1", 0}};
+    boost::asio::io_context context;
+    const auto log = std::make_shared<::Test::RecordedLog>();
+    AsioTcpApiServer half(context, nullptr, log, configuration);
+    EXPECT_TRUE(half.Start());
+    EXPECT_EQ(half.Port4(), 0);
+    EXPECT_NE(half.Port6(), 0);
+    EXPECT_EQ(log->Lines().front(),
+              "5 IPv4 Failed to listen on: " + PortText(taken.port4) + " ec: system:98");
+    configuration.endpoint6.port = static_cast<std::uint16_t>(taken.port6);
+    AsioTcpApiServer none(context, nullptr, log, configuration);
+    EXPECT_FALSE(none.Start());
+}
+
+// The bound of open descriptors of this process, for the scope.
+class DescriptorBound {
+  public:
+    explicit DescriptorBound(int bound) {
+        ::getrlimit(RLIMIT_NOFILE, &before);
+        const rlimit lowered{static_cast<rlim_t>(bound), before.rlim_max};
+        ::setrlimit(RLIMIT_NOFILE, &lowered);
+    }
+    ~DescriptorBound() { ::setrlimit(RLIMIT_NOFILE, &before); }
+    DescriptorBound(const DescriptorBound&) = delete;
+    DescriptorBound& operator=(const DescriptorBound&) = delete;
+
+  private:
+    rlimit before{};
+};
+
+TEST(ApiServer, AcceptsAgainWhenThereAreDescriptors) {
+    const RunningServer server({.limits = {.acceptDelay = 1ms}});
+    std::optional<DescriptorBound> bound;
+    const int lowestFree = ::dup(STDERR_FILENO);
+    ::close(lowestFree);
+    bound.emplace(lowestFree + 1);
+    RawConnection client = server.Connect();  // with the last descriptor
+    EXPECT_TRUE(
+        server.log->WaitFor("3 Accept Error: system:24 Too many open files"
+                            ";DelayAcceptError.Acceptor info:" +
+                            PortText(server.port4)));
+    bound.reset();
+    EXPECT_TRUE(IsServed(client));
+}
+
+// The listening socket of this process on that port.
+int FindListener(int port) {
+    for (int descriptor = 0; descriptor < 256; ++descriptor) {
+        sockaddr_in address{};
+        socklen_t size = sizeof(address);
+        int listens = 0;
+        socklen_t optionSize = sizeof(listens);
+        if (::getsockname(descriptor, reinterpret_cast<sockaddr*>(&address), &size) == 0 &&
+            address.sin_family == AF_INET && ntohs(address.sin_port) == port &&
+            ::getsockopt(descriptor, SOL_SOCKET, SO_ACCEPTCONN, &listens, &optionSize) == 0 &&
+            listens != 0) {
+            return descriptor;
+        }
+    }
+    return -1;
+}
+
+TEST(ApiServer, GoesOnWithTheOtherListener) {
+    const RunningServer server;
+    ASSERT_EQ(::shutdown(FindListener(server.port4), SHUT_RDWR), 0);
+    EXPECT_TRUE(server.log->WaitFor(
+        "3 Accept Error: system:22 Invalid argument;TerminalAcceptError.Acceptor info:"));
+    RawConnection client6(server.port6, "::1");
+    EXPECT_TRUE(IsServed(client6));
+}
+
+struct SlowClient {
+    const char* name;
+    ServerConfiguration configuration;
+    std::string sent;
+};
+
+class SlowClients : public testing::TestWithParam<SlowClient> {};
+
+TEST_P(SlowClients, AreCut) {
+    const RunningServer server(GetParam().configuration);
+    RawConnection client = server.Connect();
+    ASSERT_TRUE(client.Send(GetParam().sent));
+    EXPECT_TRUE(server.log->WaitFor("7 Handle request error: the client takes too long: "));
+    EXPECT_LT(server.provider->elements, 40'000U);  // what the sockets hold, and one piece
+    (void)client.ReadUntilClosed();
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    ApiServer, SlowClients,
+    testing::Values(SlowClient{"sendsNothing", {.readTimeout = 1ms}, ""},
+                    SlowClient{"sendsHalfAHead", {.readTimeout = 1ms}, "POST"},
+                    SlowClient{"sendsHalfABody",
+                               {.readTimeout = 20ms},
+                               "POST / HTTP/1.1\r\nContent-Type: application/json\r\n"
+                               "Content-Length: 9\r\n\r\n{"},
+                    SlowClient{"neverReads", {.writeTimeout = 200ms}, Post(Document("list"))},
+                    SlowClient{"neverLeaves", {.limits = {.linger = 1ms}}, "\r\n\r\n"}),
+    [](const auto& row) { return row.param.name; });
+
+TEST(ApiServer, LetsTheAnswerArriveBeforeItCloses) {
+    const RunningServer server;
+    RawConnection client = server.Connect();
+    ASSERT_TRUE(
+        client.Send("POST / HTTP/1.1\r\nContent-Type: application/json\r\n"
+                    "Content-Length: 3000000\r\n\r\n"));
+    ASSERT_TRUE(client.Send(std::string(3'000'000, 'x')));
+    EXPECT_NE(client.ReadUntilClosed().find("request_exceeds_max_size"), std::string::npos);
+}
+
+TEST(ApiServer, ClosesTheLongestIdleConnectionWithoutAToken) {
+    const RunningServer server({.limits = {.maxConnections = 3}});
+    RawConnection verified = server.Connect();
+    CallOnce(verified, "Authorization: Bearer good\r\n");
+    RawConnection refused = server.Connect();
+    CallOnce(refused, "Authorization: Bearer bad\r\n");
+    RawConnection anonymous = server.Connect();
+    CallOnce(anonymous);
+    RawConnection further = server.Connect();
+    CallOnce(further);
+    EXPECT_EQ(refused.ReadUntilClosed(), "");
+    EXPECT_TRUE(IsServed(verified));
+    EXPECT_TRUE(IsServed(anonymous));
+    EXPECT_TRUE(IsServed(further));
+}
+
+TEST(ApiServer, BoundsUnfinishedBodiesOfThoseWithoutAToken) {
+    const RunningServer server({.limits = {.maxUnverifiedBodyBytes = 150'000}});
+    const std::string document = Document("size", "{}" + std::string(99'000, ' '));
+    const std::string request = Post(document, "Expect: 100-continue\r\n");
+    const std::string head = request.substr(0, request.size() - document.size());
+    const auto sendMost = [&](RawConnection& client) {
+        ASSERT_TRUE(client.Send(head));
+        ASSERT_TRUE(client.ReadResponse());
+        ASSERT_TRUE(client.Send(document.substr(0, 98'000)));
+    };
+    RawConnection small = server.Connect();
+    ASSERT_TRUE(small.Send(kClosingPost.substr(0, kClosingPost.size() - 1)));
+    RawConnection first = server.Connect();
+    sendMost(first);
+    RawConnection second = server.Connect();
+    sendMost(second);
+    EXPECT_EQ(first.ReadUntilClosed(), "");
+    ASSERT_TRUE(second.Send(document.substr(98'000)));
+    second.FinishSending();
+    EXPECT_NE(second.ReadUntilClosed().find("\"result\":2"), std::string::npos);
+    ASSERT_TRUE(small.Send(kClosingPost.substr(kClosingPost.size() - 1)));
+    EXPECT_NE(small.ReadUntilClosed().find("\"result\":2"), std::string::npos);
+}
+
+TEST(ApiServer, CutsAnAnswerThatFailsOnTheWay) {
+    const RunningServer server;
+    const std::string answer = server.Exchange(Post(Document("cut")));
+    EXPECT_TRUE(answer.ends_with("\r\n"));
+    EXPECT_FALSE(answer.ends_with("0\r\n\r\n"));
+    EXPECT_GT(answer.size(), 64U * 1024);
+    EXPECT_TRUE(server.log->WaitFor("5 Failed to deliver response. EC: the element is lost"));
+}
+
+TEST(ApiServer, LogsRequestsWithoutTheirTokens) {
+    const RunningServer server;
+    (void)server.Exchange(Post(Document("token"), "AUTHORIZATION: bearer secret\r\n"));
+    EXPECT_TRUE(server.log->WaitFor("7 Request handled"));
+    EXPECT_TRUE(server.log->WaitFor("6 Request received"));
+    EXPECT_TRUE(server.log->WaitFor("7 Request head: POST / HTTP/1.1\r\n"));
+    for (const std::string& line : server.log->Lines()) {
+        EXPECT_EQ(line.find("secret"), std::string::npos) << line;
+    }
+}
+
+TEST(ApiServer, EndsCallsOfClientsThatAreGone) {
+    RunningServer server;
+    RawConnection client = server.Connect();
+    ASSERT_TRUE(client.Send(Post(Document("hold"))));
+    const auto result = std::make_shared<Quon::CallResult>(server.provider->TakeHeld());
+    client.Reset();
+    boost::asio::post(*server.context,
+                      [result] { result->SetValue(Quon::Data::DataValue("too late")); });
+    EXPECT_TRUE(server.log->WaitFor("6 Failed to sent response head"));
+    EXPECT_TRUE(server.log->WaitFor("7 Handle request error: quon.send.failed: "));
+    RawConnection other = server.Connect();
+    EXPECT_TRUE(IsServed(other));
+}
+
+TEST(ApiServer, EndsWhileCallsAreInProgress) {
+    RunningServer server;
+    RawConnection queued = server.Connect();
+    ASSERT_TRUE(queued.Send(Post(Document("hold"))));
+    const auto queuedResult = std::make_shared<Quon::CallResult>(server.provider->TakeHeld());
+    RawConnection held = server.Connect();
+    ASSERT_TRUE(held.Send(Post(Document("hold"))));
+    Quon::CallResult heldResult = server.provider->TakeHeld();
+    RawConnection sending = server.Connect();
+    ASSERT_TRUE(sending.Send(Post(Document("list"))));
+    EXPECT_TRUE(server.log->WaitFor("7 Response head sent: "));
+    boost::asio::post(*server.context, [&context = *server.context, queuedResult] {
+        context.stop();
+        boost::asio::post(context, [queuedResult] {
+            queuedResult->SetValue(Quon::Data::DataValue("never run"));
+        });
+    });
+    server.Stop();
+    heldResult.SetValue(Quon::Data::DataValue("too late"));
+    EXPECT_FALSE(sending.Send(kClosingPost) && IsServed(sending));
+}
+
+}  // namespace

@@ -1,0 +1,1 @@
+set(testLabel threads)
