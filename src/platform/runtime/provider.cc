@@ -90,8 +90,9 @@ void Run(const ApiOperation& operation, const Call& call, CallResult result, Log
     } catch (const std::exception& exception) {
         logger.Log(LogLevel::Error,
                    "The operation " + NameOf(call) + " failed: " + exception.what());
-        delivery->Fail(Std::MakeError(Std::ErrorType::InternalServerError,
-                                      {L10n::MakeMessage("quon.internal.error")}));
+        delivery->Fail(Std::MakeError(
+            Std::ErrorType::InternalServerError,
+            {L10n::MakeMessage("quon.operation.failed", {NameOf(call), exception.what()})}));
     }
 }
 
