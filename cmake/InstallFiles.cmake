@@ -12,3 +12,7 @@ endif()
 if(IS_DIRECTORY ${PROJECT_SOURCE_DIR}/dist/tabulon)
     install(DIRECTORY ${PROJECT_SOURCE_DIR}/dist/tabulon/ DESTINATION /usr/lib/korvex/tabulon)
 endif()
+
+if(TARGET quon_metadata)
+    install(FILES ${PROJECT_BINARY_DIR}/observability_quon_metadata.json DESTINATION /usr/lib/korvex/quon)
+endif()
