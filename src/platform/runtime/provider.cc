@@ -56,7 +56,7 @@ class Delivery {
     void Set(CallOutcome outcome) {
         if (!isHeld) {
             caller.Set(std::move(outcome));
-        } else if (!held) {
+        } else {
             held = std::move(outcome);
         }
     }
@@ -67,11 +67,8 @@ class Delivery {
             caller.Set(std::move(*held));
         }
     }
-    // The operation has thrown. What it may still set later is ignored.
-    void Fail(Data::ErrorValue error) {
-        held = CallOutcome();
-        caller.SetError(std::move(error));
-    }
+    // The operation has thrown. What it may still set goes nowhere.
+    void Fail(Data::ErrorValue error) { caller.SetError(std::move(error)); }
 
   private:
     CallResult caller;
