@@ -2,7 +2,6 @@
 
 #include "platform/pellmar/app.h"
 #include "platform/pellmar/config.h"
-#include "plugins/queue_timing.h"
 #include "plugins/resource_group.h"
 
 #include <utility>
@@ -25,13 +24,7 @@ std::int64_t InMicroseconds(std::uint64_t seconds) {
 
 std::unique_ptr<PluginLauncher::PluginCategory> MakeQueue(const QueueTiming& timing) {
     return std::make_unique<PluginLauncher::PluginCategory>(
-        PluginLauncher::PluginCategory{.batchSize = timing.batchSize,
-                                       .period = timing.period,
-                                       .initialDelay = timing.initialDelay,
-                                       .throttleTimeout = timing.throttleTimeout,
-                                       .plugins = {},
-                                       .items = {},
-                                       .pids = {}});
+        PluginLauncher::PluginCategory{timing, {}, {}, {}});
 }
 
 }  // namespace
@@ -125,10 +118,9 @@ void PluginLauncher::ApplyTimetable() {
 void PluginLauncher::ScheduleLaunches(Queue& queue) {
     for (std::size_t batch = 0; batch * queue->batchSize < queue->plugins.size(); ++batch) {
         queue->items.emplace_back();
-        const std::uint64_t delay = queue->initialDelay + batch * queue->throttleTimeout;
         Ref<ScheduledItem> item;  // not kept: the slot is for the runs after the first
         GetApp().GetScheduler().Schedule(BatchFunction(batch, batch * queue->batchSize, queue),
-                                         InMicroseconds(delay), item);
+                                         InMicroseconds(queue->FirstRun(batch)), item);
         LogInternal(logger, 5, "Plugin %1 scheduled", batch);
     }
 }

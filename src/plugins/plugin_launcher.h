@@ -8,6 +8,7 @@
 #include "platform/pellmar/object.h"
 #include "platform/pellmar/scheduler.h"
 #include "plugins/plugin.h"
+#include "plugins/queue_timing.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -22,11 +23,7 @@ class PluginLauncher : public std::enable_shared_from_this<PluginLauncher> {
   public:
     // One queue. Its plugins are fixed once they have been discovered; `items` and `pids` change
     // under the launcher's lock only, once it has started.
-    struct PluginCategory {
-        std::uint64_t batchSize;
-        std::uint64_t period;           // seconds, from the end of a batch's run to its next
-        std::uint64_t initialDelay;     // seconds, from Start to the first batch's first run
-        std::uint64_t throttleTimeout;  // seconds, between the first runs of consecutive batches
+    struct PluginCategory : QueueTiming {
         std::vector<std::shared_ptr<Plugin>> plugins;
         // One slot a batch: its pending next run; empty until it has run once.
         std::vector<Pellmar::Ref<Pellmar::System::ScheduledItem>> items;
