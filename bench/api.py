@@ -41,8 +41,8 @@ def report_text(number):
     return json.dumps(report)
 
 
-def compact(value):
-    return json.dumps(value, separators=(",", ":"), ensure_ascii=False)
+def compact(value, sort_keys=False):
+    return json.dumps(value, separators=(",", ":"), sort_keys=sort_keys)
 
 
 def call_of(row):
@@ -51,7 +51,7 @@ def call_of(row):
 
 
 def details_of(number):
-    return {"status": ("OK", "WARNING", "ERROR")[number % 3], "unstructured": compact(unstructured_of(number))}
+    return {"status": ("OK", "WARNING", "ERROR")[number % 3], "unstructured": compact(unstructured_of(number), sort_keys=True)}
 
 
 def result_of(row, modified):
