@@ -2,7 +2,9 @@
 
 #include "platform/runtime/error_value.h"
 
+#include <algorithm>
 #include <initializer_list>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -32,6 +34,40 @@ Definition::Operation DescribeOperation(std::string name, std::vector<std::strin
             {std::string(kReadPrivilege)}};
 }
 
+template <typename T>
+void AddTypes(Definition::Service& service);
+
+// The types of the fields of a structure, and what they are made of.
+template <typename T>
+void AddFieldTypes(Definition::Service& service) {
+    Native::ForEachField<T>([&service]<typename Member>(const Native::Field<T, Member>& /*field*/) {
+        AddTypes<Member>(service);
+    });
+}
+
+// The structures and enumerations that `T` is made of, each once.
+template <typename T>
+void AddTypes(Definition::Service& service) {
+    const auto isNew = [](const auto& described) {
+        return std::none_of(described.begin(), described.end(),
+                            [](const auto& each) { return each.name == Native::TypeOf<T>().name; });
+    };
+    if constexpr (Native::kIsOptional<T> || Native::kIsList<T>) {
+        AddTypes<typename T::value_type>(service);
+    } else if constexpr (Native::kIsShared<T>) {
+        AddTypes<std::remove_const_t<typename T::element_type>>(service);
+    } else if constexpr (Native::IsEnumeration<T>) {
+        if (isNew(service.enumerations)) {
+            service.enumerations.push_back(Native::DescribeEnumeration<T>());
+        }
+    } else if constexpr (Native::IsStructure<T>) {
+        if (isNew(service.structures)) {
+            service.structures.push_back(Native::DescribeStructure<T>());
+            AddFieldTypes<T>(service);
+        }
+    }
+}
+
 }  // namespace
 
 Definition::Operation DescribeList() {
@@ -47,12 +83,17 @@ Definition::Operation DescribeGet() {
 }
 
 Definition::Service Describe() {
-    return {std::string(kServiceId),
-            "The reports of the health checks of this host, the newest of each report name.",
-            {DescribeList(), DescribeGet()},
-            {Native::DescribeStructure<Summary>(), Native::DescribeStructure<Info>(),
-             Native::DescribeStructure<ListResult>(), Native::DescribeStructure<FilterSpec>()},
-            {Native::DescribeEnumeration<Status>(), Native::DescribeEnumeration<DetailLevel>()}};
+    Definition::Service service{
+        std::string(kServiceId),
+        "The reports of the health checks of this host, the newest of each report name.",
+        {DescribeList(), DescribeGet()},
+        {},
+        {}};
+    AddFieldTypes<ListParameters>(service);
+    AddTypes<ListResult>(service);
+    AddFieldTypes<GetParameters>(service);
+    AddTypes<Info>(service);
+    return service;
 }
 
 }  // namespace Com::Korvex::Oru::Observability::ReportsSvc

@@ -23,7 +23,6 @@
 namespace Com::Korvex::Oru::Observability::ReportsSvc {
 namespace {
 
-namespace Definition = ::Quon::Definition;
 namespace Errors = Com::Korvex::Quon::Std::Errors;
 using ::Quon::CallContext;
 using Names = std::set<std::string>;
@@ -153,39 +152,6 @@ TEST(ReportsBinder, WritesAnswersAsTheServiceIsDefined) {
     }
     EXPECT_THAT(Call(std::make_shared<NotingService>(), "get", R"({"name":"memory"})"),
                 HasSubstr("com.korvex.quon.std.errors.internal_server_error"));
-}
-
-// Adds the names of the structures and enumerations that `type` is made of.
-void AddNames(const Definition::Type& type, Names& names) {
-    if (!type.name.empty()) {
-        names.insert(type.name);
-    }
-    if (type.element) {
-        AddNames(*type.element, names);
-    }
-}
-
-TEST(ReportsDefinition, DescribesEveryTypeThatItUses) {
-    const Definition::Service service = Describe();
-    Names used;
-    for (const Definition::Operation& operation : service.operations) {
-        AddNames(operation.result, used);
-        for (const Definition::Field& parameter : operation.parameters) {
-            AddNames(parameter.type, used);
-        }
-    }
-    Names described;
-    for (const Definition::Structure& structure : service.structures) {
-        described.insert(structure.name);
-        for (const Definition::Field& field : structure.fields) {
-            AddNames(field.type, used);
-        }
-    }
-    for (const Definition::Enumeration& enumeration : service.enumerations) {
-        described.insert(enumeration.name);
-    }
-    EXPECT_EQ(described, used);
-    EXPECT_EQ(described.size(), service.structures.size() + service.enumerations.size());
 }
 
 }  // namespace
