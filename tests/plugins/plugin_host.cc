@@ -14,12 +14,15 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <filesystem>
 #include <sstream>
 #include <stdexcept>
+#include <system_error>
 
 #include <signal.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -76,7 +79,14 @@ std::string PluginHost::EntryPath(std::string_view name) const {
     return kRoot->Root() + Sentrel::kPluginDirectory + std::string(name);
 }
 
-std::string PluginHost::OutputPath() const { return kRoot->Base() + "output"; }
+std::string PluginHost::MakeOutput() const {
+    std::string path = kRoot->Base() + "output";
+    fs::remove(path);
+    if (::mkfifo(path.c_str(), 0600) != 0) {
+        throw std::system_error(errno, std::generic_category(), "mkfifo");
+    }
+    return path;
+}
 
 void PluginHost::AddScript(std::string_view name, std::string_view body) const {
     Test::WriteFile(EntryPath(name), "#!/bin/sh\n" + std::string(body) + "\n");
@@ -102,29 +112,26 @@ std::vector<std::string> StartLog(std::string_view daemonEntry,
                                   const std::function<void(const PluginHost&)>& prepare) {
     const PluginHost host;
     prepare(host);
+    const std::string path = kRoot->Base() + "lines";
     const pid_t child = ::fork();
     if (child == 0) {
-        (void)::signal(SIGCHLD, SIG_DFL);
-        int status = 1;
+        std::string text;
         try {
             const DrivenLauncher launcher(host, daemonEntry);
-            std::string text;
             for (const std::string& line : launcher.Log().Lines()) {
                 text += line + '\n';
             }
-            Test::WriteFile(host.OutputPath(), text);
-            status = 0;
         } catch (const std::exception& exception) {
-            Test::WriteFile(host.OutputPath(), std::string("threw: ") + exception.what() + "\n");
-            status = 0;
+            text = std::string("threw: ") + exception.what() + "\n";
         }
-        ::_exit(status);
+        Test::WriteFile(path, text);
+        ::_exit(0);
     }
-    // Exited children are reaped by the kernel: waiting ends when none is left.
+    // The kernel reaps it, since SIGCHLD is ignored: waiting ends when no child is left.
     while (::waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
     }
-    std::istringstream text(Test::ReadFile(host.OutputPath()));
-    fs::remove(host.OutputPath());
+    std::istringstream text(Test::ReadFile(path));
+    fs::remove(path);
     std::vector<std::string> lines;
     for (std::string line; std::getline(text, line);) {
         lines.push_back(line);

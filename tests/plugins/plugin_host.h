@@ -16,6 +16,9 @@
 
 namespace PluginTest {
 
+// The end of a script that runs until somebody ends it.
+inline constexpr const char* kEndless = "exec sleep 1000";
+
 // An empty plugin directory and store below SENTREL_ROOT, which is one directory for the whole
 // program, emptied for each object. SIGCHLD is ignored while it lives, as the daemon does.
 class PluginHost {
@@ -34,8 +37,8 @@ class PluginHost {
                    std::string_view component = "oru") const;
     // Reads the daemon's entry, `text`, into the application.
     void InitApplication(std::string_view text) const;
-    // What a plugin can write to: a path outside the root.
-    std::string OutputPath() const;
+    // Makes a FIFO outside the root, for a plugin to write to, and gives its path.
+    std::string MakeOutput() const;
 
   private:
     void (*previous)(int);

@@ -9,26 +9,20 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <string>
+#include <utility>
 #include <vector>
-
-#include <sys/stat.h>
 
 namespace {
 
 using PluginTest::DrivenLauncher;
+using PluginTest::kEndless;
 using PluginTest::PluginHost;
 using PluginTest::StartLog;
 using std::chrono::seconds;
 using testing::Contains;
 using testing::ElementsAre;
-using testing::HasSubstr;
 
-namespace fs = std::filesystem;
-
-// Ended by the test, or with it.
-const char* const kEndless = "exec sleep 1000";
 const char* const kFast = R"({"enabled": true, "frequency": "fast", "log_level": "warning"})";
 const char* const kMedium = R"({"enabled": true, "frequency": "medium", "log_level": "x"})";
 
@@ -73,31 +67,26 @@ TEST(PluginLauncher, RaisesTheFastPeriodForManyPlugins) {
     EXPECT_EQ(Milestones("{}", 15), expected);
 }
 
-struct SettingRow {
-    const char* entry;
-    const char* line;  // of level and message
-};
-
 TEST(PluginLauncher, SaysWhatItMakesOfItsSettings) {
-    for (const SettingRow& row : {
-             SettingRow{R"({"fast_queue": {"time_period_in_mins": 10}})",
-                        "5 PluginLauncher: Overridden time period = 10"},
-             SettingRow{R"({"fast_queue": {"time_period_in_mins": 3}})",
-                        "5 PluginLauncher: Configuration supplied time period = 3"},
-             SettingRow{R"({"fast_queue": {"time_period_in_mins": -1}})",
-                        "5 PluginLauncher: Configuration supplied time period = -1"},
-             SettingRow{R"({"plugin_resource_pool_size_MB": 100})",
-                        "5 PluginLauncher: Overridden resource pool size = 100MB"},
-             SettingRow{R"({"plugin_resource_pool_size_MB": 500})",
-                        "5 PluginLauncher: Overridden resource pool size = 500MB"},
-             SettingRow{R"({"plugin_resource_pool_size_MB": 40})",
-                        "3 PluginLauncher: Configured resource pool size: 40MB is outside limits"},
-             SettingRow{R"({"plugin_resource_pool_size_MB": 501})",
-                        "3 PluginLauncher: Configured resource pool size: 501MB is outside limits"},
-             SettingRow{"{}",
-                        "3 PluginLauncher: Configured resource pool size: 0MB is outside limits"},
-         }) {
-        EXPECT_THAT(StartLog(row.entry, [](const PluginHost&) {}), Contains(row.line)) << row.entry;
+    struct Row {
+        std::string setting;
+        const char* message;
+    };
+    const std::string period = R"("fast_queue": {"time_period_in_mins": )";
+    const std::string size = R"("plugin_resource_pool_size_MB": )";
+    const Row rows[] = {
+        {period + "10}", "5 PluginLauncher: Overridden time period = 10"},
+        {period + "3}", "5 PluginLauncher: Configuration supplied time period = 3"},
+        {period + "-1}", "5 PluginLauncher: Configuration supplied time period = -1"},
+        {size + "100", "5 PluginLauncher: Overridden resource pool size = 100MB"},
+        {size + "500", "5 PluginLauncher: Overridden resource pool size = 500MB"},
+        {size + "40", "3 PluginLauncher: Configured resource pool size: 40MB is outside limits"},
+        {size + "501", "3 PluginLauncher: Configured resource pool size: 501MB is outside limits"},
+        {"", "3 PluginLauncher: Configured resource pool size: 0MB is outside limits"},
+    };
+    for (const Row& row : rows) {
+        EXPECT_THAT(StartLog("{" + row.setting + "}", [](const PluginHost&) {}),
+                    Contains(row.message));
     }
 }
 
@@ -110,35 +99,32 @@ TEST(PluginLauncher, RunsTheBatchesInTheirSlotsAndPeriods) {
     host.AddScript("c-medium", "exit 0");
     host.Configure("c-medium", kMedium);
     DrivenLauncher launcher(host);
-    const std::vector<std::pair<int, const char*>> plan{
+    const std::pair<int, const char*> plan[] = {
         {30, "a-fast"}, {30, "b-fast"}, {30, "c-medium"}, {240, "a-fast"}, {30, "b-fast"}};
-    std::vector<std::string> launched;
+    std::vector<std::string> expected;
     for (const auto& [distance, name] : plan) {
         launcher.Advance(seconds(distance - 1), 0);
         launcher.Advance(seconds(1), 1);
-        launched.push_back(std::string("7 PluginLauncher: About to launch plugin ") + name +
+        expected.push_back(std::string("7 PluginLauncher: About to launch plugin ") + name +
                            " in the batch");
-        std::vector<std::string> lines;
-        for (const std::string& line : launcher.Log().Lines()) {
-            if (line.find("About to launch") != std::string::npos) {
-                lines.push_back(line);
-            }
-        }
-        ASSERT_EQ(lines, launched);
+        std::vector<std::string> lines = launcher.Log().Lines();
+        std::erase_if(lines, [](const std::string& line) {
+            return line.find("About to launch") == std::string::npos;
+        });
+        ASSERT_EQ(lines, expected);
     }
 }
 
 TEST(PluginLauncher, GivesThePluginItsCommandLine) {
     const PluginHost host;
-    ASSERT_EQ(::mkfifo(host.OutputPath().c_str(), 0600), 0);
-    host.AddScript("probe", "echo \"$@\" > " + host.OutputPath() + "\n" + kEndless);
+    const std::string output = host.MakeOutput();
+    host.AddScript("probe", "echo \"$@\" > " + output + "\n" + kEndless);
     host.Configure("probe", kFast);
     DrivenLauncher launcher(host, R"({"http_port": 12345})");
     launcher.Advance(seconds(30), 1);
     const std::string arguments =
         "++group=sentrel-plugins,mem=40 -u http://localhost:12345 --loglevel=warning";
-    EXPECT_EQ(::Test::ReadFile(host.OutputPath()), arguments + "\n");
-    fs::remove(host.OutputPath());
+    EXPECT_EQ(::Test::ReadFile(output), arguments + "\n");
     const std::string path = "/usr/lib/korvex/sentrel/plugins/bin/probe ";
     EXPECT_TRUE(
         launcher.Log().Contains("5 PluginLauncher: Launching binary: " + path + arguments + " "));
@@ -160,13 +146,12 @@ TEST(PluginLauncher, EndsAPluginThatStillRunsAtAnyQueuesFirstBatch) {
 
 TEST(PluginLauncher, SendsNothingToAPluginThatHasEnded) {
     const PluginHost host;
-    ASSERT_EQ(::mkfifo(host.OutputPath().c_str(), 0600), 0);
-    host.AddScript("probe", "read line < " + host.OutputPath());
+    const std::string input = host.MakeOutput();
+    host.AddScript("probe", "read line < " + input);
     host.Configure("probe", kFast);
     DrivenLauncher launcher(host);
     launcher.Advance(seconds(30), 1);
-    ::Test::WriteFile(host.OutputPath(), "end\n");
-    fs::remove(host.OutputPath());
+    ::Test::WriteFile(input, "end\n");
     const int pid = launcher.LastPid();
     PluginTest::WaitUntilEnded(pid);
     launcher.Advance(seconds(300), 1);
@@ -174,59 +159,6 @@ TEST(PluginLauncher, SendsNothingToAPluginThatHasEnded) {
               1U);
     EXPECT_FALSE(launcher.Log().Contains("5 PluginLauncher: " + std::to_string(pid)));
 }
-
-struct Misfit {
-    const char* name;
-    std::function<void(const PluginHost&)> make;
-    const char* reason;
-};
-
-class Misfits : public testing::TestWithParam<Misfit> {};
-
-TEST_P(Misfits, FailToLaunchAndHinderNobody) {
-    const PluginHost host;
-    GetParam().make(host);
-    host.Configure("a-misfit", kFast);
-    host.AddScript("b-good", kEndless);
-    host.Configure("b-good", kFast);
-    DrivenLauncher launcher(host);
-    launcher.Advance(seconds(30), 1);
-    EXPECT_TRUE(launcher.Log().Contains(std::string("3 PluginLauncher: Plugin launch failed: ") +
-                                        GetParam().reason));
-    launcher.Advance(seconds(30), 1);
-    EXPECT_TRUE(launcher.Log().Contains("/plugins/bin/b-good ("));
-    EXPECT_TRUE(
-        launcher.Log().Contains("5 PluginLauncher: Peak requested reservation (MB): 0, Peak "
-                                "requested reservation of children groups (MB): 0"));
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    PluginLauncher, Misfits,
-    testing::Values(Misfit{"brokenLink",
-                           [](const PluginHost& host) {
-                               fs::create_symlink("/no/such/file", host.EntryPath("a-misfit"));
-                           },
-                           "No such file or directory"},
-                    Misfit{"notExecutable",
-                           [](const PluginHost& host) {
-                               host.AddScript("a-misfit", "exit 0");
-                               fs::permissions(host.EntryPath("a-misfit"), fs::perms::owner_read);
-                           },
-                           "Permission denied"},
-                    Misfit{"noInterpreter",
-                           [](const PluginHost& host) {
-                               Test::WriteFile(host.EntryPath("a-misfit"),
-                                               "#!/no/such/interpreter\n");
-                               fs::permissions(host.EntryPath("a-misfit"), fs::perms::owner_all);
-                           },
-                           "No such file or directory"},
-                    Misfit{"noProgram",
-                           [](const PluginHost& host) {
-                               Test::WriteFile(host.EntryPath("a-misfit"), "echo hello\n");
-                               fs::permissions(host.EntryPath("a-misfit"), fs::perms::owner_all);
-                           },
-                           "Exec format error"}),
-    [](const auto& row) { return row.param.name; });
 
 TEST(PluginLauncher, RefusesToLaunchWithoutTheGroup) {
     const PluginHost host;
