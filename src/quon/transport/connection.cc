@@ -30,6 +30,9 @@ void Connection::Close() {
     EndWait();
     stream.Close();
     body.reset();
+    if (tookMuchMemory) {
+        table.ReleaseMemory();
+    }
     table.Remove(shared_from_this());
 }
 
@@ -133,6 +136,9 @@ void Connection::RefuseHead(const std::error_code& reason) {
 // A request that is here already takes its turn after those of the other connections.
 void Connection::FinishRequest() {
     Log(kTracing, "Request handled");
+    if (std::exchange(tookMuchMemory, false)) {
+        table.ReleaseMemory();
+    }
     if (!facts.keepAlive) {
         return Linger();
     }

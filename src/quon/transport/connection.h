@@ -122,6 +122,7 @@ class Connection : public std::enable_shared_from_this<Connection> {
     std::optional<TimePoint> waitingSince;
     std::optional<TimePoint> deadline;
     std::size_t droppedBytes = 0;  // since the last answer
+    bool tookMuchMemory = false;   // since it was last given back
 
     // Of the present request.
     RequestFacts facts;
@@ -129,6 +130,7 @@ class Connection : public std::enable_shared_from_this<Connection> {
     std::string requestId;  // JSON text
     std::string outgoing;
     std::optional<CallAnswer> answer;
+    std::size_t answerBytes = 0;  // so far
 };
 
 // The runtime's levels by their use here: the framework writes its level 7 - L for level L.

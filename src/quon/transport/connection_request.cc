@@ -40,6 +40,7 @@ void Connection::TakeBody() {
     const std::size_t arrived = received.size();
     const BodyReader::Progress progress = body->Take(received);
     input.Consume(arrived - received.size());
+    tookMuchMemory = tookMuchMemory || body->HeldBytes() > kMuchMemoryBytes;
     switch (progress) {
         case BodyReader::Progress::NeedsMore:
             return DoReadBody();
@@ -126,10 +127,13 @@ void Connection::OnCallEnded(const CallContext& context, Outcome<Data::DataValue
         isVerified = true;
     }
     answer.emplace(facts, requestId, std::move(outcome));
+    answerBytes = 0;
     DoSendPiece(&Connection::OnFirstPieceSent);
 }
 
 void Connection::DoSendPiece(Step step) {
+    answerBytes += answer->First().size() + answer->Second().size();
+    tookMuchMemory = tookMuchMemory || answerBytes > kMuchMemoryBytes;
     BeginWait(services->configuration.writeTimeout);
     if (stream.Send({answer->First(), answer->Second()}, Then(step))) {
         (this->*step)({}, 0);

@@ -1,12 +1,15 @@
 #include "quon/transport/connection_table.h"
 
 #include <boost/asio/io_context.hpp>
+#include <boost/asio/post.hpp>
 #include <boost/asio/steady_timer.hpp>
 
 #include <algorithm>
 #include <system_error>
 #include <utility>
 #include <vector>
+
+#include <malloc.h>
 
 namespace Quon::Transport::PicoHttp {
 
@@ -105,6 +108,19 @@ void ConnectionTable::BoundBodies() {
         held -= longest->HeldBodyBytes();
         longest->Close();
     }
+}
+
+// The allocator keeps free memory below what is in use, which can be much after large bodies.
+void ConnectionTable::ReleaseMemory() {
+    if (std::exchange(releasesMemory, true)) {
+        return;
+    }
+    boost::asio::post(context, [weak = weak_from_this()] {
+        if (const auto self = weak.lock()) {
+            self->releasesMemory = false;
+            (void)::malloc_trim(0);  // whether there was anything does not matter
+        }
+    });
 }
 
 // Null when none that waits meets the condition.

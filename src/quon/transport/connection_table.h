@@ -37,6 +37,9 @@ class ConnectionTable : public std::enable_shared_from_this<ConnectionTable> {
     // A connection may hold more of its unfinished body: closes the longest waiting ones without a
     // verified token while they hold too much together.
     void BoundBodies();
+    // A connection took much memory and has no use for it any more: what is free by then is given
+    // back to the system, once those in work had their turn.
+    void ReleaseMemory();
 
   private:
     struct Timer;
@@ -53,6 +56,7 @@ class ConnectionTable : public std::enable_shared_from_this<ConnectionTable> {
     // costs no system call. It comes early for deadlines that were moved back, and looks again.
     const std::unique_ptr<Timer> timer;
     TimePoint timerTime = TimePoint::max();
+    bool releasesMemory = false;
 };
 
 }  // namespace Quon::Transport::PicoHttp

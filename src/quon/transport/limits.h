@@ -15,6 +15,9 @@ inline constexpr std::size_t kPieceBytes = 64 * 1024;
 inline constexpr std::size_t kMaxLingerBytes = 16 * 1024 * 1024;
 // Of an unfinished body, what counts against nobody: most requests stay below it.
 inline constexpr std::size_t kFreeBodyBytes = 16 * 1024;
+// A request that took more, for its body or its answer, has the free memory of the process given
+// back to the system after it.
+inline constexpr std::size_t kMuchMemoryBytes = 1024 * 1024;
 // Connections that the kernel keeps ready for a listener.
 inline constexpr int kListenBacklog = 128;
 

@@ -10,6 +10,7 @@
 #include <chrono>
 #include <memory>
 #include <optional>
+#include <ostream>
 #include <string>
 
 #include <netinet/in.h>
@@ -132,6 +133,8 @@ struct SlowClient {
     ServerConfiguration configuration;
     std::string sent;
 };
+
+void PrintTo(const SlowClient& row, std::ostream* stream) { *stream << row.name; }
 
 class SlowClients : public testing::TestWithParam<SlowClient> {};
 
