@@ -42,6 +42,14 @@ void JudgeUsage(const std::string& path, const FileSystemUsage& usage, const Lim
     }
 }
 
+// That of the host's first process where it can be read: a service may see file systems as
+// read-only that its host writes.
+std::string MountTable(const std::string& root) {
+    const std::string hostTable = root + "/proc/1/mountinfo";
+    return ReadSmallFile(hostTable).value_or("").empty() ? root + "/proc/self/mountinfo"
+                                                         : hostTable;
+}
+
 }  // namespace
 
 std::optional<FileSystemUsage> ReadUsage(const std::string& mountPoint) {
@@ -61,7 +69,7 @@ void CheckFileSystems(const std::string& root, const UsageReader& readUsage, Set
     settings.RefuseUnknown();
 
     std::size_t count = 0;
-    for (const Mount& mount : ReadDiskMounts(root + "/proc/self/mountinfo", report)) {
+    for (const Mount& mount : ReadDiskMounts(MountTable(root), report)) {
         if (SentrelCheck::MatchesAny(ignored, mount.path) || count == kMaxMounts) {
             continue;
         }

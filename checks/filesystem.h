@@ -26,8 +26,8 @@ using UsageReader = std::function<std::optional<FileSystemUsage>(const std::stri
 // By statvfs(3).
 std::optional<FileSystemUsage> ReadUsage(const std::string& mountPoint);
 
-// Reads /proc/self/mountinfo below `root`, and asks `readUsage` with each mount point as it stands
-// in there.
+// Reads /proc/1/mountinfo below `root`, or /proc/self/mountinfo where that is hidden, and asks
+// `readUsage` with each mount point as it stands in there.
 void CheckFileSystems(const std::string& root, const UsageReader& readUsage,
                       SentrelCheck::Settings& settings, SentrelCheck::Report& report);
 

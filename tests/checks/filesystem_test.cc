@@ -135,6 +135,11 @@ TEST(CheckFileSystems, JudgesSpaceAndInodes) {
              Status::Error,
              "/tight was made read-only by the kernel; its log says why, and the disk needs a "
              "look"},
+            {"read-only for a service, not for its host",
+             {{kMountInfo, Line("8:2", "/tight", "xfs", "ro")},
+              {"/proc/1/mountinfo", Line("8:2", "/tight", "xfs")}},
+             Status::Warning,
+             "space free on /tight 9 % is below 10 %"},
             {"no disks",
              {{kMountInfo, Line("0:5", "/", "tmpfs")}},
              Status::None,
