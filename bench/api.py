@@ -13,6 +13,7 @@ API_PORT = 9984
 SIZES = (10, 100, 1000, 10000)  # names in the report directory
 RING_FILES = 3
 LARGE_ANSWERS = 50
+SLICES = 3  # of a round, so that the targets take turns more often than the load on the machine changes
 LIST = "com.korvex.oru.observability.reports.list"
 GET = "com.korvex.oru.observability.reports.get"
 
@@ -151,13 +152,15 @@ class ApiBench:
             write_file(os.path.join(self.servers["nginx"].files, row.name), answer)
 
     def run_rounds(self, rows):
-        for number in range(self.bench.options.rounds):
+        rounds = self.bench.options.rounds * SLICES
+        milliseconds = self.bench.options.milliseconds // SLICES
+        for number in range(rounds):
             for row in rows:
-                self.bench.progress(f"round {number + 1} of {self.bench.options.rounds}, row {row.name}")
+                self.bench.progress(f"round {number + 1} of {rounds}, row {row.name}")
                 for target in self.targets:
                     server = self.servers[target]
                     cpu, waits = server.cpu_seconds(), server.waits()
-                    result = self.load(row, target, "--milliseconds", self.bench.options.milliseconds)
+                    result = self.load(row, target, "--milliseconds", milliseconds)
                     server.check_alive()
                     self.results[row, target].add(result, server.cpu_seconds() - cpu, server.waits_since(waits))
                     server.clear_log()

@@ -135,9 +135,10 @@ class Daemon(Server):
                    json.dumps({"http_port": self.port, "plugin_resource_pool_size_MB": 64}))
         os.makedirs(os.path.join(self.root, "usr/lib/korvex/sentrel/plugins/bin"))  # empty: nothing is launched
         metadata = os.path.join(os.path.dirname(binary), "../observability_quon_metadata.json")
-        if os.path.exists(metadata):
-            os.makedirs(os.path.join(self.root, "usr/lib/korvex/quon"))
-            shutil.copy(metadata, os.path.join(self.root, "usr/lib/korvex/quon"))
+        if not os.path.exists(metadata):
+            raise BenchFailure(f"{metadata} is missing; run ./dev bench, which builds it first")
+        os.makedirs(os.path.join(self.root, "usr/lib/korvex/quon"))
+        shutil.copy(metadata, os.path.join(self.root, "usr/lib/korvex/quon"))
         self.load_arguments = ["--port", str(self.port)]
 
     def start(self):
