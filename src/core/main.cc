@@ -25,7 +25,8 @@ using Pellmar::Ref;
 using Pellmar::Service::Logger;
 using Pellmar::Service::LogInternal;
 
-// Fixed when the program is built: the build system may define another one.
+// Fixed when the program is built: SENTREL_VERSION is that of the project, and the build system may
+// define another number.
 #ifdef SENTREL_BUILD_NUMBER
 constexpr std::uint32_t kBuildNumber = SENTREL_BUILD_NUMBER;
 #else
@@ -45,8 +46,10 @@ Tabulon::StoreEntry DaemonStoreEntry() {
 bool InitFramework() {
     try {
         FeatureState_InitSilentMode();
-        Pellmar::Service::SetAppInfo(
-            {.name = "sentrel", .version = "8.0.1", .buildNumber = kBuildNumber, .reserved = 0});
+        Pellmar::Service::SetAppInfo({.name = "sentrel",
+                                      .version = SENTREL_VERSION,
+                                      .buildNumber = kBuildNumber,
+                                      .reserved = 0});
         const Ref<Pellmar::Service::Config> config =
             Tabulon::CreateTabulonConfigWithFallbackToDefault({DaemonStoreEntry()});
         config->Initialize();
