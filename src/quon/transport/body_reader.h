@@ -6,9 +6,11 @@
 #include "quon/transport/request_facts.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <system_error>
+#include <utility>
 
 namespace Quon::Transport::PicoHttp {
 
