@@ -124,20 +124,6 @@ TEST_F(Launch, SaysHowItSchedulesFourPlugins) {
     EXPECT_EQ(daemon->Stop(), 0);
 }
 
-TEST_F(Launch, SchedulesNothingWithoutPlugins) {
-    Start();
-    EXPECT_THAT(
-        LogFrom(0, "5 PluginLauncher: "),
-        ElementsAre("5 PluginLauncher: Number of fast plugins: 0, Throttle timeout: 30, Min "
-                    "period: 0",
-                    "5 PluginLauncher: Updated medium queue initial delay to: 30 ",
-                    "5 PluginLauncher: Number of Medium plugins: 0, Throttle timeout: 30",
-                    "5 PluginLauncher: About to schedule fast plugins",
-                    "5 PluginLauncher: About to schedule medium plugins",
-                    "5 PluginLauncher: About to schedule slow plugins"));
-    EXPECT_EQ(daemon->Stop(), 0);
-}
-
 TEST_F(Launch, EndsTheStartWithoutThePluginDirectory) {
     fs::remove(host.Root() + "/usr/lib/korvex/sentrel/plugins/bin");
     daemon.emplace(Options());
