@@ -1,5 +1,6 @@
 # `DESTDIR=DIR cmake --install build` lays out a host root below DIR. The daemon looks for its files at fixed places, so
-# the destinations are absolute and CMAKE_INSTALL_PREFIX moves nothing.
+# the destinations are absolute and CMAKE_INSTALL_PREFIX moves nothing. The plugins that are shipped are installed by
+# checks/, the examples by examples/.
 
 if(TARGET sentrel)
     install(TARGETS sentrel RUNTIME DESTINATION /usr/sbin)
@@ -9,10 +10,32 @@ if(TARGET sentrelctl)
 endif()
 
 # Vendor defaults of the configuration store; what an administrator sets stands elsewhere and is never installed.
-if(IS_DIRECTORY ${PROJECT_SOURCE_DIR}/dist/tabulon)
-    install(DIRECTORY ${PROJECT_SOURCE_DIR}/dist/tabulon/ DESTINATION /usr/lib/korvex/tabulon)
-endif()
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/dist/tabulon/ DESTINATION /usr/lib/korvex/tabulon)
 
 if(TARGET quon_metadata)
     install(FILES ${PROJECT_BINARY_DIR}/observability_quon_metadata.json DESTINATION /usr/lib/korvex/quon)
 endif()
+
+# What the host's own services read.
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/dist/systemd/ DESTINATION /lib/systemd/system)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/dist/sysusers.d ${PROJECT_SOURCE_DIR}/dist/tmpfiles.d DESTINATION /usr/lib)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/dist/logrotate.d DESTINATION /etc)
+
+# NAME.SECTION, in mdoc(7).
+file(GLOB manualPages CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/dist/man/*.[1-9])
+foreach(page IN LISTS manualPages)
+    get_filename_component(section ${page} LAST_EXT)
+    string(SUBSTRING ${section} 1 1 section)
+    install(FILES ${page} DESTINATION /usr/share/man/man${section})
+endforeach()
+
+# What completes the command line of sentrelctl, where each shell looks for it.
+foreach(shell IN ITEMS bash:bash-completion/completions zsh:zsh/vendor-completions fish:fish/vendor_completions.d)
+    string(REGEX MATCH "^[^:]+" name ${shell})
+    string(REGEX REPLACE "^[^:]+:" "" folder ${shell})
+    if(IS_DIRECTORY ${PROJECT_SOURCE_DIR}/dist/completions/${name})
+        install(DIRECTORY ${PROJECT_SOURCE_DIR}/dist/completions/${name}/ DESTINATION /usr/share/${folder})
+    endif()
+endforeach()
+
+install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION /usr/share/doc/sentrel)
