@@ -52,7 +52,8 @@ def call_of(row):
 
 
 def details_of(number):
-    return {"status": ("OK", "WARNING", "ERROR")[number % 3], "unstructured": compact(unstructured_of(number), sort_keys=True)}
+    return {"status": ("OK", "WARNING", "ERROR")[number % 3],
+            "unstructured": compact(unstructured_of(number), sort_keys=True)}
 
 
 def result_of(row, modified):
@@ -188,5 +189,5 @@ class ApiBench:
         peak = process_stats.peak_kib(pid)
         self.load(row, "sentrel", "--calls", LARGE_ANSWERS - 3)  # each load begins with one that is not measured
         after = process_stats.memory_kib(pid)["Rss"]
-        print(f"sentrel memory of {row.name} ({self.bytes[row] // 1024} KiB an answer): Rss {before} KiB before, at most "
-              f"{peak} KiB within, {after} KiB after {LARGE_ANSWERS} answers", flush=True)
+        print(f"sentrel memory of {row.name} ({self.bytes[row] // 1024} KiB an answer): Rss {before} KiB before, at "
+              f"most {peak} KiB within, {after} KiB after {LARGE_ANSWERS} answers", flush=True)
