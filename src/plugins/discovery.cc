@@ -1,4 +1,3 @@
-// Which plugins there are, and what the configuration store says of each.
 #include "plugins/discovery.h"
 
 #include "platform/pellmar/config.h"
@@ -22,6 +21,7 @@ namespace Sentrel {
 
 using Pellmar::Ref;
 using Pellmar::Service::ConfigReader;
+using Pellmar::Service::Logger;
 using Pellmar::Service::LogInternal;
 
 namespace {
@@ -41,6 +41,10 @@ Ref<ConfigReader> OpenPluginEntry(const std::string& name) {
         /*mayBeMissing=*/false, /*useVendorFile=*/true, /*useHostFile=*/true);
     config->Initialize();
     return config->GetReader();
+}
+
+void LogMissingKey(const Ref<Logger>& logger, const std::string& name, const char* key) {
+    LogInternal(logger, 3, "Failed to locate Tabulon key: %1.%2", name, key);
 }
 
 }  // namespace
@@ -63,7 +67,7 @@ void SetLogLevel(PluginInfo& info, const std::string& text) {
     }
 }
 
-void PluginLauncher::DiscoverPlugins() {
+void FindPlugins(const Ref<Logger>& logger, const std::function<void(const PluginInfo&)>& take) {
     const auto directory = Pellmar::System::SystemFactory::GetFile(Sys::HostPath(kPluginDirectory));
     for (const Ref<Pellmar::System::File>& entry : directory->List(-1)) {
         PluginInfo info;
@@ -74,7 +78,7 @@ void PluginLauncher::DiscoverPlugins() {
             LogInternal(logger, 6, "Skipping the directory: %1", info.path);
             continue;
         }
-        if (!LoadPluginConfig(info)) {
+        if (!LoadPluginConfig(info, logger)) {
             LogInternal(logger, 3, "Failed to load configuration for: %1", info.name);
             continue;
         }
@@ -83,8 +87,42 @@ void PluginLauncher::DiscoverPlugins() {
             LogInternal(logger, 5, "Plugin disabled by configuration: %1", info.name);
             continue;
         }
-        AddToQueue(info);
+        take(info);
     }
+}
+
+bool LoadPluginConfig(PluginInfo& info, const Ref<Logger>& logger) {
+    try {
+        const Ref<ConfigReader> reader = OpenPluginEntry(info.name);
+        std::string frequency;
+        if (reader->GetString("frequency", frequency)) {
+            SetFrequency(info, frequency);
+        } else {
+            LogMissingKey(logger, info.name, "frequency");
+        }
+        std::string logLevel;
+        if (reader->GetString("log_level", logLevel)) {
+            SetLogLevel(info, logLevel);
+        } else {
+            LogMissingKey(logger, info.name, "log_level");
+        }
+        if (!reader->GetBool("enabled", info.enabled)) {
+            LogMissingKey(logger, info.name, "enabled");
+        } else if (!info.enabled) {
+            LogInternal(logger, 5, "%1 plugin disabled", info.name);
+        } else {
+            LogInternal(logger, 5, "%1 plugin configuration: log_level=%2 frequency=%3", info.name,
+                        logLevel, frequency);
+        }
+        return true;
+    } catch (const Pellmar::NotFoundException& exception) {
+        LogInternal(logger, 3, "Failed to create Tabulon config: Exception : %1", exception.what());
+        return false;
+    }
+}
+
+void PluginLauncher::DiscoverPlugins() {
+    FindPlugins(logger, [this](const PluginInfo& info) { AddToQueue(info); });
 }
 
 void PluginLauncher::AddToQueue(const PluginInfo& info) {
@@ -103,40 +141,6 @@ void PluginLauncher::AddToQueue(const PluginInfo& info) {
             LogInternal(logger, 6, "Plugin added to fast queue: %1", info.name);
             break;
     }
-}
-
-bool PluginLauncher::LoadPluginConfig(PluginInfo& info) {
-    try {
-        const Ref<ConfigReader> reader = OpenPluginEntry(info.name);
-        std::string frequency;
-        if (reader->GetString("frequency", frequency)) {
-            SetFrequency(info, frequency);
-        } else {
-            LogMissingKey(info.name, "frequency");
-        }
-        std::string logLevel;
-        if (reader->GetString("log_level", logLevel)) {
-            SetLogLevel(info, logLevel);
-        } else {
-            LogMissingKey(info.name, "log_level");
-        }
-        if (!reader->GetBool("enabled", info.enabled)) {
-            LogMissingKey(info.name, "enabled");
-        } else if (!info.enabled) {
-            LogInternal(logger, 5, "%1 plugin disabled", info.name);
-        } else {
-            LogInternal(logger, 5, "%1 plugin configuration: log_level=%2 frequency=%3", info.name,
-                        logLevel, frequency);
-        }
-        return true;
-    } catch (const Pellmar::NotFoundException& exception) {
-        LogInternal(logger, 3, "Failed to create Tabulon config: Exception : %1", exception.what());
-        return false;
-    }
-}
-
-void PluginLauncher::LogMissingKey(const std::string& name, const char* key) const {
-    LogInternal(logger, 3, "Failed to locate Tabulon key: %1.%2", name, key);
 }
 
 }  // namespace Sentrel

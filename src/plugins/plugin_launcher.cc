@@ -71,9 +71,9 @@ void PluginLauncher::ReadSettings() {
 }
 
 void PluginLauncher::ApplyFastPeriod(std::int32_t minutes) {
+    sFastPeriodMinutes = FastPeriodMinutes(minutes);
     if (minutes > kDefaultFastPeriodMinutes) {
         LogInternal(logger, 5, "Overridden time period = %1", minutes);
-        sFastPeriodMinutes = minutes;
     } else if (minutes != 0) {
         LogInternal(logger, 5, "Configuration supplied time period = %1", minutes);
     }

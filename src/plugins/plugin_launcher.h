@@ -58,9 +58,7 @@ class PluginLauncher : public std::enable_shared_from_this<PluginLauncher> {
     void ApplyTimetable();
 
     void DiscoverPlugins();
-    bool LoadPluginConfig(PluginInfo& info);
     void AddToQueue(const PluginInfo& info);
-    void LogMissingKey(const std::string& name, const char* key) const;
 
     void ScheduleLaunches(Queue& queue);
     void ScheduleEachBatch(std::size_t batch, std::size_t firstPlugin, Queue& queue);

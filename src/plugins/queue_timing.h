@@ -16,6 +16,12 @@ inline constexpr std::int64_t kDefaultFastPeriodMinutes = 5;
 inline constexpr std::uint64_t kMediumPeriodSeconds = 3600;
 inline constexpr std::uint64_t kSlowPeriodSeconds = 86400;
 
+// The fast queue's period for what the setting "fast_queue/time_period_in_mins" says (0: nothing),
+// which counts only when it is longer than the default. Both in minutes.
+constexpr std::int64_t FastPeriodMinutes(std::int32_t setting) {
+    return setting > kDefaultFastPeriodMinutes ? setting : kDefaultFastPeriodMinutes;
+}
+
 struct QueueTiming {
     std::uint64_t batchSize = kBatchSize;
     std::uint64_t period = 0;  // from the end of one run of a batch to its next
