@@ -33,9 +33,15 @@ expect() {
     [[ $2 == "$3" ]] || fail "$1 is \"$3\", not \"$2\""
 }
 
+# With a file of others in each directory that a host has anyway.
 make_root() {
+    local directory
     chmod 0755 "$folder"
-    mkdir -p "$root"/{etc,usr,var/lib/dpkg/{info,updates},var/log}
+    for directory in etc/systemd/system usr var/lib/systemd var/log; do
+        mkdir -p "$root/$directory"
+        touch "$root/$directory/of-others"
+    done
+    mkdir -p "$root"/var/lib/dpkg/{info,updates}
     touch "$root/var/lib/dpkg/status"
     echo 'root:x:0:0:root:/root:/bin/sh' >"$root/etc/passwd"
     echo 'root:x:0:' >"$root/etc/group"
