@@ -87,8 +87,8 @@ constexpr CatalogueRow kEnglishRows[] = {
      "It gives the privileges of the operation %1 twice, or for an operation that is open to all."},
     // Failures of the server
     {"quon.operation.failed",
-     "The operation \"%1\" failed: %2. Try again; if it happens once more, report it together with "
-     "the server's log."},
+     "The operation \"%1\" failed. Try again; if it happens once more, report it together with the "
+     "server's log, which says why."},
     {"quon.operation.without.result",
      "The operation ended without a result. Try again; if it happens once more, report it together "
      "with the server's log."},

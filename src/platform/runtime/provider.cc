@@ -44,7 +44,10 @@ const ApiOperation* FindOperation(const ApiInterface& api, const std::string& na
     return found == api.operations.end() ? nullptr : &*found;
 }
 
-std::string NameOf(const Call& call) { return call.service + "." + call.operation; }
+// As the method of the request had it.
+std::string NameOf(const Call& call) {
+    return call.service.empty() ? call.operation : call.service + "." + call.operation;
+}
 
 // The way of one outcome to the caller. As long as the operation has not returned, the outcome
 // waits: an operation that throws has failed, whatever it has set, and it drops its result on the
@@ -87,9 +90,10 @@ void Run(const ApiOperation& operation, const Call& call, CallResult result, Log
     } catch (const std::exception& exception) {
         logger.Log(LogLevel::Error,
                    "The operation " + NameOf(call) + " failed: " + exception.what());
-        delivery->Fail(Std::MakeError(
-            Std::ErrorType::InternalServerError,
-            {L10n::MakeMessage("quon.operation.failed", {NameOf(call), exception.what()})}));
+        // Why is for the log alone: it may tell of files and of what is in them.
+        delivery->Fail(
+            Std::MakeError(Std::ErrorType::InternalServerError,
+                           {L10n::MakeMessage("quon.operation.failed", {NameOf(call)})}));
     }
 }
 

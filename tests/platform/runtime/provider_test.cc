@@ -81,12 +81,12 @@ TEST_F(LocalProvider, EndsEveryCallWithOneOutcome) {
         {"s.echo", R"({"a":[1,"x"]})", R"({"a":[1,"x"]})", false},
         {"s.drop", "{}", "internal_server_error The operation ended without", false},
         {"s.later", "{}", "2", false},
-        {"s.throw", "{}", "internal_server_error The operation \"s.throw\" failed: no disk", true},
+        {"s.throw", "{}", "internal_server_error The operation \"s.throw\" failed. ", true},
         {"s.answer_and_throw", "{}", "internal_server_error", true},
         {"s.keep_and_throw", "{}", "internal_server_error", true},
         {"s.none", "not JSON", "operation_not_found There is no operation \"s.none\"", false},
         {"t.value", "not JSON", "operation_not_found", false},
-        {".value", "{}", "operation_not_found", false},
+        {".value", "{}", "operation_not_found There is no operation \"value\"", false},
     };
     for (const auto& row : kRows) {
         SCOPED_TRACE(row.operation);
