@@ -26,8 +26,7 @@ class AsyncResult {
     AsyncResult& operator=(AsyncResult&&) = delete;
     ~AsyncResult() {
         if (receiver) {
-            SetError(Std::MakeError(Std::ErrorType::InternalServerError,
-                                    {L10n::MakeMessage("quon.operation.without.result")}));
+            SetError(Std::MakeNoResultError());
         }
     }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <exception>
 #include <utility>
 
 namespace Quon {
@@ -78,6 +79,15 @@ Data::ErrorValue MakeError(ErrorType type, std::vector<L10n::LocalizableMessage>
     structure.Add("messages", Data::DataValue(std::move(list)));
     structure.Add("errorType", Data::DataValue(std::string(ErrorTypeText(type))));
     return Data::ErrorValue(std::move(structure));
+}
+
+Data::ErrorValue MakeNoResultError() noexcept {
+    try {
+        return MakeError(ErrorType::InternalServerError,
+                         {L10n::MakeMessage("quon.operation.without.result")});
+    } catch (const std::exception&) {
+        return {};
+    }
 }
 
 }  // namespace Std

@@ -6,7 +6,6 @@
 #include "platform/runtime/call.h"
 #include "platform/runtime/definition.h"
 #include "platform/runtime/error_value.h"
-#include "platform/runtime/localizer.h"
 #include "platform/runtime/native_from_data.h"
 #include "platform/runtime/native_to_data.h"
 #include "platform/runtime/provider.h"
@@ -40,18 +39,17 @@ template <typename T>
 AsyncResult<std::shared_ptr<const T>> ToNativeResult(CallResult result) {
     // A receiver can be copied, a result cannot.
     const auto shared = std::make_shared<CallResult>(std::move(result));
-    return AsyncResult<std::shared_ptr<const T>>([shared](
-                                                     Outcome<std::shared_ptr<const T>> outcome) {
-        const auto* value = std::get_if<std::shared_ptr<const T>>(&outcome);
-        if (value == nullptr) {
-            shared->SetError(std::get<Data::ErrorValue>(std::move(outcome)));
-        } else if (*value) {
-            shared->SetValue(ToData(*value));
-        } else {
-            shared->SetError(Std::MakeError(Std::ErrorType::InternalServerError,
-                                            {L10n::MakeMessage("quon.operation.without.result")}));
-        }
-    });
+    return AsyncResult<std::shared_ptr<const T>>(
+        [shared](Outcome<std::shared_ptr<const T>> outcome) {
+            const auto* value = std::get_if<std::shared_ptr<const T>>(&outcome);
+            if (value == nullptr) {
+                shared->SetError(std::get<Data::ErrorValue>(std::move(outcome)));
+            } else if (*value) {
+                shared->SetValue(ToData(*value));
+            } else {
+                shared->SetError(Std::MakeNoResultError());
+            }
+        });
 }
 
 }  // namespace Quon::Native
