@@ -7,6 +7,7 @@
 #include "platform/sys/host_root.h"
 
 #include <cerrno>
+#include <filesystem>
 #include <fstream>
 #include <optional>
 #include <string_view>
@@ -52,9 +53,18 @@ std::optional<Section> ReadSection(std::istream& file, const std::string& packag
 template <typename Model>
 Data::ErrorValue Load(const std::string& package, const std::string& path, std::string_view name,
                       SectionContainer<Model>& container) {
-    std::ifstream file(Sys::HostPath(path), std::ios::binary);
+    const std::string rootedPath = Sys::HostPath(path);
+    std::error_code error;
+    const bool isRegular = std::filesystem::is_regular_file(rootedPath, error);
+    if (error) {
+        return Unusable(path, error.message() + ".");
+    }
+    if (!isRegular) {  // a FIFO would not even open
+        return Unusable(path, "It is no regular file.");
+    }
+    std::ifstream file(rootedPath, std::ios::binary);
     if (!file) {
-        return Unusable(path, std::generic_category().message(errno));
+        return Unusable(path, std::generic_category().message(errno) + ".");
     }
     LocalizableMessage problem;
     std::optional<Section> section = ReadSection<Model>(file, package, name, problem);

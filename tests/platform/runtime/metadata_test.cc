@@ -17,6 +17,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
 namespace Quon::Provider::Metadata {
 namespace {
 
@@ -214,7 +216,9 @@ TEST_F(MetadataServices, NameTheFileAndWhatIsWrongInIt) {
     const auto container = Cli::MetadataContainer::GetInstance();
     ASSERT_FALSE(ProviderHelper::LoadCliMetadataFile("com.example", path, container));
     const auto loaded = container->Get();
-    for (const std::string& bad : {directory.Path() + "none", directory.Path()}) {
+    const std::string fifo = directory.Path() + "fifo";
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    for (const std::string& bad : {directory.Path() + "none", directory.Path(), fifo}) {
         EXPECT_THAT(ProviderHelper::LoadCliMetadataFile("com.example", bad, container).ToString(),
                     HasSubstr("The metadata file " + bad + " cannot be used: "));
     }
