@@ -136,8 +136,9 @@ void Connection::DoSendPiece(Step step) {
     tookMuchMemory = tookMuchMemory || answerBytes > kMuchMemoryBytes;
     BeginWait(services->configuration.writeTimeout);
     if (stream.Send({answer->First(), answer->Second()}, Then(step))) {
-        (this->*step)({}, 0);
+        return (this->*step)({}, 0);
     }
+    table.BoundAnswers();
 }
 
 void Connection::OnFirstPieceSent(const std::error_code& error, std::size_t) {
@@ -173,7 +174,7 @@ void Connection::ProduceNextPiece() {
         answer->Next();
     } catch (const std::exception& failure) {
         Log(kMilestone, std::string("Failed to deliver response. EC: ") + failure.what());
-        return Close();
+        return Fail(failure.what());
     }
     DoSendPiece(&Connection::OnPieceSent);
 }
