@@ -130,7 +130,7 @@ std::vector<Report> Publisher::FilterReports(
         Report report = ReadReport(file.path);
         if (!IsSameReportName(report.name, file.name)) {
             LogInternal(logger, 3, "Report name: %1 does not match filename: %2. Skipping %2",
-                        report.name, file.name);
+                        std::string_view(report.name).substr(0, kMaxLoggedSize), file.name);
             continue;
         }
         if (PassesAll(report, filters)) {

@@ -9,6 +9,7 @@
 
 #include <nlohmann/json_fwd.hpp>
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -28,6 +29,9 @@ struct Report {
     std::int32_t status = kStatusNone;
     std::string unstructured;  // JSON without blanks, members in byte order of their names
 };
+
+// Of a text that a document made, for the log: it may be as long as the document.
+inline constexpr std::size_t kMaxLoggedSize = 1024;
 
 // The word of a status code, as log messages show it.
 std::string_view StatusToString(std::int32_t status);

@@ -25,8 +25,6 @@ using nlohmann::json;
 using Pellmar::Service::LogInternal;
 
 constexpr std::size_t kMaxReportSize = 16 * 1024 * 1024;
-// Of the library's text for the log: it repeats the token at fault, which may be the whole file.
-constexpr std::size_t kMaxReasonSize = 1024;
 
 struct FileText {
     std::unique_ptr<char[]> bytes;
@@ -93,8 +91,9 @@ Report Publisher::ReadReport(const std::filesystem::path& path) const {
         ReportFromJson(document, report);
         return report;
     } catch (const json::exception& exception) {
+        // The library repeats the token at fault, which may be the whole file.
         LogInternal(logger, 3, "JSON error for %1: %2", path.native(),
-                    std::string_view(exception.what()).substr(0, kMaxReasonSize));
+                    std::string_view(exception.what()).substr(0, kMaxLoggedSize));
     } catch (const std::exception& exception) {
         LogInternal(logger, 3, "Error reading %1: %2", path.native(), exception.what());
     } catch (...) {
