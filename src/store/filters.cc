@@ -42,7 +42,7 @@ bool NameFilter::CaseBlindEqual::operator()(std::string_view one, std::string_vi
 }
 
 NameFilter::NameFilter(const std::vector<std::string>& names, const Ref<Logger>& logger)
-    : logger(logger), names(names.begin(), names.end()) {}
+    : names(names.begin(), names.end()), logger(logger) {}
 
 bool NameFilter::Apply(std::string_view reportName) const {
     return names.empty() || names.contains(reportName);

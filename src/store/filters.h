@@ -22,9 +22,9 @@ inline constexpr std::int64_t kNoStartTime = std::numeric_limits<std::int64_t>::
 // Judges a report by its name, before its file is read.
 class Prefilter {
   public:
-    virtual ~Prefilter() = default;
     // Whether to keep the report.
     virtual bool Apply(std::string_view reportName) const = 0;
+    virtual ~Prefilter() = default;
 };
 
 // Keeps the names of a list, compared without regard to ASCII case; all names when it is empty.
@@ -42,19 +42,19 @@ class NameFilter : public Prefilter {
         bool operator()(std::string_view one, std::string_view other) const;
     };
 
-    const Pellmar::Ref<Pellmar::Service::Logger> logger;
     // Views of the caller's list: it may be as long as the directory, and is asked for each link.
     const std::unordered_set<std::string_view, CaseBlindHash, CaseBlindEqual> names;
+    const Pellmar::Ref<Pellmar::Service::Logger> logger;
 };
 
 // Judges a report that was read.
 class Filter {
   public:
-    virtual ~Filter() = default;
     // Whether to keep the report.
     virtual bool Apply(const Report& report) const = 0;
     // What the log calls the filter.
     virtual std::string_view Name() const = 0;
+    virtual ~Filter() = default;
 };
 
 // Keeps the status codes of a list; every code when it is empty.
