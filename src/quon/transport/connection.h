@@ -66,6 +66,8 @@ class Connection : public std::enable_shared_from_this<Connection> {
     bool IsVerified() const { return isVerified; }
     // Memory of an unfinished body, in bytes.
     std::size_t HeldBodyBytes() const { return body ? body->HeldBytes() : 0; }
+    // Whether it holds a result, more of which is to be sent than the present piece.
+    bool HoldsAnswer() const { return answer && !answer->IsLast(); }
 
   private:
     using Step = void (Connection::*)(const std::error_code& error, std::size_t count);

@@ -19,6 +19,8 @@ bool HoldsMuch(const Connection& connection) {
     return !connection.IsVerified() && connection.HeldBodyBytes() > kFreeBodyBytes;
 }
 
+bool HoldsAnswer(const Connection& connection) { return connection.HoldsAnswer(); }
+
 }  // namespace
 
 struct ConnectionTable::Timer {
@@ -35,8 +37,11 @@ ConnectionTable::~ConnectionTable() = default;
 
 void ConnectionTable::Admit(Sys::OwnedFd socket) {
     if (connections.size() >= services->configuration.limits.maxConnections) {
-        const std::shared_ptr<Connection> idle = FindLongestWaiting(
+        std::shared_ptr<Connection> idle = FindLongestWaiting(
             [](const Connection& connection) { return !connection.IsVerified(); });
+        if (!idle) {
+            idle = FindLongestWaiting([](const Connection&) { return true; });
+        }
         services->logger->Log(kPerRequest,
                               idle ? "Too many connections: the one that waits longest is closed"
                                    : "Too many connections: a new one is closed");
@@ -106,6 +111,24 @@ void ConnectionTable::BoundBodies() {
                               "RequestReadCb: too many unfinished bodies Error: the one that takes "
                               "longest is closed");
         held -= longest->HeldBodyBytes();
+        longest->Close();
+    }
+}
+
+void ConnectionTable::BoundAnswers() {
+    const ServerLimits& limits = services->configuration.limits;
+    auto held = static_cast<std::size_t>(
+        std::count_if(connections.begin(), connections.end(),
+                      [](const auto& connection) { return HoldsAnswer(*connection); }));
+    const TimePoint stalled = std::chrono::steady_clock::now() - limits.answerGrace;
+    for (; held > limits.maxUnfinishedAnswers; --held) {
+        const std::shared_ptr<Connection> longest = FindLongestWaiting(HoldsAnswer);
+        if (!longest || *longest->WaitingSince() > stalled) {
+            return;
+        }
+        services->logger->Log(kPerRequest,
+                              "Failed to sent response body: too many unfinished answers, the one "
+                              "that waits longest is closed");
         longest->Close();
     }
 }

@@ -22,8 +22,8 @@ class ConnectionTable : public std::enable_shared_from_this<ConnectionTable> {
     ~ConnectionTable();
 
     // Serves the client at the other end of `socket`. At the bound of connections the longest
-    // waiting one without a verified token is closed first, or `socket` when there is none. Throws
-    // what Connection throws.
+    // waiting one is closed first, one without a verified token before all others, or `socket` when
+    // none waits. Throws what Connection throws.
     void Admit(Sys::OwnedFd socket);
     // Before the table is destroyed; none is admitted any more.
     void CloseAll();
@@ -37,6 +37,9 @@ class ConnectionTable : public std::enable_shared_from_this<ConnectionTable> {
     // A connection may hold more of its unfinished body: closes the longest waiting ones without a
     // verified token while they hold too much together.
     void BoundBodies();
+    // A client does not take its answer at once: closes those that do not at all while there are
+    // too many unfinished answers.
+    void BoundAnswers();
     // A connection took much memory and has no use for it any more: what is free by then is given
     // back to the system, once those in work had their turn.
     void ReleaseMemory();

@@ -29,6 +29,10 @@ struct ServerLimits {
     // Unfinished bodies of all connections that never showed a good token. Beyond it, the one that
     // has been sending longest is closed.
     std::size_t maxUnverifiedBodyBytes = 40'000'000;
+    // Answers of more than one piece that are not out yet; each holds its result in memory. Beyond
+    // it, those whose client has not taken anything for the grace are closed.
+    std::size_t maxUnfinishedAnswers = 16;
+    std::chrono::nanoseconds answerGrace = std::chrono::seconds(5);
     // For a client to see its answer before the connection is closed.
     std::chrono::nanoseconds linger = std::chrono::seconds(5);
     // After the descriptors have run out.

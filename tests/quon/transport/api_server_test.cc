@@ -185,6 +185,29 @@ TEST(ApiServer, ClosesTheLongestIdleConnectionWithoutAToken) {
     EXPECT_TRUE(IsServed(further));
 }
 
+TEST(ApiServer, ClosesTheLongestIdleConnectionWhenAllHaveTokens) {
+    const RunningServer server({.limits = {.maxConnections = 2}});
+    RawConnection first = server.Connect();
+    CallOnce(first, "Authorization: Bearer good\r\n");
+    RawConnection second = server.Connect();
+    CallOnce(second, "Authorization: Bearer good\r\n");
+    RawConnection further = server.Connect();
+    EXPECT_TRUE(IsServed(further));
+    EXPECT_EQ(first.ReadUntilClosed(), "");
+    EXPECT_TRUE(IsServed(second));
+}
+
+TEST(ApiServer, BoundsUnfinishedAnswers) {
+    const RunningServer server({.limits = {.maxUnfinishedAnswers = 1, .answerGrace = 0s}});
+    RawConnection first = server.Connect();
+    ASSERT_TRUE(first.Send(Post(Document("list"))));
+    ASSERT_TRUE(server.log->WaitFor("7 Response head sent: "));
+    RawConnection second = server.Connect();
+    ASSERT_TRUE(second.Send(Post(Document("list"))));
+    EXPECT_TRUE(server.log->WaitFor("6 Failed to sent response body: too many unfinished answers"));
+    EXPECT_FALSE(first.ReadUntilClosed().ends_with("0\r\n\r\n"));
+}
+
 TEST(ApiServer, BoundsUnfinishedBodiesOfThoseWithoutAToken) {
     const RunningServer server({.limits = {.maxUnverifiedBodyBytes = 150'000}});
     const std::string document = Document("size", "{}" + std::string(99'000, ' '));
