@@ -28,6 +28,9 @@ constexpr std::array kMediaTypes{
     MediaType{kCleanStreamJson, "application/vnd.korvex.quon.clean.stream.json"}};
 
 constexpr std::string_view kAuthorization = "authorization";
+// Fields that carry credentials, a token that was sent in the wrong one included.
+constexpr std::array<std::string_view, 3> kCredentialFields{kAuthorization, "proxy-authorization",
+                                                            "cookie"};
 
 bool Contains(std::string_view text, std::string_view part) {
     return text.find(part) != std::string_view::npos;
@@ -62,6 +65,11 @@ bool HasNoBody(std::string_view method) {
     });
 }
 
+bool CarriesCredentials(std::string_view name) {
+    return std::any_of(kCredentialFields.begin(), kCredentialFields.end(),
+                       [name](std::string_view field) { return EqualsIgnoringCase(name, field); });
+}
+
 // Sets how the body is framed. Wherever another reader of this head could see another end of the
 // request, the connection ends with it.
 void SettleBody(const RequestHead& head, RequestFacts& facts) {
@@ -73,7 +81,8 @@ void SettleBody(const RequestHead& head, RequestFacts& facts) {
     }
     const bool bodyIsLeft = hasNoBody && facts.contentLength.value_or(0) > 0;
     const bool codingIsUnclear =
-        coding && (!facts.bodyIsChunked || facts.contentLength || head.MinorVersion() == 0);
+        coding && (!facts.bodyIsChunked || !EqualsIgnoringCase(*coding, "chunked") ||
+                   facts.contentLength || head.MinorVersion() == 0);
     if (bodyIsLeft || codingIsUnclear) {
         facts.keepAlive = false;
     }
@@ -153,7 +162,7 @@ std::string LoggableHead(const RequestHead& head) {
     text.append(head.MinorVersion() == 1 ? " HTTP/1.1\r\n" : " HTTP/1.0\r\n");
     for (const Http1::HeaderField& field : head) {
         text.append(field.name).append(": ");
-        if (EqualsIgnoringCase(field.name, kAuthorization)) {
+        if (CarriesCredentials(field.name)) {
             text.append(std::to_string(field.value.size()));
         } else {
             text.append(field.value);

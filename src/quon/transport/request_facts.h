@@ -49,7 +49,8 @@ struct RequestFacts {
 // 64 bits, or several ones.
 std::error_code ReadRequestFacts(const Http1::RequestHead& head, RequestFacts& facts);
 
-// The head as a log may hold it: each value of an Authorization field is replaced by its length.
+// The head as a log may hold it: each value of a field for credentials (Authorization,
+// Proxy-Authorization, Cookie) is replaced by its length.
 std::string LoggableHead(const Http1::RequestHead& head);
 
 }  // namespace Quon::Transport::PicoHttp
