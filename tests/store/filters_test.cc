@@ -18,7 +18,6 @@ using Pellmar::Service::Logger;
 using Sentrel::Report;
 using Test::CapturedLog;
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 const Pellmar::Ref<Logger> kLogger = Logger::CreateLogger(Logger::sDefaultLogger, "filters");
 
@@ -29,17 +28,13 @@ TEST(NameFilter, ComparesWithoutAsciiCase) {
         bool keeps;
     } rows[] = {
         {{}, "cpu", true},
-        {{"CPU", "disk"}, "cpu", true},
+        {{"CPU", "disk", "cpu"}, "cPu", true},
         {{"CPU", "disk"}, "Disk", true},
-        {{"CPU", "disk"}, "mem", false},
-        {{"cpu"}, "cpu1", false},
-        {{"cpu1"}, "cpu", false},
-        {{""}, "cpu", false},
-        {{"a.B_c-0"}, "A.b_C-0", true},
+        {{"", "cpu", "disk1"}, "disk", false},
+        {{"a.B_z-0"}, "A.b_Z-0", true},
         {{"\xE9", "[", "@"}, "\xC9", false},
         {{"[", "@"}, "{", false},
         {{"[", "@"}, "`", false},
-        {{"cpu", "CPU", "cpu"}, "cPu", true},
     };
     for (const auto& row : rows) {
         EXPECT_EQ(Sentrel::NameFilter(row.names, kLogger).Apply(row.name), row.keeps)

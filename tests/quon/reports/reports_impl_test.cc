@@ -157,14 +157,14 @@ TEST(ReportsImpl, ListsByFilterAndDetail) {
 TEST(ReportsImpl, LeavesReportsWithoutATimeOutOfListings) {
     Reports reports;
     reports.Store("cpu", {.unstructured = "1"});
-    reports.Store("mem", {.name = "mem", .time = "2024-02-30T00:00:00Z"});
+    reports.Store("mem", {.name = "mem", .time = std::string(100'000, '2')});
     EXPECT_THAT(reports.List({}, DetailLevel::FULL),
                 ElementsAre("cpu 2024-03-05T14:07:09.000Z 0 1"));
     EXPECT_THAT(reports.Lines(),
                 ElementsAre("7 List() invoked", "7 Reports retrieved by Publisher: 2",
-                            StartsWith("3 Error converting report mem creation time: "
-                                       "2024-02-30T00:00:00Z to Quon Datetime: "
-                                       "1970-01-01T00:00:00.000Z. ")));
+                            StartsWith("3 Error converting report mem creation time: " +
+                                       std::string(1024, '2') +
+                                       " to Quon Datetime: 1970-01-01T00:00:00.000Z. ")));
 
     // No file system here holds such a time of a file.
     const auto brief = BuildBriefListing({{"cpu", "/cpu-0.json", "10000-01-01T00:00:00+00:00"},
@@ -184,9 +184,7 @@ TEST(ReportsImpl, CarriesStatusCodesThroughUnknownOnesAsUnknown) {
     for (const auto& [code, status] : rows) {
         Reports reports;
         reports.Store("cpu", {.status = code, .unstructured = "1"});
-        const std::string fields = " 2024-03-05T14:07:09.000Z " + std::to_string(status) + " 1";
-        EXPECT_EQ(reports.Get("cpu"), fields) << code;
-        EXPECT_THAT(reports.List({}, DetailLevel::FULL), ElementsAre("cpu" + fields)) << code;
+        EXPECT_EQ(reports.Get("cpu"), " 2024-03-05T14:07:09.000Z " + std::to_string(status) + " 1");
     }
 }
 
