@@ -28,7 +28,7 @@ bool TokenVerifier::Verify(std::string_view token, std::chrono::system_clock::ti
     try {
         Jwt jwt;
         nlohmann::json document;
-        return ParseJwt(token, jwt, document, reason) && CheckSignature(jwt, reason) &&
+        return ParseJwt(token, jwt, document, reason) && CheckSignature(token, jwt, reason) &&
                ReadClaims(document, settings.issuer, settings.audience, now, claims, reason);
     } catch (const std::exception&) {
         reason = "no memory";  // nothing else throws here; this needs none
@@ -36,12 +36,24 @@ bool TokenVerifier::Verify(std::string_view token, std::chrono::system_clock::ti
     }
 }
 
-bool TokenVerifier::CheckSignature(const Jwt& jwt, std::string& reason) {
+bool TokenVerifier::CheckSignature(std::string_view token, const Jwt& jwt, std::string& reason) {
     const std::vector<PublicKey>& keys = trustSet.Keys();
     if (keys.empty()) {
         reason = "no key is trusted; see what the log says of the trust set " + settings.jwks;
         return false;
     }
+    if (verified.Has(token, trustSet.Generation())) {
+        return true;
+    }
+    if (!CheckSignatureByKey(keys, jwt, reason)) {
+        return false;
+    }
+    verified.Add(token, trustSet.Generation());
+    return true;
+}
+
+bool TokenVerifier::CheckSignatureByKey(const std::vector<PublicKey>& keys, const Jwt& jwt,
+                                        std::string& reason) const {
     bool isIdKnown = false;
     bool isTried = false;
     for (const PublicKey& key : keys) {

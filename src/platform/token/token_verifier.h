@@ -8,6 +8,7 @@
 #include "platform/pellmar/object.h"
 #include "platform/token/token_claims.h"
 #include "platform/token/trust_set.h"
+#include "platform/token/verified_tokens.h"
 
 #include <chrono>
 #include <string>
@@ -42,10 +43,13 @@ class TokenVerifier {
                 TokenClaims& claims, std::string& reason) noexcept;
 
   private:
-    bool CheckSignature(const Jwt& jwt, std::string& reason);
+    bool CheckSignature(std::string_view token, const Jwt& jwt, std::string& reason);
+    bool CheckSignatureByKey(const std::vector<PublicKey>& keys, const Jwt& jwt,
+                             std::string& reason) const;
 
     const TrustSettings settings;
     TrustSet trustSet;
+    VerifiedTokens verified;
 };
 
 }  // namespace Token

@@ -138,6 +138,7 @@ TrustSet::Stamp TrustSet::StampOf(const std::string& rootedPath) {
 }
 
 void TrustSet::Read() {
+    ++generation;
     keys.clear();
     try {
         TrustedKeys loaded = Load();

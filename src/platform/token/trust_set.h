@@ -47,6 +47,8 @@ class TrustSet {
     // at each reading, as it names each key that is not used. Never fails. Valid until the next
     // call.
     const std::vector<PublicKey>& Keys();
+    // Another number after each reading.
+    std::uint64_t Generation() const { return generation; }
 
   private:
     // By what a changed file is told.
@@ -68,6 +70,7 @@ class TrustSet {
     const Pellmar::Ref<Pellmar::Service::Logger> logger;
     std::optional<Stamp> lastStamp;
     std::vector<PublicKey> keys;
+    std::uint64_t generation = 0;
 };
 
 }  // namespace Token

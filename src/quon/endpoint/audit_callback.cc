@@ -23,6 +23,7 @@ void AuditCall(std::map<std::string, std::string> record, bool success) {
     const std::string object = Take(record, "object");
     const bool succeeded = Take(record, "result") == "true";
     std::vector<KvxAuditPair> pairs;
+    pairs.reserve(record.size() + 1);
     for (const auto& [key, value] : record) {
         pairs.push_back({key, value});
     }

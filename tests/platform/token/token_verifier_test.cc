@@ -101,6 +101,19 @@ struct SignedRow {
     const TestKey& (*key)() = Ec;
 };
 
+// Its signature is not checked again, everything else is.
+TEST_F(TokenVerifier, DoesNotBelieveAKnownTokenForLongerThanItsKeyAndTimes) {
+    const std::string token = GoodToken();
+    ASSERT_EQ(Outcome(token), "");
+    std::string forged = token;
+    forged.back() = forged.back() == 'A' ? 'Q' : 'A';
+    EXPECT_NE(Outcome(forged), "");
+    EXPECT_EQ(Outcome(token), "");
+    EXPECT_NE(Outcome(token, kNow + std::chrono::hours(1)), "");
+    ::Test::WriteFile(settings.jwks, ::Test::SetOf({OtherEc().Jwk(R"({"kid": "other"})")}));
+    EXPECT_EQ(Outcome(token), "no trusted key has its kid \"ec\"");
+}
+
 TEST_F(TokenVerifier, BelievesEveryTokenThatFits) {
     const SignedRow rows[] = {
         {R"({"kid": null})", "{}"},  // each fitting key is tried
