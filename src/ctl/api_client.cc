@@ -1,88 +1,58 @@
 #include "ctl/api_client.h"
 
+#include "ctl/http_post.h"
+#include "ctl/json_output.h"
 #include "ctl/token_source.h"
 
-#include <boost/asio/connect.hpp>
-#include <boost/asio/io_context.hpp>
-#include <boost/asio/ip/tcp.hpp>
-#include <boost/beast/core.hpp>
-#include <boost/beast/http.hpp>
 #include <nlohmann/json.hpp>
 
-#include <cstddef>
+#include <charconv>
+#include <cstdint>
+#include <system_error>
 #include <utility>
 
 namespace Ctl {
 
 namespace {
 
-namespace beast = boost::beast;
-namespace http = beast::http;
-using boost::asio::ip::tcp;
 using OrderedJson = nlohmann::ordered_json;
 
-constexpr std::size_t kMaxAnswerBytes = std::size_t{1} << 30;
-
-// Runs the operation that was started last, and says how it ended.
-class Steps {
-  public:
-    explicit Steps(boost::asio::io_context& context) : context(context) {}
-
-    auto Handler() {
-        return [this](beast::error_code code, auto&&...) { error = code; };
+// What the caller of the tool is told for an error of that name: the API's own message is worded
+// for its clients, who write requests.
+std::string Explain(const std::string& name, const std::string& message, bool hasToken) {
+    if (name.ends_with(".unauthenticated")) {
+        return hasToken
+                   ? "the API refuses the token; \"sentrelctl token inspect\" says why it is not "
+                     "trusted, \"sentrelctl token init\" has this host's own tokens trusted"
+                   : "the API wants a token and this user has none; run this as root after "
+                     "\"sentrelctl token init\", or name the file of one with --token-file";
     }
-    void Finish() {
-        context.restart();
-        context.run();
-        if (error) {
-            throw beast::system_error(error);
-        }
+    if (name.ends_with(".unauthorized")) {
+        return message + " (\"sentrelctl token issue\" takes it as --entitlement)";
     }
-
-  private:
-    boost::asio::io_context& context;
-    beast::error_code error;
-};
-
-http::request<http::string_body> MakeRequest(const std::string& host, const std::string& token,
-                                             const std::string& document) {
-    http::request<http::string_body> request(http::verb::post, "/", 11);
-    request.set(http::field::host, host);
-    request.set(http::field::content_type, "application/json");
-    request.set(http::field::connection, "close");
-    if (!token.empty()) {
-        request.set(http::field::authorization, "Bearer " + token);
-    }
-    request.body() = document;
-    request.prepare_payload();
-    return request;
-}
-
-std::string TextOf(const OrderedJson& object, const char* member) {
-    const auto found = object.find(member);
-    return found != object.end() && found->is_string() ? found->get<std::string>() : "";
-}
-
-// What the caller of the tool can do beside what the API's own message says.
-std::string Advice(std::string_view errorName) {
-    if (errorName.ends_with(".unauthenticated")) {
-        return " (\"sentrelctl token issue\" makes a token, --token-file names its file)";
-    }
-    if (errorName.ends_with(".operation_not_found")) {
-        return " (\"sentrelctl call com.korvex.quon.std.introspection.service.list\" names the "
+    if (name.ends_with(".operation_not_found")) {
+        return message +
+               " (\"sentrelctl call com.korvex.quon.std.introspection.service.list\" names the "
                "services)";
     }
-    return "";
+    if (message.empty()) {
+        return "the API failed" + (name.empty() ? "" : " with " + name) +
+               " and says no more; see the daemon's log";
+    }
+    return message;
 }
 
-[[noreturn]] void ThrowError(const OrderedJson& error) {
-    const std::string name =
-        error.contains("data") && error["data"].is_object() ? TextOf(error["data"], "error") : "";
-    std::string text = TextOf(error, "message");
-    if (text.empty()) {
-        text = name.empty() ? "the API answered with an error that says nothing" : name;
-    }
-    throw ApiError(name, text + Advice(name));
+[[noreturn]] void ThrowError(const OrderedJson& error, bool hasToken) {
+    const auto data = error.find("data");
+    const std::string name = data != error.end() && data->is_object() ? TextOf(*data, "error") : "";
+    const std::string message = TextOf(error, "message");
+    throw ApiError(name, Explain(name, message == name ? "" : message, hasToken));
+}
+
+bool IsPort(std::string_view text) {
+    std::uint16_t port = 0;
+    const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), port);
+    return error == std::errc() && stop == text.data() + text.size() && port != 0;
 }
 
 }  // namespace
@@ -97,14 +67,15 @@ ApiClient::ApiClient(const std::string& url, std::string token)
     }
     rest.remove_prefix(kScheme.size());
     rest = rest.substr(0, rest.find('/'));
-    const std::size_t hostEnd = rest.starts_with('[') ? rest.find(']') : 0;
-    const std::size_t colon = hostEnd == std::string_view::npos ? hostEnd : rest.find(':', hostEnd);
+    const bool isBracketed = rest.starts_with('[');
+    const std::size_t bracket = rest.find(']');
+    const std::size_t colon = rest.find(':', isBracketed && bracket != rest.npos ? bracket : 0);
     host = rest.substr(0, colon);
     port = colon == std::string_view::npos ? "80" : std::string(rest.substr(colon + 1));
-    if (host.starts_with('[') && host.ends_with(']')) {
+    if (isBracketed && host.ends_with(']')) {
         host = host.substr(1, host.size() - 2);
     }
-    if (host.empty() || port.empty()) {
+    if (host.empty() || host.front() == '[' || !IsPort(port)) {
         throw std::runtime_error("\"" + url + "\" names no host and port; write it as " +
                                  std::string(kDefaultApiUrl));
     }
@@ -121,7 +92,7 @@ OrderedJson ApiClient::Call(std::string_view method, const OrderedJson& paramete
         return answer["result"];
     }
     if (answer.is_object() && answer.contains("error") && answer["error"].is_object()) {
-        ThrowError(answer["error"]);
+        ThrowError(answer["error"], !token.empty());
     }
     throw std::runtime_error(url +
                              " answers, but not as the API does; name another address with "
@@ -129,28 +100,15 @@ OrderedJson ApiClient::Call(std::string_view method, const OrderedJson& paramete
 }
 
 // The body of the answer.
-std::string ApiClient::Exchange(const std::string& document) const {
-    boost::asio::io_context context;
-    Steps steps(context);
+std::string ApiClient::Exchange(std::string document) const {
     try {
-        tcp::resolver resolver(context);
-        const tcp::resolver::results_type addresses = resolver.resolve(host, port);
-        beast::tcp_stream stream(context);
-        stream.expires_after(kApiPatience);
-        stream.async_connect(addresses, steps.Handler());
-        steps.Finish();
-        const http::request<http::string_body> request = MakeRequest(host, token, document);
-        http::async_write(stream, request, steps.Handler());
-        steps.Finish();
-        beast::flat_buffer buffer;
-        http::response_parser<http::string_body> parser;
-        parser.body_limit(kMaxAnswerBytes);
-        http::async_read(stream, buffer, parser, steps.Handler());
-        steps.Finish();
-        return std::move(parser.get().body());
-    } catch (const beast::system_error& error) {
-        throw std::runtime_error("the API at " + url +
-                                 " cannot be reached: " + error.code().message() +
+        return Send({.host = host,
+                     .port = port,
+                     .authorization = token.empty() ? "" : "Bearer " + token,
+                     .body = std::move(document)})
+            .body;
+    } catch (const HttpFailure& failure) {
+        throw std::runtime_error("the API at " + url + " cannot be reached: " + failure.what() +
                                  "; start sentrel, or name another address with --api");
     }
 }

@@ -6,7 +6,6 @@
 
 #include <nlohmann/json_fwd.hpp>
 
-#include <chrono>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -14,8 +13,6 @@
 namespace Ctl {
 
 inline constexpr std::string_view kDefaultApiUrl = "http://127.0.0.1:9984";
-// For one call as a whole.
-inline constexpr std::chrono::seconds kApiPatience{60};
 
 // The API answered with an error.
 class ApiError : public std::runtime_error {
@@ -42,7 +39,7 @@ class ApiClient {
                                 const nlohmann::ordered_json& parameters) const;
 
   private:
-    std::string Exchange(const std::string& document) const;
+    std::string Exchange(std::string document) const;
 
     std::string url;
     std::string host;

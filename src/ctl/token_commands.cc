@@ -1,12 +1,13 @@
 #include "ctl/token_commands.h"
 
 #include "ctl/command_line.h"
+#include "ctl/daemon_settings.h"
+#include "ctl/json_output.h"
 #include "ctl/lifetime.h"
 #include "ctl/signing.h"
 #include "ctl/table.h"
 #include "ctl/token_source.h"
 #include "platform/pellmar/exceptions.h"
-#include "platform/pellmar/logger.h"
 #include "platform/token/jwt.h"
 
 #include <nlohmann/json.hpp>
@@ -25,7 +26,6 @@ using OrderedJson = nlohmann::ordered_json;
 
 constexpr std::string_view kDefaultLifetime = "1h";
 
-constexpr Option kJsonOption = {"--json", "", "print one JSON object, in one line"};
 constexpr std::array<Option, 1> kInitOptions = {{kJsonOption}};
 constexpr std::array<Option, 3> kIssueOptions = {{
     {"--subject", "NAME", "whom the token is for; this name stands in the audit log"},
@@ -56,7 +56,7 @@ void RunInit(const Arguments& arguments, std::ostream& output) {
                                       {"key", kSigningKeyPath},
                                       {"kid", key.GetId()},
                                       {"trustSet", trustSet}};
-        output << document.dump() << '\n';
+        WriteJson(document, output);
         return;
     }
     Table facts({{}, {}});
@@ -86,9 +86,7 @@ void RunIssue(const Arguments& arguments, std::ostream& output) {
 // Why the daemon of this host would refuse the token now; empty when it would take it.
 std::string FindFault(const std::string& token) {
     // The trust set's own complaints come through the reason.
-    const auto silent = Pellmar::MakeRef<Pellmar::Service::Logger>("token", nullptr);
-    silent->SetLevel(0);
-    Token::TokenVerifier verifier(ReadTrustSettings(), silent);
+    Token::TokenVerifier verifier(ReadTrustSettings(), SilentLogger());
     Token::TokenClaims claims;
     std::string reason;
     if (verifier.Verify(token, std::chrono::system_clock::now(), claims, reason)) {
@@ -120,7 +118,7 @@ void RunInspect(const Arguments& arguments, std::ostream& output) {
         if (!fault.empty()) {
             document["reason"] = fault;
         }
-        output << document.dump(-1, ' ', false, OrderedJson::error_handler_t::replace) << '\n';
+        WriteJson(document, output);
         return;
     }
     Table facts({{}, {}});

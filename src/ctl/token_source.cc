@@ -1,16 +1,13 @@
 #include "ctl/token_source.h"
 
+#include "ctl/input_file.h"
 #include "ctl/signing.h"
 #include "platform/sys/host_root.h"
 #include "platform/token/jwt.h"
 
-#include <cerrno>
 #include <chrono>
-#include <fstream>
-#include <iostream>
 #include <stdexcept>
 #include <string_view>
-#include <system_error>
 
 #include <pwd.h>
 #include <unistd.h>
@@ -30,19 +27,8 @@ std::string UserName() {
 }  // namespace
 
 std::string ReadTokenFrom(const std::string& path) {
-    std::ifstream file;
-    if (path != "-") {
-        file.open(path, std::ios::binary);
-        if (!file) {
-            const int errorNumber = errno;
-            throw std::runtime_error("the token file " + path + " cannot be opened: " +
-                                     std::generic_category().message(errorNumber));
-        }
-    }
-    std::istream& input = path == "-" ? std::cin : file;
-    std::string text(Token::kMaxTokenBytes + 2, '\0');  // what is longer shows
-    input.read(text.data(), static_cast<std::streamsize>(text.size()));
-    text.resize(static_cast<std::size_t>(input.gcount()));
+    // one byte more than a token may have and a line end, so that what is longer shows
+    std::string text = ReadInputFile(path, Token::kMaxTokenBytes + 1, "the token file");
     constexpr std::string_view kBlanks = " \t\r\n";
     text.erase(text.find_last_not_of(kBlanks) + 1);
     text.erase(0, text.find_first_not_of(kBlanks));

@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include <algorithm>
 #include <array>
 #include <csignal>
 #include <filesystem>
@@ -174,13 +173,6 @@ TEST_F(GroupCommands, ShowOfAMissingGroupSaysHowToMakeIt) {
     EXPECT_EQ(result.status, 1);
     EXPECT_EQ(result.output, "");
     EXPECT_THAT(result.error, EndsWith("; make it with \"sentrelctl group ensure\"\n"));
-}
-
-void ExpectFailure(const ToolResult& result, const std::string& text) {
-    EXPECT_EQ(result.status, 1) << text;
-    EXPECT_EQ(result.output, "") << text;
-    EXPECT_THAT(result.error, HasSubstr(text));
-    EXPECT_EQ(std::count(result.error.begin(), result.error.end(), '\n'), 1) << result.error;
 }
 
 TEST(GroupCommandsElsewhere, RefuseARootThatIsNoCgroup) {

@@ -2,6 +2,10 @@
 
 #include "platform/sys/owned_fd.h"
 
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -54,7 +58,12 @@ bool BecomeNobody() {
 }
 
 ToolResult Run(const Sys::OwnedFd& output, std::vector<std::string> arguments,
-               std::vector<std::string> environment, User user) {
+               std::vector<std::string> environment, User user, std::string_view inputText) {
+    const Sys::OwnedFd input = Require(::memfd_create("input", MFD_CLOEXEC), "making a file");
+    if (::pwrite(input.Get(), inputText.data(), inputText.size(), 0) !=
+        static_cast<ssize_t>(inputText.size())) {
+        throw std::system_error(errno, std::generic_category(), "writing the input");
+    }
     const Sys::OwnedFd error = Require(::memfd_create("error", MFD_CLOEXEC), "making a file");
     // opened here, since another user may not be let in where it stands
     const Sys::OwnedFd program =
@@ -65,8 +74,8 @@ ToolResult Run(const Sys::OwnedFd& output, std::vector<std::string> arguments,
     const pid_t pid = ::fork();
     if (pid == 0) {
         (void)::prctl(PR_SET_PDEATHSIG, SIGKILL);
-        if (::dup2(output.Get(), STDOUT_FILENO) >= 0 && ::dup2(error.Get(), STDERR_FILENO) >= 0 &&
-            (user == User::Own || BecomeNobody())) {
+        if (::dup2(input.Get(), STDIN_FILENO) >= 0 && ::dup2(output.Get(), STDOUT_FILENO) >= 0 &&
+            ::dup2(error.Get(), STDERR_FILENO) >= 0 && (user == User::Own || BecomeNobody())) {
             (void)::fexecve(program.Get(), argv.data(), envp.data());
         }
         ::_exit(kCannotRun);
@@ -82,15 +91,22 @@ ToolResult Run(const Sys::OwnedFd& output, std::vector<std::string> arguments,
 }  // namespace
 
 ToolResult RunTool(const std::vector<std::string>& arguments,
-                   const std::vector<std::string>& environment, User user) {
+                   const std::vector<std::string>& environment, User user, std::string_view input) {
     const Sys::OwnedFd output = Require(::memfd_create("output", MFD_CLOEXEC), "making a file");
-    return Run(output, arguments, environment, user);
+    return Run(output, arguments, environment, user, input);
 }
 
 ToolResult RunToolInto(const std::string& outputPath, const std::vector<std::string>& arguments) {
     const Sys::OwnedFd output =
         Require(::open(outputPath.c_str(), O_WRONLY | O_CLOEXEC), "opening");
-    return Run(output, arguments, {}, User::Own);
+    return Run(output, arguments, {}, User::Own, "");
+}
+
+void ExpectFailure(const ToolResult& result, const std::string& text) {
+    EXPECT_EQ(result.status, 1) << text;
+    EXPECT_EQ(result.output, "") << text;
+    EXPECT_THAT(result.error, testing::HasSubstr(text));
+    EXPECT_EQ(std::count(result.error.begin(), result.error.end(), '\n'), 1) << result.error;
 }
 
 }  // namespace CtlTest

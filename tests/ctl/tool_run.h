@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace CtlTest {
@@ -17,12 +18,16 @@ struct ToolResult {
     std::string error;
 };
 
-// Runs it to its end with `environment` ("NAME=VALUE") and nothing else in its environment. Throws
-// std::system_error when there can be no process.
+// Runs it to its end with `environment` ("NAME=VALUE") and nothing else in its environment, and
+// with `input` as its standard input. Throws std::system_error when there can be no process.
 ToolResult RunTool(const std::vector<std::string>& arguments,
-                   const std::vector<std::string>& environment = {}, User user = User::Own);
+                   const std::vector<std::string>& environment = {}, User user = User::Own,
+                   std::string_view input = "");
 
 // The same with standard output on the file at that path.
 ToolResult RunToolInto(const std::string& outputPath, const std::vector<std::string>& arguments);
+
+// It ended with status 1, wrote no result and exactly one line that has `text` in it.
+void ExpectFailure(const ToolResult& result, const std::string& text);
 
 }  // namespace CtlTest

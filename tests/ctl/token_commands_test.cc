@@ -1,0 +1,118 @@
+// "token init", "issue" and "inspect" by the real program, on a host in a directory.
+#include "ctl/tool_run.h"
+#include "platform/token/token_signer.h"
+#include "support/host_directory.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <string>
+#include <vector>
+
+#include <sys/stat.h>
+
+namespace CtlTest {
+namespace {
+
+using testing::HasSubstr;
+using Json = nlohmann::json;
+
+class TokenCommands : public testing::Test {
+  protected:
+    ToolResult Run(std::vector<std::string> arguments, std::string_view input = "") const {
+        arguments.insert(arguments.begin(), "token");
+        return RunTool(arguments, {"SENTREL_ROOT=" + host.Root()}, User::Own, input);
+    }
+    Json Inspect(const std::string& token) const {
+        return Json::parse(Run({"inspect", "--json"}, token).output);
+    }
+
+    const ::Test::HostDirectory host;
+};
+
+TEST_F(TokenCommands, InitMakesOneKeyForItsOwnerAloneAndKeepsIt) {
+    const ToolResult first = Run({"init"});
+    EXPECT_THAT(first.output,
+                HasSubstr("Made        /var/lib/korvex/oru/token/signing-key.json\n"));
+    const Json again = Json::parse(Run({"init", "--json"}).output);
+    EXPECT_EQ(again["made"], false);
+    EXPECT_THAT(first.output, HasSubstr(again["kid"].get<std::string>()));
+    struct stat status {};
+    ASSERT_EQ(::stat((host.Root() + "/var/lib/korvex/oru/token/signing-key.json").c_str(), &status),
+              0);
+    EXPECT_EQ(status.st_mode & 0777U, 0600U);
+    const Json trusted =
+        Json::parse(::Test::ReadFile(host.Root() + "/etc/korvex/oru/token/jwks.json"));
+    ASSERT_EQ(trusted["keys"].size(), 1U);
+    EXPECT_FALSE(trusted["keys"][0].contains("d"));
+}
+
+TEST_F(TokenCommands, IssueReadsSpansOfTime) {
+    ASSERT_EQ(Run({"init"}).status, 0);
+    struct Row {
+        const char* ttl;
+        long seconds;  // 0: refused
+    };
+    const Row rows[] = {
+        {"1s", 1},          {"90s", 90},    {"15m", 900},
+        {"1h", 3600},       {"7d", 604800}, {"3650d", 315360000},
+        {"3651d", 0},       {"0s", 0},      {"-1h", 0},
+        {"h", 0},           {"1", 0},       {"1 h", 0},
+        {"1.5h", 0},        {"1H", 0},      {"99999999999999999999s", 0},
+        {"2147483647d", 0}, {"1hh", 0},
+    };
+    for (const Row& row : rows) {
+        const ToolResult result = Run({"issue", "--subject", "eve", "--ttl", row.ttl});
+        if (row.seconds == 0) {
+            EXPECT_EQ(result.status, 2) << row.ttl;
+            EXPECT_THAT(result.error, HasSubstr("is no time; write a whole number with s, m"));
+            continue;
+        }
+        const Json claims = Inspect(result.output)["claims"];
+        EXPECT_EQ(claims["exp"].get<long>() - claims["iat"].get<long>(), row.seconds) << row.ttl;
+    }
+}
+
+TEST_F(TokenCommands, IssuePrintsTheTokenAloneAndInspectShowsIt) {
+    ASSERT_EQ(Run({"init"}).status, 0);
+    const std::string token =
+        Run({"issue", "--subject", "eve", "--entitlement", "a.read", "--entitlement", "b.write"})
+            .output;
+    EXPECT_EQ(token.find_first_of(" \n"), token.size() - 1);
+    const std::string file = host.Base() + "token";
+    ::Test::WriteFile(file, token);
+    const ToolResult shown = Run({"inspect", file});
+    EXPECT_THAT(shown.output, HasSubstr("Trusted here  yes\nAlgorithm     ES256\n"));
+    EXPECT_THAT(shown.output, HasSubstr("entitlements  [\"a.read\",\"b.write\"]\n"));
+    EXPECT_THAT(shown.output, HasSubstr("sub           eve\n"));
+    EXPECT_EQ(Run({"inspect"}, token).output, shown.output);
+    EXPECT_EQ(Run({"inspect", "-"}, token).output, shown.output);
+
+    std::string tampered = token;
+    tampered[tampered.rfind('.') + 1] ^= 1;
+    const ::Test::HostDirectory elsewhere;
+    EXPECT_EQ(Inspect(token)["trusted"], true);
+    EXPECT_EQ(Inspect(tampered)["trusted"], false);
+    EXPECT_THAT(Run({"inspect", "--root", elsewhere.Root()}, token).output,
+                HasSubstr("Trusted here  no: no key is trusted"));
+}
+
+TEST_F(TokenCommands, SayWhatFailedAndWhatToDo) {
+    ExpectFailure(Run({"issue", "--subject", "eve"}), "\"sentrelctl token init\"");
+    ExpectFailure(Run({"inspect"}), "standard input holds no token; \"sentrelctl token issue");
+    ExpectFailure(Run({"inspect"}, "a\nb"), "standard input holds no token");
+    ExpectFailure(Run({"inspect"}, std::string(10000, 'x')), "standard input holds no token");
+    ExpectFailure(Run({"inspect"}, "a.b"), "this is no token: ");
+    ExpectFailure(Run({"inspect", "/none"}), "cannot be read: No such file or directory; name a");
+    EXPECT_EQ(Run({"issue"}).status, 2);
+    ASSERT_EQ(Run({"init"}).status, 0);
+    ExpectFailure(Run({"issue", "--subject", std::string(5000, 'x')}), "");
+    ::Test::WriteFile(host.Root() + "/etc/korvex/oru/token/jwks.json", "[]");
+    ExpectFailure(Run({"init"}), "/etc/korvex/oru/token/jwks.json");
+    ::Test::WriteFile(host.Root() + "/var/lib/korvex/oru/token/signing-key.json", "{}");
+    ExpectFailure(Run({"issue", "--subject", "eve"}), "/var/lib/korvex/oru/token/signing-key.json");
+}
+
+}  // namespace
+}  // namespace CtlTest

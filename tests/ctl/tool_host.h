@@ -1,0 +1,37 @@
+// A host with a daemon, in a directory and a network namespace of the test's own, and the
+// operator's tool run against it.
+#pragma once
+
+#include "ctl/tool_run.h"
+#include "support/daemon_process.h"
+#include "support/host_directory.h"
+
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace CtlTest {
+
+class ToolHost : public testing::Test {
+  protected:
+    static void SetUpTestSuite();
+    // A host with the API's metadata and an empty report directory where the tool looks for it.
+    ToolHost();
+
+    // Starts the daemon and waits until it serves; throws when it does not.
+    void StartDaemon();
+    // The tool with this host as its root.
+    ToolResult Run(const std::vector<std::string>& arguments) const;
+    // Its output; it ends well.
+    std::string OutputOf(const std::vector<std::string>& arguments) const;
+    // A token made by the tool, in a file. Gives the file's path.
+    std::string TokenFile(const std::string& name, std::vector<std::string> issueOptions) const;
+    std::string ReportDirectory() const;
+
+    const ::Test::HostDirectory host;
+    std::optional<::Test::DaemonProcess> daemon;
+};
+
+}  // namespace CtlTest
