@@ -7,15 +7,22 @@
 
 namespace Ctl {
 
-std::string AgeOf(const std::string& time, std::chrono::system_clock::time_point now) {
+std::optional<std::chrono::seconds> AgeOf(const std::string& time,
+                                          std::chrono::system_clock::time_point now) {
     std::error_code error;
     const Quon::DateTime parsed = Quon::DateTime::Create(time, error);
     if (error) {
+        return std::nullopt;
+    }
+    return std::chrono::duration_cast<std::chrono::seconds>(
+        now.time_since_epoch() - std::chrono::milliseconds(parsed.MillisecondsSinceEpoch()));
+}
+
+std::string AgeText(const std::optional<std::chrono::seconds>& age) {
+    if (!age) {
         return "unknown";
     }
-    const std::int64_t nowMilliseconds =
-        std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch()).count();
-    const std::int64_t seconds = (nowMilliseconds - parsed.MillisecondsSinceEpoch()) / 1000;
+    const std::int64_t seconds = age->count();
     if (seconds < 0) {
         return "in the future";
     }

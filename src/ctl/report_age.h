@@ -1,13 +1,18 @@
-// How old a report is, for people.
+// How old a report is.
 #pragma once
 
 #include <chrono>
+#include <optional>
 #include <string>
 
 namespace Ctl {
 
-// "12 s", "3 min", "5 h", "2 d" from `time`, as the API writes it (UTC, RFC 3339), to `now`; "in
-// the future" when it is later than that by more than a second, "unknown" when it is no time.
-std::string AgeOf(const std::string& time, std::chrono::system_clock::time_point now);
+// From `time` (RFC 3339) to `now`, in whole seconds, negative when it is later; nothing when it is
+// no time.
+std::optional<std::chrono::seconds> AgeOf(const std::string& time,
+                                          std::chrono::system_clock::time_point now);
+
+// "12 s", "3 min", "5 h", "2 d"; "in the future" and "unknown" for the others.
+std::string AgeText(const std::optional<std::chrono::seconds>& age);
 
 }  // namespace Ctl

@@ -1,7 +1,13 @@
 #include "ctl/report_commands.h"
 
 #include "ctl/api_client.h"
+#include "ctl/command_line.h"
+#include "ctl/json_output.h"
 #include "ctl/report_age.h"
+#include "ctl/report_history.h"
+#include "ctl/report_metrics.h"
+#include "ctl/report_source.h"
+#include "ctl/report_state.h"
 #include "ctl/table.h"
 
 #include <nlohmann/json.hpp>
@@ -18,55 +24,62 @@ namespace {
 
 using OrderedJson = nlohmann::ordered_json;
 
-constexpr std::string_view kList = "com.korvex.oru.observability.reports.list";
-constexpr std::string_view kGet = "com.korvex.oru.observability.reports.get";
-constexpr std::string_view kNotFound = "com.korvex.quon.std.errors.not_found";
-
-constexpr Option kJsonOption = {"--json", "", "print JSON instead, in one line"};
-constexpr std::array<Option, 4> kListOptions = {{
+constexpr std::array<Option, 7> kListOptions = {{
     {"--full", "", "show the reason of each state too"},
+    {"--state", "STATE", "show reports in this state only; may be repeated"},
     kJsonOption,
+    kOfflineOption,
+    kReportsOption,
     kApiOption,
     kTokenFileOption,
 }};
-constexpr std::array<Option, 3> kGetOptions = {{kJsonOption, kApiOption, kTokenFileOption}};
+constexpr std::array<Option, 5> kGetOptions = {
+    {kJsonOption, kOfflineOption, kReportsOption, kApiOption, kTokenFileOption}};
+constexpr std::array<Option, 2> kHistoryOptions = {{kJsonOption, kReportsOption}};
 constexpr std::array<Option, 2> kCallOptions = {{kApiOption, kTokenFileOption}};
 
-void WriteJson(const OrderedJson& document, std::ostream& output) {
-    output << document.dump(-1, ' ', false, OrderedJson::error_handler_t::replace) << '\n';
-}
-
-std::string TextOf(const OrderedJson& object, const char* member) {
-    const auto found = object.find(member);
-    return found != object.end() && found->is_string() ? found->get<std::string>() : "";
-}
-
-// What a report says of itself: nothing is known of it but that it is JSON.
-OrderedJson Unstructured(const OrderedJson& report) {
-    return OrderedJson::parse(TextOf(report, "unstructured"), nullptr, false);
-}
-
-std::string ReasonOf(const OrderedJson& report) {
-    const OrderedJson unstructured = Unstructured(report);
-    return unstructured.is_object() ? TextOf(unstructured, "reason") : "";
-}
-
-void WriteTable(const OrderedJson& reports, bool full, std::ostream& output) {
-    if (reports.empty()) {
-        output << "No report is stored.\n";
-        return;
+std::vector<ReportState> WantedStates(const GivenOptions& options) {
+    std::vector<ReportState> states;
+    for (const std::string& name : options.Values("--state")) {
+        const std::optional<ReportState> state = ParseState(name);
+        if (!state) {
+            std::string known;
+            for (const ReportState other : kReportStates) {
+                known += (known.empty() ? "" : ", ") + std::string(NameOf(other));
+            }
+            throw UsageError("option \"--state\": \"" + name + "\" is no state; there are " +
+                             known);
+        }
+        states.push_back(*state);
     }
-    const auto now = std::chrono::system_clock::now();
+    return states;
+}
+
+// The members that the API gives, and what was judged.
+OrderedJson ToJson(const JudgedReport& row) {
+    OrderedJson object = {{"name", row.report.name}, {"state", NameOf(row.state)}};
+    if (row.state != ReportState::Never) {
+        object["time"] = row.report.time;
+    }
+    if (row.age) {
+        object["ageSeconds"] = row.age->count();
+        object["status"] = row.report.status;
+        object["unstructured"] = row.report.unstructured;
+    }
+    return object;
+}
+
+void WriteTable(const std::vector<JudgedReport>& rows, bool full, std::ostream& output) {
     std::vector<Table::Column> columns = {{"NAME"}, {"STATE"}, {"AGE", Table::Align::Right}};
     if (full) {
         columns.push_back({"REASON"});
     }
     Table table(std::move(columns));
-    for (const OrderedJson& report : reports) {
-        std::vector<std::string> cells = {TextOf(report, "name"), TextOf(report, "status"),
-                                          AgeOf(TextOf(report, "time"), now)};
+    for (const JudgedReport& row : rows) {
+        std::vector<std::string> cells = {row.report.name, std::string(NameOf(row.state)),
+                                          row.age ? AgeText(row.age) : "-"};
         if (full) {
-            cells.push_back(ReasonOf(report));
+            cells.push_back(ReasonOf(row));
         }
         table.Add(std::move(cells));
     }
@@ -74,68 +87,101 @@ void WriteTable(const OrderedJson& reports, bool full, std::ostream& output) {
 }
 
 void RunList(const Arguments& arguments, std::ostream& output) {
-    OrderedJson parameters = {{"detail", "FULL"}};
-    if (!arguments.operands.empty()) {
-        parameters["filter"] = {{"names", arguments.operands}};
-    }
-    const OrderedJson result = ConnectApi(arguments.options).Call(kList, parameters);
-    const auto reports = result.find("reports");
-    if (reports == result.end() || !reports->is_array()) {
-        throw std::runtime_error("the API's answer holds no reports; is --api right?");
-    }
-    if (arguments.options.Has("--json")) {
-        WriteJson(result, output);
-        return;
-    }
-    OrderedJson sorted = *reports;
-    std::sort(sorted.begin(), sorted.end(), [](const OrderedJson& a, const OrderedJson& b) {
-        return TextOf(a, "name") < TextOf(b, "name");
+    const std::vector<ReportState> states = WantedStates(arguments.options);
+    std::vector<JudgedReport> rows = ReadJudgedReports(arguments.options, arguments.operands);
+    std::erase_if(rows, [&states](const JudgedReport& row) {
+        return !states.empty() &&
+               std::find(states.begin(), states.end(), row.state) == states.end();
     });
-    WriteTable(sorted, arguments.options.Has("--full"), output);
-}
-
-// Asks once more before it says that there is none: the link of a name is gone for an instant
-// while it is renewed.
-OrderedJson GetReport(const ApiClient& api, const OrderedJson& parameters) {
-    try {
-        return api.Call(kGet, parameters);
-    } catch (const ApiError& error) {
-        if (error.Name() != kNotFound) {
-            throw;
+    if (arguments.options.Has("--json")) {
+        OrderedJson reports = OrderedJson::array();
+        for (const JudgedReport& row : rows) {
+            reports.push_back(ToJson(row));
         }
+        WriteJson({{"reports", std::move(reports)}}, output);
+    } else if (rows.empty()) {
+        const bool isFiltered = !states.empty() || !arguments.operands.empty();
+        output << (isFiltered ? "No such report is stored.\n" : "No report is stored.\n");
+    } else {
+        WriteTable(rows, arguments.options.Has("--full"), output);
     }
-    return api.Call(kGet, parameters);
 }
 
-void WriteReport(const std::string& name, const OrderedJson& report, std::ostream& output) {
-    const std::string time = TextOf(report, "time");
+void WriteReport(const JudgedReport& row, std::ostream& output) {
     Table facts({{}, {}});
-    facts.Add({"Name", name});
-    facts.Add({"State", TextOf(report, "status")});
-    facts.Add({"Time", time});
-    facts.Add({"Age", AgeOf(time, std::chrono::system_clock::now())});
+    facts.Add({"Name", row.report.name});
+    facts.Add(
+        {"State", std::string(NameOf(row.state)) +
+                      (row.state == ReportState::Stale ? ", reported " + row.report.status : "")});
+    facts.Add({"Time", row.report.time});
+    facts.Add({"Age", AgeText(row.age)});
     facts.Write(output);
+    const OrderedJson unstructured = OrderedJson::parse(row.report.unstructured, nullptr, false);
     const std::string whole =
-        Unstructured(report).dump(2, ' ', false, OrderedJson::error_handler_t::replace);
+        unstructured.dump(2, ' ', false, OrderedJson::error_handler_t::replace);
     output << '\n' << PrintableLines(whole) << '\n';
 }
 
 void RunGet(const Arguments& arguments, std::ostream& output) {
     const std::string& name = arguments.operands.front();
-    OrderedJson report;
-    try {
-        report = GetReport(ConnectApi(arguments.options), {{"name", name}});
-    } catch (const ApiError& error) {
-        if (error.Name() == kNotFound) {
-            throw std::runtime_error("there is no report \"" + name +
-                                     "\"; \"sentrelctl list\" names those that are stored");
-        }
-        throw;
+    const std::vector<JudgedReport> rows = ReadJudgedReports(arguments.options, {name});
+    if (rows.empty()) {
+        throw std::runtime_error("there is no report \"" + name +
+                                 "\"; \"sentrelctl list\" names those that are stored");
+    }
+    const JudgedReport& row = rows.front();
+    if (row.state == ReportState::Never) {
+        throw std::runtime_error("the plugin \"" + name +
+                                 "\" has not reported yet; wait for its next launch, or see what "
+                                 "the daemon's log says of it");
+    }
+    if (row.state == ReportState::Invalid) {
+        throw std::runtime_error("the report \"" + name +
+                                 "\" cannot be read; \"sentrelctl history " + name +
+                                 "\" and the daemon's log say why");
     }
     if (arguments.options.Has("--json")) {
-        WriteJson(report, output);
+        WriteJson(ToJson(row), output);
     } else {
-        WriteReport(name, report, output);
+        WriteReport(row, output);
+    }
+}
+
+void RunHistory(const Arguments& arguments, std::ostream& output) {
+    const std::string& name = arguments.operands.front();
+    const std::string directory = FindReportDirectory(arguments.options);
+    const std::vector<HistoricReport> history = ReadHistory(directory, name);
+    if (history.empty()) {
+        throw std::runtime_error("no report \"" + name + "\" is stored in " + directory +
+                                 "; name the daemon's directory with --reports, or see "
+                                 "\"sentrelctl list\"");
+    }
+    const auto now = std::chrono::system_clock::now();
+    OrderedJson reports = OrderedJson::array();
+    Table table({{"FILE"}, {"STATE"}, {"AGE", Table::Align::Right}, {"REASON"}});
+    for (const HistoricReport& row : history) {
+        const bool isValid = row.fault.empty();
+        const std::string state = isValid ? row.report.status : "INVALID";
+        OrderedJson object = {{"name", row.report.name},
+                              {"file", row.file},
+                              {"stored", row.stored},
+                              {"isNewest", row.isNewest},
+                              {"state", state}};
+        if (isValid) {
+            object["time"] = row.report.time;
+            object["unstructured"] = row.report.unstructured;
+        } else {
+            object["fault"] = row.fault;
+        }
+        reports.push_back(std::move(object));
+        table.Add({row.file + (row.isNewest ? " *" : ""), state,
+                   AgeText(AgeOf(isValid ? row.report.time : row.stored, now)),
+                   isValid ? ReasonOf(row.report.unstructured) : row.fault});
+    }
+    if (arguments.options.Has("--json")) {
+        WriteJson({{"reports", std::move(reports)}}, output);
+    } else {
+        table.Write(output);
     }
 }
 
@@ -152,13 +198,16 @@ void RunCall(const Arguments& arguments, std::ostream& output) {
     WriteJson(ConnectApi(arguments.options).Call(arguments.operands.front(), parameters), output);
 }
 
-constexpr std::array<Command, 3> kCommands = {{
+constexpr std::array<Command, 4> kCommands = {{
     {"list",
-     "list the newest report of each name",
+     "list the newest report of each name, with its state",
      "Lists the newest report of each name, or of the names given (their case does not matter),\n"
-     "with its state and age. --full adds the reason that the report gives for its state.\n"
-     "Stored reports that cannot be read are left out; the daemon's log says why.\n",
-     "sentrelctl list --full",
+     "with its state and age. --full adds the reason that the report gives for its state.\n\n"
+     "A state is what the report says (OK, WARNING, ERROR, NONE, UNKNOWN), or\n"
+     "  STALE    it is older than one and a half periods of its plugin\n"
+     "  NEVER    an enabled plugin has no report yet\n"
+     "  INVALID  there is a report that cannot be read\n",
+     "sentrelctl list --full --state ERROR --state STALE",
      kListOptions,
      {"[NAME...]", 0, 1000000},
      RunList},
@@ -169,6 +218,15 @@ constexpr std::array<Command, 3> kCommands = {{
      kGetOptions,
      {"NAME", 1, 1},
      RunGet},
+    {"history",
+     "show the stored reports of a name",
+     "Shows the reports of a name that are stored, at most three, newest first; \"*\" marks the "
+     "one\n"
+     "that is published. Reads the report directory, so no daemon is needed.\n",
+     "sentrelctl history memory",
+     kHistoryOptions,
+     {"NAME", 1, 1},
+     RunHistory},
     {"call",
      "call any operation of the API",
      "Calls an operation of the API by its full name, with its parameters as a JSON object, and\n"

@@ -1,4 +1,4 @@
-// The sub-commands that read reports through the API.
+// The sub-commands that show reports, and the one that calls the API's other operations.
 #pragma once
 
 #include "ctl/command.h"
@@ -7,7 +7,7 @@
 
 namespace Ctl {
 
-// "list", "get" and "call".
+// "list", "get", "history" and "call".
 std::span<const Command> ReportCommands();
 
 }  // namespace Ctl

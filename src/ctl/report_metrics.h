@@ -1,0 +1,30 @@
+// The numbers that a report tells below the member "metrics" of "unstructured":
+//
+//   "metrics": {"mounts": 4, "space_free:/var": {"value": 8.2, "unit": "%", "warning": 10}}
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace Ctl {
+
+struct Metric {
+    std::string name;
+    double value = 0;
+    std::string unit = {};  // such as "%"; empty for a plain number
+    std::optional<double> warning = {};
+    std::optional<double> critical = {};
+};
+
+// Those of a report, in byte order of their names; what is no metric is left out. `unstructured` is
+// JSON text.
+std::vector<Metric> MetricsOf(const std::string& unstructured);
+
+// What the report gives as the reason of its state; empty when it gives none.
+std::string ReasonOf(const std::string& unstructured);
+
+// The shortest decimal text that stands for this number, without an exponent.
+std::string DecimalText(double number);
+
+}  // namespace Ctl

@@ -1,0 +1,63 @@
+// What state reports are in: the rules alone, without a host.
+#include "ctl/report_state.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <string>
+#include <vector>
+
+namespace CtlTest {
+namespace {
+
+using Ctl::ReportState;
+using std::chrono::seconds;
+
+// 2024-03-05T14:07:09Z
+const auto kNow = std::chrono::system_clock::time_point(seconds(1709647629));
+
+TEST(ReportState, IsWhatTheReportSaysUnlessItIsTooOldMissingOrUnreadable) {
+    const std::vector<Ctl::PluginPeriod> plugins = {{"cpu", seconds(300)},
+                                                    {"disk", seconds(300)},
+                                                    {"disk.sda", seconds(3600)},
+                                                    {"net", seconds(300)},
+                                                    {"Bad", seconds(300)}};
+    struct Row {
+        const char* name;
+        const char* time;
+        const char* status;
+        ReportState state;
+    };
+    const Row rows[] = {
+        {"Bad.one", "2024-03-05T14:07:09.000Z", "", ReportState::Invalid},
+        {"CPU", "2024-03-05T13:59:39.000Z", "OK", ReportState::Ok},  // exactly 1.5 periods
+        {"cpu.0", "2024-03-05T13:59:38.000Z", "ERROR", ReportState::Stale},
+        {"cpux", "2020-01-01T00:00:00.000Z", "WARNING", ReportState::Warning},  // nobody's
+        {"disk.sda.1", "2024-03-05T13:00:00.000Z", "NONE", ReportState::None},  // of disk.sda
+        {"future", "2034-03-05T13:00:00.000Z", "UNKNOWN", ReportState::Unknown},
+        {"odd", "2024-03-05T14:07:09.000Z", "SOMETHING", ReportState::Unknown},
+    };
+    std::vector<Ctl::StoredReport> reports;
+    for (const Row& row : rows) {
+        reports.push_back({row.name, row.time, row.status});
+    }
+    const std::vector<Ctl::JudgedReport> judged = Ctl::JudgeReports(reports, plugins, kNow);
+    std::vector<std::string> never;
+    std::size_t next = 0;
+    for (const Ctl::JudgedReport& report : judged) {
+        if (report.state == ReportState::Never) {
+            never.push_back(report.report.name);
+            continue;
+        }
+        ASSERT_LT(next, std::size(rows));
+        EXPECT_EQ(report.report.name, rows[next].name);
+        EXPECT_EQ(Ctl::NameOf(report.state), Ctl::NameOf(rows[next].state)) << rows[next].name;
+        EXPECT_EQ(report.age.has_value(), report.state != ReportState::Invalid);
+        ++next;
+    }
+    EXPECT_EQ(next, std::size(rows));
+    EXPECT_EQ(never, (std::vector<std::string>{"disk", "net"}));
+}
+
+}  // namespace
+}  // namespace CtlTest
