@@ -27,6 +27,19 @@ class Parser {
         : commands(commands), arguments(arguments) {}
 
     CommandLine Parse() {
+        try {
+            TakeAll();
+        } catch (const UsageError& error) {
+            if (line.command != nullptr && line.command->failureStatus != 0) {
+                throw UsageError(error.what(), line.command->failureStatus);
+            }
+            throw;
+        }
+        return std::move(line);
+    }
+
+  private:
+    void TakeAll() {
         while (next < arguments.size()) {
             const std::string_view argument = arguments[next++];
             if (argument == "--" && !onlyOperands) {
@@ -40,10 +53,8 @@ class Parser {
         if (!line.arguments.options.Has("--help")) {
             RefuseMissing();
         }
-        return std::move(line);
     }
 
-  private:
     void TakeWord(std::string_view word) {
         if (line.command != nullptr) {
             TakeOperand(word);

@@ -20,7 +20,15 @@ inline constexpr std::array<Option, 2> kCommonOptions = {{
 // The command line cannot be understood. The text says what to do next.
 class UsageError : public std::runtime_error {
   public:
-    using std::runtime_error::runtime_error;
+    static constexpr int kStatus = 2;
+
+    explicit UsageError(const std::string& text, int exitStatus = kStatus)
+        : std::runtime_error(text), exitStatus(exitStatus) {}
+
+    int ExitStatus() const { return exitStatus; }
+
+  private:
+    int exitStatus;
 };
 
 struct CommandLine {

@@ -10,7 +10,7 @@ namespace Ctl {
 
 namespace {
 
-constexpr int kNameWidth = 16;
+constexpr int kNameWidth = 17;  // of the widest option, --token-file FILE
 
 std::string WithValue(const Option& option) {
     const std::string value = option.value.empty() ? "" : " " + std::string(option.value);
@@ -18,7 +18,7 @@ std::string WithValue(const Option& option) {
 }
 
 void WriteLine(std::string_view name, std::string_view summary, std::ostream& output) {
-    output << "  " << std::left << std::setw(kNameWidth) << name << summary << '\n';
+    output << "  " << std::left << std::setw(kNameWidth) << name << "  " << summary << '\n';
 }
 
 void WriteOptions(std::span<const Option> options, std::ostream& output) {
@@ -63,7 +63,9 @@ void WriteCommandHelp(const Command& command, std::ostream& output) {
     WriteOptions(command.options, output);
     WriteOptions(kCommonOptions, output);
     output << "\nExample:\n  " << command.example << '\n';
-    WriteExitStatus(output);
+    if (command.judge == nullptr) {
+        WriteExitStatus(output);
+    }
 }
 
 }  // namespace Ctl

@@ -1,8 +1,12 @@
 // The operator's tool: the table of its sub-commands, and how each of them ends. Status 0, 1 when
-// the operation failed, 2 when the command line is wrong; a failure is one line on standard error.
+// the operation failed, 2 when the command line is wrong, unless the command has its own; a failure
+// is one line on standard error.
+#include "ctl/audit_command.h"
 #include "ctl/command_line.h"
 #include "ctl/group_commands.h"
 #include "ctl/help.h"
+#include "ctl/monitoring_commands.h"
+#include "ctl/post_command.h"
 #include "ctl/report_commands.h"
 #include "ctl/table.h"
 #include "ctl/token_commands.h"
@@ -20,12 +24,12 @@
 namespace {
 
 constexpr int kFailed = 1;
-constexpr int kWrongUsage = 2;
 
 std::vector<Ctl::Command> AllCommands() {
     std::vector<Ctl::Command> commands;
     for (const std::span<const Ctl::Command> family :
-         {Ctl::ReportCommands(), Ctl::TokenCommands(), Ctl::GroupCommands()}) {
+         {Ctl::ReportCommands(), Ctl::MonitoringCommands(), Ctl::PostCommands(),
+          Ctl::AuditCommands(), Ctl::TokenCommands(), Ctl::GroupCommands()}) {
         commands.insert(commands.end(), family.begin(), family.end());
     }
     return commands;
@@ -42,15 +46,22 @@ void SetHostRoot(const Ctl::GivenOptions& options) {
     }
 }
 
-void Run(const std::vector<Ctl::Command>& commands, const Ctl::CommandLine& line) {
-    if (!line.arguments.options.Has("--help")) {
-        SetHostRoot(line.arguments.options);
-        line.command->run(line.arguments, std::cout);
-    } else if (line.command != nullptr) {
-        Ctl::WriteCommandHelp(*line.command, std::cout);
-    } else {
-        Ctl::WriteOverview(commands, line.family, std::cout);
+// The exit status.
+int Run(const std::vector<Ctl::Command>& commands, const Ctl::CommandLine& line) {
+    if (line.arguments.options.Has("--help")) {
+        if (line.command != nullptr) {
+            Ctl::WriteCommandHelp(*line.command, std::cout);
+        } else {
+            Ctl::WriteOverview(commands, line.family, std::cout);
+        }
+        return 0;
     }
+    SetHostRoot(line.arguments.options);
+    if (line.command->judge != nullptr) {
+        return line.command->judge(line.arguments, std::cout);
+    }
+    line.command->run(line.arguments, std::cout);
+    return 0;
 }
 
 int Fail(std::string_view text, int status) {
@@ -63,17 +74,24 @@ int Fail(std::string_view text, int status) {
 
 int main(int argc, char* argv[]) {
     (void)std::signal(SIGPIPE, SIG_IGN);  // a failed write is told below
+    int failureStatus = 0;
+    const auto statusOr = [&failureStatus](int usual) {
+        return failureStatus != 0 ? failureStatus : usual;
+    };
     try {
         const std::vector<const char*> arguments(argv + (argc > 0 ? 1 : 0), argv + argc);
         const std::vector<Ctl::Command> commands = AllCommands();
-        Run(commands, Ctl::ParseCommandLine(commands, arguments));
+        const Ctl::CommandLine line = Ctl::ParseCommandLine(commands, arguments);
+        failureStatus = line.command == nullptr ? 0 : line.command->failureStatus;
+        const int status = Run(commands, line);
+        if (!std::cout.flush()) {
+            return Fail("standard output cannot be written; give it a place with room",
+                        statusOr(kFailed));
+        }
+        return status;
     } catch (const Ctl::UsageError& error) {
-        return Fail(error.what(), kWrongUsage);
+        return Fail(error.what(), statusOr(error.ExitStatus()));
     } catch (const std::exception& exception) {
-        return Fail(exception.what(), kFailed);
+        return Fail(exception.what(), statusOr(kFailed));
     }
-    if (!std::cout.flush()) {
-        return Fail("standard output cannot be written; give it a place with room", kFailed);
-    }
-    return 0;
 }

@@ -1,0 +1,181 @@
+// "list", "get" and "call" against the real daemon: what they show, and what each failure tells.
+#include "ctl/tool_host.h"
+#include "platform/token/token_signer.h"
+#include "support/http_client.h"
+#include "support/stored_report.h"
+
+#include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
+
+#include <chrono>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace CtlTest {
+namespace {
+
+using ::Test::HttpClient;
+using ::Test::ReportText;
+using testing::HasSubstr;
+using testing::MatchesRegex;
+using Json = nlohmann::json;
+
+constexpr char kList[] = "com.korvex.oru.observability.reports.list";
+
+class ReportCommands : public ToolHost {
+  protected:
+    // The daemon with two reports, and a key that it trusts.
+    void SetUp() override {
+        (void)OutputOf({"token", "init"});
+        StartDaemon();
+        for (const ReportText& report :
+             {ReportText{.name = "disk.sda", .status = 2, .unstructured = R"({"reason":"full"})"},
+              ReportText{.name = "cpu"}}) {
+            ASSERT_EQ(HttpClient().Post("/" + std::string(report.name), report.Document()), 200);
+        }
+    }
+};
+
+TEST_F(ReportCommands, ShowReports) {
+    EXPECT_THAT(OutputOf({"list"}), MatchesRegex("NAME      STATE    AGE\n"
+                                                 "cpu       OK     [0-9]+ d\n"
+                                                 "disk.sda  ERROR  [0-9]+ d\n"));
+    EXPECT_THAT(OutputOf({"list", "--full", "DISK.SDA", "none"}),
+                MatchesRegex("NAME      STATE    AGE  REASON\ndisk.sda  ERROR  [0-9]+ d  full\n"));
+    const Json reports = Json::parse(OutputOf({"list", "cpu", "--json"}));
+    EXPECT_EQ(reports["reports"][0]["unstructured"], R"({"reason":"fine"})");
+    EXPECT_EQ(Json::parse(OutputOf({"get", "disk.sda", "--json"}))["status"], "ERROR");
+    EXPECT_THAT(OutputOf({"get", "disk.sda"}),
+                MatchesRegex("Name   disk.sda\nState  ERROR\nTime   2024-03-05T14:07:09.000Z\n"
+                             "Age    [0-9]+ d\n\n\\{\n  \"reason\": \"full\"\n\\}\n"));
+    const std::string cpuOnly = R"({"filter":{"names":["cpu"]}})";
+    EXPECT_EQ(Json::parse(OutputOf({"call", kList, cpuOnly}))["reports"][0]["name"], "cpu");
+}
+
+TEST_F(ReportCommands, ShowStatesThatNoReportSays) {
+    for (const char* plugin : {"disk", "late", "off"}) {
+        ::Test::WriteFile(host.Root() + "/usr/lib/korvex/sentrel/plugins/bin/" + plugin, "");
+        (void)host.WriteStoreEntry(plugin, plugin == std::string("off")
+                                               ? R"({"enabled":false})"
+                                               : R"({"frequency":"slow"})");
+    }
+    ASSERT_EQ(HttpClient().Post("/bad", ReportText{.name = "other"}.Document()), 200);
+    const std::string rows =
+        "NAME      STATE      AGE\nbad       INVALID      -\ncpu       OK       [0-9]+ d\n"
+        "disk.sda  STALE    [0-9]+ d\nlate      NEVER        -\n";
+    EXPECT_THAT(OutputOf({"list"}), MatchesRegex(rows));
+    EXPECT_THAT(OutputOf({"list", "--offline"}), MatchesRegex(rows));
+    EXPECT_THAT(OutputOf({"list", "--state", "never", "--state", "INVALID", "--full"}),
+                MatchesRegex("NAME  STATE    AGE  REASON\n"
+                             "bad   INVALID    -  it cannot be read; see .*\n"
+                             "late  NEVER      -  this plugin has not reported yet\n"));
+    EXPECT_EQ(OutputOf({"list", "--state", "none"}), "No such report is stored.\n");
+    const ToolResult wrong = Run({"list", "--state", "gone"});
+    EXPECT_EQ(wrong.status, 2);
+    EXPECT_THAT(wrong.error, HasSubstr("\"gone\" is no state; there are OK, WARNING, ERROR"));
+    ExpectFailure(Run({"get", "late"}), "the plugin \"late\" has not reported yet; wait for");
+    ExpectFailure(Run({"get", "disk"}), "there is no report \"disk\"");
+    ExpectFailure(Run({"get", "bad"}),
+                  "cannot be read; \"sentrelctl history bad\" and the daemon's");
+}
+
+TEST_F(ReportCommands, ShowTheRingOfAName) {
+    for (const char* status : {"first", "second", "third", "fourth"}) {
+        const std::string reason = R"({"reason":")" + std::string(status) + "\"}";
+        ASSERT_EQ(
+            HttpClient().Post("/disk.sda",
+                              ReportText{.name = "disk.sda", .unstructured = reason}.Document()),
+            200);
+    }
+    ASSERT_EQ(HttpClient().Post("/disk.sda-1", ReportText{.name = "disk.sda-1"}.Document()), 200);
+    ::Test::WriteFile(ReportDirectory() + "/disk.sda-2.json", "{}");
+    const std::filesystem::path second = ReportDirectory() + "/disk.sda-0.json";
+    ::Test::SetModified(second, 1700000000);
+    EXPECT_THAT(OutputOf({"history", "DISK.sda"}),
+                MatchesRegex("FILE             +STATE +AGE  REASON\n"
+                             "disk.sda-2.json +INVALID +[0-9]+ s  it lacks members .*\n"
+                             "disk.sda-1.json \\* +OK +[0-9]+ d  fourth\n"
+                             "disk.sda-0.json +OK +[0-9]+ d  third\n"));
+    const Json history = Json::parse(OutputOf({"history", "disk.sda", "--json"}))["reports"];
+    EXPECT_EQ(history[1]["isNewest"], true);
+    EXPECT_EQ(history[2]["stored"], "2023-11-14T22:13:20.000Z");
+    ExpectFailure(Run({"history", "disk"}), "no report \"disk\" is stored in ");
+}
+
+TEST_F(ReportCommands, PostWhatIsGood) {
+    const std::string document = ReportText{.name = "new"}.Document();
+    const ToolResult posted =
+        RunTool({"post", "new", "-"}, {"SENTREL_ROOT=" + host.Root()}, User::Own, document);
+    EXPECT_EQ(posted.error, "");
+    EXPECT_EQ(posted.output, "Posted new, " + std::to_string(document.size()) + " bytes.\n");
+    EXPECT_EQ(Json::parse(OutputOf({"get", "new", "--json"}))["state"], "OK");
+    const std::string file = host.Base() + "document";
+    ::Test::WriteFile(file, R"({"structured":{"name":"old","time":"2024-03-05T14:07:09"}})");
+    ExpectFailure(Run({"post", "new", file}),
+                  "this is no good report \"new\": structured.name is \"old\", not \"new\"; "
+                  "structured.time \"2024-03-05T14:07:09\" has no zone: add Z or such as +01:00; "
+                  "unstructured is missing; mend that and post it again");
+    ExpectFailure(Run({"post", "new", "/none"}), "the report file /none cannot be read: ");
+    ::Test::WriteFile(file, document);
+    ASSERT_EQ(daemon->Stop(), 0);
+    ExpectFailure(Run({"post", "new", file}), "the intake on port 9996 cannot be reached: ");
+}
+
+TEST_F(ReportCommands, SayWhatFailedAndWhatToDo) {
+    const Token::SigningKey key = Token::SigningKey::Generate();
+    key.AddToTrustSet(host.Root() + "/etc/korvex/oru/token/jwks.json");
+    const std::string expired = host.Base() + "expired";
+    ::Test::WriteFile(expired, key.Sign({.issuer = "sentrel",
+                                         .audience = "sentrel",
+                                         .subject = "eve",
+                                         .entitlements = {"observability.reports.read"},
+                                         .issued = std::chrono::sys_days(std::chrono::days(19000)),
+                                         .lifetime = std::chrono::hours(1)}));
+    const std::string nonsense = host.Base() + "nonsense";
+    ::Test::WriteFile(nonsense, "nonsense\n");
+    const std::string empty = host.Base() + "empty";
+    ::Test::WriteFile(empty, " \n");
+    ASSERT_EQ(HttpClient().Post("/late", ReportText{.name = "late", .time = "soon"}.Document()),
+              200);
+    const std::string refused = "the API refuses the token; \"sentrelctl token inspect\" says why";
+    struct Row {
+        std::vector<std::string> arguments;
+        std::string error;
+    };
+    const Row rows[] = {
+        {{"get", "memory"}, "there is no report \"memory\"; \"sentrelctl list\" names"},
+        {{"call", "com.korvex.oru.observability.reports.get", R"({"name":"late"})"},
+         "the API failed with com.korvex.quon.std.errors.error and says no more; see the daemon's"},
+        {{"call", kList, "[]"}, "the parameters are no JSON object; write them as"},
+        {{"call", kList, R"({"x":1})"}, "There is no member \"x\" here. Leave it out"},
+        {{"call", "a.b"}, "\"sentrelctl call com.korvex.quon.std.introspection.service.list\""},
+        {{"list", "--token-file", expired}, refused},
+        {{"list", "--token-file", nonsense}, refused},
+        {{"list", "--token-file", empty}, "holds no token; \"sentrelctl token issue"},
+        {{"list", "--token-file", host.Root()}, "Is a directory; name a file that this user"},
+        {{"list", "--token-file", "/none"}, "directory; name a file that this user can read"},
+        {{"list", "--token-file", TokenFile("bob", {})},
+         "privilege \"observability.reports.read\", which the token does not grant"},
+        {{"list", "--root", host.Base()}, "the API wants a token and this user has none; run this"},
+        {{"list", "--api", "http://127.0.0.1:1"}, "Connection refused; start sentrel, or name"},
+        {{"list", "--api", "http://127.0.0.1:9996"}, "answers, but not as the API does; name"},
+        {{"list", "--api", "127.0.0.1:9984"}, "is no address of the API; write it as http://"},
+        {{"list", "--api", "http://[::1"}, "names no host and port; write it as http://"},
+        {{"list", "--api", "http://127.0.0.1:99999"}, "names no host and port; write it as"},
+    };
+    for (const Row& row : rows) {
+        ExpectFailure(Run(row.arguments), row.error);
+    }
+    EXPECT_EQ(Run({"list", "--token-file",
+                   TokenFile("ann", {"--entitlement", "observability.reports.read"})})
+                  .status,
+              0);
+    ASSERT_EQ(daemon->Stop(), 0);
+    ExpectFailure(Run({"list"}),
+                  "the API at http://127.0.0.1:9984 cannot be reached: Connection "
+                  "refused; start sentrel");
+}
+
+}  // namespace
+}  // namespace CtlTest
