@@ -156,15 +156,6 @@ TEST(CheckFileSystems, SurvivesDamagedFiles) {
                          {{kMountInfo, Line("8:1", "/", "ext4") + Line("8:2", "/x", "xfs")}});
 }
 
-TEST(CheckFileSystems, NamesWhatIsNoUtf8) {
-    // The mount point's byte FF cannot stand in JSON; what becomes of it is the report's business.
-    ExpectOutcomes(CheckWith({{"/\xFF", {1000, 10, 10, 0, 0}}}),
-                   {{"bytes",
-                     {{kMountInfo, Line("8:1", "/\xFF", "ext4")}},
-                     Status::Error,
-                     "space free on /\xFF 1 % is below 5 %"}});
-}
-
 TEST(ReadUsage, TellsOfTheRootAndOfNothingElse) {
     const std::optional<FileSystemUsage> usage = Checks::ReadUsage("/");
     ASSERT_TRUE(usage);

@@ -52,7 +52,8 @@ void ExpectOutcomes(const CheckOfRoot& check, const std::vector<CheckRow>& rows)
     }
 }
 
-void ExpectSurvivesDamage(const CheckOfRoot& check, const HostFiles& files) {
+void ExpectSurvivesDamage(const CheckOfRoot& check, const HostFiles& files,
+                          const std::vector<HostFiles>& changes) {
     const std::string rubbish =
         std::string("\xFF\0\n-1 99999999999999999999 nan\n", 30) + std::string(100'000, 'x');
     for (const auto& [path, text] : files) {
@@ -67,6 +68,10 @@ void ExpectSurvivesDamage(const CheckOfRoot& check, const HostFiles& files) {
             const SentrelCheck::Report report = ReportOf(check, host);
             EXPECT_EQ(ContractFault(ToJson(report), "check"), "") << path;
         }
+    }
+    for (const HostFiles& change : changes) {
+        EXPECT_EQ(ReportOf(check, With(files, change)).GetStatus(), SentrelCheck::Status::Unknown)
+            << change.begin()->first << ": " << change.begin()->second;
     }
 }
 

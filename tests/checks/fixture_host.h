@@ -41,8 +41,10 @@ struct CheckRow {
 void ExpectOutcomes(const CheckOfRoot& check, const std::vector<CheckRow>& rows);
 
 // Expects that the check survives when any of `files` is missing, empty, cut, a directory, or holds
-// rubbish, and still reports something that keeps the contract.
-void ExpectSurvivesDamage(const CheckOfRoot& check, const HostFiles& files);
+// rubbish, and still reports something that keeps the contract; and that it cannot tell the status
+// (unknown) with any of `changes`.
+void ExpectSurvivesDamage(const CheckOfRoot& check, const HostFiles& files,
+                          const std::vector<HostFiles>& changes = {});
 
 // The report of one run.
 SentrelCheck::Report ReportOf(const CheckOfRoot& check, const HostFiles& files,

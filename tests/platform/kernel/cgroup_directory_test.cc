@@ -73,20 +73,13 @@ TEST_F(CgroupFiles, BoundHowManyProcessesAreLookedAt) {
 }
 
 TEST_F(CgroupFiles, TellWhetherMemoryMayBeEnabled) {
-    struct Row {
-        const char* text;
-        bool offers;
-    };
-    const Row rows[] = {{"cpuset cpu io memory hugetlb pids\n", true},
-                        {"memory\n", true},
-                        {"memory", true},
-                        {"hugetlb\n", false},
-                        {"memoryx\n", false},
-                        {"\n", false},
-                        {"", false}};
-    for (const Row& row : rows) {
-        Write("cgroup.controllers", row.text);
-        EXPECT_EQ(Open().OffersMemory(), row.offers) << row.text;
+    for (const char* text : {"cpuset cpu memory hugetlb pids\n", "memory\n", "memory"}) {
+        Write("cgroup.controllers", text);
+        EXPECT_TRUE(Open().OffersMemory()) << text;
+    }
+    for (const char* text : {"hugetlb\n", "memoryx\n", "\n", ""}) {
+        Write("cgroup.controllers", text);
+        EXPECT_FALSE(Open().OffersMemory()) << text;
     }
 }
 

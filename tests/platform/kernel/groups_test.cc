@@ -118,41 +118,38 @@ TEST_F(CgroupGroups, OfADelegatedUnitStandBesideTheDaemonsLeaf) {
     }
 }
 
-TEST_F(CgroupGroups, OfAUnitThatIsNotDelegatedAreBelowTheMount) {
-    const std::string unit = root.Path() + "/sentrel.service";
-    ASSERT_EQ(::mkdir(unit.c_str(), 0755), 0);
-    const std::string answer = PrepareIn(unit);
-    const std::string mount = root.Path().substr(0, root.Path().rfind('/'));
-    EXPECT_THAT(answer, HasSubstr("5 Kernel: Resource groups are cgroups below " + mount +
-                                  ", the cgroup v2 mount\n"));
-    EXPECT_THAT(answer, HasSubstr("/sentrel.service "));
-    EXPECT_FALSE(std::filesystem::exists(unit + "/daemon"));
-}
-
-TEST_F(CgroupGroups, AreBelowTheNamedRootWithoutBeingMade) {
-    Kernel::RemoveGroup(kGroup);
-    (void)::setenv("SENTREL_CGROUP_ROOT", (root.Path() + "/").c_str(), 1);
-    const std::string answer = PrepareIn(root.Path());
-    (void)::unsetenv("SENTREL_CGROUP_ROOT");
-    EXPECT_THAT(answer, HasSubstr("5 Kernel: Resource groups are cgroups below " + root.Path() +
-                                  ", which SENTREL_CGROUP_ROOT names\n"));
-    EXPECT_TRUE(answer.ends_with(" " + std::to_string(-ESRCH))) << answer;
-    EXPECT_FALSE(std::filesystem::exists(root.Path() + "/host"));
-}
-
-TEST_F(CgroupGroups, AreNotSoughtWhereNoCgroupIs) {
+// Nothing is made, and no process moved, where groups are other people's to make.
+TEST_F(CgroupGroups, AreBelowTheNamedRootOrTheMountWithoutBeingMade) {
     const ::Test::TemporaryDirectory plain;
     std::filesystem::create_directories(plain.Path() + kGroup);
-    for (const std::string& named :
-         {plain.Path() + ".", std::string("/no/such/directory"), std::string("relative")}) {
-        (void)::setenv("SENTREL_CGROUP_ROOT", named.c_str(), 1);
-        const std::string answer = PrepareIn(root.Path());
+    Kernel::RemoveGroup(kGroup);
+    const std::string unit = root.Path() + "/sentrel.service";
+    ASSERT_EQ(::mkdir(unit.c_str(), 0755), 0);
+    const std::string mount = root.Path().substr(0, root.Path().rfind('/'));
+    const std::string below = "5 Kernel: Resource groups are cgroups below ";
+    const std::string refused =
+        " is no cgroup v2 directory, so every launch is refused; set SENTREL_CGROUP_ROOT to one "
+        "that is, or unset it\n";
+    struct Row {
+        std::string named;
+        std::string line;
+    };
+    const Row rows[] = {
+        {"", below + mount + ", the cgroup v2 mount\n"},
+        {root.Path() + "/", below + root.Path() + ", which SENTREL_CGROUP_ROOT names\n"},
+        {plain.Path() + ".", "3 Kernel: " + plain.Path() + "." + refused},
+        {"/no/such/directory", "3 Kernel: /no/such/directory" + refused},
+        {"relative", "3 Kernel: relative" + refused},
+    };
+    for (const Row& row : rows) {
+        (void)::setenv("SENTREL_CGROUP_ROOT", row.named.c_str(), 1);
+        const std::string answer = PrepareIn(unit);
         (void)::unsetenv("SENTREL_CGROUP_ROOT");
-        EXPECT_THAT(answer, HasSubstr("3 Kernel: " + named +
-                                      " is no cgroup v2 directory, so every launch is refused; "
-                                      "set SENTREL_CGROUP_ROOT to one that is, or unset it\n"));
-        EXPECT_TRUE(answer.ends_with(" " + std::to_string(-ESRCH))) << answer;
+        EXPECT_THAT(answer, HasSubstr(row.line));
+        EXPECT_TRUE(answer.ends_with("/sentrel.service " + std::to_string(-ESRCH))) << answer;
     }
+    EXPECT_FALSE(std::filesystem::exists(root.Path() + "/host"));
+    EXPECT_FALSE(std::filesystem::exists(unit + "/daemon"));
 }
 
 TEST(Groups, OfAnUnprivilegedRunAreKeptInTheProcess) {
