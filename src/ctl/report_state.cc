@@ -9,9 +9,13 @@
 #include "store/report_name.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdint>
-#include <filesystem>
+#include <stdexcept>
+#include <system_error>
 #include <utility>
+
+#include <unistd.h>
 
 namespace Ctl {
 
@@ -81,9 +85,15 @@ std::string ReasonOf(const JudgedReport& judged) {
 }
 
 std::vector<PluginPeriod> ReadPluginPeriods() {
-    std::error_code error;
-    if (!std::filesystem::exists(Sys::HostPath(Sentrel::kPluginDirectory), error) && !error) {
-        return {};
+    const std::string directory = Sys::HostPath(Sentrel::kPluginDirectory);
+    if (::access(directory.c_str(), R_OK | X_OK) != 0) {
+        const int errorNumber = errno;
+        if (errorNumber == ENOENT) {
+            return {};
+        }
+        throw std::runtime_error("the plugin directory " + directory + " cannot be listed: " +
+                                 std::generic_category().message(errorNumber) +
+                                 "; run this as a user who may read it");
     }
     std::int32_t fastMinutes = 0;
     (void)ReadDaemonSettings()->GetInt("fast_queue/time_period_in_mins", fastMinutes);  // or 0

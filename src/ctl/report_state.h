@@ -38,8 +38,8 @@ struct JudgedReport {
 std::string ReasonOf(const JudgedReport& judged);
 
 // The enabled plugins of this host with their periods, by the daemon's own rules; none when there
-// is no plugin directory. Throws Pellmar::Exception when the daemon's settings are broken or the
-// directory cannot be read.
+// is no plugin directory. Throws a std::exception, with what to do, when the daemon's settings are
+// broken or the directory cannot be listed.
 std::vector<PluginPeriod> ReadPluginPeriods();
 
 // Sorted by name, with the plugins that have no report among them. A report older than one and a

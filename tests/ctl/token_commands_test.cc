@@ -90,7 +90,8 @@ TEST_F(TokenCommands, IssuePrintsTheTokenAloneAndInspectShowsIt) {
     EXPECT_EQ(Run({"inspect", "-"}, token).output, shown.output);
 
     std::string tampered = token;
-    tampered[tampered.rfind('.') + 1] ^= 1;
+    char& digit = tampered[tampered.rfind('.') + 1];
+    digit = digit == 'A' ? 'B' : 'A';
     const ::Test::HostDirectory elsewhere;
     EXPECT_EQ(Inspect(token)["trusted"], true);
     EXPECT_EQ(Inspect(tampered)["trusted"], false);
