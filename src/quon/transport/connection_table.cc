@@ -127,7 +127,7 @@ void ConnectionTable::BoundAnswers() {
             return;
         }
         services->logger->Log(kPerRequest,
-                              "Failed to sent response body: too many unfinished answers, the one "
+                              "Failed to sent response body too many unfinished answers, the one "
                               "that waits longest is closed");
         longest->Close();
     }
