@@ -71,8 +71,8 @@ struct Credentials {
 class Tokens : public testing::TestWithParam<Credentials> {};
 
 TEST_P(Tokens, AreCleanOrEmptyAndNeverLogged) {
-    const Http1::RequestHead head =
-        Parse(std::string("POST / HTTP/1.1\r\n") + GetParam().fields + "\r\n");
+    const std::string text = std::string("POST / HTTP/1.1\r\n") + GetParam().fields + "\r\n";
+    const Http1::RequestHead head = Parse(text);  // its views point into the text
     RequestFacts facts;
     ASSERT_FALSE(ReadRequestFacts(head, facts));
     EXPECT_EQ(facts.token, GetParam().token);
