@@ -4,6 +4,7 @@
 
 #include "support/daemon_process.h"
 #include "support/host_directory.h"
+#include "support/sanitizers.h"
 
 #include <gtest/gtest.h>
 
@@ -11,18 +12,6 @@
 #include <string>
 #include <string_view>
 #include <vector>
-
-// What this program, and with it the daemon, was built with.
-#if defined(__SANITIZE_ADDRESS__)
-inline constexpr bool kHasAddressSanitizer = true;
-#else
-inline constexpr bool kHasAddressSanitizer = false;
-#endif
-#if defined(__SANITIZE_THREAD__)
-inline constexpr bool kHasThreadSanitizer = true;
-#else
-inline constexpr bool kHasThreadSanitizer = false;
-#endif
 
 inline constexpr char kMetadataPath[] = "/usr/lib/korvex/quon/observability_quon_metadata.json";
 
