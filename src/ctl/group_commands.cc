@@ -1,12 +1,10 @@
 #include "ctl/group_commands.h"
 
-#include "core/settings/settings.h"
+#include "ctl/daemon_settings.h"
 #include "ctl/table.h"
 #include "platform/kernel/cgroup_location.h"
 #include "platform/kernel/groups.h"
-#include "platform/pellmar/config.h"
 #include "platform/pellmar/exceptions.h"
-#include "platform/tabulon/json_config.h"
 #include "plugins/resource_group.h"
 
 #include <nlohmann/json.hpp>
@@ -40,25 +38,6 @@ void RequireLastingGroups() {
             "no resource group that lasts can be made here: " + Kernel::LocateGroupRoot().reason +
             "; run this as root where a cgroup v2 hierarchy is mounted, or set "
             "SENTREL_CGROUP_ROOT to a cgroup that this user may write");
-    }
-}
-
-// As the daemon reads it. Throws Pellmar::Exception when the daemon's store entry is broken.
-std::int32_t ReadPoolSizeMB() {
-    const Tabulon::StoreEntry entry = {.first = "",
-                                       .key = Sentrel::kDaemonEntryKey,
-                                       .group = Sentrel::kDaemonEntryGroup,
-                                       .component = Sentrel::kDaemonEntryComponent,
-                                       .last = ""};
-    try {
-        const Pellmar::Ref<Pellmar::Service::Config> config =
-            Tabulon::CreateTabulonConfigWithFallbackToDefault({entry});
-        config->Initialize();
-        return Sentrel::ConfiguredResourcePoolSizeMB(config->GetReader());
-    } catch (const Pellmar::Exception& exception) {
-        throw Pellmar::Exception(
-            "the daemon's settings cannot be read: " + std::string(exception.what()) +
-            "; make that file a readable JSON object, or remove it");
     }
 }
 
@@ -99,7 +78,7 @@ void WriteEnsuredJson(const Ensured& ensured, std::ostream& output) {
 void RunEnsure(const Arguments& arguments, std::ostream& output) {
     RequireLastingGroups();
     Ensured ensured;
-    ensured.poolSizeMB = ReadPoolSizeMB();
+    ensured.poolSizeMB = Sentrel::ConfiguredResourcePoolSizeMB(ReadDaemonSettings());
     std::int64_t id = 0;
     ensured.isNew = Kernel::Groups().FindId(Sentrel::kPluginGroupPath, id) != 0;
     ensured.problem =
