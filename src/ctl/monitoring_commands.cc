@@ -34,10 +34,10 @@ constexpr std::array<Option, 5> kMetricsOptions = {{
 }};
 
 // The convention's exit statuses.
-enum CheckStatus { kOk = 0, kWarning = 1, kCritical = 2, kUnknown = 3 };
+enum class CheckStatus { Ok = 0, Warning = 1, Critical = 2, Unknown = 3 };
 
 struct Verdict {
-    CheckStatus status = kUnknown;
+    CheckStatus status = CheckStatus::Unknown;
     std::string text;             // of one report or all
     std::string performanceData;  // the convention's, empty when there is none
 };
@@ -45,25 +45,25 @@ struct Verdict {
 CheckStatus StatusOf(ReportState state) {
     switch (state) {
         case ReportState::Ok:
-            return kOk;
+            return CheckStatus::Ok;
         case ReportState::Warning:
-            return kWarning;
+            return CheckStatus::Warning;
         case ReportState::Error:
-            return kCritical;
+            return CheckStatus::Critical;
         default:
-            return kUnknown;
+            return CheckStatus::Unknown;
     }
 }
 
 // What is not known is worse than what is well, and less than what surely is not.
 int Severity(CheckStatus status) {
     constexpr int kSeverities[] = {0, 2, 3, 1};
-    return kSeverities[status];
+    return kSeverities[static_cast<int>(status)];
 }
 
 const char* NameOf(CheckStatus status) {
     constexpr const char* kNames[] = {"OK", "WARNING", "ERROR", "UNKNOWN"};
-    return kNames[status];
+    return kNames[static_cast<int>(status)];
 }
 
 // 'label'=value[unit];[warning];[critical], where quotes are doubled, "=" is not allowed, and only
@@ -106,7 +106,8 @@ Verdict FindAndJudge(const std::vector<JudgedReport>& rows, const std::string& n
             return JudgeOne(row, isOnly);
         }
     }
-    return {kUnknown, "there is no report \"" + name + "\"; see \"sentrelctl list\"", ""};
+    return {CheckStatus::Unknown, "there is no report \"" + name + "\"; see \"sentrelctl list\"",
+            ""};
 }
 
 // The worst first; its status is that of all.
@@ -146,6 +147,7 @@ int JudgeReports(const Arguments& arguments, std::ostream& output) {
         const std::vector<std::string>& names = arguments.operands;
         const std::vector<JudgedReport> rows = ReadJudgedReports(arguments.options, names);
         std::vector<Verdict> verdicts;
+        verdicts.reserve(names.size());
         for (const std::string& name : names) {
             verdicts.push_back(FindAndJudge(rows, name, names.size() == 1));
         }
@@ -153,7 +155,7 @@ int JudgeReports(const Arguments& arguments, std::ostream& output) {
     } catch (const std::exception& exception) {
         all.text = exception.what();
     }
-    const int status = all.status;
+    const int status = static_cast<int>(all.status);
     WriteVerdict(std::move(all), asJson, output);
     return status;
 }
@@ -185,7 +187,7 @@ constexpr std::array<Command, 2> kCommands = {{
      {"NAME...", 1, 1000000},
      nullptr,
      JudgeReports,
-     kUnknown},
+     static_cast<int>(CheckStatus::Unknown)},
     {"metrics",
      "print states, ages and numbers of all reports",
      "Prints OpenMetrics text: the state of each report as a set of which one is 1, its age, and\n"

@@ -45,7 +45,8 @@ std::vector<ReportState> WantedStates(const GivenOptions& options) {
         if (!state) {
             std::string known;
             for (const ReportState other : kReportStates) {
-                known += (known.empty() ? "" : ", ") + std::string(NameOf(other));
+                known += known.empty() ? "" : ", ";
+                known += NameOf(other);
             }
             throw UsageError("option \"--state\": \"" + name + "\" is no state; there are " +
                              known);

@@ -92,6 +92,7 @@ std::vector<HistoricReport> ReadHistory(const std::string& directory, const std:
         return std::tuple(a.first, a.second.isNewest) > std::tuple(b.first, b.second.isNewest);
     });
     std::vector<HistoricReport> history;
+    history.reserve(files.size());
     for (auto& [modified, historic] : files) {
         history.push_back(std::move(historic));
     }
