@@ -69,7 +69,7 @@ std::string ErrorName(ErrorType type) {
     return "com.korvex.quon.std.errors." + name;
 }
 
-Data::ErrorValue MakeError(ErrorType type, std::vector<L10n::LocalizableMessage> messages) {
+Data::ErrorValue MakeError(ErrorType type, const std::vector<L10n::LocalizableMessage>& messages) {
     Data::ListValue list;
     list.reserve(messages.size());
     for (const L10n::LocalizableMessage& message : messages) {

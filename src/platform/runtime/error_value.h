@@ -62,7 +62,8 @@ std::string ErrorName(ErrorType type);
 std::string_view ErrorTypeText(ErrorType type);
 
 // The error of that type: "messages", no "data", "errorType".
-Data::ErrorValue MakeError(ErrorType type, std::vector<L10n::LocalizableMessage> messages = {});
+Data::ErrorValue MakeError(ErrorType type,
+                           const std::vector<L10n::LocalizableMessage>& messages = {});
 // The error of an operation that ended without a result. Without the memory for it, an error that
 // has no name.
 Data::ErrorValue MakeNoResultError() noexcept;
