@@ -176,7 +176,8 @@ class ApiBench:
 
     def measure_memory(self):
         """Of large answers: what stays of them, and what one takes at its peak."""
-        row = next((row for row in reversed(self.rows) if row.work == "full"), None)
+        # The directory does not shrink, so only the largest will do.
+        row = next((row for row in self.rows if row.work == "full" and row.names == self.store.names), None)
         if row is None:
             return
         self.daemon.stop()
