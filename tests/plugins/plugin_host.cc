@@ -155,6 +155,7 @@ DrivenLauncher::DrivenLauncher(const PluginHost& host, std::string_view daemonEn
     std::make_shared<Sentrel::PluginLauncher>()->Start();
 }
 
+// NOLINTNEXTLINE(bugprone-exception-escape): as declared
 DrivenLauncher::~DrivenLauncher() {
     scheduler.reset();  // with the pending functions, and with these the launcher
     for (const Kernel::GroupProcess& left :

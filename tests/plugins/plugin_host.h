@@ -57,6 +57,7 @@ void WaitUntilEnded(int pid);
 class DrivenLauncher {
   public:
     explicit DrivenLauncher(const PluginHost& host, std::string_view daemonEntry = "{}");
+    // NOLINTNEXTLINE(bugprone-exception-escape): a process that does not end is the test's end
     ~DrivenLauncher();
     DrivenLauncher(const DrivenLauncher&) = delete;
     DrivenLauncher& operator=(const DrivenLauncher&) = delete;

@@ -18,7 +18,7 @@ std::string ReportText::Document() const {
 
 std::filesystem::path StoreReport(const std::filesystem::path& directory, std::string_view name,
                                   std::string_view document) {
-    const std::filesystem::path file = directory / (std::string(name) + "-0.json");
+    std::filesystem::path file = directory / (std::string(name) + "-0.json");
     std::filesystem::create_directories(file.parent_path());
     WriteFile(file, document);
     const std::filesystem::path link = directory / (std::string(name) + ".json");

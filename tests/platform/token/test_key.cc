@@ -73,7 +73,7 @@ std::string TestKey::SignAsn1(std::string_view text) const {
 }
 
 std::string TestKey::Sign(std::string_view text) const {
-    const std::string signature = SignAsn1(text);
+    std::string signature = SignAsn1(text);
     if (EVP_PKEY_base_id(key.get()) != EVP_PKEY_EC) {
         return signature;
     }

@@ -8,7 +8,13 @@
 
 namespace {
 
-using namespace Quon::Transport::PicoHttp;
+using Quon::Transport::PicoHttp::kCleanJson;
+using Quon::Transport::PicoHttp::kCleanStreamJson;
+using Quon::Transport::PicoHttp::kJson;
+using Quon::Transport::PicoHttp::kStreamJson;
+using Quon::Transport::PicoHttp::LoggableHead;
+using Quon::Transport::PicoHttp::ReadRequestFacts;
+using Quon::Transport::PicoHttp::RequestFacts;
 
 Http1::RequestHead Parse(const std::string& head) {
     Http1::RequestHead parsed;
