@@ -1,0 +1,21 @@
+// The daemon that runs on this host now: the process that listens on the intake port.
+#pragma once
+
+#include <chrono>
+#include <optional>
+
+#include <sys/types.h>
+
+namespace Ctl {
+
+struct DaemonProcess {
+    pid_t pid = 0;
+    std::chrono::system_clock::time_point started;
+};
+
+// The process that listens on the intake port of this host's settings, whatever program it runs;
+// nothing when none does, or when it belongs to a user whose descriptors this one may not see.
+// Throws what ReadDaemonSettings throws.
+std::optional<DaemonProcess> FindDaemonProcess();
+
+}  // namespace Ctl
