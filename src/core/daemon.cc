@@ -2,6 +2,7 @@
 // ends the process at once.
 #include "core/daemon.h"
 
+#include "core/settings/settings.h"
 #include "platform/kernel/groups.h"
 #include "platform/pellmar/app.h"
 #include "platform/pellmar/logger.h"
@@ -11,16 +12,9 @@
 
 #include <boost/asio/io_context.hpp>
 
-#include <cstdint>
 #include <exception>
 
 namespace Sentrel {
-
-namespace {
-
-constexpr std::uint16_t kApiPort = 9984;
-
-}  // namespace
 
 Daemon::Daemon() = default;
 

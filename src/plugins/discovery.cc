@@ -7,7 +7,6 @@
 #include "platform/tabulon/json_config.h"
 #include "plugins/plugin_launcher.h"
 
-#include <array>
 #include <cstdint>
 #include <cstring>
 #include <filesystem>
@@ -26,19 +25,14 @@ using Pellmar::Service::LogInternal;
 
 namespace {
 
-constexpr std::array<const char*, 3> kQueueNames{"fast", "medium", "slow"};
-constexpr std::array<const char*, 5> kLogLevelNames{"debug", "info", "warning", "error",
-                                                    "critical"};
-
 bool BeginsWithIgnoringCase(const std::string& text, const char* name) {
     return ::strncasecmp(text.c_str(), name, std::strlen(name)) == 0;
 }
 
 Ref<ConfigReader> OpenPluginEntry(const std::string& name) {
-    const char* component = name.starts_with("test_") ? "oru_dev_only" : "oru";
-    const Ref<Pellmar::Service::Config> config = Tabulon::CreateTabulonConfigWithSettings(
-        {{.first = "", .key = name, .group = "health", .component = component, .last = ""}},
-        /*mayBeMissing=*/false, /*useVendorFile=*/true, /*useHostFile=*/true);
+    const Ref<Pellmar::Service::Config> config =
+        Tabulon::CreateTabulonConfigWithSettings({EntryOfPlugin(name)}, /*mayBeMissing=*/false,
+                                                 /*useVendorFile=*/true, /*useHostFile=*/true);
     config->Initialize();
     return config->GetReader();
 }
@@ -48,6 +42,11 @@ void LogMissingKey(const Ref<Logger>& logger, const std::string& name, const cha
 }
 
 }  // namespace
+
+Tabulon::StoreEntry EntryOfPlugin(const std::string& name) {
+    const char* component = name.starts_with("test_") ? "oru_dev_only" : "oru";
+    return {.first = "", .key = name, .group = "health", .component = component, .last = ""};
+}
 
 void SetFrequency(PluginInfo& info, const std::string& text) {
     info.frequency = 0;

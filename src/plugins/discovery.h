@@ -3,8 +3,10 @@
 
 #include "platform/pellmar/logger.h"
 #include "platform/pellmar/object.h"
+#include "platform/tabulon/entry_files.h"
 #include "plugins/plugin.h"
 
+#include <array>
 #include <functional>
 #include <string>
 
@@ -12,6 +14,14 @@ namespace Sentrel {
 
 // Every entry of this directory that is not a directory is a plugin.
 inline constexpr const char* kPluginDirectory = "/usr/lib/korvex/sentrel/plugins/bin/";
+
+// By PluginInfo::frequency; and what PluginInfo::logLevel may be.
+inline constexpr std::array<const char*, 3> kQueueNames{"fast", "medium", "slow"};
+inline constexpr std::array<const char*, 5> kLogLevelNames{"debug", "info", "warning", "error",
+                                                           "critical"};
+
+// The store entry of the plugin of that name.
+Tabulon::StoreEntry EntryOfPlugin(const std::string& name);
 
 // Sets the queue whose name `text` begins with, in any case; the fast queue for any other text.
 void SetFrequency(PluginInfo& info, const std::string& text);

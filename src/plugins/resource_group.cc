@@ -17,8 +17,6 @@ using Pellmar::Service::LogInternal;
 
 namespace {
 
-constexpr std::int32_t kMaxResourcePoolSizeMB = 500;
-
 struct ParamListDeleter {
     void operator()(KIS_ParamList* list) const { KIS_ParamListDestroy(list); }
 };

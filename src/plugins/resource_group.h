@@ -11,8 +11,9 @@ namespace Sentrel {
 
 inline constexpr const char* kPluginGroupPath = "host/pax/kolbern/sentrel-plugins";
 
-// Megabytes that are reserved for all plugins together.
+// Megabytes that are reserved for all plugins together. Only more than the default replaces it.
 inline constexpr std::int32_t kDefaultResourcePoolSizeMB = 40;
+inline constexpr std::int32_t kMaxResourcePoolSizeMB = 500;
 
 // Whether a configured size replaces the default.
 bool IsResourcePoolSize(std::int32_t megabytes);

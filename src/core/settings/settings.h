@@ -17,6 +17,9 @@ inline constexpr const char* kDaemonEntryComponent = "oru";
 // Where plugins post their reports when "http_port" is not set.
 inline constexpr std::int32_t kDefaultHttpPort = 9996;
 
+// The port of the reports API, which no setting changes.
+inline constexpr std::uint16_t kApiPort = 9984;
+
 // The intake port: the setting "http_port", whatever integer it is, or kDefaultHttpPort when it is
 // absent, which `logger` is told at level 3. Each call reads, and tells, anew.
 std::int32_t GetHttpPort(const Pellmar::Ref<Pellmar::Service::ConfigReader>& reader,
