@@ -1,4 +1,6 @@
-// Starting one plugin through the host's spawn call, and ending those whose time is up.
+// Also what the launcher makes of it: keeping the process id, and ending those whose time is up.
+#include "plugins/launch.h"
+
 #include "platform/kernel/process_table.h"
 #include "platform/kernel/spawn.h"
 #include "plugins/plugin_launcher.h"
@@ -13,6 +15,8 @@
 
 namespace Sentrel {
 
+using Pellmar::Ref;
+using Pellmar::Service::Logger;
 using Pellmar::Service::LogInternal;
 
 namespace {
@@ -30,16 +34,16 @@ Kernel::SpawnResult Spawn(const Plugin& plugin, std::int32_t& pid) {
 
 }  // namespace
 
-std::int32_t PluginLauncher::LaunchPlugin(const std::shared_ptr<Plugin>& plugin) {
-    const std::string commandLine = FormatCommandLine(*plugin);
+Launch LaunchPlugin(const Plugin& plugin, const Ref<Logger>& logger) {
+    const std::string commandLine = FormatCommandLine(plugin);
     if (!CheckResourcePool(logger)) {
         LogInternal(logger, 3, "Failed resource pool prechecks; cannot launch plugin: %1",
                     commandLine);
-        return 0;
+        return {.result = Launch::Result::Refused};
     }
     LogInternal(logger, 5, "Launching binary: %1", commandLine);
     std::int32_t pid = 0;
-    const Kernel::SpawnResult result = Spawn(*plugin, pid);
+    const Kernel::SpawnResult result = Spawn(plugin, pid);
     if (result.error != 0) {
         errno = -result.error;
     }
@@ -47,16 +51,20 @@ std::int32_t PluginLauncher::LaunchPlugin(const std::shared_ptr<Plugin>& plugin)
     if (result.status != Kernel::kStatusSuccess) {
         LogInternal(logger, 3, "Plugin launch failed: %1", ErrorText(launchError));
         (void)LogGroupMemory(logger);  // for whoever reads the failure; nothing depends on it
-        return pid;
+        return {.result = Launch::Result::Failed, .pid = pid, .error = launchError};
     }
     if (Kernel::Kill(pid, 0) != 0) {
         const int probeError = errno;
         LogInternal(logger, 3, "Plugin launched but failed to run: %1", ErrorText(probeError));
         (void)LogGroupMemory(logger);  // likewise
-        return pid;
+        return {.pid = pid};
     }
-    LogInternal(logger, 6, "Pushed plugin %1 (%2) for tracking", plugin->GetPath(), pid);
-    return pid;
+    LogInternal(logger, 6, "Pushed plugin %1 (%2) for tracking", plugin.GetPath(), pid);
+    return {.pid = pid};
+}
+
+std::int32_t PluginLauncher::LaunchPlugin(const std::shared_ptr<Plugin>& plugin) {
+    return Sentrel::LaunchPlugin(*plugin, logger).pid;
 }
 
 void PluginLauncher::KillTracked(const std::vector<std::int32_t>& pids) const {

@@ -9,6 +9,8 @@
 
 namespace Sentrel {
 
+using Pellmar::Ref;
+using Pellmar::Service::ConfigReader;
 using Pellmar::Service::GetApp;
 using Pellmar::Service::Logger;
 
@@ -21,9 +23,11 @@ constexpr const char* kIntakeAddress = "http://localhost";
 
 std::int32_t Plugin::sResourcePoolSizeMB = kDefaultResourcePoolSizeMB;
 
-Plugin::Plugin(const PluginInfo& info)
+Plugin::Plugin(const PluginInfo& info) : Plugin(info, GetApp().GetConfig()->GetReader()) {}
+
+Plugin::Plugin(const PluginInfo& info, const Ref<ConfigReader>& settings)
     : info(info), logger(Logger::CreateLogger(Logger::sDefaultLogger, "Plugin")) {
-    ComposeCommandLine();
+    ComposeCommandLine(GetHttpPort(settings, logger));
 }
 
 Plugin::~Plugin() {
@@ -32,8 +36,7 @@ Plugin::~Plugin() {
     }
 }
 
-void Plugin::ComposeCommandLine() {
-    const std::int32_t port = GetHttpPort(GetApp().GetConfig()->GetReader(), logger);
+void Plugin::ComposeCommandLine(std::int32_t port) {
     argv.push_back(UtilSafeStrdup0(info.path.c_str()));
     argv.push_back(Str_SafeAsprintf("%s%d", kGroupArgument, sResourcePoolSizeMB));
     argv.push_back(UtilSafeStrdup0("-u"));

@@ -1,6 +1,7 @@
 // One enabled plugin: what its configuration says and the command line that it is launched with.
 #pragma once
 
+#include "platform/pellmar/config.h"
 #include "platform/pellmar/logger.h"
 #include "platform/pellmar/object.h"
 
@@ -29,6 +30,8 @@ class Plugin {
     // Composes the command line; the intake port in it is read from the application's
     // configuration.
     explicit Plugin(const PluginInfo& info);
+    // The same with the intake port of `settings`, the daemon's, where it is not the application.
+    Plugin(const PluginInfo& info, const Pellmar::Ref<Pellmar::Service::ConfigReader>& settings);
     ~Plugin();
     Plugin(const Plugin&) = delete;
     Plugin& operator=(const Plugin&) = delete;
@@ -40,7 +43,7 @@ class Plugin {
     char* const* GetArgv() const { return argv.data(); }
 
   private:
-    void ComposeCommandLine();
+    void ComposeCommandLine(std::int32_t port);
 
     const PluginInfo info;
     std::vector<char*> argv;  // of the C allocator

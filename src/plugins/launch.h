@@ -1,0 +1,28 @@
+// Starting one plugin through the host's spawn call. When that is done, and when a plugin is ended,
+// is the launcher's business.
+#pragma once
+
+#include "platform/pellmar/logger.h"
+#include "platform/pellmar/object.h"
+#include "plugins/plugin.h"
+
+#include <cstdint>
+
+namespace Sentrel {
+
+struct Launch {
+    enum class Result {
+        Started,  // it may have ended since
+        Refused,  // the kernel interface or the resource group is not fit for it: nothing was tried
+        Failed    // `error` kept the program from being executed
+    };
+    Result result = Result::Started;
+    std::int32_t pid = 0;  // of a started one, which Kernel::Kill knows then
+    int error = 0;         // of a failed one: an error number
+};
+
+// Checks the resource group and starts the plugin in it, with the descriptors 0 to 2 of this
+// process. `logger` is told each step, and why there is none further. Any thread.
+Launch LaunchPlugin(const Plugin& plugin, const Pellmar::Ref<Pellmar::Service::Logger>& logger);
+
+}  // namespace Sentrel
