@@ -1,7 +1,6 @@
-// The order of the checks is part of the intake's interface: a request with several faults gets the
-// answer of the first.
 #include "intake/sentrel_handler.h"
 
+#include "intake/post_rules.h"
 #include "intake/report_job.h"
 #include "platform/pellmar/exceptions.h"
 #include "platform/pellmar/thread_pool.h"
@@ -20,15 +19,8 @@ using Pellmar::Http::ResponseCode;
 using Pellmar::Service::Logger;
 using Pellmar::Service::LogInternal;
 
-constexpr std::string_view kReportContentType = "application/json";
 constexpr std::int32_t kFilesPerName = 3;
 constexpr int kReportPathLevel = 5;
-
-// What follows the last "/"; the whole when there is none.
-std::string_view LastSegment(std::string_view url) {
-    const std::size_t slash = url.rfind('/');
-    return slash == std::string_view::npos ? url : url.substr(slash + 1);
-}
 
 }  // namespace
 
@@ -39,12 +31,12 @@ SentrelHandler::SentrelHandler(const std::string& reportDirectory)
 }
 
 void SentrelHandler::HandlePost(const Ref<Request>& request, const Ref<Response>& response) {
-    if (const std::optional<ResponseCode> refusal = Refusal(*request)) {
+    if (const std::optional<ResponseCode> refusal = FindRefusal(*request, logger)) {
         response->Reply(*refusal);
         return;
     }
     const std::string& url = request->GetUrl();
-    const std::string_view name = LastSegment(url);
+    const std::string_view name = ReportNameOf(url);
     LogInternal(logger, 6, "Report Name: %1", url);
     if (logger->GetLevel() >= kReportPathLevel) {
         LogInternal(logger, kReportPathLevel, "Report Path: %1",
@@ -60,29 +52,6 @@ void SentrelHandler::HandlePost(const Ref<Request>& request, const Ref<Response>
                           roller = std::move(entry->roller)] {
         WriteReport(*request, *response, *roller, handler->logger);
     });
-}
-
-std::optional<ResponseCode> SentrelHandler::Refusal(const Request& request) const {
-    const std::string& contentType = request.GetContentType();
-    if (contentType != kReportContentType) {
-        LogInternal(logger, 3, "Unsupported content type received %1", contentType);
-        return ResponseCode::BadRequest;
-    }
-    const std::string& url = request.GetUrl();
-    if (url.empty() || url == "/") {
-        LogInternal(logger, 3, "URL does not contain report name");
-        return ResponseCode::PartialContent;
-    }
-    std::int64_t length = 0;
-    if (!request.GetContentLength(length)) {
-        LogInternal(logger, 3, "Report length header required");
-        return ResponseCode::LengthRequired;
-    }
-    if (length > kMaxReportSize) {
-        LogInternal(logger, 3, "Report too large: %1", length);
-        return ResponseCode::RequestEntityTooLarge;
-    }
-    return std::nullopt;
 }
 
 std::optional<SentrelHandler::Entry> SentrelHandler::FindOrCreateEntry(std::string_view name) {

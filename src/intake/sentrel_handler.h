@@ -46,8 +46,6 @@ class SentrelHandler : public Pellmar::Http::RequestHandlerMixin, public Pellmar
         }
     };
 
-    // The status that `request` is refused with; nothing when it is a report.
-    std::optional<Pellmar::Http::ResponseCode> Refusal(const Pellmar::Http::Request& request) const;
     // Nothing, which is logged, when the name or the report directory cannot be used.
     std::optional<Entry> FindOrCreateEntry(std::string_view name) EXCLUDES(lock);
     std::optional<Entry> CreateEntry(std::string_view name) REQUIRES(lock);
