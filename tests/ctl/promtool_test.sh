@@ -1,0 +1,48 @@
+#!/usr/bin/env bash
+# What `sentrelctl metrics` prints of reports that are hard on a text format passes the judgement of Prometheus itself:
+# syntax and lint by promtool, which does not look for a series that is told twice. Usage: promtool_test.sh SENTRELCTL
+# FOLDER, where promtool is below FOLDER or in PATH. Ends with 77, which counts as skipped, where it is not.
+set -euo pipefail
+
+readonly tool=$1
+export PATH=$PATH:$2/usr/bin
+if ! command -v promtool >/dev/null; then
+    echo 'There is no promtool; ./dev test --all fetches it.' >&2
+    exit 77
+fi
+folder=$(mktemp -d "${TMPDIR:-/tmp}/sentrel-promtool-XXXXXX")
+readonly folder reports=$folder/var/lib/korvex/sentrel/reports
+trap 'rm -rf -- "$folder"' EXIT
+mkdir -p "$reports"
+
+fail() {
+    printf 'promtool_test: %s\n' "$1" >&2
+    exit 1
+}
+
+# store NAME STATUS UNSTRUCTURED
+store() {
+    local name=${1//\\/\\\\}
+    printf '{"structured":{"name":"%s","time":"2024-03-05T14:07:09Z","status":%s},"unstructured":%s}' \
+        "${name//\"/\\\"}" "$2" "$3" >"$reports/$1-0.json"
+    ln -s "$reports/$1-0.json" "$reports/$1.json"
+}
+
+metrics() {
+    "$tool" metrics --offline --root "$folder"
+}
+
+metrics | promtool check metrics || fail 'promtool refuses the metrics of a host without reports'
+store '{le="\1"} # EOF' 0 '{"metrics":{"NaN":1,"+Inf":2,"":3}}'
+store 'é,=x' 2 '{"metrics":{"quote\"back\\slash\nline\u0000\u007f\u2028":-0.0,"é,}=":0.1}}'
+store numbers 7 '{"metrics":{"big":1e308,"tiny":5e-324,"int":-9223372036854775808,"uint":18446744073709551615,"same":1,
+    "same":2,"text":"1","none":null,"limits":{"value":1,"unit":"%\"}\n","warning":1e21,"critical":-1e-7}}}'
+store beyond 1 '{"metrics":{"huge":1e999}}' # no JSON that can be read
+store $'\xff' 0 '{}'
+store $'two\nlines' 0 '{}'
+metrics >"$folder/text"
+promtool check metrics <"$folder/text" || fail 'promtool refuses the metrics'
+twice=$(sed 's/ [^ ]*$//' "$folder/text" | sort | uniq -d)
+[[ -z $twice ]] || fail "told twice: $twice"
+count=$(grep -a -c '^sentrel_report_metric{' "$folder/text")
+[[ $count == 11 ]] || fail "there are $count numbers, not 11"
