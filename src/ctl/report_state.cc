@@ -1,21 +1,12 @@
 #include "ctl/report_state.h"
 
-#include "ctl/daemon_settings.h"
+#include "ctl/plugin_survey.h"
 #include "ctl/report_age.h"
 #include "ctl/report_metrics.h"
-#include "platform/sys/host_root.h"
-#include "plugins/discovery.h"
-#include "plugins/queue_timing.h"
 #include "store/report_name.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstdint>
-#include <stdexcept>
-#include <system_error>
 #include <utility>
-
-#include <unistd.h>
 
 namespace Ctl {
 
@@ -85,32 +76,12 @@ std::string ReasonOf(const JudgedReport& judged) {
 }
 
 std::vector<PluginPeriod> ReadPluginPeriods() {
-    const std::string directory = Sys::HostPath(Sentrel::kPluginDirectory);
-    if (::access(directory.c_str(), R_OK | X_OK) != 0) {
-        const int errorNumber = errno;
-        if (errorNumber == ENOENT) {
-            return {};
-        }
-        throw std::runtime_error("the plugin directory " + directory + " cannot be listed: " +
-                                 std::generic_category().message(errorNumber) +
-                                 "; run this as a user who may read it");
-    }
-    std::int32_t fastMinutes = 0;
-    (void)ReadDaemonSettings()->GetInt("fast_queue/time_period_in_mins", fastMinutes);  // or 0
-    std::vector<Sentrel::PluginInfo> plugins;
-    Sentrel::PluginCounts counts;
-    Sentrel::FindPlugins(SilentLogger(), [&](const Sentrel::PluginInfo& info) {
-        plugins.push_back(info);
-        ++(info.frequency == 1 ? counts.medium : info.frequency == 2 ? counts.slow : counts.fast);
-    });
-    const Sentrel::Timetable table =
-        Sentrel::MakeTimetable(counts, Sentrel::FastPeriodMinutes(fastMinutes));
+    const PluginSurvey survey = SurveyPlugins();
     std::vector<PluginPeriod> periods;
-    for (Sentrel::PluginInfo& plugin : plugins) {
-        const Sentrel::QueueTiming& queue = plugin.frequency == 1   ? table.medium
-                                            : plugin.frequency == 2 ? table.slow
-                                                                    : table.fast;
-        periods.push_back({std::move(plugin.name), std::chrono::seconds(queue.period)});
+    for (const SurveyedPlugin& plugin : survey.entries) {
+        if (plugin.IsEnabled()) {
+            periods.push_back({plugin.Name(), plugin.period});
+        }
     }
     return periods;
 }

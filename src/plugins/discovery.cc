@@ -41,6 +41,65 @@ void LogMissingKey(const Ref<Logger>& logger, const std::string& name, const cha
     LogInternal(logger, 3, "Failed to locate Tabulon key: %1.%2", name, key);
 }
 
+// Fills in what the store says of the plugin; what it leaves out stays as it is. False, with the
+// problem, when the store can't provide the plugin's entry.
+bool LoadPluginConfig(PluginEntry& entry, const Ref<Logger>& logger) {
+    PluginInfo& info = entry.info;
+    try {
+        const Ref<ConfigReader> reader = OpenPluginEntry(info.name);
+        std::string frequency;
+        if (reader->GetString("frequency", frequency)) {
+            SetFrequency(info, frequency);
+            entry.frequency = frequency;
+        } else {
+            LogMissingKey(logger, info.name, "frequency");
+        }
+        std::string logLevel;
+        if (reader->GetString("log_level", logLevel)) {
+            SetLogLevel(info, logLevel);
+            entry.logLevel = logLevel;
+        } else {
+            LogMissingKey(logger, info.name, "log_level");
+        }
+        if (!reader->GetBool("enabled", info.enabled)) {
+            LogMissingKey(logger, info.name, "enabled");
+            return true;
+        }
+        entry.enabled = info.enabled;
+        if (!info.enabled) {
+            LogInternal(logger, 5, "%1 plugin disabled", info.name);
+        } else {
+            LogInternal(logger, 5, "%1 plugin configuration: log_level=%2 frequency=%3", info.name,
+                        logLevel, frequency);
+        }
+        return true;
+    } catch (const Pellmar::NotFoundException& exception) {
+        LogInternal(logger, 3, "Failed to create Tabulon config: Exception : %1", exception.what());
+        entry.problem = exception.what();
+        return false;
+    }
+}
+
+PluginVerdict Examine(const Pellmar::System::File& file, PluginEntry& entry,
+                      const Ref<Logger>& logger) {
+    const PluginInfo& info = entry.info;
+    std::error_code error;  // an entry whose type cannot be found out counts as a plugin
+    if (std::filesystem::is_directory(std::filesystem::status(file.GetPath(), error))) {
+        LogInternal(logger, 6, "Skipping the directory: %1", info.path);
+        return PluginVerdict::Directory;
+    }
+    if (!LoadPluginConfig(entry, logger)) {
+        LogInternal(logger, 3, "Failed to load configuration for: %1", info.name);
+        return PluginVerdict::NoConfiguration;
+    }
+    LogInternal(logger, 7, "Successfully loaded configuration for: %1", info.name);
+    if (!info.enabled) {
+        LogInternal(logger, 5, "Plugin disabled by configuration: %1", info.name);
+        return PluginVerdict::Disabled;
+    }
+    return PluginVerdict::Enabled;
+}
+
 }  // namespace
 
 Tabulon::StoreEntry EntryOfPlugin(const std::string& name) {
@@ -66,62 +125,24 @@ void SetLogLevel(PluginInfo& info, const std::string& text) {
     }
 }
 
-void FindPlugins(const Ref<Logger>& logger, const std::function<void(const PluginInfo&)>& take) {
+void ExaminePlugins(const Ref<Logger>& logger,
+                    const std::function<void(const PluginEntry&)>& take) {
     const auto directory = Pellmar::System::SystemFactory::GetFile(Sys::HostPath(kPluginDirectory));
-    for (const Ref<Pellmar::System::File>& entry : directory->List(-1)) {
-        PluginInfo info;
-        info.name = entry->GetName();
-        info.path = kPluginDirectory + info.name;
-        std::error_code error;  // an entry whose type cannot be found out counts as a plugin
-        if (std::filesystem::is_directory(std::filesystem::status(entry->GetPath(), error))) {
-            LogInternal(logger, 6, "Skipping the directory: %1", info.path);
-            continue;
-        }
-        if (!LoadPluginConfig(info, logger)) {
-            LogInternal(logger, 3, "Failed to load configuration for: %1", info.name);
-            continue;
-        }
-        LogInternal(logger, 7, "Successfully loaded configuration for: %1", info.name);
-        if (!info.enabled) {
-            LogInternal(logger, 5, "Plugin disabled by configuration: %1", info.name);
-            continue;
-        }
-        take(info);
-    }
-}
-
-bool LoadPluginConfig(PluginInfo& info, const Ref<Logger>& logger) {
-    try {
-        const Ref<ConfigReader> reader = OpenPluginEntry(info.name);
-        std::string frequency;
-        if (reader->GetString("frequency", frequency)) {
-            SetFrequency(info, frequency);
-        } else {
-            LogMissingKey(logger, info.name, "frequency");
-        }
-        std::string logLevel;
-        if (reader->GetString("log_level", logLevel)) {
-            SetLogLevel(info, logLevel);
-        } else {
-            LogMissingKey(logger, info.name, "log_level");
-        }
-        if (!reader->GetBool("enabled", info.enabled)) {
-            LogMissingKey(logger, info.name, "enabled");
-        } else if (!info.enabled) {
-            LogInternal(logger, 5, "%1 plugin disabled", info.name);
-        } else {
-            LogInternal(logger, 5, "%1 plugin configuration: log_level=%2 frequency=%3", info.name,
-                        logLevel, frequency);
-        }
-        return true;
-    } catch (const Pellmar::NotFoundException& exception) {
-        LogInternal(logger, 3, "Failed to create Tabulon config: Exception : %1", exception.what());
-        return false;
+    for (const Ref<Pellmar::System::File>& file : directory->List(-1)) {
+        PluginEntry entry;
+        entry.info.name = file->GetName();
+        entry.info.path = kPluginDirectory + entry.info.name;
+        entry.verdict = Examine(*file, entry, logger);
+        take(entry);
     }
 }
 
 void PluginLauncher::DiscoverPlugins() {
-    FindPlugins(logger, [this](const PluginInfo& info) { AddToQueue(info); });
+    ExaminePlugins(logger, [this](const PluginEntry& entry) {
+        if (entry.verdict == PluginVerdict::Enabled) {
+            AddToQueue(entry.info);
+        }
+    });
 }
 
 void PluginLauncher::AddToQueue(const PluginInfo& info) {

@@ -8,6 +8,7 @@
 
 #include <array>
 #include <functional>
+#include <optional>
 #include <string>
 
 namespace Sentrel {
@@ -29,14 +30,28 @@ void SetFrequency(PluginInfo& info, const std::string& text);
 // Sets the log level whose name `text` begins with, in any case; any other text changes nothing.
 void SetLogLevel(PluginInfo& info, const std::string& text);
 
-// Fills in what the store says of the plugin `info.name`; what it leaves out stays as it is. False
-// when the store can't provide the plugin's entry. `logger` is told what was found and what not.
-bool LoadPluginConfig(PluginInfo& info, const Pellmar::Ref<Pellmar::Service::Logger>& logger);
+enum class PluginVerdict {
+    Enabled,
+    Disabled,        // by its configuration
+    Directory,       // no plugin
+    NoConfiguration  // the store can't provide its entry
+};
 
-// Gives the enabled plugins to `take`, in byte order of their names, each as soon as it is found.
-// `logger` is told which entries are left out and why. Throws Pellmar::IOException when the
-// directory can't be listed.
-void FindPlugins(const Pellmar::Ref<Pellmar::Service::Logger>& logger,
-                 const std::function<void(const PluginInfo&)>& take);
+// One entry of the plugin directory and what becomes of it.
+struct PluginEntry {
+    PluginInfo info;
+    PluginVerdict verdict = PluginVerdict::Enabled;
+    // As they stand in the store; nothing for what is missing there or of another type.
+    std::optional<std::string> frequency;
+    std::optional<std::string> logLevel;
+    std::optional<bool> enabled;
+    std::string problem;  // with NoConfiguration: the store's reason
+};
+
+// Gives all entries of the plugin directory to `take`, in byte order of their names, each as soon
+// as it is examined. `logger` is told which are left out and why. Throws Pellmar::IOException when
+// the directory can't be listed.
+void ExaminePlugins(const Pellmar::Ref<Pellmar::Service::Logger>& logger,
+                    const std::function<void(const PluginEntry&)>& take);
 
 }  // namespace Sentrel

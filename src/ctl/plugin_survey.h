@@ -1,0 +1,60 @@
+// The plugins of this host as the daemon would find them at a start now: each entry of the plugin
+// directory with what becomes of it, and the timetable of those that run.
+#pragma once
+
+#include "plugins/discovery.h"
+#include "plugins/queue_timing.h"
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Ctl {
+
+struct SurveyedPlugin {
+    Sentrel::PluginEntry entry;
+    std::string location;  // below the host root
+    // Of enabled ones.
+    std::size_t batch = 0;            // its place in its queue, from 0
+    std::chrono::seconds firstRun{};  // after the daemon's start
+    std::chrono::seconds period{};    // from one run to the next
+
+    const std::string& Name() const { return entry.info.name; }
+    bool IsEnabled() const { return entry.verdict == Sentrel::PluginVerdict::Enabled; }
+};
+
+struct PluginSurvey {
+    bool hasDirectory = true;
+    std::vector<SurveyedPlugin> entries;     // in byte order of their names
+    Sentrel::PluginCounts counts;            // of enabled ones
+    std::int64_t configuredFastMinutes = 0;  // the fast period before it was raised
+    Sentrel::Timetable timetable;
+    std::int32_t poolSizeMB = 0;  // reserved for all plugins together
+};
+
+// Without a plugin directory, which the daemon does not start without, there are no entries. Throws
+// a std::exception, with what to do, when the daemon's settings are broken or the directory cannot
+// be listed.
+PluginSurvey SurveyPlugins();
+
+// "fast", "medium" or "slow".
+std::string_view QueueOf(const SurveyedPlugin& plugin);
+
+// "enabled", "disabled", "directory", "no configuration".
+std::string_view StateOf(const SurveyedPlugin& plugin);
+
+// Whether the text chooses a queue; any other one silently counts as "fast".
+bool NamesQueue(const std::string& frequency);
+
+// Why the plugin is in or out, and what the daemon takes its configuration for where that is not
+// what stands there; in words for a person.
+std::string WhyOf(const SurveyedPlugin& plugin);
+
+// The files of the store that configure a plugin, as plain host paths: the vendor's defaults, and
+// the host's values. Empty for a name that the store refuses.
+Tabulon::EntryPaths StoreFilesOf(const std::string& plugin);
+
+}  // namespace Ctl
