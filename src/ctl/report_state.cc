@@ -20,18 +20,6 @@ bool IsReportOf(std::string_view report, std::string_view plugin) {
            (report.size() == plugin.size() || report[plugin.size()] == '.');
 }
 
-// The index of the plugin that made the report; the number of plugins when none did.
-std::size_t FindPlugin(const std::string& report, const std::vector<PluginPeriod>& plugins) {
-    std::size_t found = plugins.size();
-    for (std::size_t index = 0; index < plugins.size(); ++index) {
-        if (IsReportOf(report, plugins[index].name) &&
-            (found == plugins.size() || plugins[index].name.size() > plugins[found].name.size())) {
-            found = index;
-        }
-    }
-    return found;
-}
-
 // `period`: of its plugin, if it has one.
 JudgedReport Judge(StoredReport report, std::optional<std::chrono::seconds> period,
                    std::chrono::system_clock::time_point now) {
@@ -75,8 +63,7 @@ std::string ReasonOf(const JudgedReport& judged) {
     }
 }
 
-std::vector<PluginPeriod> ReadPluginPeriods() {
-    const PluginSurvey survey = SurveyPlugins();
+std::vector<PluginPeriod> PeriodsOf(const PluginSurvey& survey) {
     std::vector<PluginPeriod> periods;
     for (const SurveyedPlugin& plugin : survey.entries) {
         if (plugin.IsEnabled()) {
@@ -86,13 +73,26 @@ std::vector<PluginPeriod> ReadPluginPeriods() {
     return periods;
 }
 
+std::vector<PluginPeriod> ReadPluginPeriods() { return PeriodsOf(SurveyPlugins()); }
+
+std::size_t FindMaker(const std::string& report, const std::vector<PluginPeriod>& plugins) {
+    std::size_t found = plugins.size();
+    for (std::size_t index = 0; index < plugins.size(); ++index) {
+        if (IsReportOf(report, plugins[index].name) &&
+            (found == plugins.size() || plugins[index].name.size() > plugins[found].name.size())) {
+            found = index;
+        }
+    }
+    return found;
+}
+
 std::vector<JudgedReport> JudgeReports(std::vector<StoredReport> reports,
                                        const std::vector<PluginPeriod>& plugins,
                                        std::chrono::system_clock::time_point now) {
     std::vector<JudgedReport> judged;
     std::vector<bool> hasReport(plugins.size() + 1);
     for (StoredReport& report : reports) {
-        const std::size_t plugin = FindPlugin(report.name, plugins);
+        const std::size_t plugin = FindMaker(report.name, plugins);
         hasReport[plugin] = true;
         const auto period =
             plugin < plugins.size() ? std::optional(plugins[plugin].period) : std::nullopt;

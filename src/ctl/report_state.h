@@ -5,6 +5,7 @@
 #include "ctl/report_source.h"
 
 #include <chrono>
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -37,10 +38,19 @@ struct JudgedReport {
 // Why it is in its state, in words for a person; empty when the report does not say.
 std::string ReasonOf(const JudgedReport& judged);
 
+struct PluginSurvey;
+
+// The enabled plugins among those found, in the order of their names.
+std::vector<PluginPeriod> PeriodsOf(const PluginSurvey& survey);
+
 // The enabled plugins of this host with their periods, by the daemon's own rules; none when there
 // is no plugin directory. Throws a std::exception, with what to do, when the daemon's settings are
 // broken or the directory cannot be listed.
 std::vector<PluginPeriod> ReadPluginPeriods();
+
+// The index of the plugin that made the report, the one with the longer name when two could have;
+// the number of plugins when none did.
+std::size_t FindMaker(const std::string& report, const std::vector<PluginPeriod>& plugins);
 
 // Sorted by name, with the plugins that have no report among them. A report older than one and a
 // half periods of its plugin is stale; a report that two plugins could have made is of the one with

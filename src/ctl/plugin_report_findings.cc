@@ -1,0 +1,101 @@
+#include "ctl/plugin_report_findings.h"
+
+#include "ctl/input_file.h"
+#include "ctl/plugin_findings.h"
+#include "ctl/report_age.h"
+#include "ctl/report_check.h"
+#include "ctl/report_history.h"
+#include "platform/sys/host_root.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <stdexcept>
+
+#include <sys/stat.h>
+
+namespace Ctl {
+
+namespace {
+
+constexpr std::size_t kMaxReportBytes = std::size_t{16} << 20;  // as the daemon reads them
+
+std::chrono::system_clock::time_point ChangeTime(const std::string& path) {
+    struct stat status {};
+    (void)::lstat(path.c_str(), &status);  // what is gone has not changed lately
+    return std::chrono::system_clock::from_time_t(status.st_ctim.tv_sec);
+}
+
+// Whether the plugin or its configuration is newer than the daemon, which looks at its start only.
+bool IsNews(const SurveyedPlugin& plugin, const DaemonProcess& daemon) {
+    const Tabulon::EntryPaths files = StoreFilesOf(plugin.Name());
+    return ChangeTime(plugin.location) > daemon.started ||
+           ChangeTime(Sys::HostPath(files.host)) > daemon.started ||
+           ChangeTime(Sys::HostPath(files.vendor)) > daemon.started;
+}
+
+std::vector<Finding> ExplainSilence(const std::string& subject, const SurveyedPlugin& plugin,
+                                    const PluginSurroundings& surroundings) {
+    if (!surroundings.daemon || surroundings.reportDirectory.empty()) {
+        return {};
+    }
+    const DaemonProcess& daemon = *surroundings.daemon;
+    if (IsNews(plugin, daemon)) {
+        return {{Severity::Notice, subject,
+                 "no report yet: it, or its configuration, is newer than the daemon's start",
+                 "restart the daemon, which looks for plugins at its start only: systemctl restart "
+                 "sentrel"}};
+    }
+    const auto running =
+        std::chrono::duration_cast<std::chrono::seconds>(surroundings.now - daemon.started);
+    if (running <= plugin.firstRun + plugin.period) {
+        return {};
+    }
+    return {{Severity::Warning, subject,
+             "no report, although the daemon has run for " + AgeText(running) +
+                 " and launches it every " + AgeText(plugin.period),
+             "see what it does: sentrelctl plugin run " + plugin.Name()}};
+}
+
+// Whether the daemon leaves the newest report of that name out of its answers.
+bool IsLeftOut(const std::string& directory, const std::string& report) {
+    const std::vector<HistoricReport> history = ReadHistory(directory, report);
+    return std::any_of(history.begin(), history.end(), [](const HistoricReport& historic) {
+        return historic.isNewest && !historic.fault.empty();
+    });
+}
+
+void CheckReport(const std::string& subject, const std::string& directory,
+                 const std::string& report, std::vector<Finding>& findings) {
+    std::vector<std::string> problems;
+    try {
+        problems = FindProblems(
+            ReadInputFile(directory + report + ".json", kMaxReportBytes, "the report"), report);
+    } catch (const std::runtime_error&) {
+        return;  // its link is being renewed just now; if it stays so, there is no report
+    }
+    if (problems.empty()) {
+        return;
+    }
+    const Severity severity = IsLeftOut(directory, report) ? Severity::Error : Severity::Warning;
+    for (const std::string& problem : problems) {
+        findings.push_back({severity, subject, "its report " + report + " is wrong: " + problem,
+                            "correct the plugin; sentrel-report(5) says how reports are"});
+    }
+}
+
+}  // namespace
+
+std::vector<Finding> CheckReports(const std::string& subject, const SurveyedPlugin& plugin,
+                                  const PluginSurroundings& surroundings) {
+    const auto reports = surroundings.reports.find(plugin.Name());
+    if (reports == surroundings.reports.end()) {
+        return ExplainSilence(subject, plugin, surroundings);
+    }
+    std::vector<Finding> findings;
+    for (const std::string& report : reports->second) {
+        CheckReport(subject, surroundings.reportDirectory, report, findings);
+    }
+    return findings;
+}
+
+}  // namespace Ctl
