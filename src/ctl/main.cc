@@ -3,6 +3,7 @@
 // is one line on standard error.
 #include "ctl/audit_command.h"
 #include "ctl/command_line.h"
+#include "ctl/config_commands.h"
 #include "ctl/group_commands.h"
 #include "ctl/help.h"
 #include "ctl/monitoring_commands.h"
@@ -29,7 +30,8 @@ std::vector<Ctl::Command> AllCommands() {
     std::vector<Ctl::Command> commands;
     for (const std::span<const Ctl::Command> family :
          {Ctl::ReportCommands(), Ctl::MonitoringCommands(), Ctl::PostCommands(),
-          Ctl::AuditCommands(), Ctl::TokenCommands(), Ctl::GroupCommands()}) {
+          Ctl::AuditCommands(), Ctl::TokenCommands(), Ctl::ConfigCommands(),
+          Ctl::GroupCommands()}) {
         commands.insert(commands.end(), family.begin(), family.end());
     }
     return commands;
