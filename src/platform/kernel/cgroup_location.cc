@@ -9,6 +9,7 @@
 #include <vector>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
@@ -17,8 +18,9 @@ namespace Kernel {
 namespace {
 
 constexpr const char* kRootVariable = "SENTREL_CGROUP_ROOT";
+constexpr const char* kNotMounted = "no cgroup v2 hierarchy is mounted";
 
-std::string ReadProcFile(const char* path) {
+std::string ReadProcFile(const std::string& path) {
     std::ifstream file(path);
     std::ostringstream text;
     text << file.rdbuf();
@@ -93,9 +95,9 @@ std::string Parent(const std::string& directory) {
     return directory.substr(0, directory.rfind('/'));
 }
 
-// The delegated unit that the process is in; empty when it is in none.
-std::string FindDelegatedUnit(const CgroupMount& mount) {
-    std::string own = FindOwnCgroup(mount, ReadProcFile("/proc/self/cgroup"));
+// The delegated unit that is or holds one of a process's cgroups; empty when none does.
+std::string FindDelegatedUnit(const CgroupMount& mount, std::string_view ownCgroups) {
+    std::string own = FindOwnCgroup(mount, ownCgroups);
     if (own.empty() || own == mount.directory) {
         return "";
     }
@@ -105,6 +107,36 @@ std::string FindDelegatedUnit(const CgroupMount& mount) {
     std::string parent = Parent(own);
     const bool inLeaf = own == parent + "/" + std::string(kDaemonLeaf);
     return inLeaf && IsDelegated(parent) ? parent : "";
+}
+
+// Whether the user of a process may do what WriteProblem asks for; by the modes alone.
+bool MayWrite(const std::string& process, const std::string& directory) {
+    struct stat user {};
+    if (::stat(process.c_str(), &user) != 0 || user.st_uid == 0) {
+        return true;
+    }
+    for (const std::string& path : {directory, directory + "/cgroup.procs"}) {
+        struct stat status {};
+        const mode_t bit =
+            ::stat(path.c_str(), &status) == 0 && status.st_uid == user.st_uid ? S_IWUSR : S_IWOTH;
+        if ((status.st_mode & bit) == 0) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// The value that the text of /proc/PID/environ (proc(5)) gives the variable; empty when it has
+// none.
+std::string FindVariable(const std::string& environment, const std::string& name) {
+    const std::string start = name + "=";
+    std::istringstream variables(environment);
+    for (std::string variable; std::getline(variables, variable, '\0');) {
+        if (variable.starts_with(start)) {
+            return variable.substr(start.size());
+        }
+    }
+    return "";
 }
 
 std::string WithoutSlashes(std::string path) {
@@ -158,15 +190,38 @@ GroupRoot LocateGroupRoot() {
     }
     const std::optional<CgroupMount> mount = FindCgroupMount(ReadProcFile("/proc/self/mountinfo"));
     if (!mount) {
-        return {Kind::None, "", "no cgroup v2 hierarchy is mounted"};
+        return {Kind::None, "", kNotMounted};
     }
-    const std::string unit = FindDelegatedUnit(*mount);
+    const std::string unit = FindDelegatedUnit(*mount, ReadProcFile("/proc/self/cgroup"));
     if (!unit.empty() && WriteProblem(unit) == 0) {
         return {Kind::DelegatedUnit, unit, ""};
     }
     if (const int error = WriteProblem(mount->directory); error != 0) {
         return {Kind::None, "",
                 mount->directory + " cannot be written: " + std::generic_category().message(error)};
+    }
+    return {Kind::Mount, mount->directory, ""};
+}
+
+GroupRoot LocateGroupRootOf(pid_t process) {
+    using Kind = GroupRoot::Kind;
+    const std::string directory = "/proc/" + std::to_string(process);
+    const std::string named = FindVariable(ReadProcFile(directory + "/environ"), kRootVariable);
+    if (!named.empty()) {
+        return {Kind::Named, WithoutSlashes(named), ""};
+    }
+    const std::optional<CgroupMount> mount = FindCgroupMount(ReadProcFile("/proc/self/mountinfo"));
+    if (!mount) {
+        return {Kind::None, "", kNotMounted};
+    }
+    const std::string unit = FindDelegatedUnit(*mount, ReadProcFile(directory + "/cgroup"));
+    if (!unit.empty()) {
+        return {Kind::DelegatedUnit, unit, ""};
+    }
+    if (!MayWrite(directory, mount->directory)) {
+        return {Kind::None, "",
+                mount->directory + " cannot be written by the user of process " +
+                    std::to_string(process)};
     }
     return {Kind::Mount, mount->directory, ""};
 }

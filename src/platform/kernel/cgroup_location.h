@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 
+#include <sys/types.h>
+
 namespace Kernel {
 
 // A cgroup v2 mount: its directory, and which cgroup of the hierarchy stands there.
@@ -42,5 +44,9 @@ inline constexpr std::string_view kDaemonLeaf = "daemon";
 // cgroup (extended attribute user.delegate or trusted.delegate, systemd.resource-control(5)); a
 // process in the leaf kDaemonLeaf of such a unit belongs to it.
 GroupRoot LocateGroupRoot();
+
+// For another process, as LocateGroupRoot has told it when it started. Where its environment may
+// not be read by this one, it counts as one without SENTREL_CGROUP_ROOT.
+GroupRoot LocateGroupRootOf(pid_t process);
 
 }  // namespace Kernel
