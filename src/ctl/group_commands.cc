@@ -1,10 +1,12 @@
 #include "ctl/group_commands.h"
 
 #include "ctl/daemon_settings.h"
+#include "ctl/group_kill_command.h"
+#include "ctl/group_location.h"
+#include "ctl/json_output.h"
 #include "ctl/table.h"
-#include "platform/kernel/cgroup_location.h"
+#include "platform/kernel/cgroup_directory.h"
 #include "platform/kernel/groups.h"
-#include "platform/pellmar/exceptions.h"
 #include "plugins/resource_group.h"
 
 #include <nlohmann/json.hpp>
@@ -20,26 +22,15 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-constexpr std::array<Option, 1> kOptions = {{
-    {"--json", "", "print one JSON object, in one line"},
-}};
+constexpr std::array<Option, 1> kOptions = {{kJsonOption}};
 
 struct Ensured {
+    GroupLocation location;
     bool isNew = false;
     std::int32_t poolSizeMB = 0;
     std::string problem;  // why nothing is reserved; empty when the reservation stands
     Kernel::GroupState state;
 };
-
-// Groups that are kept in a process end with it, so the tool can neither make nor see one.
-void RequireLastingGroups() {
-    if (!Kernel::Groups().PlacesByDirectory()) {
-        throw Pellmar::Exception(
-            "no resource group that lasts can be made here: " + Kernel::LocateGroupRoot().reason +
-            "; run this as root where a cgroup v2 hierarchy is mounted, or set "
-            "SENTREL_CGROUP_ROOT to a cgroup that this user may write");
-    }
-}
 
 std::string Megabytes(std::uint64_t kilobytes) {
     std::array<char, 32> text{};
@@ -48,16 +39,12 @@ std::string Megabytes(std::uint64_t kilobytes) {
     return text.data();
 }
 
-// In one line. Names of processes need not be UTF-8; a cgroup's neither.
-void WriteJson(const Json& document, std::ostream& output) {
-    output << document.dump(-1, ' ', false, Json::error_handler_t::replace) << '\n';
-}
-
 void WriteEnsured(const Ensured& ensured, std::ostream& output) {
     const std::string size = std::to_string(ensured.poolSizeMB) + " MB";
     Table facts({{}, {}});
     facts.Add({ensured.isNew ? "Made" : "Was there", Sentrel::kPluginGroupPath});
     facts.Add({"Directory", ensured.state.directory});
+    facts.Add({"Found by", OriginOf(ensured.location)});
     facts.Add({"Reserved", ensured.problem.empty()
                                ? size
                                : "nothing of the " + size + " configured: " + ensured.problem});
@@ -76,8 +63,9 @@ void WriteEnsuredJson(const Ensured& ensured, std::ostream& output) {
 }
 
 void RunEnsure(const Arguments& arguments, std::ostream& output) {
-    RequireLastingGroups();
     Ensured ensured;
+    ensured.location = FindGroupLocation(FindDaemonIfAny());
+    UseGroupLocation(ensured.location);
     ensured.poolSizeMB = Sentrel::ConfiguredResourcePoolSizeMB(ReadDaemonSettings());
     std::int64_t id = 0;
     ensured.isNew = Kernel::Groups().FindId(Sentrel::kPluginGroupPath, id) != 0;
@@ -91,11 +79,21 @@ void RunEnsure(const Arguments& arguments, std::ostream& output) {
     }
 }
 
-void WriteState(const Kernel::GroupState& state, std::ostream& output) {
+// Whether launches into the group are refused, since nothing in it runs.
+bool IsFrozen(const Kernel::GroupState& state) {
+    Kernel::CgroupDirectory directory;
+    return Kernel::CgroupDirectory::Open(state.directory, directory) == 0 && directory.IsFrozen();
+}
+
+void WriteState(const GroupLocation& location, const Kernel::GroupState& state,
+                std::ostream& output) {
     Table facts({{}, {}});
     facts.Add({"Group", Sentrel::kPluginGroupPath});
     facts.Add({"Id", std::to_string(state.id)});
     facts.Add({"Directory", state.directory});
+    facts.Add({"Found by", OriginOf(location)});
+    facts.Add(
+        {"Frozen", IsFrozen(state) ? "yes: nothing in it runs, every launch is refused" : "no"});
     facts.Add({"Reserved", state.reservationKB == 0 ? "nothing" : Megabytes(state.reservationKB)});
     facts.Add({"Peak", Megabytes(state.memory.peak)});
     facts.Add({"Peak of member groups", Megabytes(state.memory.childrenPeak)});
@@ -121,6 +119,7 @@ void WriteStateJson(const Kernel::GroupState& state, std::ostream& output) {
     WriteJson({{"path", Sentrel::kPluginGroupPath},
                {"id", state.id},
                {"directory", state.directory},
+               {"frozen", IsFrozen(state)},
                {"reservationKB", state.reservationKB},
                {"peakKB", state.memory.peak},
                {"memberGroupsPeakKB", state.memory.childrenPeak},
@@ -129,39 +128,54 @@ void WriteStateJson(const Kernel::GroupState& state, std::ostream& output) {
 }
 
 void RunShow(const Arguments& arguments, std::ostream& output) {
-    RequireLastingGroups();
+    const GroupLocation location = FindGroupLocation(FindDaemonIfAny());
+    UseGroupLocation(location);
     const Kernel::GroupState state = Kernel::ShowGroup(Sentrel::kPluginGroupPath);
     if (arguments.options.Has("--json")) {
         WriteStateJson(state, output);
     } else {
-        WriteState(state, output);
+        WriteState(location, state, output);
     }
 }
 
-constexpr std::array<Command, 2> kCommands = {{
+constexpr std::array<Command, 3> kCommands = {{
     {"group ensure",
      "make the plugins' resource group and reserve memory for it",
-     "Makes the cgroup that all plugins run in, below SENTREL_CGROUP_ROOT when that is set, else\n"
-     "below the cgroup v2 mount, and reserves the memory for it that the daemon's setting\n"
-     "plugin_resource_pool_size_MB gives (40 MB by default). May be repeated: what is there "
-     "stays,\n"
-     "and the reservation is renewed. Until the group is there the daemon refuses every launch; a\n"
-     "daemon in a delegated unit makes its own.\n",
+     "Makes the cgroup that all plugins run in and reserves the memory for it that the daemon's\n"
+     "setting plugin_resource_pool_size_MB gives (40 MB by default). It is made below the cgroup\n"
+     "that SENTREL_CGROUP_ROOT names, else where the running daemon looks for it, else below the\n"
+     "cgroup v2 mount. May be repeated: what is there stays, and the reservation is renewed. "
+     "Until\n"
+     "the group is there the daemon refuses every launch; a daemon in a delegated unit makes its\n"
+     "own.\n",
      "sentrelctl group ensure",
      kOptions,
      {},
      RunEnsure},
     {"group show",
      "show the plugins' resource group, what it uses and who is in it",
-     "Shows the id and directory of the cgroup that all plugins run in, its reservation, the "
-     "peaks\n"
-     "of its memory and of the groups inside it, and its processes. Where the kernel keeps no "
-     "peak,\n"
-     "what is resident now stands in its place. Sizes in JSON are in kilobytes (1024 bytes).\n",
+     "Shows the id and directory of the cgroup that all plugins run in, by which rule it is this\n"
+     "one (see \"group ensure\"), its reservation, the peaks of its memory and of the groups "
+     "inside\n"
+     "it, and its processes. Where the kernel keeps no peak, what is resident now stands in its\n"
+     "place. Sizes in JSON are in kilobytes (1024 bytes).\n",
      "sentrelctl group show --json",
      kOptions,
      {},
      RunShow},
+    {"group kill",
+     "end what outlived its batch",
+     "The daemon sends a plugin SIGTERM when its time is up, and nothing to what the plugin "
+     "started.\n"
+     "This sends SIGKILL to every process of the group (see \"group show\") that is still there "
+     "when\n"
+     "the time of its plugin is surely over: the shortest period of the queues that have plugins,\n"
+     "and 30 seconds; or that is older than the daemon. It shows which. Once a plugin has ended,\n"
+     "the age of each process that it left counts for itself.\n",
+     "sentrelctl group kill",
+     kGroupKillOptions,
+     {},
+     RunGroupKill},
 }};
 
 }  // namespace

@@ -1,4 +1,5 @@
-// The sub-commands "group ...": the resource group that the plugins run in, made and looked at.
+// The sub-commands "group ...": the resource group that the plugins run in, made, looked at,
+// cleared.
 #pragma once
 
 #include "ctl/command.h"

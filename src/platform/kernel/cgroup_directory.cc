@@ -176,6 +176,8 @@ int CgroupDirectory::Reserve(std::uint64_t bytes) const {
 
 int CgroupDirectory::MoveHere() const { return Write("cgroup.procs", "0"); }
 
+int CgroupDirectory::KillAll() const { return Write("cgroup.kill", "1"); }
+
 // The file's first kMaxFileBytes; empty when there is no such file.
 std::string CgroupDirectory::Read(const char* name) const {
     const Sys::OwnedFd file(::openat(directory.Get(), name, O_RDONLY | O_CLOEXEC));

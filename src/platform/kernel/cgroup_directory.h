@@ -8,6 +8,7 @@
 //   memory.peak             bytes, its children's included (since Linux 5.19)
 //   memory.min              bytes that reclaim leaves alone
 //   cgroup.freeze           1: the processes in it, and in the cgroups in it, stand still
+//   cgroup.kill             writing 1 kills all of them at once (since Linux 5.14)
 #pragma once
 
 #include "platform/kernel/group_backend.h"
@@ -43,6 +44,8 @@ class CgroupDirectory {
     // one above it is frozen.
     static bool IsFrozen(int descriptor);
 
+    // Whether no process runs in this one, as the static one tells.
+    bool IsFrozen() const { return IsFrozen(directory.Get()); }
     // Whether it lies in a cgroup v2 hierarchy.
     bool IsCgroup2() const;
     // The cgroup's 64-bit id, which is the directory's inode number on a 64-bit kernel; 0 when it
@@ -62,6 +65,9 @@ class CgroupDirectory {
     int Reserve(std::uint64_t bytes) const;
     // Moves this process here, all its threads.
     int MoveHere() const;
+    // Ends all processes here and in the cgroups in it, those too that are being started. ENOENT
+    // where the kernel offers no such thing.
+    int KillAll() const;
 
     // Gives the descriptor up to the caller.
     Sys::OwnedFd TakeDescriptor() { return std::move(directory); }
