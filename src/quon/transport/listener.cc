@@ -60,6 +60,21 @@ error_code OpenAcceptor(Tcp::acceptor& acceptor, const Tcp::endpoint& endpoint) 
     return error;
 }
 
+// What to do so that the API is served there; empty where this host lacks such addresses, so that
+// nothing is amiss.
+std::string AdviceFor(const error_code& error) {
+    switch (error.value()) {
+        case EAFNOSUPPORT:
+        case EADDRNOTAVAIL:
+            return "";
+        case EADDRINUSE:
+            return "; stop the process that holds the port (\"ss -tlnp\" shows it), then restart "
+                   "this daemon";
+        default:
+            return "; when that is mended, restart this daemon";
+    }
+}
+
 }  // namespace
 
 struct Listener::Sockets {
@@ -88,6 +103,11 @@ bool Listener::Start(AddressFamily family, const ListenEndpoint& endpoint) {
         logger->Log(kMilestone, std::string(family == AddressFamily::V4 ? "IPv4" : "IPv6") +
                                     " Failed to listen on: " + ToText(wanted) + " ec: " +
                                     error.category().name() + ":" + std::to_string(error.value()));
+        // The milestone names neither cause nor cure, and wakes nobody.
+        if (const std::string advice = AdviceFor(error); !advice.empty()) {
+            logger->Log(kFailure, "The API is not served on " + ToText(wanted) + ": " +
+                                      error.message() + advice);
+        }
         Close();
         return false;
     }

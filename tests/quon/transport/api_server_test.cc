@@ -65,8 +65,11 @@ TEST(ApiServer, ListensWhereItCan) {
     EXPECT_TRUE(half.Start());
     EXPECT_EQ(half.Port4(), 0);
     EXPECT_NE(half.Port6(), 0);
-    EXPECT_EQ(log->Lines().front(),
-              "5 IPv4 Failed to listen on: " + PortText(taken.port4) + " ec: system:98");
+    const std::string address = PortText(taken.port4);
+    EXPECT_EQ(log->Lines().front(), "5 IPv4 Failed to listen on: " + address + " ec: system:98");
+    EXPECT_TRUE(log->Lines().at(1).starts_with("3 The API is not served on " + address +
+                                               ": Address already in use; stop the process "))
+        << log->Lines().at(1);
     configuration.endpoint6.port = static_cast<std::uint16_t>(taken.port6);
     AsioTcpApiServer none(context, nullptr, log, configuration);
     EXPECT_FALSE(none.Start());
