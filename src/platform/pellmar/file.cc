@@ -57,6 +57,14 @@ std::string ReasonOf(int errorNumber) {
     return std::generic_category().message(errorNumber).append(AdviceFor(errorNumber));
 }
 
+// The same for what is only read.
+std::string ReadReasonOf(int errorNumber) {
+    return errorNumber == EACCES || errorNumber == EPERM
+               ? std::generic_category().message(errorNumber) +
+                     "; let the user of this process read it"
+               : ReasonOf(errorNumber);
+}
+
 // Whether the umask takes away from kFileMode. Asked once, and of /proc, since umask(2) tells it
 // only by changing it for all threads. When it cannot be known, every file is given its mode.
 bool UmaskCutsFileMode() {
@@ -113,7 +121,7 @@ std::vector<std::string> EntryNames(const std::string& path) {
     const OpenDirectory directory(::opendir(path.c_str()));  // close-on-exec in glibc
     if (!directory) {
         const int error = errno;
-        throw IOException("Cannot open the directory " + path + ": " + ReasonOf(error));
+        throw IOException("Cannot open the directory " + path + ": " + ReadReasonOf(error));
     }
     std::vector<std::string> names;
     errno = 0;
