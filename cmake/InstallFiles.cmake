@@ -16,6 +16,9 @@ if(TARGET quon_metadata)
     install(FILES ${PROJECT_BINARY_DIR}/observability_quon_metadata.json DESTINATION /usr/lib/korvex/quon)
 endif()
 
+# The description of the report document.
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/dist/schema/ DESTINATION /usr/share/sentrel)
+
 # What the host's own services read.
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/dist/systemd/ DESTINATION /lib/systemd/system)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/dist/sysusers.d ${PROJECT_SOURCE_DIR}/dist/tmpfiles.d DESTINATION /usr/lib)

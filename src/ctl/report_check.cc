@@ -1,13 +1,15 @@
 #include "ctl/report_check.h"
 
+#include "ctl/json_schema.h"
+#include "ctl/report_schema.h"
 #include "platform/json/bounded_json.h"
 #include "platform/runtime/date_time.h"
-#include "store/report.h"
 #include "store/report_name.h"
 
 #include <nlohmann/json.hpp>
 
 #include <cstddef>
+#include <optional>
 #include <system_error>
 
 namespace Ctl {
@@ -18,125 +20,104 @@ using Document = nlohmann::json;
 
 constexpr std::size_t kMaxDocumentBytes = 1048576;
 
-class Problems {
-  public:
-    // The member, or null when it is missing, which is a problem.
-    const Document* Require(const Document& object, const char* member, const std::string& path) {
-        const auto found = object.find(member);
-        if (found == object.end()) {
-            Tell(path + " is missing");
-            return nullptr;
-        }
-        return &*found;
-    }
-    void Tell(std::string problem) { texts.push_back(std::move(problem)); }
-    std::vector<std::string> Take() { return std::move(texts); }
-
-  private:
-    std::vector<std::string> texts;
-};
-
-void CheckName(const Document& value, std::string_view name, Problems& problems) {
-    if (!value.is_string()) {
-        problems.Tell("structured.name is no text");
-    } else if (!Sentrel::IsSameReportName(value.get<std::string>(), name)) {
-        problems.Tell("structured.name is \"" + value.get<std::string>() + "\", not \"" +
-                      std::string(name) + "\"");
-    }
+const Document& Schema() {
+    static const Document sSchema = Document::parse(kReportSchema);
+    return sSchema;
 }
 
-// Of a text that is a date-time.
-bool HasZone(std::string_view time) {
-    const std::size_t clock = time.find_first_of("Tt");
-    return time.find_first_of("Zz+-", clock) != std::string_view::npos;
+// The document that the text is; nothing, with `problem` set, when it is none.
+std::optional<Document> ReadDocument(std::string_view text, std::string& problem) {
+    Document document;
+    Json::JsonError error;
+    if (Json::Parse(text, {.maxBytes = kMaxDocumentBytes}, document, error)) {
+        return document;
+    }
+    const std::string place = error.line == 0 ? ""
+                                              : "line " + std::to_string(error.line) + ", column " +
+                                                    std::to_string(error.column) + ": ";
+    problem = place + error.reason;
+    return std::nullopt;
 }
 
-void CheckTime(const Document& value, Problems& problems) {
-    if (!value.is_string()) {
-        problems.Tell("structured.time is no text");
-        return;
+std::string Shown(const Document& value) {
+    constexpr std::size_t kMaxShown = 60;
+    if (value.is_structured()) {
+        return value.is_object() ? "an object" : "a list";
     }
-    const std::string time = value.get<std::string>();
+    std::string text = value.dump();
+    if (text.size() <= kMaxShown) {
+        return text;
+    }
+    std::size_t end = kMaxShown;
+    while ((static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80U) {  // within a character
+        --end;
+    }
+    return text.substr(0, end) + "...";
+}
+
+std::string Explain(const SchemaViolation& violation) {
+    const std::string path = violation.path.empty() ? "the document" : violation.path;
+    return violation.value == nullptr
+               ? path + " is missing: add " + violation.wanted
+               : path + " is " + Shown(*violation.value) + ", not " + violation.wanted;
+}
+
+// The text at that place; nothing when something else, or nothing, stands there.
+std::optional<std::string> TextAt(const Document& report, const char* place) {
+    const Document::json_pointer pointer(place);
+    return report.contains(pointer) && report.at(pointer).is_string()
+               ? std::optional(report.at(pointer).get<std::string>())
+               : std::nullopt;
+}
+
+// Of a time that is not as the schema says, or that may be no moment: why, or nothing.
+std::optional<std::string> FindProblemOfTime(const std::string& time, bool hasForm) {
     std::error_code error;
     (void)Quon::DateTime::Create(time, error);  // the value does not matter
+    const std::string what = "structured.time " + Shown(time);
     if (error) {
-        problems.Tell("structured.time \"" + time +
-                      "\" is no time such as 2024-03-05T14:07:09Z: " + error.message());
-    } else if (!HasZone(time)) {
-        problems.Tell("structured.time \"" + time + "\" has no zone: add Z or such as +01:00");
+        return what + " is no time such as 2024-03-05T14:07:09Z: " + error.message();
     }
-}
-
-void CheckStatus(const Document& structured, Problems& problems) {
-    const auto status = structured.find("status");
-    if (status == structured.end()) {
-        return;
-    }
-    if (!status->is_number_integer() || *status < Sentrel::kStatusOk ||
-        *status > Sentrel::kStatusUnknown) {
-        problems.Tell("structured.status is " + status->dump() +
-                      ", not 0 (ok), 1 (warning), 2 (error), 3 (none) or 4 (unknown)");
-    }
-}
-
-void CheckStructured(const Document& structured, std::string_view name, Problems& problems) {
-    if (const Document* value = problems.Require(structured, "name", "structured.name")) {
-        CheckName(*value, name, problems);
-    }
-    if (const Document* value = problems.Require(structured, "time", "structured.time")) {
-        CheckTime(*value, problems);
-    }
-    CheckStatus(structured, problems);
-}
-
-void CheckMetrics(const Document& unstructured, Problems& problems) {
-    if (!unstructured.is_object() || !unstructured.contains("metrics")) {
-        return;
-    }
-    if (!unstructured["metrics"].is_object()) {
-        problems.Tell("unstructured.metrics is no object");
-        return;
-    }
-    for (const auto& [name, metric] : unstructured["metrics"].items()) {
-        const Document& value =
-            metric.is_object() && metric.contains("value") ? metric["value"] : metric;
-        if (!value.is_number()) {
-            problems.Tell("unstructured.metrics." + name +
-                          " is neither a number nor an object with a number \"value\"");
-        }
-    }
+    return hasForm ? std::nullopt : std::optional(what + " has no zone: add Z or such as +01:00");
 }
 
 }  // namespace
 
 std::vector<std::string> FindProblems(std::string_view document, std::string_view name) {
-    Problems problems;
+    std::vector<std::string> problems;
     if (!Sentrel::IsReportName(name)) {
-        problems.Tell("\"" + std::string(name) + "\" is no name for a report: it may have " +
-                      std::string(Sentrel::kReportNameRule) + " only");
+        problems.push_back("\"" + std::string(name) + "\" is no name for a report: it may have " +
+                           std::string(Sentrel::kReportNameRule) + " only");
     }
-    Document report;
-    Json::JsonError error;
-    if (!Json::Parse(document, {.maxBytes = kMaxDocumentBytes, .root = Json::Root::Object}, report,
-                     error)) {
-        const std::string place = error.line == 0
-                                      ? ""
-                                      : "line " + std::to_string(error.line) + ", column " +
-                                            std::to_string(error.column) + ": ";
-        problems.Tell(place + error.reason);
-        return problems.Take();
+    std::string fault;
+    const std::optional<Document> report = ReadDocument(document, fault);
+    if (!report) {
+        problems.push_back(fault);
+        return problems;
     }
-    if (const Document* structured = problems.Require(report, "structured", "structured")) {
-        if (structured->is_object()) {
-            CheckStructured(*structured, name, problems);
-        } else {
-            problems.Tell("structured is no object");
+    const std::optional<std::string> time = TextAt(*report, "/structured/time");
+    std::optional<std::string> written = TextAt(*report, "/structured/name");
+    bool hasTimeForm = true;
+    for (const SchemaViolation& violation : FindViolations(Schema(), *report)) {
+        if (time && violation.path == "structured.time") {
+            hasTimeForm = false;  // why is told below
+            continue;
+        }
+        if (violation.path == "structured.name") {
+            written.reset();  // this is enough said of it
+        }
+        problems.push_back(Explain(violation));
+    }
+    if (written && !Sentrel::IsSameReportName(*written, name)) {
+        problems.push_back("structured.name is " + Shown(*written) + ", not \"" +
+                           std::string(name) + "\"");
+    }
+    if (time) {
+        if (std::optional<std::string> problem = FindProblemOfTime(*time, hasTimeForm)) {
+            problems.push_back(std::move(*problem));
         }
     }
-    if (const Document* unstructured = problems.Require(report, "unstructured", "unstructured")) {
-        CheckMetrics(*unstructured, problems);
-    }
-    return problems.Take();
+    return problems;
 }
 
 }  // namespace Ctl

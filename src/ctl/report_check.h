@@ -1,4 +1,5 @@
-// What is wrong with a report document before it is posted: the daemon stores whatever comes, and
+// What is wrong with a report document before it is posted, by the description that is installed
+// (report_schema.h) and what no schema can say: the daemon stores whatever comes, and
 // leaves out of its answers what is no report.
 #pragma once
 
