@@ -74,8 +74,8 @@ struct Command {
     // Writes its result to `output` and returns when it has succeeded. Otherwise throws a
     // std::exception whose text says what happened and what to do next, and has written nothing.
     void (*run)(const Arguments& arguments, std::ostream& output);
-    // Instead of `run`, for a command whose result is its exit status, which this returns. Writes
-    // the reason, and does not throw.
+    // Instead of `run`, for a command whose result is its exit status, which this returns after it
+    // has written the reason. Throws as `run` does when there is no result.
     int (*judge)(const Arguments& arguments, std::ostream& output) = nullptr;
     // The exit status of every failure, of a wrong command line too; 0: as for all others.
     int failureStatus = 0;
