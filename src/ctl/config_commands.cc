@@ -39,7 +39,7 @@ constexpr std::array<Option, 1> kCheckOptions = {{kJsonOption}};
 // Why the value in effect is not what stands in the files; empty when it is.
 std::string RemarkOn(const SettingState& state) {
     if (!state.fault.empty()) {
-        return state.fault + " in the " + NameOf(state.storedIn);
+        return "\"" + state.faultyKey + "\" in the " + NameOf(state.storedIn) + " " + state.fault;
     }
     if (!state.stored) {
         return state.hostText ? "the host file takes the vendor's away" : "";
@@ -61,6 +61,11 @@ std::string MeaningOf(const Setting& setting) {
            (setting.unit.empty() ? "" : ", in " + std::string(setting.unit));
 }
 
+std::string FromOf(const SettingState& state) {
+    const std::string remark = RemarkOn(state);
+    return NameOf(state.origin) + (remark.empty() ? "" : ": " + remark);
+}
+
 void WriteList(const Catalogue& catalogue, bool isFull, std::ostream& output) {
     std::vector<Table::Column> columns = {{"SETTING"}, {"VALUE"}, {"FROM"}};
     if (isFull) {
@@ -69,21 +74,17 @@ void WriteList(const Catalogue& catalogue, bool isFull, std::ostream& output) {
     Table table(columns);
     for (const SettingEntry& entry : catalogue.entries) {
         const EntryState state = ReadEntryState(entry);
+        const bool isBroken = !state.faults.empty();
         for (const SettingState& setting : state.settings) {
-            std::vector<std::string> cells = {FullName(entry, *setting.setting)};
-            if (!state.faults.empty()) {
-                cells.insert(cells.end(), {"broken", state.faults.front()});
-            } else {
-                const std::string remark = RemarkOn(setting);
-                cells.insert(cells.end(),
-                             {ShownValue(setting),
-                              NameOf(setting.origin) + (remark.empty() ? "" : ": " + remark)});
-            }
+            const std::string name = FullName(entry, *setting.setting);
+            const std::string value = isBroken ? "broken" : ShownValue(setting);
+            const std::string from = isBroken ? state.faults.front().text : FromOf(setting);
             if (isFull) {
-                cells.insert(cells.end(),
-                             {AcceptedValues(*setting.setting), MeaningOf(*setting.setting)});
+                table.Add({name, value, from, AcceptedValues(*setting.setting),
+                           MeaningOf(*setting.setting)});
+            } else {
+                table.Add({name, value, from});
             }
-            table.Add(std::move(cells));
         }
     }
     table.Write(output);
@@ -96,7 +97,7 @@ OrderedJson RowOf(const SettingEntry& entry, const EntryState& state, const Sett
     if (!state.faults.empty()) {
         row["value"] = nullptr;
         row["from"] = "broken";
-        row["remark"] = state.faults.front();
+        row["remark"] = state.faults.front().text;
     } else if (const std::string remark = RemarkOn(setting); !remark.empty()) {
         row["remark"] = remark;
     }
@@ -129,9 +130,7 @@ void RunGet(const Arguments& arguments, std::ostream& output) {
     const NamedSetting named = FindSetting(catalogue, arguments.operands[0]);
     const EntryState state = ReadEntryState(named.entry);
     if (!state.faults.empty()) {
-        throw std::runtime_error(state.faults.front() +
-                                 "; correct that file, or remove it; \"sentrelctl config check\" "
-                                 "looks at all of them");
+        throw std::runtime_error(state.faults.front().text + "; " + state.faults.front().advice);
     }
     const auto setting = std::find_if(
         state.settings.begin(), state.settings.end(),

@@ -9,6 +9,7 @@
 #include "ctl/report_source.h"
 #include "ctl/report_state.h"
 #include "ctl/table.h"
+#include "ctl/terminal.h"
 
 #include <nlohmann/json.hpp>
 
@@ -70,6 +71,21 @@ OrderedJson ToJson(const JudgedReport& row) {
     return object;
 }
 
+Colour ColourOf(ReportState state) {
+    switch (state) {
+        case ReportState::Ok:
+            return Colour::Green;
+        case ReportState::Warning:
+        case ReportState::Stale:
+            return Colour::Yellow;
+        case ReportState::Error:
+        case ReportState::Invalid:
+            return Colour::Red;
+        default:
+            return Colour::Plain;
+    }
+}
+
 void WriteTable(const std::vector<JudgedReport>& rows, bool full, std::ostream& output) {
     std::vector<Table::Column> columns = {{"NAME"}, {"STATE"}, {"AGE", Table::Align::Right}};
     if (full) {
@@ -77,10 +93,11 @@ void WriteTable(const std::vector<JudgedReport>& rows, bool full, std::ostream& 
     }
     Table table(std::move(columns));
     for (const JudgedReport& row : rows) {
-        std::vector<std::string> cells = {row.report.name, std::string(NameOf(row.state)),
+        std::vector<Table::Cell> cells = {row.report.name,
+                                          {std::string(NameOf(row.state)), ColourOf(row.state)},
                                           row.age ? AgeText(row.age) : "-"};
         if (full) {
-            cells.push_back(ReasonOf(row));
+            cells.emplace_back(ReasonOf(row));
         }
         table.Add(std::move(cells));
     }

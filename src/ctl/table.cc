@@ -41,10 +41,10 @@ std::string PrintableLines(std::string_view text) {
 }
 
 Table::Table(std::vector<Column> columns) : columns(std::move(columns)) {
-    std::vector<std::string> headings;
+    std::vector<Cell> headings;
     bool hasHeading = false;
     for (const Column& column : this->columns) {
-        headings.push_back(column.heading);
+        headings.emplace_back(column.heading);
         hasHeading = hasHeading || !column.heading.empty();
     }
     if (hasHeading) {
@@ -52,35 +52,41 @@ Table::Table(std::vector<Column> columns) : columns(std::move(columns)) {
     }
 }
 
-void Table::Add(std::vector<std::string> cells) {
-    for (std::string& cell : cells) {
-        cell = PrintableText(cell);
+void Table::Add(std::vector<Cell> cells) {
+    for (Cell& cell : cells) {
+        cell.text = PrintableText(cell.text);
     }
     rows.push_back(std::move(cells));
 }
 
 void Table::Write(std::ostream& output) const {
     std::vector<std::size_t> widths(columns.size());
-    for (const std::vector<std::string>& row : rows) {
+    for (const std::vector<Cell>& row : rows) {
         for (std::size_t index = 0; index < widths.size(); ++index) {
-            widths[index] = std::max(widths[index], WidthOf(row[index]));
+            widths[index] = std::max(widths[index], WidthOf(row[index].text));
         }
     }
-    for (const std::vector<std::string>& row : rows) {
+    for (const std::vector<Cell>& row : rows) {
         WriteRow(row, widths, output);
     }
 }
 
-void Table::WriteRow(const std::vector<std::string>& cells, const std::vector<std::size_t>& widths,
+void Table::WriteRow(const std::vector<Cell>& cells, const std::vector<std::size_t>& widths,
                      std::ostream& output) const {
     std::string line;
+    std::size_t blanks = 0;  // not written yet: a line does not end in blanks
     for (std::size_t index = 0; index < cells.size(); ++index) {
-        const std::string padding(widths[index] - WidthOf(cells[index]), ' ');
-        line += index == 0 ? "" : std::string(kGap, ' ');
-        line +=
-            columns[index].align == Align::Right ? padding + cells[index] : cells[index] + padding;
+        const Cell& cell = cells[index];
+        const std::size_t padding = widths[index] - WidthOf(cell.text);
+        const bool isRight = columns[index].align == Align::Right;
+        blanks += isRight ? padding : 0;
+        if (!cell.text.empty()) {
+            line.append(blanks, ' ');
+            line += Paint(cell.text, cell.colour);
+            blanks = 0;
+        }
+        blanks += (isRight ? 0 : padding) + kGap;
     }
-    line.erase(line.find_last_not_of(' ') + 1);
     output << line << '\n';
 }
 

@@ -1,10 +1,13 @@
 // Small tables for people, and texts of others made fit for a terminal.
 #pragma once
 
+#include "ctl/terminal.h"
+
 #include <cstddef>
 #include <iosfwd>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace Ctl {
@@ -23,18 +26,29 @@ class Table {
         Align align = Align::Left;
     };
 
+    struct Cell {
+        // NOLINTNEXTLINE(google-explicit-constructor): most cells are plain texts
+        Cell(std::string text, Colour colour = Colour::Plain)
+            : text(std::move(text)), colour(colour) {}
+        // NOLINTNEXTLINE(google-explicit-constructor)
+        Cell(const char* text) : text(text) {}
+
+        std::string text;
+        Colour colour = Colour::Plain;
+    };
+
     explicit Table(std::vector<Column> columns);
 
     // As many cells as there are columns.
-    void Add(std::vector<std::string> cells);
+    void Add(std::vector<Cell> cells);
     void Write(std::ostream& output) const;
 
   private:
-    void WriteRow(const std::vector<std::string>& cells, const std::vector<std::size_t>& widths,
+    void WriteRow(const std::vector<Cell>& cells, const std::vector<std::size_t>& widths,
                   std::ostream& output) const;
 
     const std::vector<Column> columns;
-    std::vector<std::vector<std::string>> rows;  // the headings are the first, if there are any
+    std::vector<std::vector<Cell>> rows;  // the headings are the first, if there are any
 };
 
 }  // namespace Ctl
