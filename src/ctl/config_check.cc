@@ -66,9 +66,9 @@ class EntryCheck {
     }
 
     void CheckFaults() {
-        for (const std::string& fault : state.faults) {
-            Add(Severity::Error, SubjectOf(entry), fault,
-                std::string("correct or remove that file; until then the daemon ") +
+        for (const FileFault& fault : state.faults) {
+            Add(Severity::Error, SubjectOf(entry), fault.text,
+                fault.advice + "; until then the daemon " +
                     (entry.isPlugin ? "skips this plugin" : "does not start"));
         }
     }
@@ -76,8 +76,8 @@ class EntryCheck {
     void CheckType(const SettingState& setting) {
         if (!setting.fault.empty()) {
             Add(Severity::Warning, NameOf(*setting.setting),
-                setting.fault + ", so it counts as missing: " + ValueOrNone(setting.inEffect) +
-                    " holds",
+                "\"" + setting.faultyKey + "\" " + setting.fault +
+                    ", so it counts as missing: " + ValueOrNone(setting.inEffect) + " holds",
                 "correct it in " + PathOf(setting.storedIn, state));
         }
     }
@@ -146,7 +146,7 @@ class EntryCheck {
 void CheckPlugins(const Catalogue& catalogue, std::vector<Finding>& findings) {
     if (!catalogue.pluginProblem.empty()) {
         findings.push_back({Severity::Error, "plugins",
-                            catalogue.pluginProblem + "; the daemon does not start",
+                            catalogue.pluginProblem + ", so the daemon does not start",
                             std::string("mkdir -p ") + Sentrel::kPluginDirectory});
     }
     for (const std::string& name : catalogue.hiddenPlugins) {

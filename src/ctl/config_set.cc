@@ -56,9 +56,8 @@ std::optional<SettingValue> WantedValue(const NamedSetting& named, const Argumen
 SettingState ReadState(const NamedSetting& named) {
     const EntryState state = ReadEntryState(named.entry);
     if (!state.faults.empty()) {
-        throw std::runtime_error(state.faults.front() +
-                                 "; correct or remove that file first, this changes none that is "
-                                 "broken");
+        throw std::runtime_error(state.faults.front().text + "; first " +
+                                 state.faults.front().advice);
     }
     return *std::find_if(
         state.settings.begin(), state.settings.end(),

@@ -181,9 +181,9 @@ std::vector<SettingEntry> FixedEntries() {
 Catalogue ReadCatalogue() {
     Catalogue catalogue{FixedEntries(), {}, ""};
     const std::vector<SettingEntry> fixed = catalogue.entries;
+    const auto directory =
+        Pellmar::System::SystemFactory::GetFile(Sys::HostPath(Sentrel::kPluginDirectory));
     try {
-        const auto directory =
-            Pellmar::System::SystemFactory::GetFile(Sys::HostPath(Sentrel::kPluginDirectory));
         for (const Pellmar::Ref<Pellmar::System::File>& file : directory->List(-1)) {
             const std::string name(file->GetName());
             if (file->IsDirectory()) {
@@ -198,7 +198,9 @@ Catalogue ReadCatalogue() {
                 {name, Sentrel::EntryOfPlugin(name), PluginSettings(), /*isPlugin=*/true});
         }
     } catch (const Pellmar::IOException& exception) {
-        catalogue.pluginProblem = exception.what();
+        catalogue.pluginProblem = directory->Exists()
+                                      ? exception.what()
+                                      : std::string(Sentrel::kPluginDirectory) + " is missing";
     }
     return catalogue;
 }

@@ -7,6 +7,7 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <string_view>
 #include <utility>
@@ -42,7 +43,7 @@ std::string_view WantedType(SettingType type) {
 }
 
 // False when there is no file; true with an empty object when it cannot be used.
-bool ReadDocument(const std::string& path, json& document, std::vector<std::string>& faults) {
+bool ReadDocument(const std::string& path, json& document, std::vector<FileFault>& faults) {
     document = json::object();
     try {
         const std::optional<std::string> text = Tabulon::ReadEntryFile(path);
@@ -50,8 +51,13 @@ bool ReadDocument(const std::string& path, json& document, std::vector<std::stri
             document = Tabulon::ParseEntryText(path, *text);
         }
         return text.has_value();
+    } catch (const Pellmar::IOException& exception) {
+        const std::string text = exception.what();
+        const std::size_t advice = text.rfind("; ");  // the text ends with it
+        faults.push_back({text.substr(0, advice), text.substr(advice + 2)});
+        return true;
     } catch (const Pellmar::Exception& exception) {
-        faults.emplace_back(exception.what());
+        faults.push_back({exception.what(), "correct that file, or remove it"});
         return true;
     }
 }
@@ -83,8 +89,8 @@ SettingState StateOf(const Setting& setting, const json& vendor, const json& hos
         state.stored = FromJson(setting.type, *place.value);
     }
     if (!state.stored) {
-        state.fault = "\"" + std::string(place.path) + "\" is " +
-                      std::string(Tabulon::TypeName(*place.value)) + " and must be " +
+        state.faultyKey = place.path;
+        state.fault = "is " + std::string(Tabulon::TypeName(*place.value)) + ", not " +
                       std::string(place.isWhole ? WantedType(setting.type) : "an object");
         return state;
     }

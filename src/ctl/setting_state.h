@@ -25,7 +25,9 @@ struct SettingState {
     // What the files say, when it is of the right type, and which one says it.
     std::optional<SettingValue> stored;
     Origin storedIn = Origin::Default;
-    // Why it is of a wrong one, so that it counts as missing; empty when it is not.
+    // How it is of a wrong one, so that it counts as missing: the key that leads to what is wrong,
+    // and what goes on after it, "is a string, not ...". Empty when it is not.
+    std::string faultyKey;
     std::string fault;
     // What each file has for this key, whatever it is, as JSON; nothing when it has nothing.
     std::optional<std::string> vendorText;
@@ -37,12 +39,17 @@ struct UnknownMember {
     std::string path;  // the plain path of the file that has it
 };
 
+struct FileFault {
+    std::string text;    // with the path of the file, and the place
+    std::string advice;  // what to do with the file
+};
+
 struct EntryState {
     Tabulon::EntryPaths paths;
     bool hasVendorFile = false;
     bool hasHostFile = false;
-    // Why a file cannot be used, with path and place, one each. Then all settings have defaults.
-    std::vector<std::string> faults;
+    // Why files cannot be used, one each. Then all settings have their defaults.
+    std::vector<FileFault> faults;
     std::vector<SettingState> settings;  // in the catalogue's order
     std::vector<UnknownMember> unknown;
 };

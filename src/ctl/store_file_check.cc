@@ -94,10 +94,11 @@ class FolderCheck {
     FolderCheck(const Catalogue& catalogue, std::vector<Finding>& findings)
         : catalogue(catalogue), findings(findings) {
         for (const SettingEntry& entry : catalogue.entries) {
-            const Tabulon::EntryPaths paths = Tabulon::PathsOf(entry.entry);
-            known.insert(paths.vendor);
-            known.insert(paths.host);
+            Know(entry.entry);
             names.push_back(entry.name);
+        }
+        for (const std::string& name : catalogue.hiddenPlugins) {
+            Know(Sentrel::EntryOfPlugin(name));
         }
     }
 
@@ -109,9 +110,8 @@ class FolderCheck {
                 CheckAccess(path, findings);
             } else if (IsLeftOver(name)) {
                 findings.push_back({Severity::Notice, path,
-                                    "is left of a change that did not come to its end; nobody "
-                                    "reads it",
-                                    "rm " + path});
+                                    "is not read; a change that was cut off leaves such a file",
+                                    "remove it, unless it is your own copy"});
             } else if (name.ends_with(kEnding) && catalogue.pluginProblem.empty()) {
                 AddStranger(path, name.substr(0, name.size() - kEnding.size()),
                             severityOfStrangers);
@@ -120,6 +120,11 @@ class FolderCheck {
     }
 
   private:
+    void Know(const Tabulon::StoreEntry& entry) {
+        const Tabulon::EntryPaths paths = Tabulon::PathsOf(entry);
+        known.insert(paths.vendor);
+        known.insert(paths.host);
+    }
     void AddStranger(const std::string& path, const std::string& name, Severity severity) {
         const auto same =
             std::find_if(catalogue.entries.begin(), catalogue.entries.end(),
@@ -128,7 +133,7 @@ class FolderCheck {
             const std::string right = Tabulon::PathsOf(same->entry).host;
             findings.push_back({Severity::Warning, path,
                                 "is not read: " + name + " has its settings in " + right,
-                                "mv " + path + " " + right});
+                                "put what it says there, and remove it"});
             return;
         }
         const std::string nearest = NearestName(name, names);
