@@ -1,5 +1,6 @@
 #include "ctl/plugin_run_failure.h"
 
+#include "ctl/plugin_run_user.h"
 #include "platform/kernel/groups.h"
 #include "platform/sys/host_root.h"
 #include "plugins/resource_group.h"
@@ -70,6 +71,13 @@ std::string ExplainFailure(const Sentrel::Plugin& plugin, const Sentrel::Launch&
     const std::string file = Sys::HostPath(plugin.GetPath());
     return "the plugin " + plugin.GetName() + " cannot be started: " + TextOf(launch.error) + "; " +
            AdviceFor(launch.error, file);
+}
+
+std::string ExplainUserFailure(const Sentrel::Plugin& plugin, uid_t user, int error) {
+    const std::string file = Sys::HostPath(plugin.GetPath());
+    return "the plugin " + plugin.GetName() + " cannot be started as the daemon's user " +
+           NameOfUser(user) + ": " + TextOf(error) + "; let that user execute " + file +
+           " and enter the directories above it";
 }
 
 }  // namespace Ctl

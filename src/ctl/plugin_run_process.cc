@@ -42,6 +42,8 @@ constexpr int kMaxDrainPieces = 16;
 // What the starter tells.
 struct StarterMessage {
     Sentrel::Launch launch;
+    // Instead of a launch: the error number that kept the user from executing the plugin's file.
+    int userError = 0;
     std::chrono::steady_clock::time_point started;
     std::uint64_t peakKB = 0;  // of the starter itself
 };
@@ -90,13 +92,15 @@ std::chrono::microseconds DurationOf(const timeval& time) {
     return std::chrono::seconds(time.tv_sec) + std::chrono::microseconds(time.tv_usec);
 }
 
-// As that user. The right to use files of others, which the starter has kept, does not count for
-// the plugin's own file, as it does not in the daemon.
-Sentrel::Launch LaunchAs(const std::optional<RunUser>& user, const Sentrel::Plugin& plugin) {
+// The starter becomes that user. The right to use files of others, which it keeps, must not count
+// for the plugin's own file, as it does not in the daemon; access(2) leaves it out of account.
+void LaunchAs(const std::optional<RunUser>& user, const Sentrel::Plugin& plugin,
+              StarterMessage& message) {
     if (user && (!Become(*user) || ::access(Sys::HostPath(plugin.GetPath()).c_str(), X_OK) != 0)) {
-        return {.result = Sentrel::Launch::Result::Failed, .error = errno};
+        message.userError = errno;
+        return;
     }
-    return Sentrel::LaunchPlugin(plugin, SilentLogger());
+    message.launch = Sentrel::LaunchPlugin(plugin, SilentLogger());
 }
 
 // The starter's whole life. An exception ends it, and the message is missed.
@@ -109,7 +113,7 @@ Sentrel::Launch LaunchAs(const std::optional<RunUser>& user, const Sentrel::Plug
     }
     StarterMessage message;
     message.started = std::chrono::steady_clock::now();
-    message.launch = LaunchAs(user, plugin);
+    LaunchAs(user, plugin, message);
     rusage own{};
     (void)::getrusage(RUSAGE_SELF, &own);  // cannot fail for this process
     message.peakKB = PeakOf(own);
@@ -167,6 +171,9 @@ void PluginProcess::Start(const Sentrel::Plugin& plugin, const std::optional<Run
     }
     messageEnds.other.Reset();
     const StarterMessage message = ReadMessage(messageEnds.own.Get(), starter);
+    if (message.userError != 0) {
+        throw std::runtime_error(ExplainUserFailure(plugin, user->user, message.userError));
+    }
     if (message.launch.result != Sentrel::Launch::Result::Started) {
         throw std::runtime_error(ExplainFailure(plugin, message.launch));
     }
