@@ -14,6 +14,7 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/dist/tabulon/ DESTINATION /usr/lib/korve
 
 if(TARGET quon_metadata)
     install(FILES ${PROJECT_BINARY_DIR}/observability_quon_metadata.json DESTINATION /usr/lib/korvex/quon)
+    install(FILES ${PROJECT_BINARY_DIR}/openrpc.json DESTINATION /usr/share/doc/sentrel)
 endif()
 
 # The description of the report document.

@@ -4,4 +4,5 @@ target_compile_definitions(
     ${program}
     PRIVATE SENTREL_DAEMON_PATH="$<TARGET_FILE:sentrel>"
             SENTREL_METADATA_FILE="${PROJECT_BINARY_DIR}/observability_quon_metadata.json"
+            SENTREL_API_DESCRIPTION="${PROJECT_BINARY_DIR}/openrpc.json"
 )

@@ -1,10 +1,9 @@
 #include "platform/bindings/reports_definition.h"
 
+#include "platform/bindings/service_types.h"
 #include "platform/runtime/error_value.h"
 
-#include <algorithm>
 #include <initializer_list>
-#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -14,6 +13,8 @@ namespace {
 
 namespace Definition = ::Quon::Definition;
 namespace Native = ::Quon::Native;
+using ::Quon::Bindings::AddFieldTypes;
+using ::Quon::Bindings::AddTypes;
 using ::Quon::Std::ErrorType;
 
 std::vector<std::string> ErrorNames(std::initializer_list<ErrorType> types) {
@@ -32,40 +33,6 @@ Definition::Operation DescribeOperation(std::string name, std::vector<std::strin
             Native::TypeOf<Result>(),
             std::move(errors),
             {std::string(kReadPrivilege)}};
-}
-
-template <typename T>
-void AddTypes(Definition::Service& service);
-
-// The types of the fields of a structure, and what they are made of.
-template <typename T>
-void AddFieldTypes(Definition::Service& service) {
-    Native::ForEachField<T>([&service]<typename Member>(const Native::Field<T, Member>& /*field*/) {
-        AddTypes<Member>(service);
-    });
-}
-
-// The structures and enumerations that `T` is made of, each once.
-template <typename T>
-void AddTypes(Definition::Service& service) {
-    const auto isNew = [](const auto& described) {
-        return std::none_of(described.begin(), described.end(),
-                            [](const auto& each) { return each.name == Native::TypeOf<T>().name; });
-    };
-    if constexpr (Native::kIsOptional<T> || Native::kIsList<T>) {
-        AddTypes<typename T::value_type>(service);
-    } else if constexpr (Native::kIsShared<T>) {
-        AddTypes<std::remove_const_t<typename T::element_type>>(service);
-    } else if constexpr (Native::IsEnumeration<T>) {
-        if (isNew(service.enumerations)) {
-            service.enumerations.push_back(Native::DescribeEnumeration<T>());
-        }
-    } else if constexpr (Native::IsStructure<T>) {
-        if (isNew(service.structures)) {
-            service.structures.push_back(Native::DescribeStructure<T>());
-            AddFieldTypes<T>(service);
-        }
-    }
 }
 
 }  // namespace
