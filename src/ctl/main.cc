@@ -7,6 +7,7 @@
 #include "ctl/group_commands.h"
 #include "ctl/help.h"
 #include "ctl/monitoring_commands.h"
+#include "ctl/plugin_commands.h"
 #include "ctl/plugin_run.h"
 #include "ctl/post_command.h"
 #include "ctl/report_commands.h"
@@ -31,7 +32,7 @@ std::vector<Ctl::Command> AllCommands() {
     std::vector<Ctl::Command> commands;
     for (const std::span<const Ctl::Command> family :
          {Ctl::ReportCommands(), Ctl::MonitoringCommands(), Ctl::PostCommands(),
-          Ctl::AuditCommands(), Ctl::TokenCommands(), Ctl::ConfigCommands(),
+          Ctl::AuditCommands(), Ctl::TokenCommands(), Ctl::ConfigCommands(), Ctl::PluginCommands(),
           Ctl::PluginRunCommands(), Ctl::GroupCommands()}) {
         commands.insert(commands.end(), family.begin(), family.end());
     }

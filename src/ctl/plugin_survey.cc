@@ -103,6 +103,14 @@ PluginSurvey SurveyPlugins() {
     return survey;
 }
 
+void RequireDirectory(const PluginSurvey& survey) {
+    if (!survey.hasDirectory) {
+        const std::string directory = Sys::HostPath(Sentrel::kPluginDirectory);
+        throw std::runtime_error("there is no plugin directory " + directory +
+                                 ", so the daemon does not start; mkdir -p " + directory);
+    }
+}
+
 std::string_view QueueOf(const SurveyedPlugin& plugin) {
     return Sentrel::kQueueNames[plugin.entry.info.frequency];
 }

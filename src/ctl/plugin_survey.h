@@ -40,6 +40,9 @@ struct PluginSurvey {
 // be listed.
 PluginSurvey SurveyPlugins();
 
+// Throws std::runtime_error, with what to do, when there is no plugin directory.
+void RequireDirectory(const PluginSurvey& survey);
+
 // "fast", "medium" or "slow".
 std::string_view QueueOf(const SurveyedPlugin& plugin);
 

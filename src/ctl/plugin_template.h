@@ -1,0 +1,13 @@
+// The texts of new plugins. Each is complete, keeps the whole contract of plugins and needs nothing
+// that a host lacks; "@NAME@" in it stands for the plugin's name.
+#pragma once
+
+#include <string_view>
+
+namespace Ctl {
+
+extern const std::string_view kShellPlugin;
+extern const std::string_view kPythonPlugin;
+extern const std::string_view kCppPlugin;  // a source
+
+}  // namespace Ctl
