@@ -1,6 +1,6 @@
 #include "ctl/config_check.h"
 
-#include "ctl/nearest_name.h"
+#include "ctl/near_names.h"
 #include "ctl/setting_catalog.h"
 #include "ctl/setting_rules.h"
 #include "ctl/setting_state.h"
@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace Ctl {
 
@@ -127,14 +128,14 @@ class EntryCheck {
             keys.emplace_back(setting.key);
         }
         for (const UnknownMember& member : state.unknown) {
-            const std::string nearest = NearestName(member.key, keys);
+            const std::vector<std::string> near = FindNearNames(member.key, keys);
             Add(Severity::Warning, member.path,
                 "\"" + member.key + "\" is no setting, so it does nothing",
-                nearest.empty() ? "remove it"
-                                : "the closest setting is " + nearest +
-                                      (nearest.find('/') == std::string::npos
-                                           ? ""
-                                           : ", with an object for what is before the \"/\""));
+                near.empty() ? "remove it"
+                             : "the closest setting is " + near.front() +
+                                   (near.front().find('/') == std::string::npos
+                                        ? ""
+                                        : ", with an object for what is before the \"/\""));
         }
     }
 

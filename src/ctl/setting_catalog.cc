@@ -31,7 +31,9 @@ Judgement JudgePort(const SettingValue& stored) {
     }
     if (port >= 1 && port < kFirstUnprivilegedPort) {
         return {Severity::Warning,
-                "is a port that a service without privileges cannot have, so it may not start", ""};
+                "is a port that a service without privileges cannot have, so it may not start",
+                "sentrelctl config set sentrel.http_port VALUE, from " +
+                    std::to_string(kFirstUnprivilegedPort) + " to " + std::to_string(kMaxPort)};
     }
     return {};
 }

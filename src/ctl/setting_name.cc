@@ -1,6 +1,6 @@
 #include "ctl/setting_name.h"
 
-#include "ctl/nearest_name.h"
+#include "ctl/near_names.h"
 
 #include <algorithm>
 #include <stdexcept>
@@ -37,8 +37,8 @@ std::string Advice(const Catalogue& catalogue, const std::string& name) {
             names.push_back(FullName(entry, setting));
         }
     }
-    const std::string nearest = NearestName(name, names);
-    return (nearest.empty() ? "" : "the closest is " + nearest + "; ") +
+    const std::vector<std::string> near = FindNearNames(name, names);
+    return (near.empty() ? "" : "the closest is " + near.front() + "; ") +
            "\"sentrelctl config list\" shows all";
 }
 

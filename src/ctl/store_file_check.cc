@@ -1,6 +1,6 @@
 #include "ctl/store_file_check.h"
 
-#include "ctl/nearest_name.h"
+#include "ctl/near_names.h"
 #include "platform/sys/host_root.h"
 #include "plugins/discovery.h"
 
@@ -13,6 +13,7 @@
 #include <string>
 #include <string_view>
 #include <system_error>
+#include <vector>
 
 #include <sys/stat.h>
 
@@ -136,9 +137,9 @@ class FolderCheck {
                                 "put what it says there, and remove it"});
             return;
         }
-        const std::string nearest = NearestName(name, names);
+        const std::vector<std::string> near = FindNearNames(name, names);
         findings.push_back({severity, path, "is not read: no plugin " + name + " is installed",
-                            (nearest.empty() ? "" : "name it " + nearest + ".json, ") +
+                            (near.empty() ? "" : "name it " + near.front() + ".json, ") +
                                 "install the plugin, or remove the file"});
     }
 
