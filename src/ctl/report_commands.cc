@@ -3,6 +3,7 @@
 #include "ctl/api_client.h"
 #include "ctl/command_line.h"
 #include "ctl/json_output.h"
+#include "ctl/name_conflicts.h"
 #include "ctl/report_age.h"
 #include "ctl/report_history.h"
 #include "ctl/report_metrics.h"
@@ -16,6 +17,7 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <iostream>
 #include <ostream>
 #include <stdexcept>
 
@@ -104,9 +106,23 @@ void WriteTable(const std::vector<JudgedReport>& rows, bool full, std::ostream& 
     table.Write(output);
 }
 
+// Of names that share files.
+std::vector<std::string> FindWarnings(const std::vector<JudgedReport>& rows) {
+    std::vector<std::string> names;
+    for (const JudgedReport& row : rows) {
+        names.push_back(row.report.name);
+    }
+    std::vector<std::string> warnings;
+    for (const NameConflict& conflict : FindNameConflicts(names)) {
+        warnings.push_back(conflict.why + "; rename one of the two");
+    }
+    return warnings;
+}
+
 void RunList(const Arguments& arguments, std::ostream& output) {
     const std::vector<ReportState> states = WantedStates(arguments.options);
     std::vector<JudgedReport> rows = ReadJudgedReports(arguments.options, arguments.operands);
+    const std::vector<std::string> warnings = FindWarnings(rows);
     std::erase_if(rows, [&states](const JudgedReport& row) {
         return !states.empty() &&
                std::find(states.begin(), states.end(), row.state) == states.end();
@@ -116,8 +132,13 @@ void RunList(const Arguments& arguments, std::ostream& output) {
         for (const JudgedReport& row : rows) {
             reports.push_back(ToJson(row));
         }
-        WriteJson({{"reports", std::move(reports)}}, output);
-    } else if (rows.empty()) {
+        WriteJson({{"reports", std::move(reports)}, {"warnings", warnings}}, output);
+        return;
+    }
+    for (const std::string& warning : warnings) {
+        std::cerr << "sentrelctl: warning: " << PrintableText(warning) << '\n';
+    }
+    if (rows.empty()) {
         const bool isFiltered = !states.empty() || !arguments.operands.empty();
         output << (isFiltered ? "No such report is stored.\n" : "No report is stored.\n");
     } else {
