@@ -105,24 +105,38 @@ std::vector<Finding> CheckConfiguration(const std::string& subject, const Survey
     return findings;
 }
 
+std::vector<Finding> ExplainNoConfiguration(const std::string& subject,
+                                            const SurveyedPlugin& plugin) {
+    const Tabulon::EntryPaths files = StoreFilesOf(plugin.Name());
+    const std::string file = Sys::HostPath(files.host);
+    const auto isThere = [](const std::string& path) {
+        return ::access(Sys::HostPath(path).c_str(), F_OK) == 0;
+    };
+    if (files.host.empty()) {
+        return {{Severity::Error, subject,
+                 "it is not run, since no configuration can have its name", "rename it"}};
+    }
+    if (isThere(files.host) || isThere(files.vendor)) {
+        return {{Severity::Error, subject, "it is not run: " + plugin.entry.problem,
+                 "correct that file and restart the daemon"}};
+    }
+    return {{Severity::Error, subject, "it is not run, since it has no configuration",
+             R"(write {"enabled": true, "frequency": "fast", "log_level": "info"} to )" + file +
+                 " and restart the daemon"}};
+}
+
 // Of an entry that is not launched.
 std::vector<Finding> ExplainLeftOut(const std::string& subject, const SurveyedPlugin& plugin) {
-    const std::string file = Sys::HostPath(StoreFilesOf(plugin.Name()).host);
     switch (plugin.entry.verdict) {
         case Sentrel::PluginVerdict::Directory:
             return {{Severity::Notice, subject, plugin.location + " is a directory: no plugin",
                      "leave it, or move it elsewhere"}};
         case Sentrel::PluginVerdict::Disabled:
             return {{Severity::Notice, subject, "disabled by its configuration",
-                     "to enable it, set \"enabled\": true in " + file + " and restart the daemon"}};
+                     "to enable it: sentrelctl config set " + plugin.Name() +
+                         ".enabled true; then restart the daemon"}};
         default:
-            return {{Severity::Error, subject,
-                     "it is not run, since it has no configuration that can be read: " +
-                         plugin.entry.problem,
-                     file.empty() ? "rename it"
-                                  : "write {\"enabled\": true, \"frequency\": \"fast\", "
-                                    "\"log_level\": \"info\"} to " +
-                                        file + " and restart the daemon"}};
+            return ExplainNoConfiguration(subject, plugin);
     }
 }
 

@@ -73,7 +73,7 @@ void RefuseName(const std::string& name, const std::string& why) {
                              "; choose another one");
 }
 
-void CheckNewName(const std::string& name, const PluginSurvey& survey) {
+void CheckNewName(const std::string& name) {
     if (!Sentrel::IsReportName(name)) {
         RefuseName(name, "its reports have the same, of " + std::string(Sentrel::kReportNameRule));
     }
@@ -83,6 +83,9 @@ void CheckNewName(const std::string& name, const PluginSurvey& survey) {
     if (name == Sentrel::kDaemonEntryKey || name == kFrameworkEntryKey) {
         RefuseName(name, "its configuration would be the daemon's own");
     }
+}
+
+void CheckConflicts(const std::string& name, const PluginSurvey& survey) {
     std::vector<std::string> names{name};
     for (const SurveyedPlugin& plugin : survey.entries) {
         names.push_back(plugin.Name());
@@ -213,9 +216,10 @@ void WriteAdvice(const std::string& name, const std::vector<NewFile>& files,
 void RunPluginNew(const Arguments& arguments, std::ostream& output) {
     const std::string& name = arguments.operands.front();
     const GivenOptions& options = arguments.options;
-    CheckNewName(name, SurveyPlugins());
+    CheckNewName(name);
     const std::vector<NewFile> files = NewFiles(name, options);
     RefuseExisting(files);
+    CheckConflicts(name, SurveyPlugins());
     const bool isForHost = !options.Has("--directory");
     WriteAll(files, isForHost ? std::filesystem::path(files.back().path).parent_path() : "");
     WriteAdvice(name, files, options, output);
