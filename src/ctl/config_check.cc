@@ -83,9 +83,9 @@ class EntryCheck {
         }
     }
 
-    void CheckValue(const SettingState& state) {
-        const Setting& setting = *state.setting;
-        const SettingValue& value = state.stored ? *state.stored : setting.byDefault;
+    void CheckValue(const SettingState& found) {
+        const Setting& setting = *found.setting;
+        const SettingValue& value = found.stored ? *found.stored : setting.byDefault;
         if (std::holds_alternative<std::monostate>(value)) {
             return;
         }

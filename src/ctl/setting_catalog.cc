@@ -40,7 +40,7 @@ Judgement JudgePort(const SettingValue& stored) {
 
 Judgement JudgeNoText(const SettingValue& stored) {
     if (std::get<std::string>(stored).empty()) {
-        return {Severity::Warning, "is empty, so every token is refused", ""};
+        return {Severity::Warning, "is empty, as it is in no proper token", ""};
     }
     return {};
 }
