@@ -11,6 +11,7 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace Checks {
@@ -98,7 +99,11 @@ std::vector<std::string> ListDirectory(const std::string& path) {
     return names;
 }
 
-bool Exists(const std::string& path) { return ::access(path.c_str(), F_OK) == 0; }
+bool Exists(const std::string& path) {
+    // Not access(2): of a device that a control group forbids it says that it may not be used.
+    struct stat status {};
+    return ::stat(path.c_str(), &status) == 0;
+}
 
 std::vector<std::string_view> SplitFields(std::string_view line) {
     constexpr std::string_view kBlanks = " \t";
