@@ -37,7 +37,7 @@ expect() {
 make_root() {
     local directory
     chmod 0755 "$folder"
-    for directory in etc/systemd/system usr var/lib/systemd var/log; do
+    for directory in etc/systemd/system usr var/lib/prometheus/node-exporter var/lib/systemd var/log; do
         mkdir -p "$root/$directory"
         touch "$root/$directory/of-others"
     done
@@ -122,7 +122,9 @@ start_daemon
 check_report
 stop_daemon
 echo '{"http_port": 9997}' >"$root/etc/korvex/tabulon/oru/health/sentrel.json"
+touch "$root/var/lib/prometheus/node-exporter/sentrel.prom"
 run_dpkg --remove sentrel
+[[ ! -e $root/var/lib/prometheus/node-exporter/sentrel.prom ]] || fail 'removing the package leaves its metrics'
 [[ -s $root/var/lib/korvex/sentrel/reports/package.check.json ]] || fail 'removing the package took the reports away'
 run_dpkg --purge sentrel
 list_root | diff "$folder/before" - || fail 'purging the package leaves or takes away what the lines above name'
