@@ -35,6 +35,10 @@ std::string Explain(const std::string& name, const std::string& message, bool ha
                " (\"sentrelctl call com.korvex.quon.std.introspection.service.list\" names the "
                "services)";
     }
+    if (name.ends_with(".not_found") && message.empty()) {
+        return "the API has nothing of that name (" + name +
+               "); \"sentrelctl list\" names the reports";
+    }
     if (message.empty()) {
         return "the API failed" + (name.empty() ? "" : " with " + name) +
                " and says no more; see the daemon's log";
@@ -109,7 +113,8 @@ std::string ApiClient::Exchange(std::string document) const {
             .body;
     } catch (const HttpFailure& failure) {
         throw std::runtime_error("the API at " + url + " cannot be reached: " + failure.what() +
-                                 "; start sentrel, or name another address with --api");
+                                 "; start sentrel (\"systemctl start sentrel\"), or name another "
+                                 "address with --api");
     }
 }
 

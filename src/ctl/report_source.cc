@@ -139,10 +139,11 @@ std::string FindReportDirectory(const GivenOptions& options) {
     }
     if (::access(directory.c_str(), R_OK | X_OK) != 0) {
         const int errorNumber = errno;
-        throw std::runtime_error("the report directory " + directory + " cannot be read: " +
-                                 std::generic_category().message(errorNumber) +
-                                 "; name the daemon's (its option -r) with --reports, or run this "
-                                 "as a user who may read it");
+        throw std::runtime_error(
+            "the report directory " + directory +
+            " cannot be read: " + std::generic_category().message(errorNumber) +
+            (errorNumber == EACCES ? "; run this as root, or as a member of its group"
+                                   : "; name the daemon's (its option -r) with --reports"));
     }
     return directory;
 }

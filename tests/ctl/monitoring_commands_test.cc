@@ -129,7 +129,8 @@ TEST_F(Monitoring, TheTextFileIsReplacedAsAWhole) {
     ASSERT_EQ(::stat(file.c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 0777U, 0644U);
     ExpectFailure(Run({"metrics", "--textfile", "/nonsense/file"}), "; name a file in a directory");
-    ExpectFailure(Run({"metrics", "--reports", "/nonsense"}), "with --reports, or run this as");
+    ExpectFailure(Run({"metrics", "--reports", "/nonsense"}),
+                  "; name the daemon's (its option -r) with");
 }
 
 }  // namespace

@@ -165,7 +165,8 @@ std::string_view AdviceFor(int errorNumber) {
 void ServerSocket::BindAndListen(const std::string& host, int port) {
     if (port < 1 || port > 65535) {
         throw InvalidArgumentException("Cannot listen on " + host + " port " +
-                                       std::to_string(port) + ": ports are 1 to 65535");
+                                       std::to_string(port) +
+                                       ": ports are 1 to 65535; choose one of them");
     }
     std::vector<Sys::OwnedFd> opened;
     std::string problem;

@@ -88,7 +88,7 @@ std::string DirectoryOf(const std::string& rootedPath) {
 
 [[noreturn]] void ThrowUnwritable(const std::string& path, const std::error_code& error) {
     throw Pellmar::IOException(path + " cannot be written: " + error.message() +
-                               "; see who may write there and how much room is left");
+                               "; run this as root, and make room if none is left");
 }
 
 // Held while a set is read, changed and replaced; the kernel drops it with the descriptor.
@@ -195,8 +195,8 @@ SigningKey SigningKey::Load(const std::string& path) {
         throw;
     } catch (const Pellmar::Exception& error) {
         throw Pellmar::Exception(path + " " + error.what() +
-                                 "; make it readable, or move it away and run \"sentrelctl token "
-                                 "init\"");
+                                 "; run this as root; if the file itself is bad, move it away and "
+                                 "run \"sentrelctl token init\"");
     }
 }
 
