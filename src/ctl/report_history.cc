@@ -2,6 +2,7 @@
 
 #include "ctl/daemon_settings.h"
 #include "ctl/input_file.h"
+#include "platform/json/json_scanner.h"
 #include "platform/runtime/date_time.h"
 #include "store/report.h"
 #include "store/report_name.h"
@@ -13,6 +14,7 @@
 #include <cstddef>
 #include <exception>
 #include <filesystem>
+#include <optional>
 #include <system_error>
 #include <tuple>
 #include <utility>
@@ -30,10 +32,23 @@ std::string NormalTime(const std::string& text) {
     return error ? "" : time.ToString();
 }
 
+// In fewer and plainer words than the library's.
+std::string WhyNotJson(const std::string& text, const std::string& libraryText) {
+    const std::optional<Json::Fault> fault =
+        Json::FindFault(text, Json::Comments::Refused, Json::Root::AnyValue);
+    if (!fault) {
+        return libraryText;
+    }
+    const Json::JsonError error = Json::Locate(text, *fault);
+    return "it is no JSON: line " + std::to_string(error.line) + ", column " +
+           std::to_string(error.column) + ": " + error.reason;
+}
+
 // The same rules as the daemon's, but each failure is told.
 void Read(const std::filesystem::path& path, const std::string& name, HistoricReport& historic) {
+    std::string text;
     try {
-        const std::string text = ReadInputFile(path, kMaxReportBytes, "the file");
+        text = ReadInputFile(path, kMaxReportBytes, "the file");
         Sentrel::Report report;
         Sentrel::ReportFromJson(Sentrel::ParseReportText(text), report);
         const std::string time = NormalTime(report.time);
@@ -47,6 +62,8 @@ void Read(const std::filesystem::path& path, const std::string& name, HistoricRe
             historic.report = {name, time, StatusName(report.status),
                                std::move(report.unstructured)};
         }
+    } catch (const nlohmann::json::exception& exception) {
+        historic.fault = WhyNotJson(text, exception.what());
     } catch (const std::exception& exception) {
         historic.fault = exception.what();
     }
