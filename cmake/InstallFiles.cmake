@@ -34,12 +34,9 @@ foreach(page IN LISTS manualPages)
 endforeach()
 
 # What completes the command line of sentrelctl, where each shell looks for it.
-foreach(shell IN ITEMS bash:bash-completion/completions zsh:zsh/vendor-completions fish:fish/vendor_completions.d)
-    string(REGEX MATCH "^[^:]+" name ${shell})
-    string(REGEX REPLACE "^[^:]+:" "" folder ${shell})
-    if(IS_DIRECTORY ${PROJECT_SOURCE_DIR}/dist/completions/${name})
-        install(DIRECTORY ${PROJECT_SOURCE_DIR}/dist/completions/${name}/ DESTINATION /usr/share/${folder})
-    endif()
-endforeach()
+set(completions ${PROJECT_SOURCE_DIR}/dist/completions)
+install(FILES ${completions}/sentrelctl.bash DESTINATION /usr/share/bash-completion/completions RENAME sentrelctl)
+install(FILES ${completions}/_sentrelctl DESTINATION /usr/share/zsh/vendor-completions)
+install(FILES ${completions}/sentrelctl.fish DESTINATION /usr/share/fish/vendor_completions.d)
 
 install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION /usr/share/doc/sentrel)

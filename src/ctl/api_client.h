@@ -51,7 +51,8 @@ class ApiClient {
 inline constexpr Option kApiOption = {"--api", "URL", "the API, http://127.0.0.1:9984 by default"};
 inline constexpr Option kTokenFileOption = {"--token-file", "FILE",
                                             "the token to call with; by default one made for this "
-                                            "call, where this user may read the signing key"};
+                                            "call, where this user may read the signing key",
+                                            Completes::File};
 
 // A client for these options.
 ApiClient ConnectApi(const GivenOptions& options);

@@ -14,10 +14,24 @@
 
 namespace Ctl {
 
+// What a shell offers where an operand or an option's value is to be typed.
+enum class Completes {
+    Nothing,
+    File,
+    Directory,
+    ReportName,
+    PluginName,
+    State,      // of a report
+    Operation,  // of the API
+    Setting     // ENTRY.KEY
+};
+
 struct Option {
     std::string_view name;     // "--json"
     std::string_view value;    // what the help calls its value, such as "DIR"; empty: it takes none
     std::string_view summary;  // one line
+    Completes completes = Completes::Nothing;  // its value
+    std::span<const char* const> words{};      // the values that there are, where they are few
 };
 
 // The options of a command line with their values (empty for those that take none), in its order.
@@ -62,6 +76,8 @@ struct Operands {
     std::string_view help;  // "NAME [JSON]"; empty: the command takes none
     std::size_t least = 0;
     std::size_t most = 0;
+    Completes first = Completes::Nothing;
+    Completes others = Completes::Nothing;  // those behind the first
 };
 
 struct Command {

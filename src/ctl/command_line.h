@@ -13,7 +13,7 @@ namespace Ctl {
 
 // What every command takes. They may stand before the command's name too.
 inline constexpr std::array<Option, 2> kCommonOptions = {{
-    {"--root", "DIR", "the host below DIR, as SENTREL_ROOT names it"},
+    {"--root", "DIR", "the host below DIR, as SENTREL_ROOT names it", Completes::Directory},
     {"--help", "", "print this help"},
 }};
 

@@ -3,7 +3,9 @@
 // is one line on standard error.
 #include "ctl/audit_command.h"
 #include "ctl/command_line.h"
+#include "ctl/completion.h"
 #include "ctl/config_commands.h"
+#include "ctl/doctor_command.h"
 #include "ctl/group_commands.h"
 #include "ctl/help.h"
 #include "ctl/monitoring_commands.h"
@@ -33,7 +35,7 @@ std::vector<Ctl::Command> AllCommands() {
     for (const std::span<const Ctl::Command> family :
          {Ctl::ReportCommands(), Ctl::MonitoringCommands(), Ctl::PostCommands(),
           Ctl::AuditCommands(), Ctl::TokenCommands(), Ctl::ConfigCommands(), Ctl::PluginCommands(),
-          Ctl::PluginRunCommands(), Ctl::GroupCommands()}) {
+          Ctl::PluginRunCommands(), Ctl::GroupCommands(), Ctl::DoctorCommands()}) {
         commands.insert(commands.end(), family.begin(), family.end());
     }
     return commands;
@@ -68,6 +70,18 @@ int Run(const std::vector<Ctl::Command>& commands, const Ctl::CommandLine& line)
     return 0;
 }
 
+// For a shell, which has no place for messages.
+void Complete(const std::vector<Ctl::Command>& commands, std::span<const char* const> words) {
+    try {
+        const Ctl::Completion completion = Ctl::FindCompletion(commands, words);
+        SetHostRoot(completion.options);
+        Ctl::WriteCandidates(completion, std::cout);
+        std::cout.flush();
+    } catch (const std::exception&) {
+        // there is nothing to offer
+    }
+}
+
 int Fail(std::string_view text, int status) {
     const std::string line = "sentrelctl: " + Ctl::PrintableText(text) + "\n";
     (void)std::fputs(line.c_str(), stderr);  // there is nowhere else to say it
@@ -85,6 +99,10 @@ int main(int argc, char* argv[]) {
     try {
         const std::vector<const char*> arguments(argv + (argc > 0 ? 1 : 0), argv + argc);
         const std::vector<Ctl::Command> commands = AllCommands();
+        if (!arguments.empty() && arguments.front() == Ctl::kCompleteCommand) {
+            Complete(commands, std::span(arguments).subspan(1));
+            return 0;
+        }
         const Ctl::CommandLine line = Ctl::ParseCommandLine(commands, arguments);
         failureStatus = line.command == nullptr ? 0 : line.command->failureStatus;
         const int status = Run(commands, line);

@@ -26,7 +26,7 @@ constexpr mode_t kTextFileMode = 0644;  // whoever exports it is another user
 constexpr std::array<Option, 5> kCheckOptions = {
     {kJsonOption, kOfflineOption, kReportsOption, kApiOption, kTokenFileOption}};
 constexpr std::array<Option, 5> kMetricsOptions = {{
-    {"--textfile", "FILE", "replace this file, at once, instead of printing"},
+    {"--textfile", "FILE", "replace this file, at once, instead of printing", Completes::File},
     kOfflineOption,
     kReportsOption,
     kApiOption,
@@ -184,7 +184,7 @@ constexpr std::array<Command, 2> kCommands = {{
      "are the performance data.\n",
      "sentrelctl check memory",
      kCheckOptions,
-     {"NAME...", 1, 1000000},
+     {"NAME...", 1, 1000000, Completes::ReportName, Completes::ReportName},
      nullptr,
      JudgeReports,
      static_cast<int>(CheckStatus::Unknown)},

@@ -166,7 +166,7 @@ constexpr std::array<Command, 4> kCommands = {{
      "wrong.\n",
      "sentrelctl plugin check cpu",
      kReportOptions,
-     {"[NAME|FILE...]", 0, 1000000},
+     {"[NAME|FILE...]", 0, 1000000, Completes::PluginName, Completes::PluginName},
      nullptr,
      JudgePlugins},
     {"plugin new",

@@ -218,7 +218,7 @@ constexpr std::array<Command, 1> kCommands = {{
      "1 when it did not, or could not be started; 2 when the command line is wrong.\n",
      "sentrelctl plugin run memory",
      kOptions,
-     {"NAME", 1, 1},
+     {"NAME", 1, 1, Completes::PluginName},
      nullptr,
      RunPlugin},
 }};

@@ -86,7 +86,7 @@ constexpr std::array<Command, 1> kCommands = {{
      "printf '{\"structured\": {\"name\": \"demo\", \"time\": \"%s\"}, \"unstructured\": {}}' "
      "$(date -u +%FT%TZ) | sentrelctl post demo -",
      kPostOptions,
-     {"NAME FILE|-", 2, 2},
+     {"NAME FILE|-", 2, 2, Completes::ReportName, Completes::File},
      RunPost},
 }};
 

@@ -29,7 +29,7 @@ using OrderedJson = nlohmann::ordered_json;
 
 constexpr std::array<Option, 7> kListOptions = {{
     {"--full", "", "show the reason of each state too"},
-    {"--state", "STATE", "show reports in this state only; may be repeated"},
+    {"--state", "STATE", "show reports in this state only; may be repeated", Completes::State},
     kJsonOption,
     kOfflineOption,
     kReportsOption,
@@ -248,14 +248,14 @@ constexpr std::array<Command, 4> kCommands = {{
      "  INVALID  there is a report that cannot be read\n",
      "sentrelctl list --full --state ERROR --state STALE",
      kListOptions,
-     {"[NAME...]", 0, 1000000},
+     {"[NAME...]", 0, 1000000, Completes::ReportName, Completes::ReportName},
      RunList},
     {"get",
      "show one report whole",
      "Shows the newest report of a name: its state, its time and all that it tells.\n",
      "sentrelctl get memory",
      kGetOptions,
-     {"NAME", 1, 1},
+     {"NAME", 1, 1, Completes::ReportName},
      RunGet},
     {"history",
      "show the stored reports of a name",
@@ -264,7 +264,7 @@ constexpr std::array<Command, 4> kCommands = {{
      "that is published. Reads the report directory, so no daemon is needed.\n",
      "sentrelctl history memory",
      kHistoryOptions,
-     {"NAME", 1, 1},
+     {"NAME", 1, 1, Completes::ReportName},
      RunHistory},
     {"call",
      "call any operation of the API",
@@ -272,7 +272,7 @@ constexpr std::array<Command, 4> kCommands = {{
      "prints its result as JSON. The introspection services tell which operations there are.\n",
      "sentrelctl call com.korvex.quon.std.introspection.service.list",
      kCallOptions,
-     {"METHOD [JSON]", 1, 2},
+     {"METHOD [JSON]", 1, 2, Completes::Operation},
      RunCall},
 }};
 

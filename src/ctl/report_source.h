@@ -22,7 +22,8 @@ inline constexpr Option kOfflineOption = {"--offline", "",
                                           "read the report directory; no daemon is needed"};
 inline constexpr Option kReportsOption = {
     "--reports", "DIR",
-    "the report directory of the host, /var/lib/korvex/sentrel/reports by default"};
+    "the report directory of the host, /var/lib/korvex/sentrel/reports by default",
+    Completes::Directory};
 
 // All reports, sorted by name, each name once, case aside. Read are those of `names`, or all when
 // there are none; of the others the name and the file's time are known. Through the API, or with

@@ -156,7 +156,7 @@ constexpr std::array<Command, 3> kCommands = {{
      "argument itself: every user of the host can read those.\n",
      "sentrelctl token issue --subject alice | sentrelctl token inspect",
      kInspectOptions,
-     {"[FILE]", 0, 1},
+     {"[FILE]", 0, 1, Completes::File},
      RunInspect},
 }};
 
