@@ -1,0 +1,185 @@
+// "plugin list", "plan", "check" and "new" by the real program, on a host of the test's own with a
+// real daemon for what is posted.
+#include "ctl/name_conflicts.h"
+#include "ctl/report_check.h"
+#include "ctl/tool_host.h"
+#include "support/plugin_process.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace CtlTest {
+namespace {
+
+namespace fs = std::filesystem;
+using Json = nlohmann::json;
+using testing::HasSubstr;
+
+constexpr const char* kScript = "#!/bin/sh\n";
+
+class PluginCommands : public ToolHost {
+  protected:
+    std::string PathOf(const std::string& name) const {
+        return host.Root() + "/usr/lib/korvex/sentrel/plugins/bin/" + name;
+    }
+    void AddPlugin(const std::string& name, const std::string& text, const std::string& entry,
+                   fs::perms mode = fs::perms(0755)) const {
+        ::Test::WriteFile(PathOf(name), text);
+        fs::permissions(PathOf(name), mode);
+        host.WriteStoreEntry(name, entry);
+    }
+    Json JsonOf(std::vector<std::string> arguments) const {
+        arguments.emplace_back("--json");
+        return Json::parse(OutputOf(arguments));
+    }
+};
+
+TEST_F(PluginCommands, PlanGivesEachItsSlotAndWhatItIsGuaranteed) {
+    AddPlugin("a", kScript, R"({"frequency": "slow"})");
+    AddPlugin("b", kScript, R"({"frequency": "Medium"})");
+    AddPlugin("c", kScript, "{}");
+    AddPlugin("d", kScript, R"({"frequency": "fast", "log_level": "Debugging"})");
+    AddPlugin("e", kScript, R"({"enabled": false})");
+    const Json plan = JsonOf({"plugin", "plan"});
+    struct Row {
+        const char* name;
+        int firstRun;
+        int period;
+        int guaranteed;
+        std::vector<std::string> mayBeEndedBy;
+    };
+    const Row rows[] = {
+        {"c", 30, 300, 30, {"b", "a"}},
+        {"d", 60, 300, 30, {"b", "a"}},
+        {"b", 90, 3600, 30, {"c", "a"}},
+        {"a", 120, 86400, 210, {"c", "b"}},  // until c comes again
+    };
+    ASSERT_EQ(plan["plugins"].size(), std::size(rows));
+    for (std::size_t index = 0; index < std::size(rows); ++index) {
+        const Json& plugin = plan["plugins"][index];
+        EXPECT_EQ(plugin["name"], rows[index].name);
+        EXPECT_EQ(plugin["firstRunSeconds"], rows[index].firstRun) << plugin;
+        EXPECT_EQ(plugin["periodSeconds"], rows[index].period) << plugin;
+        EXPECT_EQ(plugin["guaranteedSeconds"], rows[index].guaranteed) << plugin;
+        EXPECT_EQ(plugin["mayBeEndedBy"], rows[index].mayBeEndedBy) << plugin;
+    }
+    EXPECT_EQ(plan["plugins"][1]["commandLine"],
+              (Json{"/usr/lib/korvex/sentrel/plugins/bin/d", "++group=sentrel-plugins,mem=40", "-u",
+                    "http://localhost:9996", "--loglevel=debug"}));
+    EXPECT_FALSE(plan.contains("daemon"));
+    EXPECT_THAT(OutputOf({"plugin", "list"}), HasSubstr("\ne     disabled  -            -  "));
+}
+
+TEST_F(PluginCommands, CheckFindsWhatKeepsAPluginFromWorking) {
+    struct Row {
+        const char* text;
+        const char* entry;
+        unsigned mode;
+        const char* finding;
+        int status = 1;
+    };
+    const Row rows[] = {
+        {kScript, R"({"enabled": true, "frequency": "FASTER"})", 0755, "ok ", 0},
+        {kScript, R"({"enabled": true, "frequency": "hourly"})", 0755, "silently counts as fast",
+         0},
+        {kScript, "{", 0755, "probe.json:1:2"},
+        {kScript, "{}", 0644, "cannot be executed by the user"},
+        {kScript, "{}", 0757, "can be written by everybody", 0},
+        {"#!/bin/sh\r\n", "{}", 0755, "lines that end in CR LF"},
+        {"#! /no/such/sh -e\n", "{}", 0755, "needs the interpreter /no/such/sh, which is missing"},
+        {"#!sh\n", "{}", 0755, "names no interpreter by its whole path"},
+        {"#!/usr/bin/env sh -e\n", "{}", 0755, "-> write #!/usr/bin/env -S sh -e"},
+        {"#!/usr/bin/env no-such-program", "{}", 0755, "look for no-such-program"},
+        {"echo\n", "{}", 0755, "neither an ELF program nor a script"},
+        {"", "{}", 0755, "is empty"},
+        {"\x7f"
+         "ELF",
+         "{}", 0755, "for another processor"},
+    };
+    for (const Row& row : rows) {
+        AddPlugin("probe", row.text, row.entry, fs::perms(row.mode));
+        const ToolResult result = Run({"plugin", "check", PathOf("probe")});
+        EXPECT_EQ(result.status, row.status) << row.text << row.entry << result.output;
+        EXPECT_THAT(result.output, HasSubstr(row.finding)) << row.text << row.entry;
+    }
+}
+
+TEST_F(PluginCommands, CheckFollowsLinksAndReadsReports) {
+    for (const auto& [name, target] : {std::pair("loop", "loop"), std::pair("broken", "nowhere")}) {
+        fs::create_symlink(target, PathOf(name));
+        host.WriteStoreEntry(name, R"({"frequency": "fast"})");
+    }
+    AddPlugin("cpu", kScript, R"({"frequency": "fast"})");
+    ::Test::WriteFile(ReportDirectory() + "/cpu-0.json",
+                      R"({"structured": {"name": "cpu", "time": "2024-03-05T14:07:09"},)"
+                      R"("unstructured": {}})");
+    fs::create_symlink(ReportDirectory() + "/cpu-0.json", ReportDirectory() + "/cpu.json");
+    const ToolResult result = Run({"plugin", "check"});
+    EXPECT_EQ(result.status, 1);
+    for (const char* finding :
+         {"a link that leads to itself", "a link to nowhere, which is missing",
+          "report cpu is wrong: structured.time"}) {
+        EXPECT_THAT(result.output, HasSubstr(finding));
+    }
+}
+
+TEST_F(PluginCommands, NewPluginsWorkAsTheyAre) {
+    StartDaemon();
+    for (const std::string language : {"sh", "python", "cpp"}) {
+        const std::string name = "new." + language;
+        const std::string made = OutputOf({"plugin", "new", name, "--language", language,
+                                           "--directory", host.Base(), "--frequency", "slow"});
+        EXPECT_THAT(made, HasSubstr("Made " + host.Base() + name));
+        ExpectFailure(
+            Run({"plugin", "new", name, "--language", language, "--directory", host.Base()}),
+            "is there already, and is not overwritten");
+        if (language == "cpp") {
+            const std::string compile = "g++ -std=c++17 -Wall -Wextra -Werror " + host.Base() +
+                                        name + ".cc -o " + host.Base() + name;
+            // NOLINTNEXTLINE(cert-env33-c,concurrency-mt-unsafe): this very command is documented
+            ASSERT_EQ(std::system(compile.c_str()), 0);
+        }
+        EXPECT_EQ(Run({"plugin", "check", host.Base() + name}).status, 0);
+        const ::Test::PluginHost plugin(host.Base() + name, name);
+        ::Test::PluginProcess run(plugin, plugin.CommandLine(9996));
+        EXPECT_EQ(run.WaitForEnd(), 0);
+        EXPECT_EQ(run.StandardError(), "");
+        const std::string report = ::Test::ReadFile(ReportDirectory() + "/" + name + ".json");
+        EXPECT_THAT(Ctl::FindProblems(report, name), testing::IsEmpty()) << report;
+        EXPECT_EQ(Json::parse(report)["structured"]["status"], 0) << report;
+        EXPECT_TRUE(Json::parse(report)["unstructured"]["metrics"].contains("used")) << report;
+    }
+}
+
+TEST_F(PluginCommands, NewRefusesNamesThatCannotWork) {
+    AddPlugin("cpu", kScript, "{}");
+    for (const char* name : {"a b", ".cpu", "cpu-1", "CPU", "sentrel"}) {
+        ExpectFailure(Run({"plugin", "new", name}), "can be no plugin's name: ");
+    }
+    ExpectFailure(Run({"plugin", "new", "cpu"}), "is there already");
+}
+
+TEST(NameConflicts, ArePairsThatShareFiles) {
+    struct Row {
+        std::vector<std::string> names;
+        std::size_t conflicts;
+    };
+    const Row rows[] = {
+        {{"cpu", "cpu-0"}, 1}, {{"cpu", "cpu-3"}, 0}, {{".cpu", "cpu"}, 1}, {{"cpu", ".cpu-2"}, 1},
+        {{"cpu", "CPU"}, 1},   {{"CPU-1", "cpu"}, 1}, {{"cpu", "cpu"}, 0},  {{"a.b", "aXb"}, 0},
+        {{"cpu", "cpu.0"}, 0}, {{"a-0", "a-0-1"}, 1},
+    };
+    for (const Row& row : rows) {
+        EXPECT_EQ(Ctl::FindNameConflicts(row.names).size(), row.conflicts)
+            << testing::PrintToString(row.names);
+    }
+}
+
+}  // namespace
+}  // namespace CtlTest
