@@ -9,6 +9,8 @@
 #include <ostream>
 #include <string_view>
 
+#include <signal.h>
+
 namespace Ctl {
 
 namespace {
@@ -48,8 +50,10 @@ std::string EndText(const PluginEnd& end) {
     }
     const std::string why = end.asked == PluginEnd::Asked::TimeWasOver ? "its time was over"
                                                                        : "the run was interrupted";
-    return how + ": " + why +
-           (end.wasKilled ? ", and SIGTERM did not end it" : ", and it was sent SIGTERM");
+    if (end.wasKilled) {
+        return how + ": " + why + ", and SIGTERM did not end it";
+    }
+    return how + ": " + why + (end.signal == SIGTERM ? "" : ", and it was sent SIGTERM");
 }
 
 void WriteFacts(const PluginRun& run, std::ostream& output) {

@@ -75,7 +75,9 @@ void JudgePosts(PluginRun& run) {
     const auto good = std::count_if(run.posts.begin(), run.posts.end(),
                                     [](const PostJudgement& post) { return post.IsGood(); });
     if (run.posts.empty()) {
-        TellNothingPosted(run);
+        if (run.end.asked != PluginEnd::Asked::Interrupted) {
+            TellNothingPosted(run);
+        }
         return;
     }
     const Severity severity = good == 0 ? Severity::Error : Severity::Warning;

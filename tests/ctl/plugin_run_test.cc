@@ -1,0 +1,164 @@
+// "plugin run" by the real program, of plugins that do well and badly.
+#include "ctl/tool_host.h"
+#include "support/cgroup_root.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <cerrno>
+#include <csignal>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace CtlTest {
+namespace {
+
+using testing::HasSubstr;
+using Json = nlohmann::json;
+
+namespace fs = std::filesystem;
+
+// post PATH TYPE BODY, and "$good", which is a report "plug".
+constexpr const char* kPrelude = R"(#!/bin/bash
+post() {
+    exec 3<>/dev/tcp/127.0.0.1/9996
+    printf 'POST %s HTTP/1.1\r\nContent-Type: %s\r\nContent-Length: %d\r\n\r\n%s' "$1" "$2" ${#3} "$3" >&3
+    read -r answer <&3
+    exec 3>&-
+}
+json=application/json
+good='{"structured": {"name": "plug", "time": "2024-03-05T14:07:09Z", "status": 1},
+       "unstructured": {"reason": "so so", "metrics": {"load": 1.5}}}'
+)";
+
+class PluginRun : public ToolHost {
+  protected:
+    PluginRun() {
+        if (root.Problem().empty()) {
+            environment.push_back("SENTREL_CGROUP_ROOT=" + root.Path());
+            EXPECT_EQ(RunTool({"group", "ensure"}, environment).status, 0);
+        }
+    }
+
+    void Install(const std::string& body, const char* entry = "{}") const {
+        ::Test::WriteFile(File(), kPrelude + body);
+        fs::permissions(File(), fs::perms::owner_all);
+        (void)host.WriteStoreEntry("plug", entry);
+    }
+    std::string File() const { return host.Root() + "/usr/lib/korvex/sentrel/plugins/bin/plug"; }
+    ToolResult RunIt(std::vector<std::string> options = {}) const {
+        options.insert(options.begin(), {"plugin", "run", "plug"});
+        return RunTool(options, environment);
+    }
+
+    const ::Test::CgroupRoot root;  // where there is none, its group is the tool's own table
+    std::vector<std::string> environment = {"SENTREL_ROOT=" + host.Root()};
+};
+
+TEST_F(PluginRun, JudgesWhatItDoesAndPosts) {
+    struct Row {
+        const char* body;
+        int status;           // of the tool
+        const char* end;      // of the plugin
+        const char* reports;  // names and answers
+        const char* finding;
+        const char* timeout = "1000";
+    };
+    const Row rows[] = {
+        {"post /plug $json \"$good\"; post /any/plug $json \"$good\"", 0, "0", "plug 200 plug 200 ",
+         ""},
+        {"post /plug $json \"$good\"; exit 3", 1, "3", "plug 200 ", "it ended with status 3"},
+        {"kill -SEGV $$", 1, "SIGSEGV", "", "SIGSEGV ended it"},
+        {"exec sleep 1000", 1, "SIGTERM", "", "so that it was sent SIGTERM", "1"},
+        {"echo why >&2", 1, "0", "", "it has posted no report"},
+        {"post /plug $json '{'; post /plug $json \"$good\"", 0, "0", "plug 200 plug 200 ",
+         "its report \"plug\" is not good: line 1"},
+        {"post /plug text/plain \"$good\"; post / $json \"$good\"; post /p%20 $json \"$good\"", 1,
+         "0", "plug 400  206 p%20 500 ", "send exactly \"Content-Type: application/json\""},
+        {"post /plugin $json \"${good/plug/plugin}\"", 1, "0", "plugin 200 ",
+         "is not called like it"},
+        {"post /plug.more $json \"${good/plug/plug.more}\"; exec <&- >&- 2>&-", 0, "0",
+         "plug.more 200 ", ""},
+    };
+    for (const Row& row : rows) {
+        Install(row.body);
+        const ToolResult result = RunIt({"--json", "--timeout", row.timeout});
+        EXPECT_EQ(result.status, row.status) << row.body << result.error;
+        const Json run = Json::parse(result.output);
+        const Json& end = run["signal"].is_null() ? run["exitStatus"] : run["signal"];
+        EXPECT_EQ(end.is_string() ? end.get<std::string>() : end.dump(), row.end) << row.body;
+        std::string reports;
+        for (const Json& report : run["reports"]) {
+            reports += report["name"].get<std::string>() + " " + report["answer"].dump() + " ";
+        }
+        EXPECT_EQ(reports, row.reports) << row.body;
+        std::string findings;
+        for (const Json& finding : run["findings"]) {
+            findings += finding["text"].get<std::string>() + "\n";
+        }
+        EXPECT_THAT(findings, HasSubstr(row.finding)) << row.body;
+        EXPECT_EQ(findings.empty(), *row.finding == '\0') << findings;
+    }
+}
+
+TEST_F(PluginRun, GivesItWhatTheDaemonGives) {
+    Install(
+        "echo \"$# $*\"; tr '\\0' ' ' < /proc/$$/environ; pwd; ls /proc/$$/fd | tr '\\n' ' '; "
+        "readlink /proc/$$/fd/0; read -r -a stat < /proc/$$/stat; "
+        "[[ ${stat[5]} = $$ ]] && echo leads; post /plug $json \"$good\"",
+        R"({"log_level": "warning"})");
+    const ToolResult result = RunIt();
+    EXPECT_EQ(result.status, 0) << result.output;
+    EXPECT_THAT(result.output,
+                HasSubstr("\n  4 ++group=sentrel-plugins,mem=40 -u http://localhost:9996 "
+                          "--loglevel=warning\n  /\n  0 1 2 255 /dev/null\n  leads\n"));
+    EXPECT_THAT(result.output, HasSubstr("\nReport plug: WARNING, "));
+    EXPECT_THAT(result.output, HasSubstr(", good\n  so so\n  load 1.5\n\nFine for production.\n"));
+}
+
+TEST_F(PluginRun, KeepsTheBeginningOfLongOutputAndEndsWhatItLeaves) {
+    Install(
+        "head -c 3000000 /dev/zero | tr '\\0' x\n"
+        "setsid sleep 1000 > /dev/null 2>&1 &\n"
+        "until [[ $(< /proc/$!/comm) = sleep ]]; do :; done");
+    const Json run = Json::parse(RunIt({"--json"}).output);
+    EXPECT_EQ(run["standardOutput"]["bytes"], 3000000);
+    EXPECT_EQ(run["standardOutput"]["text"], std::string(65536, 'x'));
+    ASSERT_EQ(run["left"].size(), 1U) << run;
+    EXPECT_EQ(run["left"][0]["name"], "sleep");
+    EXPECT_EQ(::kill(run["left"][0]["pid"].get<pid_t>(), 0), -1);
+    EXPECT_EQ(errno, ESRCH);
+}
+
+TEST_F(PluginRun, FindsWhatTheDaemonStores) {
+    StartDaemon();
+    Install("post /plug $json \"$good\"; post /other $json \"$good\"", R"({"enabled": false})");
+    const ToolResult result = RunIt();
+    EXPECT_EQ(result.status, 0) << result.output;
+    EXPECT_THAT(result.output, HasSubstr("Report plug: WARNING, "));
+    EXPECT_THAT(result.output, HasSubstr("the daemon does not start it: "));
+    EXPECT_TRUE(fs::exists(ReportDirectory() + "/plug-0.json"));
+    ExpectFailure(RunTool({"plugin", "run", "plug", "--reports", "/no/such"}, environment),
+                  "the report directory");
+}
+
+TEST_F(PluginRun, SaysWhyItCannotBeStarted) {
+    ExpectFailure(RunIt(), "there is no plugin \"plug\"");
+    Install("");
+    ExpectFailure(RunTool({"plugin", "run", "lug"}, environment), "do you mean \"plug\"?");
+    fs::permissions(File(), fs::perms::owner_read);
+    ExpectFailure(RunIt(), "Permission denied; make it executable: chmod +x ");
+    fs::remove(File());
+    fs::create_symlink("/no/such", File());
+    ExpectFailure(RunIt(), "No such file or directory; it is a link to nothing");
+    EXPECT_EQ(RunIt({"--timeout", "soon"}).status, 2);
+    if (root.Problem().empty()) {
+        fs::remove(root.Path() + "/host/pax/kolbern/sentrel-plugins");
+        ExpectFailure(RunIt(), "make it with \"sentrelctl group ensure\"");
+    }
+}
+
+}  // namespace
+}  // namespace CtlTest
