@@ -2,16 +2,14 @@
 
 #include "ctl/input_file.h"
 #include "ctl/plugin_findings.h"
+#include "ctl/plugin_times.h"
 #include "ctl/report_age.h"
 #include "ctl/report_check.h"
 #include "ctl/report_history.h"
-#include "platform/sys/host_root.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <stdexcept>
-
-#include <sys/stat.h>
 
 namespace Ctl {
 
@@ -19,27 +17,13 @@ namespace {
 
 constexpr std::size_t kMaxReportBytes = std::size_t{16} << 20;  // as the daemon reads them
 
-std::chrono::system_clock::time_point ChangeTime(const std::string& path) {
-    struct stat status {};
-    (void)::lstat(path.c_str(), &status);  // what is gone has not changed lately
-    return std::chrono::system_clock::from_time_t(status.st_ctim.tv_sec);
-}
-
-// Whether the plugin or its configuration is newer than the daemon, which looks at its start only.
-bool IsNews(const SurveyedPlugin& plugin, const DaemonProcess& daemon) {
-    const Tabulon::EntryPaths files = StoreFilesOf(plugin.Name());
-    return ChangeTime(plugin.location) > daemon.started ||
-           ChangeTime(Sys::HostPath(files.host)) > daemon.started ||
-           ChangeTime(Sys::HostPath(files.vendor)) > daemon.started;
-}
-
 std::vector<Finding> ExplainSilence(const std::string& subject, const SurveyedPlugin& plugin,
                                     const PluginSurroundings& surroundings) {
     if (!surroundings.daemon || surroundings.reportDirectory.empty()) {
         return {};
     }
     const DaemonProcess& daemon = *surroundings.daemon;
-    if (IsNews(plugin, daemon)) {
+    if (IsNewerThan(plugin, daemon)) {
         return {{Severity::Notice, subject,
                  "no report yet: it, or its configuration, is newer than the daemon's start",
                  "restart the daemon, which looks for plugins at its start only: systemctl restart "

@@ -1,5 +1,7 @@
 #include "ctl/plugin_times.h"
 
+#include "platform/sys/host_root.h"
+
 #include <algorithm>
 #include <cstdint>
 
@@ -14,6 +16,12 @@ namespace {
 
 bool IsSameQueue(const SurveyedPlugin& one, const SurveyedPlugin& other) {
     return one.entry.info.frequency == other.entry.info.frequency;
+}
+
+system_clock::time_point ChangeTime(const std::string& path) {
+    struct stat status {};
+    (void)::lstat(path.c_str(), &status);  // what is gone has not changed lately
+    return system_clock::from_time_t(status.st_ctim.tv_sec);
 }
 
 // When the newest of its reports was stored.
@@ -89,6 +97,13 @@ std::vector<std::string> MayBeEndedBy(const PluginSurvey& survey, const Surveyed
     return names;
 }
 
+bool IsNewerThan(const SurveyedPlugin& plugin, const DaemonProcess& daemon) {
+    const Tabulon::EntryPaths files = StoreFilesOf(plugin.Name());
+    return ChangeTime(plugin.location) > daemon.started ||
+           ChangeTime(Sys::HostPath(files.host)) > daemon.started ||
+           ChangeTime(Sys::HostPath(files.vendor)) > daemon.started;
+}
+
 std::optional<system_clock::time_point> EstimateNextLaunch(const SurveyedPlugin& plugin,
                                                            const PluginSurroundings& surroundings) {
     if (!surroundings.daemon) {
@@ -96,8 +111,12 @@ std::optional<system_clock::time_point> EstimateNextLaunch(const SurveyedPlugin&
     }
     const system_clock::time_point started = surroundings.daemon->started;
     const auto report = NewestReport(plugin, surroundings);
-    if (report && *report > started && *report + plugin.period > surroundings.now) {
-        return *report + plugin.period;
+    if (report && *report > started) {
+        if (*report + plugin.period > surroundings.now) {
+            return *report + plugin.period;
+        }
+    } else if (IsNewerThan(plugin, *surroundings.daemon)) {
+        return std::nullopt;
     }
     const system_clock::time_point first = started + plugin.firstRun;
     if (first > surroundings.now) {

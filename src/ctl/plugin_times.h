@@ -26,8 +26,13 @@ std::chrono::seconds GuaranteedRunTime(const PluginSurvey& survey, const Surveye
 // come at any time, since each batch counts its period from the end of its own last run.
 std::vector<std::string> MayBeEndedBy(const PluginSurvey& survey, const SurveyedPlugin& plugin);
 
+// Whether the plugin's file or its configuration changed after the daemon's start, at which it
+// looks for plugins once.
+bool IsNewerThan(const SurveyedPlugin& plugin, const DaemonProcess& daemon);
+
 // An estimate: a period after the newest stored report, which is about when it was launched last,
-// or what the plan says for a daemon that started when this one did. Nothing without a daemon.
+// or what the plan says for a daemon that started when this one did. Nothing without a daemon,
+// and for a plugin that is newer than it and has not reported to it.
 std::optional<std::chrono::system_clock::time_point> EstimateNextLaunch(
     const SurveyedPlugin& plugin, const PluginSurroundings& surroundings);
 
