@@ -25,7 +25,8 @@ TEST(CommandLine, TellsEachMistakeInOneLineWithStatus2) {
         {{""}, "there is no command \"\"; see \"sentrelctl --help\""},
         {{"gr\noup"}, "there is no command \"gr\\x0aoup\"; see \"sentrelctl --help\""},
         {{"group"},
-         "\"group\" needs one of its commands: ensure, show; see \"sentrelctl group --help\""},
+         "\"group\" needs one of its commands: ensure, show, kill; see \"sentrelctl group "
+         "--help\""},
         {{"group", "make"}, "there is no command \"group make\"; see \"sentrelctl group --help\""},
         {{"ensure"}, "there is no command \"ensure\"; see \"sentrelctl --help\""},
         {{"group", "show", "all"},

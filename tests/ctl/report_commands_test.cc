@@ -113,9 +113,10 @@ TEST_F(ReportCommands, PostWhatIsGood) {
     const std::string file = host.Base() + "document";
     ::Test::WriteFile(file, R"({"structured":{"name":"old","time":"2024-03-05T14:07:09"}})");
     ExpectFailure(Run({"post", "new", file}),
-                  "this is no good report \"new\": structured.name is \"old\", not \"new\"; "
+                  "this is no good report \"new\": unstructured is missing: add any JSON value; "
+                  "structured.name is \"old\", not \"new\"; "
                   "structured.time \"2024-03-05T14:07:09\" has no zone: add Z or such as +01:00; "
-                  "unstructured is missing; mend that and post it again");
+                  "mend that and post it again");
     ExpectFailure(Run({"post", "new", "/none"}), "the report file /none cannot be read: ");
     ::Test::WriteFile(file, document);
     ASSERT_EQ(daemon->Stop(), 0);
