@@ -134,21 +134,21 @@ constexpr std::array<Command, 4> kCommands = {{
      RunList},
     {"plugin plan",
      "show when each plugin is launched, and how long it may run",
-     "Shows the timetable: after how long each plugin is launched first, counted from the "
-     "daemon's\n"
-     "start; how often from then on; how long it may run at least; and, as an estimate, in how\n"
-     "long it is launched next (a period after its newest report, else what the plan says for a\n"
-     "daemon that started when this one did).\n\n"
-     "What is GUARANTEED, and why: a plugin is sent SIGTERM when the next plugin of its own queue "
-     "is\n"
-     "launched, or the first plugin of any queue. In the first round all are launched one after\n"
-     "another, 30 s apart, so each has 30 s and the very last one more. In later rounds those of "
-     "one\n"
-     "queue keep this distance, but for some milliseconds a round, since a period is counted from\n"
-     "the end of one launch to the next. So the queues drift against each other, and from the "
-     "second\n"
-     "round on the first plugin of another queue may come at any moment, once in its own period.\n"
-     "UNLESS ENDED BY names those.\n",
+     "Shows the timetable: after how long each plugin is launched first, counted from the start "
+     "of\n"
+     "the daemon; how often from then on; how long it may run at least; and, as an estimate, in "
+     "how\n"
+     "long it is launched next: a period after its newest report, else what the plan says for a\n"
+     "daemon that started when this one did. A plugin that the daemon does not know yet has "
+     "\"-\".\n\n"
+     "What is GUARANTEED, and why: a plugin is sent SIGTERM when the next one of its own queue is\n"
+     "launched, or the first one of any queue. In the first round all are launched one after\n"
+     "another, 30 s apart, so each has 30 s, the very last one at least. In later rounds those of\n"
+     "a queue keep this distance, but for some milliseconds a round, since a period is counted\n"
+     "from the end of one launch to the next. So the queues drift against each other, and from "
+     "the\n"
+     "second round on the first plugin of another queue may come at any moment, once in its own\n"
+     "period. UNLESS ENDED BY names those.\n",
      "sentrelctl plugin plan",
      kReportOptions,
      {},

@@ -9,7 +9,8 @@
 
 namespace Ctl {
 
-inline constexpr std::array<const char*, 3> kPluginLanguages{"sh", "python", "cpp"};
+inline constexpr std::array<const char*, 3> kPluginLanguages = {"sh", "python", "cpp"};
+
 inline constexpr std::array<Option, 3> kNewOptions = {{
     {"--language", "LANG", "sh (the default), python or cpp", Completes::Nothing, kPluginLanguages},
     {"--frequency", "QUEUE", "fast (the default), medium or slow", Completes::Nothing,

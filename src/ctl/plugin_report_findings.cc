@@ -11,6 +11,8 @@
 #include <cstddef>
 #include <stdexcept>
 
+#include <unistd.h>
+
 namespace Ctl {
 
 namespace {
@@ -50,12 +52,17 @@ bool IsLeftOut(const std::string& directory, const std::string& report) {
 
 void CheckReport(const std::string& subject, const std::string& directory,
                  const std::string& report, std::vector<Finding>& findings) {
+    const std::string path = directory + report + ".json";
     std::vector<std::string> problems;
     try {
-        problems = FindProblems(
-            ReadInputFile(directory + report + ".json", kMaxReportBytes, "the report"), report);
-    } catch (const std::runtime_error&) {
-        return;  // its link is being renewed just now; if it stays so, there is no report
+        problems = FindProblems(ReadInputFile(path, kMaxReportBytes, "the report"), report);
+    } catch (const std::runtime_error& error) {
+        // Else its link is being renewed just now.
+        if (::access(path.c_str(), F_OK) == 0) {
+            findings.push_back({Severity::Notice, subject, error.what(),
+                                "run this as a user who may, such as root"});
+        }
+        return;
     }
     if (problems.empty()) {
         return;

@@ -38,10 +38,11 @@ command -v curl >/dev/null || fail 1 'curl is missing; install the package curl'
 # ---- The check. Change it: status is 0 ok, 1 warning, 2 error, 3 none, 4 unknown. ----
 warning=80 critical=95 # % of the limit
 status=4 reason='/proc/sys/fs/file-nr cannot be read' metrics=''
-set -- $(cat /proc/sys/fs/file-nr 2>/dev/null) # open, unused, limit
-if [ $# -eq 3 ]; then
-    open=$1
-    used=$((100 * open / $3))
+read -r open _ limit <<NUMBERS
+$(cat /proc/sys/fs/file-nr 2>/dev/null)
+NUMBERS
+if [ -n "$limit" ]; then
+    used=$((100 * open / limit))
     status=0
     [ "$used" -lt "$warning" ] || status=1
     [ "$used" -lt "$critical" ] || status=2

@@ -245,7 +245,8 @@ constexpr std::array<Command, 4> kCommands = {{
      "A state is what the report says (OK, WARNING, ERROR, NONE, UNKNOWN), or\n"
      "  STALE    it is older than one and a half periods of its plugin\n"
      "  NEVER    an enabled plugin has no report yet\n"
-     "  INVALID  there is a report that cannot be read\n",
+     "  INVALID  there is a report that cannot be read\n\n"
+     "Names that share files are warned of on standard error, with --json in \"warnings\".\n",
      "sentrelctl list --full --state ERROR --state STALE",
      kListOptions,
      {"[NAME...]", 0, 1000000, Completes::ReportName, Completes::ReportName},
