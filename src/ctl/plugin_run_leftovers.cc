@@ -88,9 +88,14 @@ std::vector<Descendant> FindDescendants() {
     return descendants;
 }
 
-void ReapEnded() {
-    while (::waitpid(-1, nullptr, WNOHANG) > 0) {
-    }
+// Reaps what has ended; false when nothing is left: what has no other parent is a child of this
+// process. A look at /proc can miss those that end and start others meanwhile.
+bool HasChildren() {
+    pid_t reaped = 0;
+    do {
+        reaped = ::waitpid(-1, nullptr, WNOHANG);
+    } while (reaped > 0);
+    return reaped == 0;
 }
 
 void Add(const Descendant& descendant, std::vector<LeftProcess>& left) {
@@ -107,27 +112,27 @@ void Add(const Descendant& descendant, std::vector<LeftProcess>& left) {
 std::vector<LeftProcess> EndDescendants() {
     std::vector<LeftProcess> left;
     const Clock::time_point begin = Clock::now();
-    for (;;) {
-        ReapEnded();
+    while (HasChildren()) {
+        const auto elapsed = Clock::now() - begin;
         const std::vector<Descendant> descendants = FindDescendants();
-        const bool isOver = Clock::now() - begin > kPatience;
         for (const Descendant& descendant : descendants) {
             Add(descendant, left);
             // fails only when it has ended
-            (void)descendant.process.Signal(Clock::now() - begin < kTermPatience ? SIGTERM
-                                                                                 : SIGKILL);
+            (void)descendant.process.Signal(elapsed < kTermPatience ? SIGTERM : SIGKILL);
         }
-        if (descendants.empty() || isOver) {
-            for (const Descendant& descendant : descendants) {
-                std::find_if(left.begin(), left.end(), [&](const LeftProcess& known) {
-                    return known.pid == descendant.stat.pid;
-                })->hasEnded = false;
+        if (elapsed > kPatience) {
+            if (left.empty()) {
+                left.push_back({0, "that starts others without end", false});
             }
+            left.back().hasEnded = false;
             return left;
         }
-        pollfd entry{descendants.front().process.Get(), POLLIN, 0};
-        (void)::poll(&entry, 1, kLookMilliseconds);  // or look again after that time
+        if (!descendants.empty()) {
+            pollfd entry{descendants.front().process.Get(), POLLIN, 0};
+            (void)::poll(&entry, 1, kLookMilliseconds);  // or look again after that time
+        }
     }
+    return left;
 }
 
 }  // namespace Ctl

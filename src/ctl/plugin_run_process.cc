@@ -79,7 +79,7 @@ Sys::OwnedFd TakeOverSignals() {
     (void)std::signal(SIGCHLD, SIG_DFL);  // an ignored one would lose the exit status
     sigset_t set{};
     (void)::sigemptyset(&set);  // these cannot fail for signals that exist
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    for (const int signal : {SIGINT, SIGQUIT, SIGTERM, SIGHUP}) {
         (void)::sigaddset(&set, signal);
     }
     (void)::pthread_sigmask(SIG_BLOCK, &set, nullptr);

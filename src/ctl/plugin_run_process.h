@@ -59,9 +59,9 @@ class PluginProcess {
   public:
     // Launches `plugin` with /dev/null as its standard input, and a socket that is read here as its
     // output and error, like that of the journal. This process adopts what the plugin leaves
-    // behind, and leaves SIGINT, SIGTERM and SIGHUP to Await from now on. While it has one thread.
-    // With `user` it is root's. Throws std::runtime_error, with what to do, when the plugin cannot
-    // be started.
+    // behind, and leaves SIGINT, SIGQUIT, SIGTERM and SIGHUP to Await from now on. While it has one
+    // thread. With `user` it is root's. Throws std::runtime_error, with what to do, when the plugin
+    // cannot be started.
     PluginProcess(const Sentrel::Plugin& plugin, const std::optional<RunUser>& user);
     // Kills it when it has not been awaited.
     ~PluginProcess();
@@ -70,7 +70,7 @@ class PluginProcess {
 
     pid_t Pid() const { return pid; }
     // Watches it to its end. Sends it SIGTERM when `timeout` after its start is over, or when this
-    // program gets one of the three signals, and SIGKILL kEndPatience later, or at a second such
+    // program gets one of these signals, and SIGKILL kEndPatience later, or at a second such
     // signal. Ends what it left behind. Once.
     PluginEnd Await(std::chrono::seconds timeout);
 

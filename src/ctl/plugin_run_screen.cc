@@ -81,7 +81,9 @@ void WriteFacts(const PluginRun& run, std::ostream& output) {
 void WriteIndented(std::string_view text, std::ostream& output) {
     while (!text.empty()) {
         const std::size_t end = std::min(text.find('\n'), text.size());
-        output << kIndent << PrintableText(text.substr(0, end)) << '\n';
+        std::string line(text.substr(0, end));
+        std::replace(line.begin(), line.end(), '\t', ' ');  // which is not printable otherwise
+        output << kIndent << PrintableText(line) << '\n';
         text.remove_prefix(std::min(end + 1, text.size()));
     }
 }

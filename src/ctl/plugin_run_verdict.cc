@@ -2,13 +2,17 @@
 #include "ctl/plugin_run_result.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <utility>
 
+#include <signal.h>
 #include <string.h>
 
 namespace Ctl {
 
 namespace {
+
+constexpr std::size_t kShownProcesses = 5;
 
 void Tell(PluginRun& run, Severity severity, std::string text, std::string remedy) {
     run.findings.push_back({severity, "plugin " + run.plugin, std::move(text), std::move(remedy)});
@@ -20,18 +24,26 @@ void JudgeEnd(PluginRun& run) {
     const PluginEnd& end = run.end;
     const std::string look = end.error.bytes > 0 ? "what it wrote to standard error may say why"
                                                  : "let it write why to standard error";
-    if (end.wasKilled) {
+    if (end.asked == PluginEnd::Asked::Interrupted) {
+        Tell(run, Severity::Error,
+             "the run was interrupted" +
+                 std::string(end.wasKilled ? ", and SIGTERM did not end it" : ""),
+             "run it again to its end");
+    } else if (end.wasKilled) {
         Tell(run, Severity::Error,
              "it did not end within " + SecondsText(kEndPatience) + " after SIGTERM",
              "let it end at SIGTERM: in production it would keep running, until \"sentrelctl group "
              "kill\" ends it");
-    } else if (end.asked == PluginEnd::Asked::Interrupted) {
-        Tell(run, Severity::Error, "the run was interrupted", "run it again to its end");
     } else if (end.asked == PluginEnd::Asked::TimeWasOver) {
         Tell(
             run, end.signal != 0 || end.exitStatus != 0 ? Severity::Error : Severity::Warning,
             "its time was over after " + SecondsText(run.timeout) + ", so that it was sent SIGTERM",
             "let it end by itself in less, whatever it waits for");
+    } else if (end.signal == SIGKILL) {
+        Tell(run, Severity::Error, "SIGKILL ended it, which was not sent here",
+             "look at the kernel's log, whether memory was out. If it ended at once: after a write "
+             "to cgroup.kill some kernels end all that is started in that group; remove the group "
+             "with rmdir, and make it again with \"sentrelctl group ensure\"");
     } else if (end.signal != 0) {
         Tell(run, Severity::Error, NameOfSignal(end.signal) + " ended it", look);
     }
@@ -41,13 +53,25 @@ void JudgeEnd(PluginRun& run) {
 }
 
 void JudgeLeft(PluginRun& run) {
-    for (const LeftProcess& left : run.end.left) {
-        Tell(run, Severity::Warning,
-             "it left the process " + left.name + " (" + std::to_string(left.pid) + ") running" +
-                 (left.hasEnded ? ", which was ended here" : ", which could not be ended"),
-             "let it wait for what it starts: in production that would keep running, until "
-             "\"sentrelctl group kill\" ends it");
+    const std::vector<LeftProcess>& left = run.end.left;
+    if (left.empty()) {
+        return;
     }
+    std::string text = "it left running";
+    for (std::size_t index = 0; index < std::min(left.size(), kShownProcesses); ++index) {
+        text += (index == 0 ? " " : ", ") + left[index].name + " (" +
+                std::to_string(left[index].pid) + ")";
+    }
+    text += left.size() > kShownProcesses
+                ? " and " + std::to_string(left.size() - kShownProcesses) + " others"
+                : "";
+    const bool allEnded = std::all_of(left.begin(), left.end(),
+                                      [](const LeftProcess& process) { return process.hasEnded; });
+    Tell(run, Severity::Warning,
+         text + (allEnded ? ", ended here"
+                          : ", which could not be ended: see \"sentrelctl group show\""),
+         "let it wait for what it starts: in production that would keep running, until "
+         "\"sentrelctl group kill\" ends it");
 }
 
 std::string Join(const std::vector<std::string>& names) {
