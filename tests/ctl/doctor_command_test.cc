@@ -1,0 +1,214 @@
+// "doctor" and what it finds things out with, on a healthy host and on one with a dozen faults.
+#include "ctl/listening_sockets.h"
+#include "ctl/process_stat.h"
+#include "ctl/tool_host.h"
+#include "platform/sys/owned_fd.h"
+#include "support/cgroup_root.h"
+#include "support/http_client.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+
+#include <netinet/in.h>
+#include <sys/prctl.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace CtlTest {
+namespace {
+
+using Json = nlohmann::json;
+using testing::HasSubstr;
+
+class DoctorCommand : public ToolHost {
+  protected:
+    void SetUp() override {
+        if (!group.Problem().empty()) {
+            GTEST_SKIP() << group.Problem();
+        }
+        OutputOf({"token", "init"});
+        const std::string variable = "SENTREL_CGROUP_ROOT=" + group.Path();
+        ASSERT_EQ(RunTool({"group", "ensure"}, {"SENTREL_ROOT=" + host.Root(), variable}).status,
+                  0);
+    }
+    void Start() {
+        ::Test::DaemonOptions options;
+        options.program = SENTREL_DAEMON_PATH;
+        options.arguments = {"-r", ReportDirectory()};
+        options.root = host.Root();
+        options.cgroupRoot = group.Path();
+        daemon.emplace(options);
+        ASSERT_TRUE(daemon->WaitUntilReady());
+    }
+    std::string Group() const { return group.Path() + "/host/pax/kolbern/sentrel-plugins"; }
+
+    const ::Test::CgroupRoot group;
+};
+
+// Whether one of the findings is so; all of them are shown when none is.
+void ExpectFinding(const Json& findings, const std::string& severity, const std::string& subject,
+                   const std::string& text) {
+    for (const Json& finding : findings) {
+        if (finding["severity"] == severity && finding["subject"] == subject &&
+            finding["text"].get<std::string>().find(text) != std::string::npos) {
+            EXPECT_EQ(finding["remedy"] == "", severity == "ok") << finding;
+            return;
+        }
+    }
+    ADD_FAILURE() << "no " << severity << " of " << subject << ": " << text << " in\n" << findings;
+}
+
+TEST_F(DoctorCommand, FindsNoFaultOnAHealthyHost) {
+    Start();
+    ::Test::HttpClient client;
+    EXPECT_EQ(client.Post("/my.check", ::Test::ReportDocument("my.check")), 200);
+    const ToolResult result = Run({"doctor", "--json"});
+    EXPECT_EQ(result.status, 0) << result.error;
+    const Json answer = Json::parse(result.output);
+    EXPECT_THAT(answer["worst"], testing::AnyOf("ok", "notice")) << answer;
+    ExpectFinding(answer["findings"], "ok", "daemon",
+                  "process " + std::to_string(daemon->GetPid()) + " of ");
+    ExpectFinding(answer["findings"], "ok", "API", "9984 on 127.0.0.1");
+    ExpectFinding(answer["findings"], "ok", "group", Group());
+    EXPECT_THAT(OutputOf({"group", "show"}), HasSubstr("SENTREL_CGROUP_ROOT of the daemon"));
+}
+
+TEST_F(DoctorCommand, TellsEachFaultOfABrokenHost) {
+    const pid_t old = ::fork();  // older than the daemon, so nobody will end it
+    if (old == 0) {
+        (void)::prctl(PR_SET_PDEATHSIG, SIGKILL);
+        for (;;) {
+            ::pause();
+        }
+    }
+    std::ofstream(Group() + "/cgroup.procs") << old << std::flush;
+    Start();
+    const std::string reports = ReportDirectory();
+    const std::string plugins = host.Root() + "/usr/lib/korvex/sentrel/plugins/bin";
+    const std::string key = host.Root() + "/var/lib/korvex/oru/token/signing-key.json";
+    ::Test::HttpClient client;
+    client.Post("/late", R"({"structured": {"name": "late", "time": "2099-01-01T00:00:00",
+                            "status": 2}, "unstructured": {}})");
+    client.Post("/bad", R"({"structured": {"name": "other"}, "unstructured": {}})");
+    ::Test::WriteFile(reports + "/stray", "");
+    std::filesystem::create_symlink("nowhere", reports + "/gone.json");
+    std::filesystem::permissions(reports, std::filesystem::perms::all);
+    host.WriteStoreEntry("ghost", R"({"enabled": true, "frequency": "fast", "log_level": "info"})");
+    std::filesystem::create_symlink("nowhere", plugins + "/ghost");
+    host.WriteStoreEntry("sentrel", R"({"http_port": "many"})");
+    std::filesystem::permissions(key, std::filesystem::perms(0644));
+    ::Test::WriteFile(host.Root() + "/etc/korvex/oru/token/jwks.json", R"({"keys": [{"d": ""}]})");
+    std::filesystem::create_directories(host.Root() + "/var/log/korvex");
+    ::Test::WriteFile(host.Root() + "/var/log/korvex/audit.jsonl", "");
+    std::filesystem::permissions(host.Root() + "/var/log/korvex/audit.jsonl",
+                                 std::filesystem::perms(0666));
+    ::Test::WriteFile(host.Root() + "/usr/lib/korvex/quon/observability_quon_metadata.json", "{");
+    std::ofstream(Group() + "/cgroup.freeze") << "1" << std::flush;
+
+    const ToolResult result = Run({"doctor", "--json"});
+    EXPECT_EQ(result.status, 1) << result.error;
+    const Json findings = Json::parse(result.output)["findings"];
+    const struct {
+        const char* severity;
+        const char* subject;
+        const char* text;
+    } rows[] = {
+        {"warning", "changes", "sentrel.json"},
+        {"error", "plugin ghost", "is a link to nowhere, which is missing"},
+        {"error", "group", "is frozen"},
+        {"warning", "group", "1 process has outlived the batch: "},
+        {"warning", "report directory", "can be written by others"},
+        {"warning", "report directory", "links to nothing, so these reports are not served: gone"},
+        {"notice", "report directory", "no files of reports: stray"},
+        {"error", "reports",
+         "1 INVALID (they cannot be read, and full listings leave them out): b"},
+        {"warning", "reports", "1 ERROR: late"},
+        {"warning", "times of reports", "without a zone"},
+        {"warning", "times of reports", "in the future: late"},
+        {"error", "signing key", "0644) is open to others"},
+        {"error", "trust set", "holds private keys"},
+        {"error", "trust set", "no key that can be used"},
+        {"warning", "audit log", "0666) is open to everybody"},
+        {"error", "metadata file", "is not JSON"},
+    };
+    for (const auto& row : rows) {
+        ExpectFinding(findings, row.severity, row.subject, row.text);
+    }
+    EXPECT_THAT(OutputOf({"group", "kill"}), HasSubstr("Ended 1 process.\n"));
+    int status = 0;
+    EXPECT_EQ(::waitpid(old, &status, 0), old);
+    EXPECT_TRUE(WIFSIGNALED(status));
+}
+
+TEST_F(DoctorCommand, SaysThatNoDaemonRunsAndWhoHasItsPort) {
+    const auto findingsNow = [this] {
+        return Json(Json::parse(Run({"doctor", "--json"}).output)["findings"]);
+    };
+    ExpectFinding(findingsNow(), "error", "daemon", "nobody listens on the intake port 9996");
+    {
+        const Sys::OwnedFd stranger(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+        const int again = 1;  // the port of an earlier daemon may have to rest
+        (void)::setsockopt(stranger.Get(), SOL_SOCKET, SO_REUSEADDR, &again, sizeof again);
+        sockaddr_in address{};  // any
+        address.sin_family = AF_INET;
+        address.sin_port = htons(9996);
+        ASSERT_EQ(
+            ::bind(stranger.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+        ASSERT_EQ(::listen(stranger.Get(), 1), 0);
+        const Json findings = findingsNow();
+        ExpectFinding(findings, "error", "daemon",
+                      "held by process " + std::to_string(::getpid()) + " (");
+        ExpectFinding(findings, "error", "intake port",
+                      "port 9996 listens on 0.0.0.0, every address of this host");
+    }
+    host.WriteStoreEntry("sentrel", "{");
+    ExpectFinding(findingsNow(), "error", "daemon", "it cannot start with its settings");
+}
+
+TEST(ProcFiles, AreReadAsTheKernelWritesThem) {
+    const auto process =
+        Ctl::ParseProcessStat("7 (a) (b c) S 1 7 5 0 -1 0 0 0 0 0 0 0 0 0 20 0 1 0 250 9 9", 100);
+    ASSERT_TRUE(process);
+    EXPECT_EQ(process->name, "a) (b c");
+    EXPECT_EQ(process->parent, 1);
+    EXPECT_EQ(process->session, 5);
+    EXPECT_EQ(process->uptime, std::chrono::milliseconds(2500));
+    EXPECT_FALSE(Ctl::ParseProcessStat("7 (a) S 1 7 5", 100));
+
+    using Reach = Ctl::ListeningSocket::Reach;
+    const struct {
+        const char* local;  // with its state
+        const char* address;
+        Reach reach;
+    } rows[] = {
+        {"0100007F:270C 0:0 0A", "127.0.0.1", Reach::Loopback},
+        {"00000000:270C 0:0 0A", "0.0.0.0", Reach::AnyAddress},
+        {"0101A8C0:270C 0:0 0A", "192.168.1.1", Reach::OneAddress},
+        {"00000000000000000000000001000000:270C 0:0 0A", "::1", Reach::Loopback},
+        {"00000000000000000000000000000000:270C 0:0 0A", "::", Reach::AnyAddress},
+        {"0000000000000000FFFF00000100007F:270C 0:0 0A", "::ffff:127.0.0.1", Reach::Loopback},
+        {"0100007F:270D 0:0 0A", nullptr, Reach::Loopback},  // another port
+        {"0100007F:270C 0:0 01", nullptr, Reach::Loopback},  // a connection
+        {"0100007F 0:0 0A", nullptr, Reach::Loopback},
+    };
+    for (const auto& row : rows) {
+        const std::string text =
+            "  sl\n 0: " + std::string(row.local) + " 0:0 00:0 0  33        0 99 1\n";
+        const auto sockets = Ctl::ParseListeningSockets(text, 0x270C);
+        ASSERT_EQ(sockets.size(), row.address == nullptr ? 0U : 1U) << row.local;
+        if (row.address != nullptr) {
+            EXPECT_EQ(sockets[0].address, row.address);
+            EXPECT_EQ(sockets[0].reach, row.reach) << row.local;
+            EXPECT_EQ(sockets[0].inode, 99U);
+        }
+    }
+}
+
+}  // namespace
+}  // namespace CtlTest
