@@ -1,5 +1,6 @@
-// "group ensure" and "group show" by the real program, in a cgroup root of the test's own.
+// The commands "group ..." by the real program, in a cgroup root of the test's own.
 #include "ctl/tool_run.h"
+#include "platform/kernel/cgroup_location.h"
 #include "support/cgroup_root.h"
 #include "support/host_directory.h"
 
@@ -17,6 +18,7 @@
 #include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 namespace CtlTest {
@@ -94,7 +96,8 @@ TEST_F(GroupCommands, EnsureMakesTheGroupOnceAndSaysWhatIsReserved) {
         const ToolResult result = Run({"ensure"});
         EXPECT_EQ(result.status, 0) << result.error;
         EXPECT_EQ(result.output, what + std::string("host/pax/kolbern/sentrel-plugins\n") +
-                                     "Directory  " + Directory() + "\n" + reserved);
+                                     "Directory  " + Directory() +
+                                     "\nFound by   SENTREL_CGROUP_ROOT\n" + reserved);
         EXPECT_EQ(result.error, "");
         EXPECT_TRUE(std::filesystem::is_directory(Directory()));
     }
@@ -166,6 +169,32 @@ TEST_F(GroupCommands, ShowTellsTheProcessesOfTheGroupAndOfThoseInIt) {
     EXPECT_THAT(text.output, HasSubstr("Id                     " + std::to_string(status.st_ino)));
     EXPECT_EQ(answer["processes"][1]["name"], "me\nmber");
     EXPECT_THAT(text.output, HasSubstr(std::to_string(member.Pid()) + "  me\\x0amber"));
+}
+
+TEST_F(GroupCommands, KillSparesWhatIsWithinItsTimeAndWithAllNothing) {
+    ASSERT_EQ(Run({"ensure"}).status, 0);
+    ASSERT_EQ(::mkdir((Directory() + "/member").c_str(), 0755), 0);
+    const IdleProcess direct(Directory(), "direct");
+    const IdleProcess member(Directory() + "/member", "member");
+    std::ofstream(Directory() + "/cgroup.freeze") << "1" << std::flush;  // which hinders nothing
+    EXPECT_EQ(Run({"kill"}).output,
+              "No process has outlived its batch; 2 processes may run on, for 5 min at most.\n");
+    const Json answer = Json::parse(Run({"kill", "--all", "--json"}).output);
+    EXPECT_EQ(answer["ended"].size(), 2U);
+    EXPECT_EQ(answer["left"], 0);
+    EXPECT_EQ(Run({"kill", "--all"}).output, "No process is in the group.\n");
+}
+
+TEST_F(GroupCommands, OfADaemonAreInTheUnitThatHoldsIt) {
+    const std::string unit = root.Path() + "/sentrel.service";
+    std::filesystem::create_directories(unit + "/daemon");
+    const IdleProcess daemon(unit + "/daemon", "daemon");
+    const Kernel::GroupRoot before = Kernel::LocateGroupRootOf(daemon.Pid());
+    EXPECT_EQ(before.kind, Kernel::GroupRoot::Kind::Mount) << before.directory;
+    if (::setxattr(unit.c_str(), "user.delegate", "1", 1, 0) != 0) {
+        GTEST_SKIP() << "this kernel keeps no mark of a delegated cgroup";
+    }
+    EXPECT_EQ(Kernel::LocateGroupRootOf(daemon.Pid()).directory, unit);
 }
 
 TEST_F(GroupCommands, ShowOfAMissingGroupSaysHowToMakeIt) {
