@@ -107,10 +107,9 @@ void CheckTrustSet(const DoctorHost& host, Findings& findings) {
         findings.push_back({Severity::Error, subject,
                             path + " holds private keys: who reads it can sign tokens for anybody",
                             "remove those keys, and replace the key pairs"});
-    }
-    for (const std::string& unused : trusted.unused) {
-        findings.push_back({Severity::Warning, subject, "of no use: " + unused,
-                            "correct or remove that key in " + path});
+    } else if (!trusted.unused.empty()) {
+        findings.push_back({Severity::Warning, subject, "of no use: " + JoinNames(trusted.unused),
+                            "correct or remove such keys in " + path});
     }
     if (trusted.keys.empty()) {
         findings.push_back({Severity::Error, subject,

@@ -58,13 +58,15 @@ struct StateRow {
     const char* remedy;
 };
 constexpr StateRow kStateRows[] = {
-    {ReportState::Invalid, Severity::Error, "cannot be read, so a full listing leaves them out",
+    {ReportState::Invalid, Severity::Error,
+     "INVALID (they cannot be read, and full listings leave them out)",
      "sentrelctl list --state INVALID; sentrelctl history NAME says why"},
     {ReportState::Error, Severity::Warning, "ERROR", "sentrelctl list --full --state ERROR"},
-    {ReportState::Stale, Severity::Warning, "STALE: older than one and a half periods",
+    {ReportState::Stale, Severity::Warning,
+     "STALE (older than one and a half periods of the plugin)",
      "see what the plugin does: sentrelctl plugin run NAME"},
     {ReportState::Warning, Severity::Notice, "WARNING", "sentrelctl list --full --state WARNING"},
-    {ReportState::Never, Severity::Notice, "NEVER: the plugin has not reported yet",
+    {ReportState::Never, Severity::Notice, "NEVER (the plugin has not reported yet)",
      "wait for its first launch: sentrelctl plugin plan"},
 };
 
