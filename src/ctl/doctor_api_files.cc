@@ -28,16 +28,18 @@ void CheckAuditLog(const DoctorHost& host, Findings& findings) {
     const std::string path = Sys::HostPath(kAuditFile);
     const std::string user = NameOfUser(host.user.user);
     const std::size_t before = findings.size();
-    std::string problem = AccessProblem(folder, host.user, W_OK | X_OK);
+    std::optional<AccessFault> fault = FindAccessFault(folder, host.user, W_OK | X_OK);
     const std::optional<struct stat> file = StatOf(path);
-    if (file && problem.empty()) {
-        problem = AccessProblem(path, host.user, W_OK);
+    if (file && !fault) {
+        fault = FindAccessFault(path, host.user, W_OK);
     }
     // what is missing the daemon makes, where it may
-    if (!problem.empty() && (StatOf(folder) || host.user.user != 0)) {
-        findings.push_back({Severity::Error, subject, problem + ": no call of the API is recorded",
-                            "install -d -m 0750 -o " + user + " " + folder +
-                                (file ? "; chown " + user + " " + path : "")});
+    if (fault && (StatOf(folder) || host.user.user != 0)) {
+        findings.push_back(
+            {Severity::Error, subject, fault->text + ": no call of the API is recorded",
+             !fault->remedy.empty() ? fault->remedy
+                                    : "install -d -m 0750 -o " + user + " " + folder +
+                                          (file ? "; chown " + user + " " + path : "")});
     }
     if (file && (file->st_mode & S_IRWXO) != 0) {
         findings.push_back({Severity::Warning, subject,
@@ -65,8 +67,8 @@ void CheckAuditLog(const DoctorHost& host, Findings& findings) {
 void CheckMetadataFile(const DoctorHost& host, Findings& findings) {
     const std::string subject = "metadata file";
     const std::string path = Sys::HostPath(kMetadataFile);
-    std::string problem =
-        StatOf(path) ? AccessProblem(path, host.user, R_OK) : path + " is missing";
+    const std::optional<AccessFault> fault = FindAccessFault(path, host.user, R_OK);
+    std::string problem = fault ? fault->text : "";
     if (problem.empty() &&
         !nlohmann::json::accept(ReadInputFile(path, kMaxMetadataBytes, "the metadata file"))) {
         problem = path + " is not JSON";
@@ -74,8 +76,8 @@ void CheckMetadataFile(const DoctorHost& host, Findings& findings) {
     if (problem.empty()) {
         findings.push_back({Severity::Good, subject, path, ""});
     } else {
-        findings.push_back(
-            {Severity::Error, subject, problem + ": the API cannot start", kReinstall});
+        findings.push_back({Severity::Error, subject, problem + ": the API cannot start",
+                            fault && !fault->remedy.empty() ? fault->remedy : kReinstall});
     }
 }
 

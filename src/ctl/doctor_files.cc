@@ -48,25 +48,28 @@ std::optional<struct stat> StatOf(const std::string& path) {
     throw CannotLook(path + " cannot be looked at: " + std::generic_category().message(error));
 }
 
-std::string AccessProblem(const std::string& path, const RunUser& user, int ways) {
-    std::filesystem::path above = std::filesystem::path(path);
-    if (!above.has_filename()) {
-        above = above.parent_path();  // without the slash at its end
+std::optional<AccessFault> FindAccessFault(const std::string& path, const RunUser& user, int ways) {
+    std::filesystem::path target = std::filesystem::path(path);
+    if (!target.has_filename()) {
+        target = target.parent_path();  // without the slash at its end
     }
     std::filesystem::path reached;
-    for (const std::filesystem::path& part : above) {
+    for (const std::filesystem::path& part : target) {
         reached /= part;
         const std::optional<struct stat> status = StatOf(reached.string());
         if (!status) {
-            return reached.string() + " is missing";
+            return AccessFault{reached.string() + " is missing", ""};
         }
-        const int wanted = reached == above ? ways : X_OK;
-        if (const int missing = wanted & ~WaysOf(*status, user); missing != 0) {
-            return reached.string() + " (" + OwnerAndMode(*status) + ") cannot be " +
-                   WordFor(missing) + " by the daemon's user, " + NameOfUser(user.user);
+        const bool isAbove = reached != target;
+        const int missing = (isAbove ? X_OK : ways) & ~WaysOf(*status, user);
+        if (missing != 0) {
+            return AccessFault{reached.string() + " (" + OwnerAndMode(*status) + ") cannot be " +
+                                   WordFor(missing) + " by the daemon's user, " +
+                                   NameOfUser(user.user),
+                               isAbove ? "chmod a+x " + reached.string() : ""};
         }
     }
-    return "";
+    return std::nullopt;
 }
 
 std::string OwnerAndMode(const struct stat& status) {

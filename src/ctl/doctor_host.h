@@ -48,9 +48,14 @@ class CannotLook : public std::runtime_error {
 // CannotLook.
 std::optional<struct stat> StatOf(const std::string& path);
 
+struct AccessFault {
+    std::string text;
+    std::string remedy;  // where a directory above is at fault; else empty
+};
+
 // Why `user` may not use what is at `path` in these ways (R_OK, W_OK, X_OK), by owners and modes of
-// it and of the directories above it; empty when it may. Throws CannotLook.
-std::string AccessProblem(const std::string& path, const RunUser& user, int ways);
+// it and of the directories above it; nothing when it may. Throws CannotLook.
+std::optional<AccessFault> FindAccessFault(const std::string& path, const RunUser& user, int ways);
 
 // "sentrel, 0640".
 std::string OwnerAndMode(const struct stat& status);

@@ -88,9 +88,9 @@ void CheckTrustSet(const DoctorHost& host, Findings& findings) {
         return;
     }
     const std::size_t before = findings.size();
-    if (const std::string problem = AccessProblem(path, host.user, R_OK); !problem.empty()) {
-        findings.push_back({Severity::Error, subject, problem + ": every token is refused",
-                            "chmod 644 " + path + ", and its directory 755"});
+    if (const auto fault = FindAccessFault(path, host.user, R_OK)) {
+        findings.push_back({Severity::Error, subject, fault->text + ": every token is refused",
+                            fault->remedy.empty() ? "chmod 644 " + path : fault->remedy});
     }
     const std::string text = Token::ReadTrustSet(settings.jwks).value_or("");
     Token::TrustedKeys trusted;

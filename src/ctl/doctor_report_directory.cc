@@ -119,11 +119,12 @@ void CheckContent(const std::string& directory, const Content& content, Findings
 void CheckOwner(const DoctorHost& host, const struct stat& status, Findings& findings) {
     const std::string& directory = host.reportDirectory;
     const std::string user = NameOfUser(host.user.user);
-    const std::string problem = AccessProblem(directory, host.user, R_OK | W_OK | X_OK);
-    if (!problem.empty()) {
-        findings.push_back({Severity::Error, kSubject,
-                            problem + ": every post is answered with 500",
-                            "chown " + user + " " + directory + "; chmod u+rwx " + directory});
+    if (const auto fault = FindAccessFault(directory, host.user, R_OK | W_OK | X_OK)) {
+        findings.push_back(
+            {Severity::Error, kSubject, fault->text + ": every post is answered with 500",
+             !fault->remedy.empty()
+                 ? fault->remedy
+                 : "chown " + user + " " + directory + "; chmod u+rwx " + directory});
     } else if (status.st_uid != host.user.user && host.user.user != 0) {
         findings.push_back({Severity::Warning, kSubject,
                             directory + " belongs to " + NameOfUser(status.st_uid) +
