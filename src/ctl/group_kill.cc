@@ -75,21 +75,29 @@ void EndEach(const std::vector<Target>& targets) {
     }
 }
 
-// Where the kernel cannot do it at once (before Linux 5.14), one by one.
-void EndAll(const std::string& directory, const std::vector<Target>& targets) {
+// As long as it lives the processes of the cgroup stand still, so that none can begin another one.
+// The kernel's own file for it, cgroup.kill, does not do: some kernels (6.18 is one) kill after
+// that whatever clone3 starts in the cgroup from another one, which is how plugins are launched. A
+// cgroup that cannot be frozen, or is already, stays as it is.
+class Standstill {
+  public:
+    explicit Standstill(const std::string& directory) {
+        if (Kernel::CgroupDirectory::Open(directory, group) == 0 && !group.IsFrozen()) {
+            isOurs = group.SetFrozen(true) == 0;
+        }
+    }
+    ~Standstill() {
+        if (isOurs) {
+            (void)group.SetFrozen(false);  // as it could be frozen
+        }
+    }
+    Standstill(const Standstill&) = delete;
+    Standstill& operator=(const Standstill&) = delete;
+
+  private:
     Kernel::CgroupDirectory group;
-    int error = Kernel::CgroupDirectory::Open(directory, group);
-    if (error == 0) {
-        error = group.KillAll();
-    }
-    if (error == EACCES || error == EPERM || error == EROFS) {
-        throw Pellmar::Exception("the processes in " + directory + " cannot be ended: " +
-                                 std::generic_category().message(error) + "; run this as root");
-    }
-    if (error != 0) {
-        EndEach(targets);
-    }
-}
+    bool isOurs = false;
+};
 
 void AwaitEnds(const std::vector<Target>& targets, Clock::time_point deadline) {
     for (const Target& target : targets) {
@@ -124,7 +132,11 @@ class Selection {
 class Killer {
   public:
     Killer(std::string directory, std::optional<milliseconds> longest)
-        : directory(std::move(directory)), selection(longest), isForAll(!longest) {}
+        : directory(std::move(directory)), selection(longest) {
+        if (!longest) {
+            standstill.emplace(this->directory);
+        }
+    }
 
     KillOutcome Run() {
         const Clock::time_point end = Clock::now() + kPatience;
@@ -157,11 +169,7 @@ class Killer {
     }
 
     void End(std::vector<Target> targets, Clock::time_point deadline) {
-        if (isForAll) {
-            EndAll(directory, targets);
-        } else {
-            EndEach(targets);
-        }
+        EndEach(targets);
         AwaitEnds(targets, deadline);
         for (Target& target : targets) {
             if (target.process.HasEnded()) {
@@ -174,7 +182,7 @@ class Killer {
 
     const std::string directory;
     Selection selection;
-    const bool isForAll;
+    std::optional<Standstill> standstill;
     std::vector<Target> held;  // were sent SIGKILL and have not ended
     KillOutcome outcome;
 };

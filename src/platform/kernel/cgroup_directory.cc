@@ -176,7 +176,9 @@ int CgroupDirectory::Reserve(std::uint64_t bytes) const {
 
 int CgroupDirectory::MoveHere() const { return Write("cgroup.procs", "0"); }
 
-int CgroupDirectory::KillAll() const { return Write("cgroup.kill", "1"); }
+int CgroupDirectory::SetFrozen(bool frozen) const {
+    return Write("cgroup.freeze", frozen ? "1" : "0");
+}
 
 // The file's first kMaxFileBytes; empty when there is no such file.
 std::string CgroupDirectory::Read(const char* name) const {

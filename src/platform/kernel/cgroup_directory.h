@@ -65,9 +65,9 @@ class CgroupDirectory {
     int Reserve(std::uint64_t bytes) const;
     // Moves this process here, all its threads.
     int MoveHere() const;
-    // Ends all processes here and in the cgroups in it, those too that are being started. ENOENT
-    // where the kernel offers no such thing.
-    int KillAll() const;
+    // Lets the processes here and in the cgroups in it stand still, which SIGKILL ends
+    // nevertheless, or go on. What begins here stands still too.
+    int SetFrozen(bool frozen) const;
 
     // Gives the descriptor up to the caller.
     Sys::OwnedFd TakeDescriptor() { return std::move(directory); }
