@@ -194,6 +194,6 @@ const std::string_view kCppPlugin =
               }
               return 0;
           }
-)cpp";
+    )cpp";
 
 }  // namespace Ctl
