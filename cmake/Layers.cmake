@@ -88,10 +88,23 @@ function(sentrel_add_row_library row)
         set(scope INTERFACE)
         add_library(${target} INTERFACE)
     endif()
+    # A header whose .cc file is beside it is compiled alone with that, which includes it first (tools/check-layers).
+    set(loneHeaders)
+    foreach(header IN LISTS headers)
+        string(REGEX REPLACE "h$" "cc" source ${header})
+        if(NOT EXISTS ${source})
+            list(APPEND loneHeaders ${header})
+        endif()
+    endforeach()
     target_sources(
-        ${target} ${scope} FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR}/src FILES ${headers}
+        ${target}
+        ${scope}
+        FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR}/src FILES ${headers}
+        FILE_SET loneHeaders TYPE HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR}/src FILES ${loneHeaders}
     )
-    set_target_properties(${target} PROPERTIES VERIFY_INTERFACE_HEADER_SETS ON)
+    set_target_properties(
+        ${target} PROPERTIES VERIFY_INTERFACE_HEADER_SETS ON INTERFACE_HEADER_SETS_TO_VERIFY loneHeaders
+    )
 
     target_link_libraries(${target} ${scope} sentrel_flags)
     foreach(use IN LISTS sentrelUses_${row})

@@ -1,0 +1,2 @@
+// Nothing of interest.
+#pragma once
