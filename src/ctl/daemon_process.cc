@@ -20,7 +20,7 @@ std::optional<DaemonProcess> FindDaemonProcess() {
     std::erase_if(sockets, [](const ListeningSocket& socket) {
         return socket.reach == ListeningSocket::Reach::OneAddress;
     });
-    const std::optional<pid_t> pid = FindOwner(sockets);
+    const std::optional<pid_t> pid = FindOwner(sockets, kDaemonName);
     const std::optional<ProcessStat> process = pid ? ReadProcessStat(*pid) : std::nullopt;
     if (!process) {
         return std::nullopt;

@@ -3,10 +3,14 @@
 
 #include <chrono>
 #include <optional>
+#include <string_view>
 
 #include <sys/types.h>
 
 namespace Ctl {
+
+// What the daemon's process calls itself.
+inline constexpr std::string_view kDaemonName = "sentrel";
 
 struct DaemonProcess {
     pid_t pid = 0;

@@ -17,7 +17,6 @@ namespace Ctl {
 
 namespace {
 
-constexpr std::string_view kDaemonName = "sentrel";
 constexpr const char* kDefaultReportDirectory = "/var/lib/korvex/sentrel/reports";
 
 std::optional<ProcessStat> HolderOf(std::int32_t port) {
@@ -25,7 +24,7 @@ std::optional<ProcessStat> HolderOf(std::int32_t port) {
         return std::nullopt;
     }
     const std::optional<pid_t> pid =
-        FindOwner(FindListeningSockets(static_cast<std::uint16_t>(port)));
+        FindOwner(FindListeningSockets(static_cast<std::uint16_t>(port)), kDaemonName);
     return pid ? ReadProcessStat(*pid) : std::nullopt;
 }
 

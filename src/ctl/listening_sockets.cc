@@ -1,5 +1,6 @@
 #include "ctl/listening_sockets.h"
 
+#include "ctl/process_stat.h"
 #include "platform/sys/owned_fd.h"
 
 #include <algorithm>
@@ -147,25 +148,36 @@ bool HoldsSocket(int processes, const std::string& pid,
     return false;
 }
 
-// All processes, those of these users before the others.
-std::vector<std::string> ListProcesses(DIR* processes,
-                                       const std::vector<ListeningSocket>& sockets) {
+// All processes: those of these users and that name first, then those of the users, then the
+// others.
+std::vector<std::string> ListProcesses(DIR* processes, const std::vector<ListeningSocket>& sockets,
+                                       std::string_view likelyName) {
+    std::vector<std::string> named;
     std::vector<std::string> likely;
     std::vector<std::string> others;
+    const auto isOfUser = [&sockets](uid_t user) {
+        return std::any_of(sockets.begin(), sockets.end(),
+                           [user](const auto& socket) { return socket.user == user; });
+    };
+    const bool isRoots = isOfUser(0);  // as most processes are: the names tell more
     // NOLINTNEXTLINE(concurrency-mt-unsafe): the stream is this function's caller's own
     while (const dirent* entry = ::readdir(processes)) {
-        struct stat status {};
-        if (entry->d_name[0] < '1' || entry->d_name[0] > '9' ||
-            ::fstatat(::dirfd(processes), entry->d_name, &status, 0) != 0) {
+        if (entry->d_name[0] < '1' || entry->d_name[0] > '9') {
             continue;
         }
-        const bool isLikely = std::any_of(sockets.begin(), sockets.end(), [&](const auto& socket) {
-            return socket.user == status.st_uid;
-        });
-        (isLikely ? likely : others).emplace_back(entry->d_name);
+        struct stat status {};
+        const bool isLikely =
+            isRoots || (::fstatat(::dirfd(processes), entry->d_name, &status, 0) == 0 &&
+                        isOfUser(status.st_uid));
+        const std::string process = entry->d_name;
+        const bool isNamed =
+            isLikely && ReadProcFile("/proc/" + process + "/comm", likelyName.size() + 1) ==
+                            std::string(likelyName) + "\n";
+        (isNamed ? named : isLikely ? likely : others).push_back(process);
     }
-    likely.insert(likely.end(), others.begin(), others.end());
-    return likely;
+    named.insert(named.end(), likely.begin(), likely.end());
+    named.insert(named.end(), others.begin(), others.end());
+    return named;
 }
 
 }  // namespace
@@ -186,7 +198,8 @@ std::vector<ListeningSocket> FindListeningSockets(std::uint16_t port) {
     return sockets;
 }
 
-std::optional<pid_t> FindOwner(const std::vector<ListeningSocket>& sockets) {
+std::optional<pid_t> FindOwner(const std::vector<ListeningSocket>& sockets,
+                               std::string_view likelyName) {
     const DirectoryStream processes(sockets.empty() ? nullptr : ::opendir("/proc"));
     if (!processes) {
         return std::nullopt;
@@ -195,7 +208,7 @@ std::optional<pid_t> FindOwner(const std::vector<ListeningSocket>& sockets) {
     for (const ListeningSocket& socket : sockets) {
         names.push_back("socket:[" + std::to_string(socket.inode) + "]");
     }
-    for (const std::string& process : ListProcesses(processes.get(), sockets)) {
+    for (const std::string& process : ListProcesses(processes.get(), sockets, likelyName)) {
         pid_t pid = 0;
         if (ParseNumber(std::string_view(process), pid) &&
             HoldsSocket(::dirfd(processes.get()), process, names)) {

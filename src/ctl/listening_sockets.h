@@ -36,7 +36,8 @@ std::vector<ListeningSocket> FindListeningSockets(std::uint16_t port);
 std::vector<ListeningSocket> ParseListeningSockets(std::string_view text, std::uint16_t port);
 
 // The process that holds one of the sockets; nothing when there is none, or when its descriptors
-// may not be seen by this user.
-std::optional<pid_t> FindOwner(const std::vector<ListeningSocket>& sockets);
+// may not be seen by this user. One that calls itself `likelyName` is found soonest.
+std::optional<pid_t> FindOwner(const std::vector<ListeningSocket>& sockets,
+                               std::string_view likelyName);
 
 }  // namespace Ctl
