@@ -2,7 +2,6 @@
 
 #include "ctl/doctor_subjects.h"
 #include "ctl/json_output.h"
-#include "ctl/report_source.h"
 
 #include <array>
 #include <cerrno>
@@ -16,7 +15,12 @@ namespace Ctl {
 
 namespace {
 
-constexpr std::array<Option, 2> kOptions = {{kJsonOption, kReportsOption}};
+constexpr std::array<Option, 2> kOptions = {
+    {kJsonOption,
+     {"--reports", "DIR",
+      "the report directory; by default that of the daemon that runs, else "
+      "/var/lib/korvex/sentrel/reports",
+      Completes::Directory}}};
 
 struct Subject {
     const char* name;  // of what is said when it cannot be looked at
