@@ -1,4 +1,4 @@
-// Whole files that a user names, within a bound.
+// Whole files within a bound: those that a user names, and those that lie where others may write.
 #pragma once
 
 #include <cstddef>
@@ -10,5 +10,9 @@ namespace Ctl {
 // are more. Throws std::runtime_error when it cannot be read; `what`, such as "the token file",
 // begins the text.
 std::string ReadInputFile(const std::string& path, std::size_t maxBytes, const std::string& what);
+
+// The same of a file that nobody has named here. What is no regular file is refused, so that no
+// FIFO is waited for and no device read.
+std::string ReadRegularFile(const std::string& path, std::size_t maxBytes, const std::string& what);
 
 }  // namespace Ctl

@@ -55,12 +55,15 @@ void CheckReport(const std::string& subject, const std::string& directory,
     const std::string path = directory + report + ".json";
     std::vector<std::string> problems;
     try {
-        problems = FindProblems(ReadInputFile(path, kMaxReportBytes, "the report"), report);
+        problems = FindProblems(ReadRegularFile(path, kMaxReportBytes, "the report"), report);
     } catch (const std::runtime_error& error) {
         // Else its link is being renewed just now.
         if (::access(path.c_str(), F_OK) == 0) {
-            findings.push_back({Severity::Notice, subject, error.what(),
-                                "run this as a user who may, such as root"});
+            const std::string text = error.what();
+            const std::size_t stop = text.find("; ");
+            findings.push_back({Severity::Warning, subject, text.substr(0, stop),
+                                ::geteuid() == 0 ? "remove what stands there"
+                                                 : "run this as a user who may, such as root"});
         }
         return;
     }

@@ -107,10 +107,10 @@ std::vector<Post> StoredReports::FindNew() const {
     std::vector<Post> posts;
     for (const auto& [modified, fileName] : files) {
         try {
-            posts.push_back(
-                {.name = NameOfStored(fileName),
-                 .document = ReadInputFile(directory + fileName, Sentrel::kMaxReportSize, fileName),
-                 .answer = kStored});
+            posts.push_back({.name = NameOfStored(fileName),
+                             .document = ReadRegularFile(directory + fileName,
+                                                         Sentrel::kMaxReportSize, fileName),
+                             .answer = kStored});
         } catch (const std::runtime_error&) {
             continue;  // the ring has come round to it
         }

@@ -48,7 +48,7 @@ std::string WhyNotJson(const std::string& text, const std::string& libraryText) 
 void Read(const std::filesystem::path& path, const std::string& name, HistoricReport& historic) {
     std::string text;
     try {
-        text = ReadInputFile(path, kMaxReportBytes, "the file");
+        text = ReadRegularFile(path, kMaxReportBytes, "the file");
         Sentrel::Report report;
         Sentrel::ReportFromJson(Sentrel::ParseReportText(text), report);
         const std::string time = NormalTime(report.time);
