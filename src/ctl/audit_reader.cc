@@ -2,6 +2,7 @@
 
 #include "platform/sys/host_root.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <filesystem>
@@ -15,21 +16,48 @@
 
 namespace Ctl {
 
+namespace {
+
+// Of a longer line, which no daemon writes, the rest is dropped.
+constexpr std::size_t kMaxLineBytes = 1048576;
+
+// Nothing, with errno set, when it cannot be read. What is no regular file is not waited for.
+Sys::OwnedFd Open(const std::string& location) {
+    Sys::OwnedFd file(::open(location.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    struct stat status {};
+    if (file.IsOpen() && (::fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode))) {
+        file.Reset();
+        errno = ENXIO;
+    }
+    return file;
+}
+
+const char* AdviceFor(int errorNumber) {
+    switch (errorNumber) {
+        case ENOENT:
+            return "the daemon makes it at the first call of its API";
+        case ENXIO:
+            return "it is no regular file: move it away";
+        default:
+            return "run this as root, or as a member of its group";
+    }
+}
+
+}  // namespace
+
 AuditReader::AuditReader(const std::string& path)
-    : location(Sys::HostPath(path)), file(::open(location.c_str(), O_RDONLY | O_CLOEXEC)) {
+    : location(Sys::HostPath(path)), file(Open(location)) {
     if (!file.IsOpen()) {
         const int errorNumber = errno;
-        const bool isMissing = errorNumber == ENOENT;
         throw std::runtime_error("the audit log " + location + " cannot be read: " +
-                                 std::generic_category().message(errorNumber) +
-                                 (isMissing ? "; the daemon makes it at the first call of its API"
-                                            : "; run this as root, or as a member of its group"));
+                                 std::generic_category().message(errorNumber) + "; " +
+                                 AdviceFor(errorNumber));
     }
 }
 
 bool AuditReader::Next(std::string& line) {
-    for (;;) {
-        const std::size_t end = buffer.find('\n', begin);
+    for (std::size_t from = begin;;) {  // no line ends before
+        const std::size_t end = buffer.find('\n', from);
         if (end != std::string::npos) {
             line.assign(buffer, begin, end - begin);
             begin = end + 1;
@@ -37,6 +65,8 @@ bool AuditReader::Next(std::string& line) {
         }
         buffer.erase(0, begin);
         begin = 0;
+        buffer.resize(std::min(buffer.size(), kMaxLineBytes));
+        from = buffer.size();
         if (ReadMore()) {
             continue;
         }
@@ -46,7 +76,11 @@ bool AuditReader::Next(std::string& line) {
         // A last look at the old file: it may have grown before it was moved away.
         if (!ReadMore()) {
             buffer.clear();
-            file = Sys::OwnedFd(::open(location.c_str(), O_RDONLY | O_CLOEXEC));
+            from = 0;
+            file = Open(location);
+            if (!file.IsOpen()) {
+                return false;  // until the directory changes again
+            }
         }
     }
 }

@@ -41,6 +41,12 @@ void CheckAuditLog(const DoctorHost& host, Findings& findings) {
                                     : "install -d -m 0750 -o " + user + " " + folder +
                                           (file ? "; chown " + user + " " + path : "")});
     }
+    if (file && !S_ISREG(file->st_mode)) {
+        findings.push_back({Severity::Error, subject,
+                            path + " is no regular file: no call of the API is recorded",
+                            "move it away; the daemon makes a new one"});
+        return;
+    }
     if (file && (file->st_mode & S_IRWXO) != 0) {
         findings.push_back({Severity::Warning, subject,
                             path + " (" + OwnerAndMode(*file) + ") is open to everybody",
@@ -70,7 +76,7 @@ void CheckMetadataFile(const DoctorHost& host, Findings& findings) {
     const std::optional<AccessFault> fault = FindAccessFault(path, host.user, R_OK);
     std::string problem = fault ? fault->text : "";
     if (problem.empty() &&
-        !nlohmann::json::accept(ReadInputFile(path, kMaxMetadataBytes, "the metadata file"))) {
+        !nlohmann::json::accept(ReadRegularFile(path, kMaxMetadataBytes, "the metadata file"))) {
         problem = path + " is not JSON";
     }
     if (problem.empty()) {
