@@ -92,9 +92,13 @@ void CheckTrustSet(const DoctorHost& host, Findings& findings) {
         findings.push_back({Severity::Error, subject, fault->text + ": every token is refused",
                             fault->remedy.empty() ? "chmod 644 " + path : fault->remedy});
     }
-    const std::string text = Token::ReadTrustSet(settings.jwks).value_or("");
+    if (::access(path.c_str(), R_OK) != 0) {
+        throw CannotLook(path + " may not be read");
+    }
+    std::string text;
     Token::TrustedKeys trusted;
     try {
+        text = Token::ReadTrustSet(settings.jwks).value_or("");
         trusted = Token::ParseTrustSet(text);
     } catch (const Pellmar::Exception& exception) {
         findings.push_back(
