@@ -6,6 +6,7 @@
 #include <map>
 #include <set>
 #include <string_view>
+#include <utility>
 
 namespace Ctl {
 
@@ -19,62 +20,55 @@ std::string Folded(std::string_view name) {
     return folded;
 }
 
-using FoldedNames = std::map<std::string, std::vector<std::string>>;
-
 class Finder {
   public:
-    explicit Finder(const std::vector<std::string>& given) {
-        for (const std::string& name : std::set<std::string>(given.begin(), given.end())) {
-            names[Folded(name)].push_back(name);
-        }
-    }
+    explicit Finder(const std::vector<std::string>& given) : names(given.begin(), given.end()) {}
 
     std::vector<NameConflict> Find() {
-        for (const auto& [folded, spellings] : names) {
-            for (std::size_t next = 1; next < spellings.size(); ++next) {
-                conflicts.push_back({spellings[0], spellings[next],
-                                     spellings[0] + " and " + spellings[next] +
-                                         " differ in case alone: they are one report, under the "
-                                         "name that is posted first"});
-            }
-            FindSharedFiles(spellings.front());
+        FindSameButForCase();
+        for (const std::string& name : names) {
+            FindSharedFiles(name);
         }
         return std::move(conflicts);
     }
 
   private:
-    // Each name that stands for files of `name`.
+    void FindSameButForCase() {
+        std::map<std::string, const std::string*> spellings;
+        for (const std::string& name : names) {
+            const auto [known, isNew] = spellings.emplace(Folded(name), &name);
+            if (!isNew) {
+                conflicts.push_back({*known->second, name,
+                                     *known->second + " and " + name +
+                                         " differ in case alone: each has its files, but whoever "
+                                         "asks the API for one of them gets both, or an error"});
+            }
+        }
+    }
+
+    // Each name that stands for files of `name`, whose case is that of the name.
     void FindSharedFiles(const std::string& name) {
-        Match(name, "." + name, [](const std::string& one, const std::string& other) {
-            return "the reports of " + other + " are stored in the files that those of " + one +
-                   " arrive in, such as ." + one + "-0.json";
-        });
+        Match(name, "." + name,
+              "the reports of ." + name + " are stored in the files that those of " + name +
+                  " arrive in, such as ." + name + "-0.json");
         for (int index = 0; index < kFilesPerName; ++index) {
-            const std::string suffix = "-" + std::to_string(index);
-            Match(name, name + suffix, [&](const std::string& one, const std::string& other) {
-                return "the link of " + other + " and a stored report of " + one +
-                       " are one file, " + one + suffix + ".json";
-            });
-            Match(name, "." + name + suffix, [&](const std::string& one, const std::string& other) {
-                return "the link of " + other + " is the file that reports of " + one +
-                       " arrive in, ." + one + suffix + ".json";
-            });
+            const std::string one = name + "-" + std::to_string(index);
+            Match(name, one,
+                  "the link of " + one + " and a stored report of " + name + " are one file, " +
+                      one + ".json");
+            Match(name, "." + one,
+                  "the link of ." + one + " is the file that reports of " + name + " arrive in, ." +
+                      one + ".json");
         }
     }
 
-    template <typename Sentence>
-    void Match(const std::string& name, const std::string& wanted, const Sentence& sentence) {
-        const auto found = names.find(Folded(wanted));
-        if (found == names.end()) {
-            return;
+    void Match(const std::string& name, const std::string& other, std::string why) {
+        if (names.contains(other)) {
+            conflicts.push_back({name, other, std::move(why)});
         }
-        const std::string& other = found->second.front();
-        // The daemon knows a name in any case, and its files have that of its first post.
-        const char* const condition = other == wanted ? "" : ", whenever their case is the same";
-        conflicts.push_back({name, other, sentence(name, other) + condition});
     }
 
-    FoldedNames names;  // the spellings of each name, sorted
+    const std::set<std::string> names;
     std::vector<NameConflict> conflicts;
 };
 

@@ -16,7 +16,7 @@ struct NameConflict {
     std::string why;  // one sentence without its stop, which names both
 };
 
-// The pairs among these names of reports and plugins that share files, or that the daemon takes for
+// The pairs among these names of reports and plugins that share files, or that the API takes for
 // one name since they differ in case alone. Equal names are one.
 std::vector<NameConflict> FindNameConflicts(const std::vector<std::string>& names);
 

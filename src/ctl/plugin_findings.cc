@@ -7,6 +7,7 @@
 #include "platform/sys/host_root.h"
 #include "store/report_name.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <filesystem>
 #include <iterator>
@@ -21,6 +22,7 @@ namespace Ctl {
 namespace {
 
 constexpr std::string_view kExtension = ".json";
+constexpr std::size_t kStoredSuffixSize = 7;  // of "-N.json"
 
 std::string SubjectOf(const std::string& plugin) { return "plugin " + plugin; }
 
@@ -29,15 +31,30 @@ void Append(std::vector<Finding> more, std::vector<Finding>& findings) {
                     std::make_move_iterator(more.end()));
 }
 
+struct StoredNames {
+    std::vector<std::string> links;
+    // Of stored files too: a name has them, but no link, where another name has taken its place.
+    std::vector<std::string> all;
+};
+
 // Without the links of subdirectories, which no daemon makes.
-std::vector<std::string> ReadLinkNames(const std::string& directory) {
-    std::vector<std::string> names;
+StoredNames ReadNames(const std::string& directory) {
+    StoredNames names;
     std::error_code error;
     for (const auto& entry : std::filesystem::directory_iterator(directory, error)) {
         const std::string file = entry.path().filename();
         std::error_code failure;  // then it is no link
-        if (file.ends_with(kExtension) && entry.is_symlink(failure)) {
-            names.push_back(file.substr(0, file.size() - kExtension.size()));
+        if (!file.ends_with(kExtension)) {
+            continue;
+        }
+        if (entry.is_symlink(failure)) {
+            names.links.push_back(file.substr(0, file.size() - kExtension.size()));
+            names.all.push_back(names.links.back());
+        } else if (file.size() > kStoredSuffixSize && !file.starts_with('.')) {
+            const std::string name = file.substr(0, file.size() - kStoredSuffixSize);
+            if (Sentrel::IsReportName(name) && Sentrel::MatchesStoredFile(name, file)) {
+                names.all.push_back(name);
+            }
         }
     }
     return names;
@@ -73,6 +90,24 @@ std::vector<Finding> CheckConflicts(const std::string& subject, const std::strin
     for (const NameConflict& conflict : surroundings.conflicts) {
         if (conflict.one == name || conflict.other == name) {
             findings.push_back({Severity::Warning, subject, conflict.why, "rename one of the two"});
+        }
+    }
+    return findings;
+}
+
+// Between reports that no plugin has the name of.
+std::vector<Finding> CheckOtherConflicts(const PluginSurvey& survey,
+                                         const PluginSurroundings& surroundings) {
+    std::vector<Finding> findings;
+    for (const NameConflict& conflict : surroundings.conflicts) {
+        const bool isOfPlugin =
+            std::any_of(survey.entries.begin(), survey.entries.end(), [&](const auto& plugin) {
+                return plugin.IsEnabled() &&
+                       (plugin.Name() == conflict.one || plugin.Name() == conflict.other);
+            });
+        if (!isOfPlugin) {
+            findings.push_back({Severity::Warning, "names of reports", conflict.why,
+                                "rename one of the two, and remove the files of its old name"});
         }
     }
     return findings;
@@ -146,10 +181,10 @@ PluginSurroundings ReadSurroundings(const GivenOptions& options, const PluginSur
     PluginSurroundings surroundings;
     surroundings.now = std::chrono::system_clock::now();
     surroundings.daemon = FindDaemonProcess();
-    std::vector<std::string> names;
+    StoredNames names;
     try {
         surroundings.reportDirectory = FindReportDirectory(options);
-        names = ReadLinkNames(surroundings.reportDirectory);
+        names = ReadNames(surroundings.reportDirectory);
     } catch (const std::runtime_error& error) {
         if (options.Has("--reports")) {
             throw;
@@ -158,15 +193,15 @@ PluginSurroundings ReadSurroundings(const GivenOptions& options, const PluginSur
     }
     surroundings.user = GuessUser(surroundings);
     const std::vector<PluginPeriod> plugins = PeriodsOf(survey);
-    for (const std::string& name : names) {
+    for (const std::string& name : names.links) {
         if (const std::size_t maker = FindMaker(name, plugins); maker < plugins.size()) {
             surroundings.reports[plugins[maker].name].push_back(name);
         }
     }
     for (const PluginPeriod& plugin : plugins) {
-        names.push_back(plugin.name);
+        names.all.push_back(plugin.name);
     }
-    surroundings.conflicts = FindNameConflicts(names);
+    surroundings.conflicts = FindNameConflicts(names.all);
     return surroundings;
 }
 
@@ -209,6 +244,7 @@ std::vector<Finding> CheckPlugins(const PluginSurvey& survey,
     for (const SurveyedPlugin& plugin : survey.entries) {
         Append(CheckPlugin(plugin, surroundings), findings);
     }
+    Append(CheckOtherConflicts(survey, surroundings), findings);
     return findings;
 }
 
