@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <system_error>
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace Ctl {
@@ -36,6 +37,11 @@ std::string ExplainRefusal() {
            "run this on the host itself, on Linux 5.9 or newer";
 }
 
+bool IsRegularFile(const std::string& path) {
+    struct stat status {};
+    return ::stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+}
+
 // Of an error number that may come from the file, or from entering the group.
 std::string AdviceFor(int error, const std::string& file) {
     switch (error) {
@@ -51,8 +57,13 @@ std::string AdviceFor(int error, const std::string& file) {
                    "cgroup above it that was frozen";
         case ETIMEDOUT:
             return "it could not be read in time; look at the disk or network mount that it is on";
+        case ELOOP:
+            return "it is a link that leads to itself; point it at the program";
         case EACCES:
         case EPERM:
+            if (!IsRegularFile(file)) {
+                return "it is no regular file; put a program or script in its place";
+            }
             return ::access(file.c_str(), X_OK) != 0
                        ? "make it executable: chmod +x " + file
                        : "this user may not start it in the resource group " + kGroup +
