@@ -15,7 +15,10 @@
 #include <array>
 #include <exception>
 #include <ostream>
+#include <stdexcept>
 #include <string>
+
+#include <unistd.h>
 
 namespace Ctl {
 
@@ -163,7 +166,7 @@ int JudgeReports(const Arguments& arguments, std::ostream& output) {
 void RunMetrics(const Arguments& arguments, std::ostream& output) {
     const std::string text = MetricsText(ReadJudgedReports(arguments.options, {}));
     if (!arguments.options.Has("--textfile")) {
-        output << text;
+        output << (::isatty(STDOUT_FILENO) == 1 ? PrintableLines(text) : text);
         return;
     }
     try {
