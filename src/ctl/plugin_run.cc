@@ -148,8 +148,8 @@ void TakeStored(const StoredReports& stored, PluginRun& run) {
     }
 }
 
-void Run(const Sentrel::Plugin& plugin, const std::optional<RunUser>& user,
-         const GivenOptions& options, PluginRun& run) {
+void Run(const Sentrel::Plugin& plugin, const PluginStarter& starter, const GivenOptions& options,
+         PluginRun& run) {
     std::optional<StoredReports> stored;
     std::optional<StandInIntake> standIn;
     if (run.intake.empty()) {
@@ -157,7 +157,7 @@ void Run(const Sentrel::Plugin& plugin, const std::optional<RunUser>& user,
     } else {
         stored.emplace(FindReportDirectory(options));
     }
-    PluginProcess process(plugin, user);
+    PluginProcess process(plugin, starter);
     run.pid = process.Pid();
     if (standIn) {
         standIn->Start();
@@ -184,13 +184,14 @@ int RunPlugin(const Arguments& arguments, std::ostream& output) {
     const std::optional<DaemonProcess> daemon = FindDaemonProcess();
     run.intake = FindIntake(run.port, daemon);
     UseGroup(daemon, run);
-    const std::optional<RunUser> user = FindUser(daemon, run);
+    const PluginStarter starter{FindUser(daemon, run),
+                                daemon ? std::optional(InheritanceOf(daemon->pid)) : std::nullopt};
     Sentrel::Plugin::sResourcePoolSizeMB = survey.poolSizeMB;
     const Sentrel::Plugin plugin(found.entry.info, settings);
     for (char* const* argument = plugin.GetArgv(); *argument != nullptr; ++argument) {
         run.arguments.emplace_back(*argument);
     }
-    Run(plugin, user, arguments.options, run);
+    Run(plugin, starter, arguments.options, run);
     ReadGroupPeak(run);
     JudgeRun(run);
     if (arguments.options.Has("--json")) {
@@ -207,12 +208,13 @@ constexpr std::array<Command, 1> kCommands = {{
      "Starts the plugin as the daemon does: the same command line, nothing in the environment,\n"
      "three descriptors, in the same resource group, and, for root, as the user of the daemon "
      "that\n"
-     "runs. After 30 seconds it is sent SIGTERM, and 5 seconds later, unlike in production,\n"
-     "SIGKILL; what it leaves running is ended. Tells how it ended, its time, the most memory "
-     "that\n"
-     "it used, what it wrote, and what it posted: to the daemon, where one listens on the intake\n"
-     "port, which stores it as ever; else to this program, which stores nothing. The restrictions\n"
-     "of the daemon's unit, such as its view of the file system, do not hold here.\n"
+     "runs, with its file mask, limits and niceness. After 30 seconds it is sent SIGTERM, and 5\n"
+     "seconds later, unlike in production, SIGKILL; what it leaves running is ended. Tells how it\n"
+     "ended, its time, the most memory that it used, what it wrote, and what it posted: to the\n"
+     "daemon, where one listens on the intake port, which stores it as ever; else to this "
+     "program,\n"
+     "which stores nothing. The restrictions of the daemon's unit, such as its view of the file\n"
+     "system, do not hold here.\n"
      "\n"
      "Exit status: 0 when the plugin ended with status 0 and posted a good report under its name;\n"
      "1 when it did not, or could not be started; 2 when the command line is wrong.\n",

@@ -94,8 +94,12 @@ std::chrono::microseconds DurationOf(const timeval& time) {
 
 // The starter becomes that user. The right to use files of others, which it keeps, must not count
 // for the plugin's own file, as it does not in the daemon; access(2) leaves it out of account.
-void LaunchAs(const std::optional<RunUser>& user, const Sentrel::Plugin& plugin,
+void LaunchAs(const PluginStarter& starter, const Sentrel::Plugin& plugin,
               StarterMessage& message) {
+    if (starter.inheritance) {
+        Inherit(*starter.inheritance);
+    }
+    const std::optional<RunUser>& user = starter.user;
     if (user && (!Become(*user) || ::access(Sys::HostPath(plugin.GetPath()).c_str(), X_OK) != 0)) {
         message.userError = errno;
         return;
@@ -104,7 +108,7 @@ void LaunchAs(const std::optional<RunUser>& user, const Sentrel::Plugin& plugin,
 }
 
 // The starter's whole life. An exception ends it, and the message is missed.
-[[noreturn]] void RunStarter(const Sentrel::Plugin& plugin, const std::optional<RunUser>& user,
+[[noreturn]] void RunStarter(const Sentrel::Plugin& plugin, const PluginStarter& starter,
                              const std::array<int, 3>& descriptors, int report) noexcept {
     for (std::size_t index = 0; index < descriptors.size(); ++index) {
         if (::dup2(descriptors[index], static_cast<int>(index)) < 0) {
@@ -113,7 +117,7 @@ void LaunchAs(const std::optional<RunUser>& user, const Sentrel::Plugin& plugin,
     }
     StarterMessage message;
     message.started = std::chrono::steady_clock::now();
-    LaunchAs(user, plugin, message);
+    LaunchAs(starter, plugin, message);
     rusage own{};
     (void)::getrusage(RUSAGE_SELF, &own);  // cannot fail for this process
     message.peakKB = PeakOf(own);
@@ -139,10 +143,10 @@ StarterMessage ReadMessage(int report, pid_t starter) {
 
 }  // namespace
 
-PluginProcess::PluginProcess(const Sentrel::Plugin& plugin, const std::optional<RunUser>& user)
+PluginProcess::PluginProcess(const Sentrel::Plugin& plugin, const PluginStarter& starter)
     : signals(TakeOverSignals()) {
     (void)::prctl(PR_SET_CHILD_SUBREAPER, 1);  // cannot fail
-    Start(plugin, user);
+    Start(plugin, starter);
     // Its number is its own until it is waited for, which only this process can.
     process = Sys::PidFd(
         Require(static_cast<int>(::syscall(SYS_pidfd_open, pid, 0)), "holding its process"));
@@ -156,23 +160,23 @@ PluginProcess::~PluginProcess() {
     }
 }
 
-void PluginProcess::Start(const Sentrel::Plugin& plugin, const std::optional<RunUser>& user) {
+void PluginProcess::Start(const Sentrel::Plugin& plugin, const PluginStarter& starter) {
     const Sys::OwnedFd input = Require(::open("/dev/null", O_RDONLY | O_CLOEXEC), "/dev/null");
     Ends outputEnds = MakeSocketPair();
     Ends errorEnds = MakeSocketPair();
     Ends messageEnds = MakeSocketPair();
-    const pid_t starter = ::fork();
-    if (starter == 0) {
-        RunStarter(plugin, user, {input.Get(), outputEnds.other.Get(), errorEnds.other.Get()},
+    const pid_t forked = ::fork();
+    if (forked == 0) {
+        RunStarter(plugin, starter, {input.Get(), outputEnds.other.Get(), errorEnds.other.Get()},
                    messageEnds.other.Get());
     }
-    if (starter < 0) {
+    if (forked < 0) {
         (void)Require(-1, "making a process");
     }
     messageEnds.other.Reset();
-    const StarterMessage message = ReadMessage(messageEnds.own.Get(), starter);
+    const StarterMessage message = ReadMessage(messageEnds.own.Get(), forked);
     if (message.userError != 0) {
-        throw std::runtime_error(ExplainUserFailure(plugin, user->user, message.userError));
+        throw std::runtime_error(ExplainUserFailure(plugin, starter.user->user, message.userError));
     }
     if (message.launch.result != Sentrel::Launch::Result::Started) {
         throw std::runtime_error(ExplainFailure(plugin, message.launch));

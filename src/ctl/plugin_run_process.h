@@ -2,6 +2,7 @@
 // instead of the daemon. What it posts is not looked at here.
 #pragma once
 
+#include "ctl/plugin_run_inheritance.h"
 #include "ctl/plugin_run_user.h"
 #include "platform/sys/owned_fd.h"
 #include "platform/sys/pid_fd.h"
@@ -55,14 +56,20 @@ struct PluginEnd {
     std::vector<LeftProcess> left;  // descendants that outlived it
 };
 
+// Who starts a plugin, as it sees that.
+struct PluginStarter {
+    std::optional<RunUser> user;  // only root can start it as another one
+    std::optional<Inheritance> inheritance;
+};
+
 class PluginProcess {
   public:
     // Launches `plugin` with /dev/null as its standard input, and a socket that is read here as its
     // output and error, like that of the journal. This process adopts what the plugin leaves
     // behind, and leaves SIGINT, SIGQUIT, SIGTERM and SIGHUP to Await from now on. While it has one
-    // thread. With `user` it is root's. Throws std::runtime_error, with what to do, when the plugin
-    // cannot be started.
-    PluginProcess(const Sentrel::Plugin& plugin, const std::optional<RunUser>& user);
+    // thread. What `starter` leaves open is as in this process. Throws std::runtime_error, with
+    // what to do, when the plugin cannot be started.
+    PluginProcess(const Sentrel::Plugin& plugin, const PluginStarter& starter);
     // Kills it when it has not been awaited.
     ~PluginProcess();
     PluginProcess(const PluginProcess&) = delete;
@@ -83,7 +90,7 @@ class PluginProcess {
         PluginOutput taken;
     };
 
-    void Start(const Sentrel::Plugin& plugin, const std::optional<RunUser>& user);
+    void Start(const Sentrel::Plugin& plugin, const PluginStarter& starter);
     void Watch(std::chrono::seconds timeout, PluginEnd& end);
     bool TakeSignal() const;
     void Reap(PluginEnd& end);
