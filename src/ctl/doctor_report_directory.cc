@@ -139,6 +139,10 @@ void CheckOwner(const DoctorHost& host, const struct stat& status, Findings& fin
     }
 }
 
+std::string CountText(std::size_t count, const std::string& thing) {
+    return std::to_string(count) + " " + thing + (count == 1 ? "" : "s");
+}
+
 }  // namespace
 
 void CheckReportDirectory(const DoctorHost& host, Findings& findings) {
@@ -165,8 +169,8 @@ void CheckReportDirectory(const DoctorHost& host, Findings& findings) {
     if (isAllWell) {
         findings.push_back({Severity::Good, kSubject,
                             directory + " (" + OwnerAndMode(*status) +
-                                "): " + std::to_string(content.names.size()) + " names, " +
-                                std::to_string(content.storedFiles) + " files, " +
+                                "): " + CountText(content.names.size(), "name") + ", " +
+                                CountText(content.storedFiles, "file") + ", " +
                                 SizeText(content.storedBytes),
                             ""});
     }
