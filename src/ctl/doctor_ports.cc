@@ -21,6 +21,7 @@ constexpr std::chrono::seconds kPatience{3};
 
 std::string AddressesOf(const std::vector<ListeningSocket>& sockets) {
     std::vector<std::string> addresses;
+    addresses.reserve(sockets.size());
     for (const ListeningSocket& socket : sockets) {
         addresses.push_back(socket.address);
     }
