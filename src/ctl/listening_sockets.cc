@@ -205,6 +205,7 @@ std::optional<pid_t> FindOwner(const std::vector<ListeningSocket>& sockets,
         return std::nullopt;
     }
     std::vector<std::string> names;
+    names.reserve(sockets.size());
     for (const ListeningSocket& socket : sockets) {
         names.push_back("socket:[" + std::to_string(socket.inode) + "]");
     }

@@ -12,8 +12,6 @@ namespace Ctl {
 
 namespace {
 
-constexpr int kFilesPerName = 3;
-
 std::string Folded(std::string_view name) {
     std::string folded(name);
     std::transform(folded.begin(), folded.end(), folded.begin(), Sentrel::AsciiUpper);
@@ -48,23 +46,27 @@ class Finder {
 
     // Each name that stands for files of `name`, whose case is that of the name.
     void FindSharedFiles(const std::string& name) {
-        Match(name, "." + name,
-              "the reports of ." + name + " are stored in the files that those of " + name +
-                  " arrive in, such as ." + name + "-0.json");
-        for (int index = 0; index < kFilesPerName; ++index) {
-            const std::string one = name + "-" + std::to_string(index);
-            Match(name, one,
-                  "the link of " + one + " and a stored report of " + name + " are one file, " +
-                      one + ".json");
-            Match(name, "." + one,
-                  "the link of ." + one + " is the file that reports of " + name + " arrive in, ." +
-                      one + ".json");
+        if (const std::string hidden = "." + name; names.contains(hidden)) {
+            conflicts.push_back({name, hidden,
+                                 "the reports of " + hidden +
+                                     " are stored in the files that those of " + name +
+                                     " arrive in, such as " + hidden + "-0.json"});
+        }
+        for (const char* slot : {"-0", "-1", "-2"}) {
+            FindSharedSlot(name, name + slot);
         }
     }
 
-    void Match(const std::string& name, const std::string& other, std::string why) {
-        if (names.contains(other)) {
-            conflicts.push_back({name, other, std::move(why)});
+    void FindSharedSlot(const std::string& name, const std::string& slot) {
+        if (names.contains(slot)) {
+            conflicts.push_back({name, slot,
+                                 "the link of " + slot + " and a stored report of " + name +
+                                     " are one file, " + slot + ".json"});
+        }
+        if (const std::string hidden = "." + slot; names.contains(hidden)) {
+            conflicts.push_back({name, hidden,
+                                 "the link of " + hidden + " is the file that reports of " + name +
+                                     " arrive in, " + hidden + ".json"});
         }
     }
 
