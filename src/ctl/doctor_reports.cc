@@ -3,9 +3,9 @@
 #include "ctl/doctor_subjects.h"
 #include "ctl/plugin_survey.h"
 #include "ctl/report_age.h"
+#include "ctl/report_source.h"
 #include "ctl/report_state.h"
 #include "store/publisher.h"
-#include "store/report_name.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -31,24 +31,6 @@ bool HasReadableDirectory(const DoctorHost& host) {
                          " cannot be read: " + std::generic_category().message(error));
     }
     return false;
-}
-
-// Without a status when it cannot be read, as in a listing of the API.
-std::vector<StoredReport> ReadNewest(const std::string& directory) {
-    const Sentrel::Publisher publisher(directory, SilentLogger());
-    const std::vector<Sentrel::Report> read = publisher.GetReports({}, {}, Sentrel::kNoStartTime);
-    std::vector<StoredReport> reports;
-    for (const Sentrel::ReportFile& file : publisher.ListReportFiles({})) {
-        const auto found = std::find_if(read.begin(), read.end(), [&](const auto& report) {
-            return Sentrel::IsSameReportName(report.name, file.name);
-        });
-        if (found == read.end() || !AgeOf(found->time, {})) {
-            reports.push_back({.name = file.name, .time = file.modified});
-        } else {
-            reports.push_back({file.name, found->time, StatusName(found->status), ""});
-        }
-    }
-    return reports;
 }
 
 struct StateRow {
@@ -90,7 +72,7 @@ void CheckReportStates(const DoctorHost& host, Findings& findings) {
         plugins = PeriodsOf(SurveyPlugins());
     }
     const std::vector<JudgedReport> judged =
-        JudgeReports(ReadNewest(host.reportDirectory), plugins, host.now);
+        JudgeReports(ReadStoredReports(host.reportDirectory, {}), plugins, host.now);
     bool isAllWell = true;
     for (const StateRow& row : kStateRows) {
         std::vector<std::string> names;

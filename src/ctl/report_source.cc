@@ -67,7 +67,8 @@ void AddListing(const ApiClient& api, const char* detail, const std::vector<std:
     }
 }
 
-// Of those that are wanted.
+// Of those that are wanted. They are asked for once more: the link of a name is gone for an instant
+// while it is renewed.
 std::vector<std::string> UnreadNames(const ReportMap& reports,
                                      const std::vector<std::string>& names) {
     std::vector<std::string> unread;
@@ -89,7 +90,6 @@ ReportMap ReadThroughApi(const ApiClient& api, const std::vector<std::string>& n
     ReportMap reports;
     AddListing(api, "BRIEF", {}, reports);
     AddListing(api, "FULL", names, reports);
-    // The link of a name is gone for an instant while it is renewed.
     const std::vector<std::string> again = UnreadNames(reports, names);
     if (!again.empty()) {
         AddListing(api, "FULL", again, reports);
@@ -111,9 +111,8 @@ std::string NormalName(const std::string& name) {
         .get<std::string>();
 }
 
-ReportMap ReadDirectory(const std::string& directory, const std::vector<std::string>& names) {
-    const Sentrel::Publisher publisher(directory, SilentLogger());
-    ReportMap reports;
+void AddStored(const Sentrel::Publisher& publisher, const std::vector<std::string>& names,
+               ReportMap& reports) {
     for (const Sentrel::ReportFile& file : publisher.ListReportFiles({})) {
         Add({NormalName(file.name), NormalTime(file.modified)}, reports);
     }
@@ -125,7 +124,15 @@ ReportMap ReadDirectory(const std::string& directory, const std::vector<std::str
                 reports);
         }
     }
-    return reports;
+}
+
+std::vector<StoredReport> Sorted(ReportMap reports) {
+    std::vector<StoredReport> sorted;
+    sorted.reserve(reports.size());
+    for (auto& [name, report] : reports) {
+        sorted.push_back(std::move(report));
+    }
+    return sorted;
 }
 
 }  // namespace
@@ -153,16 +160,22 @@ std::string StatusName(int code) {
     return code >= 0 && code < 4 ? kNames[code] : kNames[4];
 }
 
+std::vector<StoredReport> ReadStoredReports(const std::string& directory,
+                                            const std::vector<std::string>& names) {
+    const Sentrel::Publisher publisher(directory, SilentLogger());
+    ReportMap reports;
+    AddStored(publisher, names, reports);
+    const std::vector<std::string> again = UnreadNames(reports, names);
+    if (!again.empty()) {
+        AddStored(publisher, again, reports);
+    }
+    return Sorted(std::move(reports));
+}
+
 std::vector<StoredReport> ReadReports(const GivenOptions& options,
                                       const std::vector<std::string>& names) {
-    ReportMap reports = options.Has("--offline")
-                            ? ReadDirectory(FindReportDirectory(options), names)
-                            : ReadThroughApi(ConnectApi(options), names);
-    std::vector<StoredReport> sorted;
-    for (auto& [name, report] : reports) {
-        sorted.push_back(std::move(report));
-    }
-    return sorted;
+    return options.Has("--offline") ? ReadStoredReports(FindReportDirectory(options), names)
+                                    : Sorted(ReadThroughApi(ConnectApi(options), names));
 }
 
 }  // namespace Ctl

@@ -32,6 +32,10 @@ inline constexpr Option kReportsOption = {
 std::vector<StoredReport> ReadReports(const GivenOptions& options,
                                       const std::vector<std::string>& names);
 
+// The same from a directory, whose path is this machine's and ends in a slash.
+std::vector<StoredReport> ReadStoredReports(const std::string& directory,
+                                            const std::vector<std::string>& names);
+
 // The directory that --reports or its default names, below the host root, with a slash at its end.
 // Throws std::runtime_error when it cannot be read.
 std::string FindReportDirectory(const GivenOptions& options);
