@@ -102,7 +102,8 @@ void RunGroupKill(const Arguments& arguments, std::ostream& output) {
     if (arguments.options.Has("--json")) {
         WriteOutcomeJson(outcome, directory, output);
     } else {
-        WriteOutcome(outcome, longest ? AgeText(longest) : "", output);
+        // not what is left of it to a daemon that has just been started
+        WriteOutcome(outcome, AgeText(LongestRunTime(std::nullopt)), output);
     }
 }
 

@@ -29,6 +29,7 @@
 #include <optional>
 #include <ostream>
 #include <stdexcept>
+#include <string_view>
 #include <utility>
 
 #include <unistd.h>
@@ -38,6 +39,8 @@ namespace Ctl {
 namespace {
 
 using Verdict = Sentrel::PluginVerdict;
+
+constexpr std::string_view kToolName = "sentrelctl";
 
 constexpr std::array<Option, 3> kOptions = {{
     kJsonOption,
@@ -106,6 +109,11 @@ void ReadGroupPeak(PluginRun& run) {
 std::string FindIntake(std::int32_t port, const std::optional<DaemonProcess>& daemon) {
     if (daemon) {
         const std::optional<ProcessStat> stat = ReadProcessStat(daemon->pid);
+        if (stat && stat->name == kToolName) {
+            throw std::runtime_error("another \"plugin run\", process " +
+                                     std::to_string(daemon->pid) + ", has the port " +
+                                     std::to_string(port) + "; wait until it has ended");
+        }
         return (stat ? stat->name : "a process") + " (" + std::to_string(daemon->pid) + ")";
     }
     for (const ListeningSocket& socket : FindListeningSockets(static_cast<std::uint16_t>(port))) {
