@@ -58,7 +58,7 @@ std::string_view TemplateFor(const GivenOptions& options) {
 }
 
 std::string FrequencyFor(const GivenOptions& options) {
-    const std::string frequency =
+    std::string frequency =
         options.Has("--frequency") ? options.Value("--frequency") : Sentrel::kQueueNames.front();
     if (std::find(Sentrel::kQueueNames.begin(), Sentrel::kQueueNames.end(), frequency) ==
         Sentrel::kQueueNames.end()) {

@@ -71,8 +71,9 @@ void CheckReport(const std::string& subject, const std::string& directory,
         return;
     }
     const Severity severity = IsLeftOut(directory, report) ? Severity::Error : Severity::Warning;
+    const std::string what = "its report " + report + " is wrong: ";
     for (const std::string& problem : problems) {
-        findings.push_back({severity, subject, "its report " + report + " is wrong: " + problem,
+        findings.push_back({severity, subject, what + problem,
                             "correct the plugin; sentrel-report(5) says how reports are"});
     }
 }

@@ -43,7 +43,7 @@ std::string CommandLineOf(const PluginRun& run) {
 }
 
 std::string EndText(const PluginEnd& end) {
-    const std::string how =
+    std::string how =
         end.signal != 0 ? NameOfSignal(end.signal) : "exit " + std::to_string(end.exitStatus);
     if (end.asked == PluginEnd::Asked::Not) {
         return how;

@@ -41,20 +41,22 @@ constexpr std::array<Option, 5> kGetOptions = {
 constexpr std::array<Option, 2> kHistoryOptions = {{kJsonOption, kReportsOption}};
 constexpr std::array<Option, 2> kCallOptions = {{kApiOption, kTokenFileOption}};
 
+ReportState WantedState(const std::string& name) {
+    if (const std::optional<ReportState> state = ParseState(name)) {
+        return *state;
+    }
+    std::string known;
+    for (const ReportState state : kReportStates) {
+        known += known.empty() ? "" : ", ";
+        known += NameOf(state);
+    }
+    throw UsageError("option \"--state\": \"" + name + "\" is no state; there are " + known);
+}
+
 std::vector<ReportState> WantedStates(const GivenOptions& options) {
     std::vector<ReportState> states;
     for (const std::string& name : options.Values("--state")) {
-        const std::optional<ReportState> state = ParseState(name);
-        if (!state) {
-            std::string known;
-            for (const ReportState other : kReportStates) {
-                known += known.empty() ? "" : ", ";
-                known += NameOf(other);
-            }
-            throw UsageError("option \"--state\": \"" + name + "\" is no state; there are " +
-                             known);
-        }
-        states.push_back(*state);
+        states.push_back(WantedState(name));
     }
     return states;
 }
@@ -109,6 +111,7 @@ void WriteTable(const std::vector<JudgedReport>& rows, bool full, std::ostream& 
 // Of names that share files.
 std::vector<std::string> FindWarnings(const std::vector<JudgedReport>& rows) {
     std::vector<std::string> names;
+    names.reserve(rows.size());
     for (const JudgedReport& row : rows) {
         names.push_back(row.report.name);
     }

@@ -126,7 +126,7 @@ void AddStored(const Sentrel::Publisher& publisher, const std::vector<std::strin
     }
 }
 
-std::vector<StoredReport> Sorted(ReportMap reports) {
+std::vector<StoredReport> Sorted(ReportMap&& reports) {
     std::vector<StoredReport> sorted;
     sorted.reserve(reports.size());
     for (auto& [name, report] : reports) {

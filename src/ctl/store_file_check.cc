@@ -105,8 +105,9 @@ class FolderCheck {
 
     void Run(const std::string& folder, Severity severityOfStrangers) {
         CheckAccess(folder, findings);
+        const std::string prefix = folder + "/";
         for (const std::string& name : NamesIn(folder)) {
-            const std::string path = folder + "/" + name;
+            const std::string path = prefix + name;
             if (known.contains(path)) {
                 CheckAccess(path, findings);
             } else if (IsLeftOver(name)) {

@@ -26,12 +26,12 @@ std::string_view SequenceOf(Colour colour) {
 }  // namespace
 
 bool ShowsColours() {
-    static const bool shows = [] {
+    static const bool kShows = [] {
         // NOLINTNEXTLINE(concurrency-mt-unsafe): nothing in this process changes the environment
         const char* noColour = std::getenv("NO_COLOR");
         return (noColour == nullptr || *noColour == '\0') && ::isatty(STDOUT_FILENO) == 1;
     }();
-    return shows;
+    return kShows;
 }
 
 std::string Paint(std::string_view text, Colour colour) {

@@ -68,7 +68,7 @@ std::string ReadReasonOf(int errorNumber) {
 // Whether the umask takes away from kFileMode. Asked once, and of /proc, since umask(2) tells it
 // only by changing it for all threads. When it cannot be known, every file is given its mode.
 bool UmaskCutsFileMode() {
-    static const bool cuts = [] {
+    static const bool kCuts = [] {
         std::ifstream status("/proc/self/status");
         unsigned mask = 0777;
         for (std::string line; std::getline(status, line);) {
@@ -79,7 +79,7 @@ bool UmaskCutsFileMode() {
         }
         return (mask & kFileMode) != 0;
     }();
-    return cuts;
+    return kCuts;
 }
 
 // Removes what stands at `path`, a directory excepted. Gone already is as good as removed.
