@@ -25,7 +25,6 @@ namespace {
 using OrderedJson = nlohmann::ordered_json;
 
 constexpr mode_t kFileMode = 0644;
-constexpr mode_t kFolderMode = 0755;
 
 std::string FolderOf(const std::string& path) { return path.substr(0, path.rfind('/')); }
 
@@ -122,11 +121,11 @@ void RefuseLink(const std::string& path) {
 
 }  // namespace
 
-HostFileLock::HostFileLock(const std::string& path) {
+HostFileLock::HostFileLock(const std::string& path, mode_t folderMode) {
     const std::string plain = FolderOf(path);
     const std::string rooted = Sys::HostPath(plain);
     try {
-        Sys::MakeDirectory(rooted, kFolderMode);
+        Sys::MakeDirectory(rooted, folderMode);
     } catch (const std::system_error& error) {
         ThrowUnwritable(path, error.code());
     }

@@ -8,14 +8,16 @@
 #include <string>
 #include <string_view>
 
+#include <sys/types.h>
+
 namespace Ctl {
 
 // Whoever holds it is the only one that changes files in the folder of one.
 class HostFileLock {
   public:
-    // Of the file at the plain path `path`; makes its folder when it is missing, and waits for
-    // others, for some seconds at most. Throws std::runtime_error, with what to do.
-    explicit HostFileLock(const std::string& path);
+    // Of the file at the plain path `path`; makes its folder with that mode when it is missing, and
+    // waits for others, for some seconds at most. Throws std::runtime_error, with what to do.
+    explicit HostFileLock(const std::string& path, mode_t folderMode = 0755);
 
   private:
     Sys::OwnedFd folder;

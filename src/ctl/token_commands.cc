@@ -2,6 +2,7 @@
 
 #include "ctl/command_line.h"
 #include "ctl/daemon_settings.h"
+#include "ctl/host_file.h"
 #include "ctl/json_output.h"
 #include "ctl/lifetime.h"
 #include "ctl/signing.h"
@@ -36,9 +37,12 @@ constexpr std::array<Option, 3> kIssueOptions = {{
 }};
 constexpr std::array<Option, 1> kInspectOptions = {{kJsonOption}};
 
-// The key that is there, or a new one.
+constexpr mode_t kKeyFolderMode = 0700;
+
+// The key that is there, or a new one: one, too, when several ask for it at once.
 std::pair<Token::SigningKey, bool> FindOrMakeKey() {
     const std::string path(kSigningKeyPath);
+    const HostFileLock lock(path, kKeyFolderMode);
     try {
         return {Token::SigningKey::Load(path), false};
     } catch (const Pellmar::NotFoundException&) {
