@@ -3,6 +3,7 @@
 #include "support/plugin_process.h"
 #include "support/report_contract.h"
 #include "support/report_listener.h"
+#include "support/sanitizers.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -19,11 +20,7 @@ using Test::ReportListener;
 using testing::HasSubstr;
 
 // The sanitizers need more memory than the programs themselves.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool kIsInstrumented = true;
-#else
-constexpr bool kIsInstrumented = false;
-#endif
+constexpr bool kIsInstrumented = kHasAddressSanitizer || kHasThreadSanitizer;
 constexpr long kMaxPeakKiB = 3 * 1024;
 
 class CheckProgram : public testing::TestWithParam<const char*> {

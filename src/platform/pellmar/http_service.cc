@@ -173,7 +173,8 @@ bool ServiceImpl::NextEvent(std::uint64_t& event) {
         held.Lock();
         leaderWaits = false;
         for (int index = 0; index < count; ++index) {
-            readyEvents.push_back(ready[static_cast<std::size_t>(index)].data.u64);
+            // a copy: epoll_event is packed, so a reference into it may be misaligned
+            readyEvents.push_back(std::uint64_t{ready[static_cast<std::size_t>(index)].data.u64});
         }
         if (count > 1 && runners < maxRunners) {
             ++runners;

@@ -3,6 +3,7 @@
 #include "platform/hostlib/hostlib.h"
 
 #include "platform/hostlib/exclusive_lock.h"
+#include "support/sanitizers.h"
 #include "support/temporary_directory.h"
 
 #include <gtest/gtest.h>
@@ -145,9 +146,9 @@ void AcquireTwice(Hostlib::ExclusiveLock& lock) NO_THREAD_SAFETY_ANALYSIS {
 void ReleaseUnheld(Hostlib::ExclusiveLock& lock) NO_THREAD_SAFETY_ANALYSIS { lock.Release(); }
 
 TEST(ExclusiveLockTest, StopsTheProcessOnMisuse) {
-#ifdef __SANITIZE_THREAD__
-    GTEST_SKIP() << "the thread sanitizer reports the misuse first";
-#endif
+    if (kHasThreadSanitizer) {
+        GTEST_SKIP() << "the thread sanitizer reports the misuse first";
+    }
     Hostlib::ExclusiveLock lock("misused-lock");
     EXPECT_EXIT(AcquireTwice(lock), testing::KilledBySignal(SIGABRT),
                 "VERIFY exclusive_lock.cc:[0-9]+\n");
