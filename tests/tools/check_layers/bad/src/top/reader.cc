@@ -1,3 +1,2 @@
-// A header that is not the first include of its .cc file is not shown to stand alone.
-#include "top/other.h"
-#include "top/reader.h"
+// Its header is not its first include.
+#include <cstdio>

@@ -1,2 +1,0 @@
-// Nothing of interest.
-#pragma once
