@@ -133,20 +133,21 @@ TEST_F(PluginCommands, NewPluginsWorkAsTheyAre) {
     StartDaemon();
     for (const std::string language : {"sh", "python", "cpp"}) {
         const std::string name = "new." + language;
+        const std::string program = host.Base() + name;
         const std::string made = OutputOf({"plugin", "new", name, "--language", language,
                                            "--directory", host.Base(), "--frequency", "slow"});
-        EXPECT_THAT(made, HasSubstr("Made " + host.Base() + name));
+        EXPECT_THAT(made, HasSubstr("Made " + program));
         ExpectFailure(
             Run({"plugin", "new", name, "--language", language, "--directory", host.Base()}),
             "is there already, and is not overwritten");
         if (language == "cpp") {
-            const std::string compile = "g++ -std=c++17 -Wall -Wextra -Werror " + host.Base() +
-                                        name + ".cc -o " + host.Base() + name;
+            std::string compile = "g++ -std=c++17 -Wall -Wextra -Werror ";
+            compile.append(program).append(".cc -o ").append(program);
             // NOLINTNEXTLINE(cert-env33-c,concurrency-mt-unsafe): this very command is documented
             ASSERT_EQ(std::system(compile.c_str()), 0);
         }
-        EXPECT_EQ(Run({"plugin", "check", host.Base() + name}).status, 0);
-        const ::Test::PluginHost plugin(host.Base() + name, name);
+        EXPECT_EQ(Run({"plugin", "check", program}).status, 0);
+        const ::Test::PluginHost plugin(program, name);
         ::Test::PluginProcess run(plugin, plugin.CommandLine(9996));
         EXPECT_EQ(run.WaitForEnd(), 0);
         EXPECT_EQ(run.StandardError(), "");

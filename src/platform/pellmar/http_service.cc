@@ -42,7 +42,8 @@ int Opened(int descriptor, const char* what) {
 }  // namespace
 
 Ref<HttpService> CreateHttpSvc(const Ref<System::ServerSocket>& socket,
-                               const Ref<Service::Logger>& logger, HeaderDefinitions headers) {
+                               const Ref<Service::Logger>& logger,
+                               const HeaderDefinitions& headers) {
     return CreateHttpSvc(socket, logger, headers, HttpTimes{});
 }
 

@@ -23,6 +23,7 @@ class HttpService : public ObjectImpl {
 
 // The service keeps `socket`, which listens already, and logs through `logger`.
 Ref<HttpService> CreateHttpSvc(const Ref<System::ServerSocket>& socket,
-                               const Ref<Service::Logger>& logger, HeaderDefinitions headers);
+                               const Ref<Service::Logger>& logger,
+                               const HeaderDefinitions& headers);
 
 }  // namespace Pellmar::Http
