@@ -90,10 +90,10 @@ OrderedJson ApiClient::Call(std::string_view method, const OrderedJson& paramete
         {"jsonrpc", "2.0"}, {"id", 1}, {"method", method}, {"params", parameters}};
     std::string text =
         Exchange(request.dump(-1, ' ', false, OrderedJson::error_handler_t::replace));
-    const OrderedJson answer = OrderedJson::parse(text, nullptr, false);
+    OrderedJson answer = OrderedJson::parse(text, nullptr, false);
     text = {};
     if (answer.is_object() && answer.contains("result")) {
-        return answer["result"];
+        return std::move(answer["result"]);
     }
     if (answer.is_object() && answer.contains("error") && answer["error"].is_object()) {
         ThrowError(answer["error"], !token.empty());
