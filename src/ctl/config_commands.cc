@@ -144,12 +144,7 @@ void RunGet(const Arguments& arguments, std::ostream& output) {
 
 int JudgeConfiguration(const Arguments& arguments, std::ostream& output) {
     const std::vector<Finding> findings = CheckConfiguration();
-    if (arguments.options.Has("--json")) {
-        WriteFindingsJson(findings, output);
-    } else {
-        WriteFindings(findings, output);
-    }
-    return WorstOf(findings) == Severity::Error ? 1 : 0;
+    return TellFindings(findings, arguments.options.Has("--json"), output);
 }
 
 constexpr std::array<Command, 4> kCommands = {{

@@ -72,12 +72,7 @@ int RunDoctor(const Arguments& arguments, std::ostream& output) {
     for (const Subject& subject : kSubjects) {
         Look(subject, host, findings);
     }
-    if (arguments.options.Has("--json")) {
-        WriteFindingsJson(findings, output);
-    } else {
-        WriteFindings(findings, output);
-    }
-    return WorstOf(findings) == Severity::Error ? 1 : 0;
+    return TellFindings(findings, arguments.options.Has("--json"), output);
 }
 
 constexpr std::array<Command, 1> kCommands = {{

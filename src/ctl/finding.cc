@@ -78,4 +78,13 @@ void WriteFindingsJson(std::span<const Finding> findings, std::ostream& output) 
     WriteJson({{"worst", NameOf(WorstOf(findings))}, {"findings", rows}}, output);
 }
 
+int TellFindings(std::span<const Finding> findings, bool asJson, std::ostream& output) {
+    if (asJson) {
+        WriteFindingsJson(findings, output);
+    } else {
+        WriteFindings(findings, output);
+    }
+    return WorstOf(findings) == Severity::Error ? 1 : 0;
+}
+
 }  // namespace Ctl

@@ -34,4 +34,7 @@ void WriteFindings(std::span<const Finding> findings, std::ostream& output);
 // For programs: {"worst": "warning", "findings": [{"severity", "subject", "text", "remedy"}]}.
 void WriteFindingsJson(std::span<const Finding> findings, std::ostream& output);
 
+// Writes them in one of the two ways; gives the exit status: 1 when one is an Error, else 0.
+int TellFindings(std::span<const Finding> findings, bool asJson, std::ostream& output);
+
 }  // namespace Ctl

@@ -112,12 +112,7 @@ std::vector<Finding> FindAll(const Arguments& arguments) {
 
 int JudgePlugins(const Arguments& arguments, std::ostream& output) {
     const std::vector<Finding> findings = FindAll(arguments);
-    if (arguments.options.Has("--json")) {
-        WriteFindingsJson(findings, output);
-    } else {
-        WriteFindings(findings, output);
-    }
-    return WorstOf(findings) == Severity::Error ? 1 : 0;
+    return TellFindings(findings, arguments.options.Has("--json"), output);
 }
 
 constexpr std::array<Command, 4> kCommands = {{
