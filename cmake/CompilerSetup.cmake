@@ -13,8 +13,13 @@ set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 find_program(SENTREL_CCACHE ccache)
 mark_as_advanced(SENTREL_CCACHE)
 if(SENTREL_CCACHE AND NOT DEFINED CMAKE_CXX_COMPILER_LAUNCHER)
-    set(CMAKE_CXX_COMPILER_LAUNCHER ${SENTREL_CCACHE})
+    # Every checkout of this tree shares one cache, wherever it lies.
+    set(CMAKE_CXX_COMPILER_LAUNCHER
+        ${CMAKE_COMMAND} -E env CCACHE_BASEDIR=${PROJECT_SOURCE_DIR} CCACHE_NOHASHDIR=1 ${SENTREL_CCACHE}
+    )
 endif()
+# Debug information and messages name files from the top of the tree.
+add_compile_options(-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
 
 find_package(Threads REQUIRED)
 
