@@ -1,14 +1,14 @@
 // What a launch costs a daemon that has touched much memory: the spawn call against posix_spawn of
 // the same program, interleaved, and the resource group's checks before each launch.
-#include "platform/kernel/spawn.h"
+#include "platform/kernel/spawn/spawn.h"
 #include "command_line.h"
 #include "measurement.h"
-#include "platform/kernel/cgroup_backend.h"
-#include "platform/kernel/cgroup_location.h"
-#include "platform/kernel/embedded_backend.h"
-#include "platform/kernel/groups.h"
-#include "platform/kernel/kis.h"
-#include "platform/kernel/process_table.h"
+#include "platform/kernel/groups/cgroup_backend.h"
+#include "platform/kernel/groups/cgroup_location.h"
+#include "platform/kernel/groups/embedded_backend.h"
+#include "platform/kernel/groups/groups.h"
+#include "platform/kernel/interface/kis.h"
+#include "platform/kernel/spawn/process_table.h"
 #include "platform/sys/owned_fd.h"
 #include "platform/sys/pid_fd.h"
 

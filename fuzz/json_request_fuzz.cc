@@ -1,9 +1,9 @@
 // Feeds a request document to its reader and aborts when a promise breaks: what is let through is
 // what the library reads too, its parameters can be built and written again, and every answer, to a
 // refused document too, is JSON.
-#include "platform/runtime/json_request.h"
-#include "platform/runtime/json_response.h"
-#include "platform/runtime/value_reader.h"
+#include "platform/runtime/json/json_request.h"
+#include "platform/runtime/json/json_response.h"
+#include "platform/runtime/json/value_reader.h"
 
 #include <nlohmann/json.hpp>
 

@@ -3,7 +3,7 @@
 // system would judge otherwise, a record that is half filled or does not say what the document
 // says.
 #include "platform/json/bounded_json.h"
-#include "platform/pellmar/logger.h"
+#include "platform/pellmar/log/logger.h"
 #include "store/report.h"
 #include "store/report_time.h"
 

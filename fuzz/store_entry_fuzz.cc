@@ -4,7 +4,7 @@
 // can be asked for.
 #include "platform/json/bounded_json.h"
 #include "platform/pellmar/exceptions.h"
-#include "platform/pellmar/logger.h"
+#include "platform/pellmar/log/logger.h"
 #include "platform/tabulon/entry_files.h"
 #include "platform/tabulon/json_reader.h"
 

@@ -3,9 +3,9 @@
 #include "core/daemon.h"
 
 #include "core/settings/settings.h"
-#include "platform/kernel/groups.h"
-#include "platform/pellmar/app.h"
-#include "platform/pellmar/logger.h"
+#include "platform/kernel/groups/groups.h"
+#include "platform/pellmar/log/logger.h"
+#include "platform/pellmar/service/app.h"
 #include "plugins/plugin.h"
 #include "plugins/plugin_launcher.h"
 #include "plugins/resource_group.h"

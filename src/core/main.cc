@@ -3,9 +3,9 @@
 #include "core/daemon.h"
 #include "core/settings/settings.h"
 #include "platform/hostlib/hostlib.h"
-#include "platform/pellmar/app.h"
 #include "platform/pellmar/config.h"
-#include "platform/pellmar/logger.h"
+#include "platform/pellmar/log/logger.h"
+#include "platform/pellmar/service/app.h"
 #include "platform/tabulon/json_config.h"
 
 #include <cerrno>

@@ -3,8 +3,8 @@
 
 #include "core/settings/settings.h"
 #include "intake/sentrel_handler.h"
-#include "platform/pellmar/server_socket.h"
-#include "platform/pellmar/system_factory.h"
+#include "platform/pellmar/system/server_socket.h"
+#include "platform/pellmar/system/system_factory.h"
 
 #include <cstdint>
 

@@ -3,8 +3,8 @@
 #pragma once
 
 #include "platform/pellmar/config.h"
-#include "platform/pellmar/http_service.h"
-#include "platform/pellmar/logger.h"
+#include "platform/pellmar/http/http_service.h"
+#include "platform/pellmar/log/logger.h"
 #include "platform/pellmar/object.h"
 
 #include <string>

@@ -1,8 +1,8 @@
 // Which posts are reports: the rules that need nothing but the head of the request.
 #pragma once
 
-#include "platform/pellmar/http_message.h"
-#include "platform/pellmar/logger.h"
+#include "platform/pellmar/http/http_message.h"
+#include "platform/pellmar/log/logger.h"
 #include "platform/pellmar/object.h"
 
 #include <optional>

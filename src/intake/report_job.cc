@@ -2,7 +2,7 @@
 #include "intake/report_job.h"
 
 #include "platform/pellmar/exceptions.h"
-#include "platform/pellmar/file.h"
+#include "platform/pellmar/system/file.h"
 
 #include <cstddef>
 

@@ -1,8 +1,8 @@
 // The job that a posted report becomes: receives the body, commits it to the store, answers.
 #pragma once
 
-#include "platform/pellmar/http_message.h"
-#include "platform/pellmar/logger.h"
+#include "platform/pellmar/http/http_message.h"
+#include "platform/pellmar/log/logger.h"
 #include "platform/pellmar/object.h"
 #include "store/report_roller.h"
 

@@ -3,7 +3,7 @@
 #include "intake/post_rules.h"
 #include "intake/report_job.h"
 #include "platform/pellmar/exceptions.h"
-#include "platform/pellmar/thread_pool.h"
+#include "platform/pellmar/work/thread_pool.h"
 
 #include <cstdint>
 #include <utility>

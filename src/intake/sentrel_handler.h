@@ -3,10 +3,10 @@
 #pragma once
 
 #include "platform/hostlib/exclusive_lock.h"
-#include "platform/pellmar/http_message.h"
-#include "platform/pellmar/logger.h"
+#include "platform/pellmar/http/http_message.h"
+#include "platform/pellmar/log/logger.h"
 #include "platform/pellmar/object.h"
-#include "platform/pellmar/work_queue.h"
+#include "platform/pellmar/work/work_queue.h"
 #include "store/report_roller.h"
 
 #include <cstddef>

@@ -2,7 +2,7 @@
 
 #include "platform/pellmar/config.h"
 #include "platform/pellmar/exceptions.h"
-#include "platform/pellmar/system_factory.h"
+#include "platform/pellmar/system/system_factory.h"
 #include "platform/sys/host_root.h"
 #include "platform/tabulon/json_config.h"
 #include "plugins/plugin_launcher.h"

@@ -1,7 +1,7 @@
 // Which plugins there are, and what the configuration store says of each.
 #pragma once
 
-#include "platform/pellmar/logger.h"
+#include "platform/pellmar/log/logger.h"
 #include "platform/pellmar/object.h"
 #include "platform/tabulon/entry_files.h"
 #include "plugins/plugin.h"

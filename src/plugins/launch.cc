@@ -1,8 +1,8 @@
 // Also what the launcher makes of it: keeping the process id, and ending those whose time is up.
 #include "plugins/launch.h"
 
-#include "platform/kernel/process_table.h"
-#include "platform/kernel/spawn.h"
+#include "platform/kernel/spawn/process_table.h"
+#include "platform/kernel/spawn/spawn.h"
 #include "plugins/plugin_launcher.h"
 #include "plugins/resource_group.h"
 

@@ -2,7 +2,7 @@
 // is the launcher's business.
 #pragma once
 
-#include "platform/pellmar/logger.h"
+#include "platform/pellmar/log/logger.h"
 #include "platform/pellmar/object.h"
 #include "plugins/plugin.h"
 

@@ -2,7 +2,7 @@
 
 #include "core/settings/settings.h"
 #include "platform/hostlib/hostlib.h"
-#include "platform/pellmar/app.h"
+#include "platform/pellmar/service/app.h"
 #include "plugins/resource_group.h"
 
 #include <cstdlib>

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "platform/pellmar/config.h"
-#include "platform/pellmar/logger.h"
+#include "platform/pellmar/log/logger.h"
 #include "platform/pellmar/object.h"
 
 #include <cstdint>

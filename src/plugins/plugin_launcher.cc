@@ -1,7 +1,7 @@
 #include "plugins/plugin_launcher.h"
 
-#include "platform/pellmar/app.h"
 #include "platform/pellmar/config.h"
+#include "platform/pellmar/service/app.h"
 #include "plugins/resource_group.h"
 
 #include <utility>

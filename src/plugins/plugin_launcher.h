@@ -4,9 +4,9 @@
 #pragma once
 
 #include "platform/hostlib/exclusive_lock.h"
-#include "platform/pellmar/logger.h"
+#include "platform/pellmar/log/logger.h"
 #include "platform/pellmar/object.h"
-#include "platform/pellmar/scheduler.h"
+#include "platform/pellmar/work/scheduler.h"
 #include "plugins/plugin.h"
 #include "plugins/queue_timing.h"
 

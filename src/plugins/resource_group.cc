@@ -1,7 +1,7 @@
 #include "plugins/resource_group.h"
 
-#include "platform/kernel/kis.h"
-#include "platform/kernel/status.h"
+#include "platform/kernel/interface/kis.h"
+#include "platform/kernel/interface/status.h"
 
 #include <array>
 #include <cstddef>

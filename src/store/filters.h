@@ -2,7 +2,7 @@
 // lists, which outlive it, and tells its reasons through the publisher's logger.
 #pragma once
 
-#include "platform/pellmar/logger.h"
+#include "platform/pellmar/log/logger.h"
 #include "platform/pellmar/object.h"
 #include "store/report.h"
 

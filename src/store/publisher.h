@@ -3,7 +3,7 @@
 // a report document must be like is report.h's.
 #pragma once
 
-#include "platform/pellmar/logger.h"
+#include "platform/pellmar/log/logger.h"
 #include "platform/pellmar/object.h"
 #include "store/filters.h"
 #include "store/report.h"

@@ -3,7 +3,7 @@
 #include "store/report.h"
 
 #include "platform/json/json_scanner.h"
-#include "platform/pellmar/logger.h"
+#include "platform/pellmar/log/logger.h"
 
 #include <nlohmann/json.hpp>
 

@@ -4,7 +4,7 @@
 
 #include "platform/hostlib/hostlib.h"
 #include "platform/pellmar/exceptions.h"
-#include "platform/pellmar/system_factory.h"
+#include "platform/pellmar/system/system_factory.h"
 #include "store/report_name.h"
 
 #include <optional>

@@ -6,9 +6,9 @@
 //   DIRECTORY/NAME.json          symbolic link to the newest stored report
 #pragma once
 
-#include "platform/pellmar/file.h"
-#include "platform/pellmar/logger.h"
+#include "platform/pellmar/log/logger.h"
 #include "platform/pellmar/object.h"
+#include "platform/pellmar/system/file.h"
 
 #include <cstdint>
 #include <string>

@@ -1,5 +1,5 @@
 // The description of the API that is installed, held against the API that a daemon serves.
-#include "ctl/json_schema.h"
+#include "ctl/reports/json_schema.h"
 #include "ctl/tool_host.h"
 
 #include <gmock/gmock.h>

@@ -1,5 +1,5 @@
 // "audit" on logs that the test writes.
-#include "ctl/audit_reader.h"
+#include "ctl/access/audit_reader.h"
 #include "ctl/tool_run.h"
 #include "support/host_directory.h"
 

@@ -1,6 +1,6 @@
 // "doctor" and what it finds things out with, on a healthy host and on one with a dozen faults.
-#include "ctl/listening_sockets.h"
-#include "ctl/process_stat.h"
+#include "ctl/host/listening_sockets.h"
+#include "ctl/host/process_stat.h"
 #include "ctl/tool_host.h"
 #include "platform/sys/owned_fd.h"
 #include "support/cgroup_root.h"

@@ -1,6 +1,6 @@
 // The commands "group ..." by the real program, in a cgroup root of the test's own.
 #include "ctl/tool_run.h"
-#include "platform/kernel/cgroup_location.h"
+#include "platform/kernel/groups/cgroup_location.h"
 #include "support/cgroup_root.h"
 #include "support/host_directory.h"
 

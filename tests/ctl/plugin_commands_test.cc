@@ -1,7 +1,7 @@
 // "plugin list", "plan", "check" and "new" by the real program, on a host of the test's own with a
 // real daemon for what is posted.
-#include "ctl/name_conflicts.h"
-#include "ctl/report_check.h"
+#include "ctl/reports/check.h"
+#include "ctl/reports/name_conflicts.h"
 #include "ctl/tool_host.h"
 #include "support/plugin_process.h"
 

@@ -1,6 +1,6 @@
-#include "ctl/report_check.h"
+#include "ctl/reports/check.h"
 
-#include "ctl/json_schema.h"
+#include "ctl/reports/json_schema.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,5 +1,5 @@
 // What state reports are in: the rules alone, without a host.
-#include "ctl/report_state.h"
+#include "ctl/reports/state.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "ctl/table.h"
+#include "ctl/show/table.h"
 
 #include <gtest/gtest.h>
 

@@ -3,8 +3,8 @@
 
 #include "intake/running_intake.h"
 #include "platform/pellmar/exceptions.h"
-#include "platform/pellmar/server_socket.h"
-#include "platform/pellmar/system_factory.h"
+#include "platform/pellmar/system/server_socket.h"
+#include "platform/pellmar/system/system_factory.h"
 
 #include <string>
 #include <system_error>

@@ -1,8 +1,8 @@
 // What becomes of plugins that cannot be started or will not end, and that the next one comes in
 // time all the same.
-#include "platform/kernel/cgroup_backend.h"
-#include "platform/kernel/groups.h"
-#include "platform/kernel/process_table.h"
+#include "platform/kernel/groups/cgroup_backend.h"
+#include "platform/kernel/groups/groups.h"
+#include "platform/kernel/spawn/process_table.h"
 #include "platform/sys/owned_fd.h"
 #include "plugin_host.h"
 #include "plugins/resource_group.h"

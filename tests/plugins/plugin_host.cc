@@ -1,9 +1,9 @@
 #include "plugin_host.h"
 
-#include "platform/kernel/embedded_backend.h"
-#include "platform/kernel/groups.h"
-#include "platform/kernel/process_table.h"
-#include "platform/pellmar/app.h"
+#include "platform/kernel/groups/embedded_backend.h"
+#include "platform/kernel/groups/groups.h"
+#include "platform/kernel/spawn/process_table.h"
+#include "platform/pellmar/service/app.h"
 #include "platform/sys/owned_fd.h"
 #include "platform/tabulon/json_config.h"
 #include "plugins/discovery.h"

@@ -2,8 +2,8 @@
 // whose clock the test drives.
 #pragma once
 
-#include "platform/pellmar/scheduler.h"
-#include "platform/pellmar/thread_pool.h"
+#include "platform/pellmar/work/scheduler.h"
+#include "platform/pellmar/work/thread_pool.h"
 #include "plugins/plugin_launcher.h"
 #include "support/captured_log.h"
 #include "support/manual_clock.h"

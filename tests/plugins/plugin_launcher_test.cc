@@ -1,7 +1,7 @@
 // The launcher's start, its batches on a driven clock, and what becomes of plugins of all kinds.
 #include "plugins/plugin_launcher.h"
 
-#include "platform/kernel/groups.h"
+#include "platform/kernel/groups/groups.h"
 #include "plugin_host.h"
 #include "plugins/resource_group.h"
 #include "support/host_directory.h"

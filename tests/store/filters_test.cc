@@ -1,7 +1,7 @@
 // What each filter keeps and tells.
 #include "store/filters.h"
 
-#include "platform/pellmar/logger.h"
+#include "platform/pellmar/log/logger.h"
 #include "support/captured_log.h"
 #include "support/time_zone.h"
 

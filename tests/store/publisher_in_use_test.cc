@@ -1,5 +1,5 @@
 // The publisher while others change its directory: it sees whole reports or none, and never waits.
-#include "platform/pellmar/logger.h"
+#include "platform/pellmar/log/logger.h"
 #include "platform/pellmar/object.h"
 #include "store/publisher.h"
 #include "store/report_roller.h"

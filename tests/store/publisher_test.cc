@@ -2,7 +2,7 @@
 // that may stand there.
 #include "store/publisher.h"
 
-#include "platform/pellmar/logger.h"
+#include "platform/pellmar/log/logger.h"
 #include "platform/sys/owned_fd.h"
 #include "support/captured_log.h"
 #include "support/host_directory.h"

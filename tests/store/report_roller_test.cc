@@ -3,9 +3,9 @@
 #include "store/report_roller.h"
 
 #include "platform/pellmar/exceptions.h"
-#include "platform/pellmar/file.h"
-#include "platform/pellmar/logger.h"
+#include "platform/pellmar/log/logger.h"
 #include "platform/pellmar/object.h"
+#include "platform/pellmar/system/file.h"
 #include "support/captured_log.h"
 #include "support/host_directory.h"
 

@@ -1,6 +1,6 @@
 #include "support/api_call.h"
 
-#include "platform/runtime/json_writer.h"
+#include "platform/runtime/json/json_writer.h"
 
 #include <cstddef>
 #include <utility>

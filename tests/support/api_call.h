@@ -2,9 +2,9 @@
 // text.
 #pragma once
 
-#include "platform/runtime/call.h"
-#include "platform/runtime/enqueuer.h"
-#include "platform/runtime/logger.h"
+#include "platform/runtime/call/call.h"
+#include "platform/runtime/call/enqueuer.h"
+#include "platform/runtime/call/logger.h"
 
 #include <functional>
 #include <memory>

@@ -1,7 +1,7 @@
 #include "support/captured_log.h"
 
-#include "platform/pellmar/log_sink.h"
-#include "platform/pellmar/logger.h"
+#include "platform/pellmar/log/log_sink.h"
+#include "platform/pellmar/log/logger.h"
 #include "platform/sys/owned_fd.h"
 #include "support/deadline.h"
 #include "support/temporary_directory.h"

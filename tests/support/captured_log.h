@@ -1,7 +1,7 @@
 // Takes the log messages of this process away from standard error, for a test to look at.
 #pragma once
 
-#include "platform/pellmar/log_sink.h"
+#include "platform/pellmar/log/log_sink.h"
 #include "platform/sys/owned_fd.h"
 #include "support/temporary_directory.h"
 

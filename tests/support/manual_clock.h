@@ -1,7 +1,7 @@
 // A clock that stands still until a test moves it.
 #pragma once
 
-#include "platform/pellmar/clock.h"
+#include "platform/pellmar/work/clock.h"
 
 #include <chrono>
 #include <vector>

@@ -2,7 +2,7 @@
 #include "platform/audit/kvx_audit.h"
 
 #include "platform/audit/audit_file.h"
-#include "platform/pellmar/logger.h"
+#include "platform/pellmar/log/logger.h"
 
 #include <nlohmann/json.hpp>
 

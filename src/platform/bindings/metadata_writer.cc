@@ -1,8 +1,8 @@
 #include "platform/bindings/metadata_writer.h"
 
-#include "platform/runtime/json_writer.h"
-#include "platform/runtime/metadata_definition.h"
-#include "platform/runtime/native.h"
+#include "platform/runtime/call/native.h"
+#include "platform/runtime/json/json_writer.h"
+#include "platform/runtime/metadata/metadata_definition.h"
 
 #include <nlohmann/json.hpp>
 

@@ -2,8 +2,8 @@
 // format is the runtime's (metadata_model.h).
 #pragma once
 
-#include "platform/runtime/definition.h"
-#include "platform/runtime/metadata_model.h"
+#include "platform/runtime/definition/definition.h"
+#include "platform/runtime/metadata/metadata_model.h"
 
 #include <string>
 

@@ -1,9 +1,9 @@
 #include "platform/bindings/openrpc_writer.h"
 
 #include "platform/bindings/metadata_writer.h"
-#include "platform/runtime/authz_info.h"
-#include "platform/runtime/error_value.h"
-#include "platform/runtime/json_response.h"
+#include "platform/runtime/call/authz_info.h"
+#include "platform/runtime/json/json_response.h"
+#include "platform/runtime/values/error_value.h"
 
 #include <nlohmann/json.hpp>
 

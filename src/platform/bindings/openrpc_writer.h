@@ -2,7 +2,7 @@
 // from the definitions of its services, when the system is built.
 #pragma once
 
-#include "platform/runtime/definition.h"
+#include "platform/runtime/definition/definition.h"
 
 #include <string>
 #include <vector>

@@ -1,6 +1,6 @@
 #include "platform/bindings/reports_definition.h"
 #include "platform/bindings/reports_svc.h"
-#include "platform/runtime/native_operation.h"
+#include "platform/runtime/call/native_operation.h"
 
 #include <memory>
 #include <string>

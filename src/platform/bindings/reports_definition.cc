@@ -1,7 +1,7 @@
 #include "platform/bindings/reports_definition.h"
 
 #include "platform/bindings/service_types.h"
-#include "platform/runtime/error_value.h"
+#include "platform/runtime/values/error_value.h"
 
 #include <initializer_list>
 #include <utility>

@@ -5,8 +5,8 @@
 #pragma once
 
 #include "platform/bindings/reports_svc.h"
-#include "platform/runtime/definition.h"
-#include "platform/runtime/native.h"
+#include "platform/runtime/call/native.h"
+#include "platform/runtime/definition/definition.h"
 
 #include <array>
 #include <optional>

@@ -3,10 +3,10 @@
 // reports_definition.h.
 #pragma once
 
-#include "platform/runtime/async_result.h"
-#include "platform/runtime/call.h"
-#include "platform/runtime/date_time.h"
-#include "platform/runtime/provider.h"
+#include "platform/runtime/call/call.h"
+#include "platform/runtime/call/provider.h"
+#include "platform/runtime/values/async_result.h"
+#include "platform/runtime/values/date_time.h"
 
 #include <cstdint>
 #include <memory>

@@ -1,8 +1,8 @@
 #include "platform/bindings/runtime_definition.h"
 
 #include "platform/bindings/service_types.h"
-#include "platform/runtime/metadata_definition.h"
-#include "platform/runtime/metadata_queries.h"
+#include "platform/runtime/metadata/metadata_definition.h"
+#include "platform/runtime/metadata/metadata_queries.h"
 
 #include <map>
 #include <memory>

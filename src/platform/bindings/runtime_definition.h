@@ -1,7 +1,7 @@
 // The definitions of the services that the runtime itself brings: metadata and introspection.
 #pragma once
 
-#include "platform/runtime/definition.h"
+#include "platform/runtime/definition/definition.h"
 
 #include <vector>
 

@@ -2,7 +2,7 @@
 // of a service.
 #pragma once
 
-#include "platform/runtime/native_definition.h"
+#include "platform/runtime/definition/native_definition.h"
 
 #include <algorithm>
 #include <type_traits>

@@ -2,9 +2,9 @@
 // them on the wire is the runtime's.
 #pragma once
 
-#include "platform/runtime/data_value.h"
-#include "platform/runtime/error_value.h"
-#include "platform/runtime/localizer.h"
+#include "platform/runtime/values/data_value.h"
+#include "platform/runtime/values/error_value.h"
+#include "platform/runtime/values/localizer.h"
 
 #include <optional>
 #include <vector>

@@ -1,6 +1,6 @@
 #include "platform/tabulon/json_reader.h"
 
-#include "platform/pellmar/logger.h"
+#include "platform/pellmar/log/logger.h"
 #include "platform/tabulon/json_lookup.h"
 
 #include <nlohmann/json.hpp>

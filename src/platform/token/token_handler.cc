@@ -1,7 +1,7 @@
 #include "platform/token/token_handler.h"
 
-#include "platform/runtime/error_value.h"
-#include "platform/runtime/localizer.h"
+#include "platform/runtime/values/error_value.h"
+#include "platform/runtime/values/localizer.h"
 
 #include <algorithm>
 #include <chrono>

@@ -1,8 +1,8 @@
 // Tokens as a scheme of authentication: between the API's filters and the token verifier.
 #pragma once
 
-#include "platform/pellmar/logger.h"
-#include "platform/runtime/authentication.h"
+#include "platform/pellmar/log/logger.h"
+#include "platform/runtime/call/authentication.h"
 #include "platform/token/token_verifier.h"
 
 #include <string>

@@ -4,7 +4,7 @@
 #pragma once
 
 #include "platform/pellmar/config.h"
-#include "platform/pellmar/logger.h"
+#include "platform/pellmar/log/logger.h"
 #include "platform/pellmar/object.h"
 #include "platform/token/token_claims.h"
 #include "platform/token/trust_set.h"

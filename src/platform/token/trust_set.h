@@ -3,7 +3,7 @@
 // verifying with it is the verifier's business.
 #pragma once
 
-#include "platform/pellmar/logger.h"
+#include "platform/pellmar/log/logger.h"
 #include "platform/pellmar/object.h"
 #include "platform/token/public_key.h"
 

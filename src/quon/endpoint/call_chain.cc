@@ -2,13 +2,15 @@
 
 #include "platform/bindings/reports_svc.h"
 #include "platform/hostlib/hostlib.h"
-#include "platform/pellmar/app.h"
-#include "platform/runtime/authn_filter.h"
-#include "platform/runtime/authz_filter.h"
-#include "platform/runtime/authz_info.h"
-#include "platform/runtime/call_registrar.h"
-#include "platform/runtime/provider.h"
-#include "platform/runtime/runtime_operations.h"
+#include "platform/pellmar/service/app.h"
+#include "platform/runtime/call/authn_filter.h"
+#include "platform/runtime/call/authz_filter.h"
+#include "platform/runtime/call/authz_info.h"
+#include "platform/runtime/call/call_registrar.h"
+#include "platform/runtime/call/provider.h"
+#include "platform/runtime/metadata/authz_metadata.h"
+#include "platform/runtime/metadata/introspection.h"
+#include "platform/runtime/metadata/runtime_operations.h"
 #include "platform/sys/host_root.h"
 #include "platform/token/token_handler.h"
 #include "quon/endpoint/audit_callback.h"
@@ -99,6 +101,7 @@ std::shared_ptr<Quon::AsyncApiProvider> CreateLocalProvider(
     container->Add(ProviderHelper::CliInterfaces(cliMetadata));
     container->Add(ProviderHelper::MetamodelInterfaces(modelMetadata));
     container->Add(ProviderHelper::AuthnInterfaces(authnMetadata));
+    container->Add(Quon::Provider::IntrospectionInterfaces(container, "AsyncLocalProvider"));
     std::shared_ptr<Quon::AsyncApiProvider> chain =
         std::make_shared<Quon::Provider::AsyncLocalProvider>(container, enqueuer,
                                                              PaxQuon::PellmarWrapLoggger(logger));

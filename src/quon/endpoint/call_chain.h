@@ -2,11 +2,11 @@
 // and in which order. How each link works is the runtime's.
 #pragma once
 
-#include "platform/pellmar/logger.h"
+#include "platform/pellmar/log/logger.h"
 #include "platform/pellmar/object.h"
-#include "platform/runtime/call.h"
-#include "platform/runtime/enqueuer.h"
-#include "platform/runtime/metadata.h"
+#include "platform/runtime/call/call.h"
+#include "platform/runtime/call/enqueuer.h"
+#include "platform/runtime/metadata/metadata.h"
 
 #include <memory>
 #include <string>

@@ -1,9 +1,9 @@
 #include "quon/endpoint/endpoint.h"
 
 #include "platform/hostlib/hostlib.h"
-#include "platform/pellmar/app.h"
-#include "platform/runtime/localizer.h"
-#include "platform/runtime/metadata.h"
+#include "platform/pellmar/service/app.h"
+#include "platform/runtime/metadata/metadata.h"
+#include "platform/runtime/values/localizer.h"
 #include "quon/endpoint/call_chain.h"
 #include "quon/endpoint/log_adapter.h"
 #include "quon/transport/api_server.h"

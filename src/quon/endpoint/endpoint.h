@@ -2,10 +2,10 @@
 // thread that runs it all. Each of these is somebody else's.
 #pragma once
 
-#include "platform/pellmar/logger.h"
+#include "platform/pellmar/log/logger.h"
 #include "platform/pellmar/object.h"
-#include "platform/runtime/call.h"
-#include "platform/runtime/enqueuer.h"
+#include "platform/runtime/call/call.h"
+#include "platform/runtime/call/enqueuer.h"
 
 #include <cstdint>
 #include <future>

@@ -1,9 +1,9 @@
 // The runtime's log lines in the framework's loggers.
 #pragma once
 
-#include "platform/pellmar/logger.h"
+#include "platform/pellmar/log/logger.h"
 #include "platform/pellmar/object.h"
-#include "platform/runtime/logger.h"
+#include "platform/runtime/call/logger.h"
 
 #include <memory>
 

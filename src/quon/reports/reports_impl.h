@@ -3,7 +3,7 @@
 #pragma once
 
 #include "platform/bindings/reports_svc.h"
-#include "platform/pellmar/logger.h"
+#include "platform/pellmar/log/logger.h"
 #include "platform/pellmar/object.h"
 #include "store/publisher.h"
 

@@ -1,6 +1,6 @@
 #include "quon/reports/result_builders.h"
 
-#include "platform/runtime/date_time.h"
+#include "platform/runtime/values/date_time.h"
 
 #include <optional>
 #include <string>

@@ -2,8 +2,8 @@
 // many there are is connection_table.h.
 #pragma once
 
-#include "platform/runtime/call.h"
-#include "platform/runtime/logger.h"
+#include "platform/runtime/call/call.h"
+#include "platform/runtime/call/logger.h"
 #include "quon/transport/server_configuration.h"
 
 #include <cstdint>

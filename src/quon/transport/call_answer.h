@@ -2,8 +2,8 @@
 // so that a long one never stands in memory as text.
 #pragma once
 
-#include "platform/runtime/call.h"
-#include "platform/runtime/json_response.h"
+#include "platform/runtime/call/call.h"
+#include "platform/runtime/json/json_response.h"
 #include "quon/transport/request_facts.h"
 
 #include <optional>

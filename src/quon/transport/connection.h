@@ -10,9 +10,9 @@
 #pragma once
 
 #include "platform/http1/request_head.h"
-#include "platform/runtime/call.h"
-#include "platform/runtime/json_request.h"
-#include "platform/runtime/logger.h"
+#include "platform/runtime/call/call.h"
+#include "platform/runtime/call/logger.h"
+#include "platform/runtime/json/json_request.h"
 #include "quon/transport/body_reader.h"
 #include "quon/transport/call_answer.h"
 #include "quon/transport/input_buffer.h"

@@ -1,7 +1,7 @@
 // One listening socket of the API: opens it and hands the connections that it accepts on.
 #pragma once
 
-#include "platform/runtime/logger.h"
+#include "platform/runtime/call/logger.h"
 #include "quon/transport/server_configuration.h"
 
 #include <chrono>

@@ -2,9 +2,9 @@
 // heads. Answers of calls, which may be long, are call_answer.h.
 #pragma once
 
-#include "platform/runtime/json_request.h"
-#include "platform/runtime/json_response.h"
-#include "platform/runtime/localizer.h"
+#include "platform/runtime/json/json_request.h"
+#include "platform/runtime/json/json_response.h"
+#include "platform/runtime/values/localizer.h"
 #include "quon/transport/request_facts.h"
 
 #include <cstddef>

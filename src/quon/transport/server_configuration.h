@@ -1,7 +1,7 @@
 // What the owner of the API server decides about it.
 #pragma once
 
-#include "platform/runtime/localizer.h"
+#include "platform/runtime/values/localizer.h"
 #include "quon/transport/limits.h"
 
 #include <chrono>

@@ -2,8 +2,8 @@
 #include "platform/bindings/metadata_writer.h"
 
 #include "platform/bindings/reports_definition.h"
-#include "platform/runtime/authz_info.h"
-#include "platform/runtime/metadata.h"
+#include "platform/runtime/metadata/authz_metadata.h"
+#include "platform/runtime/metadata/metadata.h"
 #include "support/api_call.h"
 #include "support/temporary_directory.h"
 

@@ -2,9 +2,9 @@
 // answers look on the wire.
 #include "platform/bindings/reports_definition.h"
 #include "platform/bindings/std_errors.h"
-#include "platform/runtime/json_response.h"
-#include "platform/runtime/json_writer.h"
-#include "platform/runtime/value_reader.h"
+#include "platform/runtime/json/json_response.h"
+#include "platform/runtime/json/json_writer.h"
+#include "platform/runtime/json/value_reader.h"
 
 #include <memory>
 #include <new>

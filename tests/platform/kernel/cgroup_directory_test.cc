@@ -1,8 +1,8 @@
 // A cgroup's files are plain text, so plain files stand for those that this host's hierarchy may
 // lack.
-#include "platform/kernel/cgroup_directory.h"
+#include "platform/kernel/groups/cgroup_directory.h"
 
-#include "platform/kernel/member_processes.h"
+#include "platform/kernel/groups/member_processes.h"
 #include "support/temporary_directory.h"
 
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
-#include "platform/kernel/groups.h"
+#include "platform/kernel/groups/groups.h"
 
-#include "platform/kernel/cgroup_location.h"
-#include "platform/kernel/process_table.h"
+#include "platform/kernel/groups/cgroup_location.h"
+#include "platform/kernel/spawn/process_table.h"
 #include "platform/kernel/spawn_fixture.h"
 #include "platform/pellmar/exceptions.h"
 #include "support/captured_log.h"

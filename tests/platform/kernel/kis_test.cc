@@ -1,10 +1,10 @@
-#include "platform/kernel/kis.h"
+#include "platform/kernel/interface/kis.h"
 
-#include "platform/kernel/cgroup_backend.h"
-#include "platform/kernel/groups.h"
-#include "platform/kernel/kernel_signature.h"
-#include "platform/kernel/process_table.h"
-#include "platform/kernel/spawn_child.h"
+#include "platform/kernel/groups/cgroup_backend.h"
+#include "platform/kernel/groups/groups.h"
+#include "platform/kernel/interface/kernel_signature.h"
+#include "platform/kernel/spawn/process_table.h"
+#include "platform/kernel/spawn/spawn_child.h"
 #include "platform/kernel/spawn_fixture.h"
 #include "support/deadline.h"
 

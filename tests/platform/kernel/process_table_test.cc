@@ -1,4 +1,4 @@
-#include "platform/kernel/process_table.h"
+#include "platform/kernel/spawn/process_table.h"
 
 #include "platform/kernel/spawn_fixture.h"
 #include "support/deadline.h"

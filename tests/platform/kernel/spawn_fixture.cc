@@ -1,9 +1,9 @@
 #include "platform/kernel/spawn_fixture.h"
 
-#include "platform/kernel/cgroup_backend.h"
-#include "platform/kernel/embedded_backend.h"
-#include "platform/kernel/groups.h"
-#include "platform/kernel/process_table.h"
+#include "platform/kernel/groups/cgroup_backend.h"
+#include "platform/kernel/groups/embedded_backend.h"
+#include "platform/kernel/groups/groups.h"
+#include "platform/kernel/spawn/process_table.h"
 #include "platform/sys/owned_fd.h"
 #include "support/deadline.h"
 

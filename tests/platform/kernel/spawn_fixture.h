@@ -2,7 +2,7 @@
 // into, the call with a command line, and child processes of the test itself.
 #pragma once
 
-#include "platform/kernel/spawn.h"
+#include "platform/kernel/spawn/spawn.h"
 #include "platform/sys/pid_fd.h"
 #include "support/cgroup_root.h"
 

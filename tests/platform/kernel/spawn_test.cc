@@ -1,8 +1,8 @@
-#include "platform/kernel/spawn.h"
+#include "platform/kernel/spawn/spawn.h"
 
-#include "platform/kernel/embedded_backend.h"
-#include "platform/kernel/groups.h"
-#include "platform/kernel/process_table.h"
+#include "platform/kernel/groups/embedded_backend.h"
+#include "platform/kernel/groups/groups.h"
+#include "platform/kernel/spawn/process_table.h"
 #include "platform/kernel/spawn_fixture.h"
 #include "platform/sys/owned_fd.h"
 #include "support/deadline.h"

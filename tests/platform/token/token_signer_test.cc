@@ -2,7 +2,7 @@
 #include "platform/token/token_signer.h"
 
 #include "platform/pellmar/exceptions.h"
-#include "platform/pellmar/logger.h"
+#include "platform/pellmar/log/logger.h"
 #include "platform/token/token_verifier.h"
 #include "support/captured_log.h"
 #include "support/host_directory.h"

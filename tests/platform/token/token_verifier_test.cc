@@ -2,7 +2,7 @@
 // or claims are wrong, forgeries, and texts that are no tokens. All at one fixed time.
 #include "platform/token/token_verifier.h"
 
-#include "platform/pellmar/logger.h"
+#include "platform/pellmar/log/logger.h"
 #include "platform/token/jwt.h"
 #include "support/captured_log.h"
 #include "support/host_directory.h"

@@ -2,7 +2,7 @@
 // or changes while the daemon runs.
 #include "platform/token/trust_set.h"
 
-#include "platform/pellmar/logger.h"
+#include "platform/pellmar/log/logger.h"
 #include "platform/token/token_verifier.h"
 #include "support/captured_log.h"
 #include "support/host_directory.h"

@@ -2,7 +2,7 @@
 #include "quon/reports/reports_impl.h"
 
 #include "platform/bindings/reports_svc.h"
-#include "platform/pellmar/logger.h"
+#include "platform/pellmar/log/logger.h"
 #include "quon/reports/result_builders.h"
 #include "store/publisher.h"
 #include "support/captured_log.h"

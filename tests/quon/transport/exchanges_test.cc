@@ -1,7 +1,7 @@
 // Bytes in, bytes out: what a client that sends a request and ends its side gets back, to the last
 // byte.
-#include "platform/runtime/json_request.h"
-#include "platform/runtime/json_response.h"
+#include "platform/runtime/json/json_request.h"
+#include "platform/runtime/json/json_response.h"
 #include "quon/transport/running_server.h"
 
 #include <gtest/gtest.h>

@@ -2,8 +2,8 @@
 // that answers in all the ways that a chain of call handlers can.
 #pragma once
 
-#include "platform/runtime/call.h"
-#include "platform/runtime/logger.h"
+#include "platform/runtime/call/call.h"
+#include "platform/runtime/call/logger.h"
 #include "platform/sys/mutex.h"
 #include "quon/transport/api_server.h"
 #include "support/http_client.h"

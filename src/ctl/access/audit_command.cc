@@ -1,0 +1,119 @@
+#include "ctl/access/audit_command.h"
+
+#include "ctl/access/audit_reader.h"
+#include "ctl/show/json_output.h"
+#include "ctl/show/table.h"
+
+#include <nlohmann/json.hpp>
+
+#include <array>
+#include <ostream>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Ctl {
+
+namespace {
+
+using OrderedJson = nlohmann::ordered_json;
+
+constexpr std::string_view kAuditPath = "/var/log/korvex/audit.jsonl";
+
+constexpr std::array<Option, 3> kAuditOptions = {{
+    {"--follow", "", "go on with what is added, until interrupted"},
+    {"--denied", "", "show calls that got no result only: refused ones and failed ones"},
+    {"--json", "", "print the records as they are, one a line"},
+}};
+
+// The records as rows whose columns need not be known before: TIME, RESULT and USER are about as
+// wide as their texts.
+class AuditPrinter {
+  public:
+    AuditPrinter(const GivenOptions& options, std::ostream& output)
+        : asJson(options.Has("--json")), deniedOnly(options.Has("--denied")), output(output) {}
+
+    bool HasPrinted() const { return hasHeading; }
+
+    void Print(const std::string& line) {
+        const OrderedJson record = OrderedJson::parse(line, nullptr, false);
+        const bool isRecord = record.is_object();
+        const bool succeeded = isRecord && record.value("success", false);
+        if (deniedOnly && succeeded) {
+            return;
+        }
+        if (asJson) {
+            // a line that was cut, by a full disk for instance, is none of this output
+            if (isRecord) {
+                WriteJson(record, output);
+            }
+            return;
+        }
+        if (!hasHeading) {
+            hasHeading = true;
+            Row("TIME", "RESULT", "USER", "CALL");
+        }
+        if (!isRecord) {
+            Row("?", "?", "?", line);
+            return;
+        }
+        const std::string subject = TextOf(record, "subject");
+        Row(TextOf(record, "time"), succeeded ? "ok" : "denied", subject.empty() ? "-" : subject,
+            TextOf(record, "object"));
+    }
+
+  private:
+    static std::string Padded(const std::string& text, std::size_t width) {
+        std::string padded = PrintableText(text);
+        padded.append(padded.size() < width ? width - padded.size() : 0, ' ');
+        return padded;
+    }
+    void Row(const std::string& time, const std::string& result, const std::string& user,
+             const std::string& call) {
+        constexpr std::size_t kTimeWidth = 24;
+        constexpr std::size_t kResultWidth = 6;
+        constexpr std::size_t kUserWidth = 12;
+        output << Padded(time, kTimeWidth) << "  " << Padded(result, kResultWidth) << "  "
+               << Padded(user, kUserWidth) << "  " << PrintableText(call) << '\n';
+    }
+
+    const bool asJson;
+    const bool deniedOnly;
+    bool hasHeading = false;
+    std::ostream& output;
+};
+
+void RunAudit(const Arguments& arguments, std::ostream& output) {
+    AuditReader reader{std::string(kAuditPath)};
+    AuditPrinter printer(arguments.options, output);
+    const bool follow = arguments.options.Has("--follow");
+    do {
+        for (std::string line; reader.Next(line);) {
+            printer.Print(line);
+        }
+        if (follow && !output.flush()) {
+            return;  // nobody reads any more
+        }
+    } while (follow && reader.WaitForMore());
+    if (!printer.HasPrinted() && !arguments.options.Has("--json")) {
+        output << "No such call is recorded.\n";
+    }
+}
+
+constexpr std::array<Command, 1> kCommands = {{
+    {"audit",
+     "show who called the API",
+     "Shows the audit log: when each call of the API ended, whether it got a result, who called\n"
+     "(\"-\" without a valid token), and what was called. Reads /var/log/korvex/audit.jsonl.\n",
+     "sentrelctl audit --denied",
+     kAuditOptions,
+     {},
+     RunAudit},
+}};
+
+}  // namespace
+
+std::span<const Command> AuditCommands() { return kCommands; }
+
+}  // namespace Ctl

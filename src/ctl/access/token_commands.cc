@@ -1,0 +1,172 @@
+#include "ctl/access/token_commands.h"
+
+#include "ctl/api/signing.h"
+#include "ctl/api/token_source.h"
+#include "ctl/command/command_line.h"
+#include "ctl/host/daemon_settings.h"
+#include "ctl/settings/host_file.h"
+#include "ctl/show/json_output.h"
+#include "ctl/show/lifetime.h"
+#include "ctl/show/table.h"
+#include "platform/pellmar/exceptions.h"
+#include "platform/token/jwt.h"
+
+#include <nlohmann/json.hpp>
+
+#include <array>
+#include <chrono>
+#include <ostream>
+#include <stdexcept>
+#include <utility>
+
+namespace Ctl {
+
+namespace {
+
+using OrderedJson = nlohmann::ordered_json;
+
+constexpr std::string_view kDefaultLifetime = "1h";
+
+constexpr std::array<Option, 1> kInitOptions = {{kJsonOption}};
+constexpr std::array<Option, 3> kIssueOptions = {{
+    {"--subject", "NAME",
+     "whom the token is for, always needed; this name stands in the audit log"},
+    {"--entitlement", "PRIVILEGE",
+     "a privilege that it grants, such as observability.reports.read; may be repeated"},
+    {"--ttl", "TIME", "how long it is valid, such as 90s, 15m, 1h (by default) or 7d"},
+}};
+constexpr std::array<Option, 1> kInspectOptions = {{kJsonOption}};
+
+constexpr mode_t kKeyFolderMode = 0700;
+
+// The key that is there, or a new one: one, too, when several ask for it at once.
+std::pair<Token::SigningKey, bool> FindOrMakeKey() {
+    const std::string path(kSigningKeyPath);
+    const HostFileLock lock(path, kKeyFolderMode);
+    try {
+        return {Token::SigningKey::Load(path), false};
+    } catch (const Pellmar::NotFoundException&) {
+        Token::SigningKey key = Token::SigningKey::Generate();
+        key.Save(path);
+        return {std::move(key), true};
+    }
+}
+
+void RunInit(const Arguments& arguments, std::ostream& output) {
+    const std::string trustSet = ReadTrustSettings().jwks;
+    const auto [key, isNew] = FindOrMakeKey();
+    key.AddToTrustSet(trustSet);
+    if (arguments.options.Has("--json")) {
+        const OrderedJson document = {{"made", isNew},
+                                      {"key", kSigningKeyPath},
+                                      {"kid", key.GetId()},
+                                      {"trustSet", trustSet}};
+        WriteJson(document, output);
+        return;
+    }
+    Table facts({{}, {}});
+    facts.Add({isNew ? "Made" : "Was there", std::string(kSigningKeyPath)});
+    facts.Add({"Key id", key.GetId()});
+    facts.Add({"Trusted in", trustSet});
+    facts.Write(output);
+}
+
+void RunIssue(const Arguments& arguments, std::ostream& output) {
+    const std::string subject = arguments.options.Value("--subject");
+    if (subject.empty()) {
+        throw UsageError(
+            "\"token issue\" needs --subject NAME; see \"sentrelctl token issue "
+            "--help\"");
+    }
+    const std::string text = arguments.options.Has("--ttl") ? arguments.options.Value("--ttl")
+                                                            : std::string(kDefaultLifetime);
+    const std::optional<std::chrono::seconds> lifetime = ParseLifetime(text);
+    if (!lifetime) {
+        throw UsageError("option \"--ttl\": \"" + text +
+                         "\" is no time; write a whole number with s, m, h or d, up to 3650d");
+    }
+    output << IssueToken(subject, arguments.options.Values("--entitlement"), *lifetime) << '\n';
+}
+
+// Why the daemon of this host would refuse the token now; empty when it would take it.
+std::string FindFault(const std::string& token) {
+    // The trust set's own complaints come through the reason.
+    Token::TokenVerifier verifier(ReadTrustSettings(), SilentLogger());
+    Token::TokenClaims claims;
+    std::string reason;
+    if (verifier.Verify(token, std::chrono::system_clock::now(), claims, reason)) {
+        return "";
+    }
+    return reason;
+}
+
+std::string ShownValue(const nlohmann::json& value) {
+    return value.is_string() ? value.get<std::string>()
+                             : value.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+}
+
+void RunInspect(const Arguments& arguments, std::ostream& output) {
+    const std::string token =
+        arguments.operands.empty() ? ReadTokenFrom("-") : ReadTokenFrom(arguments.operands[0]);
+    Token::Jwt jwt;
+    nlohmann::json claims;
+    std::string reason;
+    if (!Token::ParseJwt(token, jwt, claims, reason)) {
+        throw std::runtime_error("this is no token: " + reason);
+    }
+    const std::string fault = FindFault(token);
+    if (arguments.options.Has("--json")) {
+        OrderedJson document = {{"algorithm", Token::NameOf(jwt.algorithm)},
+                                {"kid", jwt.keyId ? OrderedJson(*jwt.keyId) : OrderedJson()},
+                                {"claims", claims},
+                                {"trusted", fault.empty()}};
+        if (!fault.empty()) {
+            document["reason"] = fault;
+        }
+        WriteJson(document, output);
+        return;
+    }
+    Table facts({{}, {}});
+    facts.Add({"Trusted here", fault.empty() ? "yes" : "no: " + fault});
+    facts.Add({"Algorithm", std::string(Token::NameOf(jwt.algorithm))});
+    facts.Add({"Key id", jwt.keyId.value_or("none")});
+    for (const auto& [name, value] : claims.items()) {
+        facts.Add({name, ShownValue(value)});
+    }
+    facts.Write(output);
+}
+
+constexpr std::array<Command, 3> kCommands = {{
+    {"token init",
+     "make the key that tokens are signed with, and trust it",
+     "Makes an ES256 key in /var/lib/korvex/oru/token/signing-key.json, for root alone, and adds "
+     "its\npublic half to the trust set of the daemon. May be repeated: a key that is there "
+     "stays.\n",
+     "sentrelctl token init",
+     kInitOptions,
+     {},
+     RunInit},
+    {"token issue",
+     "print a token for a user of the API",
+     "Signs a token with the key of this host and prints it, and nothing else. Whoever has it may "
+     "do\nwhat its entitlements allow until it expires; keep it in a file that only its user can "
+     "read.\n",
+     "sentrelctl token issue --subject alice --entitlement observability.reports.read --ttl 7d",
+     kIssueOptions,
+     {},
+     RunIssue},
+    {"token inspect",
+     "show what a token says and whether it is trusted here",
+     "Reads a token from a file, or from standard input, and shows its claims. It is never an\n"
+     "argument itself: every user of the host can read those.\n",
+     "sentrelctl token issue --subject alice | sentrelctl token inspect",
+     kInspectOptions,
+     {"[FILE]", 0, 1, Completes::File},
+     RunInspect},
+}};
+
+}  // namespace
+
+std::span<const Command> TokenCommands() { return kCommands; }
+
+}  // namespace Ctl

@@ -1,0 +1,127 @@
+#include "ctl/api/client.h"
+
+#include "ctl/api/http_post.h"
+#include "ctl/api/token_source.h"
+#include "ctl/show/json_output.h"
+
+#include <nlohmann/json.hpp>
+
+#include <charconv>
+#include <cstdint>
+#include <system_error>
+#include <utility>
+
+namespace Ctl {
+
+namespace {
+
+using OrderedJson = nlohmann::ordered_json;
+
+// What the caller of the tool is told for an error of that name: the API's own message is worded
+// for its clients, who write requests.
+std::string Explain(const std::string& name, const std::string& message, bool hasToken) {
+    if (name.ends_with(".unauthenticated")) {
+        return hasToken
+                   ? "the API refuses the token; \"sentrelctl token inspect\" says why it is not "
+                     "trusted, \"sentrelctl token init\" has this host's own tokens trusted"
+                   : "the API wants a token and this user has none; run this as root after "
+                     "\"sentrelctl token init\", or name the file of one with --token-file";
+    }
+    if (name.ends_with(".unauthorized")) {
+        return message + " (\"sentrelctl token issue\" takes it as --entitlement)";
+    }
+    if (name.ends_with(".operation_not_found")) {
+        return message +
+               " (\"sentrelctl call com.korvex.quon.std.introspection.service.list\" names the "
+               "services)";
+    }
+    if (name.ends_with(".not_found") && message.empty()) {
+        return "the API has nothing of that name (" + name +
+               "); \"sentrelctl list\" names the reports";
+    }
+    if (message.empty()) {
+        return "the API failed" + (name.empty() ? "" : " with " + name) +
+               " and says no more; see the daemon's log";
+    }
+    return message;
+}
+
+[[noreturn]] void ThrowError(const OrderedJson& error, bool hasToken) {
+    const auto data = error.find("data");
+    const std::string name = data != error.end() && data->is_object() ? TextOf(*data, "error") : "";
+    const std::string message = TextOf(error, "message");
+    throw ApiError(name, Explain(name, message == name ? "" : message, hasToken));
+}
+
+bool IsPort(std::string_view text) {
+    std::uint16_t port = 0;
+    const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), port);
+    return error == std::errc() && stop == text.data() + text.size() && port != 0;
+}
+
+}  // namespace
+
+ApiClient::ApiClient(const std::string& url, std::string token)
+    : url(url), token(std::move(token)) {
+    constexpr std::string_view kScheme = "http://";
+    std::string_view rest = url;
+    if (!rest.starts_with(kScheme)) {
+        throw std::runtime_error("\"" + url + "\" is no address of the API; write it as " +
+                                 std::string(kDefaultApiUrl));
+    }
+    rest.remove_prefix(kScheme.size());
+    rest = rest.substr(0, rest.find('/'));
+    const bool isBracketed = rest.starts_with('[');
+    const std::size_t bracket = rest.find(']');
+    const std::size_t colon = rest.find(':', isBracketed && bracket != rest.npos ? bracket : 0);
+    host = rest.substr(0, colon);
+    port = colon == std::string_view::npos ? "80" : std::string(rest.substr(colon + 1));
+    if (isBracketed && host.ends_with(']')) {
+        host = host.substr(1, host.size() - 2);
+    }
+    if (host.empty() || host.front() == '[' || !IsPort(port)) {
+        throw std::runtime_error("\"" + url + "\" names no host and port; write it as " +
+                                 std::string(kDefaultApiUrl));
+    }
+}
+
+OrderedJson ApiClient::Call(std::string_view method, const OrderedJson& parameters) const {
+    const OrderedJson request = {
+        {"jsonrpc", "2.0"}, {"id", 1}, {"method", method}, {"params", parameters}};
+    std::string text =
+        Exchange(request.dump(-1, ' ', false, OrderedJson::error_handler_t::replace));
+    OrderedJson answer = OrderedJson::parse(text, nullptr, false);
+    text = {};
+    if (answer.is_object() && answer.contains("result")) {
+        return std::move(answer["result"]);
+    }
+    if (answer.is_object() && answer.contains("error") && answer["error"].is_object()) {
+        ThrowError(answer["error"], !token.empty());
+    }
+    throw std::runtime_error(url +
+                             " answers, but not as the API does; name another address with "
+                             "--api");
+}
+
+// The body of the answer.
+std::string ApiClient::Exchange(std::string document) const {
+    try {
+        return Send({.host = host,
+                     .port = port,
+                     .authorization = token.empty() ? "" : "Bearer " + token,
+                     .body = std::move(document)})
+            .body;
+    } catch (const HttpFailure& failure) {
+        throw std::runtime_error("the API at " + url + " cannot be reached: " + failure.what() +
+                                 "; start sentrel (\"systemctl start sentrel\"), or name another "
+                                 "address with --api");
+    }
+}
+
+ApiClient ConnectApi(const GivenOptions& options) {
+    const std::string url =
+        options.Has("--api") ? options.Value("--api") : std::string(kDefaultApiUrl);
+    return ApiClient(url, FindToken(options));
+}
+
+}  // namespace Ctl

@@ -1,0 +1,60 @@
+// The reports API as the tool calls it: one JSON-RPC request over HTTP, its result or a failure
+// worded for a person.
+#pragma once
+
+#include "ctl/command/command.h"
+
+#include <nlohmann/json_fwd.hpp>
+
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+namespace Ctl {
+
+inline constexpr std::string_view kDefaultApiUrl = "http://127.0.0.1:9984";
+
+// The API answered with an error.
+class ApiError : public std::runtime_error {
+  public:
+    ApiError(std::string name, const std::string& text)
+        : std::runtime_error(text), name(std::move(name)) {}
+
+    // Such as "com.korvex.quon.std.errors.not_found"; empty when the answer names none.
+    const std::string& Name() const { return name; }
+
+  private:
+    std::string name;
+};
+
+class ApiClient {
+  public:
+    // `url` is "http://HOST[:PORT]". An empty token sends none. Throws std::runtime_error when the
+    // URL is none.
+    ApiClient(const std::string& url, std::string token);
+
+    // The result of `method`. Throws ApiError when the API refuses or fails, and std::runtime_error
+    // when it cannot be reached or answers with anything else; the texts say what to do next.
+    nlohmann::ordered_json Call(std::string_view method,
+                                const nlohmann::ordered_json& parameters) const;
+
+  private:
+    std::string Exchange(std::string document) const;
+
+    std::string url;
+    std::string host;
+    std::string port;
+    std::string token;
+};
+
+// The options of every command that calls the API.
+inline constexpr Option kApiOption = {"--api", "URL", "the API, http://127.0.0.1:9984 by default"};
+inline constexpr Option kTokenFileOption = {"--token-file", "FILE",
+                                            "the token to call with; by default one made for this "
+                                            "call, where this user may read the signing key",
+                                            Completes::File};
+
+// A client for these options.
+ApiClient ConnectApi(const GivenOptions& options);
+
+}  // namespace Ctl

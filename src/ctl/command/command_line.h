@@ -1,0 +1,48 @@
+// From the arguments of the program to a sub-command and its options. Runs nothing and writes
+// nothing.
+#pragma once
+
+#include "ctl/command/command.h"
+
+#include <array>
+#include <span>
+#include <stdexcept>
+#include <string>
+
+namespace Ctl {
+
+// What every command takes. They may stand before the command's name too.
+inline constexpr std::array<Option, 2> kCommonOptions = {{
+    {"--root", "DIR", "the host below DIR, as SENTREL_ROOT names it", Completes::Directory},
+    {"--help", "", "print this help"},
+}};
+
+// The command line cannot be understood. The text says what to do next.
+class UsageError : public std::runtime_error {
+  public:
+    static constexpr int kStatus = 2;
+
+    explicit UsageError(const std::string& text, int exitStatus = kStatus)
+        : std::runtime_error(text), exitStatus(exitStatus) {}
+
+    int ExitStatus() const { return exitStatus; }
+
+  private:
+    int exitStatus;
+};
+
+struct CommandLine {
+    const Command* command = nullptr;  // null with --help only
+    std::string family;                // with --help and no command: of which family, or empty
+    Arguments arguments;
+};
+
+// Reads the arguments, the program's name left out. An option's value is the next argument or
+// follows a "="; behind "--" every argument is an operand. Throws UsageError.
+CommandLine ParseCommandLine(std::span<const Command> commands,
+                             std::span<const char* const> arguments);
+
+// Whether `family` is the first of the two words of a command's name.
+bool IsInFamily(const Command& command, std::string_view family);
+
+}  // namespace Ctl

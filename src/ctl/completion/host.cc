@@ -1,0 +1,164 @@
+// WriteCandidates: what the host knows of names. A person waits with a half-typed word, so reports
+// are not read, and a daemon that is busy is not waited for.
+#include "ctl/api/client.h"
+#include "ctl/completion/completion.h"
+#include "ctl/host/daemon_settings.h"
+#include "ctl/host/plugin_survey.h"
+#include "ctl/reports/source.h"
+#include "ctl/reports/state.h"
+#include "ctl/settings/name.h"
+#include "ctl/show/json_output.h"
+#include "ctl/show/report_age.h"
+#include "ctl/show/table.h"
+#include "platform/bindings/reports_definition.h"
+#include "platform/bindings/runtime_definition.h"
+#include "store/publisher.h"
+#include "store/report_name.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <chrono>
+#include <csignal>
+#include <exception>
+#include <ostream>
+
+#include <sys/time.h>
+#include <unistd.h>
+
+namespace Ctl {
+
+namespace {
+
+using Candidates = std::vector<Candidate>;
+
+bool Fits(const std::string& word, const std::string& typed) {
+    return word.starts_with(':') ||  // the shell's to judge
+           Sentrel::IsSameReportName(std::string_view(word).substr(0, typed.size()), typed);
+}
+
+// From now on; whatever waits then.
+void EndProcessIn(std::chrono::milliseconds time) {
+    (void)std::signal(SIGALRM, [](int /*signal*/) { ::_exit(0); });
+    itimerval timer{};
+    timer.it_value.tv_usec = std::chrono::microseconds(time).count();
+    (void)::setitimer(ITIMER_REAL, &timer, nullptr);  // cannot fail for less than a second
+}
+
+std::string AgeOfReport(const std::string& time) {
+    return AgeText(AgeOf(time, std::chrono::system_clock::now())) + " old";
+}
+
+Candidates ReportNamesOfApi(const GivenOptions& options) {
+    EndProcessIn(std::chrono::milliseconds(300));
+    const nlohmann::ordered_json result = ConnectApi(options).Call(
+        "com.korvex.oru.observability.reports.list", {{"detail", "BRIEF"}});
+    Candidates candidates;
+    for (const nlohmann::ordered_json& report : result.at("reports")) {
+        candidates.push_back({TextOf(report, "name"), AgeOfReport(TextOf(report, "time"))});
+    }
+    return candidates;
+}
+
+Candidates ReportNames(const Completion& completion) {
+    std::string directory;
+    try {
+        directory = FindReportDirectory(completion.options);
+    } catch (const std::exception&) {
+        return ReportNamesOfApi(completion.options);
+    }
+    Candidates candidates;
+    for (const Sentrel::ReportFile& file :
+         Sentrel::Publisher(directory, SilentLogger()).ListReportFiles({})) {
+        if (Fits(file.name, completion.typed)) {
+            candidates.push_back({file.name, AgeOfReport(file.modified)});
+        }
+    }
+    return candidates;
+}
+
+Candidates PluginNames() {
+    Candidates candidates;
+    for (const SurveyedPlugin& plugin : SurveyPlugins().entries) {
+        if (plugin.entry.verdict != Sentrel::PluginVerdict::Directory) {
+            candidates.push_back({plugin.Name(), std::string(StateOf(plugin))});
+        }
+    }
+    return candidates;
+}
+
+Candidates States() {
+    Candidates candidates;
+    for (const ReportState state : kReportStates) {
+        candidates.push_back({std::string(NameOf(state)), ""});
+    }
+    return candidates;
+}
+
+Candidates Operations() {
+    std::vector<Quon::Definition::Service> services = Quon::Bindings::DescribeRuntimeServices();
+    services.push_back(Com::Korvex::Oru::Observability::ReportsSvc::Describe());
+    Candidates candidates;
+    for (const Quon::Definition::Service& service : services) {
+        for (const Quon::Definition::Operation& operation : service.operations) {
+            candidates.push_back({service.id + "." + operation.name, operation.documentation});
+        }
+    }
+    return candidates;
+}
+
+Candidates Settings() {
+    Candidates candidates;
+    for (const SettingEntry& entry : ReadCatalogue().entries) {
+        for (const Setting& setting : entry.settings) {
+            candidates.push_back({FullName(entry, setting), std::string(setting.meaning)});
+        }
+    }
+    return candidates;
+}
+
+Candidates CandidatesOfHost(const Completion& completion) {
+    switch (completion.completes) {
+        case Completes::Nothing:
+            break;
+        case Completes::File:
+            return {{":file", ""}};
+        case Completes::Directory:
+            return {{":directory", ""}};
+        case Completes::ReportName:
+            return ReportNames(completion);
+        case Completes::PluginName:
+            return PluginNames();
+        case Completes::State:
+            return States();
+        case Completes::Operation:
+            return Operations();
+        case Completes::Setting:
+            return Settings();
+    }
+    return {};
+}
+
+}  // namespace
+
+void WriteCandidates(const Completion& completion, std::ostream& output) {
+    Candidates candidates = completion.candidates;
+    try {
+        const Candidates more = CandidatesOfHost(completion);
+        candidates.insert(candidates.end(), more.begin(), more.end());
+    } catch (const std::exception&) {
+        // nobody asked for a reason
+    }
+    for (const Candidate& candidate : candidates) {
+        // a name that does not survive a terminal would not survive the shell either
+        if (!Fits(candidate.word, completion.typed) ||
+            PrintableText(candidate.word) != candidate.word) {
+            continue;
+        }
+        const bool isMarker = candidate.word.starts_with(':');
+        output << (isMarker ? "" : completion.before) << candidate.word
+               << (candidate.description.empty() ? "" : "\t") << candidate.description << '\n';
+    }
+}
+
+}  // namespace Ctl

@@ -1,0 +1,90 @@
+// Of "doctor": the files that the API writes and reads beside the reports.
+#include "ctl/doctor/subjects.h"
+#include "ctl/host/input_file.h"
+#include "platform/sys/host_root.h"
+
+#include <nlohmann/json.hpp>
+
+#include <unistd.h>
+
+namespace Ctl {
+
+namespace {
+
+constexpr const char* kAuditFolder = "/var/log/korvex";
+constexpr const char* kAuditFile = "/var/log/korvex/audit.jsonl";
+constexpr const char* kRotation = "/etc/logrotate.d/sentrel";
+constexpr off_t kLargeAuditLog = off_t{100} << 20;
+
+constexpr const char* kMetadataFile = "/usr/lib/korvex/quon/observability_quon_metadata.json";
+constexpr std::size_t kMaxMetadataBytes = std::size_t{4} << 20;
+constexpr const char* kReinstall = "install the package anew: apt install --reinstall sentrel";
+
+}  // namespace
+
+void CheckAuditLog(const DoctorHost& host, Findings& findings) {
+    const std::string subject = "audit log";
+    const std::string folder = Sys::HostPath(kAuditFolder);
+    const std::string path = Sys::HostPath(kAuditFile);
+    const std::string user = NameOfUser(host.user.user);
+    const std::size_t before = findings.size();
+    std::optional<AccessFault> fault = FindAccessFault(folder, host.user, W_OK | X_OK);
+    const std::optional<struct stat> file = StatOf(path);
+    if (file && !fault) {
+        fault = FindAccessFault(path, host.user, W_OK);
+    }
+    // what is missing the daemon makes, where it may
+    if (fault && (StatOf(folder) || host.user.user != 0)) {
+        findings.push_back(
+            {Severity::Error, subject, fault->text + ": no call of the API is recorded",
+             !fault->remedy.empty() ? fault->remedy
+                                    : "install -d -m 0750 -o " + user + " " + folder +
+                                          (file ? "; chown " + user + " " + path : "")});
+    }
+    if (file && !S_ISREG(file->st_mode)) {
+        findings.push_back({Severity::Error, subject,
+                            path + " is no regular file: no call of the API is recorded",
+                            "move it away; the daemon makes a new one"});
+        return;
+    }
+    if (file && (file->st_mode & S_IRWXO) != 0) {
+        findings.push_back({Severity::Warning, subject,
+                            path + " (" + OwnerAndMode(*file) + ") is open to everybody",
+                            "chmod o= " + path});
+    }
+    if (!StatOf(Sys::HostPath(kRotation))) {
+        const bool isLarge = file && file->st_size > kLargeAuditLog;
+        findings.push_back(
+            {isLarge ? Severity::Warning : Severity::Notice, subject,
+             "nothing rotates it: " + Sys::HostPath(kRotation) + " is missing" +
+                 (file ? "; it has " + SizeText(static_cast<std::uintmax_t>(file->st_size)) : ""),
+             kReinstall});
+    }
+    if (findings.size() == before) {
+        findings.push_back({Severity::Good, subject,
+                            file ? path + " (" + OwnerAndMode(*file) + "), " +
+                                       SizeText(static_cast<std::uintmax_t>(file->st_size)) +
+                                       ", rotated"
+                                 : "nothing is recorded yet; the first call makes " + path,
+                            ""});
+    }
+}
+
+void CheckMetadataFile(const DoctorHost& host, Findings& findings) {
+    const std::string subject = "metadata file";
+    const std::string path = Sys::HostPath(kMetadataFile);
+    const std::optional<AccessFault> fault = FindAccessFault(path, host.user, R_OK);
+    std::string problem = fault ? fault->text : "";
+    if (problem.empty() &&
+        !nlohmann::json::accept(ReadRegularFile(path, kMaxMetadataBytes, "the metadata file"))) {
+        problem = path + " is not JSON";
+    }
+    if (problem.empty()) {
+        findings.push_back({Severity::Good, subject, path, ""});
+    } else {
+        findings.push_back({Severity::Error, subject, problem + ": the API cannot start",
+                            fault && !fault->remedy.empty() ? fault->remedy : kReinstall});
+    }
+}
+
+}  // namespace Ctl

@@ -1,0 +1,99 @@
+#include "ctl/doctor/command.h"
+
+#include "ctl/doctor/subjects.h"
+#include "ctl/show/json_output.h"
+
+#include <array>
+#include <cerrno>
+#include <exception>
+#include <ostream>
+#include <system_error>
+
+#include <unistd.h>
+
+namespace Ctl {
+
+namespace {
+
+constexpr std::array<Option, 2> kOptions = {
+    {kJsonOption,
+     {"--reports", "DIR",
+      "the report directory; by default that of the daemon that runs, else "
+      "/var/lib/korvex/sentrel/reports",
+      Completes::Directory}}};
+
+struct Subject {
+    const char* name;  // of what is said when it cannot be looked at
+    void (*check)(const DoctorHost& host, Findings& findings);
+};
+
+constexpr Subject kSubjects[] = {
+    {"daemon", CheckDaemon},
+    {"intake port", CheckIntakePort},
+    {"API", CheckApiPort},
+    {"settings", CheckSettings},
+    {"changes", CheckFreshness},
+    {"plugins", CheckAllPlugins},
+    {"group", CheckGroup},
+    {"report directory", CheckReportDirectory},
+    {"reports", CheckReportStates},
+    {"times of reports", CheckReportTimes},
+    {"signing key", CheckSigningKey},
+    {"trust set", CheckTrustSet},
+    {"audit log", CheckAuditLog},
+    {"metadata file", CheckMetadataFile},
+};
+
+// Texts of failures say what happened, and then, behind a ";", what to do.
+Finding Explain(const char* subject, const std::string& text) {
+    const std::size_t stop = text.find("; ");
+    const bool isForbidden =
+        text.find(std::generic_category().message(EACCES)) != std::string::npos;
+    if (isForbidden && ::geteuid() != 0) {
+        return {Severity::Notice, subject, text.substr(0, stop), "run this as root"};
+    }
+    return {Severity::Error, subject, text.substr(0, stop),
+            stop == std::string::npos ? "mend that, and run this again" : text.substr(stop + 2)};
+}
+
+void Look(const Subject& subject, const DoctorHost& host, Findings& findings) {
+    try {
+        subject.check(host, findings);
+    } catch (const CannotLook& reason) {
+        findings.push_back({Severity::Notice, subject.name, reason.what(), "run this as root"});
+    } catch (const std::exception& exception) {
+        findings.push_back(Explain(subject.name, exception.what()));
+    }
+}
+
+int RunDoctor(const Arguments& arguments, std::ostream& output) {
+    const DoctorHost host = LookAtHost(arguments.options);
+    Findings findings;
+    for (const Subject& subject : kSubjects) {
+        Look(subject, host, findings);
+    }
+    return TellFindings(findings, arguments.options.Has("--json"), output);
+}
+
+constexpr std::array<Command, 1> kCommands = {{
+    {"doctor",
+     "look at everything, and say what to do",
+     "Looks at the daemon and its ports, settings, plugins and their resource group, reports, "
+     "keys,\n"
+     "audit log and metadata, and changes nothing. Says one line on what is well, and on each "
+     "fault\n"
+     "what to do. Ends with 1 when there is an error: something that does not work. A user who "
+     "may\n"
+     "not look at a thing is told so; root may look at all.\n",
+     "sentrelctl doctor",
+     kOptions,
+     {},
+     nullptr,
+     RunDoctor},
+}};
+
+}  // namespace
+
+std::span<const Command> DoctorCommands() { return kCommands; }
+
+}  // namespace Ctl

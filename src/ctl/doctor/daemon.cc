@@ -1,0 +1,129 @@
+// Of "doctor": the daemon's process, and whether it has read what is there now.
+#include "ctl/doctor/subjects.h"
+#include "ctl/host/listening_sockets.h"
+#include "ctl/show/report_age.h"
+#include "platform/sys/host_root.h"
+#include "plugins/discovery.h"
+
+#include <array>
+#include <ctime>
+#include <filesystem>
+#include <system_error>
+
+namespace Ctl {
+
+namespace {
+
+constexpr const char* kRestart = "systemctl restart sentrel";
+
+std::string LocalTime(std::chrono::system_clock::time_point time) {
+    const std::time_t seconds = std::chrono::system_clock::to_time_t(time);
+    std::tm local{};
+    std::array<char, 32> text{};
+    if (::localtime_r(&seconds, &local) == nullptr ||
+        std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M:%S", &local) == 0) {
+        return "an unknown time";
+    }
+    return text.data();
+}
+
+// What nobody of the daemon's name holds.
+Finding ExplainNoDaemon(const DoctorHost& host) {
+    const std::string port = std::to_string(host.intakePort);
+    if (host.portHolder) {
+        return {Severity::Error, "daemon",
+                "the intake port " + port + " is held by process " +
+                    std::to_string(host.portHolder->pid) + " (" + host.portHolder->name +
+                    "), not by sentrel, which cannot start",
+                "end that process, or set another http_port, then: " + std::string(kRestart)};
+    }
+    const bool isHeld = host.intakePort > 0 && host.intakePort <= 65535 &&
+                        !FindListeningSockets(static_cast<std::uint16_t>(host.intakePort)).empty();
+    if (isHeld) {
+        throw CannotLook("who listens on the intake port " + port + " may not be seen");
+    }
+    return {Severity::Error, "daemon", "nobody listens on the intake port " + port,
+            "systemctl start sentrel; if it does not start: journalctl -u sentrel"};
+}
+
+// When the file, or its name, was last changed; nothing when that is not known.
+std::optional<std::chrono::system_clock::time_point> ChangeTime(const std::filesystem::path& path) {
+    struct stat status {};
+    if (::lstat(path.c_str(), &status) != 0) {
+        return std::nullopt;
+    }
+    return std::chrono::system_clock::time_point(
+        std::chrono::seconds(status.st_ctim.tv_sec) +
+        std::chrono::duration_cast<std::chrono::system_clock::duration>(
+            std::chrono::nanoseconds(status.st_ctim.tv_nsec)));
+}
+
+bool IsNewer(const std::filesystem::path& path, std::chrono::system_clock::time_point start) {
+    const auto changed = ChangeTime(path);
+    return changed && *changed > start;
+}
+
+// The store files in `folder` that are newer than `start`; the folder itself when one was removed.
+void AddNewer(const std::string& folder, std::chrono::system_clock::time_point start,
+              std::vector<std::string>& newer) {
+    const std::size_t before = newer.size();
+    std::error_code error;  // then there is none, or it is said elsewhere
+    for (const auto& entry : std::filesystem::directory_iterator(folder, error)) {
+        if (entry.path().extension() == ".json" && IsNewer(entry.path(), start)) {
+            newer.push_back(entry.path().string());
+        }
+    }
+    if (newer.size() == before && IsNewer(folder, start)) {
+        newer.push_back(folder);
+    }
+}
+
+}  // namespace
+
+void CheckDaemon(const DoctorHost& host, Findings& findings) {
+    if (!host.settingsProblem.empty() && !host.daemon) {
+        findings.push_back({Severity::Error, "daemon", "it cannot start with its settings",
+                            "mend what is said of the settings, then: systemctl start sentrel"});
+        return;
+    }
+    if (!host.daemon) {
+        findings.push_back(ExplainNoDaemon(host));
+        return;
+    }
+    const auto age =
+        std::chrono::duration_cast<std::chrono::seconds>(host.now - host.daemon->started);
+    findings.push_back({Severity::Good, "daemon",
+                        "process " + std::to_string(host.daemon->pid) + " of " +
+                            NameOfUser(host.user.user) + ", since " +
+                            LocalTime(host.daemon->started) + " (" + AgeText(age) + ")",
+                        ""});
+}
+
+void CheckFreshness(const DoctorHost& host, Findings& findings) {
+    if (!host.daemon) {
+        return;
+    }
+    std::vector<std::string> newer;
+    for (const char* tree : {"/usr/lib/korvex/tabulon/", "/etc/korvex/tabulon/"}) {
+        for (const char* folder : {"oru/health", "oru/authn", "oru_dev_only/health"}) {
+            AddNewer(Sys::HostPath(std::string(tree) + folder), host.daemon->started, newer);
+        }
+    }
+    for (const char* path :
+         {Sentrel::kPluginDirectory, "/usr/lib/korvex/quon/observability_quon_metadata.json"}) {
+        if (IsNewer(Sys::HostPath(path), host.daemon->started)) {
+            newer.push_back(Sys::HostPath(path));
+        }
+    }
+    if (newer.empty()) {
+        findings.push_back({Severity::Good, "changes",
+                            "settings, plugin directory and metadata are those that it read", ""});
+        return;
+    }
+    findings.push_back({Severity::Warning, "changes",
+                        JoinNames(newer) + " changed after the daemon had read " +
+                            (newer.size() == 1 ? "it" : "them"),
+                        kRestart});
+}
+
+}  // namespace Ctl

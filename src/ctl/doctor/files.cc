@@ -1,0 +1,107 @@
+#include "ctl/doctor/host.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <filesystem>
+#include <system_error>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace Ctl {
+
+namespace {
+
+constexpr std::size_t kShownNames = 5;
+
+// The bits of the mode that count for that user, as R_OK, W_OK and X_OK; root may do all.
+int WaysOf(const struct stat& status, const RunUser& user) {
+    constexpr mode_t kAnyExecute = S_IXUSR | S_IXGRP | S_IXOTH;
+    if (user.user == 0) {
+        const bool isRunnable = S_ISDIR(status.st_mode) || (status.st_mode & kAnyExecute) != 0;
+        return R_OK | W_OK | (isRunnable ? X_OK : 0);
+    }
+    const bool isMember =
+        status.st_gid == user.group ||
+        std::find(user.groups.begin(), user.groups.end(), status.st_gid) != user.groups.end();
+    const unsigned shift = status.st_uid == user.user ? 6 : isMember ? 3 : 0;
+    return static_cast<int>((status.st_mode >> shift) & 7);
+}
+
+const char* WordFor(int missing) {
+    return (missing & W_OK) != 0 ? "written" : (missing & R_OK) != 0 ? "read" : "entered";
+}
+
+}  // namespace
+
+std::optional<struct stat> StatOf(const std::string& path) {
+    struct stat status {};
+    if (::stat(path.c_str(), &status) == 0) {
+        return status;
+    }
+    const int error = errno;
+    if (error == ENOENT || error == ENOTDIR) {
+        return std::nullopt;
+    }
+    throw CannotLook(path + " cannot be looked at: " + std::generic_category().message(error));
+}
+
+std::optional<AccessFault> FindAccessFault(const std::string& path, const RunUser& user, int ways) {
+    std::filesystem::path target = std::filesystem::path(path);
+    if (!target.has_filename()) {
+        target = target.parent_path();  // without the slash at its end
+    }
+    std::filesystem::path reached;
+    for (const std::filesystem::path& part : target) {
+        reached /= part;
+        const std::optional<struct stat> status = StatOf(reached.string());
+        if (!status) {
+            return AccessFault{reached.string() + " is missing", ""};
+        }
+        const bool isAbove = reached != target;
+        const int missing = (isAbove ? X_OK : ways) & ~WaysOf(*status, user);
+        if (missing != 0) {
+            return AccessFault{reached.string() + " (" + OwnerAndMode(*status) + ") cannot be " +
+                                   WordFor(missing) + " by the daemon's user, " +
+                                   NameOfUser(user.user),
+                               isAbove ? "chmod a+x " + reached.string() : ""};
+        }
+    }
+    return std::nullopt;
+}
+
+std::string OwnerAndMode(const struct stat& status) {
+    std::array<char, 8> mode{};
+    (void)std::snprintf(mode.data(), mode.size(), "%04o", status.st_mode & 07777);  // fits
+    return NameOfUser(status.st_uid) + ", " + mode.data();
+}
+
+std::string SizeText(std::uintmax_t bytes) {
+    constexpr std::array<const char*, 4> kUnits = {" kB", " MB", " GB", " TB"};
+    if (bytes < 1000) {
+        return std::to_string(bytes) + " bytes";
+    }
+    double size = static_cast<double>(bytes) / 1000;
+    std::size_t unit = 0;
+    for (; size >= 1000 && unit + 1 < kUnits.size(); ++unit) {
+        size /= 1000;
+    }
+    std::array<char, 32> text{};
+    (void)std::snprintf(text.data(), text.size(), "%.1f%s", size, kUnits[unit]);  // fits
+    return text.data();
+}
+
+std::string JoinNames(const std::vector<std::string>& names) {
+    std::string text;
+    for (std::size_t index = 0; index < std::min(names.size(), kShownNames); ++index) {
+        const bool isLast = index + 1 == names.size() && index != 0;
+        text += (index == 0 ? "" : isLast ? " and " : ", ") + names[index];
+    }
+    return names.size() > kShownNames
+               ? text + " and " + std::to_string(names.size() - kShownNames) + " more"
+               : text;
+}
+
+}  // namespace Ctl

@@ -1,0 +1,126 @@
+// Of "doctor": the plugins' resource group.
+#include "ctl/doctor/subjects.h"
+#include "ctl/group/location.h"
+#include "ctl/group/survivors.h"
+#include "ctl/host/daemon_settings.h"
+#include "platform/kernel/groups/cgroup_directory.h"
+#include "platform/kernel/groups/groups.h"
+#include "platform/pellmar/exceptions.h"
+#include "plugins/resource_group.h"
+
+#include <algorithm>
+
+#include <unistd.h>
+
+namespace Ctl {
+
+namespace {
+
+using Kind = Kernel::GroupRoot::Kind;
+
+constexpr const char* kSubject = "group";
+constexpr const char* kEnsure = "sentrelctl group ensure";
+
+std::string MegabytesText(std::uint64_t kilobytes) {
+    return std::to_string((kilobytes + 512) / 1024) + " MB";
+}
+
+void CheckReservation(const std::string& root, const Kernel::GroupState& state,
+                      std::uint64_t configuredKB, Findings& findings) {
+    Kernel::CgroupDirectory above;
+    if (Kernel::CgroupDirectory::Open(root, above) == 0 && !above.OffersMemory()) {
+        findings.push_back(
+            {Severity::Notice, kSubject,
+             "nothing is reserved for plugins: " + root + " has no memory controller",
+             "if there is one in another hierarchy, start the host with "
+             "systemd.unified_cgroup_hierarchy=1"});
+    } else if (state.reservationKB < configuredKB) {
+        findings.push_back({Severity::Warning, kSubject,
+                            MegabytesText(state.reservationKB) + " are reserved of the " +
+                                MegabytesText(configuredKB) + " of the settings",
+                            kEnsure});
+    }
+    if (state.memory.peak > configuredKB) {
+        findings.push_back({Severity::Notice, kSubject,
+                            "plugins have used " + MegabytesText(state.memory.peak) +
+                                ", more than the " + MegabytesText(configuredKB) +
+                                " of the settings",
+                            "sentrelctl config set sentrel.plugin_resource_pool_size_MB NUMBER"});
+    }
+}
+
+// A daemon that has been started as a delegated unit makes its own.
+Finding ExplainMissing(const DoctorHost& host, const GroupLocation& location) {
+    const std::string directory = location.root.directory + "/" + Sentrel::kPluginGroupPath;
+    if (host.daemon || location.root.kind == Kind::Named) {
+        return {Severity::Error, kSubject, directory + " is missing: every launch is refused",
+                kEnsure};
+    }
+    return {Severity::Notice, kSubject, "there is none as long as no daemon runs",
+            "start the daemon, whose unit makes one; where it runs outside of its unit: " +
+                std::string(kEnsure)};
+}
+
+void CheckSurvivors(const DoctorHost& host, const std::string& directory, Findings& findings) {
+    const std::chrono::seconds longest = LongestRunTime(host.daemon);
+    std::vector<std::string> names;
+    for (const Member& member : ReadMembers(directory)) {
+        if (IsSurvivor(member, longest)) {
+            names.push_back(member.process.name + " (" + std::to_string(member.process.pid) + ")");
+        }
+    }
+    if (!names.empty()) {
+        findings.push_back({Severity::Warning, kSubject,
+                            std::to_string(names.size()) +
+                                (names.size() == 1 ? " process has" : " processes have") +
+                                " outlived the batch: " + JoinNames(names),
+                            "sentrelctl group kill"});
+    }
+}
+
+}  // namespace
+
+void CheckGroup(const DoctorHost& host, Findings& findings) {
+    const GroupLocation location = FindGroupLocation(host.daemon);
+    if (!host.daemon && ::geteuid() != 0 && location.root.kind != Kind::Named) {
+        throw CannotLook("which group a daemon of another user has may not be seen");
+    }
+    if (location.root.kind == Kind::None) {
+        findings.push_back({Severity::Notice, kSubject,
+                            "kept in " + OriginOf(location) +
+                                ", which reserves and limits nothing: " + location.root.reason,
+                            "run sentrel as its unit does"});
+        return;
+    }
+    UseGroupLocation(location);
+    Kernel::GroupState state;
+    try {
+        state = Kernel::ShowGroup(Sentrel::kPluginGroupPath);
+    } catch (const Pellmar::NotFoundException&) {
+        findings.push_back(ExplainMissing(host, location));
+        return;
+    }
+    Kernel::CgroupDirectory group;
+    const std::size_t before = findings.size();
+    if (Kernel::CgroupDirectory::Open(state.directory, group) == 0 && group.IsFrozen()) {
+        findings.push_back({Severity::Error, kSubject,
+                            state.directory + " is frozen: every launch is refused",
+                            "echo 0 > " + state.directory +
+                                "/cgroup.freeze, or that of the one above it that is frozen"});
+    }
+    const auto configured =
+        static_cast<std::uint64_t>(Sentrel::ConfiguredResourcePoolSizeMB(ReadDaemonSettings()));
+    CheckReservation(location.root.directory, state, configured * 1024, findings);
+    CheckSurvivors(host, state.directory, findings);
+    const bool isAllWell =
+        std::none_of(findings.begin() + static_cast<std::ptrdiff_t>(before), findings.end(),
+                     [](const Finding& finding) { return finding.severity > Severity::Notice; });
+    if (isAllWell) {
+        findings.push_back({Severity::Good, kSubject,
+                            state.directory + " (" + OriginOf(location) + "); peak " +
+                                MegabytesText(state.memory.peak),
+                            ""});
+    }
+}
+
+}  // namespace Ctl

@@ -1,0 +1,97 @@
+#include "ctl/doctor/host.h"
+
+#include "core/settings/settings.h"
+#include "ctl/host/daemon_settings.h"
+#include "ctl/host/listening_sockets.h"
+#include "platform/sys/host_root.h"
+
+#include <algorithm>
+#include <exception>
+#include <limits>
+#include <sstream>
+#include <string_view>
+
+#include <pwd.h>
+
+namespace Ctl {
+
+namespace {
+
+constexpr const char* kDefaultReportDirectory = "/var/lib/korvex/sentrel/reports";
+
+std::optional<ProcessStat> HolderOf(std::int32_t port) {
+    if (port <= 0 || port > std::numeric_limits<std::uint16_t>::max()) {
+        return std::nullopt;
+    }
+    const std::optional<pid_t> pid =
+        FindOwner(FindListeningSockets(static_cast<std::uint16_t>(port)), kDaemonName);
+    return pid ? ReadProcessStat(*pid) : std::nullopt;
+}
+
+RunUser UserOfDaemon(const std::optional<DaemonProcess>& daemon) {
+    if (daemon) {
+        if (std::optional<RunUser> user = UserOf(daemon->pid)) {
+            return *user;
+        }
+    }
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): no other thread asks for users
+    const passwd* const entry = ::getpwnam(std::string(kDaemonName).c_str());
+    return entry == nullptr ? RunUser{} : RunUser{entry->pw_uid, entry->pw_gid, {}};
+}
+
+// The last value of -r on the command line of a process; nothing when it has none.
+std::optional<std::string> OptionR(pid_t process) {
+    std::istringstream arguments(ReadProcFile("/proc/" + std::to_string(process) + "/cmdline"));
+    std::optional<std::string> value;
+    for (std::string argument; std::getline(arguments, argument, '\0');) {
+        if (argument == "-r" && std::getline(arguments, argument, '\0')) {
+            value = argument;
+        } else if (argument.starts_with("-r")) {
+            value = argument.substr(2);
+        }
+    }
+    return value;
+}
+
+void FindReports(const GivenOptions& options, DoctorHost& host) {
+    const auto rooted = [](const std::string& path) {
+        return path.starts_with('/') ? Sys::HostPath(path) : path;
+    };
+    if (options.Has("--reports")) {
+        host.reportDirectory = rooted(options.Value("--reports"));
+    } else if (const auto given = host.daemon ? OptionR(host.daemon->pid) : std::nullopt) {
+        host.reportDirectory = given->starts_with('/')
+                                   ? *given
+                                   : "/proc/" + std::to_string(host.daemon->pid) + "/cwd/" + *given;
+    } else {
+        host.reportDirectory = rooted(kDefaultReportDirectory);
+        host.reportProblem =
+            host.daemon ? "the daemon was started without -r, so every post is answered with 500"
+                        : "";
+    }
+    host.reportDirectory += host.reportDirectory.ends_with('/') ? "" : "/";
+}
+
+}  // namespace
+
+DoctorHost LookAtHost(const GivenOptions& options) {
+    DoctorHost host{.options = options, .now = std::chrono::system_clock::now()};
+    try {
+        host.intakePort = Sentrel::GetHttpPort(ReadDaemonSettings(), SilentLogger());
+        host.portHolder = HolderOf(host.intakePort);
+    } catch (const std::exception& exception) {
+        host.settingsProblem = exception.what();
+    }
+    std::optional<ProcessStat> process = host.portHolder;
+    if (!process || process->name != kDaemonName) {
+        process = HolderOf(Sentrel::kApiPort);
+    }
+    if (process && process->name == kDaemonName) {
+        host.daemon = DaemonProcess{process->pid, StartOf(*process)};
+    }
+    host.user = UserOfDaemon(host.daemon);
+    FindReports(options, host);
+    return host;
+}
+
+}  // namespace Ctl

@@ -1,0 +1,62 @@
+// Of "doctor": settings and plugins, which have commands of their own that look closer.
+#include "ctl/doctor/subjects.h"
+#include "ctl/host/plugin_survey.h"
+#include "ctl/plugins/findings.h"
+#include "ctl/settings/check.h"
+#include "platform/sys/host_root.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include <unistd.h>
+
+namespace Ctl {
+
+namespace {
+
+std::string CountsOf(const PluginSurvey& survey) {
+    const Sentrel::PluginCounts& counts = survey.counts;
+    const std::size_t enabled = counts.fast + counts.medium + counts.slow;
+    return std::to_string(enabled) + (enabled == 1 ? " is" : " are") +
+           " launched: " + std::to_string(counts.fast) + " fast, " + std::to_string(counts.medium) +
+           " medium, " + std::to_string(counts.slow) + " slow";
+}
+
+// With the report directory as an option, where that can name it: below the host root.
+GivenOptions OptionsOf(const DoctorHost& host) {
+    const std::string root = Sys::HostPath("/");
+    GivenOptions options = host.options;
+    if (host.reportDirectory.starts_with(root) &&
+        ::access(host.reportDirectory.c_str(), R_OK | X_OK) == 0) {
+        options.Add("--reports", "/" + host.reportDirectory.substr(root.size()));
+    }
+    return options;
+}
+
+}  // namespace
+
+void CheckSettings(const DoctorHost& /*host*/, Findings& findings) {
+    Findings found = CheckConfiguration();
+    // what it says of plugins, CheckPlugins says too
+    std::erase_if(found, [](const Finding& one) { return one.subject.starts_with("plugin "); });
+    std::move(found.begin(), found.end(), std::back_inserter(findings));
+}
+
+void CheckAllPlugins(const DoctorHost& host, Findings& findings) {
+    const PluginSurvey survey = SurveyPlugins();
+    PluginSurroundings surroundings = ReadSurroundings(OptionsOf(host), survey);
+    surroundings.daemon = host.daemon;
+    surroundings.user = host.user;
+    surroundings.reportProblem = "";  // said of the report directory
+    Findings found = CheckPlugins(survey, surroundings);
+    std::erase_if(found, [](const Finding& one) { return one.severity == Severity::Good; });
+    const bool isAllWell = std::none_of(found.begin(), found.end(), [](const Finding& one) {
+        return one.severity > Severity::Notice;
+    });
+    if (isAllWell) {
+        findings.push_back({Severity::Good, "plugins", CountsOf(survey), ""});
+    }
+    std::move(found.begin(), found.end(), std::back_inserter(findings));
+}
+
+}  // namespace Ctl

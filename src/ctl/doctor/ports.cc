@@ -1,0 +1,124 @@
+// Of "doctor": the two ports, who can reach them, and whether the API answers.
+#include "core/settings/settings.h"
+#include "ctl/api/client.h"
+#include "ctl/doctor/subjects.h"
+#include "ctl/host/listening_sockets.h"
+
+#include <nlohmann/json.hpp>
+
+#include <chrono>
+#include <exception>
+#include <future>
+#include <memory>
+#include <thread>
+
+namespace Ctl {
+
+namespace {
+
+constexpr std::string_view kQuestion = "com.korvex.quon.std.introspection.service.list";
+constexpr std::chrono::seconds kPatience{3};
+
+std::string AddressesOf(const std::vector<ListeningSocket>& sockets) {
+    std::vector<std::string> addresses;
+    addresses.reserve(sockets.size());
+    for (const ListeningSocket& socket : sockets) {
+        addresses.push_back(socket.address);
+    }
+    return JoinNames(addresses);
+}
+
+// `mayDo`: what those can do who reach it. False when others than programs of this host do.
+bool CheckReach(const std::string& subject, std::uint16_t port, const std::string& mayDo,
+                const std::vector<ListeningSocket>& sockets, Findings& findings) {
+    bool isLocal = true;
+    for (const ListeningSocket& socket : sockets) {
+        if (socket.reach == ListeningSocket::Reach::Loopback) {
+            continue;
+        }
+        const bool isAny = socket.reach == ListeningSocket::Reach::AnyAddress;
+        isLocal = false;
+        findings.push_back(
+            {Severity::Error, subject,
+             "port " + std::to_string(port) + " listens on " +
+                 (isAny ? socket.address + ", every address of this host" : socket.address) +
+                 ": who reaches that " + mayDo,
+             "sentrel listens on loopback alone, so end the program that does this: ss -ltnp "
+             "'sport = :" +
+                 std::to_string(port) + "'"});
+    }
+    return isLocal;
+}
+
+// Why the API gives no answer; empty when it does. A daemon that hangs holds up a thread of its
+// own, which the end of this program ends.
+std::string AskApi() {
+    const auto answer = std::make_shared<std::promise<std::string>>();
+    std::future<std::string> text = answer->get_future();
+    std::thread([answer] {
+        try {
+            (void)ApiClient(std::string(kDefaultApiUrl), "")
+                .Call(kQuestion, nlohmann::ordered_json::object());
+            answer->set_value("");
+        } catch (const std::exception& exception) {
+            answer->set_value(exception.what());
+        }
+    }).detach();
+    return text.wait_for(kPatience) == std::future_status::ready
+               ? text.get()
+               : "it has not answered for " + std::to_string(kPatience.count()) + " s";
+}
+
+}  // namespace
+
+void CheckIntakePort(const DoctorHost& host, Findings& findings) {
+    const std::string subject = "intake port";
+    if (host.intakePort <= 0 || host.intakePort > 65535) {
+        return;  // of which the settings say more
+    }
+    const auto port = static_cast<std::uint16_t>(host.intakePort);
+    const std::vector<ListeningSocket> sockets = FindListeningSockets(port);
+    const std::size_t before = findings.size();
+    if (host.daemon && (!host.portHolder || host.portHolder->pid != host.daemon->pid)) {
+        findings.push_back({Severity::Error, subject,
+                            "the daemon does not listen on the port " + std::to_string(port) +
+                                " of the settings, which changed after its start",
+                            "systemctl restart sentrel"});
+    }
+    (void)CheckReach(subject, port, "can post reports", sockets, findings);
+    if (findings.size() == before && !sockets.empty()) {
+        findings.push_back({Severity::Good, subject,
+                            std::to_string(port) + " on " + AddressesOf(sockets) +
+                                ", which only this host reaches",
+                            ""});
+    }
+}
+
+void CheckApiPort(const DoctorHost& host, Findings& findings) {
+    const std::string subject = "API";
+    const std::vector<ListeningSocket> sockets = FindListeningSockets(Sentrel::kApiPort);
+    const std::string port = std::to_string(Sentrel::kApiPort);
+    if (sockets.empty()) {
+        if (host.daemon) {
+            findings.push_back({Severity::Error, subject,
+                                "nobody listens on port " + port + ", though the daemon runs",
+                                "see why in its log (journalctl -u sentrel), then: systemctl "
+                                "restart sentrel"});
+        }
+        return;
+    }
+    const bool isLocal = CheckReach(subject, Sentrel::kApiPort, "can call it", sockets, findings);
+    if (const std::string problem = AskApi(); !problem.empty()) {
+        findings.push_back({Severity::Error, subject,
+                            "port " + port + " does not answer as the API: " + problem,
+                            "see the daemon's log (journalctl -u sentrel), then: systemctl restart "
+                            "sentrel"});
+    } else if (isLocal) {
+        findings.push_back(
+            {Severity::Good, subject,
+             port + " on " + AddressesOf(sockets) + ", which only this host reaches; it answers",
+             ""});
+    }
+}
+
+}  // namespace Ctl

@@ -1,0 +1,179 @@
+// Of "doctor": the report directory, its room, and what lies in it.
+#include "ctl/doctor/subjects.h"
+#include "store/report_name.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdint>
+#include <filesystem>
+#include <map>
+#include <set>
+#include <system_error>
+
+#include <sys/statvfs.h>
+#include <unistd.h>
+
+namespace Ctl {
+
+namespace {
+
+namespace Files = std::filesystem;
+
+constexpr const char* kSubject = "report directory";
+constexpr std::string_view kExtension = ".json";
+// What one name may take: the daemon keeps so many files, and takes reports of so many bytes.
+constexpr std::uintmax_t kFilesOfName = 3;
+constexpr std::uintmax_t kMaxReportBytes = 1048576;
+// A name needs a link, its files, and one that arrives.
+constexpr std::uintmax_t kInodesOfName = kFilesOfName + 2;
+constexpr std::size_t kSuffixSize = 7;  // of "-N.json"
+
+struct Content {
+    std::set<std::string> names;      // of links
+    std::vector<std::string> broken;  // links to nothing
+    std::vector<std::string> foreign;
+    std::size_t storedFiles = 0;
+    std::uintmax_t storedBytes = 0;
+};
+
+// Whether a file of that name is, or was, of the ring of some report name, also while it arrives.
+bool IsOfRing(std::string file) {
+    if (file.starts_with('.')) {
+        file.erase(0, 1);
+    }
+    const std::string name =
+        file.size() > kSuffixSize ? file.substr(0, file.size() - kSuffixSize) : "";
+    return Sentrel::IsReportName(name) && Sentrel::MatchesStoredFile(name, file);
+}
+
+Content ReadContent(const std::string& directory) {
+    Content content;
+    std::error_code error;
+    for (Files::directory_iterator entry(directory, error), end; !error && entry != end;
+         entry.increment(error)) {
+        const std::string file = entry->path().filename();
+        std::error_code failure;  // it has gone meanwhile
+        if (entry->is_symlink(failure) && file.ends_with(kExtension)) {
+            content.names.insert(file.substr(0, file.size() - kExtension.size()));
+            if (Files::status(entry->path(), failure).type() == Files::file_type::not_found) {
+                content.broken.push_back(file);
+            }
+        } else if (entry->is_regular_file(failure) && IsOfRing(file)) {
+            const std::uintmax_t size = entry->file_size(failure);
+            content.storedBytes += failure ? 0 : size;
+            ++content.storedFiles;
+        } else {
+            content.foreign.push_back(file);
+        }
+    }
+    if (error) {
+        throw CannotLook(directory + " cannot be read: " + error.message());
+    }
+    std::sort(content.foreign.begin(), content.foreign.end());
+    return content;
+}
+
+void CheckRoom(const std::string& directory, const Content& content, Findings& findings) {
+    struct statvfs system {};
+    if (::statvfs(directory.c_str(), &system) != 0) {
+        const int error = errno;
+        throw CannotLook("the room of " + directory +
+                         " cannot be told: " + std::generic_category().message(error));
+    }
+    const std::uintmax_t free = std::uintmax_t{system.f_bavail} * system.f_frsize;
+    const std::uintmax_t names = std::max<std::uintmax_t>(content.names.size(), 1);
+    const std::uintmax_t most = names * kFilesOfName * kMaxReportBytes;
+    const std::uintmax_t more = most - std::min(most, content.storedBytes);
+    const std::string remedy = "make room on the file system of " + directory + ": df " + directory;
+    if (free < kMaxReportBytes) {
+        findings.push_back({Severity::Error, kSubject,
+                            SizeText(free) + " are free, less than one report may need", remedy});
+    } else if (free < more) {
+        findings.push_back({Severity::Warning, kSubject,
+                            SizeText(free) + " are free; at worst the reports take " +
+                                SizeText(more) + " more (" + std::to_string(names) +
+                                " names, 3 files each, 1 MiB a file)",
+                            remedy});
+    }
+    const bool countsInodes = system.f_files != 0;
+    if (countsInodes && system.f_favail < names * kInodesOfName) {
+        findings.push_back({system.f_favail == 0 ? Severity::Error : Severity::Warning, kSubject,
+                            std::to_string(system.f_favail) + " inodes are free", remedy});
+    }
+}
+
+void CheckContent(const std::string& directory, const Content& content, Findings& findings) {
+    if (!content.broken.empty()) {
+        findings.push_back(
+            {Severity::Warning, kSubject,
+             "links to nothing, so these reports are not served: " + JoinNames(content.broken),
+             "remove them, or wait for the next report of each name"});
+    }
+    if (!content.foreign.empty()) {
+        findings.push_back({Severity::Notice, kSubject,
+                            "no files of reports: " + JoinNames(content.foreign),
+                            "if nobody needs them, remove them from " + directory});
+    }
+}
+
+void CheckOwner(const DoctorHost& host, const struct stat& status, Findings& findings) {
+    const std::string& directory = host.reportDirectory;
+    const std::string user = NameOfUser(host.user.user);
+    if (const auto fault = FindAccessFault(directory, host.user, R_OK | W_OK | X_OK)) {
+        findings.push_back(
+            {Severity::Error, kSubject, fault->text + ": every post is answered with 500",
+             !fault->remedy.empty()
+                 ? fault->remedy
+                 : "chown " + user + " " + directory + "; chmod u+rwx " + directory});
+    } else if (status.st_uid != host.user.user && host.user.user != 0) {
+        findings.push_back({Severity::Warning, kSubject,
+                            directory + " belongs to " + NameOfUser(status.st_uid) +
+                                ", who can change the reports of the daemon's user, " + user,
+                            "chown " + user + " " + directory});
+    }
+    if ((status.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
+        findings.push_back({Severity::Warning, kSubject,
+                            directory + " (" + OwnerAndMode(status) +
+                                ") can be written by others, who can change the reports",
+                            "chmod go-w " + directory});
+    }
+}
+
+std::string CountText(std::size_t count, const std::string& thing) {
+    return std::to_string(count) + " " + thing + (count == 1 ? "" : "s");
+}
+
+}  // namespace
+
+void CheckReportDirectory(const DoctorHost& host, Findings& findings) {
+    const std::string& directory = host.reportDirectory;
+    if (!host.reportProblem.empty()) {
+        findings.push_back({Severity::Error, kSubject, host.reportProblem,
+                            "give it -r DIR with an absolute path; the unit does"});
+    }
+    const std::optional<struct stat> status = StatOf(directory);
+    if (!status) {
+        findings.push_back(
+            {Severity::Error, kSubject, directory + " is missing: every post is answered with 500",
+             "install -d -m 0750 -o " + NameOfUser(host.user.user) + " " + directory});
+        return;
+    }
+    const std::size_t before = findings.size();
+    CheckOwner(host, *status, findings);
+    const Content content = ReadContent(directory);
+    CheckRoom(directory, content, findings);
+    CheckContent(directory, content, findings);
+    const bool isAllWell =
+        std::none_of(findings.begin() + static_cast<std::ptrdiff_t>(before), findings.end(),
+                     [](const Finding& finding) { return finding.severity > Severity::Notice; });
+    if (isAllWell) {
+        findings.push_back({Severity::Good, kSubject,
+                            directory + " (" + OwnerAndMode(*status) +
+                                "): " + CountText(content.names.size(), "name") + ", " +
+                                CountText(content.storedFiles, "file") + ", " +
+                                SizeText(content.storedBytes),
+                            ""});
+    }
+}
+
+}  // namespace Ctl

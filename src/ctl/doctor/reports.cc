@@ -1,0 +1,131 @@
+// Of "doctor": what the newest reports say, and when they say that they were made.
+#include "ctl/doctor/subjects.h"
+#include "ctl/host/daemon_settings.h"
+#include "ctl/host/plugin_survey.h"
+#include "ctl/reports/source.h"
+#include "ctl/reports/state.h"
+#include "ctl/show/report_age.h"
+#include "store/publisher.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <system_error>
+
+#include <unistd.h>
+
+namespace Ctl {
+
+namespace {
+
+constexpr std::chrono::seconds kToleratedLead{2};  // of a clock before another one
+
+// Throws CannotLook when this user may not read it. False when there is none, which is said of the
+// directory.
+bool HasReadableDirectory(const DoctorHost& host) {
+    if (::access(host.reportDirectory.c_str(), R_OK | X_OK) == 0) {
+        return true;
+    }
+    const int error = errno;
+    if (error == EACCES) {
+        throw CannotLook(host.reportDirectory +
+                         " cannot be read: " + std::generic_category().message(error));
+    }
+    return false;
+}
+
+struct StateRow {
+    ReportState state;
+    Severity severity;
+    const char* text;  // follows the number of reports
+    const char* remedy;
+};
+constexpr StateRow kStateRows[] = {
+    {ReportState::Invalid, Severity::Error,
+     "INVALID (they cannot be read, and full listings leave them out)",
+     "sentrelctl list --state INVALID; sentrelctl history NAME says why"},
+    {ReportState::Error, Severity::Warning, "ERROR", "sentrelctl list --full --state ERROR"},
+    {ReportState::Stale, Severity::Warning,
+     "STALE (older than one and a half periods of the plugin)",
+     "see what the plugin does: sentrelctl plugin run NAME"},
+    {ReportState::Warning, Severity::Notice, "WARNING", "sentrelctl list --full --state WARNING"},
+    {ReportState::Never, Severity::Notice, "NEVER (the plugin has not reported yet)",
+     "wait for its first launch: sentrelctl plugin plan"},
+};
+
+// Whether the text ends in "Z" or in "+hh:mm".
+bool HasZone(const std::string& time) {
+    const std::size_t size = time.size();
+    return size > 6 &&
+           (time.back() == 'Z' || time.back() == 'z' || time[size - 6] == '+' ||
+            time[size - 6] == '-') &&
+           time.find_first_of("Tt") != std::string::npos;
+}
+
+}  // namespace
+
+void CheckReportStates(const DoctorHost& host, Findings& findings) {
+    if (!HasReadableDirectory(host)) {
+        return;
+    }
+    std::vector<PluginPeriod> plugins;
+    if (host.settingsProblem.empty()) {
+        plugins = PeriodsOf(SurveyPlugins());
+    }
+    const std::vector<JudgedReport> judged =
+        JudgeReports(ReadStoredReports(host.reportDirectory, {}), plugins, host.now);
+    bool isAllWell = true;
+    for (const StateRow& row : kStateRows) {
+        std::vector<std::string> names;
+        for (const JudgedReport& report : judged) {
+            if (report.state == row.state) {
+                names.push_back(report.report.name);
+            }
+        }
+        if (!names.empty()) {
+            findings.push_back(
+                {row.severity, "reports",
+                 std::to_string(names.size()) + " " + row.text + ": " + JoinNames(names),
+                 row.remedy});
+            isAllWell = isAllWell && row.severity <= Severity::Notice;
+        }
+    }
+    if (isAllWell) {
+        const auto good = std::count_if(judged.begin(), judged.end(), [](const auto& report) {
+            return report.state == ReportState::Ok;
+        });
+        findings.push_back({Severity::Good, "reports",
+                            std::to_string(good) + " of " + std::to_string(judged.size()) + " OK",
+                            ""});
+    }
+}
+
+void CheckReportTimes(const DoctorHost& host, Findings& findings) {
+    if (!HasReadableDirectory(host)) {
+        return;
+    }
+    const Sentrel::Publisher publisher(host.reportDirectory, SilentLogger());
+    std::vector<std::string> zoneless;
+    std::vector<std::string> early;
+    for (const Sentrel::Report& report : publisher.GetReports({}, {}, Sentrel::kNoStartTime)) {
+        const std::optional<std::chrono::seconds> age = AgeOf(report.time, host.now);
+        if (age && !HasZone(report.time)) {
+            zoneless.push_back(report.name);
+        }
+        if (age && *age < -kToleratedLead) {
+            early.push_back(report.name);
+        }
+    }
+    if (!zoneless.empty()) {
+        findings.push_back(
+            {Severity::Warning, "times of reports",
+             "without a zone, so they count as this host's local time: " + JoinNames(zoneless),
+             "have the plugins write UTC: date -u +%FT%TZ"});
+    }
+    if (!early.empty()) {
+        findings.push_back({Severity::Warning, "times of reports",
+                            "in the future: " + JoinNames(early),
+                            "correct the plugins, or the clock of this host: timedatectl"});
+    }
+}
+
+}  // namespace Ctl

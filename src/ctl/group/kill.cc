@@ -1,0 +1,196 @@
+#include "ctl/group/kill.h"
+
+#include "platform/kernel/groups/cgroup_directory.h"
+#include "platform/pellmar/exceptions.h"
+#include "platform/sys/pid_fd.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <set>
+#include <system_error>
+#include <utility>
+
+#include <poll.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace Ctl {
+
+namespace {
+
+using std::chrono::milliseconds;
+using Clock = std::chrono::steady_clock;
+
+constexpr std::size_t kMaxTargets = 256;  // at a time: each takes a descriptor
+constexpr milliseconds kPatience{5000};
+constexpr milliseconds kPatienceOfOneRound{1000};
+
+struct Target {
+    Member member;
+    Sys::PidFd process;
+};
+
+bool IsSame(const Member& a, const Member& b) {
+    return a.process.pid == b.process.pid && a.process.uptime == b.process.uptime;
+}
+
+bool Contains(const std::vector<Member>& members, const Member& wanted) {
+    return std::any_of(members.begin(), members.end(),
+                       [&](const Member& member) { return IsSame(member, wanted); });
+}
+
+// A descriptor names what has its number when it is opened. So the group is read again after that:
+// what is still there, and has not ended by then, is the process that the descriptor names.
+std::vector<Target> Hold(const std::string& directory, const std::vector<Member>& wanted) {
+    std::vector<Target> targets;
+    for (const Member& member : wanted) {
+        if (targets.size() == kMaxTargets) {
+            break;
+        }
+        const long descriptor = ::syscall(SYS_pidfd_open, member.process.pid, 0);
+        if (descriptor < 0 && errno != ESRCH) {
+            throw Pellmar::IOException(
+                "opening process " + std::to_string(member.process.pid) + " of the group", errno);
+        }
+        if (descriptor >= 0) {
+            targets.push_back({member, Sys::PidFd(Sys::OwnedFd(static_cast<int>(descriptor)))});
+        }
+    }
+    const std::vector<Member> members = ReadMembers(directory);
+    std::erase_if(targets, [&](const Target& target) {
+        return !Contains(members, target.member) || target.process.HasEnded();
+    });
+    return targets;
+}
+
+void EndEach(const std::vector<Target>& targets) {
+    for (const Target& target : targets) {
+        const int error = target.process.Signal(SIGKILL);
+        if (error != 0 && error != ESRCH) {
+            throw Pellmar::Exception("process " + std::to_string(target.member.process.pid) + " (" +
+                                     target.member.process.name + ") cannot be ended: " +
+                                     std::generic_category().message(error) + "; run this as root");
+        }
+    }
+}
+
+// As long as it lives the processes of the cgroup stand still, so that none can begin another one.
+// The kernel's own file for it, cgroup.kill, does not do: some kernels (6.18 is one) kill after
+// that whatever clone3 starts in the cgroup from another one, which is how plugins are launched. A
+// cgroup that cannot be frozen, or is already, stays as it is.
+class Standstill {
+  public:
+    explicit Standstill(const std::string& directory) {
+        if (Kernel::CgroupDirectory::Open(directory, group) == 0 && !group.IsFrozen()) {
+            isOurs = group.SetFrozen(true) == 0;
+        }
+    }
+    ~Standstill() {
+        if (isOurs) {
+            (void)group.SetFrozen(false);  // as it could be frozen
+        }
+    }
+    Standstill(const Standstill&) = delete;
+    Standstill& operator=(const Standstill&) = delete;
+
+  private:
+    Kernel::CgroupDirectory group;
+    bool isOurs = false;
+};
+
+void AwaitEnds(const std::vector<Target>& targets, Clock::time_point deadline) {
+    for (const Target& target : targets) {
+        pollfd entry{target.process.Get(), POLLIN, 0};
+        const auto left = std::chrono::ceil<milliseconds>(deadline - Clock::now());
+        (void)::poll(&entry, 1, static_cast<int>(std::max(left, milliseconds(0)).count()));
+    }
+}
+
+// Which of the members are to be ended, from one look at the group to the next.
+class Selection {
+  public:
+    explicit Selection(std::optional<milliseconds> longest) : longest(longest) {}
+
+    bool Has(const Member& member) {
+        if (!longest) {
+            return true;
+        }
+        if (IsSurvivor(member, *longest)) {
+            sessions.insert(member.process.session);
+            return true;
+        }
+        return member.isOrphan && sessions.count(member.process.session) != 0;
+    }
+
+  private:
+    const std::optional<milliseconds> longest;
+    std::set<pid_t> sessions;  // of those that are to be ended
+};
+
+// One look at the group after the other.
+class Killer {
+  public:
+    Killer(std::string directory, std::optional<milliseconds> longest)
+        : directory(std::move(directory)), selection(longest) {
+        if (!longest) {
+            standstill.emplace(this->directory);
+        }
+    }
+
+    KillOutcome Run() {
+        const Clock::time_point end = Clock::now() + kPatience;
+        std::vector<Member> wanted = FindWanted();
+        for (; !wanted.empty() && Clock::now() < end && held.size() < kMaxTargets;
+             wanted = FindWanted()) {
+            End(Hold(directory, wanted), std::min(end, Clock::now() + kPatienceOfOneRound));
+        }
+        for (Target& target : held) {
+            auto& list = target.process.HasEnded() ? outcome.ended : outcome.held;
+            list.push_back(std::move(target.member));
+        }
+        outcome.isBeaten = !wanted.empty();
+        return std::move(outcome);
+    }
+
+  private:
+    // Those that are to be ended and were sent nothing yet.
+    std::vector<Member> FindWanted() {
+        std::vector<Member> wanted = ReadMembers(directory);
+        outcome.spared = wanted.size();
+        std::erase_if(wanted, [this](const Member& member) { return !selection.Has(member); });
+        outcome.spared -= wanted.size();
+        std::erase_if(wanted, [this](const Member& member) {
+            return std::any_of(held.begin(), held.end(), [&member](const Target& target) {
+                return IsSame(target.member, member);
+            });
+        });
+        return wanted;
+    }
+
+    void End(std::vector<Target> targets, Clock::time_point deadline) {
+        EndEach(targets);
+        AwaitEnds(targets, deadline);
+        for (Target& target : targets) {
+            if (target.process.HasEnded()) {
+                outcome.ended.push_back(std::move(target.member));
+            } else {
+                held.push_back(std::move(target));
+            }
+        }
+    }
+
+    const std::string directory;
+    Selection selection;
+    std::optional<Standstill> standstill;
+    std::vector<Target> held;  // were sent SIGKILL and have not ended
+    KillOutcome outcome;
+};
+
+}  // namespace
+
+KillOutcome KillMembers(const std::string& directory, std::optional<milliseconds> longest) {
+    return Killer(directory, longest).Run();
+}
+
+}  // namespace Ctl

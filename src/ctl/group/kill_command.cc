@@ -1,0 +1,110 @@
+#include "ctl/group/kill_command.h"
+
+#include "ctl/group/kill.h"
+#include "ctl/group/location.h"
+#include "ctl/show/report_age.h"
+#include "ctl/show/table.h"
+#include "platform/kernel/groups/groups.h"
+#include "platform/pellmar/exceptions.h"
+#include "plugins/resource_group.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <chrono>
+#include <cstddef>
+#include <optional>
+#include <ostream>
+#include <string>
+
+namespace Ctl {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr std::size_t kMaxRows = 40;
+
+std::chrono::seconds SecondsOf(const Member& member) {
+    return std::chrono::duration_cast<std::chrono::seconds>(AgeOf(member.process));
+}
+
+std::string CountText(std::size_t count) {
+    return std::to_string(count) + (count == 1 ? " process" : " processes");
+}
+
+// What was asked for and could not be done; empty when all of it was.
+std::string ProblemOf(const KillOutcome& outcome, bool isForAll) {
+    if (outcome.isBeaten) {
+        return "after " + CountText(outcome.ended.size()) +
+               " were ended, more are in the group: they begin faster than that; " +
+               (isForAll ? "stop the daemon, and run this again"
+                         : "end all at once, with \"sentrelctl group kill --all\"");
+    }
+    if (!outcome.held.empty()) {
+        const ProcessStat& first = outcome.held.front().process;
+        return CountText(outcome.held.size()) + " cannot end, such as " +
+               std::to_string(first.pid) + " (" + first.name +
+               "), though SIGKILL was sent: the kernel holds them, mostly for a disk or a mount "
+               "that "
+               "does not answer; mend that, and they end";
+    }
+    return "";
+}
+
+// `longest`: how long a process may run, in words.
+void WriteOutcome(const KillOutcome& outcome, const std::string& longest, std::ostream& output) {
+    Table table({{"PID", Table::Align::Right}, {"NAME"}, {"AGE", Table::Align::Right}});
+    for (std::size_t row = 0; row < std::min(outcome.ended.size(), kMaxRows); ++row) {
+        const Member& member = outcome.ended[row];
+        table.Add(
+            {std::to_string(member.process.pid), member.process.name, AgeText(SecondsOf(member))});
+    }
+    if (!outcome.ended.empty()) {
+        table.Write(output);
+        output << "\nEnded " << CountText(outcome.ended.size());
+    } else {
+        output << (outcome.spared == 0 ? "No process is in the group"
+                                       : "No process has outlived its batch");
+    }
+    if (outcome.spared != 0) {
+        output << "; " << CountText(outcome.spared) << " may run on, for " << longest << " at most";
+    }
+    output << ".\n";
+}
+
+void WriteOutcomeJson(const KillOutcome& outcome, const std::string& directory,
+                      std::ostream& output) {
+    Json ended = Json::array();
+    for (const Member& member : outcome.ended) {
+        ended.push_back({{"pid", member.process.pid},
+                         {"name", member.process.name},
+                         {"ageSeconds", SecondsOf(member).count()}});
+    }
+    WriteJson({{"directory", directory}, {"ended", ended}, {"left", outcome.spared}}, output);
+}
+
+}  // namespace
+
+void RunGroupKill(const Arguments& arguments, std::ostream& output) {
+    const bool isForAll = arguments.options.Has("--all");
+    const std::optional<DaemonProcess> daemon = FindDaemonIfAny();
+    UseGroupLocation(FindGroupLocation(daemon));
+    const std::string directory = Kernel::ShowGroup(Sentrel::kPluginGroupPath).directory;
+    std::optional<std::chrono::seconds> longest;
+    if (!isForAll) {
+        longest = LongestRunTime(daemon);
+    }
+    const KillOutcome outcome = KillMembers(directory, longest);
+    if (const std::string problem = ProblemOf(outcome, isForAll); !problem.empty()) {
+        throw Pellmar::Exception(problem);
+    }
+    if (arguments.options.Has("--json")) {
+        WriteOutcomeJson(outcome, directory, output);
+    } else {
+        // not what is left of it to a daemon that has just been started
+        WriteOutcome(outcome, AgeText(LongestRunTime(std::nullopt)), output);
+    }
+}
+
+}  // namespace Ctl

@@ -1,0 +1,63 @@
+#include "ctl/group/location.h"
+
+#include "platform/kernel/groups/cgroup_backend.h"
+#include "platform/kernel/groups/groups.h"
+#include "platform/pellmar/exceptions.h"
+
+#include <memory>
+
+namespace Ctl {
+
+using Kind = Kernel::GroupRoot::Kind;
+
+GroupLocation FindGroupLocation(const std::optional<DaemonProcess>& daemon) {
+    Kernel::GroupRoot own = Kernel::LocateGroupRoot();
+    if (own.kind == Kind::Named || !daemon) {
+        return {std::move(own), 0};
+    }
+    return {Kernel::LocateGroupRootOf(daemon->pid), daemon->pid};
+}
+
+std::string OriginOf(const GroupLocation& location) {
+    const std::string daemon = "the daemon, process " + std::to_string(location.daemon);
+    const bool isDaemons = location.daemon != 0;
+    switch (location.root.kind) {
+        case Kind::Named:
+            return "SENTREL_CGROUP_ROOT" + (isDaemons ? " of " + daemon : "");
+        case Kind::DelegatedUnit:
+            return "the delegated unit of " + (isDaemons ? daemon : "this program");
+        case Kind::Mount:
+            return "the cgroup v2 mount" + (isDaemons ? ", as " + daemon + ", uses it" : "");
+        case Kind::None:
+            break;
+    }
+    return "the process table of " + (isDaemons ? daemon : "each daemon");
+}
+
+void UseGroupLocation(const GroupLocation& location) {
+    if (location.root.kind != Kind::None) {
+        Kernel::UseGroups(std::make_unique<Kernel::CgroupBackend>(location.root.directory));
+        return;
+    }
+    if (location.daemon != 0) {
+        throw Pellmar::Exception(
+            "the daemon, process " + std::to_string(location.daemon) +
+            ", keeps its resource group in its own process table, which no one else can see: " +
+            location.root.reason +
+            "; start it as root or in a delegated unit, or give it SENTREL_CGROUP_ROOT");
+    }
+    throw Pellmar::Exception(
+        "no resource group that lasts can be made here: " + location.root.reason +
+        "; run this as root where a cgroup v2 hierarchy is mounted, or set "
+        "SENTREL_CGROUP_ROOT to a cgroup that this user may write");
+}
+
+std::optional<DaemonProcess> FindDaemonIfAny() {
+    try {
+        return FindDaemonProcess();
+    } catch (const Pellmar::Exception&) {
+        return std::nullopt;  // who needs the settings will say it
+    }
+}
+
+}  // namespace Ctl

@@ -1,0 +1,95 @@
+#include "ctl/host/process_stat.h"
+
+#include "platform/sys/owned_fd.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <charconv>
+
+#include <fcntl.h>
+#include <time.h>
+#include <unistd.h>
+
+namespace Ctl {
+
+namespace {
+
+// The fields behind the name, which begins the second one: a blank before each.
+constexpr std::size_t kParentField = 4;
+constexpr std::size_t kSessionField = 6;
+constexpr std::size_t kStartField = 22;
+constexpr std::size_t kFirstField = 3;
+
+// Since the machine's start, the time in which it slept included: what field 22 counts.
+std::chrono::milliseconds Uptime() {
+    timespec now{};
+    (void)::clock_gettime(CLOCK_BOOTTIME, &now);  // cannot fail for a clock that there is
+    return std::chrono::duration_cast<std::chrono::milliseconds>(
+        std::chrono::seconds(now.tv_sec) + std::chrono::nanoseconds(now.tv_nsec));
+}
+
+template <typename Number>
+bool ParseField(std::string_view field, Number& number) {
+    const auto [stop, error] = std::from_chars(field.data(), field.data() + field.size(), number);
+    return error == std::errc{} && stop == field.data() + field.size();
+}
+
+}  // namespace
+
+std::string ReadProcFile(const std::string& path, std::size_t limit) {
+    const Sys::OwnedFd file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    std::string text;
+    std::array<char, 4096> piece;
+    while (file.IsOpen() && text.size() < limit) {
+        const ssize_t count =
+            ::read(file.Get(), piece.data(), std::min(piece.size(), limit - text.size()));
+        if (count < 0 && errno == EINTR) {
+            continue;
+        }
+        if (count <= 0) {
+            break;
+        }
+        text.append(piece.data(), static_cast<std::size_t>(count));
+    }
+    return text;
+}
+
+std::optional<ProcessStat> ParseProcessStat(std::string_view text, long ticksPerSecond) {
+    const std::size_t open = text.find(" (");
+    const std::size_t close = text.rfind(") ");  // the name may hold any of these
+    if (open == std::string_view::npos || close == std::string_view::npos || close < open + 2) {
+        return std::nullopt;
+    }
+    ProcessStat process;
+    process.name = text.substr(open + 2, close - open - 2);
+    long long ticks = -1;
+    bool isWhole = ParseField(text.substr(0, open), process.pid);
+    std::string_view rest = text.substr(close + 2);
+    for (std::size_t field = kFirstField; field <= kStartField && isWhole; ++field) {
+        const std::string_view value = rest.substr(0, rest.find(' '));
+        isWhole = !value.empty() && (field != kParentField || ParseField(value, process.parent)) &&
+                  (field != kSessionField || ParseField(value, process.session)) &&
+                  (field != kStartField || ParseField(value, ticks));
+        rest.remove_prefix(std::min(rest.size(), value.size() + 1));
+    }
+    if (!isWhole || ticks < 0) {
+        return std::nullopt;
+    }
+    process.uptime = std::chrono::milliseconds(ticks * 1000 / ticksPerSecond);
+    return process;
+}
+
+std::optional<ProcessStat> ReadProcessStat(pid_t pid) {
+    static const long sTicksPerSecond = ::sysconf(_SC_CLK_TCK);
+    return ParseProcessStat(ReadProcFile("/proc/" + std::to_string(pid) + "/stat"),
+                            sTicksPerSecond);
+}
+
+std::chrono::milliseconds AgeOf(const ProcessStat& process) { return Uptime() - process.uptime; }
+
+std::chrono::system_clock::time_point StartOf(const ProcessStat& process) {
+    return std::chrono::system_clock::now() - AgeOf(process);
+}
+
+}  // namespace Ctl

@@ -1,0 +1,240 @@
+// The order matters: the port is listened on before the plugin runs, and threads that answer on it
+// begin only after the fork that starts the plugin.
+#include "ctl/plugin_run/command.h"
+
+#include "core/settings/settings.h"
+#include "ctl/command/command_line.h"
+#include "ctl/group/location.h"
+#include "ctl/host/daemon_process.h"
+#include "ctl/host/daemon_settings.h"
+#include "ctl/host/listening_sockets.h"
+#include "ctl/host/plugin_survey.h"
+#include "ctl/host/process_stat.h"
+#include "ctl/plugin_run/intake.h"
+#include "ctl/plugin_run/process.h"
+#include "ctl/plugin_run/result.h"
+#include "ctl/reports/source.h"
+#include "ctl/show/json_output.h"
+#include "ctl/show/lifetime.h"
+#include "ctl/show/near_names.h"
+#include "platform/kernel/groups/embedded_backend.h"
+#include "platform/kernel/groups/groups.h"
+#include "platform/kernel/spawn/process_table.h"
+#include "plugins/queue_timing.h"
+#include "plugins/resource_group.h"
+
+#include <algorithm>
+#include <array>
+#include <memory>
+#include <optional>
+#include <ostream>
+#include <stdexcept>
+#include <string_view>
+#include <utility>
+
+#include <unistd.h>
+
+namespace Ctl {
+
+namespace {
+
+using Verdict = Sentrel::PluginVerdict;
+
+constexpr std::string_view kToolName = "sentrelctl";
+
+constexpr std::array<Option, 3> kOptions = {{
+    kJsonOption,
+    {"--timeout", "SECONDS", "when to send SIGTERM, 30 by default as in the timetable"},
+    kReportsOption,
+}};
+
+std::chrono::seconds ReadTimeout(const GivenOptions& options) {
+    if (!options.Has("--timeout")) {
+        return std::chrono::seconds(Sentrel::kThrottleTimeoutSeconds);
+    }
+    const std::string given = options.Value("--timeout");
+    const bool hasUnit = given.find_first_not_of("0123456789") != std::string::npos;
+    const auto timeout = ParseLifetime(hasUnit ? given : given + "s");
+    if (!timeout) {
+        throw UsageError("option \"--timeout\" is no time: write a number of seconds, such as 60");
+    }
+    return *timeout;
+}
+
+SurveyedPlugin FindPlugin(const PluginSurvey& survey, const std::string& name) {
+    std::vector<std::string> names;
+    for (const SurveyedPlugin& plugin : survey.entries) {
+        if (plugin.entry.verdict == Verdict::Directory) {
+            continue;
+        }
+        if (plugin.Name() == name) {
+            return plugin;
+        }
+        names.push_back(plugin.Name());
+    }
+    throw std::runtime_error("there is no plugin \"" + name + "\" in " + Sentrel::kPluginDirectory +
+                             NearNamesAdvice(name, names, "; see \"sentrelctl plugin list\""));
+}
+
+void TellWhetherItIsRun(const SurveyedPlugin& plugin, PluginRun& run) {
+    if (!plugin.IsEnabled()) {
+        run.findings.push_back({Severity::Warning, "plugin " + plugin.Name(),
+                                "the daemon does not start it: " + WhyOf(plugin),
+                                "give it a store entry with \"enabled\": true, and restart the "
+                                "daemon; see sentrel-plugin(7)"});
+    }
+}
+
+// Has the launch look for the group where the daemon has it.
+void UseGroup(const std::optional<DaemonProcess>& daemon, PluginRun& run) {
+    const GroupLocation location = FindGroupLocation(daemon);
+    if (location.root.kind != Kernel::GroupRoot::Kind::None) {
+        UseGroupLocation(location);
+        run.groupDirectory = location.root.directory + "/" + Sentrel::kPluginGroupPath;
+        return;
+    }
+    Kernel::UseGroups(std::make_unique<Kernel::EmbeddedBackend>(Kernel::ProcessTable::Spawned()));
+    (void)Kernel::EnsureGroup(Sentrel::kPluginGroupPath, 0);  // the table reserves nothing
+}
+
+void ReadGroupPeak(PluginRun& run) {
+    if (!run.groupDirectory.empty() &&
+        ::access((run.groupDirectory + "/memory.peak").c_str(), R_OK) == 0) {
+        run.groupPeakKB = Kernel::ShowGroup(Sentrel::kPluginGroupPath).memory.peak;
+    }
+}
+
+// Who takes the posts now; empty when nobody does. Throws when it is another user's, into whose
+// group this one may not start anything.
+std::string FindIntake(std::int32_t port, const std::optional<DaemonProcess>& daemon) {
+    if (daemon) {
+        const std::optional<ProcessStat> stat = ReadProcessStat(daemon->pid);
+        if (stat && stat->name == kToolName) {
+            throw std::runtime_error("another \"plugin run\", process " +
+                                     std::to_string(daemon->pid) + ", has the port " +
+                                     std::to_string(port) + "; wait until it has ended");
+        }
+        return (stat ? stat->name : "a process") + " (" + std::to_string(daemon->pid) + ")";
+    }
+    for (const ListeningSocket& socket : FindListeningSockets(static_cast<std::uint16_t>(port))) {
+        if (socket.reach == ListeningSocket::Reach::OneAddress) {
+            continue;
+        }
+        if (::geteuid() != 0 && socket.user != ::geteuid()) {
+            throw std::runtime_error("the daemon on port " + std::to_string(port) + " is user " +
+                                     NameOfUser(socket.user) +
+                                     "'s, into whose resource group this user may start nothing; "
+                                     "run this as root");
+        }
+        return "a process that cannot be seen here";
+    }
+    return "";
+}
+
+// The daemon's, which only root can become.
+std::optional<RunUser> FindUser(const std::optional<DaemonProcess>& daemon, PluginRun& run) {
+    run.user = NameOfUser(::geteuid());
+    if (::geteuid() != 0 || !daemon) {
+        return std::nullopt;
+    }
+    std::optional<RunUser> user = UserOf(daemon->pid);
+    if (!user || user->user == 0) {
+        return std::nullopt;
+    }
+    run.user = NameOfUser(user->user);
+    return user;
+}
+
+void TakeStored(const StoredReports& stored, PluginRun& run) {
+    for (Post& post : stored.FindNew()) {
+        PostJudgement judgement = JudgePost(std::move(post), run.plugin);
+        if (judgement.isOfPlugin) {
+            run.posts.push_back(std::move(judgement));
+        } else {
+            run.otherNames.push_back(judgement.post.name);
+        }
+    }
+}
+
+void Run(const Sentrel::Plugin& plugin, const PluginStarter& starter, const GivenOptions& options,
+         PluginRun& run) {
+    std::optional<StoredReports> stored;
+    std::optional<StandInIntake> standIn;
+    if (run.intake.empty()) {
+        standIn.emplace(run.port);
+    } else {
+        stored.emplace(FindReportDirectory(options));
+    }
+    PluginProcess process(plugin, starter);
+    run.pid = process.Pid();
+    if (standIn) {
+        standIn->Start();
+    }
+    run.end = process.Await(run.timeout);
+    if (stored) {
+        TakeStored(*stored, run);
+    } else {
+        for (Post& post : standIn->Stop()) {
+            run.posts.push_back(JudgePost(std::move(post), run.plugin));
+        }
+    }
+}
+
+int RunPlugin(const Arguments& arguments, std::ostream& output) {
+    PluginRun run;
+    run.plugin = arguments.operands[0];
+    run.timeout = ReadTimeout(arguments.options);
+    const PluginSurvey survey = SurveyPlugins();
+    const SurveyedPlugin found = FindPlugin(survey, run.plugin);
+    TellWhetherItIsRun(found, run);
+    const auto settings = ReadDaemonSettings();
+    run.port = Sentrel::GetHttpPort(settings, SilentLogger());
+    const std::optional<DaemonProcess> daemon = FindDaemonProcess();
+    run.intake = FindIntake(run.port, daemon);
+    UseGroup(daemon, run);
+    const PluginStarter starter{FindUser(daemon, run),
+                                daemon ? std::optional(InheritanceOf(daemon->pid)) : std::nullopt};
+    Sentrel::Plugin::sResourcePoolSizeMB = survey.poolSizeMB;
+    const Sentrel::Plugin plugin(found.entry.info, settings);
+    for (char* const* argument = plugin.GetArgv(); *argument != nullptr; ++argument) {
+        run.arguments.emplace_back(*argument);
+    }
+    Run(plugin, starter, arguments.options, run);
+    ReadGroupPeak(run);
+    JudgeRun(run);
+    if (arguments.options.Has("--json")) {
+        WriteRunJson(run, output);
+    } else {
+        WriteRun(run, output);
+    }
+    return WorstOf(run.findings) == Severity::Error ? 1 : 0;
+}
+
+constexpr std::array<Command, 1> kCommands = {{
+    {"plugin run",
+     "run a plugin once as the daemon would, and judge what it does",
+     "Starts the plugin as the daemon does: the same command line, nothing in the environment,\n"
+     "three descriptors, in the same resource group, and, for root, as the user of the daemon "
+     "that\n"
+     "runs, with its file mask, limits and niceness. After 30 seconds it is sent SIGTERM, and 5\n"
+     "seconds later, unlike in production, SIGKILL; what it leaves running is ended. Tells how it\n"
+     "ended, its time, the most memory that it used, what it wrote, and what it posted: to the\n"
+     "daemon, where one listens on the intake port, which stores it as ever; else to this "
+     "program,\n"
+     "which stores nothing. The restrictions of the daemon's unit, such as its view of the file\n"
+     "system, do not hold here.\n"
+     "\n"
+     "Exit status: 0 when the plugin ended with status 0 and posted a good report under its name;\n"
+     "1 when it did not, or could not be started; 2 when the command line is wrong.\n",
+     "sentrelctl plugin run memory",
+     kOptions,
+     {"NAME", 1, 1, Completes::PluginName},
+     nullptr,
+     RunPlugin},
+}};
+
+}  // namespace
+
+std::span<const Command> PluginRunCommands() { return kCommands; }
+
+}  // namespace Ctl

@@ -1,0 +1,138 @@
+#include "ctl/plugin_run/leftovers.h"
+
+#include "ctl/host/process_stat.h"
+
+#include <algorithm>
+#include <charconv>
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <map>
+#include <string>
+#include <system_error>
+#include <utility>
+
+#include <poll.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace Ctl {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr std::chrono::seconds kTermPatience{1};
+constexpr std::chrono::seconds kPatience{3};  // for all
+constexpr int kLookMilliseconds = 50;
+
+struct Descendant {
+    Sys::PidFd process;
+    ProcessStat stat;
+};
+
+// The process of that number, held before it is asked what it is.
+Descendant Hold(pid_t pid) {
+    Descendant held{Sys::PidFd(Sys::OwnedFd(static_cast<int>(::syscall(SYS_pidfd_open, pid, 0)))),
+                    {}};
+    if (const std::optional<ProcessStat> stat = ReadProcessStat(pid)) {
+        held.stat = *stat;
+    }
+    return held;
+}
+
+std::map<pid_t, ProcessStat> ReadAllProcesses() {
+    std::map<pid_t, ProcessStat> all;
+    std::error_code error;  // without /proc there are none
+    for (const auto& entry : std::filesystem::directory_iterator("/proc", error)) {
+        const std::string name = entry.path().filename();
+        pid_t pid = 0;
+        const auto [stop, problem] = std::from_chars(name.data(), name.data() + name.size(), pid);
+        if (problem != std::errc{} || stop != name.data() + name.size()) {
+            continue;
+        }
+        if (std::optional<ProcessStat> stat = ReadProcessStat(pid)) {
+            all.emplace(pid, std::move(*stat));
+        }
+    }
+    return all;
+}
+
+// Whether the parents of `process` lead to this one.
+bool IsDescendant(const ProcessStat& process, const std::map<pid_t, ProcessStat>& all) {
+    pid_t parent = process.parent;
+    for (std::size_t steps = 0; steps < all.size() && parent != ::getpid(); ++steps) {
+        const auto found = all.find(parent);
+        if (found == all.end()) {
+            return false;
+        }
+        parent = found->second.parent;
+    }
+    return parent == ::getpid();
+}
+
+std::vector<Descendant> FindDescendants() {
+    const std::map<pid_t, ProcessStat> all = ReadAllProcesses();
+    std::vector<Descendant> descendants;
+    for (const auto& [pid, stat] : all) {
+        if (!IsDescendant(stat, all)) {
+            continue;
+        }
+        Descendant held = Hold(pid);
+        // still the same one
+        if (held.stat.pid == pid && held.stat.uptime == stat.uptime && !held.process.HasEnded()) {
+            descendants.push_back(std::move(held));
+        }
+    }
+    return descendants;
+}
+
+// Reaps what has ended; false when nothing is left: what has no other parent is a child of this
+// process. A look at /proc can miss those that end and start others meanwhile.
+bool HasChildren() {
+    pid_t reaped = 0;
+    do {
+        reaped = ::waitpid(-1, nullptr, WNOHANG);
+    } while (reaped > 0);
+    return reaped == 0;
+}
+
+void Add(const Descendant& descendant, std::vector<LeftProcess>& left) {
+    const bool isKnown = std::any_of(left.begin(), left.end(), [&](const LeftProcess& known) {
+        return known.pid == descendant.stat.pid;
+    });
+    if (!isKnown) {
+        left.push_back({descendant.stat.pid, descendant.stat.name, true});
+    }
+}
+
+}  // namespace
+
+std::vector<LeftProcess> EndDescendants() {
+    std::vector<LeftProcess> left;
+    const Clock::time_point begin = Clock::now();
+    while (HasChildren()) {
+        const auto elapsed = Clock::now() - begin;
+        const std::vector<Descendant> descendants = FindDescendants();
+        for (const Descendant& descendant : descendants) {
+            Add(descendant, left);
+            // fails only when it has ended
+            (void)descendant.process.Signal(elapsed < kTermPatience ? SIGTERM : SIGKILL);
+        }
+        if (elapsed > kPatience) {
+            if (left.empty()) {
+                left.push_back({0, "that starts others without end", false});
+            }
+            left.back().hasEnded = false;
+            return left;
+        }
+        if (!descendants.empty()) {
+            pollfd entry{descendants.front().process.Get(), POLLIN, 0};
+            (void)::poll(&entry, 1, kLookMilliseconds);  // or look again after that time
+        }
+    }
+    return left;
+}
+
+}  // namespace Ctl

@@ -1,0 +1,284 @@
+// The plugin is launched by a forked process, the starter, whose descriptors 0 to 2 are the
+// plugin's. The starter ends at once; this process adopts the plugin (PR_SET_CHILD_SUBREAPER,
+// prctl(2)), as it later does all that the plugin leaves behind.
+//
+// The kernel counts the peak of the resident size from before the exec on, so that of the starter
+// is the least that it can tell of a plugin. That is why the starter is a process of its own: a
+// fork has few pages.
+#include "ctl/plugin_run/process.h"
+
+#include "ctl/host/daemon_settings.h"
+#include "ctl/plugin_run/failure.h"
+#include "ctl/plugin_run/leftovers.h"
+#include "platform/sys/host_root.h"
+#include "plugins/launch.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <stdexcept>
+#include <system_error>
+#include <utility>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/signalfd.h>
+#include <sys/socket.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace Ctl {
+
+namespace {
+
+constexpr std::size_t kPieceBytes = 65536;
+// After the plugin's end its sockets hold no more than that, unless others go on writing.
+constexpr int kMaxDrainPieces = 16;
+
+// What the starter tells.
+struct StarterMessage {
+    Sentrel::Launch launch;
+    // Instead of a launch: the error number that kept the user from executing the plugin's file.
+    int userError = 0;
+    std::chrono::steady_clock::time_point started;
+    std::uint64_t peakKB = 0;  // of the starter itself
+};
+
+// All descriptors of this process are above those of the plugin, even if it was started without.
+Sys::OwnedFd Require(int descriptor, const char* what) {
+    Sys::OwnedFd opened(descriptor);
+    if (opened.IsOpen() && opened.Get() <= STDERR_FILENO) {
+        opened.Reset(::fcntl(opened.Get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+    }
+    if (!opened.IsOpen()) {
+        throw std::runtime_error("the plugin cannot be started, " + std::string(what) + ": " +
+                                 std::generic_category().message(errno) +
+                                 "; free some memory or raise the limit of open files");
+    }
+    return opened;
+}
+
+struct Ends {
+    Sys::OwnedFd own;
+    Sys::OwnedFd other;
+};
+
+Ends MakeSocketPair() {
+    std::array<int, 2> pair{-1, -1};
+    if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair.data()) != 0) {
+        pair = {-1, -1};
+    }
+    return {Require(pair[0], "making a socket"), Require(pair[1], "making a socket")};
+}
+
+Sys::OwnedFd TakeOverSignals() {
+    (void)std::signal(SIGCHLD, SIG_DFL);  // an ignored one would lose the exit status
+    sigset_t set{};
+    (void)::sigemptyset(&set);  // these cannot fail for signals that exist
+    for (const int signal : {SIGINT, SIGQUIT, SIGTERM, SIGHUP}) {
+        (void)::sigaddset(&set, signal);
+    }
+    (void)::pthread_sigmask(SIG_BLOCK, &set, nullptr);
+    return Require(::signalfd(-1, &set, SFD_CLOEXEC | SFD_NONBLOCK), "waiting for signals");
+}
+
+std::uint64_t PeakOf(const rusage& usage) { return static_cast<std::uint64_t>(usage.ru_maxrss); }
+
+std::chrono::microseconds DurationOf(const timeval& time) {
+    return std::chrono::seconds(time.tv_sec) + std::chrono::microseconds(time.tv_usec);
+}
+
+// The starter becomes that user. The right to use files of others, which it keeps, must not count
+// for the plugin's own file, as it does not in the daemon; access(2) leaves it out of account.
+void LaunchAs(const PluginStarter& starter, const Sentrel::Plugin& plugin,
+              StarterMessage& message) {
+    if (starter.inheritance) {
+        Inherit(*starter.inheritance);
+    }
+    const std::optional<RunUser>& user = starter.user;
+    if (user && (!Become(*user) || ::access(Sys::HostPath(plugin.GetPath()).c_str(), X_OK) != 0)) {
+        message.userError = errno;
+        return;
+    }
+    message.launch = Sentrel::LaunchPlugin(plugin, SilentLogger());
+}
+
+// The starter's whole life. An exception ends it, and the message is missed.
+[[noreturn]] void RunStarter(const Sentrel::Plugin& plugin, const PluginStarter& starter,
+                             const std::array<int, 3>& descriptors, int report) noexcept {
+    for (std::size_t index = 0; index < descriptors.size(); ++index) {
+        if (::dup2(descriptors[index], static_cast<int>(index)) < 0) {
+            ::_exit(1);
+        }
+    }
+    StarterMessage message;
+    message.started = std::chrono::steady_clock::now();
+    LaunchAs(starter, plugin, message);
+    rusage own{};
+    (void)::getrusage(RUSAGE_SELF, &own);  // cannot fail for this process
+    message.peakKB = PeakOf(own);
+    const bool isTold = ::write(report, &message, sizeof(message)) == sizeof(message);
+    ::_exit(isTold ? 0 : 1);
+}
+
+StarterMessage ReadMessage(int report, pid_t starter) {
+    StarterMessage message;
+    ssize_t count = 0;
+    do {
+        count = ::read(report, &message, sizeof(message));
+    } while (count < 0 && errno == EINTR);
+    while (::waitpid(starter, nullptr, 0) < 0 && errno == EINTR) {
+    }
+    if (count != sizeof(message)) {
+        throw std::runtime_error(
+            "the plugin cannot be started: the process that was to start it has ended; free some "
+            "memory and try it again");
+    }
+    return message;
+}
+
+}  // namespace
+
+PluginProcess::PluginProcess(const Sentrel::Plugin& plugin, const PluginStarter& starter)
+    : signals(TakeOverSignals()) {
+    (void)::prctl(PR_SET_CHILD_SUBREAPER, 1);  // cannot fail
+    Start(plugin, starter);
+    // Its number is its own until it is waited for, which only this process can.
+    process = Sys::PidFd(
+        Require(static_cast<int>(::syscall(SYS_pidfd_open, pid, 0)), "holding its process"));
+}
+
+PluginProcess::~PluginProcess() {
+    if (pid != 0 && process.IsOpen()) {
+        (void)process.Signal(SIGKILL);  // fails only when it has ended
+        (void)::waitpid(pid, nullptr, 0);
+        (void)EndDescendants();
+    }
+}
+
+void PluginProcess::Start(const Sentrel::Plugin& plugin, const PluginStarter& starter) {
+    const Sys::OwnedFd input = Require(::open("/dev/null", O_RDONLY | O_CLOEXEC), "/dev/null");
+    Ends outputEnds = MakeSocketPair();
+    Ends errorEnds = MakeSocketPair();
+    Ends messageEnds = MakeSocketPair();
+    const pid_t forked = ::fork();
+    if (forked == 0) {
+        RunStarter(plugin, starter, {input.Get(), outputEnds.other.Get(), errorEnds.other.Get()},
+                   messageEnds.other.Get());
+    }
+    if (forked < 0) {
+        (void)Require(-1, "making a process");
+    }
+    messageEnds.other.Reset();
+    const StarterMessage message = ReadMessage(messageEnds.own.Get(), forked);
+    if (message.userError != 0) {
+        throw std::runtime_error(ExplainUserFailure(plugin, starter.user->user, message.userError));
+    }
+    if (message.launch.result != Sentrel::Launch::Result::Started) {
+        throw std::runtime_error(ExplainFailure(plugin, message.launch));
+    }
+    pid = message.launch.pid;
+    started = message.started;
+    inheritedPeakKB = message.peakKB;
+    output.socket = std::move(outputEnds.own);
+    error.socket = std::move(errorEnds.own);
+}
+
+PluginEnd PluginProcess::Await(std::chrono::seconds timeout) {
+    PluginEnd end;
+    Watch(timeout, end);
+    end.wallTime = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - started);
+    Reap(end);
+    Drain(output);
+    Drain(error);
+    end.output = std::move(output.taken);
+    end.error = std::move(error.taken);
+    end.left = EndDescendants();
+    return end;
+}
+
+void PluginProcess::Watch(std::chrono::seconds timeout, PluginEnd& end) {
+    Clock::time_point deadline = started + timeout;
+    for (;;) {
+        std::array<pollfd, 4> entries = {{{process.Get(), POLLIN, 0},
+                                          {signals.Get(), POLLIN, 0},
+                                          {output.socket.Get(), POLLIN, 0},
+                                          {error.socket.Get(), POLLIN, 0}}};
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
+        const auto wait = std::clamp(left, std::chrono::milliseconds(0),
+                                     std::chrono::milliseconds(std::chrono::minutes(1)));
+        if (::poll(entries.data(), entries.size(), static_cast<int>(wait.count())) < 0) {
+            continue;  // interrupted: look again
+        }
+        Take(output);
+        Take(error);
+        if (entries[0].revents != 0) {
+            return;
+        }
+        const bool isInterrupted = TakeSignal();
+        if (!isInterrupted && Clock::now() < deadline) {
+            continue;
+        }
+        if (end.asked == PluginEnd::Asked::Not) {
+            end.asked =
+                isInterrupted ? PluginEnd::Asked::Interrupted : PluginEnd::Asked::TimeWasOver;
+            (void)process.Signal(SIGTERM);  // fails only when it has ended
+            deadline = Clock::now() + kEndPatience;
+        } else {
+            end.wasKilled = true;
+            (void)process.Signal(SIGKILL);  // likewise
+            deadline = Clock::now() + std::chrono::hours(1);
+        }
+    }
+}
+
+bool PluginProcess::TakeSignal() const {
+    signalfd_siginfo taken{};
+    return ::read(signals.Get(), &taken, sizeof(taken)) == sizeof(taken);
+}
+
+void PluginProcess::Reap(PluginEnd& end) {
+    int status = 0;
+    rusage usage{};
+    while (::wait4(pid, &status, 0, &usage) < 0 && errno == EINTR) {
+    }
+    process = {};
+    end.exitStatus = WIFEXITED(status) ? WEXITSTATUS(status) : 0;
+    end.signal = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
+    end.userTime = DurationOf(usage.ru_utime);
+    end.systemTime = DurationOf(usage.ru_stime);
+    end.peakKB = std::max(PeakOf(usage), inheritedPeakKB);
+    end.peakIsBound = PeakOf(usage) <= inheritedPeakKB;
+}
+
+// One piece of what is there.
+void PluginProcess::Take(Capture& capture) {
+    std::array<char, kPieceBytes> piece;
+    const ssize_t count =
+        ::recv(capture.socket.Get(), piece.data(), piece.size(), MSG_DONTWAIT);  // or not open
+    if (count == 0) {
+        capture.socket.Reset();
+    }
+    if (count > 0) {
+        const auto bytes = static_cast<std::size_t>(count);
+        capture.taken.bytes += bytes;
+        const std::size_t room = kMaxKeptOutput - capture.taken.text.size();
+        capture.taken.text.append(piece.data(), std::min(bytes, room));
+    }
+}
+
+void PluginProcess::Drain(Capture& capture) {
+    for (int pieces = 0; pieces < kMaxDrainPieces; ++pieces) {
+        const std::uint64_t before = capture.taken.bytes;
+        Take(capture);
+        if (capture.taken.bytes == before) {
+            return;
+        }
+    }
+}
+
+}  // namespace Ctl

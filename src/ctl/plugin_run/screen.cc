@@ -1,0 +1,167 @@
+// How a run is told to people.
+#include "ctl/plugin_run/result.h"
+#include "ctl/show/table.h"
+#include "ctl/show/terminal.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <ostream>
+#include <string_view>
+
+#include <signal.h>
+
+namespace Ctl {
+
+namespace {
+
+constexpr std::string_view kIndent = "  ";
+constexpr std::size_t kShownMetrics = 20;
+constexpr int kStored = 200;
+
+std::string Number(double number, int digits, const char* unit) {
+    std::array<char, 64> text{};
+    (void)std::snprintf(text.data(), text.size(), "%.*f %s", digits, number,
+                        unit);  // is shorter than that
+    return text.data();
+}
+
+std::string SecondsText(std::chrono::microseconds time) {
+    return Number(std::chrono::duration<double>(time).count(), 3, "s");
+}
+
+std::string Megabytes(std::uint64_t kilobytes) {
+    return Number(static_cast<double>(kilobytes) / 1024, 1, "MB");
+}
+
+std::string CommandLineOf(const PluginRun& run) {
+    std::string line;
+    for (const std::string& argument : run.arguments) {
+        line += (line.empty() ? "" : " ") + argument;
+    }
+    return line;
+}
+
+std::string EndText(const PluginEnd& end) {
+    std::string how =
+        end.signal != 0 ? NameOfSignal(end.signal) : "exit " + std::to_string(end.exitStatus);
+    if (end.asked == PluginEnd::Asked::Not) {
+        return how;
+    }
+    const std::string why = end.asked == PluginEnd::Asked::TimeWasOver ? "its time was over"
+                                                                       : "the run was interrupted";
+    if (end.wasKilled) {
+        return how + ": " + why + ", and SIGTERM did not end it";
+    }
+    return how + ": " + why + (end.signal == SIGTERM ? "" : ", and it was sent SIGTERM");
+}
+
+void WriteFacts(const PluginRun& run, std::ostream& output) {
+    const PluginEnd& end = run.end;
+    Table facts({{}, {}});
+    facts.Add({"Command", CommandLineOf(run)});
+    facts.Add({"Group", run.groupDirectory.empty() ? "none but a table in this process"
+                                                   : run.groupDirectory});
+    facts.Add({"Process", std::to_string(run.pid) + ", user " + run.user});
+    facts.Add({"Ended", EndText(end)});
+    facts.Add({"Time", SecondsText(end.wallTime) + " of " + std::to_string(run.timeout.count()) +
+                           " s, processor " + SecondsText(end.userTime) + " user, " +
+                           SecondsText(end.systemTime) + " system"});
+    facts.Add({"Peak memory", (end.peakIsBound ? "at most " : "") + Megabytes(end.peakKB)});
+    if (run.groupPeakKB) {
+        facts.Add({"Group's peak", Megabytes(*run.groupPeakKB) + " since the group was made"});
+    }
+    facts.Add({"Intake", run.intake.empty()
+                             ? "this program, since nobody listens on port " +
+                                   std::to_string(run.port) + "; it stores nothing"
+                             : run.intake + ", on port " + std::to_string(run.port)});
+    facts.Write(output);
+}
+
+void WriteIndented(std::string_view text, std::ostream& output) {
+    while (!text.empty()) {
+        const std::size_t end = std::min(text.find('\n'), text.size());
+        std::string line(text.substr(0, end));
+        std::replace(line.begin(), line.end(), '\t', ' ');  // which is not printable otherwise
+        output << kIndent << PrintableText(line) << '\n';
+        text.remove_prefix(std::min(end + 1, text.size()));
+    }
+}
+
+void WriteOutput(std::string_view what, const PluginOutput& written, std::ostream& output) {
+    output << '\n' << what << ": ";
+    if (written.bytes == 0) {
+        output << "nothing\n";
+        return;
+    }
+    output << written.bytes << " bytes";
+    if (written.bytes > written.text.size()) {
+        output << ", the first " << written.text.size() << " of which are";
+    }
+    output << '\n';
+    WriteIndented(written.text, output);
+}
+
+Colour ColourOf(std::string_view state) {
+    return state == "OK"        ? Colour::Green
+           : state == "WARNING" ? Colour::Yellow
+           : state == "ERROR"   ? Colour::Red
+                                : Colour::Plain;
+}
+
+std::string MetricsText(const std::vector<Metric>& metrics) {
+    std::string text;
+    for (std::size_t index = 0; index < std::min(metrics.size(), kShownMetrics); ++index) {
+        const Metric& metric = metrics[index];
+        text += (text.empty() ? "" : ", ") + metric.name + " " + DecimalText(metric.value) +
+                (metric.unit.empty() ? "" : " " + metric.unit);
+    }
+    const std::size_t more = metrics.size() - std::min(metrics.size(), kShownMetrics);
+    return more == 0 ? text : text + ", and " + std::to_string(more) + " more";
+}
+
+void WritePost(const PostJudgement& judged, std::ostream& output) {
+    const Post& post = judged.post;
+    output << '\n'
+           << "Report " << (post.name.empty() ? "without a name" : PrintableText(post.name))
+           << ": ";
+    if (!judged.state.empty()) {
+        output << Paint(judged.state, ColourOf(judged.state)) << ", ";
+    }
+    if (post.answer == kStored) {
+        output << post.document.size() << " bytes, ";
+    }
+    output << (post.answer == 0 ? "broke off" : "answered with " + std::to_string(post.answer))
+           << (judged.IsGood() ? ", good\n" : ", " + Paint("not good", Colour::Red) + "\n");
+    WriteIndented(judged.reason, output);
+    WriteIndented(MetricsText(judged.metrics), output);
+}
+
+std::string LastLine(Severity worst) {
+    switch (worst) {
+        case Severity::Error:
+            return Paint("Not fine for production.", Colour::Red);
+        case Severity::Warning:
+            return Paint("Fine for production, but for the warnings.", Colour::Yellow);
+        default:
+            return Paint("Fine for production.", Colour::Green);
+    }
+}
+
+}  // namespace
+
+void WriteRun(const PluginRun& run, std::ostream& output) {
+    WriteFacts(run, output);
+    WriteOutput("Standard output", run.end.output, output);
+    WriteOutput("Standard error", run.end.error, output);
+    for (const PostJudgement& post : run.posts) {
+        WritePost(post, output);
+    }
+    output << '\n';
+    if (!run.findings.empty()) {
+        WriteFindings(run.findings, output);
+    }
+    output << LastLine(WorstOf(run.findings)) << '\n';
+}
+
+}  // namespace Ctl

@@ -1,0 +1,133 @@
+// What is to be said of a run.
+#include "ctl/plugin_run/result.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <utility>
+
+#include <signal.h>
+#include <string.h>
+
+namespace Ctl {
+
+namespace {
+
+constexpr std::size_t kShownProcesses = 5;
+
+void Tell(PluginRun& run, Severity severity, std::string text, std::string remedy) {
+    run.findings.push_back({severity, "plugin " + run.plugin, std::move(text), std::move(remedy)});
+}
+
+std::string SecondsText(std::chrono::seconds time) { return std::to_string(time.count()) + " s"; }
+
+void JudgeEnd(PluginRun& run) {
+    const PluginEnd& end = run.end;
+    const std::string look = end.error.bytes > 0 ? "what it wrote to standard error may say why"
+                                                 : "let it write why to standard error";
+    if (end.asked == PluginEnd::Asked::Interrupted) {
+        Tell(run, Severity::Error,
+             "the run was interrupted" +
+                 std::string(end.wasKilled ? ", and SIGTERM did not end it" : ""),
+             "run it again to its end");
+    } else if (end.wasKilled) {
+        Tell(run, Severity::Error,
+             "it did not end within " + SecondsText(kEndPatience) + " after SIGTERM",
+             "let it end at SIGTERM: in production it would keep running, until \"sentrelctl group "
+             "kill\" ends it");
+    } else if (end.asked == PluginEnd::Asked::TimeWasOver) {
+        Tell(
+            run, end.signal != 0 || end.exitStatus != 0 ? Severity::Error : Severity::Warning,
+            "its time was over after " + SecondsText(run.timeout) + ", so that it was sent SIGTERM",
+            "let it end by itself in less, whatever it waits for");
+    } else if (end.signal == SIGKILL) {
+        Tell(run, Severity::Error, "SIGKILL ended it, which was not sent here",
+             "look at the kernel's log, whether memory was out. If it ended at once: after a write "
+             "to cgroup.kill some kernels end all that is started in that group; remove the group "
+             "with rmdir, and make it again with \"sentrelctl group ensure\"");
+    } else if (end.signal != 0) {
+        Tell(run, Severity::Error, NameOfSignal(end.signal) + " ended it", look);
+    }
+    if (end.signal == 0 && end.exitStatus != 0) {
+        Tell(run, Severity::Error, "it ended with status " + std::to_string(end.exitStatus), look);
+    }
+}
+
+void JudgeLeft(PluginRun& run) {
+    const std::vector<LeftProcess>& left = run.end.left;
+    if (left.empty()) {
+        return;
+    }
+    std::string text = "it left running";
+    for (std::size_t index = 0; index < std::min(left.size(), kShownProcesses); ++index) {
+        text += (index == 0 ? " " : ", ") + left[index].name + " (" +
+                std::to_string(left[index].pid) + ")";
+    }
+    text += left.size() > kShownProcesses
+                ? " and " + std::to_string(left.size() - kShownProcesses) + " others"
+                : "";
+    const bool allEnded = std::all_of(left.begin(), left.end(),
+                                      [](const LeftProcess& process) { return process.hasEnded; });
+    Tell(run, Severity::Warning,
+         text + (allEnded ? ", ended here"
+                          : ", which could not be ended: see \"sentrelctl group show\""),
+         "let it wait for what it starts: in production that would keep running, until "
+         "\"sentrelctl group kill\" ends it");
+}
+
+std::string Join(const std::vector<std::string>& names) {
+    std::string text;
+    for (const std::string& name : names) {
+        text += (text.empty() ? "" : ", ") + name;
+    }
+    return text;
+}
+
+void TellNothingPosted(PluginRun& run) {
+    std::string remedy =
+        run.end.error.bytes > 0 ? "what it wrote to standard error may say why; " : "";
+    remedy += "it is to POST to http://localhost:" + std::to_string(run.port) + "/" + run.plugin +
+              ", which is the URL behind -u with its name added; see sentrel-plugin(7)";
+    Tell(run, Severity::Error, "it has posted no report", remedy);
+    if (!run.otherNames.empty()) {
+        Tell(run, Severity::Warning, "meanwhile these have been stored: " + Join(run.otherNames),
+             "if it was this plugin that posted them, let it call them " + run.plugin + ", or " +
+                 run.plugin + ". and more");
+    }
+}
+
+void JudgePosts(PluginRun& run) {
+    const auto good = std::count_if(run.posts.begin(), run.posts.end(),
+                                    [](const PostJudgement& post) { return post.IsGood(); });
+    if (run.posts.empty()) {
+        if (run.end.asked != PluginEnd::Asked::Interrupted) {
+            TellNothingPosted(run);
+        }
+        return;
+    }
+    const Severity severity = good == 0 ? Severity::Error : Severity::Warning;
+    for (const PostJudgement& judged : run.posts) {
+        const std::string report = "its report \"" + judged.post.name + "\" ";
+        if (!judged.problems.empty()) {
+            Tell(run, severity, report + "is not good: " + Join(judged.problems),
+                 "mend that; see sentrel-plugin(7)");
+        } else if (!judged.isOfPlugin) {
+            Tell(run, severity, report + "is not called like it, so nobody knows whose it is",
+                 "call it " + run.plugin + ", or " + run.plugin + ". and more");
+        }
+    }
+}
+
+}  // namespace
+
+std::string NameOfSignal(int signal) {
+    const char* const name = ::sigabbrev_np(signal);
+    return name != nullptr ? "SIG" + std::string(name) : "signal " + std::to_string(signal);
+}
+
+void JudgeRun(PluginRun& run) {
+    JudgeEnd(run);
+    JudgeLeft(run);
+    JudgePosts(run);
+}
+
+}  // namespace Ctl

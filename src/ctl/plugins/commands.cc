@@ -1,0 +1,184 @@
+#include "ctl/plugins/commands.h"
+
+#include "ctl/host/plugin_survey.h"
+#include "ctl/plugins/findings.h"
+#include "ctl/plugins/new.h"
+#include "ctl/plugins/plan.h"
+#include "ctl/plugins/times.h"
+#include "ctl/reports/source.h"
+#include "ctl/show/finding.h"
+#include "ctl/show/json_output.h"
+#include "ctl/show/table.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <array>
+#include <filesystem>
+#include <iterator>
+#include <ostream>
+#include <stdexcept>
+#include <string>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+namespace Ctl {
+
+namespace {
+
+using OrderedJson = nlohmann::ordered_json;
+
+constexpr std::array<Option, 1> kListOptions = {{kJsonOption}};
+constexpr std::array<Option, 2> kReportOptions = {{kJsonOption, kReportsOption}};
+
+OrderedJson ToJson(const SurveyedPlugin& plugin) {
+    OrderedJson row = {
+        {"name", plugin.Name()}, {"state", StateOf(plugin)}, {"path", plugin.entry.info.path}};
+    if (plugin.IsEnabled()) {
+        row["queue"] = QueueOf(plugin);
+        row["periodSeconds"] = plugin.period.count();
+        row["firstRunSeconds"] = plugin.firstRun.count();
+        if (!plugin.entry.info.logLevel.empty()) {
+            row["logLevel"] = plugin.entry.info.logLevel;
+        }
+    }
+    row["why"] = WhyOf(plugin);
+    return row;
+}
+
+void RunList(const Arguments& arguments, std::ostream& output) {
+    const PluginSurvey survey = SurveyPlugins();
+    RequireDirectory(survey);
+    if (arguments.options.Has("--json")) {
+        OrderedJson plugins = OrderedJson::array();
+        for (const SurveyedPlugin& plugin : survey.entries) {
+            plugins.push_back(ToJson(plugin));
+        }
+        WriteJson({{"plugins", std::move(plugins)}}, output);
+        return;
+    }
+    if (survey.entries.empty()) {
+        output << "No plugin is installed; make one with \"sentrelctl plugin new NAME\".\n";
+        return;
+    }
+    Table table({{"NAME"}, {"STATE"}, {"QUEUE"}, {"PERIOD", Table::Align::Right}, {"WHY"}});
+    for (const SurveyedPlugin& plugin : survey.entries) {
+        const bool isEnabled = plugin.IsEnabled();
+        table.Add({plugin.Name(), std::string(StateOf(plugin)),
+                   isEnabled ? std::string(QueueOf(plugin)) : "-",
+                   isEnabled ? DurationText(plugin.period) : "-", WhyOf(plugin)});
+    }
+    table.Write(output);
+}
+
+// The entry that the operand names, by its name or as a file in the plugin directory; null for
+// another file.
+const SurveyedPlugin* FindEntry(const PluginSurvey& survey, const std::string& operand) {
+    const bool isFile = operand.find('/') != std::string::npos;
+    const std::string name = isFile ? operand.substr(operand.rfind('/') + 1) : operand;
+    for (const SurveyedPlugin& plugin : survey.entries) {
+        std::error_code error;  // then the directories are not the same
+        if (plugin.Name() == name &&
+            (!isFile || std::filesystem::equivalent(
+                            std::filesystem::absolute(operand).parent_path(),
+                            std::filesystem::path(plugin.location).parent_path(), error))) {
+            return &plugin;
+        }
+    }
+    if (!isFile) {
+        throw std::runtime_error(
+            "there is no plugin \"" + name + "\" in " + Sentrel::kPluginDirectory +
+            "; see \"sentrelctl plugin list\", or write ./" + name + " for a file here");
+    }
+    return nullptr;
+}
+
+std::vector<Finding> FindAll(const Arguments& arguments) {
+    const PluginSurvey survey = SurveyPlugins();
+    const PluginSurroundings surroundings = ReadSurroundings(arguments.options, survey);
+    if (arguments.operands.empty()) {
+        return CheckPlugins(survey, surroundings);
+    }
+    std::vector<Finding> findings;
+    for (const std::string& operand : arguments.operands) {
+        const SurveyedPlugin* const plugin = FindEntry(survey, operand);
+        std::vector<Finding> more =
+            plugin != nullptr ? CheckPlugin(*plugin, surroundings) : CheckPluginProgram(operand);
+        std::move(more.begin(), more.end(), std::back_inserter(findings));
+    }
+    return findings;
+}
+
+int JudgePlugins(const Arguments& arguments, std::ostream& output) {
+    const std::vector<Finding> findings = FindAll(arguments);
+    return TellFindings(findings, arguments.options.Has("--json"), output);
+}
+
+constexpr std::array<Command, 4> kCommands = {{
+    {"plugin list",
+     "list all that is in the plugin directory, and why it is in or out",
+     "Lists every entry of the plugin directory with what the daemon makes of it at its start:\n"
+     "  enabled           it is launched, in the queue and with the period shown\n"
+     "  disabled          its configuration says so\n"
+     "  no configuration  the store has no entry of its name, or one that cannot be read\n"
+     "  directory         it is no plugin\n",
+     "sentrelctl plugin list",
+     kListOptions,
+     {},
+     RunList},
+    {"plugin plan",
+     "show when each plugin is launched, and how long it may run",
+     "Shows the timetable: after how long each plugin is launched first, counted from the start "
+     "of\n"
+     "the daemon; how often from then on; how long it may run at least; and, as an estimate, in "
+     "how\n"
+     "long it is launched next: a period after its newest report, else what the plan says for a\n"
+     "daemon that started when this one did. A plugin that the daemon does not know yet has "
+     "\"-\".\n\n"
+     "What is GUARANTEED, and why: a plugin is sent SIGTERM when the next one of its own queue is\n"
+     "launched, or the first one of any queue. In the first round all are launched one after\n"
+     "another, 30 s apart, so each has 30 s, the very last one at least. In later rounds those of\n"
+     "a queue keep this distance, but for some milliseconds a round, since a period is counted\n"
+     "from the end of one launch to the next. So the queues drift against each other, and from "
+     "the\n"
+     "second round on the first plugin of another queue may come at any moment, once in its own\n"
+     "period. UNLESS ENDED BY names those.\n",
+     "sentrelctl plugin plan",
+     kReportOptions,
+     {},
+     RunPluginPlan},
+    {"plugin check",
+     "look for what keeps plugins from running or reporting",
+     "Looks at plugins without running them: whether the daemon's user can execute them, and who\n"
+     "else could change them; their first line, interpreter or processor; their configuration and\n"
+     "what it silently counts as; names that share files with others; their newest reports, and\n"
+     "whether there are any. Without a name all are looked at, and their directory. A FILE, with "
+     "a\n"
+     "slash in its name, need not be installed yet.\n\n"
+     "Exit status: 0, 1 when there is an error or the operation failed, 2 when the command line "
+     "is\n"
+     "wrong.\n",
+     "sentrelctl plugin check cpu",
+     kReportOptions,
+     {"[NAME|FILE...]", 0, 1000000, Completes::PluginName, Completes::PluginName},
+     nullptr,
+     JudgePlugins},
+    {"plugin new",
+     "make a plugin to start from, in sh, Python or C++",
+     "Makes a plugin that works as it is and watches the host's open files, and its entry in the\n"
+     "configuration store, which says how often it runs; then tells what to do next. With\n"
+     "--directory both are put there, for who may not write to the host. A program in C++ has to\n"
+     "be compiled first: its source is put into the current directory, and needs no library.\n"
+     "Nothing is overwritten.\n",
+     "sentrelctl plugin new openfiles --language python --directory /tmp",
+     kNewOptions,
+     {"NAME", 1, 1},
+     RunPluginNew},
+}};
+
+}  // namespace
+
+std::span<const Command> PluginCommands() { return kCommands; }
+
+}  // namespace Ctl

@@ -1,0 +1,261 @@
+#include "ctl/plugins/findings.h"
+
+#include "ctl/plugins/file.h"
+#include "ctl/plugins/report_findings.h"
+#include "ctl/reports/source.h"
+#include "ctl/reports/state.h"
+#include "platform/sys/host_root.h"
+#include "store/report_name.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <filesystem>
+#include <iterator>
+#include <stdexcept>
+#include <system_error>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace Ctl {
+
+namespace {
+
+constexpr std::string_view kExtension = ".json";
+constexpr std::size_t kStoredSuffixSize = 7;  // of "-N.json"
+
+std::string SubjectOf(const std::string& plugin) { return "plugin " + plugin; }
+
+void Append(std::vector<Finding> more, std::vector<Finding>& findings) {
+    findings.insert(findings.end(), std::make_move_iterator(more.begin()),
+                    std::make_move_iterator(more.end()));
+}
+
+struct StoredNames {
+    std::vector<std::string> links;
+    // Of stored files too: a name has them, but no link, where another name has taken its place.
+    std::vector<std::string> all;
+};
+
+// Without the links of subdirectories, which no daemon makes.
+StoredNames ReadNames(const std::string& directory) {
+    StoredNames names;
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator(directory, error)) {
+        const std::string file = entry.path().filename();
+        std::error_code failure;  // then it is no link
+        if (!file.ends_with(kExtension)) {
+            continue;
+        }
+        if (entry.is_symlink(failure)) {
+            names.links.push_back(file.substr(0, file.size() - kExtension.size()));
+            names.all.push_back(names.links.back());
+        } else if (file.size() > kStoredSuffixSize && !file.starts_with('.')) {
+            const std::string name = file.substr(0, file.size() - kStoredSuffixSize);
+            if (Sentrel::IsReportName(name) && Sentrel::MatchesStoredFile(name, file)) {
+                names.all.push_back(name);
+            }
+        }
+    }
+    return names;
+}
+
+RunUser GuessUser(const PluginSurroundings& surroundings) {
+    if (surroundings.daemon) {
+        if (const std::optional<RunUser> user = UserOf(surroundings.daemon->pid)) {
+            return *user;
+        }
+    }
+    struct stat status {};
+    if (!surroundings.reportDirectory.empty() &&
+        ::stat(surroundings.reportDirectory.c_str(), &status) == 0) {
+        return {status.st_uid, status.st_gid, {}};
+    }
+    return {::geteuid(), ::getegid(), {}};
+}
+
+std::vector<Finding> CheckName(const std::string& subject, const std::string& name) {
+    if (Sentrel::IsReportName(name)) {
+        return {};
+    }
+    return {{Severity::Warning, subject,
+             "its name has other characters than " + std::string(Sentrel::kReportNameRule) +
+                 ": it runs, but no report can have its name",
+             "rename it, and its configuration with it"}};
+}
+
+std::vector<Finding> CheckConflicts(const std::string& subject, const std::string& name,
+                                    const PluginSurroundings& surroundings) {
+    std::vector<Finding> findings;
+    for (const NameConflict& conflict : surroundings.conflicts) {
+        if (conflict.one == name || conflict.other == name) {
+            findings.push_back({Severity::Warning, subject, conflict.why, "rename one of the two"});
+        }
+    }
+    return findings;
+}
+
+// Between reports that no plugin has the name of.
+std::vector<Finding> CheckOtherConflicts(const PluginSurvey& survey,
+                                         const PluginSurroundings& surroundings) {
+    std::vector<Finding> findings;
+    for (const NameConflict& conflict : surroundings.conflicts) {
+        const bool isOfPlugin =
+            std::any_of(survey.entries.begin(), survey.entries.end(), [&](const auto& plugin) {
+                return plugin.IsEnabled() &&
+                       (plugin.Name() == conflict.one || plugin.Name() == conflict.other);
+            });
+        if (!isOfPlugin) {
+            findings.push_back({Severity::Warning, "names of reports", conflict.why,
+                                "rename one of the two, and remove the files of its old name"});
+        }
+    }
+    return findings;
+}
+
+std::vector<Finding> CheckConfiguration(const std::string& subject, const SurveyedPlugin& plugin) {
+    const std::string file = Sys::HostPath(StoreFilesOf(plugin.Name()).host);
+    const Sentrel::PluginEntry& entry = plugin.entry;
+    std::vector<Finding> findings;
+    const auto add = [&](Severity severity, const std::string& text, const std::string& member) {
+        findings.push_back({severity, subject, text, "set " + member + " in " + file});
+    };
+    if (!entry.frequency) {
+        add(Severity::Warning, "its configuration has no text \"frequency\", so it is fast",
+            R"("frequency": "fast", "medium" or "slow")");
+    } else if (!NamesQueue(*entry.frequency)) {
+        add(Severity::Warning,
+            "its frequency \"" + *entry.frequency + "\" is no queue and silently counts as fast",
+            R"("frequency": "fast", "medium" or "slow")");
+    }
+    if (entry.logLevel && entry.info.logLevel.empty()) {
+        add(Severity::Warning,
+            "its log_level \"" + *entry.logLevel + "\" is none, so none is passed to it",
+            R"("log_level": "debug", "info", "warning", "error" or "critical")");
+    }
+    if (!entry.enabled) {
+        add(Severity::Notice, "its configuration has no \"enabled\", so it is enabled",
+            R"("enabled": true or false)");
+    }
+    return findings;
+}
+
+std::vector<Finding> ExplainNoConfiguration(const std::string& subject,
+                                            const SurveyedPlugin& plugin) {
+    const Tabulon::EntryPaths files = StoreFilesOf(plugin.Name());
+    const std::string file = Sys::HostPath(files.host);
+    const auto isThere = [](const std::string& path) {
+        return ::access(Sys::HostPath(path).c_str(), F_OK) == 0;
+    };
+    if (files.host.empty()) {
+        return {{Severity::Error, subject,
+                 "it is not run, since no configuration can have its name", "rename it"}};
+    }
+    if (isThere(files.host) || isThere(files.vendor)) {
+        return {{Severity::Error, subject, "it is not run: " + plugin.entry.problem,
+                 "correct that file and restart the daemon"}};
+    }
+    return {{Severity::Error, subject, "it is not run, since it has no configuration",
+             R"(write {"enabled": true, "frequency": "fast", "log_level": "info"} to )" + file +
+                 " and restart the daemon"}};
+}
+
+// Of an entry that is not launched.
+std::vector<Finding> ExplainLeftOut(const std::string& subject, const SurveyedPlugin& plugin) {
+    switch (plugin.entry.verdict) {
+        case Sentrel::PluginVerdict::Directory:
+            return {{Severity::Notice, subject, plugin.location + " is a directory: no plugin",
+                     "leave it, or move it elsewhere"}};
+        case Sentrel::PluginVerdict::Disabled:
+            return {{Severity::Notice, subject, "disabled by its configuration",
+                     "to enable it: sentrelctl config set " + plugin.Name() +
+                         ".enabled true; then restart the daemon"}};
+        default:
+            return ExplainNoConfiguration(subject, plugin);
+    }
+}
+
+}  // namespace
+
+PluginSurroundings ReadSurroundings(const GivenOptions& options, const PluginSurvey& survey) {
+    PluginSurroundings surroundings;
+    surroundings.now = std::chrono::system_clock::now();
+    surroundings.daemon = FindDaemonProcess();
+    StoredNames names;
+    try {
+        surroundings.reportDirectory = FindReportDirectory(options);
+        names = ReadNames(surroundings.reportDirectory);
+    } catch (const std::runtime_error& error) {
+        if (options.Has("--reports")) {
+            throw;
+        }
+        surroundings.reportProblem = error.what();
+    }
+    surroundings.user = GuessUser(surroundings);
+    const std::vector<PluginPeriod> plugins = PeriodsOf(survey);
+    for (const std::string& name : names.links) {
+        if (const std::size_t maker = FindMaker(name, plugins); maker < plugins.size()) {
+            surroundings.reports[plugins[maker].name].push_back(name);
+        }
+    }
+    for (const PluginPeriod& plugin : plugins) {
+        names.all.push_back(plugin.name);
+    }
+    surroundings.conflicts = FindNameConflicts(names.all);
+    return surroundings;
+}
+
+std::vector<Finding> CheckPlugin(const SurveyedPlugin& plugin,
+                                 const PluginSurroundings& surroundings) {
+    const std::string subject = SubjectOf(plugin.Name());
+    if (!plugin.IsEnabled()) {
+        return ExplainLeftOut(subject, plugin);
+    }
+    std::vector<Finding> findings = CheckExecutable(subject, plugin.location, surroundings.user);
+    Append(CheckOwnership(subject, plugin.location, surroundings.user), findings);
+    Append(CheckConfiguration(subject, plugin), findings);
+    Append(CheckName(subject, plugin.Name()), findings);
+    Append(CheckConflicts(subject, plugin.Name(), surroundings), findings);
+    Append(CheckReports(subject, plugin, surroundings), findings);
+    if (findings.empty()) {
+        findings.push_back({Severity::Good, subject,
+                            "runs in the " + std::string(QueueOf(plugin)) + " queue", ""});
+    }
+    return findings;
+}
+
+std::vector<Finding> CheckPlugins(const PluginSurvey& survey,
+                                  const PluginSurroundings& surroundings) {
+    const std::string subject = "plugin directory";
+    const std::string directory = Sys::HostPath(Sentrel::kPluginDirectory);
+    if (!survey.hasDirectory) {
+        return {{Severity::Error, subject, directory + " is missing, so the daemon does not start",
+                 "mkdir -p " + directory}};
+    }
+    std::vector<Finding> findings = CheckOwnership(subject, directory, surroundings.user);
+    if (survey.entries.empty()) {
+        findings.push_back({Severity::Notice, subject, directory + " is empty: nothing is run",
+                            "make a plugin with \"sentrelctl plugin new NAME\""});
+    }
+    if (!surroundings.reportProblem.empty()) {
+        findings.push_back(
+            {Severity::Notice, "reports", "not looked at", surroundings.reportProblem});
+    }
+    for (const SurveyedPlugin& plugin : survey.entries) {
+        Append(CheckPlugin(plugin, surroundings), findings);
+    }
+    Append(CheckOtherConflicts(survey, surroundings), findings);
+    return findings;
+}
+
+std::vector<Finding> CheckPluginProgram(const std::string& path) {
+    const std::string name = std::filesystem::path(path).filename();
+    std::vector<Finding> findings = CheckExecutable(path, path, {::geteuid(), ::getegid(), {}});
+    Append(CheckName(path, name), findings);
+    if (findings.empty()) {
+        findings.push_back({Severity::Good, path, "could run as the plugin " + name, ""});
+    }
+    return findings;
+}
+
+}  // namespace Ctl

@@ -1,0 +1,228 @@
+#include "ctl/plugins/new.h"
+
+#include "core/settings/settings.h"
+#include "ctl/command/command_line.h"
+#include "ctl/host/plugin_survey.h"
+#include "ctl/plugins/template.h"
+#include "ctl/reports/name_conflicts.h"
+#include "platform/sys/host_root.h"
+#include "platform/sys/owned_fd.h"
+#include "store/report_name.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <filesystem>
+#include <ostream>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace Ctl {
+
+namespace {
+
+constexpr mode_t kProgramMode = 0755;
+constexpr mode_t kTextMode = 0644;
+constexpr std::string_view kPlaceholder = "@NAME@";
+// The framework's own settings, which lie beside those of plugins, as the daemon's do.
+constexpr std::string_view kFrameworkEntryKey = "pellmar";
+
+struct NewFile {
+    std::string path;  // below the host root
+    std::string text;
+    mode_t mode = kTextMode;
+};
+
+bool IsCpp(const GivenOptions& options) { return options.Value("--language") == "cpp"; }
+
+std::string_view TemplateFor(const GivenOptions& options) {
+    const std::string language = options.Has("--language") ? options.Value("--language") : "sh";
+    if (language == "sh") {
+        return kShellPlugin;
+    }
+    if (language == "python") {
+        return kPythonPlugin;
+    }
+    if (language == "cpp") {
+        return kCppPlugin;
+    }
+    throw UsageError("option \"--language\": \"" + language +
+                     "\" is none; there are sh, python and cpp");
+}
+
+std::string FrequencyFor(const GivenOptions& options) {
+    std::string frequency =
+        options.Has("--frequency") ? options.Value("--frequency") : Sentrel::kQueueNames.front();
+    if (std::find(Sentrel::kQueueNames.begin(), Sentrel::kQueueNames.end(), frequency) ==
+        Sentrel::kQueueNames.end()) {
+        throw UsageError("option \"--frequency\": \"" + frequency +
+                         "\" is none; there are fast, medium and slow");
+    }
+    return frequency;
+}
+
+void RefuseName(const std::string& name, const std::string& why) {
+    throw std::runtime_error("\"" + name + "\" can be no plugin's name: " + why +
+                             "; choose another one");
+}
+
+void CheckNewName(const std::string& name) {
+    if (!Sentrel::IsReportName(name)) {
+        RefuseName(name, "its reports have the same, of " + std::string(Sentrel::kReportNameRule));
+    }
+    if (name.starts_with('.') || name.starts_with('-')) {
+        RefuseName(name, "it begins with " + name.substr(0, 1));
+    }
+    if (name == Sentrel::kDaemonEntryKey || name == kFrameworkEntryKey) {
+        RefuseName(name, "its configuration would be the daemon's own");
+    }
+}
+
+void CheckConflicts(const std::string& name, const PluginSurvey& survey) {
+    std::vector<std::string> names{name};
+    for (const SurveyedPlugin& plugin : survey.entries) {
+        names.push_back(plugin.Name());
+    }
+    for (const NameConflict& conflict : FindNameConflicts(names)) {
+        if (conflict.one == name || conflict.other == name) {
+            RefuseName(name, conflict.why);
+        }
+    }
+}
+
+std::string FillIn(std::string_view text, const std::string& name) {
+    std::string filled(text);
+    for (std::size_t at = 0; (at = filled.find(kPlaceholder, at)) != std::string::npos;) {
+        filled.replace(at, kPlaceholder.size(), name);
+        at += name.size();
+    }
+    return filled;
+}
+
+// The program or its source, and the entry of the store.
+std::vector<NewFile> NewFiles(const std::string& name, const GivenOptions& options) {
+    const std::string folder = options.Value("--directory");
+    const std::string place = folder.empty() ? "" : folder + (folder.ends_with('/') ? "" : "/");
+    NewFile program{place + name, FillIn(TemplateFor(options), name), kProgramMode};
+    if (IsCpp(options)) {
+        program.path += ".cc";
+        program.mode = kTextMode;
+    } else if (folder.empty()) {
+        program.path = Sys::HostPath(Sentrel::kPluginDirectory + name);
+    }
+    NewFile entry{folder.empty() ? Sys::HostPath(StoreFilesOf(name).host) : place + name + ".json",
+                  "{\"enabled\": true, \"frequency\": \"" + FrequencyFor(options) +
+                      "\", \"log_level\": \"info\"}\n",
+                  kTextMode};
+    return {std::move(program), std::move(entry)};
+}
+
+void RefuseExisting(const std::vector<NewFile>& files) {
+    for (const NewFile& file : files) {
+        struct stat status {};
+        if (::lstat(file.path.c_str(), &status) == 0) {
+            throw std::runtime_error(file.path +
+                                     " is there already, and is not overwritten; choose another "
+                                     "name, or remove it");
+        }
+    }
+}
+
+[[noreturn]] void ThrowUnwritable(const std::string& path, int errorNumber) {
+    throw std::runtime_error(path +
+                             " cannot be written: " + std::generic_category().message(errorNumber) +
+                             "; run this as a user who may, or choose a place with --directory");
+}
+
+// A new file: what another made meanwhile stays.
+void Write(const NewFile& file) {
+    const Sys::OwnedFd opened(
+        ::open(file.path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR));
+    if (!opened.IsOpen()) {
+        ThrowUnwritable(file.path, errno);
+    }
+    // Whatever the umask: the daemon is another user.
+    if (::write(opened.Get(), file.text.data(), file.text.size()) !=
+            static_cast<ssize_t>(file.text.size()) ||
+        ::fchmod(opened.Get(), file.mode) != 0) {
+        const int errorNumber = errno;
+        (void)::unlink(file.path.c_str());  // the failure that counts is told below
+        ThrowUnwritable(file.path, errorNumber);
+    }
+}
+
+// Both or none.
+void WriteAll(const std::vector<NewFile>& files, const std::string& storeFolder) {
+    if (!storeFolder.empty()) {
+        std::error_code error;
+        std::filesystem::create_directories(storeFolder, error);
+        if (error) {
+            ThrowUnwritable(storeFolder, error.value());
+        }
+    }
+    Write(files.front());
+    try {
+        Write(files.back());
+    } catch (...) {
+        (void)::unlink(files.front().path.c_str());  // made just now; the failure goes on
+        throw;
+    }
+}
+
+void WriteAdvice(const std::string& name, const std::vector<NewFile>& files,
+                 const GivenOptions& options, std::ostream& output) {
+    const std::string program = Sys::HostPath(Sentrel::kPluginDirectory + name);
+    const std::string tool =
+        "sentrelctl " + (options.Has("--root") ? "--root " + options.Value("--root") + " " : "") +
+        "plugin ";
+    for (const NewFile& file : files) {
+        output << "Made " << file.path << '\n';
+    }
+    output << "\nNext:\n";
+    std::string built = files.front().path;
+    if (IsCpp(options)) {
+        built = built.substr(0, built.size() - 3);  // without ".cc"
+        output << "  g++ -std=c++17 -O2 -static " << built << ".cc -o " << built << '\n';
+    }
+    const bool isForHost = !options.Has("--directory");
+    if (!isForHost) {
+        output << "  " << tool << "check " << (built.find('/') == std::string::npos ? "./" : "")
+               << built << '\n';
+    }
+    if (built != program) {
+        output << "  install -m 755 " << built << ' ' << program << '\n';
+    }
+    if (!isForHost) {
+        output << "  install -D -m 644 " << files.back().path << ' '
+               << Sys::HostPath(StoreFilesOf(name).host) << '\n';
+    } else {
+        output << "  " << tool << "check " << name << '\n';
+    }
+    const bool isThisMachine = Sys::HostPath("/") == "/";
+    output << "  " << tool << "run " << name << '\n'
+           << (isThisMachine ? "  systemctl restart sentrel\n"
+                             : "and restart the daemon of that host.\n");
+}
+
+}  // namespace
+
+void RunPluginNew(const Arguments& arguments, std::ostream& output) {
+    const std::string& name = arguments.operands.front();
+    const GivenOptions& options = arguments.options;
+    CheckNewName(name);
+    const std::vector<NewFile> files = NewFiles(name, options);
+    RefuseExisting(files);
+    CheckConflicts(name, SurveyPlugins());
+    const bool isForHost = !options.Has("--directory");
+    WriteAll(files, isForHost ? std::filesystem::path(files.back().path).parent_path() : "");
+    WriteAdvice(name, files, options, output);
+}
+
+}  // namespace Ctl

@@ -1,0 +1,188 @@
+#include "ctl/plugins/plan.h"
+
+#include "ctl/host/daemon_settings.h"
+#include "ctl/host/plugin_survey.h"
+#include "ctl/plugins/findings.h"
+#include "ctl/plugins/times.h"
+#include "ctl/show/json_output.h"
+#include "ctl/show/table.h"
+#include "plugins/plugin.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <cstddef>
+#include <ctime>
+#include <optional>
+#include <ostream>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace Ctl {
+
+namespace {
+
+using OrderedJson = nlohmann::ordered_json;
+using std::chrono::seconds;
+using std::chrono::system_clock;
+
+// The command line as the daemon composes it, an argument each.
+std::vector<std::string> ArgumentsOf(const SurveyedPlugin& plugin,
+                                     const Pellmar::Ref<Pellmar::Service::ConfigReader>& settings) {
+    const Sentrel::Plugin launched(plugin.entry.info, settings);
+    std::vector<std::string> arguments;
+    for (char* const* argument = launched.GetArgv(); *argument != nullptr; ++argument) {
+        arguments.emplace_back(*argument);
+    }
+    return arguments;
+}
+
+struct PlannedPlugin {
+    const SurveyedPlugin& plugin;
+    seconds guaranteed;
+    std::vector<std::string> mayBeEndedBy;
+    std::optional<system_clock::time_point> next;
+    std::vector<std::string> arguments;
+};
+
+std::vector<PlannedPlugin> MakePlan(const PluginSurvey& survey,
+                                    const PluginSurroundings& surroundings) {
+    const auto settings = ReadDaemonSettings();
+    Sentrel::Plugin::sResourcePoolSizeMB = survey.poolSizeMB;
+    (void)SilentLogger();  // of the port that is not set
+    std::vector<PlannedPlugin> plan;
+    for (const SurveyedPlugin* plugin : InLaunchOrder(survey)) {
+        plan.push_back({*plugin, GuaranteedRunTime(survey, *plugin), MayBeEndedBy(survey, *plugin),
+                        EstimateNextLaunch(*plugin, surroundings), ArgumentsOf(*plugin, settings)});
+    }
+    return plan;
+}
+
+std::string Joined(const std::vector<std::string>& words, const char* separator) {
+    std::string text;
+    for (const std::string& word : words) {
+        text += (text.empty() ? "" : separator) + word;
+    }
+    return text;
+}
+
+std::string NextText(const PlannedPlugin& planned, system_clock::time_point now) {
+    if (!planned.next) {
+        return "-";
+    }
+    const auto left = std::chrono::duration_cast<seconds>(*planned.next - now);
+    return "~" + DurationText(std::max(left, seconds(0)));
+}
+
+void WriteTotals(const PluginSurvey& survey, const PluginSurroundings& surroundings,
+                 std::ostream& output) {
+    const std::size_t count = survey.counts.fast + survey.counts.medium + survey.counts.slow;
+    const seconds slot(Sentrel::kThrottleTimeoutSeconds);
+    const std::string minimum = DurationText(seconds(survey.timetable.minimumPeriod));
+    const std::string fast = DurationText(seconds(survey.timetable.fast.period));
+    Table totals({{}, {}});
+    totals.Add({"Slots", std::to_string(count) + ", of " + DurationText(slot) +
+                             " each: " + std::to_string(survey.counts.fast) + " fast, " +
+                             std::to_string(survey.counts.medium) + " medium, " +
+                             std::to_string(survey.counts.slow) + " slow"});
+    totals.Add(
+        {"Fast period", survey.timetable.fastPeriodWasRaised
+                            ? fast + ", raised from " +
+                                  DurationText(std::chrono::minutes(survey.configuredFastMinutes)) +
+                                  " so that every plugin has a slot in it"
+                            : fast + "; the slots of all plugins take " + minimum + " of it"});
+    totals.Add({"Memory", std::to_string(survey.poolSizeMB) + " MB, for all plugins together"});
+    totals.Add({"Daemon", surroundings.daemon
+                              ? "process " + std::to_string(surroundings.daemon->pid) + ", for " +
+                                    DurationText(std::chrono::duration_cast<seconds>(
+                                        surroundings.now - surroundings.daemon->started))
+                              : "none that this user can see, so no next launch is known"});
+    output << '\n';
+    totals.Write(output);
+}
+
+void WritePlan(const std::vector<PlannedPlugin>& plan, const PluginSurvey& survey,
+               const PluginSurroundings& surroundings, std::ostream& output) {
+    using Align = Table::Align;
+    Table table({{"PLUGIN"},
+                 {"QUEUE"},
+                 {"FIRST", Align::Right},
+                 {"PERIOD", Align::Right},
+                 {"GUARANTEED", Align::Right},
+                 {"NEXT", Align::Right},
+                 {"UNLESS ENDED BY"}});
+    Table commands({{}, {}});
+    for (const PlannedPlugin& planned : plan) {
+        table.Add({planned.plugin.Name(), std::string(QueueOf(planned.plugin)),
+                   DurationText(planned.plugin.firstRun), DurationText(planned.plugin.period),
+                   DurationText(planned.guaranteed), NextText(planned, surroundings.now),
+                   planned.mayBeEndedBy.empty() ? "-" : Joined(planned.mayBeEndedBy, ", ")});
+        commands.Add({planned.plugin.Name(), Joined(planned.arguments, " ")});
+    }
+    if (plan.empty()) {
+        output << "No plugin is enabled; see \"sentrelctl plugin list\".\n";
+    } else {
+        table.Write(output);
+        output << "\nCommand lines:\n";
+        commands.Write(output);
+    }
+    WriteTotals(survey, surroundings, output);
+}
+
+// UTC, RFC 3339, in whole seconds.
+std::string TimeText(system_clock::time_point time) {
+    const std::time_t second = system_clock::to_time_t(time);
+    std::tm utc{};
+    (void)::gmtime_r(&second, &utc);  // fails for years beyond an int only
+    std::array<char, 32> text{};
+    return {text.data(), std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%SZ", &utc)};
+}
+
+void WritePlanJson(const std::vector<PlannedPlugin>& plan, const PluginSurvey& survey,
+                   const PluginSurroundings& surroundings, std::ostream& output) {
+    OrderedJson plugins = OrderedJson::array();
+    for (const PlannedPlugin& planned : plan) {
+        OrderedJson row = {{"name", planned.plugin.Name()},
+                           {"queue", QueueOf(planned.plugin)},
+                           {"firstRunSeconds", planned.plugin.firstRun.count()},
+                           {"periodSeconds", planned.plugin.period.count()},
+                           {"guaranteedSeconds", planned.guaranteed.count()},
+                           {"mayBeEndedBy", planned.mayBeEndedBy},
+                           {"commandLine", planned.arguments}};
+        if (planned.next) {
+            row["nextLaunchEstimate"] = TimeText(*planned.next);
+        }
+        plugins.push_back(std::move(row));
+    }
+    OrderedJson document = {
+        {"plugins", std::move(plugins)},
+        {"slotSeconds", Sentrel::kThrottleTimeoutSeconds},
+        {"slots", survey.counts.fast + survey.counts.medium + survey.counts.slow},
+        {"fastPeriodSeconds", survey.timetable.fast.period},
+        {"fastPeriodWasRaised", survey.timetable.fastPeriodWasRaised},
+        {"poolSizeMB", survey.poolSizeMB}};
+    if (surroundings.daemon) {
+        document["daemon"] = {{"pid", surroundings.daemon->pid},
+                              {"started", TimeText(surroundings.daemon->started)}};
+    }
+    WriteJson(document, output);
+}
+
+}  // namespace
+
+void RunPluginPlan(const Arguments& arguments, std::ostream& output) {
+    const PluginSurvey survey = SurveyPlugins();
+    RequireDirectory(survey);
+    const PluginSurroundings surroundings = ReadSurroundings(arguments.options, survey);
+    const std::vector<PlannedPlugin> plan = MakePlan(survey, surroundings);
+    if (arguments.options.Has("--json")) {
+        WritePlanJson(plan, survey, surroundings, output);
+    } else {
+        WritePlan(plan, survey, surroundings, output);
+    }
+}
+
+}  // namespace Ctl

@@ -1,0 +1,96 @@
+#include "ctl/plugins/report_findings.h"
+
+#include "ctl/host/input_file.h"
+#include "ctl/plugins/findings.h"
+#include "ctl/plugins/times.h"
+#include "ctl/reports/check.h"
+#include "ctl/reports/history.h"
+#include "ctl/show/report_age.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <stdexcept>
+
+#include <unistd.h>
+
+namespace Ctl {
+
+namespace {
+
+constexpr std::size_t kMaxReportBytes = std::size_t{16} << 20;  // as the daemon reads them
+
+std::vector<Finding> ExplainSilence(const std::string& subject, const SurveyedPlugin& plugin,
+                                    const PluginSurroundings& surroundings) {
+    if (!surroundings.daemon || surroundings.reportDirectory.empty()) {
+        return {};
+    }
+    const DaemonProcess& daemon = *surroundings.daemon;
+    if (IsNewerThan(plugin, daemon)) {
+        return {{Severity::Notice, subject,
+                 "no report yet: it, or its configuration, is newer than the daemon's start",
+                 "restart the daemon, which looks for plugins at its start only: systemctl restart "
+                 "sentrel"}};
+    }
+    const auto running =
+        std::chrono::duration_cast<std::chrono::seconds>(surroundings.now - daemon.started);
+    if (running <= plugin.firstRun + plugin.period) {
+        return {};
+    }
+    return {{Severity::Warning, subject,
+             "no report, although the daemon has run for " + AgeText(running) +
+                 " and launches it every " + AgeText(plugin.period),
+             "see what it does: sentrelctl plugin run " + plugin.Name()}};
+}
+
+// Whether the daemon leaves the newest report of that name out of its answers.
+bool IsLeftOut(const std::string& directory, const std::string& report) {
+    const std::vector<HistoricReport> history = ReadHistory(directory, report);
+    return std::any_of(history.begin(), history.end(), [](const HistoricReport& historic) {
+        return historic.isNewest && !historic.fault.empty();
+    });
+}
+
+void CheckReport(const std::string& subject, const std::string& directory,
+                 const std::string& report, std::vector<Finding>& findings) {
+    const std::string path = directory + report + ".json";
+    std::vector<std::string> problems;
+    try {
+        problems = FindProblems(ReadRegularFile(path, kMaxReportBytes, "the report"), report);
+    } catch (const std::runtime_error& error) {
+        // Else its link is being renewed just now.
+        if (::access(path.c_str(), F_OK) == 0) {
+            const std::string text = error.what();
+            const std::size_t stop = text.find("; ");
+            findings.push_back({Severity::Warning, subject, text.substr(0, stop),
+                                ::geteuid() == 0 ? "remove what stands there"
+                                                 : "run this as a user who may, such as root"});
+        }
+        return;
+    }
+    if (problems.empty()) {
+        return;
+    }
+    const Severity severity = IsLeftOut(directory, report) ? Severity::Error : Severity::Warning;
+    const std::string what = "its report " + report + " is wrong: ";
+    for (const std::string& problem : problems) {
+        findings.push_back({severity, subject, what + problem,
+                            "correct the plugin; sentrel-report(5) says how reports are"});
+    }
+}
+
+}  // namespace
+
+std::vector<Finding> CheckReports(const std::string& subject, const SurveyedPlugin& plugin,
+                                  const PluginSurroundings& surroundings) {
+    const auto reports = surroundings.reports.find(plugin.Name());
+    if (reports == surroundings.reports.end()) {
+        return ExplainSilence(subject, plugin, surroundings);
+    }
+    std::vector<Finding> findings;
+    for (const std::string& report : reports->second) {
+        CheckReport(subject, surroundings.reportDirectory, report, findings);
+    }
+    return findings;
+}
+
+}  // namespace Ctl

@@ -1,0 +1,129 @@
+#include "ctl/plugins/times.h"
+
+#include "platform/sys/host_root.h"
+
+#include <algorithm>
+#include <cstdint>
+
+#include <sys/stat.h>
+
+namespace Ctl {
+
+using std::chrono::seconds;
+using std::chrono::system_clock;
+
+namespace {
+
+bool IsSameQueue(const SurveyedPlugin& one, const SurveyedPlugin& other) {
+    return one.entry.info.frequency == other.entry.info.frequency;
+}
+
+system_clock::time_point ChangeTime(const std::string& path) {
+    struct stat status {};
+    (void)::lstat(path.c_str(), &status);  // what is gone has not changed lately
+    return system_clock::from_time_t(status.st_ctim.tv_sec);
+}
+
+// When the newest of its reports was stored.
+std::optional<system_clock::time_point> NewestReport(const SurveyedPlugin& plugin,
+                                                     const PluginSurroundings& surroundings) {
+    std::optional<system_clock::time_point> newest;
+    const auto reports = surroundings.reports.find(plugin.Name());
+    if (reports == surroundings.reports.end()) {
+        return newest;
+    }
+    for (const std::string& name : reports->second) {
+        struct stat status {};
+        if (::stat((surroundings.reportDirectory + name + ".json").c_str(), &status) == 0) {
+            newest = std::max(newest, std::optional(system_clock::from_time_t(status.st_mtime)));
+        }
+    }
+    return newest;
+}
+
+}  // namespace
+
+std::vector<const SurveyedPlugin*> InLaunchOrder(const PluginSurvey& survey) {
+    std::vector<const SurveyedPlugin*> plugins;
+    for (const SurveyedPlugin& plugin : survey.entries) {
+        if (plugin.IsEnabled()) {
+            plugins.push_back(&plugin);
+        }
+    }
+    std::sort(plugins.begin(), plugins.end(),
+              [](const auto* a, const auto* b) { return a->firstRun < b->firstRun; });
+    return plugins;
+}
+
+std::string DurationText(seconds duration) {
+    struct Unit {
+        std::int64_t size;
+        const char* name;
+    };
+    constexpr Unit kUnits[] = {{86400, " d"}, {3600, " h"}, {60, " min"}, {1, " s"}};
+    std::int64_t left = duration.count();
+    std::string text;
+    int shown = 0;
+    for (const Unit& unit : kUnits) {
+        if (left >= unit.size && shown < 2) {
+            text += (text.empty() ? "" : " ") + std::to_string(left / unit.size) + unit.name;
+            left %= unit.size;
+        }
+        shown += text.empty() ? 0 : 1;
+    }
+    return text.empty() ? "0 s" : text;
+}
+
+seconds GuaranteedRunTime(const PluginSurvey& survey, const SurveyedPlugin& plugin) {
+    seconds least = plugin.period;  // until its own batch comes again
+    for (const SurveyedPlugin& other : survey.entries) {
+        const bool isSame = IsSameQueue(plugin, other);
+        if (!other.IsEnabled() || &other == &plugin || (!isSame && other.batch != 0)) {
+            continue;
+        }
+        const seconds ahead = other.firstRun - plugin.firstRun;
+        least = std::min(least, ahead > seconds(0) ? ahead : ahead + other.period);
+    }
+    return least;
+}
+
+std::vector<std::string> MayBeEndedBy(const PluginSurvey& survey, const SurveyedPlugin& plugin) {
+    std::vector<std::string> names;
+    for (const SurveyedPlugin* other : InLaunchOrder(survey)) {
+        if (other->batch == 0 && !IsSameQueue(plugin, *other)) {
+            names.push_back(other->Name());
+        }
+    }
+    return names;
+}
+
+bool IsNewerThan(const SurveyedPlugin& plugin, const DaemonProcess& daemon) {
+    const Tabulon::EntryPaths files = StoreFilesOf(plugin.Name());
+    return ChangeTime(plugin.location) > daemon.started ||
+           ChangeTime(Sys::HostPath(files.host)) > daemon.started ||
+           ChangeTime(Sys::HostPath(files.vendor)) > daemon.started;
+}
+
+std::optional<system_clock::time_point> EstimateNextLaunch(const SurveyedPlugin& plugin,
+                                                           const PluginSurroundings& surroundings) {
+    if (!surroundings.daemon) {
+        return std::nullopt;
+    }
+    const system_clock::time_point started = surroundings.daemon->started;
+    const auto report = NewestReport(plugin, surroundings);
+    if (report && *report > started) {
+        if (*report + plugin.period > surroundings.now) {
+            return *report + plugin.period;
+        }
+    } else if (IsNewerThan(plugin, *surroundings.daemon)) {
+        return std::nullopt;
+    }
+    const system_clock::time_point first = started + plugin.firstRun;
+    if (first > surroundings.now) {
+        return first;
+    }
+    const auto rounds = (surroundings.now - first) / plugin.period + 1;
+    return first + plugin.period * rounds;
+}
+
+}  // namespace Ctl

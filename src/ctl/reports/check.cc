@@ -1,0 +1,123 @@
+#include "ctl/reports/check.h"
+
+#include "ctl/reports/json_schema.h"
+#include "ctl/reports/schema.h"
+#include "platform/json/bounded_json.h"
+#include "platform/runtime/values/date_time.h"
+#include "store/report_name.h"
+
+#include <nlohmann/json.hpp>
+
+#include <cstddef>
+#include <optional>
+#include <system_error>
+
+namespace Ctl {
+
+namespace {
+
+using Document = nlohmann::json;
+
+constexpr std::size_t kMaxDocumentBytes = 1048576;
+
+const Document& Schema() {
+    static const Document sSchema = Document::parse(kReportSchema);
+    return sSchema;
+}
+
+// The document that the text is; nothing, with `problem` set, when it is none.
+std::optional<Document> ReadDocument(std::string_view text, std::string& problem) {
+    Document document;
+    Json::JsonError error;
+    if (Json::Parse(text, {.maxBytes = kMaxDocumentBytes}, document, error)) {
+        return document;
+    }
+    const std::string place = error.line == 0 ? ""
+                                              : "line " + std::to_string(error.line) + ", column " +
+                                                    std::to_string(error.column) + ": ";
+    problem = place + error.reason;
+    return std::nullopt;
+}
+
+std::string Shown(const Document& value) {
+    constexpr std::size_t kMaxShown = 60;
+    if (value.is_structured()) {
+        return value.is_object() ? "an object" : "a list";
+    }
+    std::string text = value.dump();
+    if (text.size() <= kMaxShown) {
+        return text;
+    }
+    std::size_t end = kMaxShown;
+    while ((static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80U) {  // within a character
+        --end;
+    }
+    return text.substr(0, end) + "...";
+}
+
+std::string Explain(const SchemaViolation& violation) {
+    const std::string path = violation.path.empty() ? "the document" : violation.path;
+    return violation.value == nullptr
+               ? path + " is missing: add " + violation.wanted
+               : path + " is " + Shown(*violation.value) + ", not " + violation.wanted;
+}
+
+// The text at that place; nothing when something else, or nothing, stands there.
+std::optional<std::string> TextAt(const Document& report, const char* place) {
+    const Document::json_pointer pointer(place);
+    return report.contains(pointer) && report.at(pointer).is_string()
+               ? std::optional(report.at(pointer).get<std::string>())
+               : std::nullopt;
+}
+
+// Of a time that is not as the schema says, or that may be no moment: why, or nothing.
+std::optional<std::string> FindProblemOfTime(const std::string& time, bool hasForm) {
+    std::error_code error;
+    (void)Quon::DateTime::Create(time, error);  // the value does not matter
+    const std::string what = "structured.time " + Shown(time);
+    if (error) {
+        return what + " is no time such as 2024-03-05T14:07:09Z: " + error.message();
+    }
+    return hasForm ? std::nullopt : std::optional(what + " has no zone: add Z or such as +01:00");
+}
+
+}  // namespace
+
+std::vector<std::string> FindProblems(std::string_view document, std::string_view name) {
+    std::vector<std::string> problems;
+    if (!Sentrel::IsReportName(name)) {
+        problems.push_back("\"" + std::string(name) + "\" is no name for a report: it may have " +
+                           std::string(Sentrel::kReportNameRule) + " only");
+    }
+    std::string fault;
+    const std::optional<Document> report = ReadDocument(document, fault);
+    if (!report) {
+        problems.push_back(fault);
+        return problems;
+    }
+    const std::optional<std::string> time = TextAt(*report, "/structured/time");
+    std::optional<std::string> written = TextAt(*report, "/structured/name");
+    bool hasTimeForm = true;
+    for (const SchemaViolation& violation : FindViolations(Schema(), *report)) {
+        if (time && violation.path == "structured.time") {
+            hasTimeForm = false;  // why is told below
+            continue;
+        }
+        if (violation.path == "structured.name") {
+            written.reset();  // this is enough said of it
+        }
+        problems.push_back(Explain(violation));
+    }
+    if (written && !Sentrel::IsSameReportName(*written, name)) {
+        problems.push_back("structured.name is " + Shown(*written) + ", not \"" +
+                           std::string(name) + "\"");
+    }
+    if (time) {
+        if (std::optional<std::string> problem = FindProblemOfTime(*time, hasTimeForm)) {
+            problems.push_back(std::move(*problem));
+        }
+    }
+    return problems;
+}
+
+}  // namespace Ctl

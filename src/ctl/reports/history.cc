@@ -1,0 +1,119 @@
+#include "ctl/reports/history.h"
+
+#include "ctl/host/daemon_settings.h"
+#include "ctl/host/input_file.h"
+#include "platform/json/json_scanner.h"
+#include "platform/runtime/values/date_time.h"
+#include "store/report.h"
+#include "store/report_name.h"
+#include "store/report_time.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <cstddef>
+#include <exception>
+#include <filesystem>
+#include <optional>
+#include <system_error>
+#include <tuple>
+#include <utility>
+
+namespace Ctl {
+
+namespace {
+
+constexpr std::size_t kMaxReportBytes = std::size_t{16} << 20;  // as the daemon reads them
+constexpr std::size_t kSuffixSize = 7;                          // of "-N.json"
+
+std::string NormalTime(const std::string& text) {
+    std::error_code error;
+    const Quon::DateTime time = Quon::DateTime::Create(text, error);
+    return error ? "" : time.ToString();
+}
+
+// In fewer and plainer words than the library's.
+std::string WhyNotJson(const std::string& text, const std::string& libraryText) {
+    const std::optional<Json::Fault> fault =
+        Json::FindFault(text, Json::Comments::Refused, Json::Root::AnyValue);
+    if (!fault) {
+        return libraryText;
+    }
+    const Json::JsonError error = Json::Locate(text, *fault);
+    return "it is no JSON: line " + std::to_string(error.line) + ", column " +
+           std::to_string(error.column) + ": " + error.reason;
+}
+
+// The same rules as the daemon's, but each failure is told.
+void Read(const std::filesystem::path& path, const std::string& name, HistoricReport& historic) {
+    std::string text;
+    try {
+        text = ReadRegularFile(path, kMaxReportBytes, "the file");
+        Sentrel::Report report;
+        Sentrel::ReportFromJson(Sentrel::ParseReportText(text), report);
+        const std::string time = NormalTime(report.time);
+        if (report.name.empty()) {
+            historic.fault = "it lacks members of a report, or they are of another type";
+        } else if (!Sentrel::IsSameReportName(report.name, name)) {
+            historic.fault = "it calls itself \"" + report.name + "\"";
+        } else if (time.empty()) {
+            historic.fault = "its time \"" + report.time + "\" is none";
+        } else {
+            historic.report = {name, time, StatusName(report.status),
+                               std::move(report.unstructured)};
+        }
+    } catch (const nlohmann::json::exception& exception) {
+        historic.fault = WhyNotJson(text, exception.what());
+    } catch (const std::exception& exception) {
+        historic.fault = exception.what();
+    }
+}
+
+bool IsStoredFile(const std::filesystem::directory_entry& entry, const std::string& fileName,
+                  const std::string& name) {
+    std::error_code error;
+    return fileName.size() == name.size() + kSuffixSize &&
+           Sentrel::IsSameReportName(fileName.substr(0, name.size()), name) &&
+           Sentrel::MatchesStoredFile(fileName.substr(0, name.size()), fileName) &&
+           std::filesystem::is_regular_file(entry.symlink_status(error));
+}
+
+}  // namespace
+
+std::vector<HistoricReport> ReadHistory(const std::string& directory, const std::string& name) {
+    (void)SilentLogger();  // what is wrong with a document is in its row
+    std::vector<std::pair<std::filesystem::file_time_type, HistoricReport>> files;
+    for (const auto& entry : std::filesystem::directory_iterator(directory)) {
+        const std::string fileName = entry.path().filename();
+        if (!IsStoredFile(entry, fileName, name)) {
+            continue;
+        }
+        std::error_code error;  // it may be gone by now
+        const auto modified = std::filesystem::last_write_time(entry.path(), error);
+        if (error) {
+            continue;
+        }
+        const std::string ownName = fileName.substr(0, name.size());
+        HistoricReport historic{.file = fileName,
+                                .stored = NormalTime(Sentrel::FormatModifiedTime(modified)),
+                                .report = {.name = ownName, .time = ""},
+                                .fault = "",
+                                .isNewest = false};
+        const std::filesystem::path target =
+            std::filesystem::read_symlink(directory + ownName + ".json", error);
+        historic.isNewest = !error && target.filename() == fileName;
+        Read(entry.path(), ownName, historic);
+        files.emplace_back(modified, std::move(historic));
+    }
+    std::sort(files.begin(), files.end(), [](const auto& a, const auto& b) {
+        return std::tuple(a.first, a.second.isNewest) > std::tuple(b.first, b.second.isNewest);
+    });
+    std::vector<HistoricReport> history;
+    history.reserve(files.size());
+    for (auto& [modified, historic] : files) {
+        history.push_back(std::move(historic));
+    }
+    return history;
+}
+
+}  // namespace Ctl

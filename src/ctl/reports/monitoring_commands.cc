@@ -1,0 +1,209 @@
+// "check" by the convention of monitoring plugins, "metrics" as OpenMetrics text.
+#include "ctl/reports/monitoring_commands.h"
+
+#include "ctl/reports/metrics.h"
+#include "ctl/reports/metrics_text.h"
+#include "ctl/reports/state.h"
+#include "ctl/show/json_output.h"
+#include "ctl/show/table.h"
+#include "platform/sys/atomic_file.h"
+#include "store/report_name.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <array>
+#include <exception>
+#include <ostream>
+#include <stdexcept>
+#include <string>
+
+#include <unistd.h>
+
+namespace Ctl {
+
+namespace {
+
+constexpr mode_t kTextFileMode = 0644;  // whoever exports it is another user
+
+constexpr std::array<Option, 5> kCheckOptions = {
+    {kJsonOption, kOfflineOption, kReportsOption, kApiOption, kTokenFileOption}};
+constexpr std::array<Option, 5> kMetricsOptions = {{
+    {"--textfile", "FILE", "replace this file, at once, instead of printing", Completes::File},
+    kOfflineOption,
+    kReportsOption,
+    kApiOption,
+    kTokenFileOption,
+}};
+
+// The convention's exit statuses.
+enum class CheckStatus { Ok = 0, Warning = 1, Critical = 2, Unknown = 3 };
+
+struct Verdict {
+    CheckStatus status = CheckStatus::Unknown;
+    std::string text;             // of one report or all
+    std::string performanceData;  // the convention's, empty when there is none
+};
+
+CheckStatus StatusOf(ReportState state) {
+    switch (state) {
+        case ReportState::Ok:
+            return CheckStatus::Ok;
+        case ReportState::Warning:
+            return CheckStatus::Warning;
+        case ReportState::Error:
+            return CheckStatus::Critical;
+        default:
+            return CheckStatus::Unknown;
+    }
+}
+
+// What is not known is worse than what is well, and less than what surely is not.
+int Severity(CheckStatus status) {
+    constexpr int kSeverities[] = {0, 2, 3, 1};
+    return kSeverities[static_cast<int>(status)];
+}
+
+const char* NameOf(CheckStatus status) {
+    constexpr const char* kNames[] = {"OK", "WARNING", "ERROR", "UNKNOWN"};
+    return kNames[static_cast<int>(status)];
+}
+
+// 'label'=value[unit];[warning];[critical], where quotes are doubled, "=" is not allowed, and only
+// some units are known; a value of another unit goes without.
+std::string PerformanceData(const std::string& label, const Metric& metric) {
+    constexpr const char* kUnits[] = {"s", "ms", "us", "%", "B", "KB", "MB", "GB", "TB"};
+    std::string data = "'";
+    for (const char byte : PrintableText(label)) {
+        data += byte == '=' || byte == '|' ? '_' : byte;
+        data += byte == '\'' ? "'" : "";
+    }
+    data += "'=" + DecimalText(metric.value);
+    const bool isKnown =
+        std::find(std::begin(kUnits), std::end(kUnits), metric.unit) != std::end(kUnits);
+    data += isKnown ? metric.unit : "";
+    if (metric.warning || metric.critical) {
+        data += ";" + (metric.warning ? DecimalText(*metric.warning) : "");
+        data += ";" + (metric.critical ? DecimalText(*metric.critical) : "");
+    }
+    return data;
+}
+
+// `isOnly`: the labels need not tell which report they are of.
+Verdict JudgeOne(const JudgedReport& row, bool isOnly) {
+    Verdict verdict{StatusOf(row.state), row.report.name + " " + std::string(NameOf(row.state)),
+                    ""};
+    const std::string reason = ReasonOf(row);
+    verdict.text += reason.empty() ? "" : ": " + reason;
+    for (const Metric& metric : MetricsOf(row.report.unstructured)) {
+        verdict.performanceData += verdict.performanceData.empty() ? "" : " ";
+        verdict.performanceData +=
+            PerformanceData(isOnly ? metric.name : row.report.name + "." + metric.name, metric);
+    }
+    return verdict;
+}
+
+Verdict FindAndJudge(const std::vector<JudgedReport>& rows, const std::string& name, bool isOnly) {
+    for (const JudgedReport& row : rows) {
+        if (Sentrel::IsSameReportName(row.report.name, name)) {
+            return JudgeOne(row, isOnly);
+        }
+    }
+    return {CheckStatus::Unknown, "there is no report \"" + name + "\"; see \"sentrelctl list\"",
+            ""};
+}
+
+// The worst first; its status is that of all.
+Verdict Join(std::vector<Verdict> verdicts) {
+    std::stable_sort(verdicts.begin(), verdicts.end(), [](const Verdict& a, const Verdict& b) {
+        return Severity(a.status) > Severity(b.status);
+    });
+    Verdict all{verdicts.front().status, "", ""};
+    for (const Verdict& verdict : verdicts) {
+        all.text += (all.text.empty() ? "" : "; ") + verdict.text;
+        all.performanceData +=
+            (all.performanceData.empty() || verdict.performanceData.empty() ? "" : " ") +
+            verdict.performanceData;
+    }
+    return all;
+}
+
+void WriteVerdict(Verdict verdict, bool asJson, std::ostream& output) {
+    if (asJson) {
+        WriteJson({{"status", static_cast<int>(verdict.status)},
+                   {"state", NameOf(verdict.status)},
+                   {"text", verdict.text},
+                   {"performanceData", verdict.performanceData}},
+                  output);
+        return;
+    }
+    std::string text = PrintableText(verdict.text);
+    std::replace(text.begin(), text.end(), '|', '/');  // it begins the performance data
+    output << NameOf(verdict.status) << " - " << text;
+    output << (verdict.performanceData.empty() ? "" : " | ") << verdict.performanceData << '\n';
+}
+
+int JudgeReports(const Arguments& arguments, std::ostream& output) {
+    const bool asJson = arguments.options.Has("--json");
+    Verdict all;
+    try {
+        const std::vector<std::string>& names = arguments.operands;
+        const std::vector<JudgedReport> rows = ReadJudgedReports(arguments.options, names);
+        std::vector<Verdict> verdicts;
+        verdicts.reserve(names.size());
+        for (const std::string& name : names) {
+            verdicts.push_back(FindAndJudge(rows, name, names.size() == 1));
+        }
+        all = Join(std::move(verdicts));
+    } catch (const std::exception& exception) {
+        all.text = exception.what();
+    }
+    const int status = static_cast<int>(all.status);
+    WriteVerdict(std::move(all), asJson, output);
+    return status;
+}
+
+void RunMetrics(const Arguments& arguments, std::ostream& output) {
+    const std::string text = MetricsText(ReadJudgedReports(arguments.options, {}));
+    if (!arguments.options.Has("--textfile")) {
+        output << (::isatty(STDOUT_FILENO) == 1 ? PrintableLines(text) : text);
+        return;
+    }
+    try {
+        Sys::ReplaceFile(arguments.options.Value("--textfile"), text, kTextFileMode);
+    } catch (const std::exception& exception) {
+        throw std::runtime_error(std::string(exception.what()) +
+                                 "; name a file in a directory that this user may write");
+    }
+}
+
+constexpr std::array<Command, 2> kCommands = {{
+    {"check",
+     "judge reports for a monitoring system",
+     "Prints one line and ends by the convention of monitoring plugins: with 0 when all of these\n"
+     "reports are OK, 1 for WARNING, 2 for ERROR, and 3 for any other state, for a report that is\n"
+     "not there, and for every failure of its own. The worst of several reports counts; what is\n"
+     "not known counts less than what is bad. The numbers that the reports tell below \"metrics\"\n"
+     "are the performance data.\n",
+     "sentrelctl check memory",
+     kCheckOptions,
+     {"NAME...", 1, 1000000, Completes::ReportName, Completes::ReportName},
+     nullptr,
+     JudgeReports,
+     static_cast<int>(CheckStatus::Unknown)},
+    {"metrics",
+     "print states, ages and numbers of all reports",
+     "Prints OpenMetrics text: the state of each report as a set of which one is 1, its age, and\n"
+     "the numbers that it tells below \"metrics\", with their limits. --textfile replaces a file\n"
+     "with it as a whole, for the textfile collector of a node exporter.\n",
+     "sentrelctl metrics",
+     kMetricsOptions,
+     {},
+     RunMetrics},
+}};
+
+}  // namespace
+
+std::span<const Command> MonitoringCommands() { return kCommands; }
+
+}  // namespace Ctl

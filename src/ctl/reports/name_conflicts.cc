@@ -1,0 +1,83 @@
+#include "ctl/reports/name_conflicts.h"
+
+#include "store/report_name.h"
+
+#include <algorithm>
+#include <map>
+#include <set>
+#include <string_view>
+#include <utility>
+
+namespace Ctl {
+
+namespace {
+
+std::string Folded(std::string_view name) {
+    std::string folded(name);
+    std::transform(folded.begin(), folded.end(), folded.begin(), Sentrel::AsciiUpper);
+    return folded;
+}
+
+class Finder {
+  public:
+    explicit Finder(const std::vector<std::string>& given) : names(given.begin(), given.end()) {}
+
+    std::vector<NameConflict> Find() {
+        FindSameButForCase();
+        for (const std::string& name : names) {
+            FindSharedFiles(name);
+        }
+        return std::move(conflicts);
+    }
+
+  private:
+    void FindSameButForCase() {
+        std::map<std::string, const std::string*> spellings;
+        for (const std::string& name : names) {
+            const auto [known, isNew] = spellings.emplace(Folded(name), &name);
+            if (!isNew) {
+                conflicts.push_back({*known->second, name,
+                                     *known->second + " and " + name +
+                                         " differ in case alone: each has its files, but whoever "
+                                         "asks the API for one of them gets both, or an error"});
+            }
+        }
+    }
+
+    // Each name that stands for files of `name`, whose case is that of the name.
+    void FindSharedFiles(const std::string& name) {
+        if (const std::string hidden = "." + name; names.contains(hidden)) {
+            conflicts.push_back({name, hidden,
+                                 "the reports of " + hidden +
+                                     " are stored in the files that those of " + name +
+                                     " arrive in, such as " + hidden + "-0.json"});
+        }
+        for (const char* slot : {"-0", "-1", "-2"}) {
+            FindSharedSlot(name, name + slot);
+        }
+    }
+
+    void FindSharedSlot(const std::string& name, const std::string& slot) {
+        if (names.contains(slot)) {
+            conflicts.push_back({name, slot,
+                                 "the link of " + slot + " and a stored report of " + name +
+                                     " are one file, " + slot + ".json"});
+        }
+        if (const std::string hidden = "." + slot; names.contains(hidden)) {
+            conflicts.push_back({name, hidden,
+                                 "the link of " + hidden + " is the file that reports of " + name +
+                                     " arrive in, " + hidden + ".json"});
+        }
+    }
+
+    const std::set<std::string> names;
+    std::vector<NameConflict> conflicts;
+};
+
+}  // namespace
+
+std::vector<NameConflict> FindNameConflicts(const std::vector<std::string>& names) {
+    return Finder(names).Find();
+}
+
+}  // namespace Ctl

@@ -1,0 +1,97 @@
+#include "ctl/reports/post_command.h"
+
+#include "core/settings/settings.h"
+#include "ctl/api/http_post.h"
+#include "ctl/host/daemon_settings.h"
+#include "ctl/host/input_file.h"
+#include "ctl/reports/check.h"
+#include "ctl/show/json_output.h"
+
+#include <nlohmann/json.hpp>
+
+#include <array>
+#include <cstddef>
+#include <ostream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace Ctl {
+
+namespace {
+
+constexpr std::size_t kMaxDocumentBytes = 1048576;  // as the intake takes them
+constexpr unsigned kStored = 200;
+
+constexpr std::array<Option, 1> kPostOptions = {{kJsonOption}};
+
+void RefuseBadDocument(const std::string& document, const std::string& name) {
+    const std::vector<std::string> problems = FindProblems(document, name);
+    if (problems.empty()) {
+        return;
+    }
+    std::string text = "this is no good report \"" + name + "\": ";
+    for (const std::string& problem : problems) {
+        text += problem + "; ";
+    }
+    throw std::runtime_error(text + "mend that and post it again");
+}
+
+// Why the intake did not store it, and what to do.
+std::string Explain(unsigned status) {
+    switch (status) {
+        case 413:
+            return "it is longer than 1048576 bytes; make it shorter";
+        case 500:
+            return "it cannot be stored; the daemon's log says why";
+        default:
+            return "it answers with " + std::to_string(status) +
+                   "; see whether sentrel listens on that port";
+    }
+}
+
+void RunPost(const Arguments& arguments, std::ostream& output) {
+    const std::string& name = arguments.operands[0];
+    const std::string document =
+        ReadInputFile(arguments.operands[1], kMaxDocumentBytes, "the report file");
+    RefuseBadDocument(document, name);
+    const std::string port =
+        std::to_string(Sentrel::GetHttpPort(ReadDaemonSettings(), SilentLogger()));
+    HttpAnswer answer;
+    try {
+        answer = Send({.host = "127.0.0.1", .port = port, .target = "/" + name, .body = document});
+    } catch (const HttpFailure& failure) {
+        throw std::runtime_error("the intake on port " + port +
+                                 " cannot be reached: " + failure.what() +
+                                 "; start sentrel, or set \"http_port\" to the port of its intake");
+    }
+    if (answer.status != kStored) {
+        throw std::runtime_error("the intake on port " + port +
+                                 " refuses the report: " + Explain(answer.status));
+    }
+    if (arguments.options.Has("--json")) {
+        WriteJson({{"name", name}, {"bytes", document.size()}}, output);
+    } else {
+        output << "Posted " << name << ", " << document.size() << " bytes.\n";
+    }
+}
+
+constexpr std::array<Command, 1> kCommands = {{
+    {"post",
+     "check a report document and post it",
+     "Checks a report document, from a file or from standard input (\"-\"), and posts it to the\n"
+     "intake of the daemon when it is good: its name is NAME, its time has a zone, its status is\n"
+     "one of 0 to 4, and no member is missing. Otherwise nothing is posted, and each problem is\n"
+     "told.\n",
+     "printf '{\"structured\": {\"name\": \"demo\", \"time\": \"%s\"}, \"unstructured\": {}}' "
+     "$(date -u +%FT%TZ) | sentrelctl post demo -",
+     kPostOptions,
+     {"NAME FILE|-", 2, 2, Completes::ReportName, Completes::File},
+     RunPost},
+}};
+
+}  // namespace
+
+std::span<const Command> PostCommands() { return kCommands; }
+
+}  // namespace Ctl

@@ -1,0 +1,126 @@
+#include "ctl/reports/state.h"
+
+#include "ctl/host/plugin_survey.h"
+#include "ctl/reports/metrics.h"
+#include "ctl/show/report_age.h"
+#include "store/report_name.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace Ctl {
+
+namespace {
+
+constexpr std::string_view kNames[] = {"OK",      "WARNING", "ERROR", "NONE",
+                                       "UNKNOWN", "STALE",   "NEVER", "INVALID"};
+
+bool IsReportOf(std::string_view report, std::string_view plugin) {
+    return Sentrel::IsSameReportName(report.substr(0, plugin.size()), plugin) &&
+           (report.size() == plugin.size() || report[plugin.size()] == '.');
+}
+
+// `period`: of its plugin, if it has one.
+JudgedReport Judge(StoredReport report, std::optional<std::chrono::seconds> period,
+                   std::chrono::system_clock::time_point now) {
+    JudgedReport judged;
+    if (report.status.empty()) {
+        judged.state = ReportState::Invalid;
+    } else {
+        judged.state = ParseState(report.status).value_or(ReportState::Unknown);
+        judged.age = AgeOf(report.time, now);
+        if (period && judged.age && *judged.age * 2 > *period * 3) {
+            judged.state = ReportState::Stale;
+        }
+    }
+    judged.report = std::move(report);
+    return judged;
+}
+
+}  // namespace
+
+std::string_view NameOf(ReportState state) { return kNames[static_cast<std::size_t>(state)]; }
+
+std::optional<ReportState> ParseState(std::string_view name) {
+    for (const ReportState state : kReportStates) {
+        if (Sentrel::IsSameReportName(NameOf(state), name)) {
+            return state;
+        }
+    }
+    return std::nullopt;
+}
+
+std::string ReasonOf(const JudgedReport& judged) {
+    switch (judged.state) {
+        case ReportState::Never:
+            return "this plugin has not reported yet";
+        case ReportState::Invalid:
+            return "it cannot be read; see \"sentrelctl history " + judged.report.name + "\"";
+        case ReportState::Stale:
+            return "reported " + judged.report.status + ": " + ReasonOf(judged.report.unstructured);
+        default:
+            return ReasonOf(judged.report.unstructured);
+    }
+}
+
+std::vector<PluginPeriod> PeriodsOf(const PluginSurvey& survey) {
+    std::vector<PluginPeriod> periods;
+    for (const SurveyedPlugin& plugin : survey.entries) {
+        if (plugin.IsEnabled()) {
+            periods.push_back({plugin.Name(), plugin.period});
+        }
+    }
+    return periods;
+}
+
+std::vector<PluginPeriod> ReadPluginPeriods() { return PeriodsOf(SurveyPlugins()); }
+
+std::size_t FindMaker(const std::string& report, const std::vector<PluginPeriod>& plugins) {
+    std::size_t found = plugins.size();
+    for (std::size_t index = 0; index < plugins.size(); ++index) {
+        if (IsReportOf(report, plugins[index].name) &&
+            (found == plugins.size() || plugins[index].name.size() > plugins[found].name.size())) {
+            found = index;
+        }
+    }
+    return found;
+}
+
+std::vector<JudgedReport> JudgeReports(std::vector<StoredReport> reports,
+                                       const std::vector<PluginPeriod>& plugins,
+                                       std::chrono::system_clock::time_point now) {
+    std::vector<JudgedReport> judged;
+    std::vector<bool> hasReport(plugins.size() + 1);
+    for (StoredReport& report : reports) {
+        const std::size_t plugin = FindMaker(report.name, plugins);
+        hasReport[plugin] = true;
+        const auto period =
+            plugin < plugins.size() ? std::optional(plugins[plugin].period) : std::nullopt;
+        judged.push_back(Judge(std::move(report), period, now));
+    }
+    for (std::size_t plugin = 0; plugin < plugins.size(); ++plugin) {
+        if (!hasReport[plugin]) {
+            judged.push_back({{.name = plugins[plugin].name, .time = ""}, ReportState::Never, {}});
+        }
+    }
+    std::sort(judged.begin(), judged.end(), [](const JudgedReport& a, const JudgedReport& b) {
+        return a.report.name < b.report.name;
+    });
+    return judged;
+}
+
+std::vector<JudgedReport> ReadJudgedReports(const GivenOptions& options,
+                                            const std::vector<std::string>& names) {
+    const auto isWanted = [&names](const std::string& name) {
+        return names.empty() || std::any_of(names.begin(), names.end(), [&](const auto& wanted) {
+                   return Sentrel::IsSameReportName(name, wanted);
+               });
+    };
+    std::vector<PluginPeriod> plugins = ReadPluginPeriods();
+    std::vector<JudgedReport> judged =
+        JudgeReports(ReadReports(options, names), plugins, std::chrono::system_clock::now());
+    std::erase_if(judged, [&](const JudgedReport& row) { return !isWanted(row.report.name); });
+    return judged;
+}
+
+}  // namespace Ctl

@@ -1,0 +1,66 @@
+// What state a report is in: that which it says, or that it is too old, missing or unreadable. The
+// one place where this is judged.
+#pragma once
+
+#include "ctl/reports/source.h"
+
+#include <chrono>
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Ctl {
+
+enum class ReportState { Ok, Warning, Error, None, Unknown, Stale, Never, Invalid };
+inline constexpr ReportState kReportStates[] = {
+    ReportState::Ok,      ReportState::Warning, ReportState::Error, ReportState::None,
+    ReportState::Unknown, ReportState::Stale,   ReportState::Never, ReportState::Invalid};
+
+// "OK", "WARNING", ...
+std::string_view NameOf(ReportState state);
+// The state of that name, in any case.
+std::optional<ReportState> ParseState(std::string_view name);
+
+// An enabled plugin. Its reports are those named like it, or like it and a "." and more.
+struct PluginPeriod {
+    std::string name;
+    std::chrono::seconds period;
+};
+
+struct JudgedReport {
+    StoredReport report;  // of a plugin without a report: its name alone
+    ReportState state = ReportState::Unknown;
+    std::optional<std::chrono::seconds> age;  // of a report that can be read
+};
+
+// Why it is in its state, in words for a person; empty when the report does not say.
+std::string ReasonOf(const JudgedReport& judged);
+
+struct PluginSurvey;
+
+// The enabled plugins among those found, in the order of their names.
+std::vector<PluginPeriod> PeriodsOf(const PluginSurvey& survey);
+
+// The enabled plugins of this host with their periods, by the daemon's own rules; none when there
+// is no plugin directory. Throws a std::exception, with what to do, when the daemon's settings are
+// broken or the directory cannot be listed.
+std::vector<PluginPeriod> ReadPluginPeriods();
+
+// The index of the plugin that made the report, the one with the longer name when two could have;
+// the number of plugins when none did.
+std::size_t FindMaker(const std::string& report, const std::vector<PluginPeriod>& plugins);
+
+// Sorted by name, with the plugins that have no report among them. A report older than one and a
+// half periods of its plugin is stale; a report that two plugins could have made is of the one with
+// the longer name.
+std::vector<JudgedReport> JudgeReports(std::vector<StoredReport> reports,
+                                       const std::vector<PluginPeriod>& plugins,
+                                       std::chrono::system_clock::time_point now);
+
+// The reports of these names, or all, read as the options say and judged now.
+std::vector<JudgedReport> ReadJudgedReports(const GivenOptions& options,
+                                            const std::vector<std::string>& names);
+
+}  // namespace Ctl

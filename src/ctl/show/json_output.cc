@@ -1,0 +1,20 @@
+#include "ctl/show/json_output.h"
+
+#include <nlohmann/json.hpp>
+
+#include <ostream>
+
+namespace Ctl {
+
+using OrderedJson = nlohmann::ordered_json;
+
+void WriteJson(const OrderedJson& document, std::ostream& output) {
+    output << document.dump(-1, ' ', false, OrderedJson::error_handler_t::replace) << '\n';
+}
+
+std::string TextOf(const OrderedJson& object, const char* member) {
+    const auto found = object.find(member);
+    return found != object.end() && found->is_string() ? found->get<std::string>() : "";
+}
+
+}  // namespace Ctl

@@ -1,0 +1,21 @@
+// JSON documents as the tool writes and reads them.
+#pragma once
+
+#include "ctl/command/command.h"
+
+#include <nlohmann/json_fwd.hpp>
+
+#include <iosfwd>
+#include <string>
+
+namespace Ctl {
+
+inline constexpr Option kJsonOption = {"--json", "", "print JSON instead, in one line"};
+
+// In one line. Bytes that are not UTF-8 become U+FFFD.
+void WriteJson(const nlohmann::ordered_json& document, std::ostream& output);
+
+// The text that member of an object has; empty when it has none, or `object` is none.
+std::string TextOf(const nlohmann::ordered_json& object, const char* member);
+
+}  // namespace Ctl

@@ -1,0 +1,54 @@
+// Small tables for people, and texts of others made fit for a terminal.
+#pragma once
+
+#include "ctl/show/terminal.h"
+
+#include <cstddef>
+#include <iosfwd>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace Ctl {
+
+// Control characters, and bytes that are not UTF-8, written as "\xHH".
+std::string PrintableText(std::string_view text);
+// The same for a text of several lines: line feeds stay.
+std::string PrintableLines(std::string_view text);
+
+// Columns are as wide as their widest cell, with two blanks between. Cells are made printable.
+class Table {
+  public:
+    enum class Align { Left, Right };
+    struct Column {
+        std::string heading;  // all empty: no line of headings
+        Align align = Align::Left;
+    };
+
+    struct Cell {
+        // NOLINTNEXTLINE(google-explicit-constructor): most cells are plain texts
+        Cell(std::string text, Colour colour = Colour::Plain)
+            : text(std::move(text)), colour(colour) {}
+        // NOLINTNEXTLINE(google-explicit-constructor)
+        Cell(const char* text) : text(text) {}
+
+        std::string text;
+        Colour colour = Colour::Plain;
+    };
+
+    explicit Table(std::vector<Column> columns);
+
+    // As many cells as there are columns.
+    void Add(std::vector<Cell> cells);
+    void Write(std::ostream& output) const;
+
+  private:
+    void WriteRow(const std::vector<Cell>& cells, const std::vector<std::size_t>& widths,
+                  std::ostream& output) const;
+
+    const std::vector<Column> columns;
+    std::vector<std::vector<Cell>> rows;  // the headings are the first, if there are any
+};
+
+}  // namespace Ctl

@@ -1,0 +1,229 @@
+#include "platform/kernel/groups/cgroup_backend.h"
+
+#include "platform/kernel/groups/member_processes.h"
+#include "platform/pellmar/exceptions.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <memory>
+#include <system_error>
+#include <utility>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace Kernel {
+
+namespace {
+
+constexpr mode_t kDirectoryMode = 0755;
+constexpr std::uint64_t kBytesOfMB = 1024 * 1024;
+
+std::string ErrorText(int error) { return std::generic_category().message(error); }
+
+[[noreturn]] void Refuse(const std::string& what, int error) {
+    std::string text = what + ": " + ErrorText(error);
+    if (error == EACCES || error == EPERM || error == EROFS) {
+        text +=
+            "; run this as root, or set SENTREL_CGROUP_ROOT to a cgroup that this user may write";
+    }
+    throw Pellmar::IOException(text);
+}
+
+std::vector<std::string> RequireGroupPath(std::string_view path) {
+    std::vector<std::string> segments = SplitGroupPath(path);
+    if (segments.empty()) {
+        throw Pellmar::InvalidArgumentException("\"" + std::string(path) +
+                                                "\" can name no resource group; write names with "
+                                                "\"/\" between, such as host/pax/NAME");
+    }
+    return segments;
+}
+
+[[noreturn]] void ThrowNotFound(std::string_view path, const std::string& directory) {
+    throw Pellmar::NotFoundException("there is no resource group " + std::string(path) + " (" +
+                                     directory + "); make it with \"sentrelctl group ensure\"");
+}
+
+CgroupDirectory MakeDirectory(const std::string& directory) {
+    if (::mkdir(directory.c_str(), kDirectoryMode) != 0 && errno != EEXIST) {
+        Refuse("the cgroup " + directory + " cannot be made", errno);
+    }
+    CgroupDirectory made;
+    if (const int error = CgroupDirectory::Open(directory, made); error != 0) {
+        Refuse("the cgroup " + directory + " cannot be opened", error);
+    }
+    return made;
+}
+
+// Empty, or why the children of `directory` get no memory controller.
+std::string EnableMemory(const CgroupDirectory& cgroup, const std::string& directory) {
+    if (!cgroup.OffersMemory()) {
+        return directory + " has no memory controller";
+    }
+    if (const int error = cgroup.EnableMemory(); error != 0) {
+        return "the memory controller cannot be enabled in " + directory + ": " + ErrorText(error);
+    }
+    return "";
+}
+
+std::string Reserve(const CgroupDirectory& cgroup, const std::string& directory,
+                    unsigned megabytes) {
+    const int error = cgroup.Reserve(megabytes * kBytesOfMB);
+    return error == 0 ? "" : directory + "/memory.min cannot be written: " + ErrorText(error);
+}
+
+}  // namespace
+
+CgroupBackend::CgroupBackend(std::string root) : root(std::move(root)) {}
+
+std::string CgroupBackend::DirectoryOf(std::string_view path) const {
+    return root + "/" + std::string(path);
+}
+
+int CgroupBackend::Open(std::string_view path, CgroupDirectory& group) const {
+    if (SplitGroupPath(path).empty()) {
+        return ENOENT;
+    }
+    const int error = CgroupDirectory::Open(DirectoryOf(path), group);
+    if (error != 0) {
+        return error;
+    }
+    return group.IsCgroup2() ? 0 : ENOENT;
+}
+
+int CgroupBackend::FindId(std::string_view path, std::int64_t& id) {
+    CgroupDirectory group;
+    if (const int error = Open(path, group); error != 0) {
+        const Sys::MutexLock guard(lock);
+        foundGroups.erase(std::string(path));
+        return error;
+    }
+    id = group.Id();
+    GroupPlace place{id, std::make_shared<const Sys::OwnedFd>(group.TakeDescriptor())};
+    const Sys::MutexLock guard(lock);
+    foundGroups.insert_or_assign(std::string(path), std::move(place));
+    return 0;
+}
+
+int CgroupBackend::OpenById(std::int64_t id, CgroupDirectory& group) {
+    std::string path;
+    {
+        const Sys::MutexLock guard(lock);
+        const auto found = std::find_if(foundGroups.begin(), foundGroups.end(),
+                                        [id](const auto& entry) { return entry.second.id == id; });
+        if (found == foundGroups.end()) {
+            return ENOENT;
+        }
+        path = found->first;
+    }
+    if (const int error = Open(path, group); error != 0) {
+        return error;
+    }
+    return group.Id() == id ? 0 : ENOENT;  // removed and made anew, it is another group
+}
+
+int CgroupBackend::ListMembers(std::int64_t id, std::vector<std::int64_t>& members) {
+    CgroupDirectory group;
+    if (const int error = OpenById(id, group); error != 0) {
+        return error;
+    }
+    for (const CgroupDirectory::Child& child : group.Children()) {
+        members.push_back(child.id);
+    }
+    return 0;
+}
+
+int CgroupBackend::ReadMemory(std::int64_t id, GroupMemory& memory) {
+    CgroupDirectory group;
+    if (const int error = OpenById(id, group); error != 0) {
+        return error;
+    }
+    memory = group.Memory();
+    return 0;
+}
+
+int CgroupBackend::OpenPlace(std::string_view path, GroupPlace& place) {
+    if (TakeFound(path, place)) {
+        return 0;
+    }
+    std::int64_t id = 0;
+    const int error = FindId(path, id);
+    return error != 0 || TakeFound(path, place) ? error : ENOENT;
+}
+
+bool CgroupBackend::TakeFound(std::string_view path, GroupPlace& place) {
+    const Sys::MutexLock guard(lock);
+    const auto found = foundGroups.find(path);
+    if (found == foundGroups.end()) {
+        return false;
+    }
+    place = found->second;
+    return true;
+}
+
+// The controller must be enabled in every directory above the group, and the reservation stand in
+// every one of the path: what an ancestor does not reserve, the group does not get.
+std::string CgroupBackend::Ensure(std::string_view path, unsigned reservationMB) {
+    CgroupDirectory above;
+    if (CgroupDirectory::Open(root, above) != 0 || !above.IsCgroup2()) {
+        throw Pellmar::NotFoundException(
+            root +
+            " is no cgroup v2 directory; set SENTREL_CGROUP_ROOT to one that is, or unset it");
+    }
+    std::string directory = root;
+    std::string problem;
+    for (const std::string& segment : RequireGroupPath(path)) {
+        if (problem.empty()) {
+            problem = EnableMemory(above, directory);
+        }
+        directory += "/" + segment;
+        above = MakeDirectory(directory);
+        if (problem.empty()) {
+            problem = Reserve(above, directory, reservationMB);
+        }
+    }
+    return problem;
+}
+
+GroupState CgroupBackend::Show(std::string_view path) {
+    (void)RequireGroupPath(path);
+    GroupState state;
+    state.directory = DirectoryOf(path);
+    CgroupDirectory group;
+    const int error = Open(path, group);
+    if (error == ENOENT) {
+        ThrowNotFound(path, state.directory);
+    }
+    if (error != 0) {
+        Refuse("the cgroup " + state.directory + " cannot be opened", error);
+    }
+    state.id = group.Id();
+    state.memory = group.Memory();
+    state.reservationKB = group.ReservationKB();
+    state.processes = DescribeProcesses(group.Processes());
+    return state;
+}
+
+void CgroupBackend::Remove(std::string_view path) {
+    std::vector<std::string> segments = RequireGroupPath(path);
+    std::string directory = DirectoryOf(path);
+    if (::rmdir(directory.c_str()) != 0) {
+        const int error = errno;
+        if (error == ENOENT) {
+            ThrowNotFound(path, directory);
+        }
+        Refuse("the cgroup " + directory + " cannot be removed" +
+                   (error == EBUSY ? "; end the processes in it and remove the groups in it first"
+                                   : ""),
+               error);
+    }
+    for (segments.pop_back(); !segments.empty(); segments.pop_back()) {
+        directory.resize(directory.rfind('/'));
+        if (::rmdir(directory.c_str()) != 0) {
+            return;  // in use by others, who keep it
+        }
+    }
+}
+
+}  // namespace Kernel

@@ -1,0 +1,41 @@
+// Resource groups of a daemon that may write no cgroup v2 hierarchy: names in this process, whose
+// members are the processes that the spawn call started into them. Nothing is limited or reserved.
+#pragma once
+
+#include "platform/kernel/groups/group_backend.h"
+#include "platform/kernel/spawn/process_table.h"
+#include "platform/sys/mutex.h"
+
+#include <map>
+#include <string>
+
+namespace Kernel {
+
+// There are groups only as long as this object is there, and no groups inside groups. What a plugin
+// itself starts is not counted as a member.
+class EmbeddedBackend : public GroupBackend {
+  public:
+    // `processes` outlives the backend.
+    explicit EmbeddedBackend(ProcessTable& processes);
+
+    int FindId(std::string_view path, std::int64_t& id) override EXCLUDES(lock);
+    int ListMembers(std::int64_t id, std::vector<std::int64_t>& members) override EXCLUDES(lock);
+    // The resident sizes of the members stand in for what was reserved.
+    int ReadMemory(std::int64_t id, GroupMemory& memory) override EXCLUDES(lock);
+    int OpenPlace(std::string_view path, GroupPlace& place) override EXCLUDES(lock);
+    bool PlacesByDirectory() const override { return false; }
+
+    std::string Ensure(std::string_view path, unsigned reservationMB) override EXCLUDES(lock);
+    GroupState Show(std::string_view path) override EXCLUDES(lock);
+    void Remove(std::string_view path) override EXCLUDES(lock);
+
+  private:
+    bool Knows(std::int64_t id) EXCLUDES(lock);
+
+    ProcessTable& processes;
+    Sys::Mutex lock;
+    std::map<std::string, std::int64_t, std::less<>> ids GUARDED_BY(lock);  // by path
+    std::int64_t lastId GUARDED_BY(lock) = 0;
+};
+
+}  // namespace Kernel

@@ -1,0 +1,71 @@
+#include "platform/kernel/groups/member_processes.h"
+
+#include "platform/sys/owned_fd.h"
+
+#include <array>
+#include <charconv>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace Kernel {
+
+namespace {
+
+// The start of /proc/PID/NAME, at most 127 bytes of it; empty once the process has ended.
+std::string ReadProcessFile(pid_t pid, std::string_view name) {
+    const std::string path = "/proc/" + std::to_string(pid) + "/" + std::string(name);
+    const Sys::OwnedFd file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    std::array<char, 127> text;
+    const ssize_t count = file.IsOpen() ? ::read(file.Get(), text.data(), text.size()) : 0;
+    return {text.data(), static_cast<std::size_t>(count > 0 ? count : 0)};
+}
+
+// proc(5): statm is "SIZE RESIDENT SHARED ...", in pages.
+std::optional<std::uint64_t> ReadResidentKB(pid_t pid) {
+    static const auto kPageKB = static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE)) / 1024;
+    const std::string text = ReadProcessFile(pid, "statm");
+    const std::size_t blank = text.find(' ');
+    if (blank == std::string::npos) {
+        return std::nullopt;
+    }
+    std::uint64_t pages = 0;
+    const auto [stop, error] =
+        std::from_chars(text.data() + blank + 1, text.data() + text.size(), pages);
+    if (error != std::errc{}) {
+        return std::nullopt;
+    }
+    return pages * kPageKB;
+}
+
+}  // namespace
+
+std::vector<GroupProcess> DescribeProcesses(const std::vector<pid_t>& pids) {
+    std::vector<GroupProcess> processes;
+    for (const pid_t pid : pids) {
+        std::string name = ReadProcessFile(pid, "comm");
+        const std::optional<std::uint64_t> residentKB = ReadResidentKB(pid);
+        if (name.empty() || !residentKB) {
+            continue;
+        }
+        if (name.back() == '\n') {
+            name.pop_back();
+        }
+        processes.push_back({pid, std::move(name), *residentKB});
+    }
+    return processes;
+}
+
+std::uint64_t SumResidentKB(const std::vector<pid_t>& pids) {
+    std::uint64_t sum = 0;
+    for (const pid_t pid : pids) {
+        sum += ReadResidentKB(pid).value_or(0);
+    }
+    return sum;
+}
+
+}  // namespace Kernel

@@ -1,0 +1,151 @@
+#include "platform/kernel/spawn/spawn.h"
+
+#include "platform/kernel/groups/groups.h"
+#include "platform/kernel/spawn/process_table.h"
+#include "platform/kernel/spawn/spawn_child.h"
+#include "platform/sys/host_root.h"
+#include "platform/sys/pid_fd.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <new>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include <signal.h>
+#include <sys/wait.h>
+
+namespace Kernel {
+
+namespace {
+
+constexpr std::string_view kGroupArgument = "++group=";
+constexpr std::string_view kMemoryArgument = ",mem=";
+
+bool IsDecimal(std::string_view text) {
+    return !text.empty() &&
+           std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
+}
+
+// The path of the group that `argv` names; empty when it names none.
+std::string FindGroupPath(char* const argv[]) {
+    for (; *argv != nullptr; ++argv) {
+        std::string_view text = *argv;
+        if (!text.starts_with(kGroupArgument)) {
+            continue;
+        }
+        text.remove_prefix(kGroupArgument.size());
+        const std::size_t comma = text.find(kMemoryArgument);
+        if (comma == 0 || comma == std::string_view::npos ||
+            !IsDecimal(text.substr(comma + kMemoryArgument.size()))) {
+            return "";
+        }
+        const std::string_view name = text.substr(0, comma);
+        return name.find('/') == std::string_view::npos ? kPluginGroups + std::string(name) : "";
+    }
+    return "";
+}
+
+int CheckArguments(const char* path, char* const argv[], char* const environment[],
+                   std::int32_t reserved, const std::int32_t descriptors[],
+                   const SpawnRecord* record) {
+    if (path == nullptr || argv == nullptr || environment == nullptr || descriptors == nullptr ||
+        record == nullptr || record->pidAddress == 0) {
+        return EFAULT;
+    }
+    const SpawnRecord expected{.pidAddress = record->pidAddress};
+    if (std::memcmp(record, &expected, sizeof(expected)) != 0 || *path != '/' ||
+        argv[0] == nullptr || environment[0] != nullptr || reserved != -1) {
+        return EINVAL;
+    }
+    for (std::int32_t index = 0; index < expected.descriptorCount; ++index) {
+        if (descriptors[index] != index) {
+            return EINVAL;
+        }
+    }
+    return 0;
+}
+
+// Takes the exit status of a child that has not executed; there is none where SIGCHLD is ignored.
+void Reap(const Sys::PidFd& process) {
+    siginfo_t ended{};
+    (void)::waitid(P_PIDFD, static_cast<id_t>(process.Get()), &ended, WEXITED);
+}
+
+// What clone3 says of a group that is no more: the first when the kernel finds that out as it looks
+// at the descriptor, the second when it was removed in between.
+bool IsGone(long result) { return result == -ENOENT || result == -ENODEV; }
+
+// Like CloneChild, in the group of that path, which may have been removed and made anew since its
+// place was looked up.
+long CloneIntoGroup(const std::string& groupPath, ChildPlan& plan, Sys::PidFd& process,
+                    std::int64_t& groupId) {
+    GroupPlace place;
+    const auto clone = [&] {
+        if (const int error = Groups().OpenPlace(groupPath, place); error != 0) {
+            return -static_cast<long>(error);
+        }
+        groupId = place.id;
+        return CloneChild(plan, place.directory ? place.directory->Get() : -1, process);
+    };
+    const long result = clone();
+    if (!IsGone(result)) {
+        return result;
+    }
+    const int error = Groups().FindId(groupPath, groupId);
+    return error == 0 ? clone() : -error;
+}
+
+// Gives 0 and the pid, or an error number.
+int Start(const std::string& groupPath, ChildPlan& plan, pid_t& pid) {
+    ProcessTable::Spawned().DropEnded();
+    Sys::PidFd process;
+    std::int64_t groupId = 0;
+    const long result = CloneIntoGroup(groupPath, plan, process, groupId);
+    if (result < 0) {
+        return IsGone(result) ? ESRCH : static_cast<int>(-result);
+    }
+    if (plan.error != 0) {
+        if (process.IsOpen()) {
+            Reap(process);
+        }
+        return plan.error;
+    }
+    pid = static_cast<pid_t>(result);
+    ProcessTable::Spawned().Add(pid, std::move(process), groupId);
+    return 0;
+}
+
+SpawnResult Failed(int error) { return {StatusOfError(error), -error}; }
+
+}  // namespace
+
+SpawnResult Spawn(const char* path, char* const argv[], char* const environment[],
+                  std::int32_t reserved, const std::int32_t descriptors[],
+                  const SpawnRecord* record) {
+    if (const int error = CheckArguments(path, argv, environment, reserved, descriptors, record);
+        error != 0) {
+        return Failed(error);
+    }
+    try {
+        const std::string groupPath = FindGroupPath(argv);
+        if (groupPath.empty()) {
+            return Failed(EINVAL);
+        }
+        const std::string hostPath = Sys::HostPath(path);
+        ChildPlan plan{.path = hostPath.c_str(), .argv = argv, .environment = environment};
+        pid_t pid = 0;
+        if (const int error = Start(groupPath, plan, pid); error != 0) {
+            return Failed(error);
+        }
+        // NOLINTNEXTLINE(performance-no-int-to-ptr): the record's format carries an address
+        std::memcpy(reinterpret_cast<void*>(record->pidAddress), &pid, sizeof(pid));
+        return {};
+    } catch (const std::bad_alloc&) {
+        return Failed(ENOMEM);
+    }
+}
+
+}  // namespace Kernel

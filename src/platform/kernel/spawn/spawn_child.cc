@@ -1,0 +1,243 @@
+// Between clone3 and execve the child shares memory, and this thread's thread-local storage, with
+// the daemon (CLONE_VM), whose thread waits until the child executes or ends. So the child has a
+// stack of its own, allocates nothing, takes no lock, and makes system calls directly: the C
+// library's functions would set the parent's errno. The sanitizers instrument none of it.
+#include "platform/kernel/spawn/spawn_child.h"
+
+#include "platform/kernel/groups/cgroup_directory.h"
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <utility>
+
+#include <linux/futex.h>
+#include <linux/sched.h>
+#include <sched.h>
+#include <signal.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#if !defined(__x86_64__)
+#error "the system calls below are written for x86-64: add this processor's to the three functions"
+#endif
+
+// A macro, since an attribute can have no other name.
+#define UNINSTRUMENTED __attribute__((no_sanitize("address", "thread", "undefined")))
+
+namespace Kernel {
+
+namespace {
+
+constexpr std::size_t kStackBytes = 16384;
+constexpr std::size_t kStackAlignment = 16;
+// While a child has not executed its program, how often it is looked whether its cgroup is frozen.
+constexpr std::chrono::milliseconds kFrozenLook{100};
+// What a killed child may take to end.
+constexpr std::chrono::seconds kEndPatience{1};
+constexpr long kLastDescriptor = 0xffffffff;
+constexpr int kExecFailedStatus = 127;
+constexpr int kLastStandardSignal = 31;
+constexpr int kLastSignal = 64;
+// The kernel's own set of signals, which is smaller than the C library's: bit N - 1 is signal N.
+using SignalSet = std::uint64_t;
+constexpr SignalSet kAllSignals = ~SignalSet{0};
+constexpr SignalSet kNoSignals = 0;
+
+// The kernel's struct sigaction; all zero is the default action.
+struct SignalAction {
+    std::uint64_t handler;
+    std::uint64_t flags;
+    std::uint64_t restorer;
+    SignalSet mask;
+};
+constexpr SignalAction kDefaultAction{};
+
+UNINSTRUMENTED inline long SystemCall(long number, long first, long second = 0, long third = 0,
+                                      long fourth = 0) {
+    long result = 0;
+    register long r10 asm("r10") = fourth;
+    asm volatile("syscall"
+                 : "=a"(result)
+                 : "a"(number), "D"(first), "S"(second), "d"(third), "r"(r10)
+                 : "rcx", "r11", "memory");
+    return result;
+}
+
+UNINSTRUMENTED inline long Address(const void* pointer) { return reinterpret_cast<long>(pointer); }
+
+// Sets the mask of blocked signals; unlike the C library's call, the library's own signals too.
+UNINSTRUMENTED inline void SetBlockedSignals(const SignalSet& blocked, SignalSet* previous) {
+    (void)SystemCall(SYS_rt_sigprocmask, SIG_SETMASK, Address(&blocked), Address(previous),
+                     sizeof(SignalSet));  // fails for bad arguments only
+}
+
+// The real-time signals that this process ignores. Each system call before exec makes a launch
+// later, and half of them would ask for these, so they are asked for once: what a daemon inherits
+// of them from its parent it keeps, for it uses none.
+SignalSet FindIgnoredRealTimeSignals() {
+    SignalSet ignored = 0;
+    for (int signal = kLastStandardSignal + 1; signal <= kLastSignal; ++signal) {
+        SignalAction action{};
+        // directly, since the C library hides its own signals
+        const long result =
+            SystemCall(SYS_rt_sigaction, signal, 0, Address(&action), sizeof(SignalSet));
+        if (result == 0 && action.handler == reinterpret_cast<std::uint64_t>(SIG_IGN)) {
+            ignored |= SignalSet{1} << (signal - 1);
+        }
+    }
+    return ignored;
+}
+
+struct ChildStart {
+    ChildPlan* plan;
+    SignalSet ignoredRealTimeSignals;
+};
+
+UNINSTRUMENTED inline void SetDefault(int signal) {
+    // refused for SIGKILL and SIGSTOP, which have no other disposition
+    (void)SystemCall(SYS_rt_sigaction, signal, Address(&kDefaultAction), 0, sizeof(SignalSet));
+}
+
+[[noreturn]] UNINSTRUMENTED void EndChild(ChildPlan* plan, long result) {
+    plan->error = static_cast<int>(-result);
+    for (;;) {
+        (void)SystemCall(SYS_exit_group, kExecFailedStatus);
+    }
+}
+
+// The child's whole life before the program. All signals are blocked until the dispositions stand:
+// a handler of the daemon must not run here. The clone has taken the handlers away already, but
+// what was ignored still is.
+[[noreturn]] UNINSTRUMENTED void RunChild(const ChildStart* start) {
+    ChildPlan* const plan = start->plan;
+    for (int signal = 1; signal <= kLastStandardSignal; ++signal) {
+        SetDefault(signal);
+    }
+    for (int signal = kLastStandardSignal + 1; signal <= kLastSignal; ++signal) {
+        if ((start->ignoredRealTimeSignals >> (signal - 1) & 1) != 0) {
+            SetDefault(signal);
+        }
+    }
+    (void)SystemCall(SYS_setsid, 0);  // a new process leads no group, so it cannot fail
+    long result = SystemCall(SYS_chdir, Address("/"));
+    if (result < 0) {
+        EndChild(plan, result);
+    }
+    // The table is the child's copy (no CLONE_FILES): the daemon's descriptors stay open.
+    result = SystemCall(SYS_close_range, 3, kLastDescriptor, 0);
+    if (result < 0) {
+        EndChild(plan, result);
+    }
+    SetBlockedSignals(kNoSignals, nullptr);
+    EndChild(plan, SystemCall(SYS_execve, Address(plan->path), Address(plan->argv),
+                              Address(plan->environment)));
+}
+
+// clone3, the child of which continues in RunChild at the top of its stack, with no frame of the
+// parent's under it. Returns in the parent only: the pid or a negated error number.
+UNINSTRUMENTED long Clone(clone_args& arguments, const ChildStart* start) {
+    long result = SYS_clone3;
+    asm volatile(
+        "syscall\n\t"
+        "test %%rax, %%rax\n\t"
+        "jnz 1f\n\t"
+        "mov %[start], %%rdi\n\t"
+        "call *%[run]\n\t"
+        "ud2\n"
+        "1:"
+        : "+a"(result)
+        : "D"(&arguments), "S"(sizeof(arguments)), [start] "r"(start), [run] "r"(&RunChild)
+        : "rcx", "r11", "memory", "cc");
+    return result;
+}
+
+// What the child uses of the daemon's memory as long as it shares it.
+struct ChildMemory {
+    // The kernel makes it 0, and wakes who waits for that, once the child executes or ends
+    // (CLONE_CHILD_CLEARTID).
+    std::atomic<std::uint32_t> isShared{1};
+    alignas(kStackAlignment) std::array<std::byte, kStackBytes> stack;
+};
+static_assert(sizeof(std::atomic<std::uint32_t>) == sizeof(std::uint32_t));
+
+// Not CLONE_VFORK, which waits without end. False when the memory is still shared after `patience`.
+bool AwaitUnshared(const std::atomic<std::uint32_t>& isShared, std::chrono::nanoseconds patience) {
+    using std::chrono::steady_clock;
+    const steady_clock::time_point end = steady_clock::now() + patience;
+    while (isShared.load(std::memory_order_acquire) != 0) {
+        const std::chrono::nanoseconds left = end - steady_clock::now();
+        if (left.count() <= 0) {
+            return false;
+        }
+        const timespec timeout{left / std::chrono::seconds(1),
+                               (left % std::chrono::seconds(1)).count()};
+        (void)::syscall(SYS_futex, &isShared, FUTEX_WAIT, 1, &timeout, nullptr,
+                        0);  // looked at above
+    }
+    return true;
+}
+
+// 0 once the child executes or has ended; otherwise why it is not waited for any longer.
+int AwaitProgram(const std::atomic<std::uint32_t>& isShared, int groupDirectory,
+                 std::chrono::milliseconds patience) {
+    while (!AwaitUnshared(isShared, std::min(patience, kFrozenLook))) {
+        if (groupDirectory >= 0 && CgroupDirectory::IsFrozen(groupDirectory)) {
+            return EBUSY;
+        }
+        if (patience <= kFrozenLook) {
+            return ETIMEDOUT;
+        }
+        patience -= kFrozenLook;
+    }
+    return 0;
+}
+
+// A killed child executes no further instruction, so its stack and plan are free even when the
+// kernel holds it; only isShared is written to at its end, whenever that is.
+void KillChild(std::unique_ptr<ChildMemory> memory, Sys::PidFd& process) {
+    (void)process.Signal(SIGKILL);  // fails only when it has ended
+    if (!AwaitUnshared(memory->isShared, kEndPatience)) {
+        (void)memory.release();
+        process = {};
+    }
+}
+
+}  // namespace
+
+long CloneChild(ChildPlan& plan, int groupDirectory, Sys::PidFd& process) {
+    static const SignalSet sIgnoredRealTimeSignals = FindIgnoredRealTimeSignals();
+    auto memory = std::make_unique_for_overwrite<ChildMemory>();
+    const ChildStart start{&plan, sIgnoredRealTimeSignals};
+    int pidFd = -1;
+    clone_args arguments{};
+    arguments.flags = CLONE_VM | CLONE_PIDFD | CLONE_CLEAR_SIGHAND | CLONE_CHILD_CLEARTID;
+    arguments.pidfd = reinterpret_cast<std::uint64_t>(&pidFd);
+    arguments.child_tid = reinterpret_cast<std::uint64_t>(&memory->isShared);
+    arguments.exit_signal = SIGCHLD;
+    arguments.stack = reinterpret_cast<std::uint64_t>(memory->stack.data());
+    arguments.stack_size = kStackBytes;
+    if (groupDirectory >= 0) {
+        arguments.flags |= CLONE_INTO_CGROUP;
+        arguments.cgroup = static_cast<unsigned>(groupDirectory);
+    }
+    SignalSet previous = 0;
+    SetBlockedSignals(kAllSignals, &previous);
+    const long result = Clone(arguments, &start);
+    SetBlockedSignals(previous, nullptr);
+    if (result < 0) {
+        return result;
+    }
+    process = Sys::PidFd(Sys::OwnedFd(pidFd));
+    if (const int problem = AwaitProgram(memory->isShared, groupDirectory, plan.patience)) {
+        KillChild(std::move(memory), process);
+        plan.error = problem;
+    }
+    return result;
+}
+
+}  // namespace Kernel

@@ -1,0 +1,184 @@
+// Taking connections in, within their bound and whatever the kernel says, and timing them out.
+#include "platform/pellmar/http/http_service_events.h"
+#include "platform/pellmar/http/http_service_impl.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <ctime>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+#include <sys/epoll.h>
+#include <sys/socket.h>
+#include <sys/timerfd.h>
+
+namespace Pellmar::Http {
+
+using Clock = std::chrono::steady_clock;
+
+namespace {
+
+// How long accepting pauses at most when all connections are in work; one that ends resumes it at
+// once.
+constexpr std::chrono::milliseconds kFullPause{1'000};
+// An accept error after this time without one is told anew.
+constexpr std::chrono::minutes kQuietTime{1};
+
+}  // namespace
+
+// One connection an event: the listener stays ready while more of them wait.
+void ServiceImpl::Accept(std::size_t listener) {
+    if (!MakeRoom()) {
+        PauseAccepting(kFullPause);
+        return;
+    }
+    Sys::OwnedFd accepted(
+        ::accept4(listeners[listener], nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
+    const int error = errno;
+    if (accepted.IsOpen()) {
+        Admit(std::move(accepted));
+    } else if (error == EMFILE || error == ENFILE || error == ENOBUFS || error == ENOMEM) {
+        HandleAcceptError(error);
+    }
+}
+
+// False when all connections that may be open are open and in work.
+bool ServiceImpl::MakeRoom() {
+    bool boundIsNew = false;
+    {
+        Sys::MutexLock held(lock);
+        if (slots.size() < kMaxConnections) {
+            return true;
+        }
+        boundIsNew = !std::exchange(boundWasLogged, true);
+    }
+    if (boundIsNew) {
+        LogInternal(logger, 3,
+                    "%1 connections are open, the most at a time: the one that waits longest is "
+                    "closed for each new one",
+                    kMaxConnections);
+    }
+    return CloseLongestWaiting();
+}
+
+void ServiceImpl::HandleAcceptError(int error) {
+    bool isNew = false;
+    {
+        Sys::MutexLock held(lock);
+        const TimePoint now = Clock::now();
+        isNew = now - std::exchange(lastAcceptError, now) > kQuietTime;
+    }
+    if (isNew) {
+        LogInternal(
+            logger, 3,
+            "Cannot accept a connection: %1. Waiting ones are closed, and accepting goes on "
+            "by itself",
+            std::generic_category().message(error));
+    }
+    if (!CloseLongestWaiting()) {
+        PauseAccepting(times.acceptPause);
+    }
+}
+
+// Most clients have sent their request by now, so it is looked for before anything is waited for.
+void ServiceImpl::Admit(Sys::OwnedFd accepted) {
+    const TimePoint deadline = Clock::now() + times.head;
+    Ref<Connection> connection;
+    {
+        Sys::MutexLock held(lock);
+        if (stopping) {
+            return;
+        }
+        const std::uint64_t id = nextId++;
+        connection = MakeRef<Connection>(id, std::move(accepted), deadline);
+        slots.emplace(id, Slot{connection, false, false, {}, {}});
+    }
+    ReadHead(connection);
+}
+
+// For a bounded time always: a connection that ends just now may have looked for the pause before
+// it began.
+void ServiceImpl::PauseAccepting(std::chrono::milliseconds duration) {
+    WatchListeners(0);
+    Sys::MutexLock held(lock);
+    acceptIsPaused = true;
+    acceptResume = Clock::now() + duration;
+    ArmTimer(acceptResume);
+}
+
+void ServiceImpl::ResumeAccepting() const { WatchListeners(EPOLLIN); }
+
+void ServiceImpl::WatchListeners(std::uint32_t events) const {
+    for (std::size_t index = 0; index < listeners.size(); ++index) {
+        (void)Register(EPOLL_CTL_MOD, listeners[index], events,
+                       kFirstListenerEvent + index);  // changing a registration takes no memory
+    }
+}
+
+// Makes room for a new connection. False when every connection is in work.
+bool ServiceImpl::CloseLongestWaiting() {
+    Ref<Connection> closed;  // ends after the lock is released
+    Sys::MutexLock held(lock);
+    auto longest = slots.end();
+    for (auto slot = slots.begin(); slot != slots.end(); ++slot) {
+        if (slot->second.waits &&
+            (longest == slots.end() || slot->second.waitsSince < longest->second.waitsSince)) {
+            longest = slot;
+        }
+    }
+    if (longest == slots.end()) {
+        return false;
+    }
+    closed = std::move(longest->second.connection);
+    slots.erase(longest);
+    return true;
+}
+
+void ServiceImpl::CloseOverdue() {
+    std::vector<Ref<Connection>> overdue;
+    bool resumes = false;
+    {
+        Sys::MutexLock held(lock);
+        const TimePoint now = Clock::now();
+        TimePoint next = TimePoint::max();
+        for (auto slot = slots.begin(); slot != slots.end();) {
+            if (slot->second.waits && slot->second.deadline <= now) {
+                overdue.push_back(std::move(slot->second.connection));
+                slot = slots.erase(slot);
+                continue;
+            }
+            if (slot->second.waits) {
+                next = std::min(next, slot->second.deadline);
+            }
+            ++slot;
+        }
+        resumes = acceptIsPaused && (acceptResume <= now || !overdue.empty());
+        acceptIsPaused = acceptIsPaused && !resumes;
+        acceptResume = acceptIsPaused ? acceptResume : TimePoint::max();
+        timerDue = TimePoint::max();
+        ArmTimer(std::min(next, acceptResume));
+    }
+    overdue.clear();
+    if (resumes) {
+        ResumeAccepting();
+    }
+}
+
+// Sets the timer when `due` comes before what it is set to. A connection whose time is extended
+// leaves it alone: the timer then comes early, once, and is set anew.
+void ServiceImpl::ArmTimer(TimePoint due) {
+    if (due >= timerDue) {
+        return;
+    }
+    timerDue = due;
+    const auto sinceEpoch =
+        std::chrono::duration_cast<std::chrono::nanoseconds>(due.time_since_epoch()).count();
+    itimerspec setting{};
+    setting.it_value.tv_sec = static_cast<std::time_t>(sinceEpoch / 1'000'000'000);
+    setting.it_value.tv_nsec = static_cast<long>(sinceEpoch % 1'000'000'000);
+    (void)::timerfd_settime(timer.Get(), TFD_TIMER_ABSTIME, &setting,
+                            nullptr);  // arguments are valid
+}
+
+}  // namespace Pellmar::Http

@@ -1,0 +1,140 @@
+// Set-up and run loop of the process: signals, log level, heap. Talking to the service manager is
+// left to service_manager.
+#include "platform/pellmar/service/app.h"
+
+#include "platform/pellmar/exceptions.h"
+#include "platform/pellmar/service/service_manager.h"
+#include "platform/pellmar/work/clock.h"
+#include "platform/pellmar/work/thread_pool.h"
+
+#include <cerrno>
+#include <charconv>
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <string_view>
+#include <system_error>
+
+#include <malloc.h>
+#include <unistd.h>
+
+namespace Pellmar::Service {
+
+namespace {
+
+constexpr const char* kLogLevelVariable = "SENTREL_LOG_LEVEL";
+
+sigset_t EndingSignals() {
+    sigset_t signals;
+    (void)::sigemptyset(&signals);  // these three cannot fail for signals that exist
+    (void)::sigaddset(&signals, SIGTERM);
+    (void)::sigaddset(&signals, SIGINT);
+    return signals;
+}
+
+void PrepareSignals() {
+    const sigset_t ending = EndingSignals();
+    const int error = ::pthread_sigmask(SIG_BLOCK, &ending, nullptr);
+    if (error != 0) {
+        throw IOException("Cannot block SIGTERM and SIGINT", error);
+    }
+    struct sigaction ignore {};
+    ignore.sa_handler = SIG_IGN;
+    if (::sigaction(SIGPIPE, &ignore, nullptr) != 0) {
+        throw IOException("Cannot ignore SIGPIPE", errno);
+    }
+}
+
+int ConfiguredLogLevel(const Config& config) {
+    std::int32_t level = kDefaultLogLevel;
+    (void)config.GetReaderOf("pellmar", "health", "oru")->GetInt("log/level", level);
+    return level;
+}
+
+void SetLogLevel(const Config& config) {
+    const int configured = ConfiguredLogLevel(config);
+    Logger::sDefaultLogger->SetLevel(configured);
+    const char* const value = std::getenv(kLogLevelVariable);
+    if (value == nullptr || *value == '\0') {
+        return;
+    }
+    const std::string_view text = value;
+    int level = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), level);
+    if (error != std::errc() || end != text.data() + text.size()) {
+        LogInternal(Logger::sDefaultLogger, 3,
+                    "%1 is \"%2\", not a number: the configured log level %3 holds; set it to a "
+                    "number from 3 to 7",
+                    kLogLevelVariable, text, configured);
+        return;
+    }
+    Logger::sDefaultLogger->SetLevel(level);
+}
+
+// The system's timespec of a positive duration.
+timespec SpanOf(std::chrono::microseconds duration) {
+    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(duration);
+    timespec span{};
+    span.tv_sec = static_cast<time_t>(seconds.count());
+    span.tv_nsec = std::chrono::nanoseconds(duration - seconds).count();
+    return span;
+}
+
+// Blocks until SIGTERM or SIGINT arrives, feeding the watchdog twice in its period.
+void AwaitEndingSignal(const ServiceManager& serviceManager) {
+    const sigset_t ending = EndingSignals();
+    const std::chrono::microseconds period = serviceManager.GetWatchdogPeriod();
+    const timespec interval = SpanOf(period / 2);
+    const bool isWatched = period.count() > 0;
+    while (::sigtimedwait(&ending, nullptr, isWatched ? &interval : nullptr) < 0) {
+        if (errno != EAGAIN && errno != EINTR) {
+            throw IOException("Cannot wait for SIGTERM and SIGINT", errno);
+        }
+        if (isWatched) {
+            serviceManager.FeedWatchdog();
+        }
+    }
+}
+
+}  // namespace
+
+System::Scheduler& App::GetScheduler() {
+    if (replacement != nullptr) {
+        return *replacement;
+    }
+    // Never destroyed: its thread and its pool's threads run until the process ends.
+    static auto& scheduler =
+        *new System::Scheduler(System::GetThreadPool(), System::MonotonicClock());
+    return scheduler;
+}
+
+void App::Run() {
+    const ServiceManager serviceManager;
+    serviceManager.TellReady();
+    AwaitEndingSignal(serviceManager);
+    serviceManager.TellStopping();
+}
+
+void SetAppInfo(const AppInfo& info) { GetApp().info = info; }
+
+void InitApp(const Ref<Config>& config) {
+    // Each heap of the C library keeps what its threads once used. Hundreds of threads may come and
+    // go; with a heap for most of them the process would stay as large as its busiest moment.
+    (void)::mallopt(M_ARENA_MAX, 2);  // a refusal costs memory only
+    PrepareSignals();
+    SetLogLevel(*config);
+    GetApp().config = config;
+}
+
+App& GetApp() {
+    static auto& app = *new App;  // never destroyed: every thread may use it until the end
+    return app;
+}
+
+}  // namespace Pellmar::Service
+
+namespace Pellmar::System {
+
+void QuickExit(int status) { ::_exit(status); }
+
+}  // namespace Pellmar::System

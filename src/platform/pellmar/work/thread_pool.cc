@@ -1,0 +1,169 @@
+#include "platform/pellmar/work/thread_pool.h"
+
+#include "platform/pellmar/log/logger.h"
+
+#include <exception>
+#include <iterator>
+#include <utility>
+
+namespace Pellmar::System {
+
+ThreadPool::~ThreadPool() {
+    std::list<std::thread> ended;
+    {
+        Sys::MutexLock held(lock);
+        stopping = true;
+        tasks.clear();
+        wake.NotifyAll();
+        while (!threads.empty()) {
+            wake.Wait(lock);
+        }
+        ended.swap(finished);
+    }
+    for (std::thread& thread : ended) {
+        thread.join();
+    }
+}
+
+void ThreadPool::Run(Task task) {
+    std::list<std::thread> ended;
+    std::exception_ptr failure;
+    {
+        Sys::MutexLock held(lock);
+        ended.swap(finished);
+        tasks.push_back(std::move(task));
+        if (tasks.size() <= idleThreads || threads.size() >= kMaxPoolThreads) {
+            wake.NotifyOne();
+        } else if ((failure = Grow())) {
+            tasks.pop_back();
+        }
+    }
+    for (std::thread& thread : ended) {
+        thread.join();  // it has left the pool already and is about to end
+    }
+    if (failure) {
+        std::rethrow_exception(failure);
+    }
+}
+
+Ref<WorkQueue> ThreadPool::CreateWorkQueue(std::string_view name) {
+    return MakeRef<WorkQueue>(name, *this);
+}
+
+std::size_t ThreadPool::ThreadCount() const {
+    Sys::MutexLock held(lock);
+    return threads.size();
+}
+
+std::exception_ptr ThreadPool::Grow() {
+    const auto self = threads.emplace(threads.end());
+    try {
+        *self = std::thread([this, self] { WorkerMain(self); });
+        return nullptr;
+    } catch (const std::exception&) {
+        threads.erase(self);
+        return std::current_exception();
+    }
+}
+
+void ThreadPool::WorkerMain(std::list<std::thread>::iterator self) {
+    Task task;
+    while (TakeTask(task)) {
+        try {
+            task();
+        } catch (const std::exception& exception) {
+            Service::LogInternal(Service::Logger::sDefaultLogger, 3,
+                                 "A task of the pool failed: %1", exception.what());
+        } catch (...) {
+            Service::LogInternal(Service::Logger::sDefaultLogger, 3,
+                                 "A task of the pool failed with an unknown exception");
+        }
+        task = nullptr;
+    }
+    Sys::MutexLock held(lock);
+    finished.splice(finished.end(), threads, self);
+    wake.NotifyAll();
+}
+
+// False when the thread is to end: the pool stops, or there was nothing to do for kPoolIdleTime.
+bool ThreadPool::TakeTask(Task& task) {
+    const auto deadline = std::chrono::steady_clock::now() + kPoolIdleTime;
+    Sys::MutexLock held(lock);
+    ++idleThreads;
+    bool inTime = true;
+    while (tasks.empty() && !stopping && inTime) {
+        inTime = wake.WaitUntil(lock, deadline);
+    }
+    --idleThreads;
+    if (stopping || tasks.empty()) {
+        return false;
+    }
+    task = std::move(tasks.front());
+    tasks.pop_front();
+    return true;
+}
+
+void ThreadPool::Schedule(const Ref<WorkQueue>& queue) {
+    if (!TakePlace(queue)) {
+        return;
+    }
+    try {
+        Run([this, queue] { Drain(queue); });
+    } catch (const std::exception& exception) {
+        Service::LogInternal(Service::Logger::sDefaultLogger, 3,
+                             "Cannot start a thread for %1: %2. Its jobs run on the thread that "
+                             "submits them; raise the limit of threads",
+                             queue->GetName(), exception.what());
+        Drain(queue);
+    }
+}
+
+bool ThreadPool::TakePlace(const Ref<WorkQueue>& queue) {
+    bool boundIsNew = false;
+    {
+        Sys::MutexLock held(lock);
+        if (runningQueues < kMaxRunningQueues) {
+            ++runningQueues;
+            return true;
+        }
+        waitingQueues.push_back(queue);
+        boundIsNew = !std::exchange(boundWasLogged, true);
+    }
+    if (boundIsNew) {
+        Service::LogInternal(
+            Service::Logger::sDefaultLogger, 3,
+            "%1 work queues are running, the most at a time: further ones wait, %2 first",
+            kMaxRunningQueues, queue->GetName());
+    }
+    return false;
+}
+
+void ThreadPool::Drain(Ref<WorkQueue> queue) {
+    while (queue) {
+        const bool hasMore = queue->RunOne();
+        queue = HandOverPlace(hasMore ? std::move(queue) : Ref<WorkQueue>());
+    }
+}
+
+Ref<WorkQueue> ThreadPool::HandOverPlace(Ref<WorkQueue> unfinished) {
+    Sys::MutexLock held(lock);
+    if (waitingQueues.empty()) {
+        if (!unfinished) {
+            --runningQueues;
+        }
+        return unfinished;
+    }
+    Ref<WorkQueue> next = std::move(waitingQueues.front());
+    waitingQueues.pop_front();
+    if (unfinished) {
+        waitingQueues.push_back(std::move(unfinished));
+    }
+    return next;
+}
+
+ThreadPool& GetThreadPool() {
+    static ThreadPool* const pool = new ThreadPool;
+    return *pool;
+}
+
+}  // namespace Pellmar::System

@@ -1,0 +1,181 @@
+#include "platform/runtime/values/localizer.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <span>
+#include <utility>
+
+namespace Quon::L10n {
+
+struct CatalogueRow {
+    std::string_view id;
+    std::string_view text;
+};
+
+struct Catalogue {
+    std::string_view locale;
+    std::span<const CatalogueRow> rows;
+};
+
+namespace {
+
+// Every message of the runtime.
+constexpr CatalogueRow kEnglishRows[] = {
+    // Requests that the transport turns away
+    {"quon.invalid.request",
+     "The request cannot be served. Send it with POST, with the content type application/json and "
+     "no other, and with one JSON-RPC 2.0 request object as its whole body."},
+    {"quon.invalid.content.type",
+     "The content type \"%1\" is not served. Send the request with the content type "
+     "application/json."},
+    {"quon.request.exceeds.max.size",
+     "The request is larger than this server accepts. Ask for less in one request, for example "
+     "with fewer names."},
+    {"quon.recv.failed", "Receiving from the client failed: %1. The connection is closed."},
+    {"quon.send.failed", "Sending to the client failed: %1. The connection is closed."},
+    // Requests that cannot be read
+    {"quon.request.not.json",
+     "The request is not JSON: at line %1, column %2, %3. Send one JSON-RPC 2.0 request object."},
+    {"quon.request.not.an.object",
+     "The request is not a JSON object. Send one JSON-RPC 2.0 request object; batches are not "
+     "served."},
+    {"quon.request.version",
+     "The request does not say that it is JSON-RPC 2.0. Add the member \"jsonrpc\": \"2.0\"."},
+    {"quon.request.method",
+     "The request names no operation. Add the member \"method\", a string of the service, a dot "
+     "and the operation."},
+    {"quon.request.method.too.long",
+     "The member \"method\" is longer than %1 bytes. Check the name of the operation."},
+    {"quon.request.id",
+     "The request has no id to answer to. Add the member \"id\", a string or a number."},
+    {"quon.request.id.too.long",
+     "The member \"id\" is longer than %1 bytes. Send a shorter string or number."},
+    {"quon.request.params",
+     "The member \"params\" is not an object. Give the parameters by their names, or leave "
+     "\"params\" out when there are none."},
+    // Calls that are turned away
+    {"quon.operation.not.found",
+     "There is no operation \"%1\". Check the method of the request; the introspection services "
+     "list every operation."},
+    {"quon.unauthenticated",
+     "This call needs a valid token. Send one in the header \"Authorization: Bearer TOKEN\"; the "
+     "server's log says why a token was refused."},
+    {"quon.unauthorized",
+     "The operation \"%1\" needs the privilege \"%2\", which the token does not grant. Ask the "
+     "issuer of the token for it."},
+    // Parameters that do not fit
+    {"quon.member.missing", "The member \"%1\" is missing. Add it; it is %2."},
+    {"quon.member.unknown",
+     "There is no member \"%1\" here. Leave it out, or check its name; known are: %2."},
+    {"quon.member.type", "The member \"%1\" must be %2, and not %3."},
+    {"quon.member.text", "The member \"%1\" must be one of these: %2."},
+    {"quon.member.datetime",
+     "The member \"%1\" is not a date-time: %2. Write it like 2024-02-29T12:30:00.000Z."},
+    // Metadata
+    {"quon.metadata.not.found",
+     "Nothing is known of \"%1\" here. The operation \"list\" of this service gives what there "
+     "is."},
+    {"quon.metadata.file.unusable",
+     "The metadata file %1 cannot be used: %2 Correct it, or install it again."},
+    {"quon.metadata.unreadable", "It cannot be read to its end."},
+    {"quon.metadata.not.json", "It is not a JSON object that can be used: %1."},
+    {"quon.metadata.too.long", "It is longer than %1 bytes."},
+    {"quon.metadata.other.package", "It is that of the package %1, where %2 is wanted."},
+    {"quon.metadata.repeated.id", "Two of its %1 have the id \"%2\"."},
+    {"quon.metadata.no.schemes", "It gives no authentication schemes for the operation %1."},
+    {"quon.metadata.privileges.conflict",
+     "It gives the privileges of the operation %1 twice, or for an operation that is open to all."},
+    // Failures of the server
+    {"quon.operation.failed",
+     "The operation \"%1\" failed. Try again; if it happens once more, report it together with the "
+     "server's log, which says why."},
+    {"quon.operation.without.result",
+     "The operation ended without a result. Try again; if it happens once more, report it together "
+     "with the server's log."},
+    {"quon.internal.error",
+     "The server failed to answer the call. Try again; if it happens once more, report it together "
+     "with the server's log."},
+};
+
+// The first is the default.
+constexpr Catalogue kCatalogues[] = {{"en_US", kEnglishRows}};
+
+const Catalogue& FindCatalogue(const std::vector<std::string>& locales) {
+    for (const std::string& locale : locales) {
+        for (const Catalogue& catalogue : kCatalogues) {
+            if (catalogue.locale == locale) {
+                return catalogue;
+            }
+        }
+    }
+    return kCatalogues[0];
+}
+
+// The text of the message, or the identifier when there is none.
+std::string_view FindText(const Catalogue& catalogue, std::string_view id) {
+    const auto found = std::find_if(catalogue.rows.begin(), catalogue.rows.end(),
+                                    [id](const CatalogueRow& row) { return row.id == id; });
+    return found == catalogue.rows.end() ? id : found->text;
+}
+
+constexpr std::size_t kMaxArguments = 4;
+
+void Cut(std::string& argument) {
+    if (argument.size() <= kMaxArgumentBytes) {
+        return;
+    }
+    std::size_t end = kMaxArgumentBytes;
+    constexpr std::size_t kLongestTail = 3;  // continuation bytes of one character
+    while (end > kMaxArgumentBytes - kLongestTail &&
+           (static_cast<unsigned char>(argument[end]) & 0xC0) == 0x80) {
+        --end;
+    }
+    argument.resize(end);
+    argument += "...";
+}
+
+std::string Fill(std::string_view text, const std::vector<std::string>& args) {
+    std::string filled;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const bool isMark = text[i] == '%' && i + 1 < text.size() && text[i + 1] >= '1';
+        const auto index = isMark ? static_cast<std::size_t>(text[i + 1] - '1') : kMaxArguments;
+        if (index < kMaxArguments && index < args.size()) {
+            filled += args[index];
+            ++i;
+        } else {
+            filled += text[i];
+        }
+    }
+    return filled;
+}
+
+}  // namespace
+
+Data::DataValue ToData(const LocalizableMessage& message) {
+    Data::ListValue args;
+    args.reserve(message.args.size());
+    for (const std::string& arg : message.args) {
+        args.emplace_back(arg);
+    }
+    Data::StructureValue structure("com.korvex.quon.std.localizable_message");
+    structure.Add("id", Data::DataValue(message.id));
+    structure.Add("defaultMessage", Data::DataValue(message.defaultMessage));
+    structure.Add("args", Data::DataValue(std::move(args)));
+    return Data::DataValue(std::move(structure));
+}
+
+Localizer::Localizer(const std::vector<std::string>& locales)
+    : catalogue(&FindCatalogue(locales)) {}
+
+LocalizableMessage Localizer::Localize(std::string_view id, std::vector<std::string> args) const {
+    std::for_each(args.begin(), args.end(), Cut);
+    std::string text = Fill(FindText(*catalogue, id), args);
+    return {std::string(id), std::move(text), std::move(args)};
+}
+
+LocalizableMessage MakeMessage(std::string_view id, std::vector<std::string> args) {
+    static const Localizer sDefault({"en_US"});
+    return sDefault.Localize(id, std::move(args));
+}
+
+}  // namespace Quon::L10n

@@ -1,0 +1,300 @@
+// The HTTP service over real connections: what it does with clients that are slow, silent, gone or
+// greedy, and with handlers that fail. Its times are cut short, so that nothing waits for long.
+#include "platform/pellmar/http/http_service.h"
+
+#include "platform/pellmar/exceptions.h"
+#include "platform/pellmar/http/http_limits.h"
+#include "platform/pellmar/http/http_service_impl.h"
+#include "platform/pellmar/system/system_factory.h"
+#include "platform/pellmar/work/thread_pool.h"
+#include "support/captured_log.h"
+#include "support/http_client.h"
+#include "support/network_namespace.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <future>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <utility>
+
+namespace {
+
+using namespace std::chrono_literals;
+
+using Pellmar::MakeRef;
+using Pellmar::Ref;
+using Pellmar::Http::HttpService;
+using Pellmar::Http::HttpTimes;
+using Pellmar::Http::Request;
+using Pellmar::Http::Response;
+using Pellmar::Http::ResponseCode;
+using Pellmar::Service::Logger;
+using Test::CapturedLog;
+using Test::HttpResponse;
+using Test::RawConnection;
+
+using PostHandler = std::function<void(const Ref<Request>&, const Ref<Response>&)>;
+
+class Handler : public Pellmar::Http::RequestHandlerMixin, public Pellmar::ObjectImpl {
+  public:
+    explicit Handler(PostHandler onPost) : onPost(std::move(onPost)) {}
+    void HandlePost(const Ref<Request>& request, const Ref<Response>& response) override {
+        onPost(request, response);
+    }
+
+  private:
+    const PostHandler onPost;
+};
+
+std::string ReadWholeBody(const Ref<Request>& request) {
+    std::string body;
+    char chunk[7];
+    for (int count = 0; (count = request->ReadBody(chunk, sizeof(chunk))) >= 0;) {
+        body.append(chunk, static_cast<std::size_t>(count));
+    }
+    return body;
+}
+
+void ReadAndAnswer(const Ref<Request>& request, const Ref<Response>& response) {
+    (void)ReadWholeBody(request);
+    response->SetStatus(ResponseCode::Ok);
+    response->Complete();
+}
+
+class RunningService {
+  public:
+    explicit RunningService(PostHandler onPost, const HttpTimes& times = {}) {
+        Test::EnterNetworkNamespace();
+        const auto socket = Pellmar::System::SystemFactory::CreateServerSocket();
+        socket->BindAndListen("127.0.0.1", Test::kIntakePort);
+        service = CreateHttpSvc(socket, Logger::CreateLogger(Logger::sDefaultLogger, "Http"),
+                                Pellmar::Http::GetDefaultResponseHeadersDefinitions(), times);
+        service->SetHandler(MakeRef<Handler>(std::move(onPost)));
+        service->Start();
+    }
+    ~RunningService() { service->Stop(); }
+    RunningService(const RunningService&) = delete;
+    RunningService& operator=(const RunningService&) = delete;
+
+    void Stop() { service->Stop(); }
+
+  private:
+    Ref<HttpService> service;
+};
+
+const char* const kUnfinishedPost = "POST /cpu HTTP/1.1\r\nContent-Length: 10\r\n\r\nabc";
+const char* const kEmptyPost = "POST /cpu HTTP/1.1\r\nContent-Length: 0\r\n\r\n";
+
+TEST(HttpService, GivesTheWholeBodyAndKeepsTheConnection) {
+    std::promise<std::string> body;
+    const RunningService running([&](const auto& request, const auto& response) {
+        body.set_value(ReadWholeBody(request));
+        response->SetStatus(ResponseCode::Ok);
+        response->Complete();
+    });
+    RawConnection client;
+    ASSERT_TRUE(client.Send(kUnfinishedPost));
+    ASSERT_TRUE(client.Send("defghij"));
+    const std::optional<HttpResponse> answer = client.ReadResponse();
+    ASSERT_TRUE(answer);
+    EXPECT_EQ(answer->status, 200);
+    EXPECT_EQ(answer->Field("Content-Length"), "0");
+    EXPECT_EQ(answer->Field("Cache-Control"), "no-store");
+    EXPECT_NE(answer->Field("Date"), "");
+    EXPECT_FALSE(answer->ClosesConnection());
+    EXPECT_EQ(body.get_future().get(), "abcdefghij");
+}
+
+struct SlowBody {
+    const char* name;
+    HttpTimes times;
+    const char* reason;
+};
+
+class SlowBodies : public testing::TestWithParam<SlowBody> {};
+
+TEST_P(SlowBodies, AreAnsweredWith408) {
+    const CapturedLog log;
+    const RunningService running(ReadAndAnswer, GetParam().times);
+    RawConnection client;
+    ASSERT_TRUE(client.Send(kUnfinishedPost));
+    const std::optional<HttpResponse> answer = client.ReadResponse();
+    ASSERT_TRUE(answer);
+    EXPECT_EQ(answer->status, 408);
+    EXPECT_TRUE(answer->ClosesConnection());
+    EXPECT_EQ(client.ReadUntilClosed(), "");
+    EXPECT_TRUE(
+        log.WaitFor(std::string("3 Http: POST /cpu failed: the body of /cpu is incomplete, 7 "
+                                "of 10 bytes are missing: ") +
+                    GetParam().reason));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    HttpService, SlowBodies,
+    testing::Values(
+        SlowBody{"stalls", {.bodyStall = 1ms, .linger = 1ms}, "the client sends nothing any more"},
+        SlowBody{"takesTooLong", {.body = 1ms, .linger = 1ms}, "the client takes too long"}),
+    [](const auto& row) { return row.param.name; });
+
+TEST(HttpService, AnswersNothingWhenTheBodyEndsEarly) {
+    const CapturedLog log;
+    const RunningService running(ReadAndAnswer);
+    RawConnection client;
+    ASSERT_TRUE(client.Send(kUnfinishedPost));
+    client.FinishSending();
+    EXPECT_EQ(client.ReadUntilClosed(), "");
+    EXPECT_TRUE(log.WaitFor("7 of 10 bytes are missing: the client ended the connection"));
+}
+
+TEST(HttpService, ClosesAKeptConnectionThatStaysIdle) {
+    const RunningService running(ReadAndAnswer, {.kept = 1ms});
+    RawConnection client;
+    ASSERT_TRUE(client.Send(kEmptyPost));
+    EXPECT_EQ(client.ReadResponse()->status, 200);
+    EXPECT_EQ(client.ReadUntilClosed(), "");
+}
+
+TEST(HttpService, ClosesAConnectionWhoseHeadIsNotFinished) {
+    const RunningService running(ReadAndAnswer, {.head = 1ms});
+    for (const char* bytes : {"", "POST /cpu HT"}) {
+        RawConnection client;
+        (void)client.Send(bytes);  // the service may have closed already
+        EXPECT_EQ(client.ReadUntilClosed(), "") << bytes;
+    }
+}
+
+TEST(HttpService, CutsAClientThatTakesNoAnswers) {
+    const RunningService running(ReadAndAnswer, {.send = 1ms});
+    RawConnection client;
+    std::string many;
+    for (int count = 0; count < 1000; ++count) {
+        many += kEmptyPost;
+    }
+    while (client.Send(many)) {
+    }
+    RawConnection other;
+    ASSERT_TRUE(other.Send(kEmptyPost));
+    EXPECT_EQ(other.ReadResponse()->status, 200);
+}
+
+struct Ending {
+    const char* name;
+    PostHandler onPost;
+    int status;
+    const char* line;  // that must be logged; empty: none
+};
+
+class Endings : public testing::TestWithParam<Ending> {};
+
+TEST_P(Endings, StillAnswer) {
+    const CapturedLog log;
+    const RunningService running(GetParam().onPost);
+    RawConnection client;
+    ASSERT_TRUE(client.Send(kEmptyPost));
+    const std::optional<HttpResponse> answer = client.ReadResponse();
+    ASSERT_TRUE(answer);
+    EXPECT_EQ(answer->status, GetParam().status);
+    EXPECT_FALSE(answer->ClosesConnection());
+    if (*GetParam().line != '\0') {
+        EXPECT_TRUE(log.WaitFor(GetParam().line));
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    HttpService, Endings,
+    testing::Values(
+        Ending{"releasedWithoutStatus", [](const auto&, const auto&) {}, 500, ""},
+        Ending{"releasedWithStatus",
+               [](const auto&, const auto& response) {
+                   response->SetStatus(ResponseCode::PartialContent);
+               },
+               206, ""},
+        Ending{"exceptionLeavesTheHandler",
+               [](const auto&, const auto&) { throw std::runtime_error("out of luck"); }, 500,
+               "3 Http: POST /cpu failed: out of luck"},
+        Ending{"somethingElseLeavesTheHandler", [](const auto&, const auto&) { throw 1; }, 500,
+               "3 Http: POST /cpu failed with an unknown exception"},
+        Ending{"exceptionAfterTheAnswer",
+               [](const auto&, const auto& response) {
+                   response->Reply(ResponseCode::Ok);
+                   throw std::runtime_error("too late");
+               },
+               200, "3 Http: POST /cpu failed: too late"},
+        Ending{"answeredTwice",
+               [](const auto&, const auto& response) {
+                   response->Reply(ResponseCode::BadRequest);
+                   response->Complete();
+               },
+               400, ""}),
+    [](const auto& row) { return row.param.name; });
+
+TEST(HttpService, NeverTakesARequestOutOfARefusedBody) {
+    int calls = 0;
+    const RunningService running([&](const auto&, const auto& response) {
+        ++calls;
+        response->Reply(ResponseCode::BadRequest);
+    });
+    const std::string hidden = kEmptyPost;
+    RawConnection client;
+    ASSERT_TRUE(client.Send("POST /cpu HTTP/1.1\r\nContent-Length: " +
+                            std::to_string(hidden.size()) + "\r\n\r\n" + hidden));
+    EXPECT_TRUE(client.ReadResponse()->ClosesConnection());
+    client.FinishSending();
+    EXPECT_EQ(client.ReadUntilClosed(), "");
+    EXPECT_EQ(calls, 1);
+}
+
+TEST(HttpService, EndsWhatItLingersOn) {
+    const RunningService running(ReadAndAnswer, {.linger = 1ms});
+    RawConnection client;
+    ASSERT_TRUE(client.Send("rubbish\r\n\r\n"));
+    EXPECT_EQ(client.ReadResponse()->status, 400);
+    while (client.Send("more rubbish")) {  // until the connection is cut
+    }
+}
+
+TEST(HttpService, ServesAQueueWhoseClientStallsAsideFromOthers) {
+    const auto queue = Pellmar::System::GetThreadPool().CreateWorkQueue("stalled");
+    const RunningService running([&](const auto& request, const auto& response) {
+        if (request->GetUrl() == "/stalled") {
+            queue->Submit([request, response] { ReadAndAnswer(request, response); });
+        } else {
+            ReadAndAnswer(request, response);
+        }
+    });
+    const std::string stalledHead = "POST /stalled HTTP/1.1\r\nContent-Length: 3\r\n\r\n";
+    RawConnection first;
+    RawConnection second;
+    ASSERT_TRUE(first.Send(stalledHead));
+    ASSERT_TRUE(second.Send(stalledHead + "abc"));
+    for (int count = 0; count < 100; ++count) {
+        RawConnection other;
+        ASSERT_TRUE(other.Send(kUnfinishedPost + std::string("defghij")));
+        ASSERT_EQ(other.ReadResponse()->status, 200);
+    }
+    ASSERT_TRUE(first.Send("abc"));
+    EXPECT_EQ(first.ReadResponse()->status, 200);
+    EXPECT_EQ(second.ReadResponse()->status, 200);
+}
+
+TEST(HttpService, StopsWhileAClientStalls) {
+    std::promise<void> begun;
+    RunningService running(
+        [&](const auto& request, const auto& response) {
+            begun.set_value();
+            ReadAndAnswer(request, response);
+        },
+        {.stop = 10ms});
+    RawConnection idle;
+    RawConnection stalled;
+    ASSERT_TRUE(stalled.Send(kUnfinishedPost));
+    begun.get_future().wait();
+    running.Stop();
+    EXPECT_EQ(idle.ReadUntilClosed(), "");
+    EXPECT_EQ(stalled.ReadUntilClosed(), "");
+}
+
+}  // namespace

@@ -1,0 +1,262 @@
+// Lines as they reach pipes, sockets, terminals and files, and what happens when these take
+// nothing.
+#include "platform/pellmar/log/log_sink.h"
+
+#include "support/temporary_directory.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <array>
+#include <csignal>
+#include <cstdlib>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace Pellmar::Service {
+namespace {
+
+using Test::TemporaryDirectory;
+using testing::HasSubstr;
+using testing::MatchesRegex;
+
+constexpr const char* kNoticeOf2 =
+    "<3>sentrel: Log lines dropped because standard error did not take them: 2\n";
+
+// The two ends of a pipe or a pair of sockets; what arrives is read without waiting.
+struct Channel {
+    Sys::OwnedFd reader;
+    Sys::OwnedFd writer;
+
+    static Channel Pipe() {
+        std::array<int, 2> ends{};
+        if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
+            throw std::runtime_error("pipe2");
+        }
+        return {Sys::OwnedFd(ends[0]), Sys::OwnedFd(ends[1])};
+    }
+
+    static Channel SocketPair() {
+        std::array<int, 2> ends{};
+        if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0) {
+            throw std::runtime_error("socketpair");
+        }
+        return {Sys::OwnedFd(ends[0]), Sys::OwnedFd(ends[1])};
+    }
+
+    std::string Drain() const {
+        (void)::fcntl(reader.Get(), F_SETFL, O_NONBLOCK);  // a failure shows as a hanging test
+        std::string text;
+        std::array<char, 65536> piece;
+        ssize_t count = 0;
+        while ((count = ::read(reader.Get(), piece.data(), piece.size())) > 0) {
+            text.append(piece.data(), static_cast<std::size_t>(count));
+        }
+        return text;
+    }
+};
+
+// "DEVICE:INODE" of what is open, as the journal announces its stream.
+std::string StreamName(int descriptor) {
+    struct stat status {};
+    EXPECT_EQ(::fstat(descriptor, &status), 0);
+    return std::to_string(status.st_dev) + ":" + std::to_string(status.st_ino);
+}
+
+// In the journal's form, whose lines hold no time.
+struct JournalSink : LogSink {
+    explicit JournalSink(const Sys::OwnedFd& writer)
+        : LogSink(writer.Get(), StreamName(writer.Get())) {}
+};
+
+// Writes lines until one is dropped, and forgets the reader's side of them.
+void Fill(LogSink& sink, const Channel& channel, std::string_view lastLine) {
+    const std::string line(1000, 'f');
+    for (int i = 0; i < 2000; ++i) {
+        sink.Write(5, "filler", line);
+    }
+    sink.Write(5, "last", lastLine);
+    EXPECT_THAT(channel.Drain(), testing::Not(HasSubstr(std::string(lastLine))));
+}
+
+class LogSinkTest : public testing::Test {
+  protected:
+    void SetUp() override { previous = std::signal(SIGPIPE, SIG_IGN); }
+    void TearDown() override { std::signal(SIGPIPE, previous); }
+
+  private:
+    void (*previous)(int) = SIG_DFL;
+};
+
+TEST_F(LogSinkTest, WritesTimeLevelNameAndMessage) {
+    const Channel pipe = Channel::Pipe();
+    LogSink sink(pipe.writer.Get(), "");
+    sink.Write(6, "Plugin", "text");
+    EXPECT_THAT(pipe.Drain(),
+                MatchesRegex("[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}\\.[0-9]{3}Z "
+                             "6 Plugin: text\n"));
+}
+
+TEST_F(LogSinkTest, WritesTheJournalsFormToTheJournalOnly) {
+    const Channel pipe = Channel::Pipe();
+    const Channel other = Channel::Pipe();
+    const std::string name = StreamName(pipe.writer.Get());
+    const struct {
+        const char* name;
+        std::string journalStream;
+        int level;
+        const char* start;
+    } rows[] = {
+        {"its stream", name, 5, "<5>n: m\n"},
+        {"level above debug", name, 9, "<7>n: m\n"},
+        {"level below emergency", name, -1, "<0>n: m\n"},
+        {"stream of a parent", StreamName(other.writer.Get()), 5, "2"},
+        {"no stream", "", 5, "2"},
+        {"prefix of its name", name.substr(0, name.size() - 1), 5, "2"},
+        {"nonsense", ":", 5, "2"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        LogSink sink(pipe.writer.Get(), row.journalStream);
+        sink.Write(row.level, "n", "m");
+        EXPECT_THAT(pipe.Drain(), testing::StartsWith(row.start));
+    }
+}
+
+TEST_F(LogSinkTest, DropsWhatAFullPipeOrSocketDoesNotTakeAndSaysSo) {
+    for (const bool isPipe : {true, false}) {
+        SCOPED_TRACE(isPipe ? "pipe" : "socket");
+        const Channel channel = isPipe ? Channel::Pipe() : Channel::SocketPair();
+        JournalSink sink(channel.writer);
+        Fill(sink, channel, "lost");
+        sink.Write(5, "n", "first that passes");
+        const std::string text = channel.Drain();
+        EXPECT_THAT(text, HasSubstr("<3>sentrel: Log lines dropped because standard error did not "
+                                    "take them: "));
+        EXPECT_THAT(text, testing::EndsWith("\n<5>n: first that passes\n"));
+
+        sink.Write(5, "n", "second");
+        EXPECT_EQ(channel.Drain(), "<5>n: second\n");
+    }
+}
+
+TEST_F(LogSinkTest, LeavesThePipeOfOthersBlocking) {
+    const Channel pipe = Channel::Pipe();
+    JournalSink sink(pipe.writer);
+    sink.Write(5, "n", "m");
+    EXPECT_EQ(::fcntl(pipe.writer.Get(), F_GETFL) & O_NONBLOCK, 0);
+}
+
+TEST_F(LogSinkTest, BeginsAFreshLineAfterACutOne) {
+    for (const bool isPipe : {true, false}) {
+        SCOPED_TRACE(isPipe ? "pipe" : "socket");
+        const Channel channel = isPipe ? Channel::Pipe() : Channel::SocketPair();
+        JournalSink sink(channel.writer);
+        sink.Write(5, "n", std::string(4'000'000, 'x'));
+        sink.Write(5, "n", "finds no room");
+        const std::string cut = channel.Drain();
+        ASSERT_THAT(cut, testing::StartsWith("<5>n: xxx"));
+        ASSERT_EQ(cut.back(), 'x');
+
+        sink.Write(5, "n", "whole");
+        EXPECT_EQ(channel.Drain(), std::string("\n") + kNoticeOf2 + "<5>n: whole\n");
+    }
+}
+
+TEST_F(LogSinkTest, OutlivesItsReaderAndTellsTheNextOne) {
+    const TemporaryDirectory directory;
+    const std::string path = directory.Path() + "fifo";
+    ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0);
+    Channel fifo;
+    fifo.reader.Reset(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    fifo.writer.Reset(::open(path.c_str(), O_WRONLY | O_CLOEXEC));
+    JournalSink sink(fifo.writer);
+    fifo.reader.Reset();
+    sink.Write(5, "n", "nobody");
+    sink.Write(5, "n", "reads");
+
+    fifo.reader.Reset(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    sink.Write(5, "n", "again");
+    EXPECT_EQ(fifo.Drain(), std::string(kNoticeOf2) + "<5>n: again\n");
+}
+
+TEST_F(LogSinkTest, DoesNotBlockOnAPipeThatCannotBeOpenedOnceMore) {
+    Channel pipe = Channel::Pipe();
+    pipe.reader.Reset();  // without a reader, opening for writing fails
+    JournalSink sink(pipe.writer);
+    const std::string path = "/proc/self/fd/" + std::to_string(pipe.writer.Get());
+    pipe.reader.Reset(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    ASSERT_TRUE(pipe.reader.IsOpen());
+
+    sink.Write(5, "n", "fits");
+    EXPECT_EQ(pipe.Drain(), "<5>n: fits\n");
+    Fill(sink, pipe, "lost");
+    sink.Write(5, "n", std::string(100'000, 'x'));
+    EXPECT_THAT(pipe.Drain(), HasSubstr("<5>n: xxx"));
+    sink.Write(5, "n", "after a cut line");
+    EXPECT_THAT(pipe.Drain(), testing::EndsWith("\n<5>n: after a cut line\n"));
+}
+
+TEST_F(LogSinkTest, DoesNotBlockOnATerminalThatNobodyReads) {
+    const Sys::OwnedFd master(::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC));
+    ASSERT_TRUE(master.IsOpen());
+    ASSERT_EQ(::grantpt(master.Get()), 0);
+    ASSERT_EQ(::unlockpt(master.Get()), 0);
+    std::array<char, 64> name{};
+    ASSERT_EQ(::ptsname_r(master.Get(), name.data(), name.size()), 0);
+    const Sys::OwnedFd terminal(::open(name.data(), O_RDWR | O_NOCTTY | O_CLOEXEC));
+    ASSERT_TRUE(terminal.IsOpen());
+
+    LogSink sink(terminal.Get(), "");
+    for (int i = 0; i < 1000; ++i) {  // far more than the terminal keeps
+        sink.Write(5, "n", std::string(1000, 'x'));
+    }
+    EXPECT_EQ(::fcntl(terminal.Get(), F_GETFL) & O_NONBLOCK, 0);
+}
+
+TEST_F(LogSinkTest, SurvivesADescriptorThatTakesNothing) {
+    const Sys::OwnedFd full(::open("/dev/full", O_WRONLY | O_CLOEXEC));
+    for (const int descriptor : {full.Get(), -1}) {
+        LogSink sink(descriptor, "");
+        sink.Write(5, "n", "m");
+        sink.Write(5, "n", "m");
+    }
+}
+
+TEST_F(LogSinkTest, KeepsLinesOfManyThreadsApart) {
+    constexpr int kThreads = 8;
+    constexpr int kLines = 200;
+    const TemporaryDirectory directory;
+    const std::string path = directory.Path() + "log";
+    Channel file;
+    file.writer.Reset(::open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
+    file.reader.Reset(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    JournalSink sink(file.writer);
+    std::vector<std::thread> threads;
+    for (int i = 0; i < kThreads; ++i) {
+        threads.emplace_back([&sink] {
+            for (int line = 0; line < kLines; ++line) {
+                sink.Write(5, "n", "message");
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    std::string expected;
+    for (int i = 0; i < kThreads * kLines; ++i) {
+        expected += "<5>n: message\n";
+    }
+    EXPECT_EQ(file.Drain(), expected);
+}
+
+}  // namespace
+}  // namespace Pellmar::Service

@@ -1,0 +1,327 @@
+// Handles, listings, links and new files on real directories.
+#include "platform/pellmar/system/file.h"
+
+#include "platform/pellmar/exceptions.h"
+#include "platform/pellmar/system/system_factory.h"
+#include "support/captured_log.h"
+#include "support/temporary_directory.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace Pellmar::System {
+namespace {
+
+namespace fs = std::filesystem;
+using Test::CapturedLog;
+using Test::TemporaryDirectory;
+using testing::AllOf;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+void WriteText(const std::string& path, std::string_view text) {
+    std::ofstream(path, std::ios::binary) << text;
+}
+
+std::string TextOf(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+template <typename Action>
+std::string IOExceptionOf(const Action& action) {
+    try {
+        action();
+    } catch (const IOException& exception) {
+        return exception.what();
+    }
+    return "no IOException";
+}
+
+class FileTest : public testing::Test {
+  protected:
+    Ref<File> At(const std::string& name) const { return SystemFactory::GetFile(In(name)); }
+    std::string In(const std::string& name) const { return directory.Path() + name; }
+    std::vector<std::string> ListedNames(int limit) const {
+        std::vector<std::string> names;
+        for (const Ref<File>& entry : SystemFactory::GetFile(directory.Path())->List(limit)) {
+            names.emplace_back(entry->GetName());
+        }
+        return names;
+    }
+
+    TemporaryDirectory directory;
+};
+
+TEST(File, NamesTheLastComponent) {
+    const struct {
+        const char* path;
+        const char* name;
+    } rows[] = {
+        {"/a/b/cpu-0.json", "cpu-0.json"},
+        {"cpu", "cpu"},
+        {"/cpu", "cpu"},
+        {"./reports/", "reports"},
+        {"/a//", "a"},
+        {"/", "/"},
+        {"", ""},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(File(row.path).GetName(), row.name) << row.path;
+    }
+}
+
+TEST_F(FileTest, TellsWhatStandsAtAPath) {
+    WriteText(In("file"), "");
+    fs::create_directory(In("folder"));
+    fs::create_symlink("folder", In("folder-link"));
+    fs::create_symlink("file", In("file-link"));
+    fs::create_symlink("nowhere", In("broken-link"));
+    fs::create_symlink("loop", In("loop"));
+    ASSERT_EQ(::mkfifo(In("fifo").c_str(), 0600), 0);
+    const struct {
+        const char* name;
+        bool exists;
+        bool isDirectory;
+        bool isSymbolicLink;
+    } rows[] = {{"file", true, false, false},       {"folder", true, true, false},
+                {"folder-link", true, true, true},  {"file-link", true, false, true},
+                {"broken-link", true, false, true}, {"loop", true, false, true},
+                {"fifo", true, false, false},       {"nothing", false, false, false},
+                {"file/below", false, false, false}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        EXPECT_EQ(At(row.name)->Exists(), row.exists);
+        EXPECT_EQ(At(row.name)->IsDirectory(), row.isDirectory);
+        EXPECT_EQ(At(row.name)->IsSymbolicLink(), row.isSymbolicLink);
+    }
+    EXPECT_FALSE(SystemFactory::GetFile("")->IsDirectory());
+}
+
+TEST_F(FileTest, ListsInByteOrderWithoutDescending) {
+    fs::create_directory(In("b"));
+    for (const char* name : {"b/inner", "a", "B", ".hidden", "\xff", "a-1", "a.b"}) {
+        WriteText(In(name), "");
+    }
+    fs::create_symlink("nowhere", In("link"));
+    EXPECT_THAT(ListedNames(-1),
+                ElementsAre(".hidden", "B", "a", "a-1", "a.b", "b", "link", "\xff"));
+    EXPECT_THAT(ListedNames(2), ElementsAre(".hidden", "B"));
+    EXPECT_THAT(ListedNames(0), IsEmpty());
+}
+
+TEST_F(FileTest, GivesEntriesPathsBelowTheDirectory) {
+    WriteText(In("entry"), "");
+    const std::string withoutSlash = directory.Path().substr(0, directory.Path().size() - 1);
+    for (const std::string& path : {withoutSlash, directory.Path()}) {
+        const auto entries = SystemFactory::GetFile(path)->List(-1);
+        ASSERT_EQ(entries.size(), 1u);
+        EXPECT_EQ(entries[0]->GetPath(), In("entry"));
+        EXPECT_EQ(entries[0]->ToString(), In("entry"));
+    }
+}
+
+TEST_F(FileTest, ThrowsWhenADirectoryCannotBeListed) {
+    WriteText(In("file"), "");
+    EXPECT_THAT(IOExceptionOf([&] { At("missing")->List(-1); }),
+                AllOf(HasSubstr(In("missing")), HasSubstr("No such file or directory")));
+    EXPECT_THAT(IOExceptionOf([&] { At("file")->List(-1); }), HasSubstr("Not a directory"));
+}
+
+TEST_F(FileTest, RenamesOverAFile) {
+    WriteText(In("new"), "new");
+    WriteText(In("old"), "old");
+    const Ref<File> renamed = At("new")->Rename(In("old"));
+    ASSERT_TRUE(renamed);
+    EXPECT_EQ(renamed->GetPath(), In("old"));
+    EXPECT_EQ(TextOf(In("old")), "new");
+    EXPECT_FALSE(At("new")->Exists());
+}
+
+TEST_F(FileTest, GivesNoHandleAndTheReasonWhenARenameFails) {
+    const CapturedLog log;
+    WriteText(In("file"), "");
+    fs::create_directory(In("folder"));
+    EXPECT_FALSE(At("missing")->Rename(In("other")));
+    EXPECT_FALSE(At("file")->Rename(In("folder")));
+    EXPECT_TRUE(At("file")->Exists());
+    EXPECT_THAT(log.Lines(),
+                ElementsAre("3 sentrel: Cannot rename " + In("missing") + " to " + In("other") +
+                                ": No such file or directory; make the directory that is missing",
+                            "3 sentrel: Cannot rename " + In("file") + " to " + In("folder") +
+                                ": Is a directory; remove what stands there"));
+}
+
+TEST_F(FileTest, MakesALinkWhoseTargetIsThePathAsWritten) {
+    SystemFactory::GetFile("./reports/cpu-0.json")->CreateSymbolicLink(In("cpu.json"), 1);
+    EXPECT_EQ(fs::read_symlink(In("cpu.json")), "./reports/cpu-0.json");
+}
+
+TEST_F(FileTest, LogsALinkThatCannotBeMade) {
+    const CapturedLog log;
+    WriteText(In("cpu.json"), "kept");
+    At("cpu-0.json")->CreateSymbolicLink(In("cpu.json"), 1);
+    EXPECT_THAT(log.Lines(),
+                ElementsAre("3 sentrel: Cannot make the symbolic link " + In("cpu.json") + " to " +
+                            In("cpu-0.json") + ": File exists; remove what stands there"));
+    EXPECT_EQ(TextOf(In("cpu.json")), "kept");
+}
+
+TEST_F(FileTest, WritesPiecesOfAnySize) {
+    const struct {
+        const char* name;
+        std::vector<std::size_t> pieces;
+    } rows[] = {
+        {"nothing", {}},
+        {"empty pieces", {0, 0}},
+        {"small ones", {300, 1, 511}},
+        {"exactly gathered", {65535, 1, 1}},
+        {"one over", {65535, 2}},
+        {"a large one after small ones", {10, 65536, 10, 1000000}},
+        {"many", std::vector<std::size_t>(2000, 512)},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        std::string expected;
+        const auto writer = SystemFactory::CreateFileWriter(In("file"), 0);
+        for (const std::size_t size : row.pieces) {
+            std::string piece(size, '\0');
+            for (char& byte : piece) {
+                byte = static_cast<char>(expected.size() % 251);
+                expected += byte;
+            }
+            writer->Write(piece.data(), piece.size());
+        }
+        writer->Close();
+        EXPECT_EQ(TextOf(In("file")), expected);
+    }
+}
+
+TEST_F(FileTest, WritesNothingMoreAfterClose) {
+    const auto writer = SystemFactory::CreateFileWriter(In("file"), 0);
+    writer->Write("text", 4);
+    writer->Close();
+    writer->Close();
+    EXPECT_THAT(IOExceptionOf([&] { writer->Write("more", 4); }), HasSubstr("closed"));
+    EXPECT_EQ(TextOf(In("file")), "text");
+}
+
+TEST_F(FileTest, ReplacesWhatStandsAtANewFilesPathWithoutTouchingIt) {
+    WriteText(In("victim"), "victim");
+    const struct {
+        const char* name;
+        void (*plant)(const std::string& path, const std::string& victim);
+    } rows[] = {
+        {"file", [](const std::string& path, const std::string&) { WriteText(path, "left over"); }},
+        {"symbolic link", [](const std::string& path,
+                             const std::string& victim) { fs::create_symlink(victim, path); }},
+        {"broken link", [](const std::string& path,
+                           const std::string& victim) { fs::create_symlink(victim + "2", path); }},
+        {"hard link", [](const std::string& path,
+                         const std::string& victim) { fs::create_hard_link(victim, path); }},
+        {"FIFO", [](const std::string& path,
+                    const std::string&) { ASSERT_EQ(::mkfifo(path.c_str(), 0666), 0); }},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        const std::string path = In(std::string("new ") + row.name);
+        row.plant(path, In("victim"));
+        const auto writer = SystemFactory::CreateFileWriter(path, 0);
+        writer->Write("new", 3);
+        writer->Close();
+        struct stat status {};
+        ASSERT_EQ(::lstat(path.c_str(), &status), 0);
+        EXPECT_TRUE(S_ISREG(status.st_mode));
+        EXPECT_EQ(status.st_mode & 07777, 0640u);
+        EXPECT_EQ(status.st_nlink, 1u);
+        EXPECT_EQ(TextOf(path), "new");
+        EXPECT_EQ(TextOf(In("victim")), "victim");
+        EXPECT_FALSE(At("victim2")->Exists());
+    }
+}
+
+TEST_F(FileTest, SaysWhyAFileCannotBeCreated) {
+    fs::create_directory(In("folder"));
+    WriteText(In("file"), "");
+    const struct {
+        const char* name;
+        const char* reason;
+    } rows[] = {
+        {"folder", "a directory stands there; remove it"},
+        {"missing/file", "No such file or directory; make the directory that is missing"},
+        {"file/file", "Not a directory"},
+    };
+    for (const auto& row : rows) {
+        EXPECT_THAT(IOExceptionOf([&] { SystemFactory::CreateFileWriter(In(row.name), 0); }),
+                    AllOf(HasSubstr("Cannot create " + In(row.name)), HasSubstr(row.reason)));
+    }
+    EXPECT_TRUE(At("folder")->IsDirectory());
+}
+
+// Lets files grow to `bytes` at most while it lives, which fails like a full file system does.
+class FileSizeLimit {
+  public:
+    explicit FileSizeLimit(rlim_t bytes) : previousHandler(std::signal(SIGXFSZ, SIG_IGN)) {
+        EXPECT_EQ(::getrlimit(RLIMIT_FSIZE, &previous), 0);
+        const rlimit limit{bytes, previous.rlim_max};
+        EXPECT_EQ(::setrlimit(RLIMIT_FSIZE, &limit), 0);
+    }
+    ~FileSizeLimit() {
+        EXPECT_EQ(::setrlimit(RLIMIT_FSIZE, &previous), 0);
+        std::signal(SIGXFSZ, previousHandler);
+    }
+    FileSizeLimit(const FileSizeLimit&) = delete;
+    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
+
+  private:
+    rlimit previous{};
+    void (*previousHandler)(int);
+};
+
+TEST_F(FileTest, ThrowsWhenGatheredBytesCannotBeWritten) {
+    const auto writer = SystemFactory::CreateFileWriter(In("file"), 0);
+    const FileSizeLimit limit(1000);
+    const std::string text(2000, 'x');
+    writer->Write(text.data(), text.size());
+    EXPECT_THAT(IOExceptionOf([&] { writer->Close(); }),
+                AllOf(HasSubstr("Cannot write " + In("file")), HasSubstr("File too large")));
+    writer->Close();
+}
+
+TEST_F(FileTest, ThrowsWhenALargePieceCannotBeWritten) {
+    const auto writer = SystemFactory::CreateFileWriter(In("file"), 0);
+    const FileSizeLimit limit(1000);
+    const std::string text(200'000, 'x');
+    EXPECT_THROW(writer->Write(text.data(), text.size()), IOException);
+    EXPECT_THROW(writer->Write(text.data(), text.size()), IOException);
+}
+
+int ExitStatusUnderStrictUmask() {
+    ::umask(077);
+    const TemporaryDirectory directory;
+    const std::string path = directory.Path() + "file";
+    SystemFactory::CreateFileWriter(path, 0)->Close();
+    struct stat status {};
+    return ::stat(path.c_str(), &status) == 0 && (status.st_mode & 07777) == 0640 ? 0 : 1;
+}
+
+TEST(FileWriter, GivesFilesTheirModeUnderAStrictUmask) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");  // a new process: the umask is asked once
+    EXPECT_EXIT(::_exit(ExitStatusUnderStrictUmask()), testing::ExitedWithCode(0), "");
+}
+
+}  // namespace
+}  // namespace Pellmar::System

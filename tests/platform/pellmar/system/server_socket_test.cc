@@ -1,0 +1,241 @@
+// What a server socket listens on, in a network namespace of the test's own, so that ports are
+// free.
+#include "platform/pellmar/system/server_socket.h"
+
+#include "platform/pellmar/exceptions.h"
+#include "platform/pellmar/system/system_factory.h"
+#include "support/network_namespace.h"
+#include "support/temporary_directory.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <array>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <netdb.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <poll.h>
+#include <sys/mount.h>
+#include <sys/socket.h>
+
+namespace Pellmar::System {
+namespace {
+
+using Test::EnterMountNamespace;
+using Test::EnterNetworkNamespace;
+using Test::TemporaryDirectory;
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::UnorderedElementsAre;
+
+constexpr int kPort = 9996;
+
+// "ADDRESS port NUMBER" of one end of a socket.
+std::string LocalAddress(int descriptor) {
+    sockaddr_storage storage{};
+    socklen_t length = sizeof storage;
+    auto* const address = reinterpret_cast<sockaddr*>(&storage);
+    std::array<char, NI_MAXHOST> host{};
+    std::array<char, NI_MAXSERV> port{};
+    if (::getsockname(descriptor, address, &length) != 0 ||
+        ::getnameinfo(address, length, host.data(), host.size(), port.data(), port.size(),
+                      NI_NUMERICHOST | NI_NUMERICSERV) != 0) {
+        return "no address";
+    }
+    return std::string(host.data()) + " port " + port.data();
+}
+
+std::vector<std::string> ListenedAddresses(const Ref<ServerSocket>& socket) {
+    std::vector<std::string> addresses;
+    for (const int descriptor : socket->GetDescriptors()) {
+        addresses.push_back(LocalAddress(descriptor));
+    }
+    return addresses;
+}
+
+template <typename Throwable>
+std::string TextOfFailure(const std::string& host, int port) {
+    const Ref<ServerSocket> socket = SystemFactory::CreateServerSocket();
+    try {
+        socket->BindAndListen(host, port);
+    } catch (const Throwable& exception) {
+        EXPECT_TRUE(socket->GetDescriptors().empty());
+        return exception.what();
+    }
+    return "no failure";
+}
+
+int OptionOf(int descriptor, int level, int option) {
+    int value = -1;
+    socklen_t length = sizeof value;
+    EXPECT_EQ(::getsockopt(descriptor, level, option, &value, &length), 0);
+    return value;
+}
+
+Sys::OwnedFd ConnectTo(const char* address, int port) {
+    sockaddr_in target{};
+    target.sin_family = AF_INET;
+    target.sin_port = htons(static_cast<std::uint16_t>(port));
+    EXPECT_EQ(::inet_pton(AF_INET, address, &target.sin_addr), 1);
+    Sys::OwnedFd client(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    EXPECT_EQ(::connect(client.Get(), reinterpret_cast<const sockaddr*>(&target), sizeof target),
+              0);
+    return client;
+}
+
+class ServerSocketTest : public testing::Test {
+  protected:
+    static void SetUpTestSuite() { EnterNetworkNamespace(); }
+};
+
+TEST_F(ServerSocketTest, ListensOnEveryLoopbackAddressOfLocalhost) {
+    for (const char* host : {"localhost", "LocalHost"}) {
+        const Ref<ServerSocket> socket = SystemFactory::CreateServerSocket();
+        socket->BindAndListen(host, kPort);
+        EXPECT_THAT(ListenedAddresses(socket),
+                    UnorderedElementsAre("127.0.0.1 port 9996", "::1 port 9996"));
+    }
+}
+
+TEST_F(ServerSocketTest, ListensOnOneAddressThatIsGiven) {
+    const Ref<ServerSocket> socket = SystemFactory::CreateServerSocket();
+    socket->BindAndListen("127.0.0.3", 65535);
+    EXPECT_THAT(ListenedAddresses(socket), UnorderedElementsAre("127.0.0.3 port 65535"));
+}
+
+TEST_F(ServerSocketTest, MakesSocketsThatNeitherBlockNorDelay) {
+    const Ref<ServerSocket> socket = SystemFactory::CreateServerSocket();
+    socket->BindAndListen("localhost", kPort);
+    for (const int listener : socket->GetDescriptors()) {
+        EXPECT_NE(::fcntl(listener, F_GETFL) & O_NONBLOCK, 0);
+        EXPECT_NE(::fcntl(listener, F_GETFD) & FD_CLOEXEC, 0);
+    }
+    const Sys::OwnedFd client = ConnectTo("127.0.0.1", kPort);
+    for (const int listener : socket->GetDescriptors()) {
+        const Sys::OwnedFd accepted(::accept4(listener, nullptr, nullptr, SOCK_CLOEXEC));
+        if (LocalAddress(listener) == "127.0.0.1 port 9996") {
+            ASSERT_TRUE(accepted.IsOpen());
+            EXPECT_EQ(OptionOf(accepted.Get(), IPPROTO_TCP, TCP_NODELAY), 1);
+        } else {
+            EXPECT_EQ(OptionOf(listener, IPPROTO_IPV6, IPV6_V6ONLY), 1);
+            EXPECT_FALSE(accepted.IsOpen());
+        }
+    }
+}
+
+TEST_F(ServerSocketTest, ListensAgainWhileOldConnectionsLinger) {
+    Ref<ServerSocket> socket = SystemFactory::CreateServerSocket();
+    socket->BindAndListen("127.0.0.1", kPort);
+    const Sys::OwnedFd client = ConnectTo("127.0.0.1", kPort);
+    // Closed by the server first, the connection stays in the kernel for a minute.
+    Sys::OwnedFd accepted(
+        ::accept4(socket->GetDescriptors().at(0), nullptr, nullptr, SOCK_CLOEXEC));
+    ASSERT_TRUE(accepted.IsOpen());
+    accepted.Reset();
+    socket = SystemFactory::CreateServerSocket();
+    socket->BindAndListen("127.0.0.1", kPort);
+    EXPECT_EQ(socket->GetDescriptors().size(), 1u);
+}
+
+TEST_F(ServerSocketTest, FailsAsAWholeWhenOneAddressIsTaken) {
+    for (const char* taken : {"127.0.0.1", "::1"}) {
+        SCOPED_TRACE(taken);
+        const Ref<ServerSocket> other = SystemFactory::CreateServerSocket();
+        other->BindAndListen(taken, kPort);
+        EXPECT_THAT(TextOfFailure<IOException>("localhost", kPort),
+                    AllOf(HasSubstr("Cannot listen on localhost port 9996 at " +
+                                    std::string(taken) + ": Address already in use"),
+                          HasSubstr("or choose another port")));
+    }
+}
+
+TEST_F(ServerSocketTest, RefusesPortsThatDoNotExist) {
+    for (const int port : {0, -1, 65536, 70000, 65536 + kPort}) {
+        EXPECT_THAT(TextOfFailure<InvalidArgumentException>("localhost", port),
+                    AllOf(HasSubstr(std::to_string(port)), HasSubstr("1 to 65535")));
+    }
+}
+
+TEST_F(ServerSocketTest, SaysWhichNameOrAddressDoesNotWork) {
+    EXPECT_THAT(TextOfFailure<IOException>("no-such-host.invalid", kPort),
+                HasSubstr("no-such-host.invalid port 9996: the name does not resolve"));
+    EXPECT_THAT(TextOfFailure<IOException>("192.0.2.1", kPort),
+                HasSubstr("at 192.0.2.1: Cannot assign requested address"));
+    EXPECT_THAT(TextOfFailure<IOException>("2001:db8::1", kPort),
+                HasSubstr("at 2001:db8::1: Cannot assign requested address"));
+}
+
+// The namespace without IPv6, as long as it lives.
+class WithoutIPv6 {
+  public:
+    WithoutIPv6() { Set('1'); }
+    ~WithoutIPv6() { Set('0'); }
+    WithoutIPv6(const WithoutIPv6&) = delete;
+    WithoutIPv6& operator=(const WithoutIPv6&) = delete;
+    bool Works() const { return works; }
+
+  private:
+    void Set(char value) {
+        std::ofstream setting("/proc/sys/net/ipv6/conf/lo/disable_ipv6");
+        works = static_cast<bool>(setting << value << std::flush);
+    }
+
+    bool works = false;
+};
+
+TEST_F(ServerSocketTest, DoesWithoutAFamilyThatTheHostLacks) {
+    const WithoutIPv6 withoutIPv6;
+    if (!withoutIPv6.Works()) {
+        GTEST_SKIP() << "the settings of IPv6 cannot be changed here";
+    }
+    const Ref<ServerSocket> socket = SystemFactory::CreateServerSocket();
+    socket->BindAndListen("localhost", kPort);
+    EXPECT_THAT(ListenedAddresses(socket), UnorderedElementsAre("127.0.0.1 port 9996"));
+    EXPECT_THAT(TextOfFailure<IOException>("::1", kPort), HasSubstr("at ::1"));
+}
+
+// /etc/hosts with another content, as long as it lives.
+class HostsFile {
+  public:
+    explicit HostsFile(const std::string& text) {
+        EnterMountNamespace();
+        const std::string path = directory.Path() + "hosts";
+        std::ofstream(path) << text;
+        EXPECT_EQ(::mount(path.c_str(), "/etc/hosts", nullptr, MS_BIND, nullptr), 0);
+    }
+    ~HostsFile() { EXPECT_EQ(::umount2("/etc/hosts", MNT_DETACH), 0); }
+    HostsFile(const HostsFile&) = delete;
+    HostsFile& operator=(const HostsFile&) = delete;
+
+  private:
+    TemporaryDirectory directory;
+};
+
+TEST_F(ServerSocketTest, KeepsLocalhostOnLoopbackWhateverTheResolverSays) {
+    const HostsFile hosts(
+        "127.0.0.2 localhost\n"
+        "192.0.2.7 localhost\n"
+        "127.0.0.1 other\n");
+    const Ref<ServerSocket> socket = SystemFactory::CreateServerSocket();
+    socket->BindAndListen("localhost", kPort);
+    EXPECT_THAT(
+        ListenedAddresses(socket),
+        UnorderedElementsAre("127.0.0.1 port 9996", "::1 port 9996", "127.0.0.2 port 9996"));
+}
+
+TEST_F(ServerSocketTest, ResolvesLocalhostWithoutAHostsFile) {
+    const HostsFile hosts("");
+    const Ref<ServerSocket> socket = SystemFactory::CreateServerSocket();
+    socket->BindAndListen("localhost", kPort);
+    EXPECT_THAT(ListenedAddresses(socket),
+                UnorderedElementsAre("127.0.0.1 port 9996", "::1 port 9996"));
+}
+
+}  // namespace
+}  // namespace Pellmar::System

@@ -1,0 +1,239 @@
+// When scheduled functions run, on a clock that the tests move.
+#include "platform/pellmar/work/scheduler.h"
+
+#include "support/captured_log.h"
+#include "support/manual_clock.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <limits>
+#include <memory>
+#include <stdexcept>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace Pellmar::System {
+namespace {
+
+using std::chrono::microseconds;
+using std::chrono::seconds;
+using Test::CapturedLog;
+using Test::ManualClock;
+
+constexpr std::int64_t kSecond = 1'000'000;
+
+// Set once; waited for under one generous deadline. Whoever saw it set may destroy it.
+class Event {
+  public:
+    void Set() EXCLUDES(lock) {
+        Sys::MutexLock guard(lock);
+        isSet = true;
+        changed.NotifyAll();
+    }
+    bool Wait() EXCLUDES(lock) {
+        const auto deadline = std::chrono::steady_clock::now() + seconds(30);
+        Sys::MutexLock guard(lock);
+        while (!isSet && changed.WaitUntil(lock, deadline)) {
+        }
+        return isSet;
+    }
+    bool IsSet() EXCLUDES(lock) {
+        Sys::MutexLock guard(lock);
+        return isSet;
+    }
+
+  private:
+    Sys::Mutex lock;
+    Sys::Condition changed;
+    bool isSet GUARDED_BY(lock) = false;
+};
+
+// Sets an event when the last copy is gone.
+std::shared_ptr<void> SetsAtItsEnd(Event& event) {
+    return {nullptr, [&event](void*) { event.Set(); }};
+}
+
+class SchedulerTest : public testing::Test {
+  protected:
+    Ref<ScheduledItem> Schedule(ScheduledItem::Function function, std::int64_t delay) {
+        Ref<ScheduledItem> item;
+        scheduler->Schedule(std::move(function), delay, item);
+        return item;
+    }
+    Ref<ScheduledItem> ScheduleEvent(Event& event, std::int64_t delay) {
+        return Schedule([&event](ScheduledItem*) { event.Set(); }, delay);
+    }
+
+    ManualClock clock;
+    ThreadPool pool;
+    std::unique_ptr<Scheduler> scheduler = std::make_unique<Scheduler>(pool, clock);
+};
+
+TEST_F(SchedulerTest, RunsAFunctionWhenItsDelayHasPassedAndNotBefore) {
+    Event ran;
+    ScheduleEvent(ran, 5 * kSecond);
+    ASSERT_TRUE(clock.AwaitWaiter());
+    clock.Advance(seconds(5) - microseconds(1));
+    ASSERT_TRUE(clock.AwaitWaiter());  // looked at the time and found it too early
+    EXPECT_FALSE(ran.IsSet());
+    clock.Advance(microseconds(1));
+    EXPECT_TRUE(ran.Wait());
+}
+
+TEST_F(SchedulerTest, RunsEachOfManyAtItsOwnTime) {
+    constexpr int kItems = 200;
+    std::vector<Event> events(kItems);
+    for (int i = 0; i < kItems; ++i) {
+        const int delay = 1 + i * 77 % kItems;  // in no order, each once
+        ScheduleEvent(events[static_cast<std::size_t>(delay - 1)], delay * kSecond);
+    }
+    for (std::size_t i = 0; i < events.size(); ++i) {
+        ASSERT_TRUE(clock.AwaitWaiter());
+        EXPECT_FALSE(events[i].IsSet()) << i;
+        clock.Advance(seconds(1));
+        ASSERT_TRUE(events[i].Wait()) << i;
+    }
+}
+
+TEST_F(SchedulerTest, PutsAnEarlierItemBeforeTheOneItWaitsFor) {
+    Event late;
+    Event early;
+    ScheduleEvent(late, 60 * kSecond);
+    ASSERT_TRUE(clock.AwaitWaiter());
+    ScheduleEvent(early, kSecond);
+    clock.Advance(seconds(1));
+    EXPECT_TRUE(early.Wait());
+    EXPECT_FALSE(late.IsSet());
+    clock.Advance(seconds(59));
+    EXPECT_TRUE(late.Wait());
+}
+
+TEST_F(SchedulerTest, RunsAtOnceWithoutAPositiveDelay) {
+    for (const std::int64_t delay :
+         {std::int64_t{0}, std::int64_t{-1}, -kSecond, std::numeric_limits<std::int64_t>::min()}) {
+        Event ran;
+        ScheduleEvent(ran, delay);
+        EXPECT_TRUE(ran.Wait()) << delay;
+    }
+}
+
+TEST_F(SchedulerTest, TakesDelaysOfAnyLength) {
+    std::atomic<int> neverRun = 0;
+    for (const std::int64_t delay :
+         {std::numeric_limits<std::int64_t>::max(), std::numeric_limits<std::int64_t>::max() / 2,
+          std::numeric_limits<std::int64_t>::max() / 1000 + 1}) {
+        Schedule([&neverRun](ScheduledItem*) { ++neverRun; }, delay);
+    }
+    Event day;
+    ScheduleEvent(day, 86400 * kSecond);
+    clock.Advance(seconds(86400));
+    EXPECT_TRUE(day.Wait());
+    ASSERT_TRUE(clock.AwaitWaiter());
+    EXPECT_EQ(neverRun, 0);
+}
+
+TEST_F(SchedulerTest, DoesNotLetDueFunctionsWaitForEachOther) {
+    const auto release = std::make_shared<Event>();
+    Event isBlocked;
+    Event ran;
+    Schedule(
+        [&isBlocked, release](ScheduledItem*) {
+            isBlocked.Set();
+            EXPECT_TRUE(release->Wait());
+        },
+        0);
+    ASSERT_TRUE(isBlocked.Wait());
+    ScheduleEvent(ran, 0);
+    EXPECT_TRUE(ran.Wait());
+    release->Set();
+}
+
+TEST_F(SchedulerTest, HandsTheFunctionItsItem) {
+    Event ran;
+    const ScheduledItem* handed = nullptr;
+    const auto item = Schedule(
+        [&](ScheduledItem* own) {
+            handed = own;
+            ran.Set();
+        },
+        kSecond);
+    clock.Advance(seconds(1));
+    ASSERT_TRUE(ran.Wait());
+    EXPECT_EQ(handed, item.Get());
+}
+
+TEST_F(SchedulerTest, RunsAnItemThatWasReleased) {
+    Event ran;
+    ScheduleEvent(ran, kSecond).Reset();
+    clock.Advance(seconds(1));
+    EXPECT_TRUE(ran.Wait());
+}
+
+TEST_F(SchedulerTest, LetsGoOfAFunctionThatRanThoughItsItemIsKept) {
+    Event released;
+    auto token = SetsAtItsEnd(released);
+    const auto item = Schedule([token](ScheduledItem*) {}, kSecond);
+    token.reset();
+    ASSERT_FALSE(released.IsSet());
+    clock.Advance(seconds(1));
+    EXPECT_TRUE(released.Wait());
+}
+
+TEST_F(SchedulerTest, LogsAFunctionThatThrowsAndGoesOn) {
+    const CapturedLog log;
+    Event ran;
+    Schedule([](ScheduledItem*) { throw std::runtime_error("broken batch"); }, 0);
+    EXPECT_TRUE(log.WaitFor("broken batch"));
+    ScheduleEvent(ran, 0);
+    EXPECT_TRUE(ran.Wait());
+}
+
+TEST_F(SchedulerTest, DropsWhatIsPendingAtItsEnd) {
+    Event ran;
+    Event released;
+    auto token = SetsAtItsEnd(released);
+    Schedule([&ran, token](ScheduledItem*) { ran.Set(); }, kSecond);
+    token.reset();
+    ASSERT_TRUE(clock.AwaitWaiter());
+    scheduler.reset();
+    EXPECT_TRUE(released.IsSet());
+    EXPECT_FALSE(ran.IsSet());
+}
+
+TEST_F(SchedulerTest, SchedulesFromAScheduledFunction) {
+    Event second;
+    Schedule([&](ScheduledItem*) { ScheduleEvent(second, kSecond); }, kSecond);
+    clock.Advance(seconds(1));
+    ASSERT_TRUE(clock.AwaitWaiter());
+    clock.Advance(seconds(1));
+    EXPECT_TRUE(second.Wait());
+}
+
+TEST_F(SchedulerTest, RunsAFunctionNowOnAnotherThread) {
+    Event ran;
+    std::thread::id runner;
+    scheduler->RunNow([&] {
+        runner = std::this_thread::get_id();
+        ran.Set();
+    });
+    ASSERT_TRUE(ran.Wait());
+    EXPECT_NE(runner, std::this_thread::get_id());
+}
+
+TEST(Scheduler, KeepsTimeByTheMonotonicClock) {
+    ThreadPool pool;
+    Scheduler scheduler(pool, MonotonicClock());
+    Event ran;
+    Ref<ScheduledItem> item;
+    const auto before = MonotonicClock().Now();
+    scheduler.Schedule([&ran](ScheduledItem*) { ran.Set(); }, 2000, item);
+    ASSERT_TRUE(ran.Wait());
+    EXPECT_GE(MonotonicClock().Now() - before, microseconds(2000));
+}
+
+}  // namespace
+}  // namespace Pellmar::System

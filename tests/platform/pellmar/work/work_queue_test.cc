@@ -1,0 +1,163 @@
+// The pool and its queues: order within a queue, side by side between queues, the bound on both.
+#include "platform/pellmar/work/work_queue.h"
+
+#include "platform/pellmar/work/thread_pool.h"
+#include "support/captured_log.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <future>
+#include <latch>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using Pellmar::Ref;
+using Pellmar::System::DeferredQueue;
+using Pellmar::System::kMaxRunningQueues;
+using Pellmar::System::ThreadPool;
+using Pellmar::System::WorkQueue;
+using Test::CapturedLog;
+
+TEST(ThreadPool, RunsAsManyTasksAtOnceAsThereAre) {
+    ThreadPool pool;
+    std::latch allRun(40);
+    std::latch allEnded(40);
+    for (int task = 0; task < 40; ++task) {
+        pool.Run([&] {
+            allRun.arrive_and_wait();
+            allEnded.count_down();
+        });
+    }
+    allEnded.wait();
+    EXPECT_GE(pool.ThreadCount(), 40U);
+}
+
+TEST(ThreadPool, GoesOnAfterATaskThatThrows) {
+    const CapturedLog log;
+    ThreadPool pool;
+    std::promise<void> second;
+    pool.Run([] { throw std::runtime_error("no luck"); });
+    ASSERT_TRUE(log.WaitFor("3 sentrel: A task of the pool failed: no luck"));
+    pool.Run([&] { second.set_value(); });
+    second.get_future().wait();
+}
+
+TEST(WorkQueue, RunsItsJobsOneAtATimeInOrder) {
+    ThreadPool pool;
+    const Ref<WorkQueue> queue = pool.CreateWorkQueue("in-order");
+    std::vector<int> order;  // without a lock: the queue is what keeps the jobs apart
+    std::latch ended(500);
+    for (int job = 0; job < 500; ++job) {
+        queue->Submit([&order, &ended, job] {
+            order.push_back(job);
+            ended.count_down();
+        });
+    }
+    ended.wait();
+    EXPECT_TRUE(std::is_sorted(order.begin(), order.end()));
+    EXPECT_EQ(order.size(), 500U);
+}
+
+TEST(WorkQueue, DoesNotWaitForAnotherQueue) {
+    ThreadPool pool;
+    const Ref<WorkQueue> slow = pool.CreateWorkQueue("slow");
+    const Ref<WorkQueue> other = pool.CreateWorkQueue("other");
+    std::promise<void> otherRan;
+    std::latch slowEnded(1);
+    slow->Submit([&] {
+        otherRan.get_future().wait();
+        slowEnded.count_down();
+    });
+    other->Submit([&] { otherRan.set_value(); });
+    slowEnded.wait();
+}
+
+TEST(WorkQueue, GoesOnAfterAJobThatThrows) {
+    const CapturedLog log;
+    ThreadPool pool;
+    const Ref<WorkQueue> queue = pool.CreateWorkQueue("work-queue-cpu");
+    std::promise<void> second;
+    queue->Submit([] { throw std::runtime_error("the disk is full"); });
+    queue->Submit([&] { second.set_value(); });
+    second.get_future().wait();
+    EXPECT_TRUE(log.Contains("3 sentrel: A job of work-queue-cpu failed: the disk is full"));
+}
+
+TEST(WorkQueue, ReleasesAJobBeforeTheNextOneBegins) {
+    ThreadPool pool;
+    const Ref<WorkQueue> queue = pool.CreateWorkQueue("release");
+    std::promise<bool> heldInSecond;
+    auto held = std::make_shared<int>(1);
+    const std::weak_ptr<int> watched = held;
+    queue->Submit([held] {});
+    held.reset();
+    queue->Submit([&] { heldInSecond.set_value(!watched.expired()); });
+    EXPECT_FALSE(heldInSecond.get_future().get());
+}
+
+TEST(WorkQueue, WaitsForAPlaceAmongTheRunningOnes) {
+    const CapturedLog log;
+    ThreadPool pool;
+    std::latch allRun(kMaxRunningQueues);
+    std::promise<void> release;
+    const std::shared_future<void> released = release.get_future().share();
+    std::vector<Ref<WorkQueue>> queues;
+    for (std::size_t number = 0; number < kMaxRunningQueues; ++number) {
+        queues.push_back(pool.CreateWorkQueue("queue-" + std::to_string(number)));
+        queues.back()->Submit([&allRun, released] {
+            allRun.count_down();
+            released.wait();
+        });
+    }
+    allRun.wait();
+
+    std::latch lateRan(2);
+    for (const char* name : {"late-0", "late-1"}) {
+        queues.push_back(pool.CreateWorkQueue(name));
+        queues.back()->Submit([&] { lateRan.count_down(); });
+    }
+    EXPECT_FALSE(lateRan.try_wait());
+    release.set_value();
+    lateRan.wait();
+
+    const std::vector<std::string> lines = log.Lines();
+    EXPECT_EQ(std::count(lines.begin(), lines.end(),
+                         "3 sentrel: 256 work queues are running, the most at a time: further ones "
+                         "wait, late-0 first"),
+              1);
+    EXPECT_EQ(lines.size(), 1U);
+}
+
+TEST(DeferredQueue, RunsTheFirstQueueThatItsThreadWakesOnThatThread) {
+    ThreadPool pool;
+    const Ref<WorkQueue> first = pool.CreateWorkQueue("first");
+    const Ref<WorkQueue> second = pool.CreateWorkQueue("second");
+    std::promise<std::thread::id> secondRan;
+    std::thread::id firstRan;
+    DeferredQueue deferred;
+    first->Submit([&] { firstRan = std::this_thread::get_id(); });
+    second->Submit([&] { secondRan.set_value(std::this_thread::get_id()); });
+    EXPECT_EQ(firstRan, std::thread::id());
+    deferred.RunDeferred();
+    EXPECT_EQ(firstRan, std::this_thread::get_id());
+    EXPECT_NE(secondRan.get_future().get(), std::this_thread::get_id());
+}
+
+TEST(DeferredQueue, HandsItsQueueOverWhenItIsNotRun) {
+    ThreadPool pool;
+    const Ref<WorkQueue> queue = pool.CreateWorkQueue("queue");
+    std::promise<void> ran;
+    {
+        const DeferredQueue deferred;
+        queue->Submit([&] { ran.set_value(); });
+    }
+    ran.get_future().wait();
+}
+
+}  // namespace

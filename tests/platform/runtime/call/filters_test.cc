@@ -1,0 +1,163 @@
+// The two filters of the call chain: who is known, and who is let through.
+#include "platform/runtime/call/authn_filter.h"
+#include "platform/runtime/call/authz_filter.h"
+#include "support/api_call.h"
+
+#include <algorithm>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace Quon {
+namespace {
+
+using ::Test::LoggedLines;
+using ::Test::MakeCall;
+using ::Test::Outcomes;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+const AuthenticationData kAnonymous;
+const AuthenticationData kAda{false, "ada", {"read"}};
+const AuthenticationData kBob{false, "bob", {"write"}};
+
+// Answers with the name of the caller as it arrives.
+class LastLink : public AsyncApiProvider {
+  public:
+    explicit LastLink(std::vector<OperationId> operations = {})
+        : operations(std::move(operations)) {}
+    void Invoke(std::shared_ptr<Call> call, CallResult result) override {
+        result.SetValue(Data::DataValue(call->context.authentication->userName));
+    }
+    std::vector<OperationId> Operations() const override { return operations; }
+
+  private:
+    const std::vector<OperationId> operations;
+};
+
+class Handler : public Authn::AsyncAuthenticationHandler {
+  public:
+    explicit Handler(std::optional<Outcome<AuthenticationData>> answer)
+        : answer(std::move(answer)) {}
+    void Authenticate(const CallContext& /*context*/,
+                      AsyncResult<AuthenticationData> result) override {
+        if (answer) {
+            result.Set(*answer);
+        }
+    }
+
+  private:
+    const std::optional<Outcome<AuthenticationData>> answer;
+};
+
+class Observer : public CallObserver {
+  public:
+    void RecordUser(const std::string& userName) override { users += "+" + userName; }
+    std::string users;
+};
+
+TEST(AuthnFilter, RecordsWhoCallsOrEndsTheCall) {
+    const Data::ErrorValue refusal = Std::MakeError(Std::ErrorType::Unauthenticated);
+    const struct {
+        const char* name;
+        std::optional<AuthenticationData> carried;
+        std::optional<Outcome<AuthenticationData>> answer;
+        std::string outcome;
+        std::string recorded;
+    } kRows[] = {
+        {"a known caller", std::nullopt, kAda, "\"ada\"", "+ada"},
+        {"an anonymous caller", std::nullopt, kAnonymous, "\"\"", ""},
+        {"a refused token", std::nullopt, refusal, "unauthenticated", ""},
+        {"no answer", std::nullopt, std::nullopt, "internal_server_error", ""},
+        {"a call that is authenticated", kBob, kAda, "\"bob\"", ""},
+        {"a call that is anonymous already", kAnonymous, kAda, "\"\"", ""},
+    };
+    for (const auto& row : kRows) {
+        SCOPED_TRACE(row.name);
+        Authn::Filter::AsyncAuthnFilter filter(std::make_shared<Handler>(row.answer),
+                                               std::make_shared<LastLink>());
+        const auto observer = std::make_shared<Observer>();
+        const auto call = MakeCall("s", "list");
+        call->context.observer = observer;
+        call->context.authentication = row.carried;
+        Outcomes outcomes;
+        filter.Invoke(call, outcomes.Result());
+        EXPECT_THAT(outcomes.Texts(), ElementsAre(StartsWith(row.outcome)));
+        EXPECT_EQ(observer->users, row.recorded);
+    }
+}
+
+class Checker : public Authz::EntitlementChecker {
+  public:
+    bool IsEntitled(const AuthenticationData& caller, const std::string& privilege) const override {
+        return std::count(caller.entitlements.begin(), caller.entitlements.end(), privilege) > 0;
+    }
+};
+
+Authz::AuthzInfo MakeInfo() {
+    Authz::AuthzInfo info("none", {{"s", "open"}});
+    EXPECT_TRUE(info.Add({"s", "read"}, {"token"}, {"read"}));
+    EXPECT_TRUE(info.Add({"s", "both"}, {"token"}, {"read", "write"}));
+    EXPECT_TRUE(info.Add({"s", "any_token"}, {"token"}, {}));
+    EXPECT_TRUE(info.Add({"s", "no_token"}, {"token", "none"}, {}));
+    return info;
+}
+
+TEST(AuthzFilter, LetsThroughWhoMayCall) {
+    const auto filter = Authz::Filter::AsyncAuthzFilter::Create(
+        std::make_shared<LastLink>(), std::make_shared<Checker>(), MakeInfo(),
+        std::make_shared<LoggedLines>());
+    ASSERT_NE(filter, nullptr);
+    const struct {
+        std::string operation;
+        std::optional<AuthenticationData> caller;
+        std::string outcome;
+    } kRows[] = {
+        {"open", kAnonymous, "\"\""},
+        {"no_token", kAnonymous, "\"\""},
+        {"any_token", kBob, "\"bob\""},
+        {"any_token", kAnonymous, "unauthenticated"},
+        {"read", kAda, "\"ada\""},
+        {"read", kBob, "unauthorized The operation \"s.read\" needs the privilege \"read\""},
+        {"read", kAnonymous, "unauthenticated This call needs a valid token."},
+        {"read", std::nullopt, "unauthenticated"},
+        {"both", kAda, "unauthorized The operation \"s.both\" needs the privilege \"write\""},
+        {"both", kBob, "unauthorized"},
+        {"unheard_of", kAda, "\"ada\""},
+        {"unheard_of", kAnonymous, "unauthenticated"},
+    };
+    for (const auto& row : kRows) {
+        const auto call = MakeCall("s", row.operation);
+        call->context.authentication = row.caller;
+        Outcomes outcomes;
+        filter->Invoke(call, outcomes.Result());
+        EXPECT_THAT(outcomes.Texts(), ElementsAre(StartsWith(row.outcome))) << row.operation;
+    }
+}
+
+TEST(AuthzFilter, IsNotMadeWhenAnOperationHasNoMetadata) {
+    const auto log = std::make_shared<LoggedLines>();
+    const auto links = std::make_shared<LastLink>(
+        std::vector<OperationId>{{"s", "lost"}, {"s", "no_token"}, {"s", "open"}, {"t", "read"}});
+    EXPECT_EQ(Authz::Filter::AsyncAuthzFilter::Create(links, std::make_shared<Checker>(),
+                                                      MakeInfo(), log),
+              nullptr);
+    EXPECT_THAT(log->Lines(), ElementsAre(HasSubstr("for s.lost;"), HasSubstr("for t.read;")));
+}
+
+TEST(AuthzInfo, RefusesWhatContradictsItself) {
+    Authz::AuthzInfo info = MakeInfo();
+    EXPECT_FALSE(info.Add({"s", "read"}, {"token"}, {"other"})) << "twice";
+    EXPECT_FALSE(info.Add({"s", "open"}, {"token"}, {"read"})) << "open whatever a file says";
+    EXPECT_FALSE(info.Add({"s", "new"}, {"none"}, {"read"})) << "open and yet restricted";
+    EXPECT_THAT(*info.Privileges({"s", "read"}), ElementsAre("read"));
+}
+
+}  // namespace
+}  // namespace Quon

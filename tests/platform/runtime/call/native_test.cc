@@ -1,0 +1,253 @@
+// One definition of a structure with every type of field, followed through its descriptions, its
+// values both ways, and an operation that takes it.
+#include "platform/runtime/call/native.h"
+
+#include "platform/runtime/json/json_writer.h"
+#include "platform/runtime/json/value_reader.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdint>
+#include <limits>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+#include <tuple>
+#include <utility>
+#include <variant>
+#include <vector>
+
+namespace Forest {
+
+enum class Colour : std::int32_t { Red, Green };
+enum class Size : std::int32_t { Small, Large };
+
+struct Leaf {
+    std::string name;
+    std::optional<std::int64_t> weight;
+};
+
+struct Tree {
+    bool alive = false;
+    std::int64_t height = 0;
+    std::optional<Quon::DateTime> planted;
+    Colour colour = Colour::Red;
+    std::optional<Size> size;
+    std::vector<std::shared_ptr<const Leaf>> leaves;
+    std::optional<std::set<std::string>> names;
+    std::vector<std::vector<std::int64_t>> rings;
+};
+
+struct Nothing {};
+
+}  // namespace Forest
+
+namespace Quon::Native {
+
+template <>
+struct EnumerationOf<Forest::Colour> {
+    static constexpr std::string_view kName = "test.colour";
+    static constexpr std::string_view kDocumentation = "A colour.";
+    static constexpr std::array<std::string_view, 2> kTexts = {"RED", "GREEN"};
+};
+
+template <>
+struct EnumerationOf<Forest::Size> {
+    static constexpr std::string_view kName = "test.size";
+    static constexpr std::string_view kDocumentation = "A size.";
+    static constexpr std::array<std::string_view, 2> kTexts = {"SMALL", "LARGE"};
+    static constexpr Forest::Size kOtherTexts = Forest::Size::Small;
+};
+
+template <>
+struct StructureOf<Forest::Leaf> {
+    static constexpr std::string_view kName = "test.leaf";
+    static constexpr std::string_view kDocumentation = "A leaf.";
+    static constexpr auto kFields =
+        std::make_tuple(Field{"name", &Forest::Leaf::name, "Its name."},
+                        Field{"weight", &Forest::Leaf::weight, "In grams."});
+};
+
+template <>
+struct StructureOf<Forest::Tree> {
+    static constexpr std::string_view kName = "test.tree";
+    static constexpr std::string_view kDocumentation = "A tree.";
+    static constexpr auto kFields = std::make_tuple(
+        Field{"alive", &Forest::Tree::alive, ""}, Field{"height", &Forest::Tree::height, ""},
+        Field{"planted", &Forest::Tree::planted, ""}, Field{"colour", &Forest::Tree::colour, ""},
+        Field{"size", &Forest::Tree::size, ""}, Field{"leaves", &Forest::Tree::leaves, ""},
+        Field{"names", &Forest::Tree::names, ""}, Field{"rings", &Forest::Tree::rings, ""});
+};
+
+template <>
+struct StructureOf<Forest::Nothing> {
+    static constexpr std::string_view kName = "test.nothing";
+    static constexpr std::string_view kDocumentation = "No parameters.";
+    static constexpr auto kFields = std::make_tuple();
+};
+
+}  // namespace Quon::Native
+
+namespace {
+
+using Forest::Colour;
+using Forest::Leaf;
+using Forest::Nothing;
+using Forest::Size;
+using Forest::Tree;
+using Quon::CallContext;
+using Quon::CallResult;
+using Quon::Outcome;
+using Quon::Data::DataValue;
+using Quon::Data::ErrorValue;
+using Quon::Data::ListSource;
+using Quon::Native::BindOperation;
+using Quon::Native::ToData;
+using Quon::Protocol::Json::ReadValue;
+
+std::string Write(const DataValue& value) {
+    std::string json;
+    Quon::Protocol::Json::ValueWriter(value).Next(json, std::numeric_limits<std::size_t>::max());
+    return json;
+}
+
+template <typename T>
+std::string Problem(std::string_view json) {
+    T native{};
+    const auto problem = Quon::Native::FromData(*ReadValue(json).AsStructure(), native);
+    return problem ? problem->id + ": " + problem->defaultMessage : "";
+}
+
+const std::string kWholeTree =
+    R"({"alive":true,"height":-3,"planted":"2024-05-01T12:00:00.500Z","colour":"GREEN",)"
+    R"("size":"LARGE","leaves":[{"name":"a","weight":7},{"name":"b"}],"names":["x","y"],)"
+    R"("rings":[[1,2],[]]})";
+
+Tree ReadTree(std::string_view json) {
+    Tree tree;
+    EXPECT_FALSE(Quon::Native::FromData(*ReadValue(json).AsStructure(), tree));
+    return tree;
+}
+
+TEST(Native, CarriesEveryTypeBothWays) {
+    const Tree tree = ReadTree(kWholeTree);
+    EXPECT_EQ(Write(ToData(tree)), kWholeTree);
+    EXPECT_EQ(Write(ToData(std::make_shared<const Tree>(tree))), kWholeTree);
+    EXPECT_EQ(ToData(tree).AsStructure()->Name(), "test.tree");
+}
+
+TEST(Native, ReadsNullAsAbsentEqualNamesOnceAndOtherTextsAsOne) {
+    const Tree tree = ReadTree(
+        R"({"alive":false,"height":0,"planted":null,"colour":"RED","size":"HUGE","leaves":[],)"
+        R"("names":["b","a","b"],"rings":[]})");
+    EXPECT_FALSE(tree.planted);
+    EXPECT_EQ(tree.size, Size::Small);
+    EXPECT_EQ(tree.names, (std::set<std::string>{"a", "b"}));
+}
+
+TEST(Native, NamesTheMemberThatDoesNotFit) {
+    const std::string rest = R"("alive":true,"colour":"RED","height":1,"rings":[])";
+    const std::pair<std::string, std::string> rows[] = {
+        {R"({"colour":"RED","height":1,"leaves":[],"rings":[]})",
+         "quon.member.missing: The member \"alive\" is missing. Add it; it is true or false."},
+        {"{" + rest + R"(,"leaves":[{"name":"a"},{"name":null}]})",
+         "quon.member.missing: The member \"leaves[1].name\" is missing. Add it; it is a string."},
+        {"{" + rest + R"(,"leaves":[{"name":"a","naem":"b"}]})",
+         "quon.member.unknown: There is no member \"leaves[0].naem\" here. Leave it out, or check "
+         "its name; known are: name, weight."},
+        {"{" + rest + R"(,"leaves":[],"names":["a","b",7]})",
+         "quon.member.type: The member \"names[2]\" must be a string, and not an integer."},
+        {"{" + rest + R"(,"leaves":[],"names":"a"})",
+         "quon.member.type: The member \"names\" must be a list, each element a string, and not a "
+         "string."},
+        {"{" + rest + R"(,"leaves":[null]})",
+         "quon.member.type: The member \"leaves[0]\" must be an object, and not null."},
+        {"{" + rest + R"(,"leaves":[{"name":"a","weight":1.5}]})",
+         "quon.member.type: The member \"leaves[0].weight\" must be an integer of at most 64 bits, "
+         "and not a fraction or a larger number."},
+        {R"({"alive":true,"colour":"red","height":1,"leaves":[],"rings":[]})",
+         "quon.member.text: The member \"colour\" must be one of these: RED, GREEN."},
+        {R"({"alive":true,"colour":"RED","height":1,"leaves":[],"rings":[[1],[2,"x"]]})",
+         "quon.member.type: The member \"rings[1][1]\" must be an integer of at most 64 bits, and "
+         "not a string."},
+    };
+    for (const auto& [json, problem] : rows) {
+        EXPECT_EQ(Problem<Tree>(json), problem) << json;
+    }
+    EXPECT_EQ(Problem<Tree>("{" + rest + R"(,"leaves":[],"planted":"today"})")
+                  .find("quon.member.datetime: The member \"planted\" is not a date-time: it does"),
+              0U);
+    EXPECT_EQ(Problem<Nothing>("{}"), "");
+    EXPECT_NE(Problem<Nothing>(R"({"a":null})").find("\"a\" here"), std::string::npos);
+}
+
+TEST(Native, KeepsALongResultInItsNativeForm) {
+    auto tree = std::make_shared<Tree>();
+    for (const char* name : {"a", "b"}) {
+        tree->leaves.push_back(std::make_shared<Leaf>(Leaf{name, {}}));
+    }
+    const std::weak_ptr<Tree> watched = tree;
+    DataValue value = ToData(std::shared_ptr<const Tree>(std::move(tree)));
+    const DataValue leaves = *value.AsStructure()->Find("leaves");
+    value = DataValue();
+    ASSERT_NE(leaves.As<std::shared_ptr<const ListSource>>(), nullptr);
+    EXPECT_FALSE(watched.expired());
+    EXPECT_EQ(Write(leaves), R"([{"name":"a"},{"name":"b"}])");
+}
+
+TEST(Native, NeverWritesAnEnumeratorWithoutAText) {
+    for (const std::int32_t ordinal : {2, -1, std::numeric_limits<std::int32_t>::min()}) {
+        EXPECT_EQ(Write(ToData(static_cast<Colour>(ordinal))), "\"GREEN\"");
+        EXPECT_EQ(Write(ToData(static_cast<Size>(ordinal))), "\"SMALL\"");
+    }
+}
+
+TEST(Native, DescribesTheFieldsInOrder) {
+    std::string text;
+    for (const Quon::Definition::Field& field : Quon::Native::DescribeFields<Tree>()) {
+        text += field.name + (field.type.optional ? "? " : " ") + ToText(field.type) + "; ";
+    }
+    EXPECT_EQ(text,
+              "alive boolean; height integer; planted? datetime; colour test.colour; "
+              "size? test.size; leaves list<test.leaf>; names? set<string>; "
+              "rings list<list<integer>>; ");
+    EXPECT_EQ(Quon::Native::DescribeEnumeration<Colour>().values,
+              (std::vector<std::string>{"RED", "GREEN"}));
+}
+
+// What `operation` answers to those parameters.
+std::string Call(const Quon::Provider::ApiOperation& operation, std::string_view parameters) {
+    std::string answer;
+    operation.invoke(*ReadValue(parameters).AsStructure(), CallContext{},
+                     CallResult([&answer](Outcome<DataValue> outcome) {
+                         const auto* error = std::get_if<ErrorValue>(&outcome);
+                         answer +=
+                             error != nullptr ? error->Name() : Write(std::get<DataValue>(outcome));
+                     }));
+    return answer;
+}
+
+TEST(Native, BindsAnOperationThatChecksItsParameters) {
+    const auto operation =
+        BindOperation<Leaf>({}, [](Leaf leaf, const CallContext& /*context*/, CallResult result) {
+            auto native = Quon::Native::ToNativeResult<Leaf>(std::move(result));
+            if (leaf.name == "wrong") {
+                native.SetError(Quon::Std::MakeError(Quon::Std::ErrorType::NotFound));
+            } else if (leaf.name == "null") {
+                native.SetValue(nullptr);
+            } else if (leaf.name != "forgotten") {
+                native.SetValue(std::make_shared<const Leaf>(std::move(leaf)));
+            }
+        });
+    const std::string internal = "com.korvex.quon.std.errors.internal_server_error";
+    EXPECT_EQ(Call(operation, R"({"name":"a"})"), R"({"name":"a"})");
+    EXPECT_EQ(Call(operation, "{}"), "com.korvex.quon.std.errors.invalid_argument");
+    EXPECT_EQ(Call(operation, R"({"name":"wrong"})"), "com.korvex.quon.std.errors.not_found");
+    EXPECT_EQ(Call(operation, R"({"name":"forgotten"})"), internal);
+    EXPECT_EQ(Call(operation, R"({"name":"null"})"), internal);
+}
+
+}  // namespace
