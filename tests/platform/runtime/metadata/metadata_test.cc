@@ -3,6 +3,7 @@
 
 #include "platform/runtime/call/provider.h"
 #include "platform/runtime/metadata/authz_metadata.h"
+#include "platform/runtime/metadata/introspection.h"
 #include "platform/runtime/metadata/runtime_operations.h"
 #include "support/api_call.h"
 #include "support/temporary_directory.h"
@@ -88,6 +89,7 @@ class MetadataServices : public testing::Test {
         container->Add(ProviderHelper::CliInterfaces(cli));
         container->Add(ProviderHelper::MetamodelInterfaces(metamodel));
         container->Add(ProviderHelper::AuthnInterfaces(authn));
+        container->Add(IntrospectionInterfaces(container, "AsyncLocalProvider"));
         provider =
             std::make_unique<AsyncLocalProvider>(container, tasks, std::make_shared<LoggedLines>());
         return problems;
