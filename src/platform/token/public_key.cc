@@ -79,6 +79,15 @@ std::string_view WithoutLeadingZeros(std::string_view bytes) {
     return bytes.substr(std::min(bytes.find_first_not_of('\0'), bytes.size()));
 }
 
+// Of a number without leading zeros.
+std::size_t BitLength(std::string_view bytes) {
+    if (bytes.empty()) {
+        return 0;
+    }
+    const int firstBits = std::bit_width(static_cast<std::uint8_t>(bytes.front()));
+    return 8 * (bytes.size() - 1) + static_cast<std::size_t>(firstBits);
+}
+
 std::string ModulusFault(const json& jwk) {
     const std::optional<std::string> modulusBytes = BytesOf(jwk, "n");
     const std::optional<std::string> exponentBytes = BytesOf(jwk, "e");
@@ -86,10 +95,7 @@ std::string ModulusFault(const json& jwk) {
         return "its n and e are not both base64url";
     }
     const std::string_view modulus = WithoutLeadingZeros(*modulusBytes);
-    const std::size_t bits =
-        modulus.empty()
-            ? 0
-            : 8 * (modulus.size() - 1) + std::bit_width(static_cast<std::uint8_t>(modulus.front()));
+    const std::size_t bits = BitLength(modulus);
     if (bits < kMinModulusBits || bits > kMaxModulusBits) {
         return "its modulus has " + std::to_string(bits) + " bits; " +
                std::to_string(kMinModulusBits) + " to " + std::to_string(kMaxModulusBits) +
