@@ -5,10 +5,13 @@
 
 namespace Test {
 
-// Made empty below the host's cgroup v2 mount. At its end all processes in it are killed, and it is
-// removed with the cgroups in it.
+// Created empty below the host's cgroup v2 mount or, where root finds none to write to, below one
+// that only this process sees. At its end all processes in it are killed, and it is removed with
+// the cgroups in it.
 class CgroupRoot {
   public:
+    // Where CI is set and the user is root, throws std::system_error when the hierarchy is mounted
+    // but no cgroup can be created in it.
     CgroupRoot();
     ~CgroupRoot();
     CgroupRoot(const CgroupRoot&) = delete;
