@@ -1,17 +1,26 @@
 # One interface target for each @TOKEN of src/layers.txt. The headers are system includes: no warnings from them.
 
 find_path(SENTREL_NLOHMANN_INCLUDE nlohmann/json.hpp REQUIRED)
-find_path(SENTREL_BOOST_INCLUDE boost/asio.hpp REQUIRED)
 find_path(SENTREL_JOSE_INCLUDE jose/jose.h REQUIRED)
-mark_as_advanced(SENTREL_NLOHMANN_INCLUDE SENTREL_BOOST_INCLUDE SENTREL_JOSE_INCLUDE)
+mark_as_advanced(SENTREL_NLOHMANN_INCLUDE SENTREL_JOSE_INCLUDE)
 find_package(OpenSSL REQUIRED COMPONENTS Crypto)
+set(oldestBoost 1.81)
+find_package(Boost ${oldestBoost} CONFIG QUIET)
+if(NOT Boost_FOUND)
+    list(JOIN Boost_CONSIDERED_VERSIONS ", " found)
+    message(
+        FATAL_ERROR
+            "Boost ${oldestBoost} or newer is needed (found: ${found}); install libboost${oldestBoost}-dev or, where the "
+            "release has none, libboost-dev"
+    )
+endif()
 
 add_library(third_party_nlohmann_json INTERFACE)
 target_include_directories(third_party_nlohmann_json SYSTEM INTERFACE ${SENTREL_NLOHMANN_INCLUDE})
 
 # Asio and System are used header-only; no deprecated Asio names, so that a newer Boost is a rebuild and no more.
 add_library(third_party_boost INTERFACE)
-target_include_directories(third_party_boost SYSTEM INTERFACE ${SENTREL_BOOST_INCLUDE})
+target_link_libraries(third_party_boost INTERFACE Boost::headers)
 target_compile_definitions(third_party_boost INTERFACE BOOST_ASIO_NO_DEPRECATED BOOST_ERROR_CODE_HEADER_ONLY)
 
 # José, the JSON library that its interface is made of, and the cryptography that its keys come from.
