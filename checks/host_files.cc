@@ -1,6 +1,7 @@
 #include "checks/host_files.h"
 
 #include "platform/sys/owned_fd.h"
+#include "platform/sys/read_file.h"
 
 #include <algorithm>
 #include <array>
@@ -33,18 +34,10 @@ void Extend(std::string& line, std::string_view text) {
 }  // namespace
 
 std::optional<std::string> ReadSmallFile(const std::string& path) {
-    const Sys::OwnedFd file = Open(path);
-    std::string text(kSmallFileBytes, '\0');
-    std::size_t size = 0;
-    ssize_t count = 0;
-    while (size < text.size() &&
-           (count = ::read(file.Get(), &text[size], text.size() - size)) > 0) {
-        size += static_cast<std::size_t>(count);
-    }
-    if (count < 0) {
+    std::string text;
+    if (Sys::ReadAll(Open(path).Get(), kSmallFileBytes, text) != 0) {
         return std::nullopt;
     }
-    text.resize(size);
     text.erase(text.find_last_not_of('\n') + 1);
     return text;
 }

@@ -1,21 +1,17 @@
 #include "sentrel_check/settings.h"
 
 #include "platform/json/bounded_json.h"
-#include "platform/sys/owned_fd.h"
+#include "platform/sys/read_file.h"
 
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <string_view>
 #include <utility>
 
-#include <fcntl.h>
 #include <fnmatch.h>
 #include <string.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace SentrelCheck {
 
@@ -23,29 +19,16 @@ namespace {
 
 constexpr std::size_t kMaxBytes = 64 * 1024;
 
-// All of the file at `path`, "{}" when there is none. False with the reason when it can't be had.
+// All of the file at `path`, "{}" when there is none; of a file that is longer than the parser
+// takes, the start. False with the reason when it can't be had.
 bool ReadText(const std::string& path, std::string& text, std::string& reason) {
-    // A FIFO or a terminal must not block the check.
-    const Sys::OwnedFd file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
-    if (!file.IsOpen()) {
-        reason = ::strerrordesc_np(errno);
+    const int error = Sys::ReadRegularFile(path, kMaxBytes + 1, text);
+    if (error == ENOENT) {
         text = "{}";
-        return errno == ENOENT;
+        return true;
     }
-    struct stat status {};
-    if (::fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode)) {
-        reason = "it is no regular file";
-        return false;
-    }
-    std::array<char, 4096> buffer{};
-    ssize_t count = 0;
-    // What is larger than the parser takes is not read to its end.
-    while (text.size() <= kMaxBytes &&
-           (count = ::read(file.Get(), buffer.data(), buffer.size())) > 0) {
-        text.append(buffer.data(), static_cast<std::size_t>(count));
-    }
-    reason = count < 0 ? ::strerrordesc_np(errno) : "";
-    return count >= 0;
+    reason = error == ENXIO ? "it is no regular file" : ::strerrordesc_np(error);
+    return error == 0;
 }
 
 }  // namespace

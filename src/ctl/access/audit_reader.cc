@@ -1,6 +1,7 @@
 #include "ctl/access/audit_reader.h"
 
 #include "platform/sys/host_root.h"
+#include "platform/sys/read_file.h"
 
 #include <algorithm>
 #include <array>
@@ -19,18 +20,7 @@ namespace Ctl {
 namespace {
 
 // Of a longer line, which no daemon writes, the rest is dropped.
-constexpr std::size_t kMaxLineBytes = 1048576;
-
-// Nothing, with errno set, when it cannot be read. What is no regular file is not waited for.
-Sys::OwnedFd Open(const std::string& location) {
-    Sys::OwnedFd file(::open(location.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
-    struct stat status {};
-    if (file.IsOpen() && (::fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode))) {
-        file.Reset();
-        errno = ENXIO;
-    }
-    return file;
-}
+constexpr std::size_t kMaxLineBytes = 1024 * 1024;
 
 const char* AdviceFor(int errorNumber) {
     switch (errorNumber) {
@@ -45,10 +35,8 @@ const char* AdviceFor(int errorNumber) {
 
 }  // namespace
 
-AuditReader::AuditReader(const std::string& path)
-    : location(Sys::HostPath(path)), file(Open(location)) {
-    if (!file.IsOpen()) {
-        const int errorNumber = errno;
+AuditReader::AuditReader(const std::string& path) : location(Sys::HostPath(path)) {
+    if (const int errorNumber = Sys::OpenRegularFile(location, file); errorNumber != 0) {
         throw std::runtime_error("the audit log " + location + " cannot be read: " +
                                  std::generic_category().message(errorNumber) + "; " +
                                  AdviceFor(errorNumber));
@@ -77,8 +65,7 @@ bool AuditReader::Next(std::string& line) {
         if (!ReadMore()) {
             buffer.clear();
             from = 0;
-            file = Open(location);
-            if (!file.IsOpen()) {
+            if (Sys::OpenRegularFile(location, file) != 0) {
                 return false;  // until the directory changes again
             }
         }

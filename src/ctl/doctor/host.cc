@@ -4,6 +4,7 @@
 #include "ctl/host/daemon_settings.h"
 #include "ctl/host/listening_sockets.h"
 #include "platform/sys/host_root.h"
+#include "platform/sys/proc_file.h"
 
 #include <algorithm>
 #include <exception>
@@ -41,7 +42,8 @@ RunUser UserOfDaemon(const std::optional<DaemonProcess>& daemon) {
 
 // The last value of -r on the command line of a process; nothing when it has none.
 std::optional<std::string> OptionR(pid_t process) {
-    std::istringstream arguments(ReadProcFile("/proc/" + std::to_string(process) + "/cmdline"));
+    std::istringstream arguments(
+        Sys::ReadProcFile("/proc/" + std::to_string(process) + "/cmdline"));
     std::optional<std::string> value;
     for (std::string argument; std::getline(arguments, argument, '\0');) {
         if (argument == "-r" && std::getline(arguments, argument, '\0')) {

@@ -12,7 +12,6 @@
 #include <utility>
 
 #include <poll.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 namespace Ctl {
@@ -48,13 +47,13 @@ std::vector<Target> Hold(const std::string& directory, const std::vector<Member>
         if (targets.size() == kMaxTargets) {
             break;
         }
-        const long descriptor = ::syscall(SYS_pidfd_open, member.process.pid, 0);
-        if (descriptor < 0 && errno != ESRCH) {
+        Sys::PidFd process = Sys::PidFd::Open(member.process.pid);
+        if (!process.IsOpen() && errno != ESRCH) {
             throw Pellmar::IOException(
                 "opening process " + std::to_string(member.process.pid) + " of the group", errno);
         }
-        if (descriptor >= 0) {
-            targets.push_back({member, Sys::PidFd(Sys::OwnedFd(static_cast<int>(descriptor)))});
+        if (process.IsOpen()) {
+            targets.push_back({member, std::move(process)});
         }
     }
     const std::vector<Member> members = ReadMembers(directory);

@@ -1,7 +1,7 @@
 #include "ctl/host/listening_sockets.h"
 
-#include "ctl/host/process_stat.h"
 #include "platform/sys/owned_fd.h"
+#include "platform/sys/proc_file.h"
 
 #include <algorithm>
 #include <array>
@@ -171,7 +171,7 @@ std::vector<std::string> ListProcesses(DIR* processes, const std::vector<Listeni
                         isOfUser(status.st_uid));
         const std::string process = entry->d_name;
         const bool isNamed =
-            isLikely && ReadProcFile("/proc/" + process + "/comm", likelyName.size() + 1) ==
+            isLikely && Sys::ReadProcFile("/proc/" + process + "/comm", likelyName.size() + 1) ==
                             std::string(likelyName) + "\n";
         (isNamed ? named : isLikely ? likely : others).push_back(process);
     }

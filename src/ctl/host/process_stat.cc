@@ -1,13 +1,10 @@
 #include "ctl/host/process_stat.h"
 
-#include "platform/sys/owned_fd.h"
+#include "platform/sys/proc_file.h"
 
 #include <algorithm>
-#include <array>
-#include <cerrno>
 #include <charconv>
 
-#include <fcntl.h>
 #include <time.h>
 #include <unistd.h>
 
@@ -37,24 +34,6 @@ bool ParseField(std::string_view field, Number& number) {
 
 }  // namespace
 
-std::string ReadProcFile(const std::string& path, std::size_t limit) {
-    const Sys::OwnedFd file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
-    std::string text;
-    std::array<char, 4096> piece;
-    while (file.IsOpen() && text.size() < limit) {
-        const ssize_t count =
-            ::read(file.Get(), piece.data(), std::min(piece.size(), limit - text.size()));
-        if (count < 0 && errno == EINTR) {
-            continue;
-        }
-        if (count <= 0) {
-            break;
-        }
-        text.append(piece.data(), static_cast<std::size_t>(count));
-    }
-    return text;
-}
-
 std::optional<ProcessStat> ParseProcessStat(std::string_view text, long ticksPerSecond) {
     const std::size_t open = text.find(" (");
     const std::size_t close = text.rfind(") ");  // the name may hold any of these
@@ -82,7 +61,7 @@ std::optional<ProcessStat> ParseProcessStat(std::string_view text, long ticksPer
 
 std::optional<ProcessStat> ReadProcessStat(pid_t pid) {
     static const long sTicksPerSecond = ::sysconf(_SC_CLK_TCK);
-    return ParseProcessStat(ReadProcFile("/proc/" + std::to_string(pid) + "/stat"),
+    return ParseProcessStat(Sys::ReadProcFile("/proc/" + std::to_string(pid) + "/stat"),
                             sTicksPerSecond);
 }
 

@@ -18,9 +18,6 @@ struct ProcessStat {
     std::chrono::milliseconds uptime;  // of the machine, when the process started
 };
 
-// The first `limit` bytes of a file of /proc; empty when it cannot be read, and when it is empty.
-std::string ReadProcFile(const std::string& path, std::size_t limit = 65536);
-
 // Of a running process, or of a zombie; nothing when there is none of that number.
 std::optional<ProcessStat> ReadProcessStat(pid_t pid);
 

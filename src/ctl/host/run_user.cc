@@ -1,9 +1,10 @@
 #include "ctl/host/run_user.h"
 
-#include "ctl/host/process_stat.h"
+#include "platform/sys/proc_file.h"
 
 #include <array>
 #include <cstdint>
+#include <iterator>
 #include <sstream>
 #include <string_view>
 
@@ -18,20 +19,10 @@ namespace Ctl {
 
 namespace {
 
-// The numbers of the line "FIELD:\t1\t2 3" of /proc/PID/status (proc(5)).
+// The numbers in a field of /proc/PID/status.
 std::vector<unsigned> NumbersOf(const std::string& status, std::string_view field) {
-    std::istringstream lines(status);
-    for (std::string line; std::getline(lines, line);) {
-        if (line.starts_with(field)) {
-            std::istringstream rest(line.substr(field.size()));
-            std::vector<unsigned> numbers;
-            for (unsigned number = 0; rest >> number;) {
-                numbers.push_back(number);
-            }
-            return numbers;
-        }
-    }
-    return {};
+    std::istringstream text{std::string(Sys::StatusField(status, field))};
+    return {std::istream_iterator<unsigned>(text), {}};
 }
 
 // No capability but CAP_DAC_OVERRIDE, which the change of users has left permitted.
@@ -45,13 +36,13 @@ bool KeepFileAccess() {
 }  // namespace
 
 std::optional<RunUser> UserOf(pid_t process) {
-    const std::string status = ReadProcFile("/proc/" + std::to_string(process) + "/status");
-    const std::vector<unsigned> users = NumbersOf(status, "Uid:");
-    const std::vector<unsigned> groups = NumbersOf(status, "Gid:");
+    const std::string status = Sys::ReadProcFile("/proc/" + std::to_string(process) + "/status");
+    const std::vector<unsigned> users = NumbersOf(status, "Uid");
+    const std::vector<unsigned> groups = NumbersOf(status, "Gid");
     if (users.size() < 2 || groups.size() < 2) {
         return std::nullopt;
     }
-    return RunUser{users[1], groups[1], NumbersOf(status, "Groups:")};  // the effective ones
+    return RunUser{users[1], groups[1], NumbersOf(status, "Groups")};  // the effective ones
 }
 
 bool Become(const RunUser& user) {

@@ -1,12 +1,11 @@
 #include "ctl/plugin_run/inheritance.h"
 
-#include "ctl/host/process_stat.h"
 #include "platform/sys/owned_fd.h"
+#include "platform/sys/proc_file.h"
 
 #include <cerrno>
 #include <cstddef>
 #include <cstdlib>
-#include <string_view>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -18,15 +17,11 @@ namespace {
 
 using Resource = __rlimit_resource;  // the system library's enumeration
 
-// Of the line "Umask:\t0022" (proc(5)).
 std::optional<mode_t> FileMaskOf(const std::string& status) {
-    constexpr std::string_view kField = "\nUmask:";
-    const std::size_t at = status.find(kField);
-    if (at == std::string::npos) {
-        return std::nullopt;
-    }
+    const std::string mask(Sys::StatusField(status, "Umask"));
     constexpr int kOctal = 8;
-    return static_cast<mode_t>(std::strtoul(status.c_str() + at + kField.size(), nullptr, kOctal));
+    return mask.empty() ? std::nullopt
+                        : std::optional<mode_t>(std::strtoul(mask.c_str(), nullptr, kOctal));
 }
 
 }  // namespace
@@ -34,8 +29,8 @@ std::optional<mode_t> FileMaskOf(const std::string& status) {
 Inheritance InheritanceOf(pid_t process) {
     const std::string folder = "/proc/" + std::to_string(process);
     Inheritance inheritance;
-    inheritance.fileMask = FileMaskOf(ReadProcFile(folder + "/status"));
-    inheritance.oomScoreAdjust = ReadProcFile(folder + "/oom_score_adj");
+    inheritance.fileMask = FileMaskOf(Sys::ReadProcFile(folder + "/status"));
+    inheritance.oomScoreAdjust = Sys::ReadProcFile(folder + "/oom_score_adj");
     for (std::size_t resource = 0; resource < inheritance.limits.size(); ++resource) {
         rlimit limit{};
         if (::prlimit(process, static_cast<Resource>(resource), nullptr, &limit) == 0) {

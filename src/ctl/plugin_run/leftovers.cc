@@ -13,7 +13,6 @@
 #include <utility>
 
 #include <poll.h>
-#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -34,8 +33,7 @@ struct Descendant {
 
 // The process of that number, held before it is asked what it is.
 Descendant Hold(pid_t pid) {
-    Descendant held{Sys::PidFd(Sys::OwnedFd(static_cast<int>(::syscall(SYS_pidfd_open, pid, 0)))),
-                    {}};
+    Descendant held{Sys::PidFd::Open(pid), {}};
     if (const std::optional<ProcessStat> stat = ReadProcessStat(pid)) {
         held.stat = *stat;
     }

@@ -27,7 +27,6 @@
 #include <sys/resource.h>
 #include <sys/signalfd.h>
 #include <sys/socket.h>
-#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -48,16 +47,20 @@ struct StarterMessage {
     std::uint64_t peakKB = 0;  // of the starter itself
 };
 
+[[noreturn]] void FailToStart(const std::string& step) {
+    throw std::runtime_error("the plugin cannot be started, " + step + ": " +
+                             std::generic_category().message(errno) +
+                             "; free some memory or raise the limit of open files");
+}
+
 // All descriptors of this process are above those of the plugin, even if it was started without.
-Sys::OwnedFd Require(int descriptor, const char* what) {
+Sys::OwnedFd Require(int descriptor, const char* step) {
     Sys::OwnedFd opened(descriptor);
     if (opened.IsOpen() && opened.Get() <= STDERR_FILENO) {
         opened.Reset(::fcntl(opened.Get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
     }
     if (!opened.IsOpen()) {
-        throw std::runtime_error("the plugin cannot be started, " + std::string(what) + ": " +
-                                 std::generic_category().message(errno) +
-                                 "; free some memory or raise the limit of open files");
+        FailToStart(step);
     }
     return opened;
 }
@@ -148,8 +151,10 @@ PluginProcess::PluginProcess(const Sentrel::Plugin& plugin, const PluginStarter&
     (void)::prctl(PR_SET_CHILD_SUBREAPER, 1);  // cannot fail
     Start(plugin, starter);
     // Its number is its own until it is waited for, which only this process can.
-    process = Sys::PidFd(
-        Require(static_cast<int>(::syscall(SYS_pidfd_open, pid, 0)), "holding its process"));
+    process = Sys::PidFd::Open(pid);
+    if (!process.IsOpen()) {
+        FailToStart("holding its process");
+    }
 }
 
 PluginProcess::~PluginProcess() {
@@ -171,7 +176,7 @@ void PluginProcess::Start(const Sentrel::Plugin& plugin, const PluginStarter& st
                    messageEnds.other.Get());
     }
     if (forked < 0) {
-        (void)Require(-1, "making a process");
+        FailToStart("making a process");
     }
     messageEnds.other.Reset();
     const StarterMessage message = ReadMessage(messageEnds.own.Get(), forked);

@@ -4,6 +4,7 @@
 #include "ctl/reports/schema.h"
 #include "platform/json/bounded_json.h"
 #include "platform/runtime/values/date_time.h"
+#include "platform/sys/utf8.h"
 #include "store/report_name.h"
 
 #include <nlohmann/json.hpp>
@@ -44,15 +45,9 @@ std::string Shown(const Document& value) {
     if (value.is_structured()) {
         return value.is_object() ? "an object" : "a list";
     }
-    std::string text = value.dump();
-    if (text.size() <= kMaxShown) {
-        return text;
-    }
-    std::size_t end = kMaxShown;
-    while ((static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80U) {  // within a character
-        --end;
-    }
-    return text.substr(0, end) + "...";
+    const std::string text = value.dump();
+    const std::string_view shown = Sys::CutUtf8(text, kMaxShown);
+    return std::string(shown) + (shown.size() < text.size() ? "..." : "");
 }
 
 std::string Explain(const SchemaViolation& violation) {

@@ -1,6 +1,7 @@
 #include "ctl/show/table.h"
 
 #include "platform/pellmar/log/logger.h"
+#include "platform/sys/utf8.h"
 
 #include <algorithm>
 #include <ostream>
@@ -14,9 +15,8 @@ constexpr std::size_t kGap = 2;
 
 // Characters of a UTF-8 text: its bytes but for those that continue one.
 std::size_t WidthOf(std::string_view text) {
-    return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char byte) {
-        return (static_cast<unsigned char>(byte) & 0xC0) != 0x80;
-    }));
+    return text.size() - static_cast<std::size_t>(
+                             std::count_if(text.begin(), text.end(), Sys::IsUtf8Continuation));
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include "platform/json/json_scanner.h"
 
 #include "platform/json/json_tokens.h"
+#include "platform/sys/utf8.h"
 
 #include <algorithm>
 #include <array>
@@ -9,8 +10,6 @@
 namespace Json {
 
 namespace {
-
-bool IsUtf8Continuation(char byte) { return (static_cast<unsigned char>(byte) & 0xC0) == 0x80; }
 
 // What may stand at the next byte that is no blank.
 enum class Expect { Object, Value, ValueOrEnd, Name, NameOrEnd, Colon, CommaOrEnd, EndOfText };
@@ -229,7 +228,7 @@ JsonError Locate(std::string_view text, Fault fault) {
     const std::size_t lineStart = before.rfind('\n') + 1;  // npos + 1 is 0: the first line
     const std::string_view line = before.substr(lineStart);
     const auto lines = std::count(before.begin(), before.end(), '\n');
-    const auto continuations = std::count_if(line.begin(), line.end(), IsUtf8Continuation);
+    const auto continuations = std::count_if(line.begin(), line.end(), Sys::IsUtf8Continuation);
     return {static_cast<std::size_t>(lines) + 1,
             line.size() - static_cast<std::size_t>(continuations) + 1, std::move(fault.reason)};
 }

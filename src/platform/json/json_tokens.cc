@@ -1,5 +1,7 @@
 #include "platform/json/json_tokens.h"
 
+#include "platform/sys/utf8.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -61,25 +63,6 @@ std::optional<Fault> TakeEscape(std::string_view text, std::size_t& offset) {
     offset += kLength;
     return std::nullopt;
 }
-
-// The well-formed sequences of UTF-8 by their lead byte (Unicode, table 3-7): the range of the
-// second byte, which differs, and the length.
-struct Utf8Row {
-    std::uint8_t firstLead;
-    std::uint8_t lastLead;
-    std::uint8_t secondLow;
-    std::uint8_t secondHigh;
-    std::size_t length;
-};
-
-constexpr std::array<Utf8Row, 8> kUtf8Rows = {{{0xC2, 0xDF, 0x80, 0xBF, 2},
-                                               {0xE0, 0xE0, 0xA0, 0xBF, 3},
-                                               {0xE1, 0xEC, 0x80, 0xBF, 3},
-                                               {0xED, 0xED, 0x80, 0x9F, 3},
-                                               {0xEE, 0xEF, 0x80, 0xBF, 3},
-                                               {0xF0, 0xF0, 0x90, 0xBF, 4},
-                                               {0xF1, 0xF3, 0x80, 0xBF, 4},
-                                               {0xF4, 0xF4, 0x80, 0x8F, 4}}};
 
 std::string DescribeByte(char byte) {
     std::array<char, sizeof("the byte 0xFF")> words{};
@@ -145,27 +128,6 @@ std::optional<unsigned> CodeUnitAt(std::string_view text, std::size_t offset) {
     return unit;
 }
 
-std::size_t Utf8LengthAt(std::string_view text, std::size_t offset) {
-    const auto byteAt = [text](std::size_t at) { return static_cast<std::uint8_t>(text[at]); };
-    const std::uint8_t lead = byteAt(offset);
-    for (const Utf8Row& row : kUtf8Rows) {
-        if (lead < row.firstLead || lead > row.lastLead) {
-            continue;
-        }
-        if (text.size() - offset < row.length || byteAt(offset + 1) < row.secondLow ||
-            byteAt(offset + 1) > row.secondHigh) {
-            return 0;
-        }
-        for (std::size_t i = 2; i < row.length; ++i) {
-            if ((byteAt(offset + i) & 0xC0) != 0x80) {
-                return 0;
-            }
-        }
-        return row.length;
-    }
-    return 0;
-}
-
 std::optional<Fault> TakeString(std::string_view text, std::size_t& offset) {
     const std::size_t start = offset++;
     while (offset < text.size()) {
@@ -183,7 +145,7 @@ std::optional<Fault> TakeString(std::string_view text, std::size_t& offset) {
             return ControlFault(offset, byte);
         } else if (code < 0x80) {
             ++offset;
-        } else if (const std::size_t length = Utf8LengthAt(text, offset); length != 0) {
+        } else if (const std::size_t length = Sys::Utf8LengthAt(text, offset); length != 0) {
             offset += length;
         } else {
             return Fault{offset, DescribeByte(byte) + " is not UTF-8 here"};

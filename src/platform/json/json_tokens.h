@@ -33,10 +33,6 @@ std::string DescribeToken(std::string_view text, std::size_t offset);
 // The code unit of "\uXXXX" at `offset`, or nothing when none stands there.
 std::optional<unsigned> CodeUnitAt(std::string_view text, std::size_t offset);
 
-// The length of the UTF-8 sequence of several bytes (Unicode, table 3-7) at `offset`; 0 when none
-// that is well-formed stands there.
-std::size_t Utf8LengthAt(std::string_view text, std::size_t offset);
-
 inline bool IsDigit(char byte) { return byte >= '0' && byte <= '9'; }
 
 }  // namespace Json

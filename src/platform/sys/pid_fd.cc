@@ -8,6 +8,10 @@
 
 namespace Sys {
 
+PidFd PidFd::Open(pid_t pid) {
+    return PidFd(OwnedFd(static_cast<int>(::syscall(SYS_pidfd_open, pid, 0))));
+}
+
 int PidFd::Signal(int signal) const {
     const long result = ::syscall(SYS_pidfd_send_signal, descriptor.Get(), signal, nullptr, 0);
     return result == 0 ? 0 : errno;

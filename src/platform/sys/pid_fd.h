@@ -6,6 +6,8 @@
 
 #include <utility>
 
+#include <sys/types.h>
+
 namespace Sys {
 
 // Move-only; empty by default. Owning one keeps neither the process nor its zombie.
@@ -13,6 +15,10 @@ class PidFd {
   public:
     PidFd() = default;
     explicit PidFd(OwnedFd descriptor) : descriptor(std::move(descriptor)) {}
+
+    // The process that has that number now, a zombie too. Empty, with errno set, when it cannot be
+    // opened: ESRCH when no process has the number.
+    static PidFd Open(pid_t pid);
 
     bool IsOpen() const { return descriptor.IsOpen(); }
     // For poll: readable once the process has ended.

@@ -3,16 +3,14 @@
 #include "platform/json/bounded_json.h"
 #include "platform/pellmar/exceptions.h"
 #include "platform/sys/host_root.h"
-#include "platform/sys/owned_fd.h"
+#include "platform/sys/read_file.h"
 
 #include <nlohmann/json.hpp>
 
 #include <cerrno>
 #include <system_error>
 
-#include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace Tabulon {
 
@@ -33,28 +31,9 @@ bool CanNameFile(std::string_view segment) {
                                "; make it a readable file, or remove it");
 }
 
-std::string TextOf(int errorNumber) { return std::generic_category().message(errorNumber); }
-
 bool IsThere(const std::string& rootedPath) {
     struct stat status {};
     return lstat(rootedPath.c_str(), &status) == 0;
-}
-
-// Without waiting for a writer when the path is a FIFO's. Empty when there is no file.
-Sys::OwnedFd OpenEntryFile(const std::string& path) {
-    const std::string rootedPath = Sys::HostPath(path);
-    Sys::OwnedFd file(open(rootedPath.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
-    const int errorNumber = errno;
-    if (file.IsOpen()) {
-        return file;
-    }
-    if (errorNumber != ENOENT) {
-        ThrowUnreadable(path, TextOf(errorNumber));
-    }
-    if (IsThere(rootedPath)) {
-        ThrowUnreadable(path, "it is a link to nothing");
-    }
-    return file;
 }
 
 }  // namespace
@@ -80,35 +59,20 @@ EntryPaths PathsOf(const StoreEntry& entry) {
 }
 
 std::optional<std::string> ReadEntryFile(const std::string& path) {
-    const Sys::OwnedFd file = OpenEntryFile(path);
-    if (!file.IsOpen()) {
+    const std::string rootedPath = Sys::HostPath(path);
+    std::string text;
+    const int error = Sys::ReadRegularFile(rootedPath, kMaxFileBytes + 1, text);
+    if (error == ENOENT && !IsThere(rootedPath)) {
         return std::nullopt;
     }
-    struct stat status {};
-    if (fstat(file.Get(), &status) != 0) {
-        ThrowUnreadable(path, TextOf(errno));
+    if (error != 0) {
+        ThrowUnreadable(path, error == ENOENT  ? "it is a link to nothing"
+                              : error == ENXIO ? "it is not a regular file"
+                                               : std::generic_category().message(error));
     }
-    if (!S_ISREG(status.st_mode)) {
-        ThrowUnreadable(path, "it is not a regular file");
+    if (text.size() > kMaxFileBytes) {
+        ThrowUnreadable(path, "it is longer than " + std::to_string(kMaxFileBytes) + " bytes");
     }
-    std::string text;
-    std::size_t used = 0;
-    for (;;) {
-        constexpr std::size_t kPieceBytes = 4096;
-        text.resize(used + kPieceBytes);
-        const ssize_t count = read(file.Get(), text.data() + used, kPieceBytes);
-        if (count < 0 && errno != EINTR) {
-            ThrowUnreadable(path, TextOf(errno));
-        }
-        if (count == 0) {
-            break;
-        }
-        used += count > 0 ? static_cast<std::size_t>(count) : 0;
-        if (used > kMaxFileBytes) {
-            ThrowUnreadable(path, "it is longer than " + std::to_string(kMaxFileBytes) + " bytes");
-        }
-    }
-    text.resize(used);
     return text;
 }
 

@@ -1,20 +1,15 @@
 #include "platform/token/quote.h"
 
+#include "platform/sys/utf8.h"
+
 #include <cstddef>
 
 namespace Token {
 
 std::string Quote(std::string_view value) {
     constexpr std::size_t kMaxShown = 64;
-    std::size_t length = value.size();
-    if (length > kMaxShown) {
-        length = kMaxShown;
-        while (length > 0 && (static_cast<unsigned char>(value[length]) & 0xC0) == 0x80) {
-            --length;
-        }
-    }
-    std::string quoted = "\"" + std::string(value.substr(0, length)) + "\"";
-    return length < value.size() ? quoted + "..." : quoted;
+    const std::string_view shown = Sys::CutUtf8(value, kMaxShown);
+    return "\"" + std::string(shown) + (shown.size() < value.size() ? "\"..." : "\"");
 }
 
 }  // namespace Token

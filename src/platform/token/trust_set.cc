@@ -3,7 +3,7 @@
 #include "platform/json/bounded_json.h"
 #include "platform/pellmar/exceptions.h"
 #include "platform/sys/host_root.h"
-#include "platform/sys/owned_fd.h"
+#include "platform/sys/read_file.h"
 #include "platform/token/quote.h"
 
 #include <nlohmann/json.hpp>
@@ -12,9 +12,7 @@
 #include <exception>
 #include <utility>
 
-#include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace Token {
 
@@ -36,28 +34,6 @@ std::string NameOfKey(std::size_t index, const json& jwk) {
     const std::string place = "key " + std::to_string(index + 1);
     const bool hasId = jwk.is_object() && jwk.contains("kid") && jwk["kid"].is_string();
     return hasId ? place + " (kid " + Quote(jwk["kid"].get<std::string>()) + ")" : place;
-}
-
-std::string ReadAll(int file) {
-    std::string text;
-    std::size_t used = 0;
-    for (;;) {
-        constexpr std::size_t kPieceBytes = 4096;
-        text.resize(used + kPieceBytes);
-        const ssize_t count = read(file, text.data() + used, kPieceBytes);
-        if (count < 0 && errno != EINTR) {
-            throw Pellmar::IOException("cannot be read", errno);
-        }
-        if (count == 0) {
-            text.resize(used);
-            return text;
-        }
-        used += count > 0 ? static_cast<std::size_t>(count) : 0;
-        if (used > kMaxTrustSetBytes) {
-            throw Pellmar::IOException("is longer than " + std::to_string(kMaxTrustSetBytes) +
-                                       " bytes");
-        }
-    }
 }
 
 }  // namespace
@@ -92,23 +68,22 @@ TrustedKeys ParseTrustSet(std::string_view text) {
 }
 
 std::optional<std::string> ReadTrustSet(const std::string& path) {
-    const std::string rootedPath = Sys::HostPath(path);
-    // Without waiting for a writer when the path is a FIFO's.
-    const Sys::OwnedFd file(open(rootedPath.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
-    if (!file.IsOpen()) {
-        if (errno == ENOENT) {
-            return std::nullopt;
-        }
-        throw Pellmar::IOException("cannot be opened", errno);
+    std::string text;
+    const int error = Sys::ReadRegularFile(Sys::HostPath(path), kMaxTrustSetBytes + 1, text);
+    if (error == ENOENT) {
+        return std::nullopt;
     }
-    struct stat status {};
-    if (fstat(file.Get(), &status) != 0) {
-        throw Pellmar::IOException("cannot be read", errno);
-    }
-    if (!S_ISREG(status.st_mode)) {
+    if (error == ENXIO) {
         throw Pellmar::IOException("is not a regular file");
     }
-    return ReadAll(file.Get());
+    if (error != 0) {
+        throw Pellmar::IOException("cannot be opened", error);
+    }
+    if (text.size() > kMaxTrustSetBytes) {
+        throw Pellmar::IOException("is longer than " + std::to_string(kMaxTrustSetBytes) +
+                                   " bytes");
+    }
+    return text;
 }
 
 TrustSet::TrustSet(std::string path, Pellmar::Ref<Pellmar::Service::Logger> logger)

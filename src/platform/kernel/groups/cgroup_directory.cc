@@ -1,8 +1,8 @@
 #include "platform/kernel/groups/cgroup_directory.h"
 
 #include "platform/kernel/groups/member_processes.h"
+#include "platform/sys/read_file.h"
 
-#include <array>
 #include <cerrno>
 #include <charconv>
 #include <memory>
@@ -184,17 +184,7 @@ int CgroupDirectory::SetFrozen(bool frozen) const {
 std::string CgroupDirectory::Read(const char* name) const {
     const Sys::OwnedFd file(::openat(directory.Get(), name, O_RDONLY | O_CLOEXEC));
     std::string text;
-    if (!file.IsOpen()) {
-        return text;
-    }
-    std::array<char, 4096> piece;
-    while (text.size() < kMaxFileBytes) {
-        const ssize_t count = ::read(file.Get(), piece.data(), piece.size());
-        if (count <= 0) {
-            break;
-        }
-        text.append(piece.data(), static_cast<std::size_t>(count));
-    }
+    (void)Sys::ReadAll(file.Get(), kMaxFileBytes, text);  // EBADF when it is not open
     return text;
 }
 

@@ -1,9 +1,10 @@
 #include "platform/kernel/groups/cgroup_location.h"
 
+#include "platform/sys/proc_file.h"
+
 #include <array>
 #include <cerrno>
 #include <cstdlib>
-#include <fstream>
 #include <sstream>
 #include <system_error>
 #include <vector>
@@ -20,11 +21,9 @@ namespace {
 constexpr const char* kRootVariable = "SENTREL_CGROUP_ROOT";
 constexpr const char* kNotMounted = "no cgroup v2 hierarchy is mounted";
 
-std::string ReadProcFile(const std::string& path) {
-    std::ifstream file(path);
-    std::ostringstream text;
-    text << file.rdbuf();
-    return std::move(text).str();
+std::optional<CgroupMount> FindMount() {
+    constexpr std::size_t kMaxBytes = 16 * 1024 * 1024;  // tens of thousands of mounts
+    return FindCgroupMount(Sys::ReadProcFile("/proc/self/mountinfo", kMaxBytes));
 }
 
 std::vector<std::string> SplitFields(const std::string& line) {
@@ -188,11 +187,11 @@ GroupRoot LocateGroupRoot() {
     if (named != nullptr && *named != '\0') {
         return {Kind::Named, WithoutSlashes(named), ""};
     }
-    const std::optional<CgroupMount> mount = FindCgroupMount(ReadProcFile("/proc/self/mountinfo"));
+    const std::optional<CgroupMount> mount = FindMount();
     if (!mount) {
         return {Kind::None, "", kNotMounted};
     }
-    const std::string unit = FindDelegatedUnit(*mount, ReadProcFile("/proc/self/cgroup"));
+    const std::string unit = FindDelegatedUnit(*mount, Sys::ReadProcFile("/proc/self/cgroup"));
     if (!unit.empty() && WriteProblem(unit) == 0) {
         return {Kind::DelegatedUnit, unit, ""};
     }
@@ -206,15 +205,16 @@ GroupRoot LocateGroupRoot() {
 GroupRoot LocateGroupRootOf(pid_t process) {
     using Kind = GroupRoot::Kind;
     const std::string directory = "/proc/" + std::to_string(process);
-    const std::string named = FindVariable(ReadProcFile(directory + "/environ"), kRootVariable);
+    const std::string named =
+        FindVariable(Sys::ReadProcFile(directory + "/environ"), kRootVariable);
     if (!named.empty()) {
         return {Kind::Named, WithoutSlashes(named), ""};
     }
-    const std::optional<CgroupMount> mount = FindCgroupMount(ReadProcFile("/proc/self/mountinfo"));
+    const std::optional<CgroupMount> mount = FindMount();
     if (!mount) {
         return {Kind::None, "", kNotMounted};
     }
-    const std::string unit = FindDelegatedUnit(*mount, ReadProcFile(directory + "/cgroup"));
+    const std::string unit = FindDelegatedUnit(*mount, Sys::ReadProcFile(directory + "/cgroup"));
     if (!unit.empty()) {
         return {Kind::DelegatedUnit, unit, ""};
     }

@@ -1,15 +1,13 @@
 #include "platform/kernel/groups/member_processes.h"
 
-#include "platform/sys/owned_fd.h"
+#include "platform/sys/proc_file.h"
 
-#include <array>
 #include <charconv>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
 
-#include <fcntl.h>
 #include <unistd.h>
 
 namespace Kernel {
@@ -19,10 +17,7 @@ namespace {
 // The start of /proc/PID/NAME, at most 127 bytes of it; empty once the process has ended.
 std::string ReadProcessFile(pid_t pid, std::string_view name) {
     const std::string path = "/proc/" + std::to_string(pid) + "/" + std::string(name);
-    const Sys::OwnedFd file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
-    std::array<char, 127> text;
-    const ssize_t count = file.IsOpen() ? ::read(file.Get(), text.data(), text.size()) : 0;
-    return {text.data(), static_cast<std::size_t>(count > 0 ? count : 0)};
+    return Sys::ReadProcFile(path, 127);
 }
 
 // proc(5): statm is "SIZE RESIDENT SHARED ...", in pages.

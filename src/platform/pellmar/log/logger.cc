@@ -3,6 +3,7 @@
 #include "platform/pellmar/log/logger.h"
 
 #include "platform/pellmar/log/log_sink.h"
+#include "platform/sys/utf8.h"
 
 #include <cstddef>
 #include <exception>
@@ -14,31 +15,11 @@ namespace {
 // Bytes of the UTF-8 sequence (RFC 3629 section 4) at the start of `text` that may stand in a line
 // as it is; 0 when its first byte must be escaped.
 std::size_t PrintableLength(std::string_view text) {
-    const auto byteAt = [text](std::size_t i) {
-        return i < text.size() ? static_cast<unsigned char>(text[i])
-                               : static_cast<unsigned char>(0);
-    };
-    const auto follows = [&](std::size_t i) { return (byteAt(i) & 0xC0) == 0x80; };
-    const unsigned char first = byteAt(0);
-    const unsigned char second = byteAt(1);
-    if (first < 0x80) {
-        return first < 0x20 || first == 0x7F ? 0 : 1;
-    }
-    if (first < 0xC2 || first > 0xF4 || !follows(1)) {
-        return 0;
-    }
-    if (first < 0xE0) {
-        const bool isControl = first == 0xC2 && second < 0xA0;  // U+0080 to U+009F
-        return isControl ? 0 : 2;
-    }
-    if (first < 0xF0) {
-        const bool isOverlong = first == 0xE0 && second < 0xA0;
-        const bool isSurrogate = first == 0xED && second >= 0xA0;
-        return isOverlong || isSurrogate || !follows(2) ? 0 : 3;
-    }
-    const bool isOverlong = first == 0xF0 && second < 0x90;
-    const bool isBeyondUnicode = first == 0xF4 && second >= 0x90;
-    return isOverlong || isBeyondUnicode || !follows(2) || !follows(3) ? 0 : 4;
+    const std::size_t length = Sys::Utf8LengthAt(text, 0);
+    const auto first = static_cast<unsigned char>(text[0]);
+    const bool isControl = length == 1 ? first < 0x20 || first == 0x7F
+                                       : text.substr(0, 2) < "\xC2\xA0";  // U+0080 to U+009F
+    return isControl ? 0 : length;
 }
 
 void AppendByteEscaped(std::string& line, char byte) {

@@ -4,11 +4,11 @@
 
 #include "platform/pellmar/exceptions.h"
 #include "platform/pellmar/log/logger.h"
+#include "platform/sys/proc_file.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <fstream>
 #include <memory>
 #include <system_error>
 #include <utility>
@@ -69,14 +69,9 @@ std::string ReadReasonOf(int errorNumber) {
 // only by changing it for all threads. When it cannot be known, every file is given its mode.
 bool UmaskCutsFileMode() {
     static const bool kCuts = [] {
-        std::ifstream status("/proc/self/status");
-        unsigned mask = 0777;
-        for (std::string line; std::getline(status, line);) {
-            if (line.rfind("Umask:", 0) == 0) {
-                mask = static_cast<unsigned>(std::stoul(line.substr(6), nullptr, 8));
-                break;
-            }
-        }
+        const std::string status = Sys::ReadProcFile("/proc/self/status");
+        const std::string field(Sys::StatusField(status, "Umask"));
+        const unsigned long mask = field.empty() ? 0777 : std::stoul(field, nullptr, 8);
         return (mask & kFileMode) != 0;
     }();
     return kCuts;

@@ -1,6 +1,6 @@
 #include "platform/runtime/json/json_writer.h"
 
-#include "platform/json/json_tokens.h"
+#include "platform/sys/utf8.h"
 
 #include <array>
 #include <charconv>
@@ -91,7 +91,7 @@ void AppendString(std::string_view text, std::string& json) {
             continue;
         }
         const bool isAscii = static_cast<unsigned char>(byte) < 0x80;
-        const std::size_t length = isAscii ? 0 : ::Json::Utf8LengthAt(text, offset);
+        const std::size_t length = isAscii ? 0 : Sys::Utf8LengthAt(text, offset);
         if (length > 0) {
             offset += length;
             continue;

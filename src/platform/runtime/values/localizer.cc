@@ -1,5 +1,7 @@
 #include "platform/runtime/values/localizer.h"
 
+#include "platform/sys/utf8.h"
+
 #include <algorithm>
 #include <cstddef>
 #include <span>
@@ -124,13 +126,7 @@ void Cut(std::string& argument) {
     if (argument.size() <= kMaxArgumentBytes) {
         return;
     }
-    std::size_t end = kMaxArgumentBytes;
-    constexpr std::size_t kLongestTail = 3;  // continuation bytes of one character
-    while (end > kMaxArgumentBytes - kLongestTail &&
-           (static_cast<unsigned char>(argument[end]) & 0xC0) == 0x80) {
-        --end;
-    }
-    argument.resize(end);
+    argument.resize(Sys::CutUtf8(argument, kMaxArgumentBytes).size());
     argument += "...";
 }
 
