@@ -5,12 +5,10 @@
 #include "platform/pellmar/system/system_factory.h"
 #include "platform/sys/host_root.h"
 #include "platform/tabulon/json_config.h"
-#include "plugins/plugin_launcher.h"
 
 #include <cstdint>
 #include <cstring>
 #include <filesystem>
-#include <memory>
 #include <string_view>
 #include <system_error>
 
@@ -134,32 +132,6 @@ void ExaminePlugins(const Ref<Logger>& logger,
         entry.info.path = kPluginDirectory + entry.info.name;
         entry.verdict = Examine(*file, entry, logger);
         take(entry);
-    }
-}
-
-void PluginLauncher::DiscoverPlugins() {
-    ExaminePlugins(logger, [this](const PluginEntry& entry) {
-        if (entry.verdict == PluginVerdict::Enabled) {
-            AddToQueue(entry.info);
-        }
-    });
-}
-
-void PluginLauncher::AddToQueue(const PluginInfo& info) {
-    auto plugin = std::make_shared<Plugin>(info);
-    switch (info.frequency) {
-        case 1:
-            medium->plugins.push_back(std::move(plugin));
-            LogInternal(logger, 6, "Plugin added to medium queue: %1", info.name);
-            break;
-        case 2:
-            slow->plugins.push_back(std::move(plugin));
-            LogInternal(logger, 6, "Plugin added to slow queue: %1", info.name);
-            break;
-        default:
-            fast->plugins.push_back(std::move(plugin));
-            LogInternal(logger, 6, "Plugin added to fast queue: %1", info.name);
-            break;
     }
 }
 

@@ -1,17 +1,14 @@
-// Also what the launcher makes of it: keeping the process id, and ending those whose time is up.
 #include "plugins/launch.h"
 
 #include "platform/kernel/spawn/process_table.h"
 #include "platform/kernel/spawn/spawn.h"
-#include "plugins/plugin_launcher.h"
 #include "plugins/resource_group.h"
 
 #include <array>
 #include <cerrno>
 #include <cstdint>
+#include <string>
 #include <system_error>
-
-#include <signal.h>
 
 namespace Sentrel {
 
@@ -61,27 +58,6 @@ Launch LaunchPlugin(const Plugin& plugin, const Ref<Logger>& logger) {
     }
     LogInternal(logger, 6, "Pushed plugin %1 (%2) for tracking", plugin.GetPath(), pid);
     return {.pid = pid};
-}
-
-std::int32_t PluginLauncher::LaunchPlugin(const std::shared_ptr<Plugin>& plugin) {
-    return Sentrel::LaunchPlugin(*plugin, logger).pid;
-}
-
-void PluginLauncher::KillTracked(const std::vector<std::int32_t>& pids) const {
-    for (const std::int32_t pid : pids) {
-        if (Kernel::Kill(pid, 0) != 0) {
-            if (errno == ESRCH) {
-                LogInternal(logger, 7, "%1 already killed", pid);
-            }
-            continue;
-        }
-        if (Kernel::Kill(pid, SIGTERM) != 0) {
-            const int errorNumber = errno;
-            LogInternal(logger, 3, "Could not kill %1: %2", pid, errorNumber);
-        } else {
-            LogInternal(logger, 5, "%1 killed", pid);
-        }
-    }
 }
 
 }  // namespace Sentrel

@@ -1,10 +1,17 @@
 #include "plugins/plugin_launcher.h"
 
+#include "platform/kernel/spawn/process_table.h"
 #include "platform/pellmar/config.h"
 #include "platform/pellmar/service/app.h"
+#include "plugins/discovery.h"
+#include "plugins/launch.h"
+#include "plugins/queue_timing.h"
 #include "plugins/resource_group.h"
 
+#include <cerrno>
 #include <utility>
+
+#include <signal.h>
 
 namespace Sentrel {
 
@@ -20,11 +27,6 @@ constexpr std::int64_t kMicrosecondsPerSecond = 1'000'000;
 
 std::int64_t InMicroseconds(std::uint64_t seconds) {
     return static_cast<std::int64_t>(seconds) * kMicrosecondsPerSecond;
-}
-
-std::unique_ptr<PluginLauncher::PluginCategory> MakeQueue(const QueueTiming& timing) {
-    return std::make_unique<PluginLauncher::PluginCategory>(
-        PluginLauncher::PluginCategory{timing, {}, {}, {}});
 }
 
 }  // namespace
@@ -89,10 +91,39 @@ void PluginLauncher::ApplyResourcePoolSize(std::int32_t megabytes) {
 }
 
 void PluginLauncher::CreateQueues() {
-    const Timetable table = MakeTimetable({}, sFastPeriodMinutes);
-    fast = MakeQueue(table.fast);
-    medium = MakeQueue(table.medium);
-    slow = MakeQueue(table.slow);
+    fast = std::make_unique<PluginCategory>();
+    fast->period = static_cast<std::uint64_t>(sFastPeriodMinutes) * 60;
+    fast->initialDelay = kFirstDelaySeconds;
+    medium = std::make_unique<PluginCategory>();
+    medium->period = kMediumPeriodSeconds;
+    slow = std::make_unique<PluginCategory>();
+    slow->period = kSlowPeriodSeconds;
+}
+
+void PluginLauncher::DiscoverPlugins() {
+    ExaminePlugins(logger, [this](const PluginEntry& entry) {
+        if (entry.verdict == PluginVerdict::Enabled) {
+            AddToQueue(entry.info);
+        }
+    });
+}
+
+void PluginLauncher::AddToQueue(const PluginInfo& info) {
+    auto plugin = std::make_shared<Plugin>(info);
+    switch (info.frequency) {
+        case 1:
+            medium->plugins.push_back(std::move(plugin));
+            LogInternal(logger, 6, "Plugin added to medium queue: %1", info.name);
+            break;
+        case 2:
+            slow->plugins.push_back(std::move(plugin));
+            LogInternal(logger, 6, "Plugin added to slow queue: %1", info.name);
+            break;
+        default:
+            fast->plugins.push_back(std::move(plugin));
+            LogInternal(logger, 6, "Plugin added to fast queue: %1", info.name);
+            break;
+    }
 }
 
 void PluginLauncher::ApplyTimetable() {
@@ -101,7 +132,7 @@ void PluginLauncher::ApplyTimetable() {
                               .slow = slow->plugins.size()};
     const Timetable table = MakeTimetable(counts, sFastPeriodMinutes);
     LogInternal(logger, 5, "Number of fast plugins: %1, Throttle timeout: %2, Min period: %3",
-                counts.fast, table.fast.throttleTimeout, table.minimumPeriod);
+                counts.fast, fast->throttleTimeout, table.minimumPeriod);
     medium->initialDelay = table.medium.initialDelay;
     LogInternal(logger, 5, "Updated medium queue initial delay to: %1 ", medium->initialDelay);
     if (table.fastPeriodWasRaised) {
@@ -109,7 +140,7 @@ void PluginLauncher::ApplyTimetable() {
         LogInternal(logger, 5, "Updated the period of the fast plugin queue to %1", fast->period);
     }
     LogInternal(logger, 5, "Number of Medium plugins: %1, Throttle timeout: %2", counts.medium,
-                table.medium.throttleTimeout);
+                medium->throttleTimeout);
     slow->initialDelay = table.slow.initialDelay;
 }
 
@@ -119,8 +150,9 @@ void PluginLauncher::ScheduleLaunches(Queue& queue) {
     for (std::size_t batch = 0; batch * queue->batchSize < queue->plugins.size(); ++batch) {
         queue->items.emplace_back();
         Ref<ScheduledItem> item;  // not kept: the slot is for the runs after the first
-        GetApp().GetScheduler().Schedule(BatchFunction(batch, batch * queue->batchSize, queue),
-                                         InMicroseconds(queue->FirstRun(batch)), item);
+        GetApp().GetScheduler().Schedule(
+            BatchFunction(batch, batch * queue->batchSize, queue),
+            InMicroseconds(queue->initialDelay + batch * queue->throttleTimeout), item);
         LogInternal(logger, 5, "Plugin %1 scheduled", batch);
     }
 }
@@ -170,6 +202,27 @@ void PluginLauncher::LaunchBatch(std::size_t firstPlugin, PluginCategory& queue)
 void PluginLauncher::Forget(std::int32_t pid) {
     for (const Queue* queue : {&fast, &medium, &slow}) {
         std::erase((*queue)->pids, pid);
+    }
+}
+
+std::int32_t PluginLauncher::LaunchPlugin(const std::shared_ptr<Plugin>& plugin) {
+    return Sentrel::LaunchPlugin(*plugin, logger).pid;
+}
+
+void PluginLauncher::KillTracked(const std::vector<std::int32_t>& pids) const {
+    for (const std::int32_t pid : pids) {
+        if (Kernel::Kill(pid, 0) != 0) {
+            if (errno == ESRCH) {
+                LogInternal(logger, 7, "%1 already killed", pid);
+            }
+            continue;
+        }
+        if (Kernel::Kill(pid, SIGTERM) != 0) {
+            const int errorNumber = errno;
+            LogInternal(logger, 3, "Could not kill %1: %2", pid, errorNumber);
+        } else {
+            LogInternal(logger, 5, "%1 killed", pid);
+        }
     }
 }
 

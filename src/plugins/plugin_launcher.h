@@ -1,6 +1,5 @@
-// Runs the plugins: finds them, lays them out in time, and launches each in its batch, again and
-// again, for the life of the process. Launching itself stands in launch.cc, finding in
-// discovery.cc.
+// Runs the plugins: lays out in time those that discovery finds, and launches each in its batch,
+// again and again, for the life of the process.
 #pragma once
 
 #include "platform/hostlib/exclusive_lock.h"
@@ -23,7 +22,12 @@ class PluginLauncher : public std::enable_shared_from_this<PluginLauncher> {
   public:
     // One queue. Its plugins are fixed once they have been discovered; `items` and `pids` change
     // under the launcher's lock only, once it has started.
-    struct PluginCategory : QueueTiming {
+    struct PluginCategory {
+        std::uint64_t batchSize = kBatchSize;  // plugins launched per batch
+        std::uint64_t period = 0;        // seconds from the end of one run of a batch to its next
+        std::uint64_t initialDelay = 0;  // seconds from Start to the first run of the first batch
+        // Seconds between the first runs of consecutive batches.
+        std::uint64_t throttleTimeout = kThrottleTimeoutSeconds;
         std::vector<std::shared_ptr<Plugin>> plugins;
         // One slot a batch: its pending next run; empty until it has run once.
         std::vector<Pellmar::Ref<Pellmar::System::ScheduledItem>> items;

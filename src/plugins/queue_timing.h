@@ -23,14 +23,12 @@ constexpr std::int64_t FastPeriodMinutes(std::int32_t setting) {
 }
 
 struct QueueTiming {
-    std::uint64_t batchSize = kBatchSize;
     std::uint64_t period = 0;  // from the end of one run of a batch to its next
     std::uint64_t initialDelay = 0;
-    std::uint64_t throttleTimeout = kThrottleTimeoutSeconds;
 
     // When the batch of that index runs first.
     std::uint64_t FirstRun(std::size_t batch) const {
-        return initialDelay + batch * throttleTimeout;
+        return initialDelay + batch * kThrottleTimeoutSeconds;
     }
 };
 
