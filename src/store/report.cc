@@ -25,10 +25,10 @@ using Pellmar::Service::LogInternal;
 constexpr std::array<std::string_view, 5> kStatusWords = {"ok", "warning", "error", "none",
                                                           "unknown"};
 
-nlohmann::detail::parse_error ParseErrorAt(std::size_t offset, const std::string& reason) {
+json::parse_error ParseErrorAt(std::size_t offset, const std::string& reason) {
     constexpr int kSyntaxError = 101;
-    return nlohmann::detail::parse_error::create(
-        kSyntaxError, offset + 1, "syntax error while parsing value - " + reason, nullptr);
+    return json::parse_error::create(kSyntaxError, offset + 1,
+                                     "syntax error while parsing value - " + reason, nullptr);
 }
 
 std::int32_t Clamped(double number) {
@@ -39,17 +39,11 @@ std::int32_t Clamped(double number) {
     return number >= Limits::max() ? Limits::max() : static_cast<std::int32_t>(number);
 }
 
-// get<int> would take booleans for numbers, and leaves numbers that do not fit undefined.
+// get<std::int32_t> would take booleans for numbers; the library's own type of integers refuses
+// them.
 std::int32_t StatusOf(const json& value) {
-    if (value.is_number_float()) {
-        return Clamped(value.get<double>());
-    }
-    if (value.is_number_integer()) {  // of either sign
-        return static_cast<std::int32_t>(static_cast<std::uint32_t>(value.get<std::uint64_t>()));
-    }
-    constexpr int kWrongType = 302;
-    throw nlohmann::detail::type_error::create(
-        kWrongType, std::string("type must be number, but is ") + value.type_name(), &value);
+    return value.is_number_float() ? Clamped(value.get<double>())
+                                   : static_cast<std::int32_t>(value.get<json::number_integer_t>());
 }
 
 Report Convert(const json& document) {

@@ -49,7 +49,7 @@ std::string ParseFault(const std::string& text) {
     try {
         (void)ParseReportText(text);
         return "";
-    } catch (const nlohmann::detail::exception& exception) {
+    } catch (const nlohmann::json::exception& exception) {
         return exception.what();
     }
 }

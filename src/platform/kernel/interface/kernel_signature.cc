@@ -7,7 +7,6 @@
 #include <cerrno>
 #include <climits>
 #include <cstdio>
-#include <regex>
 
 #include <sys/syscall.h>
 #include <sys/utsname.h>
@@ -17,7 +16,7 @@ namespace Kernel {
 
 namespace {
 
-constexpr std::string_view kMonths = "JanFebMarAprMayJunJulAugSepOctNovDec";
+constexpr std::string_view kMonths = " Jan Feb Mar Apr May Jun Jul Aug Sep Oct Nov Dec ";
 
 // What a kernel without a call answers, or a sandbox that takes it away.
 bool IsRefusal(int error) { return error == ENOSYS || error == EPERM; }
@@ -41,20 +40,6 @@ bool OffersPidFds() {
 
 bool OffersCloseRange() { return ::syscall(SYS_close_range, 1, 0, 0) != -1 || !IsRefusal(errno); }
 
-// 1 to 12; 0 for what is no English month.
-unsigned MonthNumber(std::string_view name) {
-    const std::size_t position = kMonths.find(name.substr(0, 3));
-    return position == std::string_view::npos ? 0 : static_cast<unsigned>(position / 3 + 1);
-}
-
-std::string FormatDate(const std::string& year, unsigned month, const std::string& day,
-                       const std::string& time) {
-    std::array<char, 64> text{};
-    (void)std::snprintf(text.data(), text.size(), "%s-%02u-%02luT%.8sZ", year.c_str(), month,
-                        std::stoul(day), time.c_str());
-    return text.data();
-}
-
 }  // namespace
 
 bool KernelOffersInterface(bool intoGroup) {
@@ -62,16 +47,28 @@ bool KernelOffersInterface(bool intoGroup) {
            OffersCloseRange();
 }
 
-std::string BuildDateOfVersion(std::string_view version) {
-    static const std::regex sLongForm(
-        R"((Jan|Feb|Mar|Apr|May|Jun|Jul|Aug|Sep|Oct|Nov|Dec) +(\d{1,2}) (\d\d:\d\d:\d\d) \S+ (\d{4}))");
-    static const std::regex sShortForm(R"((\d{4})-(\d\d)-(\d\d))");
-    std::match_results<std::string_view::const_iterator> found;
-    if (std::regex_search(version.begin(), version.end(), found, sLongForm)) {
-        return FormatDate(found.str(4), MonthNumber(found.str(1)), found.str(2), found.str(3));
+std::string BuildDateOfVersion(const std::string& version) {
+    for (const char* at = version.c_str(); *at != '\0'; ++at) {
+        std::array<char, 4> name{};
+        unsigned day = 0;
+        std::array<char, 9> time{};
+        unsigned year = 0;
+        const int found = std::sscanf(at, "%3[A-Za-z] %2u %8[0-9:] %*s %4u", name.data(), &day,
+                                      time.data(), &year);
+        const std::size_t month = kMonths.find(std::string(" ") + name.data() + ' ');
+        if (found == 4 && month != std::string_view::npos) {
+            std::array<char, 64> date{};
+            (void)std::snprintf(date.data(), date.size(), "%04u-%02zu-%02uT%sZ", year,
+                                month / 4 + 1, day, time.data());
+            return date.data();
+        }
     }
-    if (std::regex_search(version.begin(), version.end(), found, sShortForm)) {
-        return found.str(1) + "-" + found.str(2) + "-" + found.str(3) + "T00:00:00Z";
+    for (const char* at = version.c_str(); *at != '\0'; ++at) {
+        int length = 0;
+        (void)std::sscanf(at, "%*4[0-9]-%*2[0-9]-%*2[0-9]%n", &length);  // 0 unless all match
+        if (constexpr int kDateLength = 10; length == kDateLength) {
+            return std::string(at, kDateLength) + "T00:00:00Z";
+        }
     }
     return "0000-00-00T00:00:00Z";
 }
@@ -86,7 +83,7 @@ const char* ProgramDate() {
     // __DATE__ is "Mmm dd yyyy", with a blank for a missing first digit.
     static const std::string sDate = [] {
         const std::string date = __DATE__;
-        return FormatDate(date.substr(7), MonthNumber(date), date.substr(4, 2), __TIME__);
+        return BuildDateOfVersion(date.substr(0, 6) + " " __TIME__ " UTC" + date.substr(6));
     }();
     return sDate.c_str();
 }

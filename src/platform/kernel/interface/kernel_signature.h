@@ -4,7 +4,6 @@
 #pragma once
 
 #include <string>
-#include <string_view>
 
 namespace Kernel {
 
@@ -16,7 +15,7 @@ bool KernelOffersInterface(bool intoGroup);
 // The date in the version text of uname(2), such as "#1 SMP Thu Sep  7 10:21:30 UTC 2023" or
 // "#1 SMP Debian 6.1.55-1 (2023-09-29)", as "YYYY-MM-DDTHH:MM:SSZ"; all zeros when there is none.
 // A zone other than UTC is taken for UTC.
-std::string BuildDateOfVersion(std::string_view version);
+std::string BuildDateOfVersion(const std::string& version);
 
 // That of the running kernel.
 std::string RunningKernelDate();

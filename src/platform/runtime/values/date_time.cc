@@ -1,8 +1,9 @@
 #include "platform/runtime/values/date_time.h"
 
 #include <algorithm>
-#include <array>
+#include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <ctime>
 #include <optional>
 
@@ -10,38 +11,19 @@ namespace Quon {
 
 namespace {
 
-constexpr std::int64_t kMillisecondsPerSecond = 1000;
-constexpr std::int64_t kSecondsPerMinute = 60;
-constexpr std::int64_t kSecondsPerHour = 3600;
-constexpr std::int64_t kSecondsPerDay = 86400;
+using std::chrono::days;
+using std::chrono::floor;
+using std::chrono::hours;
+using std::chrono::milliseconds;
+using std::chrono::minutes;
+using std::chrono::seconds;
+using std::chrono::sys_days;
+using std::chrono::sys_seconds;
+using std::chrono::year;
+using std::chrono::year_month_day;
 
-constexpr std::int64_t kDaysPerEra = 146097;   // 400 years
-constexpr std::int64_t kDaysToEpoch = 719468;  // from 0000-03-01
-
-// The days from 1970-01-01 to a day of the proleptic Gregorian calendar. Years are counted from
-// 1 March, so that the leap day ends them; an era is 400 years.
-constexpr std::int64_t DaysToDate(std::int64_t year, int month, int day) {
-    const std::int64_t marchYear = month > 2 ? year : year - 1;
-    const std::int64_t era = marchYear / 400;
-    const std::int64_t yearOfEra = marchYear % 400;
-    const std::int64_t monthFromMarch = (month + 9) % 12;
-    const std::int64_t dayOfYear = (153 * monthFromMarch + 2) / 5 + day - 1;
-    const std::int64_t dayOfEra = yearOfEra * 365 + yearOfEra / 4 - yearOfEra / 100 + dayOfYear;
-    return era * kDaysPerEra + dayOfEra - kDaysToEpoch;
-}
-
-constexpr std::int64_t kFirstSecond = DaysToDate(1, 1, 1) * kSecondsPerDay;
-constexpr std::int64_t kEndSecond = DaysToDate(10000, 1, 1) * kSecondsPerDay;
-static_assert(DaysToDate(1970, 1, 1) == 0 && DaysToDate(2000, 3, 1) == 11017);
-
-constexpr bool IsLeapYear(int year) {
-    return year % 4 == 0 && (year % 100 != 0 || year % 400 == 0);
-}
-
-int DaysInMonth(int year, int month) {
-    constexpr std::array<int, 12> kDays = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
-    return month == 2 && IsLeapYear(year) ? 29 : kDays[static_cast<std::size_t>(month - 1)];
-}
+constexpr sys_seconds kFirst = sys_days(year(1) / 1 / 1);
+constexpr sys_seconds kEnd = sys_days(year(10000) / 1 / 1);
 
 // What a text says, before it is known what moment that is.
 struct Fields {
@@ -52,7 +34,12 @@ struct Fields {
     int minute = 0;
     int second = 0;
     int millisecond = 0;
-    std::optional<std::int64_t> zoneSeconds;  // east of UTC; none: the host's local time
+    std::optional<minutes> zone;  // east of UTC; none: the host's local time
+
+    year_month_day Date() const {
+        return {std::chrono::year(year), std::chrono::month(static_cast<unsigned>(month)),
+                std::chrono::day(static_cast<unsigned>(day))};
+    }
 };
 
 // Takes a text apart from left to right. A call returns false when something else stands there.
@@ -129,21 +116,19 @@ std::error_code ReadFields(std::string_view text, Fields& fields) {
         if (!reader.TakeOneOf("Zz") && !TakeZone(reader, zoneHours, zoneMinutes, isWest)) {
             return DateTimeError::Syntax;
         }
-        const std::int64_t seconds = zoneHours * kSecondsPerHour + zoneMinutes * kSecondsPerMinute;
-        fields.zoneSeconds = isWest ? -seconds : seconds;
+        const minutes zone = hours(zoneHours) + minutes(zoneMinutes);
+        fields.zone = isWest ? -zone : zone;
     }
     if (!reader.IsAtEnd()) {
         return DateTimeError::Syntax;
     }
-    const bool isInRange = fields.month >= 1 && fields.month <= 12 && fields.day >= 1 &&
-                           fields.day <= DaysInMonth(fields.year, fields.month) &&
-                           fields.hour <= 23 && fields.minute <= 59 && fields.second <= 59 &&
-                           zoneHours <= 23 && zoneMinutes <= 59;
+    const bool isInRange = fields.Date().ok() && fields.hour <= 23 && fields.minute <= 59 &&
+                           fields.second <= 59 && zoneHours <= 23 && zoneMinutes <= 59;
     return isInRange ? std::error_code() : DateTimeError::Range;
 }
 
 // The moment at which the host's clocks on the wall show the fields.
-std::error_code ToLocalSeconds(const Fields& fields, std::int64_t& seconds) {
+std::error_code FromLocalTime(const Fields& fields, sys_seconds& moment) {
     std::tm local{};
     local.tm_year = fields.year - 1900;
     local.tm_mon = fields.month - 1;
@@ -153,7 +138,7 @@ std::error_code ToLocalSeconds(const Fields& fields, std::int64_t& seconds) {
     local.tm_sec = fields.second;
     local.tm_isdst = -1;
     local.tm_wday = -1;  // still so after a failure, for which -1 alone is no sign
-    seconds = std::mktime(&local);
+    moment = sys_seconds(seconds(std::mktime(&local)));
     // A moment that is skipped when the clocks go forward comes back as another one.
     const bool exists = local.tm_wday != -1 && local.tm_hour == fields.hour &&
                         local.tm_min == fields.minute && local.tm_sec == fields.second &&
@@ -161,10 +146,9 @@ std::error_code ToLocalSeconds(const Fields& fields, std::int64_t& seconds) {
     return exists ? std::error_code() : DateTimeError::LocalTime;
 }
 
-std::int64_t ToUtcSeconds(const Fields& fields) {
-    return DaysToDate(fields.year, fields.month, fields.day) * kSecondsPerDay +
-           fields.hour * kSecondsPerHour + fields.minute * kSecondsPerMinute + fields.second -
-           *fields.zoneSeconds;
+sys_seconds FromZone(const Fields& fields) {
+    return sys_days(fields.Date()) + hours(fields.hour) + minutes(fields.minute) +
+           seconds(fields.second) - *fields.zone;
 }
 
 class Category : public std::error_category {
@@ -194,26 +178,6 @@ void PutNumber(std::string& text, std::size_t position, std::size_t digits, std:
     }
 }
 
-struct Date {
-    std::int64_t year;
-    std::int64_t month;
-    std::int64_t day;
-};
-
-// The converse of DaysToDate, for days from 0000-03-01 on.
-Date ToDate(std::int64_t days) {
-    const std::int64_t sinceMarch = days + kDaysToEpoch;
-    const std::int64_t era = sinceMarch / kDaysPerEra;
-    const std::int64_t dayOfEra = sinceMarch % kDaysPerEra;
-    const std::int64_t yearOfEra =
-        (dayOfEra - dayOfEra / 1460 + dayOfEra / 36524 - dayOfEra / 146096) / 365;
-    const std::int64_t dayOfYear = dayOfEra - (365 * yearOfEra + yearOfEra / 4 - yearOfEra / 100);
-    const std::int64_t monthFromMarch = (5 * dayOfYear + 2) / 153;
-    const std::int64_t month = monthFromMarch < 10 ? monthFromMarch + 3 : monthFromMarch - 9;
-    return {era * 400 + yearOfEra + (month <= 2 ? 1 : 0), month,
-            dayOfYear - (153 * monthFromMarch + 2) / 5 + 1};
-}
-
 }  // namespace
 
 std::error_code make_error_code(DateTimeError error) {
@@ -227,36 +191,34 @@ DateTime DateTime::Create(std::string_view text, std::error_code& error) {
     if (error) {
         return {};
     }
-    std::int64_t seconds = 0;
-    if (fields.zoneSeconds) {
-        seconds = ToUtcSeconds(fields);
-    } else if (error = ToLocalSeconds(fields, seconds); error) {
+    sys_seconds moment;
+    if (fields.zone) {
+        moment = FromZone(fields);
+    } else if (error = FromLocalTime(fields, moment); error) {
         return {};
     }
-    if (seconds < kFirstSecond || seconds >= kEndSecond) {
+    if (moment < kFirst || moment >= kEnd) {
         error = DateTimeError::Year;
         return {};
     }
     DateTime time;
-    time.milliseconds = seconds * kMillisecondsPerSecond + fields.millisecond;
+    time.sinceEpoch = moment.time_since_epoch() + milliseconds(fields.millisecond);
     return time;
 }
 
 std::string DateTime::ToString() const {
-    // Counted from the first day that can be written, so that nothing is negative.
-    const std::int64_t sinceFirst = milliseconds - kFirstSecond * kMillisecondsPerSecond;
-    const std::int64_t millisecond = sinceFirst % kMillisecondsPerSecond;
-    const std::int64_t second = sinceFirst / kMillisecondsPerSecond;
-    const std::int64_t secondOfDay = second % kSecondsPerDay;
-    const Date date = ToDate(second / kSecondsPerDay + kFirstSecond / kSecondsPerDay);
+    const std::chrono::sys_time<milliseconds> moment(sinceEpoch);
+    const sys_days day = floor<days>(moment);
+    const year_month_day date(day);
+    const std::chrono::hh_mm_ss time(moment - day);
     std::string text = "0000-00-00T00:00:00.000Z";
-    PutNumber(text, 0, 4, date.year);
-    PutNumber(text, 5, 2, date.month);
-    PutNumber(text, 8, 2, date.day);
-    PutNumber(text, 11, 2, secondOfDay / kSecondsPerHour);
-    PutNumber(text, 14, 2, secondOfDay % kSecondsPerHour / kSecondsPerMinute);
-    PutNumber(text, 17, 2, secondOfDay % kSecondsPerMinute);
-    PutNumber(text, 20, 3, millisecond);
+    PutNumber(text, 0, 4, static_cast<int>(date.year()));
+    PutNumber(text, 5, 2, static_cast<unsigned>(date.month()));
+    PutNumber(text, 8, 2, static_cast<unsigned>(date.day()));
+    PutNumber(text, 11, 2, time.hours().count());
+    PutNumber(text, 14, 2, time.minutes().count());
+    PutNumber(text, 17, 2, time.seconds().count());
+    PutNumber(text, 20, 3, time.subseconds().count());
     return text;
 }
 

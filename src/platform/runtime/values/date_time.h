@@ -1,6 +1,7 @@
 // A point in time as the API carries it: RFC 3339 texts in and out, milliseconds in between.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -28,7 +29,7 @@ class DateTime {
     // zone the text is the host's local time. On failure `error` is set and the epoch is returned.
     static DateTime Create(std::string_view text, std::error_code& error);
 
-    std::int64_t MillisecondsSinceEpoch() const { return milliseconds; }
+    std::int64_t MillisecondsSinceEpoch() const { return sinceEpoch.count(); }
 
     // "YYYY-MM-DDTHH:MM:SS.sssZ", 24 characters.
     std::string ToString() const;
@@ -36,7 +37,7 @@ class DateTime {
     friend bool operator==(const DateTime&, const DateTime&) = default;
 
   private:
-    std::int64_t milliseconds = 0;
+    std::chrono::milliseconds sinceEpoch{0};
 };
 
 }  // namespace Quon
