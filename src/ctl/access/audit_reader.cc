@@ -1,5 +1,6 @@
 #include "ctl/access/audit_reader.h"
 
+#include "ctl/show/failure.h"
 #include "platform/sys/host_root.h"
 #include "platform/sys/read_file.h"
 
@@ -7,8 +8,6 @@
 #include <array>
 #include <cerrno>
 #include <filesystem>
-#include <stdexcept>
-#include <system_error>
 
 #include <fcntl.h>
 #include <sys/inotify.h>
@@ -37,9 +36,8 @@ const char* AdviceFor(int errorNumber) {
 
 AuditReader::AuditReader(const std::string& path) : location(Sys::HostPath(path)) {
     if (const int errorNumber = Sys::OpenRegularFile(location, file); errorNumber != 0) {
-        throw std::runtime_error("the audit log " + location + " cannot be read: " +
-                                 std::generic_category().message(errorNumber) + "; " +
-                                 AdviceFor(errorNumber));
+        throw Failure("the audit log " + location + " cannot be read", errorNumber,
+                      AdviceFor(errorNumber));
     }
 }
 

@@ -9,7 +9,7 @@ namespace Ctl {
 
 class AuditReader {
   public:
-    // `path` is a host path. Throws std::runtime_error, with what to do, when it cannot be read.
+    // `path` is a host path. Throws Failure, with what to do, when it cannot be read.
     explicit AuditReader(const std::string& path);
 
     // The next whole line, without its line feed. False when there is none yet. When another file

@@ -5,6 +5,7 @@
 #include "ctl/command/command_line.h"
 #include "ctl/host/daemon_settings.h"
 #include "ctl/settings/host_file.h"
+#include "ctl/show/failure.h"
 #include "ctl/show/json_output.h"
 #include "ctl/show/lifetime.h"
 #include "ctl/show/table.h"
@@ -16,7 +17,6 @@
 #include <array>
 #include <chrono>
 #include <ostream>
-#include <stdexcept>
 #include <utility>
 
 namespace Ctl {
@@ -112,7 +112,7 @@ void RunInspect(const Arguments& arguments, std::ostream& output) {
     nlohmann::json claims;
     std::string reason;
     if (!Token::ParseJwt(token, jwt, claims, reason)) {
-        throw std::runtime_error("this is no token: " + reason);
+        throw Failure("this is no token: " + reason);
     }
     const std::string fault = FindFault(token);
     if (arguments.options.Has("--json")) {

@@ -66,8 +66,8 @@ ApiClient::ApiClient(const std::string& url, std::string token)
     constexpr std::string_view kScheme = "http://";
     std::string_view rest = url;
     if (!rest.starts_with(kScheme)) {
-        throw std::runtime_error("\"" + url + "\" is no address of the API; write it as " +
-                                 std::string(kDefaultApiUrl));
+        throw Failure("\"" + url + "\" is no address of the API",
+                      "write it as " + std::string(kDefaultApiUrl));
     }
     rest.remove_prefix(kScheme.size());
     rest = rest.substr(0, rest.find('/'));
@@ -80,8 +80,8 @@ ApiClient::ApiClient(const std::string& url, std::string token)
         host = host.substr(1, host.size() - 2);
     }
     if (host.empty() || host.front() == '[' || !IsPort(port)) {
-        throw std::runtime_error("\"" + url + "\" names no host and port; write it as " +
-                                 std::string(kDefaultApiUrl));
+        throw Failure("\"" + url + "\" names no host and port",
+                      "write it as " + std::string(kDefaultApiUrl));
     }
 }
 
@@ -98,9 +98,7 @@ OrderedJson ApiClient::Call(std::string_view method, const OrderedJson& paramete
     if (answer.is_object() && answer.contains("error") && answer["error"].is_object()) {
         ThrowError(answer["error"], !token.empty());
     }
-    throw std::runtime_error(url +
-                             " answers, but not as the API does; name another address with "
-                             "--api");
+    throw Failure(url + " answers, but not as the API does", "name another address with --api");
 }
 
 // The body of the answer.
@@ -112,9 +110,10 @@ std::string ApiClient::Exchange(std::string document) const {
                      .body = std::move(document)})
             .body;
     } catch (const HttpFailure& failure) {
-        throw std::runtime_error("the API at " + url + " cannot be reached: " + failure.what() +
-                                 "; start sentrel (\"systemctl start sentrel\"), or name another "
-                                 "address with --api");
+        throw Failure("the API at " + url + " cannot be reached: " + failure.what(),
+                      "start sentrel (\"systemctl start sentrel\"), or name another address with "
+                      "--api",
+                      failure.ErrorNumber());
     }
 }
 

@@ -3,10 +3,10 @@
 #pragma once
 
 #include "ctl/command/command.h"
+#include "ctl/show/failure.h"
 
 #include <nlohmann/json_fwd.hpp>
 
-#include <stdexcept>
 #include <string>
 #include <string_view>
 
@@ -15,10 +15,9 @@ namespace Ctl {
 inline constexpr std::string_view kDefaultApiUrl = "http://127.0.0.1:9984";
 
 // The API answered with an error.
-class ApiError : public std::runtime_error {
+class ApiError : public Failure {
   public:
-    ApiError(std::string name, const std::string& text)
-        : std::runtime_error(text), name(std::move(name)) {}
+    ApiError(std::string name, const std::string& text) : Failure(text), name(std::move(name)) {}
 
     // Such as "com.korvex.quon.std.errors.not_found"; empty when the answer names none.
     const std::string& Name() const { return name; }
@@ -29,12 +28,12 @@ class ApiError : public std::runtime_error {
 
 class ApiClient {
   public:
-    // `url` is "http://HOST[:PORT]". An empty token sends none. Throws std::runtime_error when the
-    // URL is none.
+    // `url` is "http://HOST[:PORT]". An empty token sends none. Throws Failure when the URL is
+    // none.
     ApiClient(const std::string& url, std::string token);
 
-    // The result of `method`. Throws ApiError when the API refuses or fails, and std::runtime_error
-    // when it cannot be reached or answers with anything else; the texts say what to do next.
+    // The result of `method`. Throws ApiError when the API refuses or fails, and Failure when it
+    // cannot be reached or answers with anything else; the texts say what to do next.
     nlohmann::ordered_json Call(std::string_view method,
                                 const nlohmann::ordered_json& parameters) const;
 

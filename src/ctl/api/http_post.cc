@@ -32,7 +32,7 @@ constexpr std::uint64_t kMaxAnswerBytes = std::uint64_t{1} << 30;
 constexpr std::size_t kReadBytes = std::size_t{64} * 1024;
 
 [[noreturn]] void Fail(int errorNumber) {
-    throw HttpFailure(std::generic_category().message(errorNumber));
+    throw HttpFailure(std::generic_category().message(errorNumber), "", errorNumber);
 }
 
 struct AddressesDeleter {

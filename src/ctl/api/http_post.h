@@ -1,7 +1,8 @@
 // One POST over a connection of its own, within a time. What the answer means is the caller's.
 #pragma once
 
-#include <stdexcept>
+#include "ctl/show/failure.h"
+
 #include <string>
 
 namespace Ctl {
@@ -20,9 +21,9 @@ struct HttpAnswer {
 };
 
 // The text is the system's reason alone.
-class HttpFailure : public std::runtime_error {
+class HttpFailure : public Failure {
   public:
-    using std::runtime_error::runtime_error;
+    using Failure::Failure;
 };
 
 // Throws HttpFailure when there is no answer within a minute.

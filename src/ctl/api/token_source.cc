@@ -2,11 +2,11 @@
 
 #include "ctl/api/signing.h"
 #include "ctl/host/input_file.h"
+#include "ctl/show/failure.h"
 #include "platform/sys/host_root.h"
 #include "platform/token/jwt.h"
 
 #include <chrono>
-#include <stdexcept>
 #include <string_view>
 
 #include <pwd.h>
@@ -34,9 +34,8 @@ std::string ReadTokenFrom(const std::string& path) {
     text.erase(0, text.find_first_not_of(kBlanks));
     if (text.empty() || text.find_first_of(kBlanks) != std::string::npos ||
         text.size() > Token::kMaxTokenBytes) {
-        throw std::runtime_error((path == "-" ? "standard input" : "the file " + path) +
-                                 " holds no token; \"sentrelctl token issue --subject NAME\" "
-                                 "prints one");
+        throw Failure((path == "-" ? "standard input" : "the file " + path) + " holds no token",
+                      "\"sentrelctl token issue --subject NAME\" prints one");
     }
     return text;
 }

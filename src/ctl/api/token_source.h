@@ -9,11 +9,11 @@ namespace Ctl {
 
 // That of the file that --token-file names. Without the option, a token of a few minutes, signed
 // here for this user with the privilege to read reports, when this user may read the signing key;
-// else empty. Throws std::runtime_error when a file cannot be used.
+// else empty. Throws Failure when a file cannot be used.
 std::string FindToken(const GivenOptions& options);
 
-// The token in a file, or in standard input for "-", without the blanks around it. Throws
-// std::runtime_error when there is none.
+// The token in a file, or in standard input for "-", without the blanks around it. Throws Failure
+// when there is none.
 std::string ReadTokenFrom(const std::string& path);
 
 }  // namespace Ctl

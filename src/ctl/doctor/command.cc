@@ -1,6 +1,7 @@
 #include "ctl/doctor/command.h"
 
 #include "ctl/doctor/subjects.h"
+#include "ctl/show/failure.h"
 #include "ctl/show/json_output.h"
 
 #include <array>
@@ -44,16 +45,12 @@ constexpr Subject kSubjects[] = {
     {"metadata file", CheckMetadataFile},
 };
 
-// Texts of failures say what happened, and then, behind a ";", what to do.
-Finding Explain(const char* subject, const std::string& text) {
-    const std::size_t stop = text.find("; ");
-    const bool isForbidden =
-        text.find(std::generic_category().message(EACCES)) != std::string::npos;
-    if (isForbidden && ::geteuid() != 0) {
-        return {Severity::Notice, subject, text.substr(0, stop), "run this as root"};
+Finding Explain(const char* subject, const Pellmar::Throwable& failure) {
+    if (failure.ErrorNumber() == EACCES && ::geteuid() != 0) {
+        return {Severity::Notice, subject, failure.WhatHappened(), "run this as root"};
     }
-    return {Severity::Error, subject, text.substr(0, stop),
-            stop == std::string::npos ? "mend that, and run this again" : text.substr(stop + 2)};
+    return {Severity::Error, subject, failure.WhatHappened(),
+            failure.Advice().empty() ? "mend that, and run this again" : failure.Advice()};
 }
 
 void Look(const Subject& subject, const DoctorHost& host, Findings& findings) {
@@ -61,8 +58,12 @@ void Look(const Subject& subject, const DoctorHost& host, Findings& findings) {
         subject.check(host, findings);
     } catch (const CannotLook& reason) {
         findings.push_back({Severity::Notice, subject.name, reason.what(), "run this as root"});
+    } catch (const Pellmar::Throwable& failure) {
+        findings.push_back(Explain(subject.name, failure));
+    } catch (const std::system_error& error) {
+        findings.push_back(Explain(subject.name, Failure(error.what(), "", error.code().value())));
     } catch (const std::exception& exception) {
-        findings.push_back(Explain(subject.name, exception.what()));
+        findings.push_back(Explain(subject.name, Failure(exception.what())));
     }
 }
 

@@ -1,5 +1,6 @@
 #include "ctl/group/kill.h"
 
+#include "ctl/show/failure.h"
 #include "platform/kernel/groups/cgroup_directory.h"
 #include "platform/pellmar/exceptions.h"
 #include "platform/sys/pid_fd.h"
@@ -8,7 +9,6 @@
 #include <cerrno>
 #include <csignal>
 #include <set>
-#include <system_error>
 #include <utility>
 
 #include <poll.h>
@@ -67,9 +67,9 @@ void EndEach(const std::vector<Target>& targets) {
     for (const Target& target : targets) {
         const int error = target.process.Signal(SIGKILL);
         if (error != 0 && error != ESRCH) {
-            throw Pellmar::Exception("process " + std::to_string(target.member.process.pid) + " (" +
-                                     target.member.process.name + ") cannot be ended: " +
-                                     std::generic_category().message(error) + "; run this as root");
+            throw Failure("process " + std::to_string(target.member.process.pid) + " (" +
+                              target.member.process.name + ") cannot be ended",
+                          error, "run this as root");
         }
     }
 }

@@ -2,10 +2,10 @@
 
 #include "ctl/group/kill.h"
 #include "ctl/group/location.h"
+#include "ctl/show/failure.h"
 #include "ctl/show/report_age.h"
 #include "ctl/show/table.h"
 #include "platform/kernel/groups/groups.h"
-#include "platform/pellmar/exceptions.h"
 #include "plugins/resource_group.h"
 
 #include <nlohmann/json.hpp>
@@ -97,7 +97,7 @@ void RunGroupKill(const Arguments& arguments, std::ostream& output) {
     }
     const KillOutcome outcome = KillMembers(directory, longest);
     if (const std::string problem = ProblemOf(outcome, isForAll); !problem.empty()) {
-        throw Pellmar::Exception(problem);
+        throw Failure(problem);
     }
     if (arguments.options.Has("--json")) {
         WriteOutcomeJson(outcome, directory, output);

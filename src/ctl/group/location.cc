@@ -1,8 +1,8 @@
 #include "ctl/group/location.h"
 
+#include "ctl/show/failure.h"
 #include "platform/kernel/groups/cgroup_backend.h"
 #include "platform/kernel/groups/groups.h"
-#include "platform/pellmar/exceptions.h"
 
 #include <memory>
 
@@ -40,22 +40,21 @@ void UseGroupLocation(const GroupLocation& location) {
         return;
     }
     if (location.daemon != 0) {
-        throw Pellmar::Exception(
+        throw Failure(
             "the daemon, process " + std::to_string(location.daemon) +
-            ", keeps its resource group in its own process table, which no one else can see: " +
-            location.root.reason +
-            "; start it as root or in a delegated unit, or give it SENTREL_CGROUP_ROOT");
+                ", keeps its resource group in its own process table, which no one else can see: " +
+                location.root.reason,
+            "start it as root or in a delegated unit, or give it SENTREL_CGROUP_ROOT");
     }
-    throw Pellmar::Exception(
-        "no resource group that lasts can be made here: " + location.root.reason +
-        "; run this as root where a cgroup v2 hierarchy is mounted, or set "
-        "SENTREL_CGROUP_ROOT to a cgroup that this user may write");
+    throw Failure("no resource group that lasts can be made here: " + location.root.reason,
+                  "run this as root where a cgroup v2 hierarchy is mounted, or set "
+                  "SENTREL_CGROUP_ROOT to a cgroup that this user may write");
 }
 
 std::optional<DaemonProcess> FindDaemonIfAny() {
     try {
         return FindDaemonProcess();
-    } catch (const Pellmar::Exception&) {
+    } catch (const Failure&) {
         return std::nullopt;  // who needs the settings will say it
     }
 }

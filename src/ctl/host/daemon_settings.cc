@@ -1,7 +1,7 @@
 #include "ctl/host/daemon_settings.h"
 
 #include "core/settings/settings.h"
-#include "platform/pellmar/exceptions.h"
+#include "ctl/show/failure.h"
 #include "platform/tabulon/json_config.h"
 
 #include <string>
@@ -20,9 +20,11 @@ Pellmar::Ref<Pellmar::Service::ConfigReader> ReadDaemonSettings() {
         config->Initialize();
         return config->GetReader();
     } catch (const Pellmar::Exception& exception) {
-        throw Pellmar::Exception(
-            "the daemon's settings cannot be read: " + std::string(exception.what()) +
-            "; make that file a readable JSON object, or remove it");
+        const std::string advice = exception.Advice();
+        throw Failure("the daemon's settings cannot be read: " + exception.WhatHappened(),
+                      advice + (advice.empty() ? "" : "; ") +
+                          "make that file a readable JSON object, or remove it",
+                      exception.ErrorNumber());
     }
 }
 

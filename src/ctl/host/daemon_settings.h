@@ -7,7 +7,7 @@
 
 namespace Ctl {
 
-// Throws Pellmar::Exception, with what to do, when the store entry is broken.
+// Throws Failure when the store entry is broken.
 Pellmar::Ref<Pellmar::Service::ConfigReader> ReadDaemonSettings();
 
 // For the daemon's code that this program runs: writes nothing, and from then on neither does the

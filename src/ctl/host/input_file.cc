@@ -1,11 +1,10 @@
 #include "ctl/host/input_file.h"
 
+#include "ctl/show/failure.h"
 #include "platform/sys/owned_fd.h"
 #include "platform/sys/read_file.h"
 
 #include <cerrno>
-#include <stdexcept>
-#include <system_error>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -16,9 +15,7 @@ namespace {
 
 // `name`: of the file, for a person.
 [[noreturn]] void Fail(const std::string& name, int errorNumber) {
-    throw std::runtime_error(name +
-                             " cannot be read: " + std::generic_category().message(errorNumber) +
-                             "; name a file that this user can read");
+    throw Failure(name + " cannot be read", errorNumber, "name a file that this user can read");
 }
 
 }  // namespace
@@ -44,7 +41,7 @@ std::string ReadRegularFile(const std::string& path, std::size_t maxBytes,
     std::string text;
     const int error = Sys::ReadRegularFile(path, maxBytes + 1, text);
     if (error == ENXIO) {
-        throw std::runtime_error(name + " is no regular file; remove what stands there");
+        throw Failure(name + " is no regular file", "remove what stands there");
     }
     if (error != 0) {
         Fail(name, error);

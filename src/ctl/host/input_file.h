@@ -7,7 +7,7 @@
 namespace Ctl {
 
 // The bytes of the file, or of standard input for "-": at most `maxBytes`, and one more when there
-// are more. Throws std::runtime_error when it cannot be read; `what`, such as "the token file",
+// are more. Throws Failure when it cannot be read; `what`, such as "the token file",
 // begins the text.
 std::string ReadInputFile(const std::string& path, std::size_t maxBytes, const std::string& what);
 

@@ -1,14 +1,13 @@
 #include "ctl/host/plugin_survey.h"
 
 #include "ctl/host/daemon_settings.h"
+#include "ctl/show/failure.h"
 #include "platform/pellmar/exceptions.h"
 #include "platform/sys/host_root.h"
 #include "plugins/resource_group.h"
 
 #include <array>
 #include <cerrno>
-#include <stdexcept>
-#include <system_error>
 #include <utility>
 
 #include <strings.h>
@@ -31,9 +30,8 @@ bool HasPluginDirectory() {
     if (errorNumber == ENOENT) {
         return false;
     }
-    throw std::runtime_error("the plugin directory " + directory +
-                             " cannot be listed: " + std::generic_category().message(errorNumber) +
-                             "; run this as a user who may read it");
+    throw Failure("the plugin directory " + directory + " cannot be listed", errorNumber,
+                  "run this as a user who may read it");
 }
 
 std::size_t& CountOf(std::uint32_t frequency, Sentrel::PluginCounts& counts) {
@@ -106,8 +104,9 @@ PluginSurvey SurveyPlugins() {
 void RequireDirectory(const PluginSurvey& survey) {
     if (!survey.hasDirectory) {
         const std::string directory = Sys::HostPath(Sentrel::kPluginDirectory);
-        throw std::runtime_error("there is no plugin directory " + directory +
-                                 ", so the daemon does not start; mkdir -p " + directory);
+        throw Failure(
+            "there is no plugin directory " + directory + ", so the daemon does not start",
+            "mkdir -p " + directory);
     }
 }
 

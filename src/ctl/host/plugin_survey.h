@@ -40,7 +40,7 @@ struct PluginSurvey {
 // be listed.
 PluginSurvey SurveyPlugins();
 
-// Throws std::runtime_error, with what to do, when there is no plugin directory.
+// Throws Failure when there is no plugin directory.
 void RequireDirectory(const PluginSurvey& survey);
 
 // "fast", "medium" or "slow".

@@ -14,6 +14,7 @@
 #include "ctl/plugin_run/process.h"
 #include "ctl/plugin_run/result.h"
 #include "ctl/reports/source.h"
+#include "ctl/show/failure.h"
 #include "ctl/show/json_output.h"
 #include "ctl/show/lifetime.h"
 #include "ctl/show/near_names.h"
@@ -28,7 +29,6 @@
 #include <memory>
 #include <optional>
 #include <ostream>
-#include <stdexcept>
 #include <string_view>
 #include <utility>
 
@@ -72,8 +72,8 @@ SurveyedPlugin FindPlugin(const PluginSurvey& survey, const std::string& name) {
         }
         names.push_back(plugin.Name());
     }
-    throw std::runtime_error("there is no plugin \"" + name + "\" in " + Sentrel::kPluginDirectory +
-                             NearNamesAdvice(name, names, "; see \"sentrelctl plugin list\""));
+    throw Failure("there is no plugin \"" + name + "\" in " + Sentrel::kPluginDirectory,
+                  NearNamesAdvice(name, names, "see \"sentrelctl plugin list\""));
 }
 
 void TellWhetherItIsRun(const SurveyedPlugin& plugin, PluginRun& run) {
@@ -110,9 +110,9 @@ std::string FindIntake(std::int32_t port, const std::optional<DaemonProcess>& da
     if (daemon) {
         const std::optional<ProcessStat> stat = ReadProcessStat(daemon->pid);
         if (stat && stat->name == kToolName) {
-            throw std::runtime_error("another \"plugin run\", process " +
-                                     std::to_string(daemon->pid) + ", has the port " +
-                                     std::to_string(port) + "; wait until it has ended");
+            throw Failure("another \"plugin run\", process " + std::to_string(daemon->pid) +
+                              ", has the port " + std::to_string(port),
+                          "wait until it has ended");
         }
         return (stat ? stat->name : "a process") + " (" + std::to_string(daemon->pid) + ")";
     }
@@ -121,10 +121,10 @@ std::string FindIntake(std::int32_t port, const std::optional<DaemonProcess>& da
             continue;
         }
         if (::geteuid() != 0 && socket.user != ::geteuid()) {
-            throw std::runtime_error("the daemon on port " + std::to_string(port) + " is user " +
-                                     NameOfUser(socket.user) +
-                                     "'s, into whose resource group this user may start nothing; "
-                                     "run this as root");
+            throw Failure("the daemon on port " + std::to_string(port) + " is user " +
+                              NameOfUser(socket.user) +
+                              "'s, into whose resource group this user may start nothing",
+                          "run this as root");
         }
         return "a process that cannot be seen here";
     }

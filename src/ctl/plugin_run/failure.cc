@@ -7,7 +7,6 @@
 
 #include <cerrno>
 #include <cstdint>
-#include <system_error>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -18,23 +17,21 @@ namespace {
 
 const std::string kGroup = Sentrel::kPluginGroupPath;
 
-std::string TextOf(int errorNumber) { return std::generic_category().message(errorNumber); }
-
 // The same question as the launch has asked.
-std::string ExplainRefusal() {
+Failure ExplainRefusal() {
     std::int64_t id = 0;
     const int error = Kernel::Groups().FindId(kGroup, id);
     if (error == ENOENT) {
-        return "there is no resource group " + kGroup +
-               ", so the daemon would not start it either; make it with \"sentrelctl group "
-               "ensure\"";
+        return Failure(
+            "there is no resource group " + kGroup + ", so the daemon would not start it either",
+            "make it with \"sentrelctl group ensure\"");
     }
     if (error != 0) {
-        return "the resource group " + kGroup + " cannot be used: " + TextOf(error) +
-               "; run this as root";
+        return {"the resource group " + kGroup + " cannot be used", error, "run this as root"};
     }
-    return "the running kernel lacks clone3, pidfds or close_range, or a sandbox takes them away; "
-           "run this on the host itself, on Linux 5.9 or newer";
+    return Failure(
+        "the running kernel lacks clone3, pidfds or close_range, or a sandbox takes them away",
+        "run this on the host itself, on Linux 5.9 or newer");
 }
 
 bool IsRegularFile(const std::string& path) {
@@ -75,20 +72,20 @@ std::string AdviceFor(int error, const std::string& file) {
 
 }  // namespace
 
-std::string ExplainFailure(const Sentrel::Plugin& plugin, const Sentrel::Launch& launch) {
+Failure ExplainFailure(const Sentrel::Plugin& plugin, const Sentrel::Launch& launch) {
     if (launch.result == Sentrel::Launch::Result::Refused) {
         return ExplainRefusal();
     }
     const std::string file = Sys::HostPath(plugin.GetPath());
-    return "the plugin " + plugin.GetName() + " cannot be started: " + TextOf(launch.error) + "; " +
-           AdviceFor(launch.error, file);
+    return {"the plugin " + plugin.GetName() + " cannot be started", launch.error,
+            AdviceFor(launch.error, file)};
 }
 
-std::string ExplainUserFailure(const Sentrel::Plugin& plugin, uid_t user, int error) {
+Failure ExplainUserFailure(const Sentrel::Plugin& plugin, uid_t user, int error) {
     const std::string file = Sys::HostPath(plugin.GetPath());
-    return "the plugin " + plugin.GetName() + " cannot be started as the daemon's user " +
-           NameOfUser(user) + ": " + TextOf(error) + "; let that user execute " + file +
-           " and enter the directories above it";
+    return {"the plugin " + plugin.GetName() + " cannot be started as the daemon's user " +
+                NameOfUser(user),
+            error, "let that user execute " + file + " and enter the directories above it"};
 }
 
 }  // namespace Ctl

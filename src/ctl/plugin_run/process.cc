@@ -17,8 +17,6 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
-#include <stdexcept>
-#include <system_error>
 #include <utility>
 
 #include <fcntl.h>
@@ -48,9 +46,8 @@ struct StarterMessage {
 };
 
 [[noreturn]] void FailToStart(const std::string& step) {
-    throw std::runtime_error("the plugin cannot be started, " + step + ": " +
-                             std::generic_category().message(errno) +
-                             "; free some memory or raise the limit of open files");
+    throw Failure("the plugin cannot be started, " + step, errno,
+                  "free some memory or raise the limit of open files");
 }
 
 // All descriptors of this process are above those of the plugin, even if it was started without.
@@ -137,9 +134,8 @@ StarterMessage ReadMessage(int report, pid_t starter) {
     while (::waitpid(starter, nullptr, 0) < 0 && errno == EINTR) {
     }
     if (count != sizeof(message)) {
-        throw std::runtime_error(
-            "the plugin cannot be started: the process that was to start it has ended; free some "
-            "memory and try it again");
+        throw Failure("the plugin cannot be started: the process that was to start it has ended",
+                      "free some memory and try it again");
     }
     return message;
 }
@@ -181,10 +177,10 @@ void PluginProcess::Start(const Sentrel::Plugin& plugin, const PluginStarter& st
     messageEnds.other.Reset();
     const StarterMessage message = ReadMessage(messageEnds.own.Get(), forked);
     if (message.userError != 0) {
-        throw std::runtime_error(ExplainUserFailure(plugin, starter.user->user, message.userError));
+        throw ExplainUserFailure(plugin, starter.user->user, message.userError);
     }
     if (message.launch.result != Sentrel::Launch::Result::Started) {
-        throw std::runtime_error(ExplainFailure(plugin, message.launch));
+        throw ExplainFailure(plugin, message.launch);
     }
     pid = message.launch.pid;
     started = message.started;

@@ -4,6 +4,7 @@
 #include "ctl/host/input_file.h"
 #include "ctl/reports/check.h"
 #include "ctl/reports/source.h"
+#include "ctl/show/failure.h"
 #include "intake/report_job.h"
 #include "store/report.h"
 #include "store/report_name.h"
@@ -111,7 +112,7 @@ std::vector<Post> StoredReports::FindNew() const {
                              .document = ReadRegularFile(directory + fileName,
                                                          Sentrel::kMaxReportSize, fileName),
                              .answer = kStored});
-        } catch (const std::runtime_error&) {
+        } catch (const Failure&) {
             continue;  // the ring has come round to it
         }
     }

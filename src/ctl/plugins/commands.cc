@@ -6,6 +6,7 @@
 #include "ctl/plugins/plan.h"
 #include "ctl/plugins/times.h"
 #include "ctl/reports/source.h"
+#include "ctl/show/failure.h"
 #include "ctl/show/finding.h"
 #include "ctl/show/json_output.h"
 #include "ctl/show/table.h"
@@ -17,7 +18,6 @@
 #include <filesystem>
 #include <iterator>
 #include <ostream>
-#include <stdexcept>
 #include <string>
 #include <system_error>
 #include <utility>
@@ -87,9 +87,8 @@ const SurveyedPlugin* FindEntry(const PluginSurvey& survey, const std::string& o
         }
     }
     if (!isFile) {
-        throw std::runtime_error(
-            "there is no plugin \"" + name + "\" in " + Sentrel::kPluginDirectory +
-            "; see \"sentrelctl plugin list\", or write ./" + name + " for a file here");
+        throw Failure("there is no plugin \"" + name + "\" in " + Sentrel::kPluginDirectory,
+                      "see \"sentrelctl plugin list\", or write ./" + name + " for a file here");
     }
     return nullptr;
 }

@@ -4,6 +4,7 @@
 #include "ctl/plugins/report_findings.h"
 #include "ctl/reports/source.h"
 #include "ctl/reports/state.h"
+#include "ctl/show/failure.h"
 #include "platform/sys/host_root.h"
 #include "store/report_name.h"
 
@@ -11,7 +12,6 @@
 #include <cstddef>
 #include <filesystem>
 #include <iterator>
-#include <stdexcept>
 #include <system_error>
 
 #include <sys/stat.h>
@@ -185,7 +185,7 @@ PluginSurroundings ReadSurroundings(const GivenOptions& options, const PluginSur
     try {
         surroundings.reportDirectory = FindReportDirectory(options);
         names = ReadNames(surroundings.reportDirectory);
-    } catch (const std::runtime_error& error) {
+    } catch (const Failure& error) {
         if (options.Has("--reports")) {
             throw;
         }

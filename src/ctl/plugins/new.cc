@@ -5,6 +5,7 @@
 #include "ctl/host/plugin_survey.h"
 #include "ctl/plugins/template.h"
 #include "ctl/reports/name_conflicts.h"
+#include "ctl/show/failure.h"
 #include "platform/sys/host_root.h"
 #include "platform/sys/owned_fd.h"
 #include "store/report_name.h"
@@ -13,7 +14,6 @@
 #include <cerrno>
 #include <filesystem>
 #include <ostream>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -69,8 +69,7 @@ std::string FrequencyFor(const GivenOptions& options) {
 }
 
 void RefuseName(const std::string& name, const std::string& why) {
-    throw std::runtime_error("\"" + name + "\" can be no plugin's name: " + why +
-                             "; choose another one");
+    throw Failure("\"" + name + "\" can be no plugin's name: " + why, "choose another one");
 }
 
 void CheckNewName(const std::string& name) {
@@ -128,17 +127,15 @@ void RefuseExisting(const std::vector<NewFile>& files) {
     for (const NewFile& file : files) {
         struct stat status {};
         if (::lstat(file.path.c_str(), &status) == 0) {
-            throw std::runtime_error(file.path +
-                                     " is there already, and is not overwritten; choose another "
-                                     "name, or remove it");
+            throw Failure(file.path + " is there already, and is not overwritten",
+                          "choose another name, or remove it");
         }
     }
 }
 
 [[noreturn]] void ThrowUnwritable(const std::string& path, int errorNumber) {
-    throw std::runtime_error(path +
-                             " cannot be written: " + std::generic_category().message(errorNumber) +
-                             "; run this as a user who may, or choose a place with --directory");
+    throw Failure(path + " cannot be written", errorNumber,
+                  "run this as a user who may, or choose a place with --directory");
 }
 
 // A new file: what another made meanwhile stays.

@@ -5,11 +5,11 @@
 #include "ctl/plugins/times.h"
 #include "ctl/reports/check.h"
 #include "ctl/reports/history.h"
+#include "ctl/show/failure.h"
 #include "ctl/show/report_age.h"
 
 #include <algorithm>
 #include <cstddef>
-#include <stdexcept>
 
 #include <unistd.h>
 
@@ -56,12 +56,10 @@ void CheckReport(const std::string& subject, const std::string& directory,
     std::vector<std::string> problems;
     try {
         problems = FindProblems(ReadRegularFile(path, kMaxReportBytes, "the report"), report);
-    } catch (const std::runtime_error& error) {
+    } catch (const Failure& failure) {
         // Else its link is being renewed just now.
         if (::access(path.c_str(), F_OK) == 0) {
-            const std::string text = error.what();
-            const std::size_t stop = text.find("; ");
-            findings.push_back({Severity::Warning, subject, text.substr(0, stop),
+            findings.push_back({Severity::Warning, subject, failure.WhatHappened(),
                                 ::geteuid() == 0 ? "remove what stands there"
                                                  : "run this as a user who may, such as root"});
         }

@@ -7,6 +7,7 @@
 #include "ctl/reports/name_conflicts.h"
 #include "ctl/reports/source.h"
 #include "ctl/reports/state.h"
+#include "ctl/show/failure.h"
 #include "ctl/show/json_output.h"
 #include "ctl/show/report_age.h"
 #include "ctl/show/table.h"
@@ -19,7 +20,6 @@
 #include <chrono>
 #include <iostream>
 #include <ostream>
-#include <stdexcept>
 
 namespace Ctl {
 
@@ -168,19 +168,18 @@ void RunGet(const Arguments& arguments, std::ostream& output) {
     const std::string& name = arguments.operands.front();
     const std::vector<JudgedReport> rows = ReadJudgedReports(arguments.options, {name});
     if (rows.empty()) {
-        throw std::runtime_error("there is no report \"" + name +
-                                 "\"; \"sentrelctl list\" names those that are stored");
+        throw Failure("there is no report \"" + name + "\"",
+                      "\"sentrelctl list\" names those that are stored");
     }
     const JudgedReport& row = rows.front();
     if (row.state == ReportState::Never) {
-        throw std::runtime_error("the plugin \"" + name +
-                                 "\" has not reported yet; wait for its next launch, or see what "
-                                 "the daemon's log says of it");
+        throw Failure("the plugin \"" + name + "\" has not reported yet",
+                      "wait for its next launch, or see what "
+                      "the daemon's log says of it");
     }
     if (row.state == ReportState::Invalid) {
-        throw std::runtime_error("the report \"" + name +
-                                 "\" cannot be read; \"sentrelctl history " + name +
-                                 "\" and the daemon's log say why");
+        throw Failure("the report \"" + name + "\" cannot be read",
+                      "\"sentrelctl history " + name + "\" and the daemon's log say why");
     }
     if (arguments.options.Has("--json")) {
         WriteJson(ToJson(row), output);
@@ -194,9 +193,9 @@ void RunHistory(const Arguments& arguments, std::ostream& output) {
     const std::string directory = FindReportDirectory(arguments.options);
     const std::vector<HistoricReport> history = ReadHistory(directory, name);
     if (history.empty()) {
-        throw std::runtime_error("no report \"" + name + "\" is stored in " + directory +
-                                 "; name the daemon's directory with --reports, or see "
-                                 "\"sentrelctl list\"");
+        throw Failure("no report \"" + name + "\" is stored in " + directory,
+                      "name the daemon's directory with --reports, or see "
+                      "\"sentrelctl list\"");
     }
     const auto now = std::chrono::system_clock::now();
     OrderedJson reports = OrderedJson::array();
@@ -232,9 +231,9 @@ void RunCall(const Arguments& arguments, std::ostream& output) {
     if (arguments.operands.size() == 2) {
         parameters = OrderedJson::parse(arguments.operands[1], nullptr, false);
         if (!parameters.is_object()) {
-            throw std::runtime_error(
-                "the parameters are no JSON object; write them as "
-                "'{\"name\": \"value\"}'");
+            throw Failure("the parameters are no JSON object",
+                          "write them as "
+                          "'{\"name\": \"value\"}'");
         }
     }
     WriteJson(ConnectApi(arguments.options).Call(arguments.operands.front(), parameters), output);

@@ -4,6 +4,7 @@
 #include "ctl/reports/metrics.h"
 #include "ctl/reports/metrics_text.h"
 #include "ctl/reports/state.h"
+#include "ctl/show/failure.h"
 #include "ctl/show/json_output.h"
 #include "ctl/show/table.h"
 #include "platform/sys/atomic_file.h"
@@ -15,7 +16,6 @@
 #include <array>
 #include <exception>
 #include <ostream>
-#include <stdexcept>
 #include <string>
 
 #include <unistd.h>
@@ -172,8 +172,7 @@ void RunMetrics(const Arguments& arguments, std::ostream& output) {
     try {
         Sys::ReplaceFile(arguments.options.Value("--textfile"), text, kTextFileMode);
     } catch (const std::exception& exception) {
-        throw std::runtime_error(std::string(exception.what()) +
-                                 "; name a file in a directory that this user may write");
+        throw Failure(exception.what(), "name a file in a directory that this user may write");
     }
 }
 

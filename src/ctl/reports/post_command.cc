@@ -5,6 +5,7 @@
 #include "ctl/host/daemon_settings.h"
 #include "ctl/host/input_file.h"
 #include "ctl/reports/check.h"
+#include "ctl/show/failure.h"
 #include "ctl/show/json_output.h"
 
 #include <nlohmann/json.hpp>
@@ -12,7 +13,6 @@
 #include <array>
 #include <cstddef>
 #include <ostream>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -32,9 +32,9 @@ void RefuseBadDocument(const std::string& document, const std::string& name) {
     }
     std::string text = "this is no good report \"" + name + "\": ";
     for (const std::string& problem : problems) {
-        text += problem + "; ";
+        text += (&problem == &problems.front() ? "" : "; ") + problem;
     }
-    throw std::runtime_error(text + "mend that and post it again");
+    throw Failure(text, "mend that and post it again");
 }
 
 // Why the intake did not store it, and what to do.
@@ -61,13 +61,12 @@ void RunPost(const Arguments& arguments, std::ostream& output) {
     try {
         answer = Send({.host = "127.0.0.1", .port = port, .target = "/" + name, .body = document});
     } catch (const HttpFailure& failure) {
-        throw std::runtime_error("the intake on port " + port +
-                                 " cannot be reached: " + failure.what() +
-                                 "; start sentrel, or set \"http_port\" to the port of its intake");
+        throw Failure("the intake on port " + port + " cannot be reached: " + failure.what(),
+                      "start sentrel, or set \"http_port\" to the port of its intake");
     }
     if (answer.status != kStored) {
-        throw std::runtime_error("the intake on port " + port +
-                                 " refuses the report: " + Explain(answer.status));
+        throw Failure("the intake on port " + port +
+                      " refuses the report: " + Explain(answer.status));
     }
     if (arguments.options.Has("--json")) {
         WriteJson({{"name", name}, {"bytes", document.size()}}, output);

@@ -1,6 +1,7 @@
 #include "ctl/reports/source.h"
 
 #include "ctl/host/daemon_settings.h"
+#include "ctl/show/failure.h"
 #include "ctl/show/json_output.h"
 #include "platform/runtime/values/date_time.h"
 #include "platform/sys/host_root.h"
@@ -12,7 +13,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <map>
-#include <stdexcept>
 #include <string_view>
 #include <system_error>
 #include <utility>
@@ -58,7 +58,7 @@ void AddListing(const ApiClient& api, const char* detail, const std::vector<std:
     const OrderedJson result = api.Call(kList, parameters);
     const auto listed = result.find("reports");
     if (listed == result.end() || !listed->is_array()) {
-        throw std::runtime_error("the API's answer holds no reports; is --api right?");
+        throw Failure("the API's answer holds no reports", "is --api right?");
     }
     for (const OrderedJson& report : *listed) {
         Add({TextOf(report, "name"), TextOf(report, "time"), TextOf(report, "status"),
@@ -146,11 +146,9 @@ std::string FindReportDirectory(const GivenOptions& options) {
     }
     if (::access(directory.c_str(), R_OK | X_OK) != 0) {
         const int errorNumber = errno;
-        throw std::runtime_error(
-            "the report directory " + directory +
-            " cannot be read: " + std::generic_category().message(errorNumber) +
-            (errorNumber == EACCES ? "; run this as root, or as a member of its group"
-                                   : "; name the daemon's (its option -r) with --reports"));
+        throw Failure("the report directory " + directory + " cannot be read", errorNumber,
+                      errorNumber == EACCES ? "run this as root, or as a member of its group"
+                                            : "name the daemon's (its option -r) with --reports");
     }
     return directory;
 }

@@ -27,7 +27,7 @@ inline constexpr Option kReportsOption = {
 
 // All reports, sorted by name, each name once, case aside. Read are those of `names`, or all when
 // there are none; of the others the name and the file's time are known. Through the API, or with
-// --offline from the directory. Throws what ApiClient throws, and std::runtime_error when the
+// --offline from the directory. Throws what ApiClient throws, and Failure when the
 // directory cannot be read.
 std::vector<StoredReport> ReadReports(const GivenOptions& options,
                                       const std::vector<std::string>& names);
@@ -37,7 +37,7 @@ std::vector<StoredReport> ReadStoredReports(const std::string& directory,
                                             const std::vector<std::string>& names);
 
 // The directory that --reports or its default names, below the host root, with a slash at its end.
-// Throws std::runtime_error when it cannot be read.
+// Throws Failure when it cannot be read.
 std::string FindReportDirectory(const GivenOptions& options);
 
 // What a report's status code is called; UNKNOWN for other codes.

@@ -5,6 +5,7 @@
 #include "ctl/settings/rules.h"
 #include "ctl/settings/set.h"
 #include "ctl/settings/state.h"
+#include "ctl/show/failure.h"
 #include "ctl/show/json_output.h"
 #include "ctl/show/table.h"
 
@@ -13,7 +14,6 @@
 #include <algorithm>
 #include <array>
 #include <ostream>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -130,7 +130,7 @@ void RunGet(const Arguments& arguments, std::ostream& output) {
     const NamedSetting named = FindSetting(catalogue, arguments.operands[0]);
     const EntryState state = ReadEntryState(named.entry);
     if (!state.faults.empty()) {
-        throw std::runtime_error(state.faults.front().text + "; " + state.faults.front().advice);
+        throw Failure(state.faults.front().text, state.faults.front().advice);
     }
     const auto setting = std::find_if(
         state.settings.begin(), state.settings.end(),

@@ -1,6 +1,7 @@
 #include "ctl/settings/host_file.h"
 
 #include "ctl/settings/state.h"
+#include "ctl/show/failure.h"
 #include "platform/json/json_scanner.h"
 #include "platform/sys/atomic_file.h"
 #include "platform/sys/host_root.h"
@@ -11,7 +12,6 @@
 #include <cerrno>
 #include <chrono>
 #include <filesystem>
-#include <stdexcept>
 #include <system_error>
 #include <thread>
 
@@ -44,8 +44,7 @@ const char* AdviceFor(int errorNumber) {
 }
 
 [[noreturn]] void ThrowUnwritable(const std::string& path, const std::error_code& error) {
-    throw std::runtime_error(path + " cannot be written: " + error.message() + "; " +
-                             AdviceFor(error.value()));
+    throw Failure(path + " cannot be written", error.value(), AdviceFor(error.value()));
 }
 
 // False when somebody else holds the lock for longer than any change takes.
@@ -73,10 +72,9 @@ OrderedJson ReadInOrder(const std::string& path, Comments comments) {
     if (comments == Comments::Kept) {
         if (const auto fault =
                 Json::FindFault(*text, Json::Comments::Refused, Json::Root::Object)) {
-            throw std::runtime_error(
-                path + ":" + std::to_string(Json::Locate(*text, *fault).line) +
-                ": the file has comments, which this would remove; change it with an editor, or "
-                "give --discard-comments");
+            throw Failure(path + ":" + std::to_string(Json::Locate(*text, *fault).line) +
+                              ": the file has comments, which this would remove",
+                          "change it with an editor, or give --discard-comments");
         }
     }
     return OrderedJson::parse(*text, nullptr, /*allow_exceptions=*/true, /*ignore_comments=*/true);
@@ -114,8 +112,8 @@ void RefuseLink(const std::string& path) {
     std::error_code error;
     const std::filesystem::path target = std::filesystem::read_symlink(Sys::HostPath(path), error);
     if (!error) {
-        throw std::runtime_error(path + " is a link to " + target.string() +
-                                 "; change that file with an editor, or remove the link");
+        throw Failure(path + " is a link to " + target.string(),
+                      "change that file with an editor, or remove the link");
     }
 }
 
@@ -134,8 +132,8 @@ HostFileLock::HostFileLock(const std::string& path, mode_t folderMode) {
         ThrowUnwritable(path, {errno, std::generic_category()});
     }
     if (!Lock(folder.Get())) {
-        throw std::runtime_error("another program has locked " + plain +
-                                 "; try again when it has ended (\"lslocks\" shows it)");
+        throw Failure("another program has locked " + plain,
+                      "try again when it has ended (\"lslocks\" shows it)");
     }
 }
 
@@ -151,9 +149,9 @@ void ChangeHostFile(const std::string& path, std::string_view key,
     constexpr int kIndent = 4;
     const std::string text = document.dump(kIndent) + "\n";
     if (text.size() > Tabulon::kMaxFileBytes) {
-        throw std::runtime_error(path + " would be longer than " +
-                                 std::to_string(Tabulon::kMaxFileBytes) +
-                                 " bytes; remove what is not needed");
+        throw Failure(
+            path + " would be longer than " + std::to_string(Tabulon::kMaxFileBytes) + " bytes",
+            "remove what is not needed");
     }
     try {
         Sys::ReplaceFile(Sys::HostPath(path), text, kFileMode);

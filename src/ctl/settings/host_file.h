@@ -16,7 +16,7 @@ namespace Ctl {
 class HostFileLock {
   public:
     // Of the file at the plain path `path`; makes its folder with that mode when it is missing, and
-    // waits for others, for some seconds at most. Throws std::runtime_error, with what to do.
+    // waits for others, for some seconds at most. Throws Failure.
     explicit HostFileLock(const std::string& path, mode_t folderMode = 0755);
 
   private:

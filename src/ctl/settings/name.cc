@@ -1,9 +1,9 @@
 #include "ctl/settings/name.h"
 
+#include "ctl/show/failure.h"
 #include "ctl/show/near_names.h"
 
 #include <algorithm>
-#include <stdexcept>
 #include <string_view>
 #include <vector>
 
@@ -53,22 +53,21 @@ NamedSetting FindSetting(const Catalogue& catalogue, const std::string& name) {
     const bool hasDot = dot != std::string::npos;
     const SettingEntry* entry = FindEntry(catalogue, name.substr(0, dot));
     if (!hasDot) {
-        throw std::runtime_error(
-            Quoted(name) + " has no key: write ENTRY.KEY; " +
+        throw Failure(
+            Quoted(name) + " has no key: write ENTRY.KEY",
             (entry == nullptr ? Advice(catalogue, name) : name + " has " + KeysOf(*entry)));
     }
     if (entry == nullptr) {
         const std::string problem =
             catalogue.pluginProblem.empty() ? "" : ", and " + catalogue.pluginProblem;
-        throw std::runtime_error("there is no setting " + Quoted(name) + problem + "; " +
-                                 Advice(catalogue, name));
+        throw Failure("there is no setting " + Quoted(name) + problem, Advice(catalogue, name));
     }
     const std::string_view key = std::string_view(name).substr(dot + 1);
     const auto setting = std::find_if(entry->settings.begin(), entry->settings.end(),
                                       [key](const Setting& other) { return other.key == key; });
     if (setting == entry->settings.end()) {
-        throw std::runtime_error("there is no setting " + Quoted(name) + "; " + entry->name +
-                                 " has " + KeysOf(*entry));
+        throw Failure("there is no setting " + Quoted(name),
+                      entry->name + " has " + KeysOf(*entry));
     }
     return {*entry, *setting};
 }

@@ -15,7 +15,7 @@ struct NamedSetting {
 };
 
 // The key begins behind the last dot, since names of plugins may have dots. Throws
-// std::runtime_error that says which settings there are when `name` is none of them.
+// Failure that says which settings there are when `name` is none of them.
 NamedSetting FindSetting(const Catalogue& catalogue, const std::string& name);
 
 }  // namespace Ctl

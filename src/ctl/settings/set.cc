@@ -5,6 +5,7 @@
 #include "ctl/settings/name.h"
 #include "ctl/settings/rules.h"
 #include "ctl/settings/state.h"
+#include "ctl/show/failure.h"
 #include "ctl/show/json_output.h"
 #include "ctl/show/table.h"
 #include "platform/sys/host_root.h"
@@ -14,7 +15,6 @@
 #include <algorithm>
 #include <optional>
 #include <ostream>
-#include <stdexcept>
 #include <string>
 #include <utility>
 
@@ -56,8 +56,7 @@ std::optional<SettingValue> WantedValue(const NamedSetting& named, const Argumen
 SettingState ReadState(const NamedSetting& named) {
     const EntryState state = ReadEntryState(named.entry);
     if (!state.faults.empty()) {
-        throw std::runtime_error(state.faults.front().text + "; first " +
-                                 state.faults.front().advice);
+        throw Failure(state.faults.front().text, "first " + state.faults.front().advice);
     }
     return *std::find_if(
         state.settings.begin(), state.settings.end(),

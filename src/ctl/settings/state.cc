@@ -51,13 +51,10 @@ bool ReadDocument(const std::string& path, json& document, std::vector<FileFault
             document = Tabulon::ParseEntryText(path, *text);
         }
         return text.has_value();
-    } catch (const Pellmar::IOException& exception) {
-        const std::string text = exception.what();
-        const std::size_t advice = text.rfind("; ");  // the text ends with it
-        faults.push_back({text.substr(0, advice), text.substr(advice + 2)});
-        return true;
     } catch (const Pellmar::Exception& exception) {
-        faults.push_back({exception.what(), "correct that file, or remove it"});
+        const std::string advice = exception.Advice();
+        faults.push_back({exception.WhatHappened(),
+                          advice.empty() ? "correct that file, or remove it" : advice});
         return true;
     }
 }

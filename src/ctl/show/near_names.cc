@@ -68,7 +68,7 @@ std::string NearNamesAdvice(std::string_view name, const std::vector<std::string
                             const std::string& otherwise) {
     std::string advice;
     for (const std::string& near : FindNearNames(name, names)) {
-        advice += (advice.empty() ? "; do you mean \"" : ", \"") + near + "\"";
+        advice += (advice.empty() ? "do you mean \"" : ", \"") + near + "\"";
     }
     return advice.empty() ? otherwise : advice + "?";
 }

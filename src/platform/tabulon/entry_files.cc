@@ -8,7 +8,6 @@
 #include <nlohmann/json.hpp>
 
 #include <cerrno>
-#include <system_error>
 
 #include <sys/stat.h>
 
@@ -26,9 +25,14 @@ bool CanNameFile(std::string_view segment) {
            segment.find_first_of(kForbidden) == std::string_view::npos;
 }
 
+constexpr const char* kAdvice = "make it a readable file, or remove it";
+
 [[noreturn]] void ThrowUnreadable(const std::string& path, const std::string& reason) {
-    throw Pellmar::IOException(path + " cannot be read: " + reason +
-                               "; make it a readable file, or remove it");
+    throw Pellmar::IOException(path + " cannot be read: " + reason, kAdvice);
+}
+
+[[noreturn]] void ThrowUnreadable(const std::string& path, int errorNumber) {
+    throw Pellmar::IOException(path + " cannot be read", errorNumber, kAdvice);
 }
 
 bool IsThere(const std::string& rootedPath) {
@@ -51,7 +55,8 @@ EntryPaths PathsOf(const StoreEntry& entry) {
         if (!CanNameFile(segment)) {
             throw Pellmar::InvalidArgumentException(
                 "configuration entry " + EntryName(entry) + ": \"" + segment +
-                "\" cannot be part of a file name of the store; rename it");
+                    "\" cannot be part of a file name of the store",
+                "rename it");
         }
     }
     const std::string path = EntryName(entry).append(kEnding);
@@ -65,10 +70,12 @@ std::optional<std::string> ReadEntryFile(const std::string& path) {
     if (error == ENOENT && !IsThere(rootedPath)) {
         return std::nullopt;
     }
+    if (error == ENOENT || error == ENXIO) {
+        ThrowUnreadable(path,
+                        error == ENOENT ? "it is a link to nothing" : "it is not a regular file");
+    }
     if (error != 0) {
-        ThrowUnreadable(path, error == ENOENT  ? "it is a link to nothing"
-                              : error == ENXIO ? "it is not a regular file"
-                                               : std::generic_category().message(error));
+        ThrowUnreadable(path, error);
     }
     if (text.size() > kMaxFileBytes) {
         ThrowUnreadable(path, "it is longer than " + std::to_string(kMaxFileBytes) + " bytes");

@@ -87,8 +87,8 @@ std::string DirectoryOf(const std::string& rootedPath) {
 }
 
 [[noreturn]] void ThrowUnwritable(const std::string& path, const std::error_code& error) {
-    throw Pellmar::IOException(path + " cannot be written: " + error.message() +
-                               "; run this as root, and make room if none is left");
+    throw Pellmar::IOException(path + " cannot be written: " + error.message(),
+                               "run this as root, and make room if none is left", error.value());
 }
 
 // Held while a set is read, changed and replaced; the kernel drops it with the descriptor.
@@ -180,8 +180,8 @@ SigningKey SigningKey::Load(const std::string& path) {
     try {
         const std::optional<std::string> text = ReadTrustSet(path);
         if (!text) {
-            throw Pellmar::NotFoundException(path +
-                                             " is missing; \"sentrelctl token init\" makes it");
+            throw Pellmar::NotFoundException(path + " is missing",
+                                             "\"sentrelctl token init\" makes it");
         }
         constexpr Json::ParseOptions kOptions{kMaxTrustSetBytes, Json::Comments::Refused,
                                               Json::Root::Object, Json::EqualNames::Refused};
@@ -194,9 +194,10 @@ SigningKey SigningKey::Load(const std::string& path) {
     } catch (const Pellmar::NotFoundException&) {
         throw;
     } catch (const Pellmar::Exception& error) {
-        throw Pellmar::Exception(path + " " + error.what() +
-                                 "; run this as root; if the file itself is bad, move it away and "
-                                 "run \"sentrelctl token init\"");
+        throw Pellmar::Exception(path + " " + error.what(),
+                                 "run this as root; if the file itself is bad, move it away and "
+                                 "run \"sentrelctl token init\"",
+                                 error.ErrorNumber());
     }
 }
 
@@ -221,17 +222,17 @@ void SigningKey::AddToTrustSet(const std::string& path) const {
     } catch (const std::system_error& error) {
         ThrowUnwritable(path, error.code());
     } catch (const Pellmar::Exception& error) {
-        throw Pellmar::Exception("the trust set " + path + " " + error.what() +
-                                 "; correct it, or move it away");
+        throw Pellmar::Exception("the trust set " + path + " " + error.what(),
+                                 "correct it, or move it away", error.ErrorNumber());
     }
 }
 
 std::string SigningKey::Sign(const TokenRequest& request) const {
     std::string token = SignText(PayloadOf(request));
     if (token.size() > kMaxTokenBytes) {
-        throw Pellmar::InvalidArgumentException("the token would be longer than " +
-                                                std::to_string(kMaxTokenBytes) +
-                                                " bytes; ask for fewer entitlements");
+        throw Pellmar::InvalidArgumentException(
+            "the token would be longer than " + std::to_string(kMaxTokenBytes) + " bytes",
+            "ask for fewer entitlements");
     }
     return token;
 }
@@ -242,7 +243,7 @@ std::string SigningKey::SignText(std::string_view payload) const {
                                       "JWT", "kid", id.c_str()));
     const JsonHandle key = FromText(privateJwk);
     if (!token || !header || !jose_jws_sig(Quiet().get(), token.get(), header.get(), key.get())) {
-        throw Pellmar::Exception("cannot sign; the halves of the key may not belong together");
+        throw Pellmar::Exception("cannot sign", "the halves of the key may not belong together");
     }
     return MemberOf(token, "protected") + "." + MemberOf(token, "payload") + "." +
            MemberOf(token, "signature");

@@ -22,12 +22,12 @@ constexpr std::uint64_t kBytesOfMB = 1024 * 1024;
 std::string ErrorText(int error) { return std::generic_category().message(error); }
 
 [[noreturn]] void Refuse(const std::string& what, int error) {
-    std::string text = what + ": " + ErrorText(error);
-    if (error == EACCES || error == EPERM || error == EROFS) {
-        text +=
-            "; run this as root, or set SENTREL_CGROUP_ROOT to a cgroup that this user may write";
-    }
-    throw Pellmar::IOException(text);
+    const bool isForbidden = error == EACCES || error == EPERM || error == EROFS;
+    throw Pellmar::IOException(
+        what, error,
+        isForbidden
+            ? "run this as root, or set SENTREL_CGROUP_ROOT to a cgroup that this user may write"
+            : "");
 }
 
 std::vector<std::string> RequireGroupPath(std::string_view path) {
@@ -41,8 +41,9 @@ std::vector<std::string> RequireGroupPath(std::string_view path) {
 }
 
 [[noreturn]] void ThrowNotFound(std::string_view path, const std::string& directory) {
-    throw Pellmar::NotFoundException("there is no resource group " + std::string(path) + " (" +
-                                     directory + "); make it with \"sentrelctl group ensure\"");
+    throw Pellmar::NotFoundException(
+        "there is no resource group " + std::string(path) + " (" + directory + ")",
+        "make it with \"sentrelctl group ensure\"");
 }
 
 CgroupDirectory MakeDirectory(const std::string& directory) {
@@ -167,9 +168,8 @@ bool CgroupBackend::TakeFound(std::string_view path, GroupPlace& place) {
 std::string CgroupBackend::Ensure(std::string_view path, unsigned reservationMB) {
     CgroupDirectory above;
     if (CgroupDirectory::Open(root, above) != 0 || !above.IsCgroup2()) {
-        throw Pellmar::NotFoundException(
-            root +
-            " is no cgroup v2 directory; set SENTREL_CGROUP_ROOT to one that is, or unset it");
+        throw Pellmar::NotFoundException(root + " is no cgroup v2 directory",
+                                         "set SENTREL_CGROUP_ROOT to one that is, or unset it");
     }
     std::string directory = root;
     std::string problem;
