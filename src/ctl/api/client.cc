@@ -61,8 +61,8 @@ bool IsPort(std::string_view text) {
 
 }  // namespace
 
-ApiClient::ApiClient(const std::string& url, std::string token)
-    : url(url), token(std::move(token)) {
+ApiClient::ApiClient(const std::string& url, std::string token, std::chrono::milliseconds timeout)
+    : url(url), token(std::move(token)), timeout(timeout) {
     constexpr std::string_view kScheme = "http://";
     std::string_view rest = url;
     if (!rest.starts_with(kScheme)) {
@@ -107,7 +107,8 @@ std::string ApiClient::Exchange(std::string document) const {
         return Send({.host = host,
                      .port = port,
                      .authorization = token.empty() ? "" : "Bearer " + token,
-                     .body = std::move(document)})
+                     .body = std::move(document),
+                     .timeout = timeout})
             .body;
     } catch (const HttpFailure& failure) {
         throw Failure("the API at " + url + " cannot be reached: " + failure.what(),

@@ -7,6 +7,7 @@
 
 #include <nlohmann/json_fwd.hpp>
 
+#include <chrono>
 #include <string>
 #include <string_view>
 
@@ -28,12 +29,13 @@ class ApiError : public Failure {
 
 class ApiClient {
   public:
-    // `url` is "http://HOST[:PORT]". An empty token sends none. Throws Failure when the URL is
-    // none.
-    ApiClient(const std::string& url, std::string token);
+    // `url` is "http://HOST[:PORT]", HOST a name or an address, of IPv6 in brackets. An empty token
+    // sends none. Each call may take `timeout`. Throws Failure when the URL is none.
+    ApiClient(const std::string& url, std::string token,
+              std::chrono::milliseconds timeout = std::chrono::minutes(1));
 
     // The result of `method`. Throws ApiError when the API refuses or fails, and Failure when it
-    // cannot be reached or answers with anything else; the texts say what to do next.
+    // cannot be reached (ETIMEDOUT: in time) or answers with anything else.
     nlohmann::ordered_json Call(std::string_view method,
                                 const nlohmann::ordered_json& parameters) const;
 
@@ -44,6 +46,7 @@ class ApiClient {
     std::string host;
     std::string port;
     std::string token;
+    std::chrono::milliseconds timeout;
 };
 
 // The options of every command that calls the API.

@@ -27,7 +27,6 @@ namespace http = boost::beast::http;
 using Clock = std::chrono::steady_clock;
 using Parser = http::response_parser<http::string_body>;
 
-constexpr std::chrono::seconds kPatience{60};  // for all of it
 constexpr std::uint64_t kMaxAnswerBytes = std::uint64_t{1} << 30;
 constexpr std::size_t kReadBytes = std::size_t{64} * 1024;
 
@@ -42,11 +41,11 @@ struct AddressesDeleter {
 // A connection whose operations end at one deadline. All of them throw HttpFailure.
 class Connection {
   public:
-    Connection(const std::string& host, const std::string& port) {
+    explicit Connection(const HttpPost& post) : deadline(Clock::now() + post.timeout) {
         addrinfo wanted{};
         wanted.ai_socktype = SOCK_STREAM;
         addrinfo* found = nullptr;
-        if (const int code = ::getaddrinfo(host.c_str(), port.c_str(), &wanted, &found);
+        if (const int code = ::getaddrinfo(post.host.c_str(), post.port.c_str(), &wanted, &found);
             code != 0) {
             throw HttpFailure(::gai_strerror(code));
         }
@@ -127,12 +126,14 @@ class Connection {
         }
     }
 
-    const Clock::time_point deadline = Clock::now() + kPatience;
+    const Clock::time_point deadline;
     Sys::OwnedFd socket;
 };
 
 std::string RequestBytes(const HttpPost& post) {
-    std::string bytes = "POST " + post.target + " HTTP/1.1\r\nHost: " + post.host +
+    const bool isIpv6 = post.host.find(':') != std::string::npos;
+    const std::string host = isIpv6 ? "[" + post.host + "]" : post.host;
+    std::string bytes = "POST " + post.target + " HTTP/1.1\r\nHost: " + host + ":" + post.port +
                         "\r\nContent-Type: application/json\r\nConnection: close\r\n";
     if (!post.authorization.empty()) {
         bytes += "Authorization: " + post.authorization + "\r\n";
@@ -180,7 +181,7 @@ HttpAnswer ReadAnswer(const Connection& connection) {
 }  // namespace
 
 HttpAnswer Send(const HttpPost& post) {
-    const Connection connection(post.host, post.port);
+    const Connection connection(post);
     connection.Write(RequestBytes(post));
     return ReadAnswer(connection);
 }

@@ -3,16 +3,19 @@
 
 #include "ctl/show/failure.h"
 
+#include <chrono>
 #include <string>
 
 namespace Ctl {
 
 struct HttpPost {
-    std::string host;
+    std::string host;  // a name or an address, of IPv6 without brackets
     std::string port;
     std::string target = "/";
     std::string authorization = {};  // the field's value; empty: none
     std::string body;                // JSON
+    std::chrono::milliseconds timeout =
+        std::chrono::minutes(1);  // for all but the look-up of `host`
 };
 
 struct HttpAnswer {
@@ -26,7 +29,7 @@ class HttpFailure : public Failure {
     using Failure::Failure;
 };
 
-// Throws HttpFailure when there is no answer within a minute.
+// Throws HttpFailure when no whole answer comes, with ETIMEDOUT when none comes within the timeout.
 HttpAnswer Send(const HttpPost& post);
 
 }  // namespace Ctl

@@ -6,11 +6,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include <cerrno>
 #include <chrono>
-#include <exception>
-#include <future>
-#include <memory>
-#include <thread>
 
 namespace Ctl {
 
@@ -50,23 +47,17 @@ bool CheckReach(const std::string& subject, std::uint16_t port, const std::strin
     return isLocal;
 }
 
-// Why the API gives no answer; empty when it does. A daemon that hangs holds up a thread of its
-// own, which the end of this program ends.
+// Why the API gives no answer; empty when it does.
 std::string AskApi() {
-    const auto answer = std::make_shared<std::promise<std::string>>();
-    std::future<std::string> text = answer->get_future();
-    std::thread([answer] {
-        try {
-            (void)ApiClient(std::string(kDefaultApiUrl), "")
-                .Call(kQuestion, nlohmann::ordered_json::object());
-            answer->set_value("");
-        } catch (const std::exception& exception) {
-            answer->set_value(exception.what());
-        }
-    }).detach();
-    return text.wait_for(kPatience) == std::future_status::ready
-               ? text.get()
-               : "it has not answered for " + std::to_string(kPatience.count()) + " s";
+    try {
+        (void)ApiClient(std::string(kDefaultApiUrl), "", kPatience)
+            .Call(kQuestion, nlohmann::ordered_json::object());
+        return "";
+    } catch (const Failure& failure) {
+        return failure.ErrorNumber() == ETIMEDOUT
+                   ? "it has not answered for " + std::to_string(kPatience.count()) + " s"
+                   : failure.what();
+    }
 }
 
 }  // namespace
