@@ -17,18 +17,16 @@ std::string Take(std::map<std::string, std::string>& record, const char* key) {
 }  // namespace
 
 void AuditCall(std::map<std::string, std::string> record, bool success) {
-    record["result"] = success ? "true" : "false";
     const std::string eventID = Take(record, "eventID");
     const std::string subject = Take(record, "subject");
     const std::string object = Take(record, "object");
-    const bool succeeded = Take(record, "result") == "true";
     std::vector<KvxAuditPair> pairs;
     pairs.reserve(record.size() + 1);
     for (const auto& [key, value] : record) {
         pairs.push_back({key, value});
     }
     pairs.push_back({});
-    KvxAudit_LogList(eventID, subject, object, succeeded, pairs.data());
+    KvxAudit_LogList(eventID, subject, object, success, pairs.data());
 }
 
 }  // namespace Sentrel::HealthApi

@@ -4,25 +4,20 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <span>
+#include <iterator>
 #include <utility>
 
 namespace Quon::L10n {
+
+namespace {
 
 struct CatalogueRow {
     std::string_view id;
     std::string_view text;
 };
 
-struct Catalogue {
-    std::string_view locale;
-    std::span<const CatalogueRow> rows;
-};
-
-namespace {
-
 // Every message of the runtime.
-constexpr CatalogueRow kEnglishRows[] = {
+constexpr CatalogueRow kCatalogue[] = {
     // Requests that the transport turns away
     {"quon.invalid.request",
      "The request cannot be served. Send it with POST, with the content type application/json and "
@@ -99,25 +94,11 @@ constexpr CatalogueRow kEnglishRows[] = {
      "with the server's log."},
 };
 
-// The first is the default.
-constexpr Catalogue kCatalogues[] = {{"en_US", kEnglishRows}};
-
-const Catalogue& FindCatalogue(const std::vector<std::string>& locales) {
-    for (const std::string& locale : locales) {
-        for (const Catalogue& catalogue : kCatalogues) {
-            if (catalogue.locale == locale) {
-                return catalogue;
-            }
-        }
-    }
-    return kCatalogues[0];
-}
-
 // The text of the message, or the identifier when there is none.
-std::string_view FindText(const Catalogue& catalogue, std::string_view id) {
-    const auto found = std::find_if(catalogue.rows.begin(), catalogue.rows.end(),
-                                    [id](const CatalogueRow& row) { return row.id == id; });
-    return found == catalogue.rows.end() ? id : found->text;
+std::string_view FindText(std::string_view id) {
+    const auto* const found = std::find_if(std::begin(kCatalogue), std::end(kCatalogue),
+                                           [id](const CatalogueRow& row) { return row.id == id; });
+    return found == std::end(kCatalogue) ? id : found->text;
 }
 
 constexpr std::size_t kMaxArguments = 4;
@@ -160,12 +141,9 @@ Data::DataValue ToData(const LocalizableMessage& message) {
     return Data::DataValue(std::move(structure));
 }
 
-Localizer::Localizer(const std::vector<std::string>& locales)
-    : catalogue(&FindCatalogue(locales)) {}
-
 LocalizableMessage Localizer::Localize(std::string_view id, std::vector<std::string> args) const {
     std::for_each(args.begin(), args.end(), Cut);
-    std::string text = Fill(FindText(*catalogue, id), args);
+    std::string text = Fill(FindText(id), args);
     return {std::string(id), std::move(text), std::move(args)};
 }
 

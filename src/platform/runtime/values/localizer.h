@@ -22,24 +22,19 @@ struct LocalizableMessage {
 // The structure {"id", "defaultMessage", "args"}.
 Data::DataValue ToData(const LocalizableMessage& message);
 
-struct Catalogue;
-
 // An argument may come from a client. Longer ones are cut at a character's border, and "..." is
 // added.
 inline constexpr std::size_t kMaxArgumentBytes = 256;
 
-// Texts for one list of locales, the preferred first. There is a catalogue of "en_US",
-// which stands in for every other locale. Immutable; any thread.
+// Texts for one list of locales, the preferred first. The only catalogue is that of "en_US", which
+// stands in for every other locale. Any thread.
 class Localizer {
   public:
-    explicit Localizer(const std::vector<std::string>& locales);
+    explicit Localizer(const std::vector<std::string>& /*locales*/) {}
 
     // The message of that identifier, "%1" to "%4" of its text replaced by `args`, which are cut to
     // kMaxArgumentBytes. Of an unknown identifier the text is the identifier itself.
     LocalizableMessage Localize(std::string_view id, std::vector<std::string> args = {}) const;
-
-  private:
-    const Catalogue* catalogue;  // never null
 };
 
 // Localize under the default context ("en_US").
