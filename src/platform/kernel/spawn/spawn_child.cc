@@ -5,6 +5,7 @@
 #include "platform/kernel/spawn/spawn_child.h"
 
 #include "platform/kernel/groups/cgroup_directory.h"
+#include "platform/kernel/spawn/direct_call.h"
 
 #include <algorithm>
 #include <array>
@@ -21,13 +22,6 @@
 #include <signal.h>
 #include <sys/syscall.h>
 #include <unistd.h>
-
-#if !defined(__x86_64__)
-#error "the system calls below are written for x86-64: add this processor's to the three functions"
-#endif
-
-// A macro, since an attribute can have no other name.
-#define UNINSTRUMENTED __attribute__((no_sanitize("address", "thread", "undefined")))
 
 namespace Kernel {
 
@@ -56,17 +50,6 @@ struct SignalAction {
     SignalSet mask;
 };
 constexpr SignalAction kDefaultAction{};
-
-UNINSTRUMENTED inline long SystemCall(long number, long first, long second = 0, long third = 0,
-                                      long fourth = 0) {
-    long result = 0;
-    register long r10 asm("r10") = fourth;
-    asm volatile("syscall"
-                 : "=a"(result)
-                 : "a"(number), "D"(first), "S"(second), "d"(third), "r"(r10)
-                 : "rcx", "r11", "memory");
-    return result;
-}
 
 UNINSTRUMENTED inline long Address(const void* pointer) { return reinterpret_cast<long>(pointer); }
 
@@ -113,7 +96,8 @@ UNINSTRUMENTED inline void SetDefault(int signal) {
 // The child's whole life before the program. All signals are blocked until the dispositions stand:
 // a handler of the daemon must not run here. The clone has taken the handlers away already, but
 // what was ignored still is.
-[[noreturn]] UNINSTRUMENTED void RunChild(const ChildStart* start) {
+[[noreturn]] UNINSTRUMENTED void RunChild(const void* argument) {
+    const auto* const start = static_cast<const ChildStart*>(argument);
     ChildPlan* const plan = start->plan;
     for (int signal = 1; signal <= kLastStandardSignal; ++signal) {
         SetDefault(signal);
@@ -136,24 +120,6 @@ UNINSTRUMENTED inline void SetDefault(int signal) {
     SetBlockedSignals(kNoSignals, nullptr);
     EndChild(plan, SystemCall(SYS_execve, Address(plan->path), Address(plan->argv),
                               Address(plan->environment)));
-}
-
-// clone3, the child of which continues in RunChild at the top of its stack, with no frame of the
-// parent's under it. Returns in the parent only: the pid or a negated error number.
-UNINSTRUMENTED long Clone(clone_args& arguments, const ChildStart* start) {
-    long result = SYS_clone3;
-    asm volatile(
-        "syscall\n\t"
-        "test %%rax, %%rax\n\t"
-        "jnz 1f\n\t"
-        "mov %[start], %%rdi\n\t"
-        "call *%[run]\n\t"
-        "ud2\n"
-        "1:"
-        : "+a"(result)
-        : "D"(&arguments), "S"(sizeof(arguments)), [start] "r"(start), [run] "r"(&RunChild)
-        : "rcx", "r11", "memory", "cc");
-    return result;
 }
 
 // What the child uses of the daemon's memory as long as it shares it.
@@ -227,7 +193,7 @@ long CloneChild(ChildPlan& plan, int groupDirectory, Sys::PidFd& process) {
     }
     SignalSet previous = 0;
     SetBlockedSignals(kAllSignals, &previous);
-    const long result = Clone(arguments, &start);
+    const long result = CloneAndRun(arguments, &RunChild, &start);
     SetBlockedSignals(previous, nullptr);
     if (result < 0) {
         return result;

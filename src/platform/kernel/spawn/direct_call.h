@@ -1,0 +1,95 @@
+// System calls without the C library, for code that shares its memory and thread-local storage with
+// another thread, and the clone that starts such code; one version for each kind of processor.
+//
+//    x86-64    number in rax, arguments in rdi, rsi, rdx and r10, result in rax; rcx, r11 are lost
+//    aarch64   number in x8, arguments in x0 to x3, result in x0
+#pragma once
+
+#include <linux/sched.h>
+#include <sys/syscall.h>
+
+// Keeps the sanitizers out of a function. A macro, since an attribute can have no other name.
+#define UNINSTRUMENTED __attribute__((no_sanitize("address", "thread", "undefined")))
+
+namespace Kernel {
+
+// SystemCall(): returns what the kernel does, a negated error number for a failure; leaves errno
+// alone.
+//
+// CloneAndRun(): clone3, with `arguments.stack` a stack for the child, 16-byte aligned at both
+// ends. The child calls `run(start)`, which never returns, at the top of that stack with no frame
+// of the caller under it. Returns in the parent only: the child's pid or a negated error number.
+
+#if defined(__x86_64__)
+
+UNINSTRUMENTED inline long SystemCall(long number, long first, long second = 0, long third = 0,
+                                      long fourth = 0) {
+    long result = 0;
+    register long r10 asm("r10") = fourth;
+    asm volatile("syscall"
+                 : "=a"(result)
+                 : "a"(number), "D"(first), "S"(second), "d"(third), "r"(r10)
+                 : "rcx", "r11", "memory");
+    return result;
+}
+
+UNINSTRUMENTED inline long CloneAndRun(clone_args& arguments, void (*run)(const void*),
+                                       const void* start) {
+    long result = SYS_clone3;
+    asm volatile(
+        "syscall\n\t"
+        "test %%rax, %%rax\n\t"
+        "jnz 1f\n\t"
+        "mov %[start], %%rdi\n\t"
+        "call *%[run]\n\t"
+        "ud2\n"
+        "1:"
+        : "+a"(result)
+        : "D"(&arguments), "S"(sizeof(arguments)), [start] "r"(start), [run] "r"(run)
+        : "rcx", "r11", "memory", "cc");
+    return result;
+}
+
+#elif defined(__aarch64__)
+
+// The barrier orders what was written before the call against what the kernel writes in it, such as
+// the word that CLONE_CHILD_CLEARTID clears: this processor may reorder the two.
+UNINSTRUMENTED inline long SystemCall(long number, long first, long second = 0, long third = 0,
+                                      long fourth = 0) {
+    register long x8 asm("x8") = number;
+    register long x0 asm("x0") = first;
+    register long x1 asm("x1") = second;
+    register long x2 asm("x2") = third;
+    register long x3 asm("x3") = fourth;
+    asm volatile(
+        "dmb ish\n\t"
+        "svc #0"
+        : "+r"(x0)
+        : "r"(x8), "r"(x1), "r"(x2), "r"(x3)
+        : "memory");
+    return x0;
+}
+
+UNINSTRUMENTED inline long CloneAndRun(clone_args& arguments, void (*run)(const void*),
+                                       const void* start) {
+    register long x8 asm("x8") = SYS_clone3;
+    register long x0 asm("x0") = reinterpret_cast<long>(&arguments);
+    register long x1 asm("x1") = sizeof(arguments);
+    asm volatile(
+        "svc #0\n\t"
+        "cbnz x0, 1f\n\t"
+        "mov x0, %[start]\n\t"
+        "blr %[run]\n\t"
+        "brk #0\n"
+        "1:"
+        : "+r"(x0)
+        : "r"(x8), "r"(x1), [start] "r"(start), [run] "r"(run)
+        : "memory");
+    return x0;
+}
+
+#else
+#error "write SystemCall and CloneAndRun for this processor"
+#endif
+
+}  // namespace Kernel
