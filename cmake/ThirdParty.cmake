@@ -2,8 +2,8 @@
 
 find_path(SENTREL_NLOHMANN_INCLUDE nlohmann/json.hpp REQUIRED)
 find_path(SENTREL_JOSE_INCLUDE jose/jose.h REQUIRED)
-mark_as_advanced(SENTREL_NLOHMANN_INCLUDE SENTREL_JOSE_INCLUDE)
-find_package(OpenSSL REQUIRED COMPONENTS Crypto)
+find_path(SENTREL_OPENSSL_INCLUDE openssl/evp.h REQUIRED)
+mark_as_advanced(SENTREL_NLOHMANN_INCLUDE SENTREL_JOSE_INCLUDE SENTREL_OPENSSL_INCLUDE)
 set(oldestBoost 1.81)
 find_package(Boost ${oldestBoost} CONFIG QUIET)
 if(NOT Boost_FOUND)
@@ -25,5 +25,5 @@ target_compile_definitions(third_party_boost INTERFACE BOOST_ASIO_NO_DEPRECATED 
 
 # José, the JSON library that its interface is made of, and the cryptography that its keys come from.
 add_library(third_party_jose INTERFACE)
-target_include_directories(third_party_jose SYSTEM INTERFACE ${SENTREL_JOSE_INCLUDE})
-target_link_libraries(third_party_jose INTERFACE jose jansson OpenSSL::Crypto)
+target_include_directories(third_party_jose SYSTEM INTERFACE ${SENTREL_JOSE_INCLUDE} ${SENTREL_OPENSSL_INCLUDE})
+target_link_libraries(third_party_jose INTERFACE jose jansson crypto)
