@@ -10,7 +10,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <filesystem>
 #include <string>
 #include <utility>
 #include <vector>
@@ -29,7 +28,6 @@ using Test::CapturedLog;
 using Test::HostDirectory;
 using testing::Contains;
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 constexpr std::size_t kChunk = 512;
 
@@ -122,14 +120,6 @@ TEST(ReportJob, CutsABodyBeforeTheChunkThatCrossesTheBound) {
     }
 }
 
-TEST(ReportJob, TakesABodyThatReachesTheBound) {
-    Job job;
-    const std::string body(1048576, 'b');
-    job.Run(MakeRef<ScriptedRequest>(body, std::size_t{500}));
-    EXPECT_TRUE(job.host.Report("cpu") == body);  // too long to show
-    EXPECT_THAT(job.response->calls, ElementsAre("status 200", "complete"));
-}
-
 TEST(ReportJob, KeepsAReportWhoseAnswerCannotBeSent) {
     Job job;
     job.response->clientIsGone = true;
@@ -137,29 +127,6 @@ TEST(ReportJob, KeepsAReportWhoseAnswerCannotBeSent) {
     EXPECT_EQ(job.host.Report("cpu"), "body");
     EXPECT_EQ(job.log.Lines().back(),
               "3 SentrelHandler: Failed to write to response stream : the client is gone");
-}
-
-TEST(ReportJob, LinksNothingWhenTheBodyBreaksOff) {
-    Job job;
-    job.Run(MakeRef<ScriptedRequest>("first", kChunk));
-    job.response->calls.clear();
-    const auto broken =
-        MakeRef<ScriptedRequest>("half", kChunk, ScriptedRequest::Ending::BreaksOff);
-    EXPECT_THROW(job.Run(broken), Pellmar::IOException);
-
-    EXPECT_THAT(job.response->calls, IsEmpty());
-    EXPECT_EQ(job.host.Report("cpu"), "first");
-    EXPECT_THAT(job.host.ReportFiles(), ElementsAre(".cpu-1.json", "cpu-0.json", "cpu.json"));
-    job.Run(MakeRef<ScriptedRequest>("next", kChunk));
-    EXPECT_EQ(job.host.Report("cpu"), "next");
-}
-
-TEST(ReportJob, LeavesTheAnswerToTheReleaseWhenNoFileCanBeMade) {
-    Job job;
-    std::filesystem::create_directory(job.host.ReportPath(".cpu-0.json"));
-    job.Run(MakeRef<ScriptedRequest>("body", kChunk));
-    EXPECT_THAT(job.response->calls, ElementsAre("status 500"));
-    EXPECT_EQ(job.log.Lines().back(), "3 SentrelHandler: Creation of report failed");
 }
 
 }  // namespace
