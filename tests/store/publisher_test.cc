@@ -19,7 +19,6 @@
 #include <string_view>
 #include <vector>
 
-#include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -91,20 +90,6 @@ struct Published {
         return lines;
     }
 };
-
-TEST(Publisher, ListsTheNewestFileBehindEachLink) {
-    const Published store;
-    store.Store("cpu", "not read");
-    WriteFile(store.Path(".cpu-2.json"), "");
-    ::Test::SetModified(store.Path("cpu-0.json"), 1709647629);
-
-    const std::vector<ReportFile> files = store.publisher.ListReportFiles({});
-    ASSERT_THAT(files, SizeIs(1));
-    EXPECT_EQ(files[0].name, "cpu");
-    EXPECT_EQ(files[0].path, store.Path("cpu-0.json"));
-    EXPECT_EQ(files[0].modified, "2024-03-05T14:07:09+00:00");
-    EXPECT_EQ(store.log.Count("7 publisher: Not a symlink: " + store.directory), 2U);
-}
 
 TEST(Publisher, CallsAReportLikeTheStemOfItsLink) {
     for (const char* const link :
@@ -179,19 +164,6 @@ TEST(Publisher, LeavesOutLinksThatLeadToNoFile) {
                     ElementsAre("3 publisher: Target of symlink: " + store.Path("odd.json") +
                                 " -> " + target + " is not a regular file: " + row.reason));
     }
-}
-
-TEST(Publisher, LeavesOutFilesWhoseTimeIsBeyondItsClock) {
-    const Published store;
-    const Sys::OwnedFd file(::memfd_create("stored", MFD_CLOEXEC));  // keeps any time
-    const timespec times[] = {{0, UTIME_OMIT}, {15'800'000'000, 0}};
-    ASSERT_EQ(::futimens(file.Get(), times), 0);
-    const std::string target = "/proc/self/fd/" + std::to_string(file.Get());
-    store.Link(target, "odd.json");
-    EXPECT_THAT(store.ListedNames(), IsEmpty());
-    EXPECT_THAT(store.Failures(),
-                ElementsAre("3 publisher: Error retrieving file modified time for file: " + target +
-                            ". Value too large for defined data type"));
 }
 
 TEST(Publisher, TellsADirectoryThatIsMissing) {

@@ -2,7 +2,6 @@
 // in its way there, left behind by accident or planted.
 #include "store/report_roller.h"
 
-#include "platform/pellmar/exceptions.h"
 #include "platform/pellmar/log/logger.h"
 #include "platform/pellmar/object.h"
 #include "platform/pellmar/system/file.h"
@@ -24,12 +23,10 @@ using Pellmar::Service::Logger;
 using Sentrel::ReportRoller;
 using Test::CapturedLog;
 using Test::HostDirectory;
-using Test::ReadFile;
 using Test::WriteFile;
 using testing::AllOf;
 using testing::ElementsAre;
 using testing::EndsWith;
-using testing::IsEmpty;
 using testing::StartsWith;
 
 constexpr int kFiles = 3;
@@ -81,37 +78,6 @@ std::string StoreReport(ReportRoller& roller, std::string_view body) {
     return std::string(report.file->GetName().substr(1));
 }
 
-TEST(ReportRoller, FillsTheRingAndPointsTheLinkAtTheNewest) {
-    const Store store;
-    const Ref<ReportRoller> roller = store.MakeRoller();
-    for (int number = 0; number < 5; ++number) {
-        const std::string expected = "cpu-" + std::to_string(number % kFiles) + ".json";
-        const std::string body = "report " + std::to_string(number);
-        EXPECT_EQ(StoreReport(*roller, body), expected);
-        EXPECT_EQ(store.host.LinkTarget("cpu"), store.Directory() + expected);
-        EXPECT_EQ(store.host.Report("cpu"), body);
-    }
-    EXPECT_THAT(store.host.ReportFiles(),
-                ElementsAre("cpu-0.json", "cpu-1.json", "cpu-2.json", "cpu.json"));
-    EXPECT_EQ(ReadFile(store.PathOf("cpu-2.json")), "report 2");
-}
-
-TEST(ReportRoller, ReceivesInAHiddenFileAndTellsEachStep) {
-    const Store store;
-    const Ref<ReportRoller> roller = store.MakeRoller();
-    const OpenReport report = Open(*roller);
-    EXPECT_THAT(store.host.ReportFiles(), ElementsAre(".cpu-0.json"));
-    Write(report, "body");
-    roller->Rotate(report.file);
-    EXPECT_THAT(
-        store.log.Lines(),
-        ElementsAre("7 SentrelHandler: Report symlink-name: " + store.PathOf("cpu.json"),
-                    "7 SentrelHandler: Report name: cpu, base directory: " + store.Directory(),
-                    "7 SentrelHandler: Index: 0",
-                    "6 SentrelHandler: Temporary report name: " + store.PathOf(".cpu-0.json"),
-                    "7 SentrelHandler: Rotated filename: cpu-0.json"));
-}
-
 TEST(ReportRoller, ContinuesAfterTheHighestIndexOnRestart) {
     const struct {
         std::string name;
@@ -159,30 +125,6 @@ TEST(ReportRoller, LooksAtTheDirectoryOnceAndNeverAtTheLink) {
     EXPECT_EQ(store.host.Report("cpu"), "third");
 }
 
-TEST(ReportRoller, RefusesNamesThatBreakTheRuleAndDirectoriesThatAreNone) {
-    const Store store;
-    WriteFile(store.PathOf("file"), "");
-    const auto refusal = [&store](const std::string& directory, const std::string& name) {
-        try {
-            const ReportRoller roller(directory, name, kFiles, store.logger);
-            return std::string();
-        } catch (const Pellmar::InvalidArgumentException& exception) {
-            return std::string(exception.what());
-        }
-    };
-    for (const std::string name : {"", "cpu load", "a/b", "cpu\n"}) {
-        EXPECT_EQ(refusal(store.Directory(), name),
-                  "'" + name + "' contains unexpected regex meta characters" +
-                      std::string(19, ' ') + "(expected regex '[a-zA-Z0-9_.-]+')");
-    }
-    EXPECT_THAT(store.log.Lines(), IsEmpty());
-    for (const std::string& directory :
-         {std::string(), store.PathOf("no/"), store.PathOf("file")}) {
-        EXPECT_EQ(refusal(directory, "cpu"), "'" + directory + "' is not a directory");
-        EXPECT_EQ(store.log.Lines().back(), "3 SentrelHandler: Invalid directory: " + directory);
-    }
-}
-
 TEST(ReportRoller, UsesUpTheIndexOfAFileThatCannotBeMade) {
     const Store store;
     const Ref<ReportRoller> roller = store.MakeRoller();
@@ -196,18 +138,6 @@ TEST(ReportRoller, UsesUpTheIndexOfAFileThatCannotBeMade) {
                                                              store.PathOf(".cpu-1.json")))));
     EXPECT_EQ(store.host.Report("cpu"), "first");
     EXPECT_EQ(StoreReport(*roller, "next"), "cpu-2.json");
-}
-
-TEST(ReportRoller, StaysUsableWhenTheDirectoryCannotBeRead) {
-    const Store store;
-    const Ref<ReportRoller> roller = store.MakeRoller();
-    std::filesystem::remove(store.Directory());
-    OpenReport report;
-    EXPECT_THROW(roller->OpenTemporaryReport(report.writer, report.file), Pellmar::IOException);
-
-    std::filesystem::create_directory(store.Directory());
-    WriteFile(store.PathOf("cpu-1.json"), "old");
-    EXPECT_EQ(StoreReport(*roller, "new"), "cpu-2.json");
 }
 
 TEST(ReportRoller, KeepsTheLinkWhenTheReportCannotBeMoved) {
@@ -232,59 +162,6 @@ TEST(ReportRoller, KeepsTheLinkWhenTheReportCannotBeMoved) {
         EXPECT_EQ(std::filesystem::exists(store.PathOf(".cpu-1.json")), !isGone);
         EXPECT_EQ(store.host.Report("cpu"), "first");
         EXPECT_EQ(StoreReport(*roller, "third"), "cpu-2.json");
-    }
-}
-
-TEST(ReportRoller, LeavesWhatIsNoLinkAtTheLinkPath) {
-    for (const bool isDirectory : {false, true}) {
-        SCOPED_TRACE(isDirectory ? "directory" : "file");
-        const Store store;
-        if (isDirectory) {
-            std::filesystem::create_directory(store.PathOf("cpu.json"));
-        } else {
-            WriteFile(store.PathOf("cpu.json"), "kept");
-        }
-        const Ref<ReportRoller> roller = store.MakeRoller();
-        EXPECT_EQ(StoreReport(*roller, "first"), "cpu-0.json");
-        EXPECT_EQ(StoreReport(*roller, "second"), "cpu-1.json");
-
-        EXPECT_FALSE(std::filesystem::is_symlink(store.PathOf("cpu.json")));
-        EXPECT_EQ(ReadFile(store.PathOf("cpu-1.json")), "second");
-        EXPECT_TRUE(store.log.Contains("3 sentrel: Cannot make the symbolic link " +
-                                       store.PathOf("cpu.json")));
-        std::filesystem::remove(store.PathOf("cpu.json"));
-        StoreReport(*roller, "third");
-        EXPECT_EQ(store.host.Report("cpu"), "third");
-    }
-}
-
-TEST(ReportRoller, FollowsNoLinkThatWasPlanted) {
-    const struct {
-        std::string path;
-        void (*plant)(const std::filesystem::path& victim, const std::filesystem::path& path);
-    } rows[] = {
-        {".cpu-0.json", std::filesystem::create_symlink},
-        {".cpu-0.json", std::filesystem::create_hard_link},
-        {"cpu-0.json", std::filesystem::create_symlink},
-        {"cpu-0.json", std::filesystem::create_hard_link},
-        {"cpu.json", std::filesystem::create_symlink},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.path);
-        const Store store;
-        const std::string victim = store.host.Base() + "victim";
-        WriteFile(victim, "untouched");
-        row.plant(victim, store.PathOf(row.path));
-
-        const Ref<ReportRoller> roller = store.MakeRoller();
-        for (const std::string body : {"first", "second", "third", "fourth"}) {
-            StoreReport(*roller, body);
-            EXPECT_EQ(store.host.Report("cpu"), body);
-        }
-        EXPECT_EQ(ReadFile(victim), "untouched");
-        EXPECT_THAT(store.host.ReportFiles(),
-                    ElementsAre("cpu-0.json", "cpu-1.json", "cpu-2.json", "cpu.json"));
-        EXPECT_FALSE(std::filesystem::is_symlink(store.PathOf("cpu-0.json")));
     }
 }
 

@@ -7,7 +7,6 @@
 
 #include <filesystem>
 #include <string>
-#include <vector>
 
 #include <sys/stat.h>
 
@@ -52,38 +51,6 @@ TEST_F(Storage, KeepsTheThreeNewestAndALinkToTheNewest) {
     struct stat status {};
     ASSERT_EQ(::stat(StoredPath("cpu-0.json").c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 07777U, 0640U);
-}
-
-TEST_F(Storage, ContinuesTheRingThatItFinds) {
-    struct Case {
-        const char* name;
-        std::vector<std::string> files;
-        const char* next;
-    };
-    const std::vector<Case> cases = {
-        {"empty", {}, "cpu-0.json"},
-        {"begun", {"cpu-0.json"}, "cpu-1.json"},
-        {"with a gap", {"cpu-1.json"}, "cpu-2.json"},
-        {"full", {"cpu-0.json", "cpu-1.json", "cpu-2.json"}, "cpu-0.json"},
-        {"of more files", {"cpu-0.json", "cpu-7.json"}, "cpu-0.json"},
-        {"of others",
-         {"cpuX-1.json", "xcpu-1.json", "cpu-11.json", ".cpu-1.json", "cpu-1.json~"},
-         "cpu-0.json"},
-    };
-    for (const auto& [name, files, next] : cases) {
-        SCOPED_TRACE(name);
-        for (const std::string& file : host.ReportFiles()) {
-            fs::remove(host.ReportPath(file));
-        }
-        for (const std::string& file : files) {
-            WriteFile(host.ReportPath(file), "old");
-        }
-        Start();
-        EXPECT_EQ(Post("cpu", "new"), 200);
-        EXPECT_EQ(host.LinkTarget("cpu"), StoredPath(next));
-        EXPECT_EQ(host.Report("cpu"), "new");
-        EXPECT_EQ(daemon->Stop(), 0);
-    }
 }
 
 TEST_F(Storage, StoresTwoParallelPostsOfOneNameOneAfterTheOther) {
