@@ -104,28 +104,6 @@ TEST_F(BadInput, AnswersAClientThatHasFinishedSending) {
     EXPECT_EQ(host.Report("half"), "{}");
 }
 
-TEST_F(BadInput, RefusesAControlCharacterInAnyPlaceOfAHead) {
-    const std::string request = PostRequest("/control", "{}");
-    const std::size_t lastPlace = request.find("\r\n\r\n") + 3;
-    Start();
-    for (const char control : {'\0', '\1', '\n', '\v', '\r', '\x1B', '\x7F'}) {
-        for (std::size_t place = 0; place < lastPlace; ++place) {
-            SCOPED_TRACE(testing::Message() << int{control} << " at " << place);
-            std::string spoiled = request;
-            spoiled.insert(place, 1, control);
-            RawConnection connection;
-            connection.Send(spoiled);
-            const auto response = connection.ReadResponse();
-            ASSERT_TRUE(response.has_value());
-            ASSERT_EQ(response->status, 400);
-            ASSERT_TRUE(response->ClosesConnection());
-            ASSERT_EQ(connection.ReadUntilClosed(), "");
-        }
-    }
-    EXPECT_FALSE(HasVisibleReports());
-    ExpectAGoodPostWorks();
-}
-
 TEST_F(BadInput, RefusesWhatIsNoHead) {
     const std::string manyFields = [] {
         std::string fields;
@@ -140,16 +118,10 @@ TEST_F(BadInput, RefusesWhatIsNoHead) {
         int status;
     } rows[] = {
         {"no version", "POST /cpu\r\n\r\n", 400},
-        {"other version", "POST /cpu HTTP/2.0\r\n\r\n", 400},
-        {"no target", "POST HTTP/1.1\r\n\r\n", 400},
-        {"two blanks", "POST  /cpu HTTP/1.1\r\n\r\n", 400},
-        {"no colon", "POST /cpu HTTP/1.1\r\nContent-Length 4\r\n\r\n", 400},
-        {"blank before the colon", "POST /cpu HTTP/1.1\r\nContent-Length : 4\r\n\r\n", 400},
-        {"folded field", "POST /cpu HTTP/1.1\r\na: b\r\n c: d\r\n\r\n", 400},
-        {"lines end with LF", "POST /cpu HTTP/1.1\nContent-Length: 4\n\n", 400},
         {"hello of TLS", std::string("\x16\x03\x01\x02\0\x01\0\x01\xFC", 9), 400},
+        {"two lengths", "POST /cpu HTTP/1.1\r\nContent-Length: 4, 5\r\n\r\n1234", 400},
+        {"length of letters", "POST /cpu HTTP/1.1\r\nContent-Length: x\r\n\r\n1234", 400},
         {"too many fields", "POST /cpu HTTP/1.1\r\n" + manyFields + "\r\n", 400},
-        {"long field", "POST /cpu HTTP/1.1\r\na: " + std::string(20'000, 'b') + "\r\n\r\n", 431},
         {"endless field", "POST /cpu HTTP/1.1\r\na: " + std::string(1'000'000, 'b'), 431},
         {"long target", "POST /" + std::string(16'384, 'a') + " HTTP/1.1\r\n\r\n", 431},
     };

@@ -93,13 +93,6 @@ struct Reports {
     }
 };
 
-TEST(ReportsImpl, GetsTheNewestReportOfAName) {
-    Reports reports;
-    reports.Store("cpu", {.time = "2024-03-05T15:07:09.5+01:00", .unstructured = R"(["x"])"});
-    EXPECT_EQ(reports.Get("CPU"), R"( 2024-03-05T14:07:09.500Z 0 ["x"])");
-    EXPECT_THAT(reports.Lines(), ElementsAre("7 Get() operation invoked for CPU report."));
-}
-
 TEST(ReportsImpl, SaysWhyItCannotGetAReport) {
     const struct {
         const char* name;

