@@ -12,14 +12,11 @@
 namespace {
 
 using ::Test::DaemonOptions;
-using ::Test::DaemonProcess;
 using ::Test::HttpClient;
 using ::Test::ReportDocument;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::SizeIs;
 using testing::StartsWith;
 
 class StartAndStop : public Scenario {};
@@ -159,7 +156,10 @@ TEST_F(StartAndStop, TakesItsLogLevelFromTheEnvironmentThenTheStore) {
         {"", R"({"log": {"level": 6}})", {3, 5, 6}, 0},
         {"", R"({"log": {"level": "high"}})", {3, 5}, 0},
         {"3", R"({"log": {"level": 6}})", {3}, 0},
+        {"7", "{}", {3, 5, 6, 7}, 0},
         {"loud", R"({"log": {"level": 6}})", {3, 5, 6}, 1},
+        {"7 ", R"({"log": {"level": 6}})", {3, 5, 6}, 1},
+        {"99999999999", "{}", {3, 5}, 1},
     };
     for (const auto& [variable, entry, levels, complaints] : cases) {
         SCOPED_TRACE(std::string(variable) + " over " + entry);

@@ -2,11 +2,9 @@
 // greedy, and with handlers that fail. Its times are cut short, so that nothing waits for long.
 #include "platform/pellmar/http/http_service.h"
 
-#include "platform/pellmar/exceptions.h"
 #include "platform/pellmar/http/http_limits.h"
 #include "platform/pellmar/http/http_service_impl.h"
 #include "platform/pellmar/system/system_factory.h"
-#include "platform/pellmar/work/thread_pool.h"
 #include "support/captured_log.h"
 #include "support/http_client.h"
 #include "support/network_namespace.h"
@@ -87,26 +85,6 @@ class RunningService {
 
 const char* const kUnfinishedPost = "POST /cpu HTTP/1.1\r\nContent-Length: 10\r\n\r\nabc";
 const char* const kEmptyPost = "POST /cpu HTTP/1.1\r\nContent-Length: 0\r\n\r\n";
-
-TEST(HttpService, GivesTheWholeBodyAndKeepsTheConnection) {
-    std::promise<std::string> body;
-    const RunningService running([&](const auto& request, const auto& response) {
-        body.set_value(ReadWholeBody(request));
-        response->SetStatus(ResponseCode::Ok);
-        response->Complete();
-    });
-    RawConnection client;
-    ASSERT_TRUE(client.Send(kUnfinishedPost));
-    ASSERT_TRUE(client.Send("defghij"));
-    const std::optional<HttpResponse> answer = client.ReadResponse();
-    ASSERT_TRUE(answer);
-    EXPECT_EQ(answer->status, 200);
-    EXPECT_EQ(answer->Field("Content-Length"), "0");
-    EXPECT_EQ(answer->Field("Cache-Control"), "no-store");
-    EXPECT_NE(answer->Field("Date"), "");
-    EXPECT_FALSE(answer->ClosesConnection());
-    EXPECT_EQ(body.get_future().get(), "abcdefghij");
-}
 
 struct SlowBody {
     const char* name;
@@ -231,22 +209,6 @@ INSTANTIATE_TEST_SUITE_P(
                400, ""}),
     [](const auto& row) { return row.param.name; });
 
-TEST(HttpService, NeverTakesARequestOutOfARefusedBody) {
-    int calls = 0;
-    const RunningService running([&](const auto&, const auto& response) {
-        ++calls;
-        response->Reply(ResponseCode::BadRequest);
-    });
-    const std::string hidden = kEmptyPost;
-    RawConnection client;
-    ASSERT_TRUE(client.Send("POST /cpu HTTP/1.1\r\nContent-Length: " +
-                            std::to_string(hidden.size()) + "\r\n\r\n" + hidden));
-    EXPECT_TRUE(client.ReadResponse()->ClosesConnection());
-    client.FinishSending();
-    EXPECT_EQ(client.ReadUntilClosed(), "");
-    EXPECT_EQ(calls, 1);
-}
-
 TEST(HttpService, EndsWhatItLingersOn) {
     const RunningService running(ReadAndAnswer, {.linger = 1ms});
     RawConnection client;
@@ -254,30 +216,6 @@ TEST(HttpService, EndsWhatItLingersOn) {
     EXPECT_EQ(client.ReadResponse()->status, 400);
     while (client.Send("more rubbish")) {  // until the connection is cut
     }
-}
-
-TEST(HttpService, ServesAQueueWhoseClientStallsAsideFromOthers) {
-    const auto queue = Pellmar::System::GetThreadPool().CreateWorkQueue("stalled");
-    const RunningService running([&](const auto& request, const auto& response) {
-        if (request->GetUrl() == "/stalled") {
-            queue->Submit([request, response] { ReadAndAnswer(request, response); });
-        } else {
-            ReadAndAnswer(request, response);
-        }
-    });
-    const std::string stalledHead = "POST /stalled HTTP/1.1\r\nContent-Length: 3\r\n\r\n";
-    RawConnection first;
-    RawConnection second;
-    ASSERT_TRUE(first.Send(stalledHead));
-    ASSERT_TRUE(second.Send(stalledHead + "abc"));
-    for (int count = 0; count < 100; ++count) {
-        RawConnection other;
-        ASSERT_TRUE(other.Send(kUnfinishedPost + std::string("defghij")));
-        ASSERT_EQ(other.ReadResponse()->status, 200);
-    }
-    ASSERT_TRUE(first.Send("abc"));
-    EXPECT_EQ(first.ReadResponse()->status, 200);
-    EXPECT_EQ(second.ReadResponse()->status, 200);
 }
 
 TEST(HttpService, StopsWhileAClientStalls) {

@@ -9,8 +9,6 @@
 
 #include <array>
 #include <csignal>
-#include <cstdlib>
-#include <optional>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -171,23 +169,6 @@ TEST_F(LogSinkTest, BeginsAFreshLineAfterACutOne) {
     }
 }
 
-TEST_F(LogSinkTest, OutlivesItsReaderAndTellsTheNextOne) {
-    const TemporaryDirectory directory;
-    const std::string path = directory.Path() + "fifo";
-    ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0);
-    Channel fifo;
-    fifo.reader.Reset(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
-    fifo.writer.Reset(::open(path.c_str(), O_WRONLY | O_CLOEXEC));
-    JournalSink sink(fifo.writer);
-    fifo.reader.Reset();
-    sink.Write(5, "n", "nobody");
-    sink.Write(5, "n", "reads");
-
-    fifo.reader.Reset(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
-    sink.Write(5, "n", "again");
-    EXPECT_EQ(fifo.Drain(), std::string(kNoticeOf2) + "<5>n: again\n");
-}
-
 TEST_F(LogSinkTest, DoesNotBlockOnAPipeThatCannotBeOpenedOnceMore) {
     Channel pipe = Channel::Pipe();
     pipe.reader.Reset();  // without a reader, opening for writing fails
@@ -220,15 +201,6 @@ TEST_F(LogSinkTest, DoesNotBlockOnATerminalThatNobodyReads) {
         sink.Write(5, "n", std::string(1000, 'x'));
     }
     EXPECT_EQ(::fcntl(terminal.Get(), F_GETFL) & O_NONBLOCK, 0);
-}
-
-TEST_F(LogSinkTest, SurvivesADescriptorThatTakesNothing) {
-    const Sys::OwnedFd full(::open("/dev/full", O_WRONLY | O_CLOEXEC));
-    for (const int descriptor : {full.Get(), -1}) {
-        LogSink sink(descriptor, "");
-        sink.Write(5, "n", "m");
-        sink.Write(5, "n", "m");
-    }
 }
 
 TEST_F(LogSinkTest, KeepsLinesOfManyThreadsApart) {

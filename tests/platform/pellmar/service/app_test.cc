@@ -2,6 +2,7 @@
 #include "platform/pellmar/service/app.h"
 
 #include "platform/pellmar/service/service_manager.h"
+#include "platform/sys/owned_fd.h"
 #include "support/captured_log.h"
 #include "support/deadline.h"
 #include "support/temporary_directory.h"
@@ -11,7 +12,6 @@
 
 #include <array>
 #include <cerrno>
-#include <chrono>
 #include <csignal>
 #include <cstddef>
 #include <cstdlib>
@@ -36,40 +36,22 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-// A store whose only value is the framework's log level.
-class LogLevelConfig : public Config {
+class EmptyConfig : public Config {
   public:
-    explicit LogLevelConfig(std::optional<int> level) : level(level) {}
     void Initialize() override {}
-    Ref<ConfigReader> GetReader() const override { return MakeRef<Reader>(std::nullopt); }
-    Ref<ConfigReader> GetReaderOf(std::string_view key, std::string_view group,
-                                  std::string_view component) const override {
-        const bool isFrameworks = key == "pellmar" && group == "health" && component == "oru";
-        return MakeRef<Reader>(isFrameworks ? level : std::nullopt);
+    Ref<ConfigReader> GetReader() const override { return MakeRef<Reader>(); }
+    Ref<ConfigReader> GetReaderOf(std::string_view, std::string_view,
+                                  std::string_view) const override {
+        return MakeRef<Reader>();
     }
 
   private:
-    class Reader : public ConfigReader {
-      public:
-        explicit Reader(std::optional<int> level) : level(level) {}
-        bool GetInt(std::string_view key, std::int32_t& value) const override {
-            if (key != "log/level" || !level) {
-                return false;
-            }
-            value = *level;
-            return true;
-        }
+    struct Reader : ConfigReader {
+        bool GetInt(std::string_view, std::int32_t&) const override { return false; }
         bool GetBool(std::string_view, bool&) const override { return false; }
         bool GetString(std::string_view, std::string&) const override { return false; }
-
-      private:
-        std::optional<int> level;
     };
-
-    std::optional<int> level;
 };
-
-void InitAppAtLevel(std::optional<int> level) { InitApp(MakeRef<LogLevelConfig>(level)); }
 
 // Runs `body` in a child process, which exits with its result.
 class Child {
@@ -159,82 +141,20 @@ class EnvironmentValue {
     std::optional<std::string> previous;
 };
 
-TEST(App, TakesTheLogLevelFromTheConfigurationAndTheEnvironment) {
-    const struct {
-        const char* name;
-        std::optional<int> configured;
-        const char* variable;
-        int level;
-        const char* line;
-    } rows[] = {
-        {"neither", std::nullopt, nullptr, 5, nullptr},
-        {"configured", 6, nullptr, 6, nullptr},
-        {"both", 6, "7", 7, nullptr},
-        {"variable only", std::nullopt, "3", 3, nullptr},
-        {"empty variable", 6, "", 6, nullptr},
-        {"word", 6, "debug", 6,
-         "3 sentrel: SENTREL_LOG_LEVEL is \"debug\", not a number: the configured log level 6 "
-         "holds; set it to a number from 3 to 7"},
-        {"rest behind a number", 4, "7 ", 4, "is \"7 \""},
-        {"beyond 32 bits", std::nullopt, "99999999999", 5, "configured log level 5"},
-        {"control character", std::nullopt, "\n", 5, "is \"\\x0a\""},
-    };
-    for (const auto& row : rows) {
-        Child child([&row] {
-            const EnvironmentValue variable("SENTREL_LOG_LEVEL", row.variable);
-            const CapturedLog log;
-            InitAppAtLevel(row.configured);
-            const bool isLogged =
-                row.line == nullptr ? log.Lines().empty() : log.Contains(row.line);
-            return isLogged && Logger::sDefaultLogger->GetLevel() == row.level ? 0 : 1;
-        });
-        EXPECT_EQ(child.ExitStatus(), 0) << row.name;
-    }
-}
-
-TEST(App, KeepsIdentityAndConfiguration) {
-    Child child([] {
-        SetAppInfo({"sentrel", "8.0.1", 42, 0});
-        const auto config = MakeRef<LogLevelConfig>(std::nullopt);
-        InitApp(config);
-        const App& app = GetApp();
-        return app.GetInfo().version == "8.0.1" && app.GetInfo().buildNumber == 42 &&
-                       app.GetConfig().Get() == config.Get() &&
-                       app.GetLogger().Get() == Logger::sDefaultLogger.Get()
-                   ? 0
-                   : 1;
-    });
-    EXPECT_EQ(child.ExitStatus(), 0);
-}
-
-TEST(App, SurvivesWritingToAClosedPipe) {
-    Child child([] {
-        InitAppAtLevel(std::nullopt);
-        std::array<int, 2> ends{};
-        if (::pipe(ends.data()) != 0 || ::close(ends[0]) != 0) {
-            return 2;
-        }
-        return ::write(ends[1], "x", 1) == -1 && errno == EPIPE ? 0 : 1;
-    });
-    EXPECT_EQ(child.ExitStatus(), 0);
-}
-
 TEST(App, EndsAtOnceOnASignalThatCameBeforeItsLoop) {
-    for (const int signal : {SIGTERM, SIGINT}) {
-        for (const bool isAbstract : {false, true}) {
-            SCOPED_TRACE(std::to_string(signal) + (isAbstract ? " abstract" : " path"));
-            const NotifySocket manager(isAbstract);
-            Child child([&] {
-                const EnvironmentValue variable("NOTIFY_SOCKET", manager.Name().c_str());
-                InitAppAtLevel(std::nullopt);
-                std::raise(signal);
-                GetApp().Run();
-                return 17;
-            });
-            EXPECT_EQ(manager.Receive(), "READY=1");
-            EXPECT_EQ(manager.Receive(), "STOPPING=1");
-            EXPECT_EQ(child.ExitStatus(), 17);
-        }
+    for (const bool isAbstract : {false, true}) {
+        SCOPED_TRACE(isAbstract);
+        const NotifySocket manager(isAbstract);
+        Child child([&] {
+            const EnvironmentValue variable("NOTIFY_SOCKET", manager.Name().c_str());
+            InitApp(MakeRef<EmptyConfig>());
+            std::raise(SIGINT);
+            GetApp().Run();
+            return 17;
+        });
+        EXPECT_EQ(manager.Receive(), "READY=1");
+        EXPECT_EQ(manager.Receive(), "STOPPING=1");
+        EXPECT_EQ(child.ExitStatus(), 17);
     }
 }
 
@@ -243,7 +163,7 @@ TEST(App, RunsUntilASignalComesAndFeedsTheWatchdog) {
     Child child([&] {
         const EnvironmentValue socket("NOTIFY_SOCKET", manager.Name().c_str());
         const EnvironmentValue period("WATCHDOG_USEC", "20000");
-        InitAppAtLevel(std::nullopt);
+        InitApp(MakeRef<EmptyConfig>());
         GetApp().Run();
         return 17;
     });

@@ -16,7 +16,6 @@
 #include <string>
 #include <vector>
 
-#include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -141,16 +140,6 @@ TEST_F(FileTest, ThrowsWhenADirectoryCannotBeListed) {
     EXPECT_THAT(IOExceptionOf([&] { At("file")->List(-1); }), HasSubstr("Not a directory"));
 }
 
-TEST_F(FileTest, RenamesOverAFile) {
-    WriteText(In("new"), "new");
-    WriteText(In("old"), "old");
-    const Ref<File> renamed = At("new")->Rename(In("old"));
-    ASSERT_TRUE(renamed);
-    EXPECT_EQ(renamed->GetPath(), In("old"));
-    EXPECT_EQ(TextOf(In("old")), "new");
-    EXPECT_FALSE(At("new")->Exists());
-}
-
 TEST_F(FileTest, GivesNoHandleAndTheReasonWhenARenameFails) {
     const CapturedLog log;
     WriteText(In("file"), "");
@@ -168,16 +157,6 @@ TEST_F(FileTest, GivesNoHandleAndTheReasonWhenARenameFails) {
 TEST_F(FileTest, MakesALinkWhoseTargetIsThePathAsWritten) {
     SystemFactory::GetFile("./reports/cpu-0.json")->CreateSymbolicLink(In("cpu.json"), 1);
     EXPECT_EQ(fs::read_symlink(In("cpu.json")), "./reports/cpu-0.json");
-}
-
-TEST_F(FileTest, LogsALinkThatCannotBeMade) {
-    const CapturedLog log;
-    WriteText(In("cpu.json"), "kept");
-    At("cpu-0.json")->CreateSymbolicLink(In("cpu.json"), 1);
-    EXPECT_THAT(log.Lines(),
-                ElementsAre("3 sentrel: Cannot make the symbolic link " + In("cpu.json") + " to " +
-                            In("cpu-0.json") + ": File exists; remove what stands there"));
-    EXPECT_EQ(TextOf(In("cpu.json")), "kept");
 }
 
 TEST_F(FileTest, WritesPiecesOfAnySize) {
@@ -208,15 +187,6 @@ TEST_F(FileTest, WritesPiecesOfAnySize) {
         writer->Close();
         EXPECT_EQ(TextOf(In("file")), expected);
     }
-}
-
-TEST_F(FileTest, WritesNothingMoreAfterClose) {
-    const auto writer = SystemFactory::CreateFileWriter(In("file"), 0);
-    writer->Write("text", 4);
-    writer->Close();
-    writer->Close();
-    EXPECT_THAT(IOExceptionOf([&] { writer->Write("more", 4); }), HasSubstr("closed"));
-    EXPECT_EQ(TextOf(In("file")), "text");
 }
 
 TEST_F(FileTest, ReplacesWhatStandsAtANewFilesPathWithoutTouchingIt) {
@@ -299,14 +269,6 @@ TEST_F(FileTest, ThrowsWhenGatheredBytesCannotBeWritten) {
     EXPECT_THAT(IOExceptionOf([&] { writer->Close(); }),
                 AllOf(HasSubstr("Cannot write " + In("file")), HasSubstr("File too large")));
     writer->Close();
-}
-
-TEST_F(FileTest, ThrowsWhenALargePieceCannotBeWritten) {
-    const auto writer = SystemFactory::CreateFileWriter(In("file"), 0);
-    const FileSizeLimit limit(1000);
-    const std::string text(200'000, 'x');
-    EXPECT_THROW(writer->Write(text.data(), text.size()), IOException);
-    EXPECT_THROW(writer->Write(text.data(), text.size()), IOException);
 }
 
 int ExitStatusUnderStrictUmask() {

@@ -12,7 +12,6 @@
 #include <limits>
 #include <memory>
 #include <stdexcept>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -152,27 +151,6 @@ TEST_F(SchedulerTest, DoesNotLetDueFunctionsWaitForEachOther) {
     release->Set();
 }
 
-TEST_F(SchedulerTest, HandsTheFunctionItsItem) {
-    Event ran;
-    const ScheduledItem* handed = nullptr;
-    const auto item = Schedule(
-        [&](ScheduledItem* own) {
-            handed = own;
-            ran.Set();
-        },
-        kSecond);
-    clock.Advance(seconds(1));
-    ASSERT_TRUE(ran.Wait());
-    EXPECT_EQ(handed, item.Get());
-}
-
-TEST_F(SchedulerTest, RunsAnItemThatWasReleased) {
-    Event ran;
-    ScheduleEvent(ran, kSecond).Reset();
-    clock.Advance(seconds(1));
-    EXPECT_TRUE(ran.Wait());
-}
-
 TEST_F(SchedulerTest, LetsGoOfAFunctionThatRanThoughItsItemIsKept) {
     Event released;
     auto token = SetsAtItsEnd(released);
@@ -202,26 +180,6 @@ TEST_F(SchedulerTest, DropsWhatIsPendingAtItsEnd) {
     scheduler.reset();
     EXPECT_TRUE(released.IsSet());
     EXPECT_FALSE(ran.IsSet());
-}
-
-TEST_F(SchedulerTest, SchedulesFromAScheduledFunction) {
-    Event second;
-    Schedule([&](ScheduledItem*) { ScheduleEvent(second, kSecond); }, kSecond);
-    clock.Advance(seconds(1));
-    ASSERT_TRUE(clock.AwaitWaiter());
-    clock.Advance(seconds(1));
-    EXPECT_TRUE(second.Wait());
-}
-
-TEST_F(SchedulerTest, RunsAFunctionNowOnAnotherThread) {
-    Event ran;
-    std::thread::id runner;
-    scheduler->RunNow([&] {
-        runner = std::this_thread::get_id();
-        ran.Set();
-    });
-    ASSERT_TRUE(ran.Wait());
-    EXPECT_NE(runner, std::this_thread::get_id());
 }
 
 TEST(Scheduler, KeepsTimeByTheMonotonicClock) {

@@ -11,7 +11,6 @@
 #include <latch>
 #include <memory>
 #include <stdexcept>
-#include <string>
 #include <thread>
 #include <vector>
 
@@ -19,7 +18,6 @@ namespace {
 
 using Pellmar::Ref;
 using Pellmar::System::DeferredQueue;
-using Pellmar::System::kMaxRunningQueues;
 using Pellmar::System::ThreadPool;
 using Pellmar::System::WorkQueue;
 using Test::CapturedLog;
@@ -64,20 +62,6 @@ TEST(WorkQueue, RunsItsJobsOneAtATimeInOrder) {
     EXPECT_EQ(order.size(), 500U);
 }
 
-TEST(WorkQueue, DoesNotWaitForAnotherQueue) {
-    ThreadPool pool;
-    const Ref<WorkQueue> slow = pool.CreateWorkQueue("slow");
-    const Ref<WorkQueue> other = pool.CreateWorkQueue("other");
-    std::promise<void> otherRan;
-    std::latch slowEnded(1);
-    slow->Submit([&] {
-        otherRan.get_future().wait();
-        slowEnded.count_down();
-    });
-    other->Submit([&] { otherRan.set_value(); });
-    slowEnded.wait();
-}
-
 TEST(WorkQueue, GoesOnAfterAJobThatThrows) {
     const CapturedLog log;
     ThreadPool pool;
@@ -99,39 +83,6 @@ TEST(WorkQueue, ReleasesAJobBeforeTheNextOneBegins) {
     held.reset();
     queue->Submit([&] { heldInSecond.set_value(!watched.expired()); });
     EXPECT_FALSE(heldInSecond.get_future().get());
-}
-
-TEST(WorkQueue, WaitsForAPlaceAmongTheRunningOnes) {
-    const CapturedLog log;
-    ThreadPool pool;
-    std::latch allRun(kMaxRunningQueues);
-    std::promise<void> release;
-    const std::shared_future<void> released = release.get_future().share();
-    std::vector<Ref<WorkQueue>> queues;
-    for (std::size_t number = 0; number < kMaxRunningQueues; ++number) {
-        queues.push_back(pool.CreateWorkQueue("queue-" + std::to_string(number)));
-        queues.back()->Submit([&allRun, released] {
-            allRun.count_down();
-            released.wait();
-        });
-    }
-    allRun.wait();
-
-    std::latch lateRan(2);
-    for (const char* name : {"late-0", "late-1"}) {
-        queues.push_back(pool.CreateWorkQueue(name));
-        queues.back()->Submit([&] { lateRan.count_down(); });
-    }
-    EXPECT_FALSE(lateRan.try_wait());
-    release.set_value();
-    lateRan.wait();
-
-    const std::vector<std::string> lines = log.Lines();
-    EXPECT_EQ(std::count(lines.begin(), lines.end(),
-                         "3 sentrel: 256 work queues are running, the most at a time: further ones "
-                         "wait, late-0 first"),
-              1);
-    EXPECT_EQ(lines.size(), 1U);
 }
 
 TEST(DeferredQueue, RunsTheFirstQueueThatItsThreadWakesOnThatThread) {
