@@ -1,38 +1,19 @@
 // Feeds bytes to the decoder of chunked bodies in pieces that the first byte chooses, and aborts
 // when it comes to another end, other data or another place than at once, or gives more data than
 // allowed. Also puts the bytes into chunks and expects them back.
+#include "checking.h"
 #include "platform/http1/chunked_decoder.h"
 
 #include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstdio>
-#include <cstdlib>
 #include <string>
 #include <string_view>
 
 namespace {
 
 constexpr std::size_t kMaxBody = 64;
-
-void Check(bool holds) {
-    if (!holds) std::abort();
-}
-
-// Lengths of pieces: always 1 for seed 0, else 1 to 16 by a small generator.
-class PieceLengths {
-  public:
-    explicit PieceLengths(std::uint8_t seed) : state(seed) {}
-
-    std::size_t Next() {
-        if (state == 0) return 1;
-        state = state * 1664525U + 1013904223U;
-        return 1 + (state >> 28);
-    }
-
-  private:
-    std::uint32_t state;
-};
 
 struct Outcome {
     Http1::ChunkScan scan = Http1::ChunkScan::Incomplete;

@@ -1,6 +1,7 @@
 // Feeds a request document to its reader and aborts when a promise breaks: what is let through is
 // what the library reads too, its parameters can be built and written again, and every answer, to a
 // refused document too, is JSON.
+#include "checking.h"
 #include "platform/runtime/json/json_request.h"
 #include "platform/runtime/json/json_response.h"
 #include "platform/runtime/json/value_reader.h"
@@ -9,7 +10,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -27,12 +27,6 @@ using Quon::Protocol::Json::ReadValue;
 using Quon::Protocol::Json::ResponseDocument;
 
 constexpr std::size_t kMaxBytes = 64 * 1024;
-
-void Check(bool holds) {
-    if (!holds) {
-        std::abort();
-    }
-}
 
 std::string WholeText(ResponseDocument document) {
     std::string text;

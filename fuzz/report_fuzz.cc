@@ -2,6 +2,7 @@
 // aborts when a promise breaks: an exception that is not the library's, a text that the rest of the
 // system would judge otherwise, a record that is half filled or does not say what the document
 // says.
+#include "checking.h"
 #include "platform/json/bounded_json.h"
 #include "platform/pellmar/log/logger.h"
 #include "store/report.h"
@@ -10,19 +11,12 @@
 #include <nlohmann/json.hpp>
 
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 #include <string_view>
 
 namespace {
 
 using nlohmann::json;
-
-void Check(bool holds) {
-    if (!holds) {
-        std::abort();
-    }
-}
 
 // Null when the text is refused; a document that is null says as little.
 json ParseOrNull(std::string_view text) {

@@ -2,34 +2,15 @@
 // parser, and aborts when either breaks a promise: the same end however the bytes are cut, views
 // inside the buffer, no control bytes, the parser accepting nothing that the scanner measures
 // differently.
+#include "checking.h"
 #include "platform/http1/request_head.h"
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <functional>
 #include <string_view>
 
 namespace {
-
-void Check(bool holds) {
-    if (!holds) std::abort();
-}
-
-// Lengths of pieces: always 1 for seed 0, else 1 to 16 by a small generator.
-class PieceLengths {
-  public:
-    explicit PieceLengths(std::uint8_t seed) : state(seed) {}
-
-    std::size_t Next() {
-        if (state == 0) return 1;
-        state = state * 1664525U + 1013904223U;
-        return 1 + (state >> 28);
-    }
-
-  private:
-    std::uint32_t state;
-};
 
 // Scans `bytes` piece by piece up to the scanner's verdict or the end of the bytes, and once more
 // at once.

@@ -2,6 +2,7 @@
 // host's file of one entry, and aborts when a promise breaks: our scanner and the library take the
 // same texts for JSON, errors stand inside the text and on one line, and every type of every key
 // can be asked for.
+#include "checking.h"
 #include "platform/json/bounded_json.h"
 #include "platform/pellmar/exceptions.h"
 #include "platform/pellmar/log/logger.h"
@@ -12,19 +13,12 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 #include <string_view>
 
 namespace {
 
 using nlohmann::json;
-
-void Check(bool holds) {
-    if (!holds) {
-        std::abort();
-    }
-}
 
 void CheckError(const Json::JsonError& error, std::string_view text) {
     Check(error.line >= 1 && error.column >= 1 && !error.reason.empty());

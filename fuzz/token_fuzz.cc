@@ -2,6 +2,7 @@
 // the parts of a token hold (parted by NUL bytes), as claims, and as a trust set. Aborts when a
 // promise breaks: what is taken can be written in no other way and is within its bounds, and what
 // is refused has a reason.
+#include "checking.h"
 #include "platform/json/bounded_json.h"
 #include "platform/pellmar/exceptions.h"
 #include "platform/token/base64url.h"
@@ -14,19 +15,12 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 #include <string_view>
 
 namespace {
 
 constexpr std::chrono::sys_seconds kNow{std::chrono::seconds(1'800'000'000)};
-
-void Check(bool holds) {
-    if (!holds) {
-        std::abort();
-    }
-}
 
 void CheckClaims(const nlohmann::json& document) {
     Token::TokenClaims claims;
