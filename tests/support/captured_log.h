@@ -1,14 +1,12 @@
 // Takes the log messages of this process away from standard error, for a test to look at.
 #pragma once
 
-#include "platform/pellmar/log/log_sink.h"
-#include "platform/sys/owned_fd.h"
-#include "support/temporary_directory.h"
-
 #include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include <sys/types.h>
 
 namespace Test {
 
@@ -24,7 +22,7 @@ class CapturedLog {
     // The lines so far, in order, each "LEVEL NAME: MESSAGE".
     std::vector<std::string> Lines() const;
     // Whether some line so far contains `text`.
-    bool Contains(std::string_view text) const;
+    bool Contains(std::string_view text) const { return Count(text) > 0; }
     // How many lines so far contain `text`.
     std::size_t Count(std::string_view text) const;
     // Blocks until `count` lines contain `text`. False when they did not before the test's

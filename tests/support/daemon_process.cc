@@ -8,17 +8,14 @@
 #include <csignal>
 #include <cstddef>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
-#include <sstream>
 #include <stdexcept>
 #include <system_error>
 #include <tuple>
 #include <utility>
 
-#include <fcntl.h>
 #include <linux/close_range.h>
 #include <poll.h>
 #include <sys/inotify.h>
@@ -126,25 +123,9 @@ struct Launch {
     ::_exit(127);
 }
 
-// Without "2024-05-06T07:08:09.123Z " at its beginning, if that is there.
-std::string WithoutTime(const std::string& line) {
-    constexpr std::string_view kForm = "0000-00-00T00:00:00.000Z ";
-    const auto fits = [](char form, char byte) {
-        return form == '0' ? byte >= '0' && byte <= '9' : byte == form;
-    };
-    const bool hasTime =
-        line.size() >= kForm.size() && std::equal(kForm.begin(), kForm.end(), line.begin(), fits);
-    return hasTime ? line.substr(kForm.size()) : line;
-}
-
 }  // namespace
 
-DaemonProcess::DaemonProcess(const DaemonOptions& options)
-    : logChanges(OrThrow(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK), "watching the log")) {
-    const std::string logPath = logDirectory.Path() + "log";
-    log.Reset(OrThrow(::open(logPath.c_str(), O_RDWR | O_CREAT | O_APPEND | O_CLOEXEC, 0600),
-                      "a file for the log"));
-    OrThrow(::inotify_add_watch(logChanges.Get(), logPath.c_str(), IN_MODIFY), "watching the log");
+DaemonProcess::DaemonProcess(const DaemonOptions& options) {
     std::string notifySocket;
     std::tie(notifications, notifySocket) = MakeNotificationSocket();
 
@@ -153,7 +134,8 @@ DaemonProcess::DaemonProcess(const DaemonOptions& options)
     std::vector<std::string> environment = MakeEnvironment(options, notifySocket);
     const std::vector<char*> argumentPointers = ToPointers(arguments);
     const std::vector<char*> environmentPointers = ToPointers(environment);
-    const Launch launch{options, options.standardError >= 0 ? options.standardError : log.Get(),
+    const Launch launch{options,
+                        options.standardError >= 0 ? options.standardError : log.Descriptor(),
                         ::getpid(), argumentPointers.data(), environmentPointers.data()};
     pid = OrThrow(::fork(), "starting the daemon");
     if (pid == 0) {
@@ -228,48 +210,10 @@ bool DaemonProcess::WaitForLog(std::string_view text, std::size_t count,
         if (!mayGrow) {
             return false;
         }
-        if (Await(logChanges.Get(), awaited, deadline) == Event::Descriptor) {
-            DrainLogChanges();
+        if (Await(log.Changes(), awaited, deadline) == Event::Descriptor) {
+            log.ForgetChanges();
         }
     }
-}
-
-// That something changed is enough to know.
-void DaemonProcess::DrainLogChanges() const {
-    std::array<char, 4096> events{};
-    while (::read(logChanges.Get(), events.data(), events.size()) > 0) {
-    }
-}
-
-std::string DaemonProcess::Log() const {
-    std::string text;
-    std::array<char, 65536> buffer{};
-    ssize_t count = 0;
-    while ((count = ::pread(log.Get(), buffer.data(), buffer.size(),
-                            static_cast<off_t>(text.size()))) > 0) {
-        text.append(buffer.data(), static_cast<std::size_t>(count));
-    }
-    return text;
-}
-
-std::vector<std::string> DaemonProcess::LogLines() const {
-    std::vector<std::string> lines;
-    std::istringstream text(Log());
-    for (std::string line; std::getline(text, line);) {
-        lines.push_back(WithoutTime(line));
-    }
-    return lines;
-}
-
-std::size_t DaemonProcess::CountLog(std::string_view text) const {
-    std::istringstream all(Log());
-    std::size_t count = 0;
-    for (std::string line; std::getline(all, line);) {
-        if (line.find(text) != std::string::npos) {
-            ++count;
-        }
-    }
-    return count;
 }
 
 std::map<int, std::string> DaemonProcess::OpenDescriptors() const {

@@ -4,7 +4,7 @@
 
 #include "platform/sys/owned_fd.h"
 #include "support/deadline.h"
-#include "support/temporary_directory.h"
+#include "support/log_file.h"
 
 #include <chrono>
 #include <map>
@@ -71,12 +71,12 @@ class DaemonProcess {
     bool WaitForLog(std::string_view text, std::size_t count = 1,
                     std::chrono::seconds patience = Deadline::kPatience);
     // All of standard error so far.
-    std::string Log() const;
+    std::string Log() const { return log.Text(); }
     // Its lines so far as "LEVEL NAME: MESSAGE", the time removed; lines of another form as they
     // are.
-    std::vector<std::string> LogLines() const;
+    std::vector<std::string> LogLines() const { return log.Lines(); }
     // How many of its lines hold `text`.
-    std::size_t CountLog(std::string_view text) const;
+    std::size_t CountLog(std::string_view text) const { return log.Count(text); }
 
     // Its open descriptors and what they are open on, such as "socket:[123]".
     std::map<int, std::string> OpenDescriptors() const;
@@ -88,12 +88,9 @@ class DaemonProcess {
 
     // Blocks until `descriptor` is readable or the program has ended.
     Event Await(int descriptor, const std::string& awaited, const Deadline& deadline) const;
-    void DrainLogChanges() const;
 
-    TemporaryDirectory logDirectory;
+    LogFile log;
     Sys::OwnedFd notifications;
-    Sys::OwnedFd log;
-    Sys::OwnedFd logChanges;
     Sys::OwnedFd process;
     pid_t pid = -1;
     int exitStatus = 0;
