@@ -11,19 +11,16 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <chrono>
 #include <cstddef>
-#include <cstring>
 #include <fstream>
 #include <memory>
 #include <regex>
 #include <string>
 #include <utility>
 
-#include <fcntl.h>
 #include <linux/filter.h>
 #include <linux/seccomp.h>
 #include <poll.h>
@@ -84,19 +81,6 @@ TEST(ParamList, TakesWhatItWasMadeFor) {
 }
 
 using Kis = CgroupTest;
-
-TEST_F(Kis, GivesTheCgroupsOwn64BitId) {
-    // as the kernel encodes it in the handle of the directory
-    std::array<char, sizeof(file_handle) + MAX_HANDLE_SZ> room{};
-    auto* handle = reinterpret_cast<file_handle*>(room.data());
-    handle->handle_bytes = MAX_HANDLE_SZ;
-    int mount = 0;
-    ASSERT_EQ(::name_to_handle_at(AT_FDCWD, Directory().c_str(), handle, &mount, 0), 0);
-    std::int64_t expected = 0;
-    ASSERT_EQ(handle->handle_bytes, sizeof(expected));
-    std::memcpy(&expected, handle->f_handle, sizeof(expected));
-    EXPECT_EQ(FindGroup(), expected);
-}
 
 TEST_F(Kis, FindsNoGroupThatIsNotThere) {
     const std::int64_t removed = FindGroup();

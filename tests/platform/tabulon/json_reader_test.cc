@@ -146,13 +146,4 @@ TEST(JsonReader, TellsFileKeyAndTypesOfAWrongValue) {
     EXPECT_EQ(log.Lines(), expected);
 }
 
-TEST(JsonReader, SaysNothingOfAMissingKey) {
-    const auto reader = ReaderOf(R"({"a": {"b": 1}})", "{}");
-    const ::Test::CapturedLog log;
-    for (const char* key : {"", "b", "a/c", "a/b2", "/a"}) {
-        EXPECT_EQ(IntOf(reader, key), "missing") << key;
-    }
-    EXPECT_EQ(log.Lines(), std::vector<std::string>());
-}
-
 }  // namespace

@@ -1,5 +1,4 @@
-// The two filters of the call chain: who is known, and who is let through.
-#include "platform/runtime/call/authn_filter.h"
+// The authorization filter of the call chain: who is let through.
 #include "platform/runtime/call/authz_filter.h"
 #include "support/api_call.h"
 
@@ -40,58 +39,6 @@ class LastLink : public AsyncApiProvider {
   private:
     const std::vector<OperationId> operations;
 };
-
-class Handler : public Authn::AsyncAuthenticationHandler {
-  public:
-    explicit Handler(std::optional<Outcome<AuthenticationData>> answer)
-        : answer(std::move(answer)) {}
-    void Authenticate(const CallContext& /*context*/,
-                      AsyncResult<AuthenticationData> result) override {
-        if (answer) {
-            result.Set(*answer);
-        }
-    }
-
-  private:
-    const std::optional<Outcome<AuthenticationData>> answer;
-};
-
-class Observer : public CallObserver {
-  public:
-    void RecordUser(const std::string& userName) override { users += "+" + userName; }
-    std::string users;
-};
-
-TEST(AuthnFilter, RecordsWhoCallsOrEndsTheCall) {
-    const Data::ErrorValue refusal = Std::MakeError(Std::ErrorType::Unauthenticated);
-    const struct {
-        const char* name;
-        std::optional<AuthenticationData> carried;
-        std::optional<Outcome<AuthenticationData>> answer;
-        std::string outcome;
-        std::string recorded;
-    } kRows[] = {
-        {"a known caller", std::nullopt, kAda, "\"ada\"", "+ada"},
-        {"an anonymous caller", std::nullopt, kAnonymous, "\"\"", ""},
-        {"a refused token", std::nullopt, refusal, "unauthenticated", ""},
-        {"no answer", std::nullopt, std::nullopt, "internal_server_error", ""},
-        {"a call that is authenticated", kBob, kAda, "\"bob\"", ""},
-        {"a call that is anonymous already", kAnonymous, kAda, "\"\"", ""},
-    };
-    for (const auto& row : kRows) {
-        SCOPED_TRACE(row.name);
-        Authn::Filter::AsyncAuthnFilter filter(std::make_shared<Handler>(row.answer),
-                                               std::make_shared<LastLink>());
-        const auto observer = std::make_shared<Observer>();
-        const auto call = MakeCall("s", "list");
-        call->context.observer = observer;
-        call->context.authentication = row.carried;
-        Outcomes outcomes;
-        filter.Invoke(call, outcomes.Result());
-        EXPECT_THAT(outcomes.Texts(), ElementsAre(StartsWith(row.outcome)));
-        EXPECT_EQ(observer->users, row.recorded);
-    }
-}
 
 class Checker : public Authz::EntitlementChecker {
   public:

@@ -17,7 +17,6 @@
 #include <string_view>
 #include <tuple>
 #include <utility>
-#include <variant>
 #include <vector>
 
 namespace Forest {
@@ -98,13 +97,8 @@ using Forest::Leaf;
 using Forest::Nothing;
 using Forest::Size;
 using Forest::Tree;
-using Quon::CallContext;
-using Quon::CallResult;
-using Quon::Outcome;
 using Quon::Data::DataValue;
-using Quon::Data::ErrorValue;
 using Quon::Data::ListSource;
-using Quon::Native::BindOperation;
 using Quon::Native::ToData;
 using Quon::Protocol::Json::ReadValue;
 
@@ -216,38 +210,6 @@ TEST(Native, DescribesTheFieldsInOrder) {
               "rings list<list<integer>>; ");
     EXPECT_EQ(Quon::Native::DescribeEnumeration<Colour>().values,
               (std::vector<std::string>{"RED", "GREEN"}));
-}
-
-// What `operation` answers to those parameters.
-std::string Call(const Quon::Provider::ApiOperation& operation, std::string_view parameters) {
-    std::string answer;
-    operation.invoke(*ReadValue(parameters).AsStructure(), CallContext{},
-                     CallResult([&answer](Outcome<DataValue> outcome) {
-                         const auto* error = std::get_if<ErrorValue>(&outcome);
-                         answer +=
-                             error != nullptr ? error->Name() : Write(std::get<DataValue>(outcome));
-                     }));
-    return answer;
-}
-
-TEST(Native, BindsAnOperationThatChecksItsParameters) {
-    const auto operation =
-        BindOperation<Leaf>({}, [](Leaf leaf, const CallContext& /*context*/, CallResult result) {
-            auto native = Quon::Native::ToNativeResult<Leaf>(std::move(result));
-            if (leaf.name == "wrong") {
-                native.SetError(Quon::Std::MakeError(Quon::Std::ErrorType::NotFound));
-            } else if (leaf.name == "null") {
-                native.SetValue(nullptr);
-            } else if (leaf.name != "forgotten") {
-                native.SetValue(std::make_shared<const Leaf>(std::move(leaf)));
-            }
-        });
-    const std::string internal = "com.korvex.quon.std.errors.internal_server_error";
-    EXPECT_EQ(Call(operation, R"({"name":"a"})"), R"({"name":"a"})");
-    EXPECT_EQ(Call(operation, "{}"), "com.korvex.quon.std.errors.invalid_argument");
-    EXPECT_EQ(Call(operation, R"({"name":"wrong"})"), "com.korvex.quon.std.errors.not_found");
-    EXPECT_EQ(Call(operation, R"({"name":"forgotten"})"), internal);
-    EXPECT_EQ(Call(operation, R"({"name":"null"})"), internal);
 }
 
 }  // namespace
