@@ -15,10 +15,6 @@
 #include <system_error>
 #include <vector>
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-
 namespace {
 
 using nlohmann::json;
@@ -178,32 +174,8 @@ TEST_F(Api, ServesBothAddressesAndNoOther) {
     EXPECT_THROW(ApiCaller::Post(document, "", "127.0.0.2"), std::system_error);
 }
 
-// Holds port 9984 of one address as long as it lives.
-class TakenPort {
-  public:
-    explicit TakenPort(int family) : socket(::socket(family, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-        sockaddr_in6 address6{};
-        address6.sin6_family = AF_INET6;
-        address6.sin6_port = htons(kApiPort);
-        address6.sin6_addr = in6addr_loopback;
-        sockaddr_in address4{};
-        address4.sin_family = AF_INET;
-        address4.sin_port = htons(kApiPort);
-        address4.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        const bool is6 = family == AF_INET6;
-        const void* address = is6 ? static_cast<const void*>(&address6) : &address4;
-        EXPECT_EQ(::bind(socket.Get(), static_cast<const sockaddr*>(address),
-                         is6 ? sizeof(address6) : sizeof(address4)),
-                  0);
-        EXPECT_EQ(::listen(socket.Get(), 1), 0);
-    }
-
-  private:
-    const Sys::OwnedFd socket;
-};
-
 TEST_F(Api, RunsOnWithoutTheListenersThatFail) {
-    const TakenPort taken4(AF_INET);
+    const TakenPort taken4("127.0.0.1", kApiPort);
     {
         Start();
         EXPECT_THAT(LogFrom(0, "5 sentrelquonEndpoint: IPv4 Failed"),
@@ -214,7 +186,7 @@ TEST_F(Api, RunsOnWithoutTheListenersThatFail) {
         EXPECT_EQ(ApiCaller::Post(document, "", "::1").status, 200);
         EXPECT_EQ(daemon->Stop(), 0);
     }
-    const TakenPort taken6(AF_INET6);
+    const TakenPort taken6("::1", kApiPort);
     Start();
     EXPECT_THAT(LogFrom(0, "5 sentrelquonEndpoint: IPv"), SizeIs(2));
     EXPECT_EQ(daemon->CountLog("sentrelquonEndpoint: Running IO service."), 1U);
