@@ -11,7 +11,7 @@
 namespace SentrelCheck {
 
 // The intake takes no longer report. In bytes.
-inline constexpr std::size_t kMaxReportBytes = 1048576;
+inline constexpr std::size_t kMaxReportBytes = 1024 * 1024;
 
 struct PostOptions {
     // For everything. A plugin's slot is 30 s, and its check needs some of them too.

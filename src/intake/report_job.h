@@ -12,7 +12,7 @@ namespace Sentrel {
 
 // Bytes of a report: a longer one is refused when its length says so, else cut before the chunk
 // that crosses the bound.
-inline constexpr std::int32_t kMaxReportSize = 1048576;
+inline constexpr std::int32_t kMaxReportSize = 1024 * 1024;
 
 // Stores the body of `request` as the newest report of `roller` and only then answers: 200, or 413
 // when the body was cut (what was read is stored all the same), or 500 with the body unread when no

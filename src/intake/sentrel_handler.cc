@@ -4,6 +4,7 @@
 #include "intake/report_job.h"
 #include "platform/pellmar/exceptions.h"
 #include "platform/pellmar/work/thread_pool.h"
+#include "store/report_name.h"
 
 #include <cstdint>
 #include <utility>
@@ -19,7 +20,6 @@ using Pellmar::Http::ResponseCode;
 using Pellmar::Service::Logger;
 using Pellmar::Service::LogInternal;
 
-constexpr std::int32_t kFilesPerName = 3;
 constexpr int kReportPathLevel = 5;
 
 }  // namespace

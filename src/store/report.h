@@ -30,6 +30,9 @@ struct Report {
     std::string unstructured;  // JSON without blanks, members in byte order of their names
 };
 
+// A longer stored report is not read.
+inline constexpr std::size_t kMaxStoredSize = 16 * 1024 * 1024;
+
 // Of a text that a document made, for the log: it may be as long as the document.
 inline constexpr std::size_t kMaxLoggedSize = 1024;
 

@@ -10,6 +10,7 @@ namespace Sentrel {
 namespace {
 
 constexpr std::string_view kExtension = ".json";
+constexpr std::size_t kHyphenAndDigit = 2;
 
 // std::isalnum and its kin follow the locale; the rule is ASCII.
 bool IsNameCharacter(char c) {
@@ -32,8 +33,31 @@ bool IsSameReportName(std::string_view one, std::string_view other) {
                       [](char a, char b) { return AsciiUpper(a) == AsciiUpper(b); });
 }
 
+std::string LinkName(std::string_view name) { return std::string(name).append(kExtension); }
+
+std::string StoredFileName(std::string_view name, int index) {
+    return LinkName(std::string(name) + "-" + std::to_string(index));
+}
+
+std::string TemporaryFileName(std::string_view name, int index) {
+    return "." + StoredFileName(name, index);
+}
+
+std::optional<std::string_view> NameOfLink(std::string_view fileName) {
+    return fileName.ends_with(kExtension)
+               ? std::optional(fileName.substr(0, fileName.size() - kExtension.size()))
+               : std::nullopt;
+}
+
+std::optional<std::string_view> NameOfStoredFile(std::string_view fileName) {
+    const std::size_t tail = kHyphenAndDigit + kExtension.size();
+    const std::string_view name =
+        fileName.substr(0, fileName.size() - std::min(fileName.size(), tail));
+    return IsReportName(name) && MatchesStoredFile(name, fileName) ? std::optional(name)
+                                                                   : std::nullopt;
+}
+
 std::optional<int> MatchesStoredFile(std::string_view name, std::string_view fileName) {
-    constexpr std::size_t kHyphenAndDigit = 2;
     if (fileName.size() != name.size() + kHyphenAndDigit + kExtension.size() ||
         !std::equal(name.begin(), name.end(), fileName.begin(), MatchesNameCharacter)) {
         return std::nullopt;

@@ -19,8 +19,6 @@ namespace {
 using nlohmann::json;
 using Pellmar::Service::LogInternal;
 
-constexpr std::size_t kMaxReportSize = 16 * 1024 * 1024;
-
 }  // namespace
 
 Report Publisher::ReadReport(const std::filesystem::path& path) const {
@@ -36,12 +34,12 @@ Report Publisher::ReadReport(const std::filesystem::path& path) const {
             throw std::runtime_error("not a regular file; remove the link that leads to it");
         }
         std::string text;
-        if (Sys::ReadAll(file.Get(), kMaxReportSize + 1, text) != 0) {
+        if (Sys::ReadAll(file.Get(), kMaxStoredSize + 1, text) != 0) {
             LogInternal(logger, 3, "Error reading file: %1", path.native());
             return {};
         }
-        if (text.size() > kMaxReportSize) {
-            throw std::runtime_error("longer than " + std::to_string(kMaxReportSize) +
+        if (text.size() > kMaxStoredSize) {
+            throw std::runtime_error("longer than " + std::to_string(kMaxStoredSize) +
                                      " bytes; remove it or post a shorter report");
         }
         const json document = ParseReportText(text);

@@ -19,7 +19,6 @@ using Pellmar::System::File;
 using Pellmar::System::FileWriter;
 using Pellmar::System::SystemFactory;
 
-constexpr char kExtension[] = ".json";
 constexpr int kNewFile = 0;
 constexpr int kSymbolicLink = 1;
 constexpr int kAllEntries = -1;
@@ -42,7 +41,7 @@ ReportRoller::ReportRoller(const std::string& baseDirectory, std::string_view re
     : baseDirectory(baseDirectory),
       reportName(Checked(reportName)),
       maxFiles(maxFiles),
-      symlinkName(std::string(baseDirectory).append(reportName).append(kExtension)),
+      symlinkName(baseDirectory + LinkName(reportName)),
       logger(logger) {
     LogInternal(logger, 7, "Report symlink-name: %1", symlinkName);
     if (!SystemFactory::GetFile(baseDirectory)->IsDirectory()) {
@@ -56,7 +55,7 @@ bool ReportRoller::OpenTemporaryReport(Ref<FileWriter>& writer, Ref<File>& file)
     const std::int32_t fileIndex = NextIndex();
     std::string path;
     try {
-        path = TemporaryPath(fileIndex);
+        path = baseDirectory + TemporaryFileName(reportName, fileIndex);
         writer = SystemFactory::CreateFileWriter(path, kNewFile);
     } catch (const Pellmar::Exception& exception) {
         LogInternal(logger, 3, "Caught %1 while attempting to create file: %2", exception.what(),
@@ -113,10 +112,6 @@ void ReportRoller::FindHighestIndex() {
     if (index >= maxFiles) {
         index = -1;  // files of a larger ring
     }
-}
-
-std::string ReportRoller::TemporaryPath(std::int32_t fileIndex) const {
-    return baseDirectory + "." + reportName + "-" + std::to_string(fileIndex) + kExtension;
 }
 
 }  // namespace Sentrel

@@ -42,7 +42,6 @@ class ReportRoller : public Pellmar::ObjectImpl {
   private:
     std::int32_t NextIndex();
     void FindHighestIndex();
-    std::string TemporaryPath(std::int32_t fileIndex) const;
     void RenewLink(const Pellmar::System::File& storedFile) const;
 
     const std::string baseDirectory;

@@ -3,6 +3,7 @@
 #include "ctl/access/audit_reader.h"
 #include "ctl/show/json_output.h"
 #include "ctl/show/table.h"
+#include "platform/audit/kvx_audit.h"
 
 #include <nlohmann/json.hpp>
 
@@ -18,8 +19,6 @@ namespace Ctl {
 namespace {
 
 using OrderedJson = nlohmann::ordered_json;
-
-constexpr std::string_view kAuditPath = "/var/log/korvex/audit.jsonl";
 
 constexpr std::array<Option, 3> kAuditOptions = {{
     {"--follow", "", "go on with what is added, until interrupted"},
@@ -85,7 +84,7 @@ class AuditPrinter {
 };
 
 void RunAudit(const Arguments& arguments, std::ostream& output) {
-    AuditReader reader{std::string(kAuditPath)};
+    AuditReader reader{Audit::kLogPath};
     AuditPrinter printer(arguments.options, output);
     const bool follow = arguments.options.Has("--follow");
     do {

@@ -1,9 +1,13 @@
 // Of "doctor": the files that the API writes and reads beside the reports.
 #include "ctl/doctor/subjects.h"
 #include "ctl/host/input_file.h"
+#include "platform/audit/kvx_audit.h"
+#include "platform/bindings/metadata_writer.h"
 #include "platform/sys/host_root.h"
 
 #include <nlohmann/json.hpp>
+
+#include <filesystem>
 
 #include <unistd.h>
 
@@ -11,12 +15,9 @@ namespace Ctl {
 
 namespace {
 
-constexpr const char* kAuditFolder = "/var/log/korvex";
-constexpr const char* kAuditFile = "/var/log/korvex/audit.jsonl";
 constexpr const char* kRotation = "/etc/logrotate.d/sentrel";
 constexpr off_t kLargeAuditLog = off_t{100} << 20;
 
-constexpr const char* kMetadataFile = "/usr/lib/korvex/quon/observability_quon_metadata.json";
 constexpr std::size_t kMaxMetadataBytes = std::size_t{4} << 20;
 constexpr const char* kReinstall = "install the package anew: apt install --reinstall sentrel";
 
@@ -24,8 +25,8 @@ constexpr const char* kReinstall = "install the package anew: apt install --rein
 
 void CheckAuditLog(const DoctorHost& host, Findings& findings) {
     const std::string subject = "audit log";
-    const std::string folder = Sys::HostPath(kAuditFolder);
-    const std::string path = Sys::HostPath(kAuditFile);
+    const std::string path = Sys::HostPath(Audit::kLogPath);
+    const std::string folder = std::filesystem::path(path).parent_path();
     const std::string user = NameOfUser(host.user.user);
     const std::size_t before = findings.size();
     std::optional<AccessFault> fault = FindAccessFault(folder, host.user, W_OK | X_OK);
@@ -72,7 +73,7 @@ void CheckAuditLog(const DoctorHost& host, Findings& findings) {
 
 void CheckMetadataFile(const DoctorHost& host, Findings& findings) {
     const std::string subject = "metadata file";
-    const std::string path = Sys::HostPath(kMetadataFile);
+    const std::string path = Sys::HostPath(Quon::Bindings::kMetadataPath);
     const std::optional<AccessFault> fault = FindAccessFault(path, host.user, R_OK);
     std::string problem = fault ? fault->text : "";
     if (problem.empty() &&

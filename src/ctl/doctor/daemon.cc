@@ -2,6 +2,7 @@
 #include "ctl/doctor/subjects.h"
 #include "ctl/host/listening_sockets.h"
 #include "ctl/show/report_age.h"
+#include "platform/bindings/metadata_writer.h"
 #include "platform/sys/host_root.h"
 #include "plugins/discovery.h"
 
@@ -109,8 +110,7 @@ void CheckFreshness(const DoctorHost& host, Findings& findings) {
             AddNewer(Sys::HostPath(std::string(tree) + folder), host.daemon->started, newer);
         }
     }
-    for (const char* path :
-         {Sentrel::kPluginDirectory, "/usr/lib/korvex/quon/observability_quon_metadata.json"}) {
+    for (const char* path : {Sentrel::kPluginDirectory, Quon::Bindings::kMetadataPath}) {
         if (IsNewer(Sys::HostPath(path), host.daemon->started)) {
             newer.push_back(Sys::HostPath(path));
         }

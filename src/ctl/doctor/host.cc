@@ -5,6 +5,7 @@
 #include "ctl/host/listening_sockets.h"
 #include "platform/sys/host_root.h"
 #include "platform/sys/proc_file.h"
+#include "store/report_name.h"
 
 #include <algorithm>
 #include <exception>
@@ -17,8 +18,6 @@
 namespace Ctl {
 
 namespace {
-
-constexpr const char* kDefaultReportDirectory = "/var/lib/korvex/sentrel/reports";
 
 std::optional<ProcessStat> HolderOf(std::int32_t port) {
     if (port <= 0 || port > std::numeric_limits<std::uint16_t>::max()) {
@@ -66,7 +65,7 @@ void FindReports(const GivenOptions& options, DoctorHost& host) {
                                    ? *given
                                    : "/proc/" + std::to_string(host.daemon->pid) + "/cwd/" + *given;
     } else {
-        host.reportDirectory = rooted(kDefaultReportDirectory);
+        host.reportDirectory = rooted(Sentrel::kReportDirectory);
         host.reportProblem =
             host.daemon ? "the daemon was started without -r, so every post is answered with 500"
                         : "";

@@ -1,5 +1,6 @@
 // Of "doctor": the report directory, its room, and what lies in it.
 #include "ctl/doctor/subjects.h"
+#include "intake/report_job.h"
 #include "store/report_name.h"
 
 #include <algorithm>
@@ -20,13 +21,10 @@ namespace {
 namespace Files = std::filesystem;
 
 constexpr const char* kSubject = "report directory";
-constexpr std::string_view kExtension = ".json";
-// What one name may take: the daemon keeps so many files, and takes reports of so many bytes.
-constexpr std::uintmax_t kFilesOfName = 3;
-constexpr std::uintmax_t kMaxReportBytes = 1048576;
 // A name needs a link, its files, and one that arrives.
-constexpr std::uintmax_t kInodesOfName = kFilesOfName + 2;
-constexpr std::size_t kSuffixSize = 7;  // of "-N.json"
+constexpr std::uintmax_t kInodesOfName = Sentrel::kFilesPerName + 2;
+constexpr std::uintmax_t kBytesOfName =
+    std::uintmax_t{Sentrel::kFilesPerName} * Sentrel::kMaxReportSize;
 
 struct Content {
     std::set<std::string> names;      // of links
@@ -36,16 +34,6 @@ struct Content {
     std::uintmax_t storedBytes = 0;
 };
 
-// Whether a file of that name is, or was, of the ring of some report name, also while it arrives.
-bool IsOfRing(std::string file) {
-    if (file.starts_with('.')) {
-        file.erase(0, 1);
-    }
-    const std::string name =
-        file.size() > kSuffixSize ? file.substr(0, file.size() - kSuffixSize) : "";
-    return Sentrel::IsReportName(name) && Sentrel::MatchesStoredFile(name, file);
-}
-
 Content ReadContent(const std::string& directory) {
     Content content;
     std::error_code error;
@@ -53,12 +41,13 @@ Content ReadContent(const std::string& directory) {
          entry.increment(error)) {
         const std::string file = entry->path().filename();
         std::error_code failure;  // it has gone meanwhile
-        if (entry->is_symlink(failure) && file.ends_with(kExtension)) {
-            content.names.insert(file.substr(0, file.size() - kExtension.size()));
+        const std::optional<std::string_view> name = Sentrel::NameOfLink(file);
+        if (name && entry->is_symlink(failure)) {
+            content.names.emplace(*name);
             if (Files::status(entry->path(), failure).type() == Files::file_type::not_found) {
                 content.broken.push_back(file);
             }
-        } else if (entry->is_regular_file(failure) && IsOfRing(file)) {
+        } else if (Sentrel::NameOfStoredFile(file) && entry->is_regular_file(failure)) {
             const std::uintmax_t size = entry->file_size(failure);
             content.storedBytes += failure ? 0 : size;
             ++content.storedFiles;
@@ -82,10 +71,10 @@ void CheckRoom(const std::string& directory, const Content& content, Findings& f
     }
     const std::uintmax_t free = std::uintmax_t{system.f_bavail} * system.f_frsize;
     const std::uintmax_t names = std::max<std::uintmax_t>(content.names.size(), 1);
-    const std::uintmax_t most = names * kFilesOfName * kMaxReportBytes;
+    const std::uintmax_t most = names * kBytesOfName;
     const std::uintmax_t more = most - std::min(most, content.storedBytes);
     const std::string remedy = "make room on the file system of " + directory + ": df " + directory;
-    if (free < kMaxReportBytes) {
+    if (free < Sentrel::kMaxReportSize) {
         findings.push_back({Severity::Error, kSubject,
                             SizeText(free) + " are free, less than one report may need", remedy});
     } else if (free < more) {

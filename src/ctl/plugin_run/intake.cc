@@ -22,11 +22,8 @@ using Pellmar::Http::ResponseCode;
 
 namespace {
 
-// Of a name as long that the daemon's files of it, such as ".NAME-0.json", just can be made.
-constexpr std::size_t kMaxNameBytes = NAME_MAX - std::string_view(".-0.json").size();
-
 bool CanBeStored(std::string_view name) {
-    return Sentrel::IsReportName(name) && name.size() <= kMaxNameBytes;
+    return Sentrel::IsReportName(name) && Sentrel::TemporaryFileName(name, 0).size() <= NAME_MAX;
 }
 
 // Appends the body to `document`. Throws Pellmar::IOException when it breaks off.

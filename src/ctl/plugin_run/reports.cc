@@ -22,15 +22,12 @@ namespace Ctl {
 namespace {
 
 constexpr int kStored = 200;
-constexpr std::size_t kSuffixSize = 7;  // of "-N.json"
 
 // The name of the report that is stored in that file; empty when it is none, or arrives just now.
 std::string NameOfStored(const std::string& fileName) {
-    if (fileName.size() <= kSuffixSize || fileName.starts_with('.')) {
-        return "";
-    }
-    std::string name = fileName.substr(0, fileName.size() - kSuffixSize);
-    return Sentrel::IsReportName(name) && Sentrel::MatchesStoredFile(name, fileName) ? name : "";
+    return fileName.starts_with('.')
+               ? ""
+               : std::string(Sentrel::NameOfStoredFile(fileName).value_or(""));
 }
 
 bool IsOfPlugin(std::string_view report, std::string_view plugin) {

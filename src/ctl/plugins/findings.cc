@@ -21,9 +21,6 @@ namespace Ctl {
 
 namespace {
 
-constexpr std::string_view kExtension = ".json";
-constexpr std::size_t kStoredSuffixSize = 7;  // of "-N.json"
-
 std::string SubjectOf(const std::string& plugin) { return "plugin " + plugin; }
 
 void Append(std::vector<Finding> more, std::vector<Finding>& findings) {
@@ -44,17 +41,13 @@ StoredNames ReadNames(const std::string& directory) {
     for (const auto& entry : std::filesystem::directory_iterator(directory, error)) {
         const std::string file = entry.path().filename();
         std::error_code failure;  // then it is no link
-        if (!file.ends_with(kExtension)) {
-            continue;
-        }
-        if (entry.is_symlink(failure)) {
-            names.links.push_back(file.substr(0, file.size() - kExtension.size()));
-            names.all.push_back(names.links.back());
-        } else if (file.size() > kStoredSuffixSize && !file.starts_with('.')) {
-            const std::string name = file.substr(0, file.size() - kStoredSuffixSize);
-            if (Sentrel::IsReportName(name) && Sentrel::MatchesStoredFile(name, file)) {
-                names.all.push_back(name);
-            }
+        const std::optional<std::string_view> link = Sentrel::NameOfLink(file);
+        const std::optional<std::string_view> stored = Sentrel::NameOfStoredFile(file);
+        if (link && entry.is_symlink(failure)) {
+            names.links.emplace_back(*link);
+            names.all.emplace_back(*link);
+        } else if (stored && !file.starts_with('.')) {
+            names.all.emplace_back(*stored);
         }
     }
     return names;

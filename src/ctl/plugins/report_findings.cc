@@ -7,6 +7,8 @@
 #include "ctl/reports/history.h"
 #include "ctl/show/failure.h"
 #include "ctl/show/report_age.h"
+#include "store/report.h"
+#include "store/report_name.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -16,8 +18,6 @@
 namespace Ctl {
 
 namespace {
-
-constexpr std::size_t kMaxReportBytes = std::size_t{16} << 20;  // as the daemon reads them
 
 std::vector<Finding> ExplainSilence(const std::string& subject, const SurveyedPlugin& plugin,
                                     const PluginSurroundings& surroundings) {
@@ -52,10 +52,11 @@ bool IsLeftOut(const std::string& directory, const std::string& report) {
 
 void CheckReport(const std::string& subject, const std::string& directory,
                  const std::string& report, std::vector<Finding>& findings) {
-    const std::string path = directory + report + ".json";
+    const std::string path = directory + Sentrel::LinkName(report);
     std::vector<std::string> problems;
     try {
-        problems = FindProblems(ReadRegularFile(path, kMaxReportBytes, "the report"), report);
+        problems =
+            FindProblems(ReadRegularFile(path, Sentrel::kMaxStoredSize, "the report"), report);
     } catch (const Failure& failure) {
         // Else its link is being renewed just now.
         if (::access(path.c_str(), F_OK) == 0) {

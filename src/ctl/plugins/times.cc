@@ -1,6 +1,7 @@
 #include "ctl/plugins/times.h"
 
 #include "platform/sys/host_root.h"
+#include "store/report_name.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -34,7 +35,8 @@ std::optional<system_clock::time_point> NewestReport(const SurveyedPlugin& plugi
     }
     for (const std::string& name : reports->second) {
         struct stat status {};
-        if (::stat((surroundings.reportDirectory + name + ".json").c_str(), &status) == 0) {
+        if (::stat((surroundings.reportDirectory + Sentrel::LinkName(name)).c_str(), &status) ==
+            0) {
             newest = std::max(newest, std::optional(system_clock::from_time_t(status.st_mtime)));
         }
     }

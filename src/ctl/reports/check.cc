@@ -2,6 +2,7 @@
 
 #include "ctl/reports/json_schema.h"
 #include "ctl/reports/schema.h"
+#include "intake/report_job.h"
 #include "platform/json/bounded_json.h"
 #include "platform/runtime/values/date_time.h"
 #include "platform/sys/utf8.h"
@@ -19,8 +20,6 @@ namespace {
 
 using Document = nlohmann::json;
 
-constexpr std::size_t kMaxDocumentBytes = 1048576;
-
 const Document& Schema() {
     static const Document sSchema = Document::parse(kReportSchema);
     return sSchema;
@@ -30,7 +29,7 @@ const Document& Schema() {
 std::optional<Document> ReadDocument(std::string_view text, std::string& problem) {
     Document document;
     Json::JsonError error;
-    if (Json::Parse(text, {.maxBytes = kMaxDocumentBytes}, document, error)) {
+    if (Json::Parse(text, {.maxBytes = Sentrel::kMaxReportSize}, document, error)) {
         return document;
     }
     const std::string place = error.line == 0 ? ""

@@ -23,9 +23,6 @@ namespace Ctl {
 
 namespace {
 
-constexpr std::size_t kMaxReportBytes = std::size_t{16} << 20;  // as the daemon reads them
-constexpr std::size_t kSuffixSize = 7;                          // of "-N.json"
-
 std::string NormalTime(const std::string& text) {
     std::error_code error;
     const Quon::DateTime time = Quon::DateTime::Create(text, error);
@@ -48,7 +45,7 @@ std::string WhyNotJson(const std::string& text, const std::string& libraryText) 
 void Read(const std::filesystem::path& path, const std::string& name, HistoricReport& historic) {
     std::string text;
     try {
-        text = ReadRegularFile(path, kMaxReportBytes, "the file");
+        text = ReadRegularFile(path, Sentrel::kMaxStoredSize, "the file");
         Sentrel::Report report;
         Sentrel::ReportFromJson(Sentrel::ParseReportText(text), report);
         const std::string time = NormalTime(report.time);
@@ -69,15 +66,6 @@ void Read(const std::filesystem::path& path, const std::string& name, HistoricRe
     }
 }
 
-bool IsStoredFile(const std::filesystem::directory_entry& entry, const std::string& fileName,
-                  const std::string& name) {
-    std::error_code error;
-    return fileName.size() == name.size() + kSuffixSize &&
-           Sentrel::IsSameReportName(fileName.substr(0, name.size()), name) &&
-           Sentrel::MatchesStoredFile(fileName.substr(0, name.size()), fileName) &&
-           std::filesystem::is_regular_file(entry.symlink_status(error));
-}
-
 }  // namespace
 
 std::vector<HistoricReport> ReadHistory(const std::string& directory, const std::string& name) {
@@ -85,22 +73,23 @@ std::vector<HistoricReport> ReadHistory(const std::string& directory, const std:
     std::vector<std::pair<std::filesystem::file_time_type, HistoricReport>> files;
     for (const auto& entry : std::filesystem::directory_iterator(directory)) {
         const std::string fileName = entry.path().filename();
-        if (!IsStoredFile(entry, fileName, name)) {
+        const std::string ownName(Sentrel::NameOfStoredFile(fileName).value_or(""));
+        std::error_code error;  // it may be gone by now
+        if (!Sentrel::IsSameReportName(ownName, name) ||
+            !std::filesystem::is_regular_file(entry.symlink_status(error))) {
             continue;
         }
-        std::error_code error;  // it may be gone by now
         const auto modified = std::filesystem::last_write_time(entry.path(), error);
         if (error) {
             continue;
         }
-        const std::string ownName = fileName.substr(0, name.size());
         HistoricReport historic{.file = fileName,
                                 .stored = NormalTime(Sentrel::FormatModifiedTime(modified)),
                                 .report = {.name = ownName, .time = ""},
                                 .fault = "",
                                 .isNewest = false};
         const std::filesystem::path target =
-            std::filesystem::read_symlink(directory + ownName + ".json", error);
+            std::filesystem::read_symlink(directory + Sentrel::LinkName(ownName), error);
         historic.isNewest = !error && target.filename() == fileName;
         Read(entry.path(), ownName, historic);
         files.emplace_back(modified, std::move(historic));

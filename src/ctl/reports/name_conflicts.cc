@@ -3,6 +3,7 @@
 #include "store/report_name.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <map>
 #include <set>
 #include <string_view>
@@ -50,10 +51,10 @@ class Finder {
             conflicts.push_back({name, hidden,
                                  "the reports of " + hidden +
                                      " are stored in the files that those of " + name +
-                                     " arrive in, such as " + hidden + "-0.json"});
+                                     " arrive in, such as " + Sentrel::StoredFileName(hidden, 0)});
         }
-        for (const char* slot : {"-0", "-1", "-2"}) {
-            FindSharedSlot(name, name + slot);
+        for (std::int32_t index = 0; index < Sentrel::kFilesPerName; ++index) {
+            FindSharedSlot(name, name + "-" + std::to_string(index));
         }
     }
 
@@ -61,12 +62,12 @@ class Finder {
         if (names.contains(slot)) {
             conflicts.push_back({name, slot,
                                  "the link of " + slot + " and a stored report of " + name +
-                                     " are one file, " + slot + ".json"});
+                                     " are one file, " + Sentrel::LinkName(slot)});
         }
         if (const std::string hidden = "." + slot; names.contains(hidden)) {
             conflicts.push_back({name, hidden,
                                  "the link of " + hidden + " is the file that reports of " + name +
-                                     " arrive in, " + hidden + ".json"});
+                                     " arrive in, " + Sentrel::LinkName(hidden)});
         }
     }
 

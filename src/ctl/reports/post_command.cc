@@ -7,6 +7,7 @@
 #include "ctl/reports/check.h"
 #include "ctl/show/failure.h"
 #include "ctl/show/json_output.h"
+#include "intake/report_job.h"
 
 #include <nlohmann/json.hpp>
 
@@ -20,7 +21,6 @@ namespace Ctl {
 
 namespace {
 
-constexpr std::size_t kMaxDocumentBytes = 1048576;  // as the intake takes them
 constexpr unsigned kStored = 200;
 
 constexpr std::array<Option, 1> kPostOptions = {{kJsonOption}};
@@ -41,7 +41,8 @@ void RefuseBadDocument(const std::string& document, const std::string& name) {
 std::string Explain(unsigned status) {
     switch (status) {
         case 413:
-            return "it is longer than 1048576 bytes; make it shorter";
+            return "it is longer than " + std::to_string(Sentrel::kMaxReportSize) +
+                   " bytes; make it shorter";
         case 500:
             return "it cannot be stored; the daemon's log says why";
         default:
@@ -53,7 +54,7 @@ std::string Explain(unsigned status) {
 void RunPost(const Arguments& arguments, std::ostream& output) {
     const std::string& name = arguments.operands[0];
     const std::string document =
-        ReadInputFile(arguments.operands[1], kMaxDocumentBytes, "the report file");
+        ReadInputFile(arguments.operands[1], Sentrel::kMaxReportSize, "the report file");
     RefuseBadDocument(document, name);
     const std::string port =
         std::to_string(Sentrel::GetHttpPort(ReadDaemonSettings(), SilentLogger()));

@@ -36,8 +36,6 @@ struct CaseBlindLess {
 using ReportMap = std::map<std::string, StoredReport, CaseBlindLess>;
 
 constexpr std::string_view kList = "com.korvex.oru.observability.reports.list";
-constexpr const char* kDefaultReportDirectory = "/var/lib/korvex/sentrel/reports";
-
 // What was read replaces what was not. The name stays that of the link, and of two links whose
 // names differ in case the newer report counts.
 void Add(StoredReport report, ReportMap& reports) {
@@ -139,7 +137,7 @@ std::vector<StoredReport> Sorted(ReportMap&& reports) {
 
 std::string FindReportDirectory(const GivenOptions& options) {
     const std::string given =
-        options.Has("--reports") ? options.Value("--reports") : kDefaultReportDirectory;
+        options.Has("--reports") ? options.Value("--reports") : Sentrel::kReportDirectory;
     std::string directory = given.starts_with('/') ? Sys::HostPath(given) : given;
     if (!directory.ends_with('/')) {
         directory += '/';

@@ -22,7 +22,7 @@ constexpr std::size_t kMaxLoggedBytes = 256;
 
 // Never destroyed: threads may still audit while the process ends.
 struct AuditLog {
-    Audit::AuditFile file{"/var/log/korvex/audit.jsonl"};
+    Audit::AuditFile file{Audit::kLogPath};
     const Pellmar::Ref<Pellmar::Service::Logger> logger = Pellmar::Service::Logger::CreateLogger(
         Pellmar::Service::Logger::sDefaultLogger, "KvxAudit");
 };

@@ -12,6 +12,9 @@
 
 namespace Audit {
 
+// A host path.
+inline constexpr const char* kLogPath = "/var/log/korvex/audit.jsonl";
+
 // Longer texts are cut and end in U+2026.
 inline constexpr std::size_t kMaxTextBytes = 8192;
 // Of more pairs only these are recorded, and a pair of U+2026 twice stands for the rest.

@@ -9,6 +9,10 @@
 
 namespace Quon::Bindings {
 
+// The metadata file of the reports service on a host (a host path).
+inline constexpr const char* kMetadataPath =
+    "/usr/lib/korvex/quon/observability_quon_metadata.json";
+
 // How callers of every operation of the service authenticate.
 inline constexpr const char* kBearerTokenScheme = "com.korvex.quon.std.security.bearer_token";
 

@@ -1,5 +1,6 @@
 #include "quon/endpoint/call_chain.h"
 
+#include "platform/bindings/metadata_writer.h"
 #include "platform/bindings/reports_svc.h"
 #include "platform/hostlib/hostlib.h"
 #include "platform/pellmar/service/app.h"
@@ -29,6 +30,7 @@ namespace {
 using Pellmar::Ref;
 using Pellmar::Service::Logger;
 using Pellmar::Service::LogInternal;
+using Quon::Bindings::kMetadataPath;
 using Quon::Provider::Metadata::ProviderHelper;
 
 constexpr int kAuthorizationMetadataCheck = 298;

@@ -14,10 +14,8 @@
 
 namespace Sentrel::HealthApi {
 
-// The package of the reports service, and the file with its metadata (a host path).
+// The package of the reports service.
 inline constexpr std::string_view kPackage = "com.korvex.oru.observability";
-inline constexpr std::string_view kMetadataPath =
-    "/usr/lib/korvex/quon/observability_quon_metadata.json";
 
 // What a broken set-up panics with: the host's usual format, the source, and a number for each
 // check.

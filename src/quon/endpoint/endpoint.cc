@@ -1,5 +1,6 @@
 #include "quon/endpoint/endpoint.h"
 
+#include "platform/bindings/metadata_writer.h"
 #include "platform/hostlib/hostlib.h"
 #include "platform/pellmar/service/app.h"
 #include "platform/runtime/metadata/metadata.h"
@@ -21,6 +22,7 @@ namespace Sentrel::HealthApi {
 namespace Metadata = Quon::Provider::Metadata;
 using Pellmar::Service::Logger;
 using Pellmar::Service::LogInternal;
+using Quon::Bindings::kMetadataPath;
 using Quon::Transport::PicoHttp::AsioTcpApiServer;
 
 namespace {
