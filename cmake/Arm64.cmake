@@ -4,7 +4,8 @@ set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR aarch64)
 set(CMAKE_C_COMPILER aarch64-linux-gnu-gcc)
 set(CMAKE_CXX_COMPILER aarch64-linux-gnu-g++)
-set(CMAKE_EXE_LINKER_FLAGS_INIT -static-pie)
+# At the end of the command line: of this and the -pie that CMake adds, the last one counts.
+set(CMAKE_CXX_STANDARD_LIBRARIES_INIT -static-pie)
 set(CMAKE_CROSSCOMPILING_EMULATOR qemu-aarch64)
 # Boost's headers fit every processor; the CMake files that find them are installed with the native libraries.
 file(GLOB CMAKE_PREFIX_PATH /usr/lib/*-linux-gnu/cmake/Boost-*)
