@@ -6,9 +6,9 @@
 
 namespace Sentrel::HealthApi {
 
-// Sets "result" of `record` and sends it with its "eventID", "subject" and "object" (empty when it
-// has none); every other key goes along as a pair. Never throws: what the log cannot take is said
-// by the log.
+// Sends `record` with its "eventID", "subject" and "object" (empty when it has none) and the call's
+// `success`; every other key goes along as a pair. Never throws: the log reports what it cannot
+// take.
 void AuditCall(std::map<std::string, std::string> record, bool success);
 
 }  // namespace Sentrel::HealthApi
