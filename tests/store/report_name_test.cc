@@ -81,6 +81,28 @@ TEST(StoredFile, IsRecognisedByItsName) {
     }
 }
 
+TEST(StoredFile, TellsTheNameThatItIsOf) {
+    const struct {
+        std::string_view fileName;
+        std::optional<std::string_view> ofLink;
+        std::optional<std::string_view> ofStored;
+    } rows[] = {
+        {"cpu.json", "cpu", {}},
+        {"cpu-1.json", "cpu-1", "cpu"},
+        {".cpu-1.json", ".cpu-1", ".cpu"},
+        {"cpu-10.json", "cpu-10", {}},
+        {"a b-1.json", "a b-1", {}},
+        {"-1.json", "-1", {}},
+        {"cpu", {}, {}},
+        {"", {}, {}},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.fileName);
+        EXPECT_EQ(Sentrel::NameOfLink(row.fileName), row.ofLink);
+        EXPECT_EQ(Sentrel::NameOfStoredFile(row.fileName), row.ofStored);
+    }
+}
+
 TEST(StoredFile, AgreesWithTheExpressionOnGeneratedNames) {
     std::mt19937 engine(2);  // its output is fixed by the standard
     const auto pick = [&engine](std::string_view alphabet) {
