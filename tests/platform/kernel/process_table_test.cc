@@ -46,6 +46,7 @@ TEST_F(ProcessTable, ForgetsTheOldestProcessWhenThereAreTooMany) {
     std::vector<pid_t> pids;
     for (std::size_t count = 0; count <= Kernel::kMaxTrackedProcesses; ++count) {
         pids.push_back(SpawnWaiting());
+        ASSERT_GT(pids.back(), 0);  // 0 would signal this process and its group
     }
     EXPECT_EQ(KillError(pids.front(), 0), ESRCH);
     EXPECT_EQ(KillError(pids[1], 0), 0);
