@@ -257,6 +257,7 @@ TEST(KernelSignature, ReadsTheBuildDateOfAKernel) {
         {"#1 SMP Thu Sep  7 10:21:30 UTC 2023", "2023-09-07T10:21:30Z"},
         {"#22-Ubuntu SMP PREEMPT_DYNAMIC Tue Dec 31 23:59:59 UTC 2024", "2024-12-31T23:59:59Z"},
         {"#1 SMP PREEMPT_DYNAMIC Debian 6.1.55-1 (2023-09-29)", "2023-09-29T00:00:00Z"},
+        {"#1 SMP Thu Sep 7 1:2:3 UTC 2023", "2023-09-07T01:02:03Z"},
         {"#1 SMP PREEMPT_DYNAMIC @0", "0000-00-00T00:00:00Z"},
         {"", "0000-00-00T00:00:00Z"},
     };

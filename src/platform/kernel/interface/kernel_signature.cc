@@ -51,15 +51,17 @@ std::string BuildDateOfVersion(const std::string& version) {
     for (const char* at = version.c_str(); *at != '\0'; ++at) {
         std::array<char, 4> name{};
         unsigned day = 0;
-        std::array<char, 9> time{};
+        unsigned hour = 0;
+        unsigned minute = 0;
+        unsigned second = 0;
         unsigned year = 0;
-        const int found = std::sscanf(at, "%3[A-Za-z] %2u %8[0-9:] %*s %4u", name.data(), &day,
-                                      time.data(), &year);
+        const int found = std::sscanf(at, "%3[A-Za-z] %2u %2u:%2u:%2u %*s %4u", name.data(), &day,
+                                      &hour, &minute, &second, &year);
         const std::size_t month = kMonths.find(std::string(" ") + name.data() + ' ');
-        if (found == 4 && month != std::string_view::npos) {
+        if (found == 6 && month != std::string_view::npos) {
             std::array<char, 64> date{};
-            (void)std::snprintf(date.data(), date.size(), "%04u-%02zu-%02uT%sZ", year,
-                                month / 4 + 1, day, time.data());
+            (void)std::snprintf(date.data(), date.size(), "%04u-%02zu-%02uT%02u:%02u:%02uZ", year,
+                                month / 4 + 1, day, hour, minute, second);
             return date.data();
         }
     }
