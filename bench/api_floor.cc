@@ -99,7 +99,7 @@ class Store {
                 FailAt("readlink", entry->d_name);
             }
             target.at(static_cast<std::size_t>(size)) = '\0';
-            struct stat status {};
+            struct stat status{};
             if (::stat(target.data(), &status) != 0) {
                 FailAt("stat", target.data());
             }
@@ -109,7 +109,7 @@ class Store {
 
     void ReadTarget() {
         const Sys::OwnedFd file(::open(target.data(), O_RDONLY | O_CLOEXEC));
-        struct stat status {};
+        struct stat status{};
         if (!file.IsOpen() || ::fstat(file.Get(), &status) != 0) {
             FailAt("open", target.data());
         }

@@ -55,7 +55,7 @@ class Ring {
         const std::string& target = stored.at(slot);
         slot = (slot + 1) % kRingFiles;
         WriteNew(temporary, body);
-        struct stat status {};
+        struct stat status{};
         Require(::lstat(temporary.c_str(), &status) == 0, "lstat", temporary);
         Require(::rename(temporary.c_str(), target.c_str()) == 0, "rename", temporary);
         if (::lstat(linkPath.c_str(), &status) == 0) {

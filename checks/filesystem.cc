@@ -53,7 +53,7 @@ std::string MountTable(const std::string& root) {
 }  // namespace
 
 std::optional<FileSystemUsage> ReadUsage(const std::string& mountPoint) {
-    struct statvfs usage {};
+    struct statvfs usage{};
     if (::statvfs(mountPoint.c_str(), &usage) != 0) {
         return std::nullopt;
     }

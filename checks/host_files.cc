@@ -94,7 +94,7 @@ std::vector<std::string> ListDirectory(const std::string& path) {
 
 bool Exists(const std::string& path) {
     // Not access(2): of a device that a control group forbids it says that it may not be used.
-    struct stat status {};
+    struct stat status{};
     return ::stat(path.c_str(), &status) == 0;
 }
 

@@ -54,7 +54,7 @@ std::optional<std::string_view> TargetOf(ReportWalk& walk, const Ref<Logger>& lo
 std::optional<std::filesystem::file_time_type> ModifiedTimeOf(std::string_view target,
                                                               const std::string& link,
                                                               const Ref<Logger>& logger) {
-    struct stat status {};
+    struct stat status{};
     const int error = ::stat(target.data(), &status) == 0 ? 0 : errno;
     if (error != 0 || !S_ISREG(status.st_mode)) {
         LogInternal(logger, 3, "Target of symlink: %1 -> %2 is not a regular file: %3", link,

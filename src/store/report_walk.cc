@@ -87,7 +87,7 @@ void ReportWalk::FindType(std::error_code& failure) {
     if (type != DT_UNKNOWN) {
         return;
     }
-    struct stat status {};
+    struct stat status{};
     if (::fstatat(::dirfd(directories.back().stream.get()), EntryName(), &status,
                   AT_SYMLINK_NOFOLLOW) != 0) {
         failure = SystemError(errno);

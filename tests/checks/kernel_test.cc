@@ -38,8 +38,7 @@ const HostFiles kGood = {{kTaint, "0\n"},
 Test::CheckOfRoot CheckWith(const std::optional<ClockState>& clock) {
     return [clock](const std::string& root, SentrelCheck::Settings& settings,
                    SentrelCheck::Report& report) {
-        Checks::CheckKernel(
-            root, [clock] { return clock; }, settings, report);
+        Checks::CheckKernel(root, [clock] { return clock; }, settings, report);
     };
 }
 

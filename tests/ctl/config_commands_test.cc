@@ -146,7 +146,7 @@ TEST_F(ConfigCommands, SetKeepsAllElseInItsOrderAndUnsetUndoesIt) {
     EXPECT_THAT(result.output, HasSubstr("Was      5 (default)\nIs       15 (host file)\n"));
     EXPECT_EQ(nlohmann::ordered_json::parse(::Test::ReadFile(HostFile("sentrel"))).dump(),
               R"({"z":[1,2],"fast_queue":{"b":1,"time_period_in_mins":15},"a":"x"})");
-    struct stat status {};
+    struct stat status{};
     ASSERT_EQ(::stat(HostFile("sentrel").c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 07777U, 0644U);
 

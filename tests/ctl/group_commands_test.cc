@@ -156,7 +156,7 @@ TEST_F(GroupCommands, ShowTellsTheProcessesOfTheGroupAndOfThoseInIt) {
     ASSERT_EQ(text.status, 0) << text.error;
     ASSERT_EQ(json.status, 0) << json.error;
     const Json answer = Json::parse(json.output);
-    struct stat status {};
+    struct stat status{};
     ASSERT_EQ(::stat(Directory().c_str(), &status), 0);
     EXPECT_EQ(answer["id"], status.st_ino);
     EXPECT_EQ(answer["directory"], Directory());

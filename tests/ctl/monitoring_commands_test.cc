@@ -26,11 +26,11 @@ class Monitoring : public testing::Test {
         for (const ReportText& report :
              {ReportText{.name = "cpu"},
               ReportText{.name = "disk",
-              .status = 1,
-              .unstructured = R"({"reason":"a | b","metrics":{"space:/'=":)"
-                              R"({"value":8.25,"unit":"%","warning":10,"critical":5},)"
-                              R"("size":{"value":1e21,"unit":"furlong"},)"
-                              R"("text":"no number","bad\"\\\n":-3}})"},
+                         .status = 1,
+                         .unstructured = R"({"reason":"a | b","metrics":{"space:/'=":)"
+                                         R"({"value":8.25,"unit":"%","warning":10,"critical":5},)"
+                                         R"("size":{"value":1e21,"unit":"furlong"},)"
+                                         R"("text":"no number","bad\"\\\n":-3}})"},
               ReportText{.name = "net", .status = 2, .unstructured = "[]"},
               ReportText{.name = "odd", .status = 3}}) {
             (void)::Test::StoreReport(directory, report.name, report.Document());
@@ -125,7 +125,7 @@ TEST_F(Monitoring, TheTextFileIsReplacedAsAWhole) {
     EXPECT_EQ(result.status, 0) << result.error;
     EXPECT_EQ(result.output, "");
     EXPECT_THAT(::Test::ReadFile(file), EndsWith("\n# EOF\n"));
-    struct stat status {};
+    struct stat status{};
     ASSERT_EQ(::stat(file.c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 0777U, 0644U);
     ExpectFailure(Run({"metrics", "--textfile", "/nonsense/file"}), "; name a file in a directory");

@@ -38,7 +38,7 @@ TEST_F(TokenCommands, InitMakesOneKeyForItsOwnerAloneAndKeepsIt) {
     const Json again = Json::parse(Run({"init", "--json"}).output);
     EXPECT_EQ(again["made"], false);
     EXPECT_THAT(first.output, HasSubstr(again["kid"].get<std::string>()));
-    struct stat status {};
+    struct stat status{};
     ASSERT_EQ(::stat((host.Root() + "/var/lib/korvex/oru/token/signing-key.json").c_str(), &status),
               0);
     EXPECT_EQ(status.st_mode & 0777U, 0600U);

@@ -83,8 +83,8 @@ bool AuditReader::ReadMore() {
 
 // By a file; when there is none at the path, the daemon has not made it yet.
 bool AuditReader::WasReplaced() const {
-    struct stat atPath {};
-    struct stat open {};
+    struct stat atPath{};
+    struct stat open{};
     if (::stat(location.c_str(), &atPath) != 0) {
         return false;
     }

@@ -49,7 +49,7 @@ Finding ExplainNoDaemon(const DoctorHost& host) {
 
 // When the file, or its name, was last changed; nothing when that is not known.
 std::optional<std::chrono::system_clock::time_point> ChangeTime(const std::filesystem::path& path) {
-    struct stat status {};
+    struct stat status{};
     if (::lstat(path.c_str(), &status) != 0) {
         return std::nullopt;
     }

@@ -37,7 +37,7 @@ const char* WordFor(int missing) {
 }  // namespace
 
 std::optional<struct stat> StatOf(const std::string& path) {
-    struct stat status {};
+    struct stat status{};
     if (::stat(path.c_str(), &status) == 0) {
         return status;
     }

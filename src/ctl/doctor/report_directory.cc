@@ -63,7 +63,7 @@ Content ReadContent(const std::string& directory) {
 }
 
 void CheckRoom(const std::string& directory, const Content& content, Findings& findings) {
-    struct statvfs system {};
+    struct statvfs system{};
     if (::statvfs(directory.c_str(), &system) != 0) {
         const int error = errno;
         throw CannotLook("the room of " + directory +

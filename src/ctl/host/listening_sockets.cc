@@ -165,7 +165,7 @@ std::vector<std::string> ListProcesses(DIR* processes, const std::vector<Listeni
         if (entry->d_name[0] < '1' || entry->d_name[0] > '9') {
             continue;
         }
-        struct stat status {};
+        struct stat status{};
         const bool isLikely =
             isRoots || (::fstatat(::dirfd(processes), entry->d_name, &status, 0) == 0 &&
                         isOfUser(status.st_uid));

@@ -35,7 +35,7 @@ Failure ExplainRefusal() {
 }
 
 bool IsRegularFile(const std::string& path) {
-    struct stat status {};
+    struct stat status{};
     return ::stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
 }
 

@@ -82,7 +82,7 @@ StoredReports::StoredReports(std::string directory)
 std::map<std::string, StoredReports::Version> StoredReports::List(const std::string& directory) {
     std::map<std::string, Version> versions;
     for (const auto& entry : std::filesystem::directory_iterator(directory)) {
-        struct stat status {};
+        struct stat status{};
         std::error_code error;  // it may be gone by now
         const Time modified = entry.last_write_time(error);
         if (!error && ::lstat(entry.path().c_str(), &status) == 0 && S_ISREG(status.st_mode)) {

@@ -72,7 +72,7 @@ std::vector<Finding> CheckPermissions(const std::string& subject, const std::str
 
 void CheckOne(const std::string& subject, const std::string& path, const RunUser& user,
               std::vector<Finding>& findings) {
-    struct stat status {};
+    struct stat status{};
     if (::stat(path.c_str(), &status) != 0) {
         return;
     }
@@ -95,7 +95,7 @@ void CheckOne(const std::string& subject, const std::string& path, const RunUser
 
 std::vector<Finding> CheckExecutable(const std::string& subject, const std::string& path,
                                      const RunUser& user) {
-    struct stat status {};
+    struct stat status{};
     if (::stat(path.c_str(), &status) != 0) {
         return {ExplainMissing(subject, path, errno)};
     }

@@ -59,7 +59,7 @@ RunUser GuessUser(const PluginSurroundings& surroundings) {
             return *user;
         }
     }
-    struct stat status {};
+    struct stat status{};
     if (!surroundings.reportDirectory.empty() &&
         ::stat(surroundings.reportDirectory.c_str(), &status) == 0) {
         return {status.st_uid, status.st_gid, {}};

@@ -125,7 +125,7 @@ std::vector<NewFile> NewFiles(const std::string& name, const GivenOptions& optio
 
 void RefuseExisting(const std::vector<NewFile>& files) {
     for (const NewFile& file : files) {
-        struct stat status {};
+        struct stat status{};
         if (::lstat(file.path.c_str(), &status) == 0) {
             throw Failure(file.path + " is there already, and is not overwritten",
                           "choose another name, or remove it");

@@ -20,7 +20,7 @@ bool IsSameQueue(const SurveyedPlugin& one, const SurveyedPlugin& other) {
 }
 
 system_clock::time_point ChangeTime(const std::string& path) {
-    struct stat status {};
+    struct stat status{};
     (void)::lstat(path.c_str(), &status);  // what is gone has not changed lately
     return system_clock::from_time_t(status.st_ctim.tv_sec);
 }
@@ -34,7 +34,7 @@ std::optional<system_clock::time_point> NewestReport(const SurveyedPlugin& plugi
         return newest;
     }
     for (const std::string& name : reports->second) {
-        struct stat status {};
+        struct stat status{};
         if (::stat((surroundings.reportDirectory + Sentrel::LinkName(name)).c_str(), &status) ==
             0) {
             newest = std::max(newest, std::optional(system_clock::from_time_t(status.st_mtime)));

@@ -29,7 +29,7 @@ bool Look(const std::string& path, struct stat& status) {
 
 // Root, and for a root in a directory of somebody's own, whoever has that.
 bool IsTrusted(uid_t user) {
-    struct stat root {};
+    struct stat root{};
     return user == 0 || (Look(Sys::HostPath("/"), root) && user == root.st_uid);
 }
 
@@ -40,7 +40,7 @@ std::string Octal(mode_t mode) {
 }
 
 void CheckAccess(const std::string& path, std::vector<Finding>& findings) {
-    struct stat status {};
+    struct stat status{};
     if (!Look(Sys::HostPath(path), status)) {
         return;
     }

@@ -91,7 +91,7 @@ void AuditFile::Append(std::string_view record) {
 }
 
 bool AuditFile::IsInItsPlace() const {
-    struct stat status {};
+    struct stat status{};
     return file.IsOpen() && ::lstat(location.c_str(), &status) == 0 && status.st_dev == device &&
            status.st_ino == inode;
 }
@@ -108,7 +108,7 @@ void AuditFile::Open() {
         file.Reset(::open(location.c_str(), kOpenFlags, kFileMode));
         error = file.IsOpen() ? 0 : errno;
     }
-    struct stat status {};
+    struct stat status{};
     if (error == 0 && ::fstat(file.Get(), &status) != 0) {
         error = errno;
     }

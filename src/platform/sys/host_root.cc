@@ -41,7 +41,7 @@ std::string HostRootProblem() {
     if (root.front() != '/') {
         return value + " is a relative path" + advice;
     }
-    struct stat status {};
+    struct stat status{};
     if (::stat(root.c_str(), &status) != 0) {
         return value + " cannot be used: " + std::generic_category().message(errno) + advice;
     }

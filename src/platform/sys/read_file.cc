@@ -11,7 +11,7 @@ namespace Sys {
 
 int OpenRegularFile(const std::string& path, OwnedFd& file) {
     file.Reset(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
-    struct stat status {};
+    struct stat status{};
     if (!file.IsOpen() || ::fstat(file.Get(), &status) != 0) {
         return errno;
     }

@@ -36,7 +36,7 @@ constexpr const char* kAdvice = "make it a readable file, or remove it";
 }
 
 bool IsThere(const std::string& rootedPath) {
-    struct stat status {};
+    struct stat status{};
     return lstat(rootedPath.c_str(), &status) == 0;
 }
 

@@ -100,7 +100,7 @@ const std::vector<PublicKey>& TrustSet::Keys() {
 }
 
 TrustSet::Stamp TrustSet::StampOf(const std::string& rootedPath) {
-    struct stat status {};
+    struct stat status{};
     if (::stat(rootedPath.c_str(), &status) != 0) {
         return {errno};
     }

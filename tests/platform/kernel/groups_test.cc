@@ -187,7 +187,7 @@ TEST_F(CgroupGroups, AreShownWithTheirProcesses) {
     WaitUntilStopped(inner);
     const Kernel::GroupState state = Kernel::ShowGroup(kGroup);
     EXPECT_EQ(state.directory, Directory());
-    struct stat status {};
+    struct stat status{};
     ASSERT_EQ(::stat(Directory().c_str(), &status), 0);
     EXPECT_EQ(state.id, static_cast<std::int64_t>(status.st_ino));
     ASSERT_EQ(state.processes.size(), 2U);

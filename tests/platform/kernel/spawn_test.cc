@@ -123,7 +123,7 @@ TEST_F(EmbeddedSpawn, LeaksNothingIntoThePlugin) {
     ASSERT_EQ(::pthread_sigmask(SIG_BLOCK, nullptr, &blocked), 0);
     EXPECT_EQ(::sigismember(&blocked, SIGTERM), 1);
     EXPECT_EQ(::sigismember(&blocked, SIGUSR1), 0);
-    struct sigaction action {};
+    struct sigaction action{};
     ASSERT_EQ(::sigaction(SIGUSR1, nullptr, &action), 0);
     EXPECT_NE(action.sa_handler, SIG_DFL);
 }

@@ -27,7 +27,7 @@ const Token::TokenRequest kRequest{"sentrel",  "sentrel", "ada",
                                    {"a", "b"}, kNow,      std::chrono::hours(1)};
 
 int ModeOf(const std::filesystem::path& path) {
-    struct stat status {};
+    struct stat status{};
     return lstat(path.c_str(), &status) == 0 ? static_cast<int>(status.st_mode & 07777) : -1;
 }
 

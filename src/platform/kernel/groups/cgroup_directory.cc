@@ -69,12 +69,12 @@ bool CgroupDirectory::IsFrozen(int descriptor) {
 }
 
 bool CgroupDirectory::IsCgroup2() const {
-    struct statfs status {};
+    struct statfs status{};
     return ::fstatfs(directory.Get(), &status) == 0 && status.f_type == CGROUP2_SUPER_MAGIC;
 }
 
 std::int64_t CgroupDirectory::Id() const {
-    struct stat status {};
+    struct stat status{};
     return ::fstat(directory.Get(), &status) == 0 ? static_cast<std::int64_t>(status.st_ino) : 0;
 }
 

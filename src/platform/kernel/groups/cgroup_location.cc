@@ -110,12 +110,12 @@ std::string FindDelegatedUnit(const CgroupMount& mount, std::string_view ownCgro
 
 // Whether the user of a process may do what WriteProblem asks for; by the modes alone.
 bool MayWrite(const std::string& process, const std::string& directory) {
-    struct stat user {};
+    struct stat user{};
     if (::stat(process.c_str(), &user) != 0 || user.st_uid == 0) {
         return true;
     }
     for (const std::string& path : {directory, directory + "/cgroup.procs"}) {
-        struct stat status {};
+        struct stat status{};
         const mode_t bit =
             ::stat(path.c_str(), &status) == 0 && status.st_uid == user.st_uid ? S_IWUSR : S_IWOTH;
         if ((status.st_mode & bit) == 0) {

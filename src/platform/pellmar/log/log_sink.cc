@@ -81,7 +81,7 @@ LogSink::LogSink(int descriptor, std::string_view journalStream) : descriptor(de
 }
 
 void LogSink::Classify(std::string_view journalStream) {
-    struct stat status {};
+    struct stat status{};
     if (::fstat(descriptor, &status) != 0) {
         return;  // nothing is open there: every line will be dropped
     }

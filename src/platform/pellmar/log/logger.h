@@ -81,9 +81,9 @@ void WriteMessage(const Logger& logger, int level, std::string_view format,
 // that cannot be taken at once is dropped and counted. A placeholder may occur twice; one without
 // an argument, and "%" before anything else, stays as it is.
 template <typename... Arguments>
-requires(sizeof...(Arguments) <= 4) void LogInternal(const Ref<Logger>& logger, int level,
-                                                     std::string_view format,
-                                                     const Arguments&... arguments) {
+    requires(sizeof...(Arguments) <= 4)
+void LogInternal(const Ref<Logger>& logger, int level, std::string_view format,
+                 const Arguments&... arguments) {
     if (logger->GetLevel() < level) {
         return;
     }

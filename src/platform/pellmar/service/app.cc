@@ -38,7 +38,7 @@ void PrepareSignals() {
     if (error != 0) {
         throw IOException("Cannot block SIGTERM and SIGINT", error);
     }
-    struct sigaction ignore {};
+    struct sigaction ignore{};
     ignore.sa_handler = SIG_IGN;
     if (::sigaction(SIGPIPE, &ignore, nullptr) != 0) {
         throw IOException("Cannot ignore SIGPIPE", errno);

@@ -148,17 +148,17 @@ std::string_view File::GetName() const {
 }
 
 bool File::Exists() const {
-    struct stat status {};
+    struct stat status{};
     return ::lstat(path.c_str(), &status) == 0;
 }
 
 bool File::IsDirectory() const {
-    struct stat status {};
+    struct stat status{};
     return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
 bool File::IsSymbolicLink() const {
-    struct stat status {};
+    struct stat status{};
     return ::lstat(path.c_str(), &status) == 0 && S_ISLNK(status.st_mode);
 }
 

@@ -28,7 +28,7 @@ namespace Quon::Native {
 template <typename Owner, typename Member>
 struct Field {
     std::string_view name;
-    Member Owner::*member;
+    Member Owner::* member;
     std::string_view documentation;
 };
 template <typename Owner, typename Member>
@@ -45,13 +45,9 @@ template <typename T>
 struct EnumerationOf;
 
 template <typename T>
-concept IsStructure = requires {
-    StructureOf<T>::kFields;
-};
+concept IsStructure = requires { StructureOf<T>::kFields; };
 template <typename T>
-concept IsEnumeration = std::is_enum_v<T> && requires {
-    EnumerationOf<T>::kTexts;
-};
+concept IsEnumeration = std::is_enum_v<T> && requires { EnumerationOf<T>::kTexts; };
 
 template <typename T>
 inline constexpr bool kIsOptional = false;

@@ -64,7 +64,7 @@ struct Channel {
 
 // "DEVICE:INODE" of what is open, as the journal announces its stream.
 std::string StreamName(int descriptor) {
-    struct stat status {};
+    struct stat status{};
     EXPECT_EQ(::fstat(descriptor, &status), 0);
     return std::to_string(status.st_dev) + ":" + std::to_string(status.st_ino);
 }

@@ -212,7 +212,7 @@ TEST_F(FileTest, ReplacesWhatStandsAtANewFilesPathWithoutTouchingIt) {
         const auto writer = SystemFactory::CreateFileWriter(path, 0);
         writer->Write("new", 3);
         writer->Close();
-        struct stat status {};
+        struct stat status{};
         ASSERT_EQ(::lstat(path.c_str(), &status), 0);
         EXPECT_TRUE(S_ISREG(status.st_mode));
         EXPECT_EQ(status.st_mode & 07777, 0640u);
@@ -276,7 +276,7 @@ int ExitStatusUnderStrictUmask() {
     const TemporaryDirectory directory;
     const std::string path = directory.Path() + "file";
     SystemFactory::CreateFileWriter(path, 0)->Close();
-    struct stat status {};
+    struct stat status{};
     return ::stat(path.c_str(), &status) == 0 && (status.st_mode & 07777) == 0640 ? 0 : 1;
 }
 
