@@ -1,0 +1,63 @@
+#include "platform/http1/origin.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <string_view>
+
+namespace {
+
+TEST(Origin, IsThisHostsOnlyAsLocalhostOrALoopbackAddress) {
+    struct {
+        std::string_view origin;
+        bool isLoopback;
+    } const rows[] = {
+        {"http://localhost", true},
+        {"https://LocalHost:3000", true},
+        {"http://127.0.0.1:9996", true},
+        {"http://127.8.8.8", true},
+        {"http://[::1]:9984", true},
+        {"http://[::ffff:127.0.0.1]", true},
+        {"null", false},
+        {"", false},
+        {"localhost", false},
+        {"file://localhost", false},
+        {"http://", false},
+        {"http://localhost.evil.example", false},
+        {"http://localhost:80@evil.example", false},
+        {"http://evil.example:80", false},
+        {"http://localhost/", false},
+        {"http://localhost http://evil.example", false},
+        {"http://localhost:", false},
+        {"http://128.0.0.1", false},
+        {"http://127.1", false},
+        {"http://[::2]", false},
+        {"http://[::ffff:128.0.0.1]", false},
+        {"http://[::1", false},
+        {"http://[::1]x", false},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(Http1::IsLoopbackOrigin(row.origin), row.isLoopback) << row.origin;
+    }
+}
+
+TEST(Origin, IsForeignWhenAnyFieldSaysSo) {
+    struct {
+        std::string fields;
+        bool isForeign;
+    } const rows[] = {
+        {"", false},
+        {"origin: http://localhost:8080\r\n", false},
+        {"Origin: null\r\n", true},
+        {"Origin:\r\n", true},
+        {"Origin: http://localhost\r\nOrigin: http://evil.example\r\n", true},
+    };
+    for (const auto& row : rows) {
+        const std::string text = "POST /cpu HTTP/1.1\r\n" + row.fields + "\r\n";
+        Http1::RequestHead head;
+        ASSERT_TRUE(head.Parse(text)) << row.fields;
+        EXPECT_EQ(Http1::HasForeignOrigin(head), row.isForeign) << row.fields;
+    }
+}
+
+}  // namespace
