@@ -103,10 +103,13 @@ void JudgeMachineChecks(const std::string& path, const Limits& limits, Report& r
     }
 }
 
-// False when the kernel does not tell.
+// False when the kernel does not tell, which the report says.
 bool JudgeClock(const ClockReader& readClock, bool isNeeded, Report& report) {
     const std::optional<ClockState> clock = readClock();
     if (!clock) {
+        const std::string notChecked = "not checked: the kernel refuses to tell its state";
+        report.AddText("clock", notChecked);
+        report.Summarize("clock " + notChecked);
         return false;
     }
     report.AddMetric({"clock_synchronised", clock->isSynchronised ? 1.0 : 0.0, ""});
@@ -120,9 +123,10 @@ bool JudgeClock(const ClockReader& readClock, bool isNeeded, Report& report) {
     return true;
 }
 
-// "vmx" or "svm", which x86 processors list in the first "flags" line; empty when there is none.
-std::string ReadVirtualisationFlag(const std::string& path) {
-    std::string flag;
+// "vmx" or "svm", which x86 processors list in the first "flags" line, or empty; nothing on other
+// processors, which have no such line.
+std::optional<std::string> ReadVirtualisationFlag(const std::string& path) {
+    std::optional<std::string> flag;
     (void)ForEachLine(path, [&flag](std::string_view line) {
         const std::vector<std::string_view> fields = SplitFields(line);
         if (fields.empty() || fields[0].substr(0, 5) != "flags") {
@@ -131,7 +135,7 @@ std::string ReadVirtualisationFlag(const std::string& path) {
         const auto found = std::find_if(fields.begin(), fields.end(), [](std::string_view field) {
             return field == "vmx" || field == "svm";
         });
-        flag = found == fields.end() ? "" : *found;
+        flag = found == fields.end() ? "" : std::string(*found);
         return false;
     });  // without the file there is no flag to be seen
     return flag;
@@ -144,9 +148,12 @@ void JudgeVirtualisation(const std::string& root, bool isNeeded, Report& report)
     if (hasDevice || !isNeeded) {
         return;
     }
-    const std::string flag = ReadVirtualisationFlag(root + "/proc/cpuinfo");
+    const std::optional<std::string> flag = ReadVirtualisationFlag(root + "/proc/cpuinfo");
     const std::string module = flag == "svm" ? "kvm_amd" : "kvm_intel";
-    if (flag.empty()) {
+    if (!flag) {
+        report.Find(Status::Warning,
+                    "no virtual machine can run: there is no /dev/kvm; the kernel's log says why");
+    } else if (flag->empty()) {
         report.Find(Status::Warning,
                     "no virtual machine can run: the processor shows no virtualisation; enable it "
                     "in the firmware's set-up");
@@ -155,7 +162,7 @@ void JudgeVirtualisation(const std::string& root, bool isNeeded, Report& report)
                                          " is loaded, but there is no /dev/kvm; the kernel's log "
                                          "says why");
     } else {
-        report.Find(Status::Warning, "no virtual machine can run: the processor has " + flag +
+        report.Find(Status::Warning, "no virtual machine can run: the processor has " + *flag +
                                          ", but there is no /dev/kvm; load the module " + module);
     }
 }

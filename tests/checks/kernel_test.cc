@@ -80,7 +80,9 @@ TEST(CheckKernel, JudgesTheClock) {
                         R"({"clock_synchronised": false})"},
                    });
     ExpectOutcomes(CheckWith(std::nullopt),
-                   {{"not told", kGood, Status::Ok, "not tainted; can run virtual machines"},
+                   {{"not told", kGood, Status::Ok,
+                     "not tainted; clock not checked: the kernel refuses to tell its state; can "
+                     "run virtual machines"},
                     {"nothing at all",
                      {},
                      Status::None,
@@ -106,6 +108,9 @@ TEST(CheckKernel, JudgesVirtualisation) {
              begin + "kvm_amd is loaded, but there is no /dev/kvm; the kernel's log says why"},
             {"no flag", processor("sse"), Status::Warning,
              begin + "the processor shows no virtualisation; enable it in the firmware's set-up"},
+            {"an arm64 processor",
+             With(without, {{kProcessors, "processor\t: 0\nFeatures\t: fp asimd evtstrm\n"}}),
+             Status::Warning, begin + "there is no /dev/kvm; the kernel's log says why"},
             {"not needed", without, Status::Ok,
              "not tainted; clock synchronised; runs no virtual machines",
              R"({"virtualisation": false})"},
