@@ -31,6 +31,16 @@ TEST_F(StartAndStop, EndsWithStatusZeroBySignal) {
     }
 }
 
+TEST_F(StartAndStop, LogsAHangUpAndServesOn) {
+    Start();
+    for (const std::size_t hangUps : {1U, 2U}) {
+        daemon->Send(SIGHUP);
+        EXPECT_TRUE(daemon->WaitForLog("sentrel: SIGHUP is ignored", hangUps));
+    }
+    EXPECT_EQ(HttpClient().Post("/cpu", ReportDocument("cpu")), 200);
+    EXPECT_EQ(daemon->Stop(), 0);
+}
+
 TEST_F(StartAndStop, ObeysASignalThatCameBeforeItServed) {
     DaemonOptions options = Options();
     options.startWithPendingStop = true;

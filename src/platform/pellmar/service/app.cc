@@ -24,19 +24,21 @@ namespace {
 
 constexpr const char* kLogLevelVariable = "SENTREL_LOG_LEVEL";
 
-sigset_t EndingSignals() {
+// The signals that the run loop takes; all but SIGHUP end it.
+sigset_t AwaitedSignals() {
     sigset_t signals;
-    (void)::sigemptyset(&signals);  // these three cannot fail for signals that exist
-    (void)::sigaddset(&signals, SIGTERM);
-    (void)::sigaddset(&signals, SIGINT);
+    (void)::sigemptyset(&signals);  // these cannot fail for signals that exist
+    for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
+        (void)::sigaddset(&signals, signal);
+    }
     return signals;
 }
 
 void PrepareSignals() {
-    const sigset_t ending = EndingSignals();
-    const int error = ::pthread_sigmask(SIG_BLOCK, &ending, nullptr);
+    const sigset_t awaited = AwaitedSignals();
+    const int error = ::pthread_sigmask(SIG_BLOCK, &awaited, nullptr);
     if (error != 0) {
-        throw IOException("Cannot block SIGTERM and SIGINT", error);
+        throw IOException("Cannot block SIGTERM, SIGINT and SIGHUP", error);
     }
     struct sigaction ignore{};
     ignore.sa_handler = SIG_IGN;
@@ -82,13 +84,21 @@ timespec SpanOf(std::chrono::microseconds duration) {
 
 // Blocks until SIGTERM or SIGINT arrives, feeding the watchdog twice in its period.
 void AwaitEndingSignal(const ServiceManager& serviceManager) {
-    const sigset_t ending = EndingSignals();
+    const sigset_t awaited = AwaitedSignals();
     const std::chrono::microseconds period = serviceManager.GetWatchdogPeriod();
     const timespec interval = SpanOf(period / 2);
     const bool isWatched = period.count() > 0;
-    while (::sigtimedwait(&ending, nullptr, isWatched ? &interval : nullptr) < 0) {
-        if (errno != EAGAIN && errno != EINTR) {
-            throw IOException("Cannot wait for SIGTERM and SIGINT", errno);
+    for (;;) {
+        const int signal = ::sigtimedwait(&awaited, nullptr, isWatched ? &interval : nullptr);
+        if (signal < 0 && errno != EAGAIN && errno != EINTR) {
+            throw IOException("Cannot wait for SIGTERM, SIGINT and SIGHUP", errno);
+        }
+        if (signal == SIGHUP) {
+            LogInternal(Logger::sDefaultLogger, 5,
+                        "SIGHUP is ignored: settings are read at the start; restart the daemon to "
+                        "apply a change");
+        } else if (signal > 0) {
+            return;
         }
         if (isWatched) {
             serviceManager.FeedWatchdog();

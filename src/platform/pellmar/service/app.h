@@ -33,8 +33,9 @@ class App {
     // While no other thread asks for the scheduler.
     void UseScheduler(System::Scheduler* scheduler) { replacement = scheduler; }
     // Blocks until SIGTERM or SIGINT arrives (one that arrived since InitApp ends it at once).
-    // Tells the service manager READY=1 on entry and STOPPING=1 at the end, and feeds its watchdog.
-    // Main thread. Throws IOException when waiting for signals fails.
+    // SIGHUP is logged and changes nothing. Tells the service manager READY=1 on entry and
+    // STOPPING=1 at the end, and feeds its watchdog. Main thread. Throws IOException when waiting
+    // for signals fails.
     void Run();
 
   private:
@@ -52,9 +53,9 @@ class App {
 // Registers the identity; before InitApp.
 void SetAppInfo(const AppInfo& info);
 
-// Makes the framework ready: blocks SIGTERM and SIGINT for Run, ignores SIGPIPE, sets the log level
-// (key "log/level" of the framework's own entry, overridden by SENTREL_LOG_LEVEL). Starts no
-// thread. Main thread, once. Throws a std::exception.
+// Makes the framework ready: blocks SIGTERM, SIGINT and SIGHUP for Run, ignores SIGPIPE, sets the
+// log level (key "log/level" of the framework's own entry, overridden by SENTREL_LOG_LEVEL). Starts
+// no thread. Main thread, once. Throws a std::exception.
 void InitApp(const Ref<Config>& config);
 
 App& GetApp();
