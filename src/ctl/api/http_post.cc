@@ -165,6 +165,9 @@ HttpAnswer ReadAnswer(const Connection& connection) {
     while (!parser.is_done()) {
         const std::size_t size = connection.Read(block->data(), block->size());
         if (size == 0) {
+            if (!parser.got_some() && received.empty()) {
+                throw HttpFailure("the server closed the connection without an answer");
+            }
             boost::beast::error_code error;
             parser.put_eof(error);
             if (error || !parser.is_done()) {

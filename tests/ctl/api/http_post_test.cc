@@ -59,6 +59,7 @@ TEST(HttpPost, RefusesWhatIsNotAWholeAnswer) {
         const char* answer;
         const char* reason;
     } rows[] = {
+        {"", "the server closed the connection without an answer"},
         {"HTTP/1.1 200 OK\r\nContent-", "the connection was closed before the answer was there"},
         {"HTTP/1.1 200 OK\r\nContent-Length: 4\r\n\r\nha",
          "the connection was closed before the answer was there"},
