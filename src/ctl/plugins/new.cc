@@ -6,8 +6,8 @@
 #include "ctl/plugins/template.h"
 #include "ctl/reports/name_conflicts.h"
 #include "ctl/show/failure.h"
+#include "platform/sys/atomic_file.h"
 #include "platform/sys/host_root.h"
-#include "platform/sys/owned_fd.h"
 #include "store/report_name.h"
 
 #include <algorithm>
@@ -20,7 +20,6 @@
 #include <utility>
 #include <vector>
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -123,35 +122,30 @@ std::vector<NewFile> NewFiles(const std::string& name, const GivenOptions& optio
     return {std::move(program), std::move(entry)};
 }
 
-void RefuseExisting(const std::vector<NewFile>& files) {
-    for (const NewFile& file : files) {
-        struct stat status{};
-        if (::lstat(file.path.c_str(), &status) == 0) {
-            throw Failure(file.path + " is there already, and is not overwritten",
-                          "choose another name, or remove it");
-        }
-    }
-}
-
 [[noreturn]] void ThrowUnwritable(const std::string& path, int errorNumber) {
+    if (errorNumber == EEXIST) {
+        throw Failure(path + " is there already, and is not overwritten",
+                      "choose another name, or remove it");
+    }
     throw Failure(path + " cannot be written", errorNumber,
                   "run this as a user who may, or choose a place with --directory");
 }
 
-// A new file: what another made meanwhile stays.
-void Write(const NewFile& file) {
-    const Sys::OwnedFd opened(
-        ::open(file.path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR));
-    if (!opened.IsOpen()) {
-        ThrowUnwritable(file.path, errno);
+void RefuseExisting(const std::vector<NewFile>& files) {
+    for (const NewFile& file : files) {
+        struct stat status{};
+        if (::lstat(file.path.c_str(), &status) == 0) {
+            ThrowUnwritable(file.path, EEXIST);
+        }
     }
-    // Whatever the umask: the daemon is another user.
-    if (::write(opened.Get(), file.text.data(), file.text.size()) !=
-            static_cast<ssize_t>(file.text.size()) ||
-        ::fchmod(opened.Get(), file.mode) != 0) {
-        const int errorNumber = errno;
-        (void)::unlink(file.path.c_str());  // the failure that counts is told below
-        ThrowUnwritable(file.path, errorNumber);
+}
+
+// What another made meanwhile stays.
+void Write(const NewFile& file) {
+    try {
+        Sys::CreateFile(file.path, file.text, file.mode);
+    } catch (const std::system_error& error) {
+        ThrowUnwritable(file.path, error.code().value());
     }
 }
 

@@ -25,7 +25,8 @@ std::string DirectoryOf(const std::string& path) {
     return directory.empty() ? "." : directory;
 }
 
-// A file of mode 0600 beside the one that it is to replace; removed unless it was moved there.
+// A file of mode 0600 beside the one that it is to become; its own name is removed unless it was
+// moved there.
 class TemporaryFile {
   public:
     explicit TemporaryFile(const std::string& target)
@@ -42,7 +43,7 @@ class TemporaryFile {
     TemporaryFile(const TemporaryFile&) = delete;
     TemporaryFile& operator=(const TemporaryFile&) = delete;
 
-    void Write(std::string_view bytes) const {
+    void Write(std::string_view bytes, mode_t mode) const {
         while (!bytes.empty()) {
             const ssize_t count = write(file.Get(), bytes.data(), bytes.size());
             if (count < 0 && errno != EINTR) {
@@ -50,14 +51,23 @@ class TemporaryFile {
             }
             bytes.remove_prefix(count > 0 ? static_cast<std::size_t>(count) : 0);
         }
+        if (fchmod(file.Get(), mode) != 0 || fsync(file.Get()) != 0) {
+            ThrowError(errno, target);
+        }
     }
 
-    void MoveToTarget(mode_t mode) {
-        if (fchmod(file.Get(), mode) != 0 || fsync(file.Get()) != 0 ||
-            std::rename(path.c_str(), target.c_str()) != 0) {
+    void MoveToTarget() {
+        if (std::rename(path.c_str(), target.c_str()) != 0) {
             ThrowError(errno, target);
         }
         path.clear();
+    }
+
+    // Unlike a rename, a link replaces nothing.
+    void LinkToTarget() const {
+        if (link(path.c_str(), target.c_str()) != 0) {
+            ThrowError(errno, target);
+        }
     }
 
   private:
@@ -77,8 +87,17 @@ void SyncDirectory(const std::string& path) {
 
 void ReplaceFile(const std::string& path, std::string_view bytes, mode_t mode) {
     TemporaryFile file(path);
-    file.Write(bytes);
-    file.MoveToTarget(mode);
+    file.Write(bytes, mode);
+    file.MoveToTarget();
+    SyncDirectory(DirectoryOf(path));
+}
+
+void CreateFile(const std::string& path, std::string_view bytes, mode_t mode) {
+    {
+        const TemporaryFile file(path);
+        file.Write(bytes, mode);
+        file.LinkToTarget();
+    }
     SyncDirectory(DirectoryOf(path));
 }
 
