@@ -35,7 +35,7 @@ std::optional<Document> ReadDocument(std::string_view text, std::string& problem
     const std::string place = error.line == 0 ? ""
                                               : "line " + std::to_string(error.line) + ", column " +
                                                     std::to_string(error.column) + ": ";
-    problem = place + error.reason;
+    problem = place + error.Text();
     return std::nullopt;
 }
 

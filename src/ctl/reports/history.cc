@@ -38,7 +38,7 @@ std::string WhyNotJson(const std::string& text, const std::string& libraryText) 
     }
     const Json::JsonError error = Json::Locate(text, *fault);
     return "it is no JSON: line " + std::to_string(error.line) + ", column " +
-           std::to_string(error.column) + ": " + error.reason;
+           std::to_string(error.column) + ": " + error.Text();
 }
 
 // The same rules as the daemon's, but each failure is told.

@@ -29,8 +29,13 @@ struct ParseOptions {
 struct JsonError {
     std::size_t line = 0;  // counted from 1; 0 when the text as a whole is refused
     std::size_t column =
-        0;               // characters (UTF-8 sequences) of that line, counted from 1; 0 as above
-    std::string reason;  // one short line without control characters
+        0;  // characters (UTF-8 sequences) of that line, counted from 1; 0 as above
+    // One short line each, without control characters.
+    std::string reason = {};
+    std::string advice = {};  // what to write instead; often empty
+
+    // "reason; advice", or the reason alone.
+    std::string Text() const { return advice.empty() ? reason : reason + "; " + advice; }
 };
 
 // Parses `text` (RFC 8259; a UTF-8 byte order mark before it is skipped) into `document`. Refused

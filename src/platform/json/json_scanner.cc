@@ -23,7 +23,7 @@ class Scanner {
 
     std::optional<Fault> Run() {
         if (const std::size_t nul = text.find('\0'); nul != std::string_view::npos) {
-            return Fault{nul, "a NUL byte; the text must be JSON in UTF-8"};
+            return Fault{nul, "a NUL byte", "the text must be JSON in UTF-8"};
         }
         SkipByteOrderMark();
         while (SkipBlanks()) {
@@ -187,14 +187,11 @@ class Scanner {
     }
 
     bool RefuseUnexpected() {
-        std::string reason = "expected " + Wanted() + ", found " + DescribeToken(text, offset);
         const bool endsAfterComma =
             (expect == Expect::Name && text[offset] == '}') ||
             (expect == Expect::Value && depth > 0 && Closing() == ']' && text[offset] == ']');
-        if (endsAfterComma) {
-            reason += "; remove the comma before it";
-        }
-        return Refuse(offset, std::move(reason));
+        return Refuse(offset, "expected " + Wanted() + ", found " + DescribeToken(text, offset),
+                      endsAfterComma ? "remove the comma before it" : "");
     }
 
     bool Accept(std::optional<Fault> problem) {
@@ -202,8 +199,8 @@ class Scanner {
         return !fault;
     }
 
-    bool Refuse(std::size_t where, std::string reason) {
-        fault = Fault{where, std::move(reason)};
+    bool Refuse(std::size_t where, std::string reason, const char* advice = "") {
+        fault = Fault{where, std::move(reason), advice};
         return false;
     }
 
@@ -230,7 +227,8 @@ JsonError Locate(std::string_view text, Fault fault) {
     const auto lines = std::count(before.begin(), before.end(), '\n');
     const auto continuations = std::count_if(line.begin(), line.end(), Sys::IsUtf8Continuation);
     return {static_cast<std::size_t>(lines) + 1,
-            line.size() - static_cast<std::size_t>(continuations) + 1, std::move(fault.reason)};
+            line.size() - static_cast<std::size_t>(continuations) + 1, std::move(fault.reason),
+            std::move(fault.advice)};
 }
 
 std::optional<std::size_t> FindExcessDepth(std::string_view text) {

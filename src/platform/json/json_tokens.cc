@@ -56,9 +56,8 @@ std::optional<Fault> TakeEscape(std::string_view text, std::size_t& offset) {
         }
     }
     if (isHigh || (*unit >= 0xDC00 && *unit <= 0xDFFF)) {
-        return Fault{offset,
-                     "half of a surrogate pair; '\\uD800' to '\\uDBFF' must be followed by "
-                     "'\\uDC00' to '\\uDFFF'"};
+        return Fault{offset, "half of a surrogate pair",
+                     "'\\uD800' to '\\uDBFF' must be followed by '\\uDC00' to '\\uDFFF'"};
     }
     offset += kLength;
     return std::nullopt;
@@ -72,13 +71,11 @@ std::string DescribeByte(char byte) {
 
 std::optional<Fault> ControlFault(std::size_t offset, char byte) {
     if (byte == '\n' || byte == '\r') {
-        return Fault{offset,
-                     "a line break inside a string; close the string with '\"', or write "
-                     "'\\n' for a break"};
+        return Fault{offset, "a line break inside a string",
+                     "close the string with '\"', or write '\\n' for a break"};
     }
-    return Fault{offset, DescribeByte(byte) +
-                             " inside a string; write control characters as "
-                             "'\\u00' and two hexadecimal digits"};
+    return Fault{offset, DescribeByte(byte) + " inside a string",
+                 "write control characters as '\\u00' and two hexadecimal digits"};
 }
 
 void SkipDigits(std::string_view text, std::size_t& offset) {

@@ -13,6 +13,7 @@ namespace Json {
 struct Fault {
     std::size_t offset = 0;  // of the byte at fault, at most the text's size
     std::string reason;
+    std::string advice = {};  // what to write instead; often empty
 };
 
 // Each call starts at the token's first byte and moves `offset` behind the token. On a fault, which

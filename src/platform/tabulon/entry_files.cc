@@ -89,7 +89,8 @@ nlohmann::json ParseEntryText(const std::string& path, std::string_view text) {
     if (!Json::Parse(text, {kMaxFileBytes, Json::Comments::Allowed, Json::Root::Object}, document,
                      error)) {
         throw Pellmar::Exception(path + ":" + std::to_string(error.line) + ":" +
-                                 std::to_string(error.column) + ": " + error.reason);
+                                     std::to_string(error.column) + ": " + error.reason,
+                                 error.advice);
     }
     return document;
 }

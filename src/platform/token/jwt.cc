@@ -61,7 +61,7 @@ bool DecodeObject(std::string_view part, const char* name, json& object, std::st
                                           Json::Root::Object, Json::EqualNames::Refused};
     Json::JsonError error;
     if (!Json::Parse(text, kOptions, object, error)) {
-        reason = std::string("its ") + name + " is not accepted as JSON: " + error.reason;
+        reason = std::string("its ") + name + " is not accepted as JSON: " + error.Text();
         return false;
     }
     return true;

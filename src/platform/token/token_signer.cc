@@ -188,7 +188,7 @@ SigningKey SigningKey::Load(const std::string& path) {
         json document;
         Json::JsonError error;
         if (!Json::Parse(*text, kOptions, document, error)) {
-            throw Pellmar::Exception("is no JSON object: " + error.reason);
+            throw Pellmar::Exception("is no JSON object: " + error.Text());
         }
         return SigningKey(document.dump());
     } catch (const Pellmar::NotFoundException&) {

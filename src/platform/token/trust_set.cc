@@ -45,7 +45,8 @@ TrustedKeys ParseTrustSet(std::string_view text) {
     Json::JsonError error;
     if (!Json::Parse(text, kOptions, document, error)) {
         throw Pellmar::Exception("is no JWK Set: line " + std::to_string(error.line) + ", column " +
-                                 std::to_string(error.column) + ": " + error.reason);
+                                     std::to_string(error.column) + ": " + error.reason,
+                                 error.advice);
     }
     const auto list = document.find("keys");
     if (list == document.end() || !list->is_array()) {

@@ -21,7 +21,7 @@ constexpr ParseOptions kWithComments{kMaxBytes, Comments::Allowed};
 constexpr ParseOptions kObjectOnly{kMaxBytes, Comments::Refused, Root::Object};
 
 std::string Describe(const JsonError& error) {
-    return std::to_string(error.line) + ":" + std::to_string(error.column) + ": " + error.reason;
+    return std::to_string(error.line) + ":" + std::to_string(error.column) + ": " + error.Text();
 }
 
 // "ok", or the error as "LINE:COLUMN: REASON".

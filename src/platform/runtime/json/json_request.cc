@@ -113,7 +113,7 @@ std::variant<JsonRequest, JsonRequestError> JsonApiRequestDeserializer::Deserial
             ::Json::FindFault(document, ::Json::Comments::Refused, ::Json::Root::AnyValue)) {
         const ::Json::JsonError error = ::Json::Locate(document, std::move(*fault));
         return Refuse("null", kParseError, "quon.request.not.json",
-                      {std::to_string(error.line), std::to_string(error.column), error.reason});
+                      {std::to_string(error.line), std::to_string(error.column), error.Text()});
     }
     if (document[document.find_first_not_of(kBlanksAndMark)] != '{') {
         return Refuse("null", kInvalidRequest, "quon.request.not.an.object");

@@ -11,9 +11,9 @@ namespace {
 
 std::string Describe(const Json::JsonError& error) {
     if (error.line == 0) {
-        return error.reason;
+        return error.Text();
     }
-    return error.reason + " (line " + std::to_string(error.line) + ", column " +
+    return error.Text() + " (line " + std::to_string(error.line) + ", column " +
            std::to_string(error.column) + ")";
 }
 
