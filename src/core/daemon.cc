@@ -4,6 +4,7 @@
 
 #include "core/settings/settings.h"
 #include "platform/kernel/groups/groups.h"
+#include "platform/kernel/spawn/sandbox.h"
 #include "platform/pellmar/log/logger.h"
 #include "platform/pellmar/service/app.h"
 #include "plugins/plugin.h"
@@ -40,6 +41,7 @@ void Daemon::Start(const std::string& reportDirectory) {
     PluginLauncher::GetInstance()->Start();
     // The first launch is half a minute away; what to reserve is known now.
     Kernel::PrepareGroups(kPluginGroupPath, static_cast<unsigned>(Plugin::sResourcePoolSizeMB));
+    Kernel::ProtectFromPlugins();
     ioService = std::make_unique<boost::asio::io_context>();
     apiEndpoint = Pellmar::MakeRef<HealthApi::Endpoint>(kApiPort, *ioService);
     apiEndpoint->Start(reportDirectory);

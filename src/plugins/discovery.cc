@@ -59,6 +59,7 @@ bool LoadPluginConfig(PluginEntry& entry, const Ref<Logger>& logger) {
         } else {
             LogMissingKey(logger, info.name, "log_level");
         }
+        (void)reader->GetBool("sandbox", info.sandbox);  // confined unless told
         if (!reader->GetBool("enabled", info.enabled)) {
             LogMissingKey(logger, info.name, "enabled");
             return true;

@@ -10,6 +10,8 @@
 #include <string>
 #include <system_error>
 
+#include <unistd.h>
+
 namespace Sentrel {
 
 using Pellmar::Ref;
@@ -25,11 +27,14 @@ Kernel::SpawnResult Spawn(const Plugin& plugin, std::int32_t& pid) {
     char* environment[] = {nullptr};
     Kernel::SpawnRecord record;
     record.pidAddress = reinterpret_cast<std::uintptr_t>(&pid);
-    return Kernel::Spawn(plugin.GetArgv()[0], plugin.GetArgv(), environment, -1,
-                         kDescriptors.data(), &record);
+    return Kernel::Spawn(
+        plugin.GetArgv()[0], plugin.GetArgv(), environment, -1, kDescriptors.data(), &record,
+        IsSandboxed(plugin.GetInfo()) ? Kernel::Confinement::Sandbox : Kernel::Confinement::None);
 }
 
 }  // namespace
+
+bool IsSandboxed(const PluginInfo& info) { return info.sandbox && ::geteuid() != 0; }
 
 Launch LaunchPlugin(const Plugin& plugin, const Ref<Logger>& logger) {
     const std::string commandLine = FormatCommandLine(plugin);

@@ -21,8 +21,13 @@ struct Launch {
     int error = 0;         // of a failed one: an error number
 };
 
+// Whether a plugin runs in the sandbox when this process launches it: it would have the same user,
+// which is not root, and its entry does not lift it.
+bool IsSandboxed(const PluginInfo& info);
+
 // Checks the resource group and starts the plugin in it, with the descriptors 0 to 2 of this
-// process. `logger` is told each step, and why there is none further. Any thread.
+// process, in the sandbox if IsSandboxed says so. `logger` is told each step, and why there is none
+// further. Any thread.
 Launch LaunchPlugin(const Plugin& plugin, const Pellmar::Ref<Pellmar::Service::Logger>& logger);
 
 }  // namespace Sentrel

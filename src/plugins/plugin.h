@@ -18,6 +18,7 @@ struct PluginInfo {
     std::string logLevel;         // one of "debug" to "critical", or empty
     std::string name;             // key in the configuration store, label in messages
     std::string path;             // the executable, without the host root
+    bool sandbox = true;          // whether it is confined where the daemon is not root
 };
 
 // Immutable after construction; any thread may read.

@@ -2,6 +2,7 @@
 #include "plugins/discovery.h"
 
 #include "plugin_host.h"
+#include "plugins/launch.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -12,6 +13,8 @@
 #include <string_view>
 #include <utility>
 #include <vector>
+
+#include <unistd.h>
 
 namespace {
 
@@ -63,6 +66,35 @@ std::string LinesAbout(const std::string& name, const std::string& entry, const 
         }
     }
     return about;
+}
+
+TEST(Discovery, LiftsTheSandboxWhereTheEntrySaysSo) {
+    const PluginHost host;
+    const std::pair<const char*, bool> rows[] = {{R"({})", true},
+                                                 {R"({"sandbox": true})", true},
+                                                 {R"({"sandbox": "false"})", true},
+                                                 {R"({"sandbox": false})", false}};
+    host.AddScript("probe", "exit 0");
+    for (const auto& [entry, expected] : rows) {
+        host.Configure("probe", entry);
+        const ::Test::CapturedLog log;
+        Sentrel::PluginInfo info;
+        Sentrel::ExaminePlugins(Pellmar::Service::Logger::sDefaultLogger,
+                                [&info](const Sentrel::PluginEntry& found) { info = found.info; });
+        EXPECT_EQ(info.sandbox, expected) << entry;
+    }
+}
+
+TEST(Discovery, LeavesPluginsOfRootWithoutASandbox) {
+    const auto isSandboxedAsNobody = [](bool sandbox) {
+        (void)::setuid(65534);  // already another user than root if it fails
+        Sentrel::PluginInfo info;
+        info.sandbox = sandbox;
+        return Sentrel::IsSandboxed(info) ? 0 : 1;
+    };
+    EXPECT_EXIT(::_exit(isSandboxedAsNobody(true)), testing::ExitedWithCode(0), "");
+    EXPECT_EXIT(::_exit(isSandboxedAsNobody(false)), testing::ExitedWithCode(1), "");
+    EXPECT_EQ(Sentrel::IsSandboxed({}), ::geteuid() != 0);
 }
 
 TEST(Discovery, SaysWhatTheStoreSaysOfAPlugin) {

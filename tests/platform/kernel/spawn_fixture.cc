@@ -74,7 +74,7 @@ void EmbeddedTest::SetUp() {
 
 void EmbeddedTest::TearDown() { Kernel::UseGroups(nullptr); }
 
-Spawned SpawnProgram(const std::vector<std::string>& argv) {
+Spawned SpawnProgram(const std::vector<std::string>& argv, Kernel::Confinement confinement) {
     std::vector<std::string> copies = argv;
     std::vector<char*> pointers;
     for (std::string& argument : copies) {
@@ -86,7 +86,7 @@ Spawned SpawnProgram(const std::vector<std::string>& argv) {
     Spawned spawned;
     const Kernel::SpawnRecord record{.pidAddress = reinterpret_cast<std::uint64_t>(&spawned.pid)};
     spawned.result = Kernel::Spawn(argv[0].c_str(), pointers.data(), environment.data(), -1,
-                                   descriptors.data(), &record);
+                                   descriptors.data(), &record, confinement);
     return spawned;
 }
 
@@ -94,12 +94,12 @@ std::vector<std::string> ShellCommand(const std::string& script) {
     return {"/bin/sh", "-c", script, kGroupArgument};
 }
 
-std::string OutputOf(const std::string& script) {
+std::string OutputOf(const std::string& script, Kernel::Confinement confinement) {
     Pipe pipe;
     const Sys::OwnedFd previous(::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3));
     (void)::dup2(pipe.writing.Get(), STDOUT_FILENO);
     pipe.writing.Reset();
-    const Spawned spawned = SpawnProgram(ShellCommand(script));
+    const Spawned spawned = SpawnProgram(ShellCommand(script), confinement);
     (void)::dup2(previous.Get(), STDOUT_FILENO);
     EXPECT_EQ(spawned.result.status, 0);
     return ReadToEnd(pipe.reading.Get());

@@ -60,14 +60,16 @@ struct Spawned {
 };
 
 // The spawn call as the launcher makes it.
-Spawned SpawnProgram(const std::vector<std::string>& argv);
+Spawned SpawnProgram(const std::vector<std::string>& argv,
+                     Kernel::Confinement confinement = Kernel::Confinement::None);
 
 // The command line that runs `script` in the group.
 std::vector<std::string> ShellCommand(const std::string& script);
 
 // What a spawned `script` writes to standard output until it, and all that it has started, closed
 // that.
-std::string OutputOf(const std::string& script);
+std::string OutputOf(const std::string& script,
+                     Kernel::Confinement confinement = Kernel::Confinement::None);
 
 // What `question` answers in a child process of the test, where it may change what it likes.
 std::string AnswerOfChild(const std::function<std::string()>& question);

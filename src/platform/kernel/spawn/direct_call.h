@@ -1,8 +1,8 @@
 // System calls without the C library, for code that shares its memory and thread-local storage with
 // another thread, and the clone that starts such code; one version for each kind of processor.
 //
-//    x86-64    number in rax, arguments in rdi, rsi, rdx and r10, result in rax; rcx, r11 are lost
-//    aarch64   number in x8, arguments in x0 to x3, result in x0
+//    x86-64    number in rax, arguments in rdi, rsi, rdx, r10 and r8, result in rax; rcx, r11 are
+//    lost aarch64   number in x8, arguments in x0 to x4, result in x0
 #pragma once
 
 #include <linux/sched.h>
@@ -23,12 +23,13 @@ namespace Kernel {
 #if defined(__x86_64__)
 
 UNINSTRUMENTED inline long SystemCall(long number, long first, long second = 0, long third = 0,
-                                      long fourth = 0) {
+                                      long fourth = 0, long fifth = 0) {
     long result = 0;
     register long r10 asm("r10") = fourth;
+    register long r8 asm("r8") = fifth;
     asm volatile("syscall"
                  : "=a"(result)
-                 : "a"(number), "D"(first), "S"(second), "d"(third), "r"(r10)
+                 : "a"(number), "D"(first), "S"(second), "d"(third), "r"(r10), "r"(r8)
                  : "rcx", "r11", "memory");
     return result;
 }
@@ -55,17 +56,18 @@ UNINSTRUMENTED inline long CloneAndRun(clone_args& arguments, void (*run)(const 
 // The barrier orders what was written before the call against what the kernel writes in it, such as
 // the word that CLONE_CHILD_CLEARTID clears: this processor may reorder the two.
 UNINSTRUMENTED inline long SystemCall(long number, long first, long second = 0, long third = 0,
-                                      long fourth = 0) {
+                                      long fourth = 0, long fifth = 0) {
     register long x8 asm("x8") = number;
     register long x0 asm("x0") = first;
     register long x1 asm("x1") = second;
     register long x2 asm("x2") = third;
     register long x3 asm("x3") = fourth;
+    register long x4 asm("x4") = fifth;
     asm volatile(
         "dmb ish\n\t"
         "svc #0"
         : "+r"(x0)
-        : "r"(x8), "r"(x1), "r"(x2), "r"(x3)
+        : "r"(x8), "r"(x1), "r"(x2), "r"(x3), "r"(x4)
         : "memory");
     return x0;
 }

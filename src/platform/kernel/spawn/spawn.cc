@@ -2,20 +2,25 @@
 
 #include "platform/kernel/groups/groups.h"
 #include "platform/kernel/spawn/process_table.h"
+#include "platform/kernel/spawn/sandbox.h"
 #include "platform/kernel/spawn/spawn_child.h"
 #include "platform/sys/host_root.h"
 #include "platform/sys/pid_fd.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <new>
 #include <string>
 #include <string_view>
 #include <utility>
 
+#include <fcntl.h>
 #include <signal.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 namespace Kernel {
 
@@ -98,6 +103,20 @@ long CloneIntoGroup(const std::string& groupPath, ChildPlan& plan, Sys::PidFd& p
     return error == 0 ? clone() : -error;
 }
 
+// Only now, since before the exec the score would be the daemon's, whose memory the child shares.
+// A failure leaves the process as likely a victim as the daemon.
+void RaiseOomScore(pid_t pid, const Sys::PidFd& process) {
+    const std::string path = "/proc/" + std::to_string(pid) + "/oom_score_adj";
+    const Sys::OwnedFd file(::open(path.c_str(), O_RDWR | O_CLOEXEC));
+    std::array<char, 16> text{};
+    if (process.HasEnded() || ::read(file.Get(), text.data(), text.size() - 1) <= 0 ||
+        std::atoi(text.data()) >= kOomScoreAdjust) {
+        return;  // what the number stands for may be another process, or one that is raised
+    }
+    const std::string score = std::to_string(kOomScoreAdjust);
+    (void)!::pwrite(file.Get(), score.data(), score.size(), 0);
+}
+
 // Gives 0 and the pid, or an error number.
 int Start(const std::string& groupPath, ChildPlan& plan, pid_t& pid) {
     ProcessTable::Spawned().DropEnded();
@@ -114,6 +133,7 @@ int Start(const std::string& groupPath, ChildPlan& plan, pid_t& pid) {
         return plan.error;
     }
     pid = static_cast<pid_t>(result);
+    RaiseOomScore(pid, process);
     ProcessTable::Spawned().Add(pid, std::move(process), groupId);
     return 0;
 }
@@ -124,7 +144,7 @@ SpawnResult Failed(int error) { return {StatusOfError(error), -error}; }
 
 SpawnResult Spawn(const char* path, char* const argv[], char* const environment[],
                   std::int32_t reserved, const std::int32_t descriptors[],
-                  const SpawnRecord* record) {
+                  const SpawnRecord* record, Confinement confinement) {
     if (const int error = CheckArguments(path, argv, environment, reserved, descriptors, record);
         error != 0) {
         return Failed(error);
@@ -136,6 +156,14 @@ SpawnResult Spawn(const char* path, char* const argv[], char* const environment[
         }
         const std::string hostPath = Sys::HostPath(path);
         ChildPlan plan{.path = hostPath.c_str(), .argv = argv, .environment = environment};
+        Sys::OwnedFd ruleset;
+        if (confinement == Confinement::Sandbox) {
+            if (const int error = CreateSandboxRuleset(ruleset); error != 0) {
+                return Failed(error);
+            }
+            plan.isSandboxed = true;
+            plan.ruleset = ruleset.Get();
+        }
         pid_t pid = 0;
         if (const int error = Start(groupPath, plan, pid); error != 0) {
             return Failed(error);

@@ -20,6 +20,10 @@ struct ChildPlan {
     char* const* argv = nullptr;
     char* const* environment = nullptr;
     std::chrono::milliseconds patience = kLaunchPatience;
+    // Whether the program starts with no_new_privs and, if `ruleset` is a descriptor, under that
+    // Landlock ruleset.
+    bool isSandboxed = false;
+    int ruleset = -1;
     // The error number of the call that failed; EBUSY when the child's cgroup is frozen, ETIMEDOUT
     // when it has not executed the program before `patience` was over. 0 when the program runs.
     int error = 0;
