@@ -2,8 +2,8 @@
 // real daemon for what is posted.
 #include "ctl/reports/check.h"
 #include "ctl/reports/name_conflicts.h"
-#include "ctl/tool_host.h"
 #include "support/plugin_process.h"
+#include "support/tool_host.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -14,7 +14,7 @@
 #include <string>
 #include <vector>
 
-namespace CtlTest {
+namespace Test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -30,7 +30,7 @@ class PluginCommands : public ToolHost {
     }
     void AddPlugin(const std::string& name, const std::string& text, const std::string& entry,
                    fs::perms mode = fs::perms(0755)) const {
-        ::Test::WriteFile(PathOf(name), text);
+        WriteFile(PathOf(name), text);
         fs::permissions(PathOf(name), mode);
         host.WriteStoreEntry(name, entry);
     }
@@ -116,9 +116,9 @@ TEST_F(PluginCommands, CheckFollowsLinksAndReadsReports) {
         host.WriteStoreEntry(name, R"({"frequency": "fast"})");
     }
     AddPlugin("cpu", kScript, R"({"frequency": "fast"})");
-    ::Test::WriteFile(ReportDirectory() + "/cpu-0.json",
-                      R"({"structured": {"name": "cpu", "time": "2024-03-05T14:07:09"},)"
-                      R"("unstructured": {}})");
+    WriteFile(ReportDirectory() + "/cpu-0.json",
+              R"({"structured": {"name": "cpu", "time": "2024-03-05T14:07:09"},)"
+              R"("unstructured": {}})");
     fs::create_symlink(ReportDirectory() + "/cpu-0.json", ReportDirectory() + "/cpu.json");
     const ToolResult result = Run({"plugin", "check"});
     EXPECT_EQ(result.status, 1);
@@ -147,11 +147,11 @@ TEST_F(PluginCommands, NewPluginsWorkAsTheyAre) {
             ASSERT_EQ(std::system(compile.c_str()), 0);
         }
         EXPECT_EQ(Run({"plugin", "check", program}).status, 0);
-        const ::Test::PluginHost plugin(program, name);
-        ::Test::PluginProcess run(plugin, plugin.CommandLine(9996));
+        const PluginHost plugin(program, name);
+        PluginProcess run(plugin, plugin.CommandLine(9996));
         EXPECT_EQ(run.WaitForEnd(), 0);
         EXPECT_EQ(run.StandardError(), "");
-        const std::string report = ::Test::ReadFile(ReportDirectory() + "/" + name + ".json");
+        const std::string report = ReadFile(ReportDirectory() + "/" + name + ".json");
         EXPECT_THAT(Ctl::FindProblems(report, name), testing::IsEmpty()) << report;
         EXPECT_EQ(Json::parse(report)["structured"]["status"], 0) << report;
         EXPECT_TRUE(Json::parse(report)["unstructured"]["metrics"].contains("used")) << report;
@@ -183,4 +183,4 @@ TEST(NameConflicts, ArePairsThatShareFiles) {
 }
 
 }  // namespace
-}  // namespace CtlTest
+}  // namespace Test

@@ -1,13 +1,13 @@
-#include "ctl/tool_host.h"
+#include "support/tool_host.h"
 
 #include "support/network_namespace.h"
 
 #include <filesystem>
 #include <stdexcept>
 
-namespace CtlTest {
+namespace Test {
 
-void ToolHost::SetUpTestSuite() { ::Test::EnterNetworkNamespace(); }
+void ToolHost::SetUpTestSuite() { EnterNetworkNamespace(); }
 
 ToolHost::ToolHost() {
     const std::filesystem::path metadata =
@@ -22,7 +22,7 @@ std::string ToolHost::ReportDirectory() const {
 }
 
 void ToolHost::StartDaemon() {
-    ::Test::DaemonOptions options;
+    DaemonOptions options;
     options.program = SENTREL_DAEMON_PATH;
     options.arguments = {"-r", ReportDirectory()};
     options.root = host.Root();
@@ -48,8 +48,8 @@ std::string ToolHost::TokenFile(const std::string& name,
                                 std::vector<std::string> issueOptions) const {
     issueOptions.insert(issueOptions.begin(), {"token", "issue", "--subject", name});
     std::string path = host.Base() + name;
-    ::Test::WriteFile(path, OutputOf(issueOptions));
+    WriteFile(path, OutputOf(issueOptions));
     return path;
 }
 
-}  // namespace CtlTest
+}  // namespace Test

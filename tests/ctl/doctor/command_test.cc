@@ -1,10 +1,10 @@
 // "doctor" and what it finds things out with, on a healthy host and on one with a dozen faults.
 #include "ctl/host/listening_sockets.h"
 #include "ctl/host/process_stat.h"
-#include "ctl/tool_host.h"
 #include "platform/sys/owned_fd.h"
 #include "support/cgroup_root.h"
 #include "support/http_client.h"
+#include "support/tool_host.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -20,7 +20,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-namespace CtlTest {
+namespace Test {
 namespace {
 
 using Json = nlohmann::json;
@@ -38,7 +38,7 @@ class DoctorCommand : public ToolHost {
                   0);
     }
     void Start() {
-        ::Test::DaemonOptions options;
+        DaemonOptions options;
         options.program = SENTREL_DAEMON_PATH;
         options.arguments = {"-r", ReportDirectory()};
         options.root = host.Root();
@@ -48,7 +48,7 @@ class DoctorCommand : public ToolHost {
     }
     std::string Group() const { return group.Path() + "/host/pax/kolbern/sentrel-plugins"; }
 
-    const ::Test::CgroupRoot group;
+    const CgroupRoot group;
 };
 
 // Whether one of the findings is so; all of them are shown when none is.
@@ -66,8 +66,8 @@ void ExpectFinding(const Json& findings, const std::string& severity, const std:
 
 TEST_F(DoctorCommand, FindsNoFaultOnAHealthyHost) {
     Start();
-    ::Test::HttpClient client;
-    EXPECT_EQ(client.Post("/my.check", ::Test::ReportDocument("my.check")), 200);
+    HttpClient client;
+    EXPECT_EQ(client.Post("/my.check", ReportDocument("my.check")), 200);
     const ToolResult result = Run({"doctor", "--json"});
     EXPECT_EQ(result.status, 0) << result.error;
     const Json answer = Json::parse(result.output);
@@ -92,23 +92,23 @@ TEST_F(DoctorCommand, TellsEachFaultOfABrokenHost) {
     const std::string reports = ReportDirectory();
     const std::string plugins = host.Root() + "/usr/lib/korvex/sentrel/plugins/bin";
     const std::string key = host.Root() + "/var/lib/korvex/oru/token/signing-key.json";
-    ::Test::HttpClient client;
+    HttpClient client;
     client.Post("/late", R"({"structured": {"name": "late", "time": "2099-01-01T00:00:00",
                             "status": 2}, "unstructured": {}})");
     client.Post("/bad", R"({"structured": {"name": "other"}, "unstructured": {}})");
-    ::Test::WriteFile(reports + "/stray", "");
+    WriteFile(reports + "/stray", "");
     std::filesystem::create_symlink("nowhere", reports + "/gone.json");
     std::filesystem::permissions(reports, std::filesystem::perms::all);
     host.WriteStoreEntry("ghost", R"({"enabled": true, "frequency": "fast", "log_level": "info"})");
     std::filesystem::create_symlink("nowhere", plugins + "/ghost");
     host.WriteStoreEntry("sentrel", R"({"http_port": "many"})");
     std::filesystem::permissions(key, std::filesystem::perms(0644));
-    ::Test::WriteFile(host.Root() + "/etc/korvex/oru/token/jwks.json", R"({"keys": [{"d": ""}]})");
+    WriteFile(host.Root() + "/etc/korvex/oru/token/jwks.json", R"({"keys": [{"d": ""}]})");
     std::filesystem::create_directories(host.Root() + "/var/log/korvex");
-    ::Test::WriteFile(host.Root() + "/var/log/korvex/audit.jsonl", "");
+    WriteFile(host.Root() + "/var/log/korvex/audit.jsonl", "");
     std::filesystem::permissions(host.Root() + "/var/log/korvex/audit.jsonl",
                                  std::filesystem::perms(0666));
-    ::Test::WriteFile(host.Root() + "/usr/lib/korvex/quon/observability_quon_metadata.json", "{");
+    WriteFile(host.Root() + "/usr/lib/korvex/quon/observability_quon_metadata.json", "{");
     std::ofstream(Group() + "/cgroup.freeze") << "1" << std::flush;
 
     const ToolResult result = Run({"doctor", "--json"});
@@ -211,4 +211,4 @@ TEST(ProcFiles, AreReadAsTheKernelWritesThem) {
 }
 
 }  // namespace
-}  // namespace CtlTest
+}  // namespace Test

@@ -1,4 +1,4 @@
-#include "ctl/tool_run.h"
+#include "support/tool_run.h"
 
 #include "platform/sys/owned_fd.h"
 
@@ -18,7 +18,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-namespace CtlTest {
+namespace Test {
 
 namespace {
 
@@ -109,4 +109,4 @@ void ExpectFailure(const ToolResult& result, const std::string& text) {
     EXPECT_EQ(std::count(result.error.begin(), result.error.end(), '\n'), 1) << result.error;
 }
 
-}  // namespace CtlTest
+}  // namespace Test

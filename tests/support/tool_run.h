@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-namespace CtlTest {
+namespace Test {
 
 enum class User {
     Own,
@@ -30,4 +30,4 @@ ToolResult RunToolInto(const std::string& outputPath, const std::vector<std::str
 // It ended with status 1, wrote no result and exactly one line that has `text` in it.
 void ExpectFailure(const ToolResult& result, const std::string& text);
 
-}  // namespace CtlTest
+}  // namespace Test

@@ -2,9 +2,9 @@
 // operator's tool run against it.
 #pragma once
 
-#include "ctl/tool_run.h"
 #include "support/daemon_process.h"
 #include "support/host_directory.h"
+#include "support/tool_run.h"
 
 #include <gtest/gtest.h>
 
@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-namespace CtlTest {
+namespace Test {
 
 class ToolHost : public testing::Test {
   protected:
@@ -30,8 +30,8 @@ class ToolHost : public testing::Test {
     std::string TokenFile(const std::string& name, std::vector<std::string> issueOptions) const;
     std::string ReportDirectory() const;
 
-    const ::Test::HostDirectory host;
-    std::optional<::Test::DaemonProcess> daemon;
+    const HostDirectory host;
+    std::optional<DaemonProcess> daemon;
 };
 
-}  // namespace CtlTest
+}  // namespace Test

@@ -1,7 +1,7 @@
 // "check" and "metrics" on a report directory, without a daemon.
-#include "ctl/tool_run.h"
 #include "support/host_directory.h"
 #include "support/stored_report.h"
+#include "support/tool_run.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -12,10 +12,9 @@
 
 #include <sys/stat.h>
 
-namespace CtlTest {
+namespace Test {
 namespace {
 
-using ::Test::ReportText;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::MatchesRegex;
@@ -33,10 +32,10 @@ class Monitoring : public testing::Test {
                                          R"("text":"no number","bad\"\\\n":-3}})"},
               ReportText{.name = "net", .status = 2, .unstructured = "[]"},
               ReportText{.name = "odd", .status = 3}}) {
-            (void)::Test::StoreReport(directory, report.name, report.Document());
+            (void)StoreReport(directory, report.name, report.Document());
         }
-        (void)::Test::StoreReport(directory, "broken", "{");
-        ::Test::WriteFile(host.Root() + "/usr/lib/korvex/sentrel/plugins/bin/late", "");
+        (void)StoreReport(directory, "broken", "{");
+        WriteFile(host.Root() + "/usr/lib/korvex/sentrel/plugins/bin/late", "");
         (void)host.WriteStoreEntry("late", "{}");
     }
 
@@ -45,7 +44,7 @@ class Monitoring : public testing::Test {
         return RunTool(arguments, {"SENTREL_ROOT=" + host.Root()});
     }
 
-    const ::Test::HostDirectory host;
+    const HostDirectory host;
     const std::filesystem::path directory = host.Root() + "/var/lib/korvex/sentrel/reports";
 };
 
@@ -120,11 +119,11 @@ TEST_F(Monitoring, MetricsAreOneTextForBothFormats) {
 
 TEST_F(Monitoring, TheTextFileIsReplacedAsAWhole) {
     const std::string file = host.Base() + "sentrel.prom";
-    ::Test::WriteFile(file, "before");
+    WriteFile(file, "before");
     const ToolResult result = Run({"metrics", "--textfile", file});
     EXPECT_EQ(result.status, 0) << result.error;
     EXPECT_EQ(result.output, "");
-    EXPECT_THAT(::Test::ReadFile(file), EndsWith("\n# EOF\n"));
+    EXPECT_THAT(ReadFile(file), EndsWith("\n# EOF\n"));
     struct stat status{};
     ASSERT_EQ(::stat(file.c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 0777U, 0644U);
@@ -134,4 +133,4 @@ TEST_F(Monitoring, TheTextFileIsReplacedAsAWhole) {
 }
 
 }  // namespace
-}  // namespace CtlTest
+}  // namespace Test

@@ -1,7 +1,7 @@
 // "audit" on logs that the test writes.
 #include "ctl/access/audit_reader.h"
-#include "ctl/tool_run.h"
 #include "support/host_directory.h"
+#include "support/tool_run.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -11,7 +11,7 @@
 #include <fstream>
 #include <string>
 
-namespace CtlTest {
+namespace Test {
 namespace {
 
 constexpr char kGood[] = R"({"time":"2026-01-01T00:00:00.000Z","eventID":"api.call",)"
@@ -30,7 +30,7 @@ class Audit : public testing::Test {
         return RunTool(arguments, {"SENTREL_ROOT=" + host.Root()});
     }
 
-    const ::Test::HostDirectory host;
+    const HostDirectory host;
     const std::filesystem::path log = host.Root() + "/var/log/korvex/audit.jsonl";
 };
 
@@ -70,4 +70,4 @@ TEST_F(Audit, FollowsTheLogWhereItGoes) {
 }
 
 }  // namespace
-}  // namespace CtlTest
+}  // namespace Test

@@ -1,6 +1,6 @@
 // The command line and the help of the real program: what is understood, and what each mistake is
 // told.
-#include "ctl/tool_run.h"
+#include "support/tool_run.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-namespace CtlTest {
+namespace Test {
 namespace {
 
 using testing::HasSubstr;
@@ -92,4 +92,4 @@ TEST(CommandLine, AResultThatCannotBeWrittenIsAFailure) {
 }
 
 }  // namespace
-}  // namespace CtlTest
+}  // namespace Test

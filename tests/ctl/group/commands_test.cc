@@ -1,8 +1,8 @@
 // The commands "group ..." by the real program, in a cgroup root of the test's own.
-#include "ctl/tool_run.h"
 #include "platform/kernel/groups/cgroup_location.h"
 #include "support/cgroup_root.h"
 #include "support/host_directory.h"
+#include "support/tool_run.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -21,7 +21,7 @@
 #include <sys/xattr.h>
 #include <unistd.h>
 
-namespace CtlTest {
+namespace Test {
 namespace {
 
 using testing::EndsWith;
@@ -53,8 +53,8 @@ class GroupCommands : public testing::Test {
         return false;
     }
 
-    const ::Test::CgroupRoot root;
-    const ::Test::HostDirectory host;
+    const CgroupRoot root;
+    const HostDirectory host;
 };
 
 // A process in a cgroup that does nothing, under a name of the test's choice; ends with the object.
@@ -128,7 +128,7 @@ TEST_F(GroupCommands, EnsureReservesWhatTheDaemonsSettingsSay) {
 }
 
 TEST_F(GroupCommands, TheRootOptionOverridesTheEnvironment) {
-    const ::Test::HostDirectory other;
+    const HostDirectory other;
     other.WriteStoreEntry("sentrel", R"({"plugin_resource_pool_size_MB": 77})");
     const ToolResult result = Run({"ensure", "--json", "--root", other.Root()});
     ASSERT_EQ(result.status, 0) << result.error;
@@ -205,7 +205,7 @@ TEST_F(GroupCommands, ShowOfAMissingGroupSaysHowToMakeIt) {
 }
 
 TEST(GroupCommandsElsewhere, RefuseARootThatIsNoCgroup) {
-    const ::Test::HostDirectory host;
+    const HostDirectory host;
     for (const std::string& root :
          {host.Root(), std::string("/nowhere"), std::string("relative")}) {
         ExpectFailure(RunTool({"group", "ensure"}, {"SENTREL_CGROUP_ROOT=" + root}),
@@ -227,4 +227,4 @@ TEST(GroupCommandsElsewhere, SayThatNothingLastsWhereNoCgroupCanBeWritten) {
 }
 
 }  // namespace
-}  // namespace CtlTest
+}  // namespace Test

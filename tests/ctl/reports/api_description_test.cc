@@ -1,6 +1,6 @@
 // The description of the API that is installed, held against the API that a daemon serves.
 #include "ctl/reports/json_schema.h"
-#include "ctl/tool_host.h"
+#include "support/tool_host.h"
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
@@ -8,7 +8,7 @@
 #include <set>
 #include <string>
 
-namespace CtlTest {
+namespace Test {
 namespace {
 
 using nlohmann::json;
@@ -37,7 +37,7 @@ class ApiDescription : public ToolHost {
         EXPECT_EQ(Ctl::FindViolations(document, broken, place).size(), 1U);
     }
 
-    const json document = json::parse(::Test::ReadFile(SENTREL_API_DESCRIPTION));
+    const json document = json::parse(ReadFile(SENTREL_API_DESCRIPTION));
 };
 
 void CollectReferences(const json& part, std::set<std::string>& references) {
@@ -92,4 +92,4 @@ TEST_F(ApiDescription, FitsWhatTheDaemonAnswers) {
 }
 
 }  // namespace
-}  // namespace CtlTest
+}  // namespace Test

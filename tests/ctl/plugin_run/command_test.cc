@@ -1,6 +1,6 @@
 // "plugin run" by the real program, of plugins that do well and badly.
-#include "ctl/tool_host.h"
 #include "support/cgroup_root.h"
+#include "support/tool_host.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-namespace CtlTest {
+namespace Test {
 namespace {
 
 using testing::HasSubstr;
@@ -43,7 +43,7 @@ class PluginRun : public ToolHost {
     }
 
     void Install(const std::string& body, const char* entry = "{}") const {
-        ::Test::WriteFile(File(), kPrelude + body);
+        WriteFile(File(), kPrelude + body);
         fs::permissions(File(), fs::perms::owner_all);
         (void)host.WriteStoreEntry("plug", entry);
     }
@@ -53,7 +53,7 @@ class PluginRun : public ToolHost {
         return RunTool(options, environment);
     }
 
-    const ::Test::CgroupRoot root;  // where there is none, its group is the tool's own table
+    const CgroupRoot root;  // where there is none, its group is the tool's own table
     std::vector<std::string> environment = {"SENTREL_ROOT=" + host.Root()};
 };
 
@@ -161,4 +161,4 @@ TEST_F(PluginRun, SaysWhyItCannotBeStarted) {
 }
 
 }  // namespace
-}  // namespace CtlTest
+}  // namespace Test

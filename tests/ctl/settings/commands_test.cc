@@ -1,7 +1,7 @@
 // "config ..." by the real program, on a host of the test's own.
-#include "ctl/tool_run.h"
 #include "support/host_directory.h"
 #include "support/network_namespace.h"
+#include "support/tool_run.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -17,7 +17,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-namespace CtlTest {
+namespace Test {
 namespace {
 
 using testing::EndsWith;
@@ -34,7 +34,7 @@ class ConfigCommands : public testing::Test {
     }
 
     void AddPlugin(const std::string& name) const {
-        ::Test::WriteFile(host.Root() + "/usr/lib/korvex/sentrel/plugins/bin/" + name, "");
+        WriteFile(host.Root() + "/usr/lib/korvex/sentrel/plugins/bin/" + name, "");
     }
     ToolResult Run(std::vector<std::string> arguments, User user = User::Own) const {
         arguments.insert(arguments.begin(), "config");
@@ -49,7 +49,7 @@ class ConfigCommands : public testing::Test {
         return host.Root() + "/etc/korvex/tabulon/oru/health/" + key + ".json";
     }
 
-    const ::Test::HostDirectory host;
+    const HostDirectory host;
 };
 
 TEST_F(ConfigCommands, GetTellsWhatTheDaemonTakesAndWhy) {
@@ -140,11 +140,11 @@ TEST_F(ConfigCommands, SetRefusesWhatTheSettingDoesNotAccept) {
 
 TEST_F(ConfigCommands, SetKeepsAllElseInItsOrderAndUnsetUndoesIt) {
     host.WriteStoreEntry("sentrel", R"({"z": [1, 2], "fast_queue": {"b": 1}, "a": "x"})");
-    const std::string before = ::Test::ReadFile(HostFile("sentrel"));
+    const std::string before = ReadFile(HostFile("sentrel"));
     const ToolResult result = Run({"set", "sentrel.fast_queue/time_period_in_mins", "15"});
     ASSERT_EQ(result.status, 0) << result.error;
     EXPECT_THAT(result.output, HasSubstr("Was      5 (default)\nIs       15 (host file)\n"));
-    EXPECT_EQ(nlohmann::ordered_json::parse(::Test::ReadFile(HostFile("sentrel"))).dump(),
+    EXPECT_EQ(nlohmann::ordered_json::parse(ReadFile(HostFile("sentrel"))).dump(),
               R"({"z":[1,2],"fast_queue":{"b":1,"time_period_in_mins":15},"a":"x"})");
     struct stat status{};
     ASSERT_EQ(::stat(HostFile("sentrel").c_str(), &status), 0);
@@ -157,10 +157,10 @@ TEST_F(ConfigCommands, SetKeepsAllElseInItsOrderAndUnsetUndoesIt) {
     EXPECT_EQ(status.st_ino, written);
 
     ASSERT_EQ(Run({"set", "sentrel.fast_queue/time_period_in_mins", "--unset"}).status, 0);
-    EXPECT_EQ(Json::parse(::Test::ReadFile(HostFile("sentrel"))), Json::parse(before));
+    EXPECT_EQ(Json::parse(ReadFile(HostFile("sentrel"))), Json::parse(before));
     ASSERT_EQ(Run({"set", "cpu.frequency", "slow"}).status, 0);
     ASSERT_EQ(Run({"set", "cpu.frequency", "--unset"}).status, 0);
-    EXPECT_EQ(::Test::ReadFile(HostFile("cpu")), "{}\n");
+    EXPECT_EQ(ReadFile(HostFile("cpu")), "{}\n");
 }
 
 TEST_F(ConfigCommands, SetLeavesAFileThatItCannotKeepWhole) {
@@ -173,11 +173,11 @@ TEST_F(ConfigCommands, SetLeavesAFileThatItCannotKeepWhole) {
     for (const auto& [text, problem] : rows) {
         host.WriteStoreEntry("sentrel", text);
         ExpectFailure(Run({"set", "sentrel.http_port", "9997"}), problem);
-        EXPECT_EQ(::Test::ReadFile(HostFile("sentrel")), text);
+        EXPECT_EQ(ReadFile(HostFile("sentrel")), text);
     }
     host.WriteStoreEntry("sentrel", comments);
     EXPECT_EQ(Run({"set", "sentrel.http_port", "9997", "--discard-comments"}).status, 0);
-    EXPECT_EQ(::Test::ReadFile(HostFile("sentrel")), "{\n    \"http_port\": 9997\n}\n");
+    EXPECT_EQ(ReadFile(HostFile("sentrel")), "{\n    \"http_port\": 9997\n}\n");
 
     std::filesystem::rename(HostFile("sentrel"), host.Base() + "elsewhere");
     std::filesystem::create_symlink(host.Base() + "elsewhere", HostFile("sentrel"));
@@ -201,15 +201,15 @@ TEST_F(ConfigCommands, AStoreThatCannotBeWrittenIsNamedWithTheReason) {
     if (::geteuid() != 0) {
         GTEST_SKIP() << "only root can become another user and mount";
     }
-    ::Test::EnterNetworkNamespace();
+    EnterNetworkNamespace();
     const std::vector<std::string> change = {"set", "sentrel.http_port", "9997"};
     const std::string file = host.WriteStoreEntry("sentrel", "{}");
     std::filesystem::permissions(host.Base(), std::filesystem::perms(0755));
     ExpectFailure(Run(change, User::Nobody), "cannot be written: Permission denied; run this as ");
-    const ::Test::MountedDirectory mounted(std::filesystem::path(file).parent_path(), 4096);
-    ::Test::WriteFile(file + ".filler", std::string(4096, ' '));
+    const MountedDirectory mounted(std::filesystem::path(file).parent_path(), 4096);
+    WriteFile(file + ".filler", std::string(4096, ' '));
     ExpectFailure(Run(change), "cannot be written: No space left on device; make room there");
-    mounted.SetAccess(::Test::MountedDirectory::Access::ReadOnly);
+    mounted.SetAccess(MountedDirectory::Access::ReadOnly);
     ExpectFailure(Run(change), "cannot be written: Read-only file system; ");
 }
 
@@ -257,7 +257,7 @@ TEST_F(ConfigCommands, CheckFindsWhatTheDaemonWouldNotTake) {
 
 TEST_F(ConfigCommands, CheckEndsWithStatus1ForErrorsAlone) {
     std::filesystem::create_directories(host.Root() + "/etc/korvex/oru/token");
-    ::Test::WriteFile(host.Root() + "/etc/korvex/oru/token/jwks.json", "{}");
+    WriteFile(host.Root() + "/etc/korvex/oru/token/jwks.json", "{}");
     host.WriteVendorEntry("sentrel", R"({"http_port": 9996, "plugin_resource_pool_size_MB": 64})");
     EXPECT_EQ(Run({"check"}).output,
               "ok       settings  the 10 of 4 entries are in order\nNothing has to be done.\n");
@@ -274,4 +274,4 @@ TEST_F(ConfigCommands, CheckEndsWithStatus1ForErrorsAlone) {
 }
 
 }  // namespace
-}  // namespace CtlTest
+}  // namespace Test

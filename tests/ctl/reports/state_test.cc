@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-namespace CtlTest {
+namespace Test {
 namespace {
 
 using Ctl::ReportState;
@@ -60,4 +60,4 @@ TEST(ReportState, IsWhatTheReportSaysUnlessItIsTooOldMissingOrUnreadable) {
 }
 
 }  // namespace
-}  // namespace CtlTest
+}  // namespace Test

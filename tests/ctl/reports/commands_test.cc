@@ -1,8 +1,8 @@
 // "list", "get" and "call" against the real daemon: what they show, and what each failure tells.
-#include "ctl/tool_host.h"
 #include "platform/token/token_signer.h"
 #include "support/http_client.h"
 #include "support/stored_report.h"
+#include "support/tool_host.h"
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
@@ -12,11 +12,9 @@
 #include <string>
 #include <vector>
 
-namespace CtlTest {
+namespace Test {
 namespace {
 
-using ::Test::HttpClient;
-using ::Test::ReportText;
 using testing::HasSubstr;
 using testing::MatchesRegex;
 using Json = nlohmann::json;
@@ -55,7 +53,7 @@ TEST_F(ReportCommands, ShowReports) {
 
 TEST_F(ReportCommands, ShowStatesThatNoReportSays) {
     for (const char* plugin : {"disk", "late", "off"}) {
-        ::Test::WriteFile(host.Root() + "/usr/lib/korvex/sentrel/plugins/bin/" + plugin, "");
+        WriteFile(host.Root() + "/usr/lib/korvex/sentrel/plugins/bin/" + plugin, "");
         (void)host.WriteStoreEntry(plugin, plugin == std::string("off")
                                                ? R"({"enabled":false})"
                                                : R"({"frequency":"slow"})");
@@ -89,9 +87,9 @@ TEST_F(ReportCommands, ShowTheRingOfAName) {
             200);
     }
     ASSERT_EQ(HttpClient().Post("/disk.sda-1", ReportText{.name = "disk.sda-1"}.Document()), 200);
-    ::Test::WriteFile(ReportDirectory() + "/disk.sda-2.json", "{}");
+    WriteFile(ReportDirectory() + "/disk.sda-2.json", "{}");
     const std::filesystem::path second = ReportDirectory() + "/disk.sda-0.json";
-    ::Test::SetModified(second, 1700000000);
+    SetModified(second, 1700000000);
     EXPECT_THAT(OutputOf({"history", "DISK.sda"}),
                 MatchesRegex("FILE             +STATE +AGE  REASON\n"
                              "disk.sda-2.json +INVALID +[0-9]+ s  it lacks members .*\n"
@@ -111,14 +109,14 @@ TEST_F(ReportCommands, PostWhatIsGood) {
     EXPECT_EQ(posted.output, "Posted new, " + std::to_string(document.size()) + " bytes.\n");
     EXPECT_EQ(Json::parse(OutputOf({"get", "new", "--json"}))["state"], "OK");
     const std::string file = host.Base() + "document";
-    ::Test::WriteFile(file, R"({"structured":{"name":"old","time":"2024-03-05T14:07:09"}})");
+    WriteFile(file, R"({"structured":{"name":"old","time":"2024-03-05T14:07:09"}})");
     ExpectFailure(Run({"post", "new", file}),
                   "this is no good report \"new\": unstructured is missing: add any JSON value; "
                   "structured.name is \"old\", not \"new\"; "
                   "structured.time \"2024-03-05T14:07:09\" has no zone: add Z or such as +01:00; "
                   "mend that and post it again");
     ExpectFailure(Run({"post", "new", "/none"}), "the report file /none cannot be read: ");
-    ::Test::WriteFile(file, document);
+    WriteFile(file, document);
     ASSERT_EQ(daemon->Stop(), 0);
     ExpectFailure(Run({"post", "new", file}), "the intake on port 9996 cannot be reached: ");
 }
@@ -127,16 +125,16 @@ TEST_F(ReportCommands, SayWhatFailedAndWhatToDo) {
     const Token::SigningKey key = Token::SigningKey::Generate();
     key.AddToTrustSet(host.Root() + "/etc/korvex/oru/token/jwks.json");
     const std::string expired = host.Base() + "expired";
-    ::Test::WriteFile(expired, key.Sign({.issuer = "sentrel",
-                                         .audience = "sentrel",
-                                         .subject = "eve",
-                                         .entitlements = {"observability.reports.read"},
-                                         .issued = std::chrono::sys_days(std::chrono::days(19000)),
-                                         .lifetime = std::chrono::hours(1)}));
+    WriteFile(expired, key.Sign({.issuer = "sentrel",
+                                 .audience = "sentrel",
+                                 .subject = "eve",
+                                 .entitlements = {"observability.reports.read"},
+                                 .issued = std::chrono::sys_days(std::chrono::days(19000)),
+                                 .lifetime = std::chrono::hours(1)}));
     const std::string nonsense = host.Base() + "nonsense";
-    ::Test::WriteFile(nonsense, "nonsense\n");
+    WriteFile(nonsense, "nonsense\n");
     const std::string empty = host.Base() + "empty";
-    ::Test::WriteFile(empty, " \n");
+    WriteFile(empty, " \n");
     ASSERT_EQ(HttpClient().Post("/late", ReportText{.name = "late", .time = "soon"}.Document()),
               200);
     const std::string refused = "the API refuses the token; \"sentrelctl token inspect\" says why";
@@ -182,4 +180,4 @@ TEST_F(ReportCommands, SayWhatFailedAndWhatToDo) {
 }
 
 }  // namespace
-}  // namespace CtlTest
+}  // namespace Test

@@ -1,7 +1,7 @@
 // "token init", "issue" and "inspect" by the real program, on a host in a directory.
-#include "ctl/tool_run.h"
 #include "platform/token/token_signer.h"
 #include "support/host_directory.h"
+#include "support/tool_run.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -12,7 +12,7 @@
 
 #include <sys/stat.h>
 
-namespace CtlTest {
+namespace Test {
 namespace {
 
 using testing::HasSubstr;
@@ -28,7 +28,7 @@ class TokenCommands : public testing::Test {
         return Json::parse(Run({"inspect", "--json"}, token).output);
     }
 
-    const ::Test::HostDirectory host;
+    const HostDirectory host;
 };
 
 TEST_F(TokenCommands, InitMakesOneKeyForItsOwnerAloneAndKeepsIt) {
@@ -42,8 +42,7 @@ TEST_F(TokenCommands, InitMakesOneKeyForItsOwnerAloneAndKeepsIt) {
     ASSERT_EQ(::stat((host.Root() + "/var/lib/korvex/oru/token/signing-key.json").c_str(), &status),
               0);
     EXPECT_EQ(status.st_mode & 0777U, 0600U);
-    const Json trusted =
-        Json::parse(::Test::ReadFile(host.Root() + "/etc/korvex/oru/token/jwks.json"));
+    const Json trusted = Json::parse(ReadFile(host.Root() + "/etc/korvex/oru/token/jwks.json"));
     ASSERT_EQ(trusted["keys"].size(), 1U);
     EXPECT_FALSE(trusted["keys"][0].contains("d"));
 }
@@ -81,7 +80,7 @@ TEST_F(TokenCommands, IssuePrintsTheTokenAloneAndInspectShowsIt) {
             .output;
     EXPECT_EQ(token.find_first_of(" \n"), token.size() - 1);
     const std::string file = host.Base() + "token";
-    ::Test::WriteFile(file, token);
+    WriteFile(file, token);
     const ToolResult shown = Run({"inspect", file});
     EXPECT_THAT(shown.output, HasSubstr("Trusted here  yes\nAlgorithm     ES256\n"));
     EXPECT_THAT(shown.output, HasSubstr("entitlements  [\"a.read\",\"b.write\"]\n"));
@@ -92,7 +91,7 @@ TEST_F(TokenCommands, IssuePrintsTheTokenAloneAndInspectShowsIt) {
     std::string tampered = token;
     char& digit = tampered[tampered.rfind('.') + 1];
     digit = digit == 'A' ? 'B' : 'A';
-    const ::Test::HostDirectory elsewhere;
+    const HostDirectory elsewhere;
     EXPECT_EQ(Inspect(token)["trusted"], true);
     EXPECT_EQ(Inspect(tampered)["trusted"], false);
     EXPECT_THAT(Run({"inspect", "--root", elsewhere.Root()}, token).output,
@@ -109,11 +108,11 @@ TEST_F(TokenCommands, SayWhatFailedAndWhatToDo) {
     EXPECT_EQ(Run({"issue"}).status, 2);
     ASSERT_EQ(Run({"init"}).status, 0);
     ExpectFailure(Run({"issue", "--subject", std::string(5000, 'x')}), "");
-    ::Test::WriteFile(host.Root() + "/etc/korvex/oru/token/jwks.json", "[]");
+    WriteFile(host.Root() + "/etc/korvex/oru/token/jwks.json", "[]");
     ExpectFailure(Run({"init"}), "/etc/korvex/oru/token/jwks.json");
-    ::Test::WriteFile(host.Root() + "/var/lib/korvex/oru/token/signing-key.json", "{}");
+    WriteFile(host.Root() + "/var/lib/korvex/oru/token/signing-key.json", "{}");
     ExpectFailure(Run({"issue", "--subject", "eve"}), "/var/lib/korvex/oru/token/signing-key.json");
 }
 
 }  // namespace
-}  // namespace CtlTest
+}  // namespace Test

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-namespace CtlTest {
+namespace Test {
 namespace {
 
 using testing::ElementsAre;
@@ -96,4 +96,4 @@ TEST(JsonSchema, RefusesWhatItCouldNotCheck) {
 }
 
 }  // namespace
-}  // namespace CtlTest
+}  // namespace Test

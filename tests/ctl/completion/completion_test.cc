@@ -1,7 +1,7 @@
 // What shells offer: the candidates that the tool names, and each shell's file in the shell itself,
 // where it is installed.
-#include "ctl/tool_host.h"
 #include "support/stored_report.h"
+#include "support/tool_host.h"
 
 #include <gmock/gmock.h>
 
@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-namespace CtlTest {
+namespace Test {
 namespace {
 
 using testing::ElementsAre;
@@ -34,9 +34,9 @@ class Completion : public ToolHost {
   protected:
     Completion() {
         for (const char* name : {"memory", "Mem.swap", "cpu"}) {
-            ::Test::StoreReport(ReportDirectory(), name, "{}");
+            StoreReport(ReportDirectory(), name, "{}");
         }
-        ::Test::WriteFile(host.Root() + "/usr/lib/korvex/sentrel/plugins/bin/mine", "");
+        WriteFile(host.Root() + "/usr/lib/korvex/sentrel/plugins/bin/mine", "");
     }
 
     Lines Complete(Lines words) const {
@@ -50,7 +50,7 @@ class Completion : public ToolHost {
         std::filesystem::create_directories(folder);
         std::filesystem::remove(folder + "/sentrelctl");
         std::filesystem::create_symlink(SENTRELCTL_PATH, folder + "/sentrelctl");
-        ::Test::WriteFile(host.Base() + "script", script);
+        WriteFile(host.Base() + "script", script);
         const std::string command = "cd " + host.Base() + " && SENTREL_ROOT=" + host.Root() +
                                     " HOME=" + host.Base() + " PATH=" + folder + ":$PATH " + shell +
                                     " ./script 2>&1";
@@ -155,4 +155,4 @@ TEST_F(Completion, WorksInFish) {
 }
 
 }  // namespace
-}  // namespace CtlTest
+}  // namespace Test

@@ -4,7 +4,7 @@
 
 #include <sstream>
 
-namespace CtlTest {
+namespace Test {
 namespace {
 
 TEST(Table, AlignsCellsByCharactersAndKeepsNamesOnTheirLine) {
@@ -20,4 +20,4 @@ TEST(Table, AlignsCellsByCharactersAndKeepsNamesOnTheirLine) {
 }
 
 }  // namespace
-}  // namespace CtlTest
+}  // namespace Test
