@@ -26,12 +26,16 @@ constexpr std::array<Option, 3> kAuditOptions = {{
     {"--json", "", "print the records as they are, one a line"},
 }};
 
+struct AuditView {
+    bool asJson = false;
+    bool deniedOnly = false;
+};
+
 // The records as rows whose columns need not be known before: TIME, RESULT and USER are about as
 // wide as their texts.
 class AuditPrinter {
   public:
-    AuditPrinter(const GivenOptions& options, std::ostream& output)
-        : asJson(options.Has("--json")), deniedOnly(options.Has("--denied")), output(output) {}
+    AuditPrinter(AuditView view, std::ostream& output) : view(view), output(output) {}
 
     bool HasPrinted() const { return hasHeading; }
 
@@ -39,10 +43,10 @@ class AuditPrinter {
         const OrderedJson record = OrderedJson::parse(line, nullptr, false);
         const bool isRecord = record.is_object();
         const bool succeeded = isRecord && record.value("success", false);
-        if (deniedOnly && succeeded) {
+        if (view.deniedOnly && succeeded) {
             return;
         }
-        if (asJson) {
+        if (view.asJson) {
             // a line that was cut, by a full disk for instance, is none of this output
             if (isRecord) {
                 WriteJson(record, output);
@@ -77,15 +81,16 @@ class AuditPrinter {
                << Padded(user, kUserWidth) << "  " << PrintableText(call) << '\n';
     }
 
-    const bool asJson;
-    const bool deniedOnly;
+    const AuditView view;
     bool hasHeading = false;
     std::ostream& output;
 };
 
 void RunAudit(const Arguments& arguments, std::ostream& output) {
     AuditReader reader{Audit::kLogPath};
-    AuditPrinter printer(arguments.options, output);
+    const AuditView view{.asJson = arguments.options.Has("--json"),
+                         .deniedOnly = arguments.options.Has("--denied")};
+    AuditPrinter printer(view, output);
     const bool follow = arguments.options.Has("--follow");
     do {
         for (std::string line; reader.Next(line);) {
@@ -95,7 +100,7 @@ void RunAudit(const Arguments& arguments, std::ostream& output) {
             return;  // nobody reads any more
         }
     } while (follow && reader.WaitForMore());
-    if (!printer.HasPrinted() && !arguments.options.Has("--json")) {
+    if (!printer.HasPrinted() && !view.asJson) {
         output << "No such call is recorded.\n";
     }
 }

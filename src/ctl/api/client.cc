@@ -118,10 +118,8 @@ std::string ApiClient::Exchange(std::string document) const {
     }
 }
 
-ApiClient ConnectApi(const GivenOptions& options) {
-    const std::string url =
-        options.Has("--api") ? options.Value("--api") : std::string(kDefaultApiUrl);
-    return ApiClient(url, FindToken(options));
+ApiClient ConnectApi(const Host& host, std::chrono::milliseconds timeout) {
+    return ApiClient(host.apiUrl, FindToken(host.tokenFile), timeout);
 }
 
 }  // namespace Ctl

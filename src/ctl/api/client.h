@@ -2,7 +2,7 @@
 // worded for a person.
 #pragma once
 
-#include "ctl/command/command.h"
+#include "ctl/host/host.h"
 #include "ctl/show/failure.h"
 
 #include <nlohmann/json_fwd.hpp>
@@ -12,8 +12,6 @@
 #include <string_view>
 
 namespace Ctl {
-
-inline constexpr std::string_view kDefaultApiUrl = "http://127.0.0.1:9984";
 
 // The API answered with an error.
 class ApiError : public Failure {
@@ -49,14 +47,7 @@ class ApiClient {
     std::chrono::milliseconds timeout;
 };
 
-// The options of every command that calls the API.
-inline constexpr Option kApiOption = {"--api", "URL", "the API, http://127.0.0.1:9984 by default"};
-inline constexpr Option kTokenFileOption = {"--token-file", "FILE",
-                                            "the token to call with; by default one made for this "
-                                            "call, where this user may read the signing key",
-                                            Completes::File};
-
-// A client for these options.
-ApiClient ConnectApi(const GivenOptions& options);
+// A client for the API and the token that `host` says.
+ApiClient ConnectApi(const Host& host, std::chrono::milliseconds timeout = std::chrono::minutes(1));
 
 }  // namespace Ctl

@@ -40,9 +40,9 @@ std::string ReadTokenFrom(const std::string& path) {
     return text;
 }
 
-std::string FindToken(const GivenOptions& options) {
-    if (options.Has("--token-file")) {
-        return ReadTokenFrom(options.Value("--token-file"));
+std::string FindToken(const std::string& file) {
+    if (!file.empty()) {
+        return ReadTokenFrom(file);
     }
     if (::access(Sys::HostPath(kSigningKeyPath).c_str(), R_OK) != 0) {
         return "";

@@ -39,7 +39,7 @@ struct Completion {
 Completion FindCompletion(std::span<const Command> commands, std::span<const char* const> words);
 
 // Writes the candidates, with those of the host, which is looked up as the options say. Does not
-// tell of what cannot be read. May end the process when the API takes long.
+// tell of what cannot be read, or not in time.
 void WriteCandidates(const Completion& completion, std::ostream& output);
 
 }  // namespace Ctl

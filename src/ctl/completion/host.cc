@@ -1,12 +1,13 @@
 // WriteCandidates: what the host knows of names. A person waits with a half-typed word, so reports
 // are not read, and a daemon that is busy is not waited for.
+#include "ctl/host/host.h"
 #include "ctl/api/client.h"
 #include "ctl/completion/completion.h"
 #include "ctl/host/daemon_settings.h"
 #include "ctl/host/plugin_survey.h"
-#include "ctl/reports/source.h"
 #include "ctl/reports/state.h"
 #include "ctl/settings/name.h"
+#include "ctl/show/failure.h"
 #include "ctl/show/json_output.h"
 #include "ctl/show/report_age.h"
 #include "ctl/show/table.h"
@@ -19,12 +20,8 @@
 
 #include <algorithm>
 #include <chrono>
-#include <csignal>
 #include <exception>
 #include <ostream>
-
-#include <sys/time.h>
-#include <unistd.h>
 
 namespace Ctl {
 
@@ -37,22 +34,16 @@ bool Fits(const std::string& word, const std::string& typed) {
            Sentrel::IsSameReportName(std::string_view(word).substr(0, typed.size()), typed);
 }
 
-// From now on; whatever waits then.
-void EndProcessIn(std::chrono::milliseconds time) {
-    (void)std::signal(SIGALRM, [](int /*signal*/) { ::_exit(0); });
-    itimerval timer{};
-    timer.it_value.tv_usec = std::chrono::microseconds(time).count();
-    (void)::setitimer(ITIMER_REAL, &timer, nullptr);  // cannot fail for less than a second
-}
+constexpr std::chrono::milliseconds kPatience{300};  // with the API
 
 std::string AgeOfReport(const std::string& time) {
     return AgeText(AgeOf(time, std::chrono::system_clock::now())) + " old";
 }
 
-Candidates ReportNamesOfApi(const GivenOptions& options) {
-    EndProcessIn(std::chrono::milliseconds(300));
-    const nlohmann::ordered_json result = ConnectApi(options).Call(
-        "com.korvex.oru.observability.reports.list", {{"detail", "BRIEF"}});
+Candidates ReportNamesOfApi(const Host& host) {
+    const nlohmann::ordered_json result =
+        ConnectApi(host, kPatience)
+            .Call("com.korvex.oru.observability.reports.list", {{"detail", "BRIEF"}});
     Candidates candidates;
     for (const nlohmann::ordered_json& report : result.at("reports")) {
         candidates.push_back({TextOf(report, "name"), AgeOfReport(TextOf(report, "time"))});
@@ -61,11 +52,12 @@ Candidates ReportNamesOfApi(const GivenOptions& options) {
 }
 
 Candidates ReportNames(const Completion& completion) {
+    const Host host = HostOf(completion.options);
     std::string directory;
     try {
-        directory = FindReportDirectory(completion.options);
-    } catch (const std::exception&) {
-        return ReportNamesOfApi(completion.options);
+        directory = RequireReportDirectory(host);
+    } catch (const Failure&) {
+        return ReportNamesOfApi(host);
     }
     Candidates candidates;
     for (const Sentrel::ReportFile& file :

@@ -23,7 +23,7 @@ constexpr const char* kReinstall = "install the package anew: apt install --rein
 
 }  // namespace
 
-void CheckAuditLog(const DoctorHost& host, Findings& findings) {
+void CheckAuditLog(const Host& host, Findings& findings) {
     const std::string subject = "audit log";
     const std::string path = Sys::HostPath(Audit::kLogPath);
     const std::string folder = std::filesystem::path(path).parent_path();
@@ -71,7 +71,7 @@ void CheckAuditLog(const DoctorHost& host, Findings& findings) {
     }
 }
 
-void CheckMetadataFile(const DoctorHost& host, Findings& findings) {
+void CheckMetadataFile(const Host& host, Findings& findings) {
     const std::string subject = "metadata file";
     const std::string path = Sys::HostPath(Quon::Bindings::kMetadataPath);
     const std::optional<AccessFault> fault = FindAccessFault(path, host.user, R_OK);

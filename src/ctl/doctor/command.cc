@@ -25,7 +25,7 @@ constexpr std::array<Option, 2> kOptions = {
 
 struct Subject {
     const char* name;  // of what is said when it cannot be looked at
-    void (*check)(const DoctorHost& host, Findings& findings);
+    void (*check)(const Host& host, Findings& findings);
 };
 
 constexpr Subject kSubjects[] = {
@@ -53,7 +53,7 @@ Finding Explain(const char* subject, const Pellmar::Throwable& failure) {
             failure.Advice().empty() ? "mend that, and run this again" : failure.Advice()};
 }
 
-void Look(const Subject& subject, const DoctorHost& host, Findings& findings) {
+void Look(const Subject& subject, const Host& host, Findings& findings) {
     try {
         subject.check(host, findings);
     } catch (const CannotLook& reason) {
@@ -68,7 +68,8 @@ void Look(const Subject& subject, const DoctorHost& host, Findings& findings) {
 }
 
 int RunDoctor(const Arguments& arguments, std::ostream& output) {
-    const DoctorHost host = LookAtHost(arguments.options);
+    Host host = HostOf(arguments.options);
+    LookAtDaemon(host);
     Findings findings;
     for (const Subject& subject : kSubjects) {
         Look(subject, host, findings);

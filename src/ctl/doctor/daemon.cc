@@ -29,7 +29,7 @@ std::string LocalTime(std::chrono::system_clock::time_point time) {
 }
 
 // What nobody of the daemon's name holds.
-Finding ExplainNoDaemon(const DoctorHost& host) {
+Finding ExplainNoDaemon(const Host& host) {
     const std::string port = std::to_string(host.intakePort);
     if (host.portHolder) {
         return {Severity::Error, "daemon",
@@ -81,7 +81,7 @@ void AddNewer(const std::string& folder, std::chrono::system_clock::time_point s
 
 }  // namespace
 
-void CheckDaemon(const DoctorHost& host, Findings& findings) {
+void CheckDaemon(const Host& host, Findings& findings) {
     if (!host.settingsProblem.empty() && !host.daemon) {
         findings.push_back({Severity::Error, "daemon", "it cannot start with its settings",
                             "mend what is said of the settings, then: systemctl start sentrel"});
@@ -100,7 +100,7 @@ void CheckDaemon(const DoctorHost& host, Findings& findings) {
                         ""});
 }
 
-void CheckFreshness(const DoctorHost& host, Findings& findings) {
+void CheckFreshness(const Host& host, Findings& findings) {
     if (!host.daemon) {
         return;
     }

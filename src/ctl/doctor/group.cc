@@ -50,7 +50,7 @@ void CheckReservation(const std::string& root, const Kernel::GroupState& state,
 }
 
 // A daemon that has been started as a delegated unit makes its own.
-Finding ExplainMissing(const DoctorHost& host, const GroupLocation& location) {
+Finding ExplainMissing(const Host& host, const GroupLocation& location) {
     const std::string directory = location.root.directory + "/" + Sentrel::kPluginGroupPath;
     if (host.daemon || location.root.kind == Kind::Named) {
         return {Severity::Error, kSubject, directory + " is missing: every launch is refused",
@@ -61,7 +61,7 @@ Finding ExplainMissing(const DoctorHost& host, const GroupLocation& location) {
                 std::string(kEnsure)};
 }
 
-void CheckSurvivors(const DoctorHost& host, const std::string& directory, Findings& findings) {
+void CheckSurvivors(const Host& host, const std::string& directory, Findings& findings) {
     const std::chrono::seconds longest = LongestRunTime(host.daemon);
     std::vector<std::string> names;
     for (const Member& member : ReadMembers(directory)) {
@@ -80,7 +80,7 @@ void CheckSurvivors(const DoctorHost& host, const std::string& directory, Findin
 
 }  // namespace
 
-void CheckGroup(const DoctorHost& host, Findings& findings) {
+void CheckGroup(const Host& host, Findings& findings) {
     const GroupLocation location = FindGroupLocation(host.daemon);
     if (!host.daemon && ::geteuid() != 0 && location.root.kind != Kind::Named) {
         throw CannotLook("which group a daemon of another user has may not be seen");

@@ -3,9 +3,7 @@
 #include "core/settings/settings.h"
 #include "ctl/host/daemon_settings.h"
 #include "ctl/host/listening_sockets.h"
-#include "platform/sys/host_root.h"
 #include "platform/sys/proc_file.h"
-#include "store/report_name.h"
 
 #include <algorithm>
 #include <exception>
@@ -54,29 +52,25 @@ std::optional<std::string> OptionR(pid_t process) {
     return value;
 }
 
-void FindReports(const GivenOptions& options, DoctorHost& host) {
-    const auto rooted = [](const std::string& path) {
-        return path.starts_with('/') ? Sys::HostPath(path) : path;
-    };
-    if (options.Has("--reports")) {
-        host.reportDirectory = rooted(options.Value("--reports"));
-    } else if (const auto given = host.daemon ? OptionR(host.daemon->pid) : std::nullopt) {
-        host.reportDirectory = given->starts_with('/')
-                                   ? *given
-                                   : "/proc/" + std::to_string(host.daemon->pid) + "/cwd/" + *given;
-    } else {
-        host.reportDirectory = rooted(Sentrel::kReportDirectory);
-        host.reportProblem =
-            host.daemon ? "the daemon was started without -r, so every post is answered with 500"
-                        : "";
+void FindReports(Host& host) {
+    if (host.hasNamedReports || !host.daemon) {
+        return;
     }
+    const std::optional<std::string> given = OptionR(host.daemon->pid);
+    if (!given) {
+        host.reportProblem =
+            "the daemon was started without -r, so every post is answered with 500";
+        return;
+    }
+    host.reportDirectory = given->starts_with('/')
+                               ? *given
+                               : "/proc/" + std::to_string(host.daemon->pid) + "/cwd/" + *given;
     host.reportDirectory += host.reportDirectory.ends_with('/') ? "" : "/";
 }
 
 }  // namespace
 
-DoctorHost LookAtHost(const GivenOptions& options) {
-    DoctorHost host{.options = options, .now = std::chrono::system_clock::now()};
+void LookAtDaemon(Host& host) {
     try {
         host.intakePort = Sentrel::GetHttpPort(ReadDaemonSettings(), SilentLogger());
         host.portHolder = HolderOf(host.intakePort);
@@ -91,8 +85,7 @@ DoctorHost LookAtHost(const GivenOptions& options) {
         host.daemon = DaemonProcess{process->pid, StartOf(*process)};
     }
     host.user = UserOfDaemon(host.daemon);
-    FindReports(options, host);
-    return host;
+    FindReports(host);
 }
 
 }  // namespace Ctl

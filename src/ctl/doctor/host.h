@@ -1,14 +1,9 @@
-// The host as "doctor" looks at it: what all its subjects need, read once, and how they look at
-// files.
+// How the subjects of "doctor" look at the host: what all of them need, read once, and the files.
 #pragma once
 
-#include "ctl/command/command.h"
-#include "ctl/host/daemon_process.h"
-#include "ctl/host/process_stat.h"
-#include "ctl/host/run_user.h"
+#include "ctl/host/host.h"
 #include "ctl/show/finding.h"
 
-#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <stdexcept>
@@ -19,22 +14,11 @@
 
 namespace Ctl {
 
-struct DoctorHost {
-    const GivenOptions& options;
-    std::chrono::system_clock::time_point now;
-    std::int32_t intakePort = 0;                 // as the settings have it; 0: they cannot be read
-    std::string settingsProblem = {};            // then: why
-    std::optional<ProcessStat> portHolder = {};  // of the intake port, whatever program it is
-    // The process of the daemon's name that holds the intake port, else the port of the API.
-    std::optional<DaemonProcess> daemon = {};
-    RunUser user = {};  // the daemon's; without one, sentrel or, if there is none, root
-    std::string reportDirectory =
-        {};  // ends in "/"; of this machine, not below the host root any more
-    std::string reportProblem = {};  // why the daemon has none; else empty
-};
-
-// What `options` do not name is that of the daemon. Throws nothing for what it cannot look at.
-DoctorHost LookAtHost(const GivenOptions& options);
+// Adds to `host` what all subjects need: the intake's port and who holds it; the daemon, which is
+// the process of the daemon's name that holds the intake port, else the port of the API; its user,
+// or without one that named sentrel, or else root; and, unless --reports has named it, its report
+// directory. Throws nothing for what it cannot look at.
+void LookAtDaemon(Host& host);
 
 using Findings = std::vector<Finding>;
 

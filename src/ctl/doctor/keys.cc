@@ -45,7 +45,7 @@ bool CanSign() { return ::access(Sys::HostPath(kSigningKeyPath).c_str(), R_OK) =
 
 }  // namespace
 
-void CheckSigningKey(const DoctorHost& /*host*/, Findings& findings) {
+void CheckSigningKey(const Host& /*host*/, Findings& findings) {
     const std::string subject = "signing key";
     const std::string path = Sys::HostPath(kSigningKeyPath);
     const std::optional<struct stat> status = StatOf(path);
@@ -78,7 +78,7 @@ void CheckSigningKey(const DoctorHost& /*host*/, Findings& findings) {
     }
 }
 
-void CheckTrustSet(const DoctorHost& host, Findings& findings) {
+void CheckTrustSet(const Host& host, Findings& findings) {
     const std::string subject = "trust set";
     const Token::TrustSettings settings = ReadTrustSettings();
     const std::string path = Sys::HostPath(settings.jwks);

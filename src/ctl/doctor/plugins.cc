@@ -3,12 +3,9 @@
 #include "ctl/host/plugin_survey.h"
 #include "ctl/plugins/findings.h"
 #include "ctl/settings/check.h"
-#include "platform/sys/host_root.h"
 
 #include <algorithm>
 #include <iterator>
-
-#include <unistd.h>
 
 namespace Ctl {
 
@@ -22,33 +19,20 @@ std::string CountsOf(const PluginSurvey& survey) {
            " medium, " + std::to_string(counts.slow) + " slow";
 }
 
-// With the report directory as an option, where that can name it: below the host root.
-GivenOptions OptionsOf(const DoctorHost& host) {
-    const std::string root = Sys::HostPath("/");
-    GivenOptions options = host.options;
-    if (host.reportDirectory.starts_with(root) &&
-        ::access(host.reportDirectory.c_str(), R_OK | X_OK) == 0) {
-        options.Add("--reports", "/" + host.reportDirectory.substr(root.size()));
-    }
-    return options;
-}
-
 }  // namespace
 
-void CheckSettings(const DoctorHost& /*host*/, Findings& findings) {
+void CheckSettings(const Host& /*host*/, Findings& findings) {
     Findings found = CheckConfiguration();
     // what it says of plugins, CheckPlugins says too
     std::erase_if(found, [](const Finding& one) { return one.subject.starts_with("plugin "); });
     std::move(found.begin(), found.end(), std::back_inserter(findings));
 }
 
-void CheckAllPlugins(const DoctorHost& host, Findings& findings) {
+void CheckAllPlugins(const Host& host, Findings& findings) {
     const PluginSurvey survey = SurveyPlugins();
-    PluginSurroundings surroundings = ReadSurroundings(OptionsOf(host), survey);
-    surroundings.daemon = host.daemon;
-    surroundings.user = host.user;
-    surroundings.reportProblem = "";  // said of the report directory
-    Findings found = CheckPlugins(survey, surroundings);
+    PluginReports reports = ReadPluginReports(host, survey);
+    reports.problem = "";  // said of the report directory
+    Findings found = CheckPlugins(survey, host, reports);
     std::erase_if(found, [](const Finding& one) { return one.severity == Severity::Good; });
     const bool isAllWell = std::none_of(found.begin(), found.end(), [](const Finding& one) {
         return one.severity > Severity::Notice;

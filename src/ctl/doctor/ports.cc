@@ -62,7 +62,7 @@ std::string AskApi() {
 
 }  // namespace
 
-void CheckIntakePort(const DoctorHost& host, Findings& findings) {
+void CheckIntakePort(const Host& host, Findings& findings) {
     const std::string subject = "intake port";
     if (host.intakePort <= 0 || host.intakePort > 65535) {
         return;  // of which the settings say more
@@ -85,7 +85,7 @@ void CheckIntakePort(const DoctorHost& host, Findings& findings) {
     }
 }
 
-void CheckApiPort(const DoctorHost& host, Findings& findings) {
+void CheckApiPort(const Host& host, Findings& findings) {
     const std::string subject = "API";
     const std::vector<ListeningSocket> sockets = FindListeningSockets(Sentrel::kApiPort);
     const std::string port = std::to_string(Sentrel::kApiPort);

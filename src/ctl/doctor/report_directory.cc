@@ -105,7 +105,7 @@ void CheckContent(const std::string& directory, const Content& content, Findings
     }
 }
 
-void CheckOwner(const DoctorHost& host, const struct stat& status, Findings& findings) {
+void CheckOwner(const Host& host, const struct stat& status, Findings& findings) {
     const std::string& directory = host.reportDirectory;
     const std::string user = NameOfUser(host.user.user);
     if (const auto fault = FindAccessFault(directory, host.user, R_OK | W_OK | X_OK)) {
@@ -134,7 +134,7 @@ std::string CountText(std::size_t count, const std::string& thing) {
 
 }  // namespace
 
-void CheckReportDirectory(const DoctorHost& host, Findings& findings) {
+void CheckReportDirectory(const Host& host, Findings& findings) {
     const std::string& directory = host.reportDirectory;
     if (!host.reportProblem.empty()) {
         findings.push_back({Severity::Error, kSubject, host.reportProblem,

@@ -21,7 +21,7 @@ constexpr std::chrono::seconds kToleratedLead{2};  // of a clock before another 
 
 // Throws CannotLook when this user may not read it. False when there is none, which is said of the
 // directory.
-bool HasReadableDirectory(const DoctorHost& host) {
+bool HasReadableDirectory(const Host& host) {
     if (::access(host.reportDirectory.c_str(), R_OK | X_OK) == 0) {
         return true;
     }
@@ -63,7 +63,7 @@ bool HasZone(const std::string& time) {
 
 }  // namespace
 
-void CheckReportStates(const DoctorHost& host, Findings& findings) {
+void CheckReportStates(const Host& host, Findings& findings) {
     if (!HasReadableDirectory(host)) {
         return;
     }
@@ -99,7 +99,7 @@ void CheckReportStates(const DoctorHost& host, Findings& findings) {
     }
 }
 
-void CheckReportTimes(const DoctorHost& host, Findings& findings) {
+void CheckReportTimes(const Host& host, Findings& findings) {
     if (!HasReadableDirectory(host)) {
         return;
     }

@@ -6,20 +6,20 @@
 
 namespace Ctl {
 
-void CheckDaemon(const DoctorHost& host, Findings& findings);
-void CheckIntakePort(const DoctorHost& host, Findings& findings);
-void CheckApiPort(const DoctorHost& host, Findings& findings);
-void CheckSettings(const DoctorHost& host, Findings& findings);
+void CheckDaemon(const Host& host, Findings& findings);
+void CheckIntakePort(const Host& host, Findings& findings);
+void CheckApiPort(const Host& host, Findings& findings);
+void CheckSettings(const Host& host, Findings& findings);
 // Whether what the daemon read at its start has changed since.
-void CheckFreshness(const DoctorHost& host, Findings& findings);
-void CheckAllPlugins(const DoctorHost& host, Findings& findings);
-void CheckReportDirectory(const DoctorHost& host, Findings& findings);
-void CheckReportStates(const DoctorHost& host, Findings& findings);
-void CheckReportTimes(const DoctorHost& host, Findings& findings);
-void CheckSigningKey(const DoctorHost& host, Findings& findings);
-void CheckTrustSet(const DoctorHost& host, Findings& findings);
-void CheckAuditLog(const DoctorHost& host, Findings& findings);
-void CheckMetadataFile(const DoctorHost& host, Findings& findings);
-void CheckGroup(const DoctorHost& host, Findings& findings);
+void CheckFreshness(const Host& host, Findings& findings);
+void CheckAllPlugins(const Host& host, Findings& findings);
+void CheckReportDirectory(const Host& host, Findings& findings);
+void CheckReportStates(const Host& host, Findings& findings);
+void CheckReportTimes(const Host& host, Findings& findings);
+void CheckSigningKey(const Host& host, Findings& findings);
+void CheckTrustSet(const Host& host, Findings& findings);
+void CheckAuditLog(const Host& host, Findings& findings);
+void CheckMetadataFile(const Host& host, Findings& findings);
+void CheckGroup(const Host& host, Findings& findings);
 
 }  // namespace Ctl

@@ -7,13 +7,13 @@
 #include "ctl/group/location.h"
 #include "ctl/host/daemon_process.h"
 #include "ctl/host/daemon_settings.h"
+#include "ctl/host/host.h"
 #include "ctl/host/listening_sockets.h"
 #include "ctl/host/plugin_survey.h"
 #include "ctl/host/process_stat.h"
 #include "ctl/plugin_run/intake.h"
 #include "ctl/plugin_run/process.h"
 #include "ctl/plugin_run/result.h"
-#include "ctl/reports/source.h"
 #include "ctl/show/failure.h"
 #include "ctl/show/json_output.h"
 #include "ctl/show/lifetime.h"
@@ -156,14 +156,14 @@ void TakeStored(const StoredReports& stored, PluginRun& run) {
     }
 }
 
-void Run(const Sentrel::Plugin& plugin, const PluginStarter& starter, const GivenOptions& options,
+void Run(const Sentrel::Plugin& plugin, const PluginStarter& starter, const Host& host,
          PluginRun& run) {
     std::optional<StoredReports> stored;
     std::optional<StandInIntake> standIn;
     if (run.intake.empty()) {
         standIn.emplace(run.port);
     } else {
-        stored.emplace(FindReportDirectory(options));
+        stored.emplace(RequireReportDirectory(host));
     }
     PluginProcess process(plugin, starter);
     run.pid = process.Pid();
@@ -189,17 +189,19 @@ int RunPlugin(const Arguments& arguments, std::ostream& output) {
     TellWhetherItIsRun(found, run);
     const auto settings = ReadDaemonSettings();
     run.port = Sentrel::GetHttpPort(settings, SilentLogger());
-    const std::optional<DaemonProcess> daemon = FindDaemonProcess();
-    run.intake = FindIntake(run.port, daemon);
-    UseGroup(daemon, run);
-    const PluginStarter starter{FindUser(daemon, run),
-                                daemon ? std::optional(InheritanceOf(daemon->pid)) : std::nullopt};
+    Host host = HostOf(arguments.options);
+    host.daemon = FindDaemonProcess();
+    run.intake = FindIntake(run.port, host.daemon);
+    UseGroup(host.daemon, run);
+    const PluginStarter starter{
+        FindUser(host.daemon, run),
+        host.daemon ? std::optional(InheritanceOf(host.daemon->pid)) : std::nullopt};
     Sentrel::Plugin::sResourcePoolSizeMB = survey.poolSizeMB;
     const Sentrel::Plugin plugin(found.entry.info, settings);
     for (char* const* argument = plugin.GetArgv(); *argument != nullptr; ++argument) {
         run.arguments.emplace_back(*argument);
     }
-    Run(plugin, starter, arguments.options, run);
+    Run(plugin, starter, host, run);
     ReadGroupPeak(run);
     JudgeRun(run);
     if (arguments.options.Has("--json")) {

@@ -1,11 +1,11 @@
 #include "ctl/plugins/commands.h"
 
+#include "ctl/host/host.h"
 #include "ctl/host/plugin_survey.h"
 #include "ctl/plugins/findings.h"
 #include "ctl/plugins/new.h"
 #include "ctl/plugins/plan.h"
 #include "ctl/plugins/times.h"
-#include "ctl/reports/source.h"
 #include "ctl/show/failure.h"
 #include "ctl/show/finding.h"
 #include "ctl/show/json_output.h"
@@ -95,15 +95,18 @@ const SurveyedPlugin* FindEntry(const PluginSurvey& survey, const std::string& o
 
 std::vector<Finding> FindAll(const Arguments& arguments) {
     const PluginSurvey survey = SurveyPlugins();
-    const PluginSurroundings surroundings = ReadSurroundings(arguments.options, survey);
+    Host host = HostOf(arguments.options);
+    host.daemon = FindDaemonProcess();
+    const PluginReports reports = ReadPluginReports(host, survey);
+    host.user = FindPluginUser(host.daemon, reports);
     if (arguments.operands.empty()) {
-        return CheckPlugins(survey, surroundings);
+        return CheckPlugins(survey, host, reports);
     }
     std::vector<Finding> findings;
     for (const std::string& operand : arguments.operands) {
         const SurveyedPlugin* const plugin = FindEntry(survey, operand);
         std::vector<Finding> more =
-            plugin != nullptr ? CheckPlugin(*plugin, surroundings) : CheckPluginProgram(operand);
+            plugin != nullptr ? CheckPlugin(*plugin, host, reports) : CheckPluginProgram(operand);
         std::move(more.begin(), more.end(), std::back_inserter(findings));
     }
     return findings;

@@ -2,7 +2,6 @@
 
 #include "ctl/plugins/file.h"
 #include "ctl/plugins/report_findings.h"
-#include "ctl/reports/source.h"
 #include "ctl/reports/state.h"
 #include "ctl/show/failure.h"
 #include "platform/sys/host_root.h"
@@ -53,20 +52,6 @@ StoredNames ReadNames(const std::string& directory) {
     return names;
 }
 
-RunUser GuessUser(const PluginSurroundings& surroundings) {
-    if (surroundings.daemon) {
-        if (const std::optional<RunUser> user = UserOf(surroundings.daemon->pid)) {
-            return *user;
-        }
-    }
-    struct stat status{};
-    if (!surroundings.reportDirectory.empty() &&
-        ::stat(surroundings.reportDirectory.c_str(), &status) == 0) {
-        return {status.st_uid, status.st_gid, {}};
-    }
-    return {::geteuid(), ::getegid(), {}};
-}
-
 std::vector<Finding> CheckName(const std::string& subject, const std::string& name) {
     if (Sentrel::IsReportName(name)) {
         return {};
@@ -78,9 +63,9 @@ std::vector<Finding> CheckName(const std::string& subject, const std::string& na
 }
 
 std::vector<Finding> CheckConflicts(const std::string& subject, const std::string& name,
-                                    const PluginSurroundings& surroundings) {
+                                    const std::vector<NameConflict>& conflicts) {
     std::vector<Finding> findings;
-    for (const NameConflict& conflict : surroundings.conflicts) {
+    for (const NameConflict& conflict : conflicts) {
         if (conflict.one == name || conflict.other == name) {
             findings.push_back({Severity::Warning, subject, conflict.why, "rename one of the two"});
         }
@@ -90,9 +75,9 @@ std::vector<Finding> CheckConflicts(const std::string& subject, const std::strin
 
 // Between reports that no plugin has the name of.
 std::vector<Finding> CheckOtherConflicts(const PluginSurvey& survey,
-                                         const PluginSurroundings& surroundings) {
+                                         const std::vector<NameConflict>& conflicts) {
     std::vector<Finding> findings;
-    for (const NameConflict& conflict : surroundings.conflicts) {
+    for (const NameConflict& conflict : conflicts) {
         const bool isOfPlugin =
             std::any_of(survey.entries.begin(), survey.entries.end(), [&](const auto& plugin) {
                 return plugin.IsEnabled() &&
@@ -170,46 +155,56 @@ std::vector<Finding> ExplainLeftOut(const std::string& subject, const SurveyedPl
 
 }  // namespace
 
-PluginSurroundings ReadSurroundings(const GivenOptions& options, const PluginSurvey& survey) {
-    PluginSurroundings surroundings;
-    surroundings.now = std::chrono::system_clock::now();
-    surroundings.daemon = FindDaemonProcess();
+PluginReports ReadPluginReports(const Host& host, const PluginSurvey& survey) {
+    PluginReports reports;
     StoredNames names;
     try {
-        surroundings.reportDirectory = FindReportDirectory(options);
-        names = ReadNames(surroundings.reportDirectory);
-    } catch (const Failure& error) {
-        if (options.Has("--reports")) {
+        reports.directory = RequireReportDirectory(host);
+        names = ReadNames(reports.directory);
+    } catch (const Failure& failure) {
+        if (host.hasNamedReports) {
             throw;
         }
-        surroundings.reportProblem = error.what();
+        reports.problem = failure.what();
     }
-    surroundings.user = GuessUser(surroundings);
     const std::vector<PluginPeriod> plugins = PeriodsOf(survey);
     for (const std::string& name : names.links) {
         if (const std::size_t maker = FindMaker(name, plugins); maker < plugins.size()) {
-            surroundings.reports[plugins[maker].name].push_back(name);
+            reports.names[plugins[maker].name].push_back(name);
         }
     }
     for (const PluginPeriod& plugin : plugins) {
         names.all.push_back(plugin.name);
     }
-    surroundings.conflicts = FindNameConflicts(names.all);
-    return surroundings;
+    reports.conflicts = FindNameConflicts(names.all);
+    return reports;
 }
 
-std::vector<Finding> CheckPlugin(const SurveyedPlugin& plugin,
-                                 const PluginSurroundings& surroundings) {
+RunUser FindPluginUser(const std::optional<DaemonProcess>& daemon, const PluginReports& reports) {
+    if (daemon) {
+        if (const std::optional<RunUser> user = UserOf(daemon->pid)) {
+            return *user;
+        }
+    }
+    struct stat status{};
+    if (!reports.directory.empty() && ::stat(reports.directory.c_str(), &status) == 0) {
+        return {status.st_uid, status.st_gid, {}};
+    }
+    return {::geteuid(), ::getegid(), {}};
+}
+
+std::vector<Finding> CheckPlugin(const SurveyedPlugin& plugin, const Host& host,
+                                 const PluginReports& reports) {
     const std::string subject = SubjectOf(plugin.Name());
     if (!plugin.IsEnabled()) {
         return ExplainLeftOut(subject, plugin);
     }
-    std::vector<Finding> findings = CheckExecutable(subject, plugin.location, surroundings.user);
-    Append(CheckOwnership(subject, plugin.location, surroundings.user), findings);
+    std::vector<Finding> findings = CheckExecutable(subject, plugin.location, host.user);
+    Append(CheckOwnership(subject, plugin.location, host.user), findings);
     Append(CheckConfiguration(subject, plugin), findings);
     Append(CheckName(subject, plugin.Name()), findings);
-    Append(CheckConflicts(subject, plugin.Name(), surroundings), findings);
-    Append(CheckReports(subject, plugin, surroundings), findings);
+    Append(CheckConflicts(subject, plugin.Name(), reports.conflicts), findings);
+    Append(CheckReports(subject, plugin, host, reports), findings);
     if (findings.empty()) {
         findings.push_back({Severity::Good, subject,
                             "runs in the " + std::string(QueueOf(plugin)) + " queue", ""});
@@ -217,27 +212,26 @@ std::vector<Finding> CheckPlugin(const SurveyedPlugin& plugin,
     return findings;
 }
 
-std::vector<Finding> CheckPlugins(const PluginSurvey& survey,
-                                  const PluginSurroundings& surroundings) {
+std::vector<Finding> CheckPlugins(const PluginSurvey& survey, const Host& host,
+                                  const PluginReports& reports) {
     const std::string subject = "plugin directory";
     const std::string directory = Sys::HostPath(Sentrel::kPluginDirectory);
     if (!survey.hasDirectory) {
         return {{Severity::Error, subject, directory + " is missing, so the daemon does not start",
                  "mkdir -p " + directory}};
     }
-    std::vector<Finding> findings = CheckOwnership(subject, directory, surroundings.user);
+    std::vector<Finding> findings = CheckOwnership(subject, directory, host.user);
     if (survey.entries.empty()) {
         findings.push_back({Severity::Notice, subject, directory + " is empty: nothing is run",
                             "make a plugin with \"sentrelctl plugin new NAME\""});
     }
-    if (!surroundings.reportProblem.empty()) {
-        findings.push_back(
-            {Severity::Notice, "reports", "not looked at", surroundings.reportProblem});
+    if (!reports.problem.empty()) {
+        findings.push_back({Severity::Notice, "reports", "not looked at", reports.problem});
     }
     for (const SurveyedPlugin& plugin : survey.entries) {
-        Append(CheckPlugin(plugin, surroundings), findings);
+        Append(CheckPlugin(plugin, host, reports), findings);
     }
-    Append(CheckOtherConflicts(survey, surroundings), findings);
+    Append(CheckOtherConflicts(survey, reports.conflicts), findings);
     return findings;
 }
 

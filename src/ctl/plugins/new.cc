@@ -2,6 +2,7 @@
 
 #include "core/settings/settings.h"
 #include "ctl/command/command_line.h"
+#include "ctl/host/host.h"
 #include "ctl/host/plugin_survey.h"
 #include "ctl/plugins/template.h"
 #include "ctl/reports/name_conflicts.h"
@@ -33,16 +34,24 @@ constexpr std::string_view kPlaceholder = "@NAME@";
 // The framework's own settings, which lie beside those of plugins, as the daemon's do.
 constexpr std::string_view kFrameworkEntryKey = "pellmar";
 
+// What the command line asks for.
+struct NewPlugin {
+    std::string name;
+    std::string language;   // one of kPluginLanguages
+    std::string frequency;  // one of Sentrel::kQueueNames
+    std::string directory;  // for the files; empty: the host's own places
+    std::string root;       // as Host has it
+
+    bool IsCpp() const { return language == "cpp"; }
+};
+
 struct NewFile {
     std::string path;  // below the host root
     std::string text;
     mode_t mode = kTextMode;
 };
 
-bool IsCpp(const GivenOptions& options) { return options.Value("--language") == "cpp"; }
-
-std::string_view TemplateFor(const GivenOptions& options) {
-    const std::string language = options.Has("--language") ? options.Value("--language") : "sh";
+std::string_view TemplateFor(const std::string& language) {
     if (language == "sh") {
         return kShellPlugin;
     }
@@ -56,15 +65,12 @@ std::string_view TemplateFor(const GivenOptions& options) {
                      "\" is none; there are sh, python and cpp");
 }
 
-std::string FrequencyFor(const GivenOptions& options) {
-    std::string frequency =
-        options.Has("--frequency") ? options.Value("--frequency") : Sentrel::kQueueNames.front();
+void CheckFrequency(const std::string& frequency) {
     if (std::find(Sentrel::kQueueNames.begin(), Sentrel::kQueueNames.end(), frequency) ==
         Sentrel::kQueueNames.end()) {
         throw UsageError("option \"--frequency\": \"" + frequency +
                          "\" is none; there are fast, medium and slow");
     }
-    return frequency;
 }
 
 void RefuseName(const std::string& name, const std::string& why) {
@@ -105,18 +111,20 @@ std::string FillIn(std::string_view text, const std::string& name) {
 }
 
 // The program or its source, and the entry of the store.
-std::vector<NewFile> NewFiles(const std::string& name, const GivenOptions& options) {
-    const std::string folder = options.Value("--directory");
+std::vector<NewFile> NewFiles(const NewPlugin& plugin) {
+    const std::string& name = plugin.name;
+    const std::string& folder = plugin.directory;
     const std::string place = folder.empty() ? "" : folder + (folder.ends_with('/') ? "" : "/");
-    NewFile program{place + name, FillIn(TemplateFor(options), name), kProgramMode};
-    if (IsCpp(options)) {
+    NewFile program{place + name, FillIn(TemplateFor(plugin.language), name), kProgramMode};
+    if (plugin.IsCpp()) {
         program.path += ".cc";
         program.mode = kTextMode;
     } else if (folder.empty()) {
         program.path = Sys::HostPath(Sentrel::kPluginDirectory + name);
     }
+    CheckFrequency(plugin.frequency);
     NewFile entry{folder.empty() ? Sys::HostPath(StoreFilesOf(name).host) : place + name + ".json",
-                  "{\"enabled\": true, \"frequency\": \"" + FrequencyFor(options) +
+                  "{\"enabled\": true, \"frequency\": \"" + plugin.frequency +
                       "\", \"log_level\": \"info\"}\n",
                   kTextMode};
     return {std::move(program), std::move(entry)};
@@ -167,22 +175,21 @@ void WriteAll(const std::vector<NewFile>& files, const std::string& storeFolder)
     }
 }
 
-void WriteAdvice(const std::string& name, const std::vector<NewFile>& files,
-                 const GivenOptions& options, std::ostream& output) {
+void WriteAdvice(const NewPlugin& plugin, const std::vector<NewFile>& files, std::ostream& output) {
+    const std::string& name = plugin.name;
     const std::string program = Sys::HostPath(Sentrel::kPluginDirectory + name);
     const std::string tool =
-        "sentrelctl " + (options.Has("--root") ? "--root " + options.Value("--root") + " " : "") +
-        "plugin ";
+        "sentrelctl " + (plugin.root.empty() ? "" : "--root " + plugin.root + " ") + "plugin ";
     for (const NewFile& file : files) {
         output << "Made " << file.path << '\n';
     }
     output << "\nNext:\n";
     std::string built = files.front().path;
-    if (IsCpp(options)) {
+    if (plugin.IsCpp()) {
         built = built.substr(0, built.size() - 3);  // without ".cc"
         output << "  g++ -std=c++17 -O2 -static " << built << ".cc -o " << built << '\n';
     }
-    const bool isForHost = !options.Has("--directory");
+    const bool isForHost = plugin.directory.empty();
     if (!isForHost) {
         output << "  " << tool << "check " << (built.find('/') == std::string::npos ? "./" : "")
                << built << '\n';
@@ -205,15 +212,23 @@ void WriteAdvice(const std::string& name, const std::vector<NewFile>& files,
 }  // namespace
 
 void RunPluginNew(const Arguments& arguments, std::ostream& output) {
-    const std::string& name = arguments.operands.front();
     const GivenOptions& options = arguments.options;
-    CheckNewName(name);
-    const std::vector<NewFile> files = NewFiles(name, options);
+    const auto valueOr = [&options](std::string_view option, const char* usual) {
+        return options.Has(option) ? options.Value(option) : usual;
+    };
+    const NewPlugin plugin{.name = arguments.operands.front(),
+                           .language = valueOr("--language", kPluginLanguages.front()),
+                           .frequency = valueOr("--frequency", Sentrel::kQueueNames.front()),
+                           .directory = options.Value("--directory"),
+                           .root = HostOf(options).root};
+    CheckNewName(plugin.name);
+    const std::vector<NewFile> files = NewFiles(plugin);
     RefuseExisting(files);
-    CheckConflicts(name, SurveyPlugins());
-    const bool isForHost = !options.Has("--directory");
-    WriteAll(files, isForHost ? std::filesystem::path(files.back().path).parent_path() : "");
-    WriteAdvice(name, files, options, output);
+    CheckConflicts(plugin.name, SurveyPlugins());
+    WriteAll(files, plugin.directory.empty()
+                        ? std::filesystem::path(files.back().path).parent_path()
+                        : "");
+    WriteAdvice(plugin, files, output);
 }
 
 }  // namespace Ctl

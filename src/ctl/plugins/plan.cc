@@ -1,6 +1,7 @@
 #include "ctl/plugins/plan.h"
 
 #include "ctl/host/daemon_settings.h"
+#include "ctl/host/host.h"
 #include "ctl/host/plugin_survey.h"
 #include "ctl/plugins/findings.h"
 #include "ctl/plugins/times.h"
@@ -48,15 +49,16 @@ struct PlannedPlugin {
     std::vector<std::string> arguments;
 };
 
-std::vector<PlannedPlugin> MakePlan(const PluginSurvey& survey,
-                                    const PluginSurroundings& surroundings) {
+std::vector<PlannedPlugin> MakePlan(const PluginSurvey& survey, const Host& host) {
+    const PluginReports reports = ReadPluginReports(host, survey);
     const auto settings = ReadDaemonSettings();
     Sentrel::Plugin::sResourcePoolSizeMB = survey.poolSizeMB;
     (void)SilentLogger();  // of the port that is not set
     std::vector<PlannedPlugin> plan;
     for (const SurveyedPlugin* plugin : InLaunchOrder(survey)) {
         plan.push_back({*plugin, GuaranteedRunTime(survey, *plugin), MayBeEndedBy(survey, *plugin),
-                        EstimateNextLaunch(*plugin, surroundings), ArgumentsOf(*plugin, settings)});
+                        EstimateNextLaunch(*plugin, host, reports),
+                        ArgumentsOf(*plugin, settings)});
     }
     return plan;
 }
@@ -77,8 +79,7 @@ std::string NextText(const PlannedPlugin& planned, system_clock::time_point now)
     return "~" + DurationText(std::max(left, seconds(0)));
 }
 
-void WriteTotals(const PluginSurvey& survey, const PluginSurroundings& surroundings,
-                 std::ostream& output) {
+void WriteTotals(const PluginSurvey& survey, const Host& host, std::ostream& output) {
     const std::size_t count = survey.counts.fast + survey.counts.medium + survey.counts.slow;
     const seconds slot(Sentrel::kThrottleTimeoutSeconds);
     const std::string minimum = DurationText(seconds(survey.timetable.minimumPeriod));
@@ -95,17 +96,16 @@ void WriteTotals(const PluginSurvey& survey, const PluginSurroundings& surroundi
                                   " so that every plugin has a slot in it"
                             : fast + "; the slots of all plugins take " + minimum + " of it"});
     totals.Add({"Memory", std::to_string(survey.poolSizeMB) + " MB, for all plugins together"});
-    totals.Add({"Daemon", surroundings.daemon
-                              ? "process " + std::to_string(surroundings.daemon->pid) + ", for " +
-                                    DurationText(std::chrono::duration_cast<seconds>(
-                                        surroundings.now - surroundings.daemon->started))
-                              : "none that this user can see, so no next launch is known"});
+    totals.Add({"Daemon", host.daemon ? "process " + std::to_string(host.daemon->pid) + ", for " +
+                                            DurationText(std::chrono::duration_cast<seconds>(
+                                                host.now - host.daemon->started))
+                                      : "none that this user can see, so no next launch is known"});
     output << '\n';
     totals.Write(output);
 }
 
-void WritePlan(const std::vector<PlannedPlugin>& plan, const PluginSurvey& survey,
-               const PluginSurroundings& surroundings, std::ostream& output) {
+void WritePlan(const std::vector<PlannedPlugin>& plan, const PluginSurvey& survey, const Host& host,
+               std::ostream& output) {
     using Align = Table::Align;
     Table table({{"PLUGIN"},
                  {"QUEUE"},
@@ -118,7 +118,7 @@ void WritePlan(const std::vector<PlannedPlugin>& plan, const PluginSurvey& surve
     for (const PlannedPlugin& planned : plan) {
         table.Add({planned.plugin.Name(), std::string(QueueOf(planned.plugin)),
                    DurationText(planned.plugin.firstRun), DurationText(planned.plugin.period),
-                   DurationText(planned.guaranteed), NextText(planned, surroundings.now),
+                   DurationText(planned.guaranteed), NextText(planned, host.now),
                    planned.mayBeEndedBy.empty() ? "-" : Joined(planned.mayBeEndedBy, ", ")});
         commands.Add({planned.plugin.Name(), Joined(planned.arguments, " ")});
     }
@@ -129,7 +129,7 @@ void WritePlan(const std::vector<PlannedPlugin>& plan, const PluginSurvey& surve
         output << "\nCommand lines:\n";
         commands.Write(output);
     }
-    WriteTotals(survey, surroundings, output);
+    WriteTotals(survey, host, output);
 }
 
 // UTC, RFC 3339, in whole seconds.
@@ -142,7 +142,7 @@ std::string TimeText(system_clock::time_point time) {
 }
 
 void WritePlanJson(const std::vector<PlannedPlugin>& plan, const PluginSurvey& survey,
-                   const PluginSurroundings& surroundings, std::ostream& output) {
+                   const Host& host, std::ostream& output) {
     OrderedJson plugins = OrderedJson::array();
     for (const PlannedPlugin& planned : plan) {
         OrderedJson row = {{"name", planned.plugin.Name()},
@@ -164,9 +164,9 @@ void WritePlanJson(const std::vector<PlannedPlugin>& plan, const PluginSurvey& s
         {"fastPeriodSeconds", survey.timetable.fast.period},
         {"fastPeriodWasRaised", survey.timetable.fastPeriodWasRaised},
         {"poolSizeMB", survey.poolSizeMB}};
-    if (surroundings.daemon) {
-        document["daemon"] = {{"pid", surroundings.daemon->pid},
-                              {"started", TimeText(surroundings.daemon->started)}};
+    if (host.daemon) {
+        document["daemon"] = {{"pid", host.daemon->pid},
+                              {"started", TimeText(host.daemon->started)}};
     }
     WriteJson(document, output);
 }
@@ -176,12 +176,13 @@ void WritePlanJson(const std::vector<PlannedPlugin>& plan, const PluginSurvey& s
 void RunPluginPlan(const Arguments& arguments, std::ostream& output) {
     const PluginSurvey survey = SurveyPlugins();
     RequireDirectory(survey);
-    const PluginSurroundings surroundings = ReadSurroundings(arguments.options, survey);
-    const std::vector<PlannedPlugin> plan = MakePlan(survey, surroundings);
+    Host host = HostOf(arguments.options);
+    host.daemon = FindDaemonProcess();
+    const std::vector<PlannedPlugin> plan = MakePlan(survey, host);
     if (arguments.options.Has("--json")) {
-        WritePlanJson(plan, survey, surroundings, output);
+        WritePlanJson(plan, survey, host, output);
     } else {
-        WritePlan(plan, survey, surroundings, output);
+        WritePlan(plan, survey, host, output);
     }
 }
 

@@ -20,11 +20,11 @@ namespace Ctl {
 namespace {
 
 std::vector<Finding> ExplainSilence(const std::string& subject, const SurveyedPlugin& plugin,
-                                    const PluginSurroundings& surroundings) {
-    if (!surroundings.daemon || surroundings.reportDirectory.empty()) {
+                                    const Host& host, const PluginReports& reports) {
+    if (!host.daemon || reports.directory.empty()) {
         return {};
     }
-    const DaemonProcess& daemon = *surroundings.daemon;
+    const DaemonProcess& daemon = *host.daemon;
     if (IsNewerThan(plugin, daemon)) {
         return {{Severity::Notice, subject,
                  "no report yet: it, or its configuration, is newer than the daemon's start",
@@ -32,7 +32,7 @@ std::vector<Finding> ExplainSilence(const std::string& subject, const SurveyedPl
                  "sentrel"}};
     }
     const auto running =
-        std::chrono::duration_cast<std::chrono::seconds>(surroundings.now - daemon.started);
+        std::chrono::duration_cast<std::chrono::seconds>(host.now - daemon.started);
     if (running <= plugin.firstRun + plugin.period) {
         return {};
     }
@@ -80,14 +80,14 @@ void CheckReport(const std::string& subject, const std::string& directory,
 }  // namespace
 
 std::vector<Finding> CheckReports(const std::string& subject, const SurveyedPlugin& plugin,
-                                  const PluginSurroundings& surroundings) {
-    const auto reports = surroundings.reports.find(plugin.Name());
-    if (reports == surroundings.reports.end()) {
-        return ExplainSilence(subject, plugin, surroundings);
+                                  const Host& host, const PluginReports& reports) {
+    const auto names = reports.names.find(plugin.Name());
+    if (names == reports.names.end()) {
+        return ExplainSilence(subject, plugin, host, reports);
     }
     std::vector<Finding> findings;
-    for (const std::string& report : reports->second) {
-        CheckReport(subject, surroundings.reportDirectory, report, findings);
+    for (const std::string& report : names->second) {
+        CheckReport(subject, reports.directory, report, findings);
     }
     return findings;
 }

@@ -9,10 +9,11 @@
 
 namespace Ctl {
 
-struct PluginSurroundings;
+struct Host;
+struct PluginReports;
 
 // Of an enabled plugin. None when its newest reports are good, or it has had no time to report.
 std::vector<Finding> CheckReports(const std::string& subject, const SurveyedPlugin& plugin,
-                                  const PluginSurroundings& surroundings);
+                                  const Host& host, const PluginReports& reports);
 
 }  // namespace Ctl

@@ -27,16 +27,15 @@ system_clock::time_point ChangeTime(const std::string& path) {
 
 // When the newest of its reports was stored.
 std::optional<system_clock::time_point> NewestReport(const SurveyedPlugin& plugin,
-                                                     const PluginSurroundings& surroundings) {
+                                                     const PluginReports& reports) {
     std::optional<system_clock::time_point> newest;
-    const auto reports = surroundings.reports.find(plugin.Name());
-    if (reports == surroundings.reports.end()) {
+    const auto names = reports.names.find(plugin.Name());
+    if (names == reports.names.end()) {
         return newest;
     }
-    for (const std::string& name : reports->second) {
+    for (const std::string& name : names->second) {
         struct stat status{};
-        if (::stat((surroundings.reportDirectory + Sentrel::LinkName(name)).c_str(), &status) ==
-            0) {
+        if (::stat((reports.directory + Sentrel::LinkName(name)).c_str(), &status) == 0) {
             newest = std::max(newest, std::optional(system_clock::from_time_t(status.st_mtime)));
         }
     }
@@ -107,24 +106,25 @@ bool IsNewerThan(const SurveyedPlugin& plugin, const DaemonProcess& daemon) {
 }
 
 std::optional<system_clock::time_point> EstimateNextLaunch(const SurveyedPlugin& plugin,
-                                                           const PluginSurroundings& surroundings) {
-    if (!surroundings.daemon) {
+                                                           const Host& host,
+                                                           const PluginReports& reports) {
+    if (!host.daemon) {
         return std::nullopt;
     }
-    const system_clock::time_point started = surroundings.daemon->started;
-    const auto report = NewestReport(plugin, surroundings);
+    const system_clock::time_point started = host.daemon->started;
+    const auto report = NewestReport(plugin, reports);
     if (report && *report > started) {
-        if (*report + plugin.period > surroundings.now) {
+        if (*report + plugin.period > host.now) {
             return *report + plugin.period;
         }
-    } else if (IsNewerThan(plugin, *surroundings.daemon)) {
+    } else if (IsNewerThan(plugin, *host.daemon)) {
         return std::nullopt;
     }
     const system_clock::time_point first = started + plugin.firstRun;
-    if (first > surroundings.now) {
+    if (first > host.now) {
         return first;
     }
-    const auto rounds = (surroundings.now - first) / plugin.period + 1;
+    const auto rounds = (host.now - first) / plugin.period + 1;
     return first + plugin.period * rounds;
 }
 

@@ -34,6 +34,6 @@ bool IsNewerThan(const SurveyedPlugin& plugin, const DaemonProcess& daemon);
 // or what the plan says for a daemon that started when this one did. Nothing without a daemon,
 // and for a plugin that is newer than it and has not reported to it.
 std::optional<std::chrono::system_clock::time_point> EstimateNextLaunch(
-    const SurveyedPlugin& plugin, const PluginSurroundings& surroundings);
+    const SurveyedPlugin& plugin, const Host& host, const PluginReports& reports);
 
 }  // namespace Ctl

@@ -2,6 +2,7 @@
 
 #include "ctl/api/client.h"
 #include "ctl/command/command_line.h"
+#include "ctl/host/host.h"
 #include "ctl/reports/history.h"
 #include "ctl/reports/metrics.h"
 #include "ctl/reports/name_conflicts.h"
@@ -53,9 +54,9 @@ ReportState WantedState(const std::string& name) {
     throw UsageError("option \"--state\": \"" + name + "\" is no state; there are " + known);
 }
 
-std::vector<ReportState> WantedStates(const GivenOptions& options) {
+std::vector<ReportState> WantedStates(const std::vector<std::string>& names) {
     std::vector<ReportState> states;
-    for (const std::string& name : options.Values("--state")) {
+    for (const std::string& name : names) {
         states.push_back(WantedState(name));
     }
     return states;
@@ -123,8 +124,9 @@ std::vector<std::string> FindWarnings(const std::vector<JudgedReport>& rows) {
 }
 
 void RunList(const Arguments& arguments, std::ostream& output) {
-    const std::vector<ReportState> states = WantedStates(arguments.options);
-    std::vector<JudgedReport> rows = ReadJudgedReports(arguments.options, arguments.operands);
+    const std::vector<ReportState> states = WantedStates(arguments.options.Values("--state"));
+    std::vector<JudgedReport> rows =
+        ReadJudgedReports(HostOf(arguments.options), arguments.operands);
     const std::vector<std::string> warnings = FindWarnings(rows);
     std::erase_if(rows, [&states](const JudgedReport& row) {
         return !states.empty() &&
@@ -166,7 +168,7 @@ void WriteReport(const JudgedReport& row, std::ostream& output) {
 
 void RunGet(const Arguments& arguments, std::ostream& output) {
     const std::string& name = arguments.operands.front();
-    const std::vector<JudgedReport> rows = ReadJudgedReports(arguments.options, {name});
+    const std::vector<JudgedReport> rows = ReadJudgedReports(HostOf(arguments.options), {name});
     if (rows.empty()) {
         throw Failure("there is no report \"" + name + "\"",
                       "\"sentrelctl list\" names those that are stored");
@@ -190,7 +192,7 @@ void RunGet(const Arguments& arguments, std::ostream& output) {
 
 void RunHistory(const Arguments& arguments, std::ostream& output) {
     const std::string& name = arguments.operands.front();
-    const std::string directory = FindReportDirectory(arguments.options);
+    const std::string directory = RequireReportDirectory(HostOf(arguments.options));
     const std::vector<HistoricReport> history = ReadHistory(directory, name);
     if (history.empty()) {
         throw Failure("no report \"" + name + "\" is stored in " + directory,
@@ -236,7 +238,8 @@ void RunCall(const Arguments& arguments, std::ostream& output) {
                           "'{\"name\": \"value\"}'");
         }
     }
-    WriteJson(ConnectApi(arguments.options).Call(arguments.operands.front(), parameters), output);
+    WriteJson(ConnectApi(HostOf(arguments.options)).Call(arguments.operands.front(), parameters),
+              output);
 }
 
 constexpr std::array<Command, 4> kCommands = {{

@@ -1,6 +1,7 @@
 // "check" by the convention of monitoring plugins, "metrics" as OpenMetrics text.
 #include "ctl/reports/monitoring_commands.h"
 
+#include "ctl/host/host.h"
 #include "ctl/reports/metrics.h"
 #include "ctl/reports/metrics_text.h"
 #include "ctl/reports/state.h"
@@ -148,7 +149,7 @@ int JudgeReports(const Arguments& arguments, std::ostream& output) {
     Verdict all;
     try {
         const std::vector<std::string>& names = arguments.operands;
-        const std::vector<JudgedReport> rows = ReadJudgedReports(arguments.options, names);
+        const std::vector<JudgedReport> rows = ReadJudgedReports(HostOf(arguments.options), names);
         std::vector<Verdict> verdicts;
         verdicts.reserve(names.size());
         for (const std::string& name : names) {
@@ -164,7 +165,7 @@ int JudgeReports(const Arguments& arguments, std::ostream& output) {
 }
 
 void RunMetrics(const Arguments& arguments, std::ostream& output) {
-    const std::string text = MetricsText(ReadJudgedReports(arguments.options, {}));
+    const std::string text = MetricsText(ReadJudgedReports(HostOf(arguments.options), {}));
     if (!arguments.options.Has("--textfile")) {
         output << (::isatty(STDOUT_FILENO) == 1 ? PrintableLines(text) : text);
         return;

@@ -1,23 +1,20 @@
 #include "ctl/reports/source.h"
 
+#include "ctl/api/client.h"
 #include "ctl/host/daemon_settings.h"
 #include "ctl/show/failure.h"
 #include "ctl/show/json_output.h"
 #include "platform/runtime/values/date_time.h"
-#include "platform/sys/host_root.h"
 #include "store/publisher.h"
 #include "store/report_name.h"
 
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
-#include <cerrno>
 #include <map>
 #include <string_view>
 #include <system_error>
 #include <utility>
-
-#include <unistd.h>
 
 namespace Ctl {
 
@@ -135,22 +132,6 @@ std::vector<StoredReport> Sorted(ReportMap&& reports) {
 
 }  // namespace
 
-std::string FindReportDirectory(const GivenOptions& options) {
-    const std::string given =
-        options.Has("--reports") ? options.Value("--reports") : Sentrel::kReportDirectory;
-    std::string directory = given.starts_with('/') ? Sys::HostPath(given) : given;
-    if (!directory.ends_with('/')) {
-        directory += '/';
-    }
-    if (::access(directory.c_str(), R_OK | X_OK) != 0) {
-        const int errorNumber = errno;
-        throw Failure("the report directory " + directory + " cannot be read", errorNumber,
-                      errorNumber == EACCES ? "run this as root, or as a member of its group"
-                                            : "name the daemon's (its option -r) with --reports");
-    }
-    return directory;
-}
-
 std::string StatusName(int code) {
     constexpr const char* kNames[] = {"OK", "WARNING", "ERROR", "NONE", "UNKNOWN"};
     return code >= 0 && code < 4 ? kNames[code] : kNames[4];
@@ -168,10 +149,9 @@ std::vector<StoredReport> ReadStoredReports(const std::string& directory,
     return Sorted(std::move(reports));
 }
 
-std::vector<StoredReport> ReadReports(const GivenOptions& options,
-                                      const std::vector<std::string>& names) {
-    return options.Has("--offline") ? ReadStoredReports(FindReportDirectory(options), names)
-                                    : Sorted(ReadThroughApi(ConnectApi(options), names));
+std::vector<StoredReport> ReadReports(const Host& host, const std::vector<std::string>& names) {
+    return host.isOffline ? ReadStoredReports(RequireReportDirectory(host), names)
+                          : Sorted(ReadThroughApi(ConnectApi(host), names));
 }
 
 }  // namespace Ctl

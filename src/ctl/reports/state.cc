@@ -109,7 +109,7 @@ std::vector<JudgedReport> JudgeReports(std::vector<StoredReport> reports,
     return judged;
 }
 
-std::vector<JudgedReport> ReadJudgedReports(const GivenOptions& options,
+std::vector<JudgedReport> ReadJudgedReports(const Host& host,
                                             const std::vector<std::string>& names) {
     const auto isWanted = [&names](const std::string& name) {
         return names.empty() || std::any_of(names.begin(), names.end(), [&](const auto& wanted) {
@@ -117,8 +117,10 @@ std::vector<JudgedReport> ReadJudgedReports(const GivenOptions& options,
                });
     };
     std::vector<PluginPeriod> plugins = ReadPluginPeriods();
+    std::vector<StoredReport> reports = ReadReports(host, names);
+    // by the clock of now: some are newer than the command
     std::vector<JudgedReport> judged =
-        JudgeReports(ReadReports(options, names), plugins, std::chrono::system_clock::now());
+        JudgeReports(std::move(reports), plugins, std::chrono::system_clock::now());
     std::erase_if(judged, [&](const JudgedReport& row) { return !isWanted(row.report.name); });
     return judged;
 }

@@ -59,8 +59,8 @@ std::vector<JudgedReport> JudgeReports(std::vector<StoredReport> reports,
                                        const std::vector<PluginPeriod>& plugins,
                                        std::chrono::system_clock::time_point now);
 
-// The reports of these names, or all, read as the options say and judged now.
-std::vector<JudgedReport> ReadJudgedReports(const GivenOptions& options,
+// The reports of these names, or all, judged at the time when they have been read.
+std::vector<JudgedReport> ReadJudgedReports(const Host& host,
                                             const std::vector<std::string>& names);
 
 }  // namespace Ctl
