@@ -74,16 +74,15 @@ void RunInit(const Arguments& arguments, std::ostream& output) {
 void RunIssue(const Arguments& arguments, std::ostream& output) {
     const std::string subject = arguments.options.Value("--subject");
     if (subject.empty()) {
-        throw UsageError(
-            "\"token issue\" needs --subject NAME; see \"sentrelctl token issue "
-            "--help\"");
+        throw UsageError("\"token issue\" needs --subject NAME",
+                         "see \"sentrelctl token issue --help\"");
     }
     const std::string text = arguments.options.Has("--ttl") ? arguments.options.Value("--ttl")
                                                             : std::string(kDefaultLifetime);
     const std::optional<std::chrono::seconds> lifetime = ParseLifetime(text);
     if (!lifetime) {
-        throw UsageError("option \"--ttl\": \"" + text +
-                         "\" is no time; write a whole number with s, m, h or d, up to 3650d");
+        throw UsageError("option \"--ttl\": \"" + text + "\" is no time",
+                         "write a whole number with s, m, h or d, up to 3650d");
     }
     output << IssueToken(subject, arguments.options.Values("--entitlement"), *lifetime) << '\n';
 }

@@ -17,40 +17,48 @@ namespace {
 
 using OrderedJson = nlohmann::ordered_json;
 
+struct Explanation {
+    std::string happened;
+    std::string advice = {};
+};
+
 // What the caller of the tool is told for an error of that name: the API's own message is worded
 // for its clients, who write requests.
-std::string Explain(const std::string& name, const std::string& message, bool hasToken) {
+Explanation Explain(const std::string& name, const std::string& message, bool hasToken) {
     if (name.ends_with(".unauthenticated")) {
         return hasToken
-                   ? "the API refuses the token; \"sentrelctl token inspect\" says why it is not "
-                     "trusted, \"sentrelctl token init\" has this host's own tokens trusted"
-                   : "the API wants a token and this user has none; run this as root after "
-                     "\"sentrelctl token init\", or name the file of one with --token-file";
+                   ? Explanation{"the API refuses the token",
+                                 "\"sentrelctl token inspect\" says why it is not trusted, "
+                                 "\"sentrelctl token init\" has this host's own tokens trusted"}
+                   : Explanation{"the API wants a token and this user has none",
+                                 "run this as root after \"sentrelctl token init\", or name "
+                                 "the file of one with --token-file"};
     }
     if (name.ends_with(".unauthorized")) {
-        return message + " (\"sentrelctl token issue\" takes it as --entitlement)";
+        return {message + " (\"sentrelctl token issue\" takes it as --entitlement)"};
     }
     if (name.ends_with(".operation_not_found")) {
-        return message +
-               " (\"sentrelctl call com.korvex.quon.std.introspection.service.list\" names the "
-               "services)";
+        return {message +
+                " (\"sentrelctl call com.korvex.quon.std.introspection.service.list\" names the "
+                "services)"};
     }
     if (name.ends_with(".not_found") && message.empty()) {
-        return "the API has nothing of that name (" + name +
-               "); \"sentrelctl list\" names the reports";
+        return {"the API has nothing of that name (" + name + ")",
+                "\"sentrelctl list\" names the reports"};
     }
     if (message.empty()) {
-        return "the API failed" + (name.empty() ? "" : " with " + name) +
-               " and says no more; see the daemon's log";
+        return {"the API failed" + (name.empty() ? "" : " with " + name) + " and says no more",
+                "see the daemon's log"};
     }
-    return message;
+    return {message};
 }
 
 [[noreturn]] void ThrowError(const OrderedJson& error, bool hasToken) {
     const auto data = error.find("data");
     const std::string name = data != error.end() && data->is_object() ? TextOf(*data, "error") : "";
     const std::string message = TextOf(error, "message");
-    throw ApiError(name, Explain(name, message == name ? "" : message, hasToken));
+    const Explanation explanation = Explain(name, message == name ? "" : message, hasToken);
+    throw ApiError(name, explanation.happened, explanation.advice);
 }
 
 bool IsPort(std::string_view text) {

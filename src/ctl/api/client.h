@@ -16,7 +16,8 @@ namespace Ctl {
 // The API answered with an error.
 class ApiError : public Failure {
   public:
-    ApiError(std::string name, const std::string& text) : Failure(text), name(std::move(name)) {}
+    ApiError(std::string name, const std::string& happened, const std::string& advice)
+        : Failure(happened, advice), name(std::move(name)) {}
 
     // Such as "com.korvex.quon.std.errors.not_found"; empty when the answer names none.
     const std::string& Name() const { return name; }

@@ -34,6 +34,9 @@ struct Option {
     std::span<const char* const> words{};      // the values that there are, where they are few
 };
 
+// Of every command that can.
+inline constexpr Option kJsonOption = {"--json", "", "print JSON instead, in one line"};
+
 // The options of a command line with their values (empty for those that take none), in its order.
 class GivenOptions {
   public:

@@ -11,7 +11,7 @@ std::string Quoted(std::string_view text) { return "\"" + std::string(text) + "\
 
 std::string HelpAdvice(std::string_view name) {
     const std::string words = name.empty() ? "" : std::string(name) + " ";
-    return "; see " + Quoted("sentrelctl " + words + "--help");
+    return "see " + Quoted("sentrelctl " + words + "--help");
 }
 
 const Option* FindOption(std::span<const Option> options, std::string_view name) {
@@ -31,7 +31,7 @@ class Parser {
             TakeAll();
         } catch (const UsageError& error) {
             if (line.command != nullptr && line.command->failureStatus != 0) {
-                throw UsageError(error.what(), line.command->failureStatus);
+                throw UsageError(error.WhatHappened(), error.Advice(), line.command->failureStatus);
             }
             throw;
         }
@@ -72,7 +72,7 @@ class Parser {
             std::any_of(commands.begin(), commands.end(),
                         [&name](const Command& command) { return IsInFamily(command, name); });
         if (!isFamily) {
-            throw UsageError("there is no command " + Quoted(name) + HelpAdvice(line.family));
+            throw UsageError("there is no command " + Quoted(name), HelpAdvice(line.family));
         }
         line.family = name;
     }
@@ -81,7 +81,7 @@ class Parser {
         if (line.arguments.operands.size() == line.command->operands.most) {
             const char* sort = line.command->operands.most == 0 ? " takes no argument "
                                                                 : " takes no further argument ";
-            throw UsageError(Quoted(line.command->name) + sort + Quoted(word) +
+            throw UsageError(Quoted(line.command->name) + sort + Quoted(word),
                              HelpAdvice(line.command->name));
         }
         line.arguments.operands.emplace_back(word);
@@ -96,13 +96,13 @@ class Parser {
         }
         if (option == nullptr) {
             throw UsageError("there is no option " + Quoted(name) +
-                             (line.command == nullptr ? " before a command" : "") +
+                                 (line.command == nullptr ? " before a command" : ""),
                              HelpAdvice(Name()));
         }
         const bool hasValue = sign != std::string_view::npos;
         if (option->value.empty()) {
             if (hasValue) {
-                throw UsageError("option " + Quoted(option->name) + " takes no value" +
+                throw UsageError("option " + Quoted(option->name) + " takes no value",
                                  HelpAdvice(Name()));
             }
             line.arguments.options.Add(option->name, "");
@@ -134,15 +134,15 @@ class Parser {
             RefuseMissingCommand();
         }
         if (line.arguments.operands.size() < line.command->operands.least) {
-            throw UsageError(Quoted(line.command->name) + " needs " +
-                             std::string(line.command->operands.help) +
-                             HelpAdvice(line.command->name));
+            throw UsageError(
+                Quoted(line.command->name) + " needs " + std::string(line.command->operands.help),
+                HelpAdvice(line.command->name));
         }
     }
 
     [[noreturn]] void RefuseMissingCommand() const {
         if (line.family.empty()) {
-            throw UsageError("a command is missing" + HelpAdvice(""));
+            throw UsageError("a command is missing", HelpAdvice(""));
         }
         std::string names;
         for (const Command& command : commands) {
@@ -151,7 +151,7 @@ class Parser {
                          std::string(command.name.substr(line.family.size() + 1));
             }
         }
-        throw UsageError(Quoted(line.family) + " needs one of its commands: " + names +
+        throw UsageError(Quoted(line.family) + " needs one of its commands: " + names,
                          HelpAdvice(line.family));
     }
 

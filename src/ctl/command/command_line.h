@@ -3,10 +3,10 @@
 #pragma once
 
 #include "ctl/command/command.h"
+#include "ctl/show/failure.h"
 
 #include <array>
 #include <span>
-#include <stdexcept>
 #include <string>
 
 namespace Ctl {
@@ -17,13 +17,14 @@ inline constexpr std::array<Option, 2> kCommonOptions = {{
     {"--help", "", "print this help"},
 }};
 
-// The command line cannot be understood. The text says what to do next.
-class UsageError : public std::runtime_error {
+// The command line cannot be understood.
+class UsageError : public Failure {
   public:
     static constexpr int kStatus = 2;
 
-    explicit UsageError(const std::string& text, int exitStatus = kStatus)
-        : std::runtime_error(text), exitStatus(exitStatus) {}
+    explicit UsageError(const std::string& happened, const std::string& advice = {},
+                        int exitStatus = kStatus)
+        : Failure(happened, advice), exitStatus(exitStatus) {}
 
     int ExitStatus() const { return exitStatus; }
 

@@ -57,7 +57,8 @@ void Look(const Subject& subject, const Host& host, Findings& findings) {
     try {
         subject.check(host, findings);
     } catch (const CannotLook& reason) {
-        findings.push_back({Severity::Notice, subject.name, reason.what(), "run this as root"});
+        findings.push_back(
+            {Severity::Notice, subject.name, reason.WhatHappened(), reason.Advice()});
     } catch (const Pellmar::Throwable& failure) {
         findings.push_back(Explain(subject.name, failure));
     } catch (const std::system_error& error) {

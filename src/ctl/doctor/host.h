@@ -2,11 +2,11 @@
 #pragma once
 
 #include "ctl/host/host.h"
+#include "ctl/show/failure.h"
 #include "ctl/show/finding.h"
 
 #include <cstdint>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -23,9 +23,14 @@ void LookAtDaemon(Host& host);
 using Findings = std::vector<Finding>;
 
 // This user may not see what there is to look at.
-class CannotLook : public std::runtime_error {
+class CannotLook : public Failure {
   public:
-    using std::runtime_error::runtime_error;
+    explicit CannotLook(const std::string& happened) : Failure(happened, kAdvice) {}
+    // What happened is "what: the system's text of `errorNumber`".
+    CannotLook(const std::string& what, int errorNumber) : Failure(what, errorNumber, kAdvice) {}
+
+  private:
+    static constexpr const char* kAdvice = "run this as root";
 };
 
 // What stands at `path`, links followed; nothing when it is missing, or a link to nothing. Throws

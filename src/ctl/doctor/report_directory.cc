@@ -56,7 +56,7 @@ Content ReadContent(const std::string& directory) {
         }
     }
     if (error) {
-        throw CannotLook(directory + " cannot be read: " + error.message());
+        throw CannotLook(directory + " cannot be read", error.value());
     }
     std::sort(content.foreign.begin(), content.foreign.end());
     return content;
@@ -66,8 +66,7 @@ void CheckRoom(const std::string& directory, const Content& content, Findings& f
     struct statvfs system{};
     if (::statvfs(directory.c_str(), &system) != 0) {
         const int error = errno;
-        throw CannotLook("the room of " + directory +
-                         " cannot be told: " + std::generic_category().message(error));
+        throw CannotLook("the room of " + directory + " cannot be told", error);
     }
     const std::uintmax_t free = std::uintmax_t{system.f_bavail} * system.f_frsize;
     const std::uintmax_t names = std::max<std::uintmax_t>(content.names.size(), 1);

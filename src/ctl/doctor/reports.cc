@@ -27,8 +27,7 @@ bool HasReadableDirectory(const Host& host) {
     }
     const int error = errno;
     if (error == EACCES) {
-        throw CannotLook(host.reportDirectory +
-                         " cannot be read: " + std::generic_category().message(error));
+        throw CannotLook(host.reportDirectory + " cannot be read", error);
     }
     return false;
 }

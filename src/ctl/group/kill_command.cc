@@ -33,23 +33,22 @@ std::string CountText(std::size_t count) {
     return std::to_string(count) + (count == 1 ? " process" : " processes");
 }
 
-// What was asked for and could not be done; empty when all of it was.
-std::string ProblemOf(const KillOutcome& outcome, bool isForAll) {
+// Throws Failure when not all that was asked for could be done.
+void RequireSuccess(const KillOutcome& outcome, bool isForAll) {
     if (outcome.isBeaten) {
-        return "after " + CountText(outcome.ended.size()) +
-               " were ended, more are in the group: they begin faster than that; " +
-               (isForAll ? "stop the daemon, and run this again"
-                         : "end all at once, with \"sentrelctl group kill --all\"");
+        throw Failure("after " + CountText(outcome.ended.size()) +
+                          " were ended, more are in the group: they begin faster than that",
+                      isForAll ? "stop the daemon, and run this again"
+                               : "end all at once, with \"sentrelctl group kill --all\"");
     }
     if (!outcome.held.empty()) {
         const ProcessStat& first = outcome.held.front().process;
-        return CountText(outcome.held.size()) + " cannot end, such as " +
-               std::to_string(first.pid) + " (" + first.name +
-               "), though SIGKILL was sent: the kernel holds them, mostly for a disk or a mount "
-               "that "
-               "does not answer; mend that, and they end";
+        throw Failure(CountText(outcome.held.size()) + " cannot end, such as " +
+                          std::to_string(first.pid) + " (" + first.name +
+                          "), though SIGKILL was sent: the kernel holds them, mostly for a disk or "
+                          "a mount that does not answer",
+                      "mend that, and they end");
     }
-    return "";
 }
 
 // `longest`: how long a process may run, in words.
@@ -96,9 +95,7 @@ void RunGroupKill(const Arguments& arguments, std::ostream& output) {
         longest = LongestRunTime(daemon);
     }
     const KillOutcome outcome = KillMembers(directory, longest);
-    if (const std::string problem = ProblemOf(outcome, isForAll); !problem.empty()) {
-        throw Failure(problem);
-    }
+    RequireSuccess(outcome, isForAll);
     if (arguments.options.Has("--json")) {
         WriteOutcomeJson(outcome, directory, output);
     } else {

@@ -61,15 +61,15 @@ std::string_view TemplateFor(const std::string& language) {
     if (language == "cpp") {
         return kCppPlugin;
     }
-    throw UsageError("option \"--language\": \"" + language +
-                     "\" is none; there are sh, python and cpp");
+    throw UsageError("option \"--language\": \"" + language + "\" is none",
+                     "there are sh, python and cpp");
 }
 
 void CheckFrequency(const std::string& frequency) {
     if (std::find(Sentrel::kQueueNames.begin(), Sentrel::kQueueNames.end(), frequency) ==
         Sentrel::kQueueNames.end()) {
-        throw UsageError("option \"--frequency\": \"" + frequency +
-                         "\" is none; there are fast, medium and slow");
+        throw UsageError("option \"--frequency\": \"" + frequency + "\" is none",
+                         "there are fast, medium and slow");
     }
 }
 

@@ -51,7 +51,7 @@ ReportState WantedState(const std::string& name) {
         known += known.empty() ? "" : ", ";
         known += NameOf(state);
     }
-    throw UsageError("option \"--state\": \"" + name + "\" is no state; there are " + known);
+    throw UsageError("option \"--state\": \"" + name + "\" is no state", "there are " + known);
 }
 
 std::vector<ReportState> WantedStates(const std::vector<std::string>& names) {

@@ -37,17 +37,19 @@ void RefuseBadDocument(const std::string& document, const std::string& name) {
     throw Failure(text, "mend that and post it again");
 }
 
-// Why the intake did not store it, and what to do.
-std::string Explain(unsigned status) {
+// `intake` answers with `status`: why it did not store the report, and what to do.
+Failure ExplainRefusal(const std::string& intake, unsigned status) {
+    const std::string refused = intake + " refuses the report: ";
     switch (status) {
         case 413:
-            return "it is longer than " + std::to_string(Sentrel::kMaxReportSize) +
-                   " bytes; make it shorter";
+            return Failure(
+                refused + "it is longer than " + std::to_string(Sentrel::kMaxReportSize) + " bytes",
+                "make it shorter");
         case 500:
-            return "it cannot be stored; the daemon's log says why";
+            return Failure(refused + "it cannot be stored", "the daemon's log says why");
         default:
-            return "it answers with " + std::to_string(status) +
-                   "; see whether sentrel listens on that port";
+            return Failure(refused + "it answers with " + std::to_string(status),
+                           "see whether sentrel listens on that port");
     }
 }
 
@@ -58,16 +60,16 @@ void RunPost(const Arguments& arguments, std::ostream& output) {
     RefuseBadDocument(document, name);
     const std::string port =
         std::to_string(Sentrel::GetHttpPort(ReadDaemonSettings(), SilentLogger()));
+    const std::string intake = "the intake on port " + port;
     HttpAnswer answer;
     try {
         answer = Send({.host = "127.0.0.1", .port = port, .target = "/" + name, .body = document});
     } catch (const HttpFailure& failure) {
-        throw Failure("the intake on port " + port + " cannot be reached: " + failure.what(),
+        throw Failure(intake + " cannot be reached: " + failure.what(),
                       "start sentrel, or set \"http_port\" to the port of its intake");
     }
     if (answer.status != kStored) {
-        throw Failure("the intake on port " + port +
-                      " refuses the report: " + Explain(answer.status));
+        throw ExplainRefusal(intake, answer.status);
     }
     if (arguments.options.Has("--json")) {
         WriteJson({{"name", name}, {"bytes", document.size()}}, output);

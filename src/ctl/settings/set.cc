@@ -37,9 +37,8 @@ struct Change {
 std::optional<SettingValue> WantedValue(const NamedSetting& named, const Arguments& arguments) {
     const bool hasValue = arguments.operands.size() > 1;
     if (hasValue == arguments.options.Has("--unset")) {
-        throw UsageError(
-            "\"config set\" needs either a VALUE or --unset; see \"sentrelctl config set "
-            "--help\"");
+        throw UsageError("\"config set\" needs either a VALUE or --unset",
+                         "see \"sentrelctl config set --help\"");
     }
     if (!hasValue) {
         return std::nullopt;

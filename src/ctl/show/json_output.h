@@ -1,16 +1,12 @@
 // JSON documents as the tool writes and reads them.
 #pragma once
 
-#include "ctl/command/command.h"
-
 #include <nlohmann/json_fwd.hpp>
 
 #include <iosfwd>
 #include <string>
 
 namespace Ctl {
-
-inline constexpr Option kJsonOption = {"--json", "", "print JSON instead, in one line"};
 
 // In one line. Bytes that are not UTF-8 become U+FFFD.
 void WriteJson(const nlohmann::ordered_json& document, std::ostream& output);
