@@ -46,6 +46,7 @@ void Daemon::Start(const std::string& reportDirectory) {
     apiEndpoint = Pellmar::MakeRef<HealthApi::Endpoint>(kApiPort, *ioService);
     apiEndpoint->Start(reportDirectory);
     Pellmar::Service::LogInternal(Pellmar::Service::GetApp().GetLogger(), 5,
+                                  {.event = Pellmar::Service::LogEvent::Start},
                                   "quon endpoint started at %1", kApiPort);
 }
 

@@ -6,6 +6,7 @@
 #include "platform/pellmar/config.h"
 #include "platform/pellmar/log/logger.h"
 #include "platform/pellmar/service/app.h"
+#include "platform/sys/journal_stream.h"
 #include "platform/tabulon/json_config.h"
 
 #include <cerrno>
@@ -56,8 +57,8 @@ bool InitFramework() {
         Pellmar::Service::InitApp(config);
         return true;
     } catch (const std::exception& exception) {
-        const std::string line =
-            std::string("Initializing FSS/Pellmar failed: ") + exception.what() + "\n";
+        const std::string line = std::string(Sys::ErrorPrefix()) +
+                                 "Initializing FSS/Pellmar failed: " + exception.what() + "\n";
         (void)std::fputs(line.c_str(), stderr);  // there is nowhere else to say it
         return false;
     }

@@ -8,6 +8,8 @@
 namespace Sentrel {
 
 using Pellmar::Http::ResponseCode;
+using Pellmar::Service::LogEvent;
+using Pellmar::Service::LogFields;
 using Pellmar::Service::LogInternal;
 
 namespace {
@@ -18,23 +20,24 @@ constexpr std::string_view kReportContentType = "application/json";
 
 std::optional<ResponseCode> FindRefusal(const Pellmar::Http::Request& request,
                                         const Pellmar::Ref<Pellmar::Service::Logger>& logger) {
+    const std::string& url = request.GetUrl();
+    const LogFields fields{.report = ReportNameOf(url), .event = LogEvent::Refusal};
     const std::string& contentType = request.GetContentType();
     if (contentType != kReportContentType) {
-        LogInternal(logger, 3, "Unsupported content type received %1", contentType);
+        LogInternal(logger, 3, fields, "Unsupported content type received %1", contentType);
         return ResponseCode::BadRequest;
     }
-    const std::string& url = request.GetUrl();
     if (url.empty() || url == "/") {
-        LogInternal(logger, 3, "URL does not contain report name");
+        LogInternal(logger, 3, fields, "URL does not contain report name");
         return ResponseCode::PartialContent;
     }
     std::int64_t length = 0;
     if (!request.GetContentLength(length)) {
-        LogInternal(logger, 3, "Report length header required");
+        LogInternal(logger, 3, fields, "Report length header required");
         return ResponseCode::LengthRequired;
     }
     if (length > kMaxReportSize) {
-        LogInternal(logger, 3, "Report too large: %1", length);
+        LogInternal(logger, 3, fields, "Report too large: %1", length);
         return ResponseCode::RequestEntityTooLarge;
     }
     return std::nullopt;

@@ -17,6 +17,7 @@ using Pellmar::Ref;
 using Pellmar::Http::Request;
 using Pellmar::Http::Response;
 using Pellmar::Http::ResponseCode;
+using Pellmar::Service::LogEvent;
 using Pellmar::Service::Logger;
 using Pellmar::Service::LogInternal;
 
@@ -37,9 +38,9 @@ void SentrelHandler::HandlePost(const Ref<Request>& request, const Ref<Response>
     }
     const std::string& url = request->GetUrl();
     const std::string_view name = ReportNameOf(url);
-    LogInternal(logger, 6, "Report Name: %1", url);
+    LogInternal(logger, 6, {.report = name}, "Report Name: %1", url);
     if (logger->GetLevel() >= kReportPathLevel) {
-        LogInternal(logger, kReportPathLevel, "Report Path: %1",
+        LogInternal(logger, kReportPathLevel, {.report = name}, "Report Path: %1",
                     std::string(reportDirectory).append(name));
     }
     std::optional<Entry> entry = FindOrCreateEntry(name);
@@ -72,7 +73,8 @@ std::optional<SentrelHandler::Entry> SentrelHandler::CreateEntry(std::string_vie
     try {
         entry.roller = Pellmar::MakeRef<ReportRoller>(reportDirectory, name, kFilesPerName, logger);
     } catch (const Pellmar::Exception& exception) {
-        LogInternal(logger, 3, "Error opening directory %1: %2", reportDirectory, exception.what());
+        LogInternal(logger, 3, {.report = name, .event = LogEvent::Refusal},
+                    "Error opening directory %1: %2", reportDirectory, exception.what());
         return std::nullopt;
     }
     entry.queue =

@@ -15,6 +15,7 @@
 namespace Sentrel {
 
 using Pellmar::Ref;
+using Pellmar::Service::LogEvent;
 using Pellmar::Service::Logger;
 using Pellmar::Service::LogInternal;
 
@@ -37,13 +38,15 @@ Kernel::SpawnResult Spawn(const Plugin& plugin, std::int32_t& pid) {
 bool IsSandboxed(const PluginInfo& info) { return info.sandbox && ::geteuid() != 0; }
 
 Launch LaunchPlugin(const Plugin& plugin, const Ref<Logger>& logger) {
+    const std::string& name = plugin.GetName();
     const std::string commandLine = FormatCommandLine(plugin);
     if (!CheckResourcePool(logger)) {
-        LogInternal(logger, 3, "Failed resource pool prechecks; cannot launch plugin: %1",
-                    commandLine);
+        LogInternal(logger, 3, {.plugin = name, .event = LogEvent::Refusal},
+                    "Failed resource pool prechecks; cannot launch plugin: %1", commandLine);
         return {.result = Launch::Result::Refused};
     }
-    LogInternal(logger, 5, "Launching binary: %1", commandLine);
+    LogInternal(logger, 5, {.plugin = name, .event = LogEvent::Launch}, "Launching binary: %1",
+                commandLine);
     std::int32_t pid = 0;
     const Kernel::SpawnResult result = Spawn(plugin, pid);
     if (result.error != 0) {
@@ -51,17 +54,20 @@ Launch LaunchPlugin(const Plugin& plugin, const Ref<Logger>& logger) {
     }
     const int launchError = errno;
     if (result.status != Kernel::kStatusSuccess) {
-        LogInternal(logger, 3, "Plugin launch failed: %1", ErrorText(launchError));
+        LogInternal(logger, 3, {.plugin = name}, "Plugin launch failed: %1",
+                    ErrorText(launchError));
         (void)LogGroupMemory(logger);  // for whoever reads the failure; nothing depends on it
         return {.result = Launch::Result::Failed, .pid = pid, .error = launchError};
     }
     if (Kernel::Kill(pid, 0) != 0) {
         const int probeError = errno;
-        LogInternal(logger, 3, "Plugin launched but failed to run: %1", ErrorText(probeError));
+        LogInternal(logger, 3, {.plugin = name, .pid = pid},
+                    "Plugin launched but failed to run: %1", ErrorText(probeError));
         (void)LogGroupMemory(logger);  // likewise
         return {.pid = pid};
     }
-    LogInternal(logger, 6, "Pushed plugin %1 (%2) for tracking", plugin.GetPath(), pid);
+    LogInternal(logger, 6, {.plugin = name, .pid = pid}, "Pushed plugin %1 (%2) for tracking",
+                plugin.GetPath(), pid);
     return {.pid = pid};
 }
 

@@ -17,6 +17,7 @@ namespace Sentrel {
 
 using Pellmar::Ref;
 using Pellmar::Service::GetApp;
+using Pellmar::Service::LogEvent;
 using Pellmar::Service::Logger;
 using Pellmar::Service::LogInternal;
 using Pellmar::System::ScheduledItem;
@@ -219,9 +220,9 @@ void PluginLauncher::KillTracked(const std::vector<std::int32_t>& pids) const {
         }
         if (Kernel::Kill(pid, SIGTERM) != 0) {
             const int errorNumber = errno;
-            LogInternal(logger, 3, "Could not kill %1: %2", pid, errorNumber);
+            LogInternal(logger, 3, {.pid = pid}, "Could not kill %1: %2", pid, errorNumber);
         } else {
-            LogInternal(logger, 5, "%1 killed", pid);
+            LogInternal(logger, 5, {.pid = pid, .event = LogEvent::Kill}, "%1 killed", pid);
         }
     }
 }

@@ -58,12 +58,12 @@ bool ReportRoller::OpenTemporaryReport(Ref<FileWriter>& writer, Ref<File>& file)
         path = baseDirectory + TemporaryFileName(reportName, fileIndex);
         writer = SystemFactory::CreateFileWriter(path, kNewFile);
     } catch (const Pellmar::Exception& exception) {
-        LogInternal(logger, 3, "Caught %1 while attempting to create file: %2", exception.what(),
-                    path);
+        LogInternal(logger, 3, {.report = reportName},
+                    "Caught %1 while attempting to create file: %2", exception.what(), path);
         return false;
     }
     file = SystemFactory::GetFile(path);
-    LogInternal(logger, 6, "Temporary report name: %1", path);
+    LogInternal(logger, 6, {.report = reportName}, "Temporary report name: %1", path);
     return true;
 }
 
@@ -76,7 +76,8 @@ void ReportRoller::Rotate(const Ref<File>& temporaryFile) {
     const std::string storedPath = std::string(baseDirectory).append(storedName);
     const Ref<File> storedFile = temporaryFile->Rename(storedPath);
     if (!storedFile) {
-        LogInternal(logger, 3, "Failed to rename the file to %1", storedPath);
+        LogInternal(logger, 3, {.report = reportName}, "Failed to rename the file to %1",
+                    storedPath);
         return;
     }
     RenewLink(*storedFile);

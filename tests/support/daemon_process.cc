@@ -22,6 +22,7 @@
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/un.h>
 #include <sys/wait.h>
@@ -54,7 +55,7 @@ std::pair<Sys::OwnedFd, std::string> MakeNotificationSocket() {
 }
 
 // The environment of the test, with that of a service manager and of `options` in place of its own.
-std::vector<std::string> MakeEnvironment(const DaemonOptions& options,
+std::vector<std::string> MakeEnvironment(const DaemonOptions& options, int standardError,
                                          const std::string& notifySocket) {
     std::vector<std::string> environment;
     for (char** variable = environ; *variable != nullptr; ++variable) {
@@ -73,6 +74,12 @@ std::vector<std::string> MakeEnvironment(const DaemonOptions& options,
     }
     if (!options.cgroupRoot.empty()) {
         environment.push_back("SENTREL_CGROUP_ROOT=" + options.cgroupRoot);
+    }
+    if (options.logsToJournal) {
+        struct stat status{};
+        OrThrow(::fstat(standardError, &status), "what standard error is");
+        environment.push_back("JOURNAL_STREAM=" + std::to_string(status.st_dev) + ":" +
+                              std::to_string(status.st_ino));
     }
     return environment;
 }
@@ -129,14 +136,14 @@ DaemonProcess::DaemonProcess(const DaemonOptions& options) {
     std::string notifySocket;
     std::tie(notifications, notifySocket) = MakeNotificationSocket();
 
+    const int standardError = options.standardError >= 0 ? options.standardError : log.Descriptor();
     std::vector<std::string> arguments = options.arguments;
     arguments.insert(arguments.begin(), options.program);
-    std::vector<std::string> environment = MakeEnvironment(options, notifySocket);
+    std::vector<std::string> environment = MakeEnvironment(options, standardError, notifySocket);
     const std::vector<char*> argumentPointers = ToPointers(arguments);
     const std::vector<char*> environmentPointers = ToPointers(environment);
-    const Launch launch{options,
-                        options.standardError >= 0 ? options.standardError : log.Descriptor(),
-                        ::getpid(), argumentPointers.data(), environmentPointers.data()};
+    const Launch launch{options, standardError, ::getpid(), argumentPointers.data(),
+                        environmentPointers.data()};
     pid = OrThrow(::fork(), "starting the daemon");
     if (pid == 0) {
         RunChild(launch);

@@ -35,6 +35,8 @@ struct DaemonOptions {
     // A descriptor of the test's that becomes standard error, so that nothing can be read through
     // the log operations below. -1: a file of this object's own, which takes every line.
     int standardError = -1;
+    // JOURNAL_STREAM names standard error, as if it were the journal.
+    bool logsToJournal = false;
     // SIGTERM is waiting for the program before its first instruction.
     bool startWithPendingStop = false;
 };

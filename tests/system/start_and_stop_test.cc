@@ -139,6 +139,11 @@ TEST_F(StartAndStop, RefusesARelativeRoot) {
     EXPECT_EQ(daemon->WaitForEnd(), 1);
     EXPECT_THAT(daemon->LogLines(), ElementsAre(StartsWith("Initializing FSS/Pellmar failed: ")));
     EXPECT_THAT(daemon->Log(), HasSubstr("SENTREL_ROOT"));
+
+    options.logsToJournal = true;
+    daemon.emplace(options);
+    EXPECT_EQ(daemon->WaitForEnd(), 1);
+    EXPECT_THAT(daemon->Log(), StartsWith("<3>Initializing FSS/Pellmar failed: "));
 }
 
 TEST_F(StartAndStop, OpensClosedStandardDescriptorsOnNothing) {

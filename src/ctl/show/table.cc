@@ -1,6 +1,6 @@
 #include "ctl/show/table.h"
 
-#include "platform/pellmar/log/logger.h"
+#include "platform/pellmar/log/escape.h"
 #include "platform/sys/utf8.h"
 
 #include <algorithm>
@@ -23,7 +23,7 @@ std::size_t WidthOf(std::string_view text) {
 
 std::string PrintableText(std::string_view text) {
     std::string printable;
-    Pellmar::Service::LogArgument(text).AppendTo(printable);
+    Pellmar::Service::AppendEscaped(printable, text);
     return printable;
 }
 

@@ -1,6 +1,7 @@
 #include "platform/hostlib/hostlib.h"
 
 #include "platform/sys/host_root.h"
+#include "platform/sys/journal_stream.h"
 
 #include <cerrno>
 #include <cstdarg>
@@ -70,7 +71,8 @@ char* UtilSafeStrdup0(const char* text) {
 void Panic(const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
-    (void)vfprintf(stderr, format, arguments);  // nowhere else to report
+    (void)std::fputs(Sys::ErrorPrefix(), stderr);  // nowhere else to report
+    (void)vfprintf(stderr, format, arguments);     // likewise
     va_end(arguments);
     std::abort();
 }

@@ -46,6 +46,18 @@ std::size_t Utf8LengthAt(std::string_view text, std::size_t offset) {
     return std::all_of(others.begin(), others.end(), IsUtf8Continuation) ? row->length : 0;
 }
 
+bool IsUnsafeToShow(std::string_view character) {
+    if (character.size() == 1) {
+        const auto byte = static_cast<std::uint8_t>(character[0]);
+        return byte < 0x20 || byte == 0x7F;
+    }
+    const auto isWithin = [character](std::string_view first, std::string_view last) {
+        return character >= first && character <= last;  // UTF-8 keeps the order of characters
+    };
+    return isWithin("\u0080", "\u009F") || character == "\u061C" || isWithin("\u200E", "\u200F") ||
+           isWithin("\u2028", "\u202E") || isWithin("\u2066", "\u2069");
+}
+
 std::string_view CutUtf8(std::string_view text, std::size_t maxBytes) {
     if (text.size() <= maxBytes) {
         return text;

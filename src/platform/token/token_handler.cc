@@ -22,7 +22,8 @@ void TokenHandler::Authenticate(const Quon::CallContext& context,
     Token::TokenClaims claims;
     std::string reason;
     if (!verifier.Verify(*context.token, std::chrono::system_clock::now(), claims, reason)) {
-        Pellmar::Service::LogInternal(logger, 3, "A token is refused: %1", reason);
+        Pellmar::Service::LogInternal(logger, 3, {.event = Pellmar::Service::LogEvent::Refusal},
+                                      "A token is refused: %1", reason);
         result.SetError(Quon::Std::MakeError(Quon::Std::ErrorType::Unauthenticated,
                                              {Quon::L10n::MakeMessage("quon.unauthenticated")}));
         return;

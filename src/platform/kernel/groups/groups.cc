@@ -71,7 +71,8 @@ void LogRoot(const Ref<Logger>& logger, const GroupRoot& root) {
 }
 
 void LogNoReservation(const Ref<Logger>& logger, std::string_view path, std::string_view reason) {
-    LogInternal(logger, 5, "Nothing is reserved for resource group %1: %2", path, reason);
+    LogInternal(logger, 5, {.event = Pellmar::Service::LogEvent::LostReservation},
+                "Nothing is reserved for resource group %1: %2", path, reason);
 }
 
 // Moves this process out of the unit's own cgroup, which could enable no controller otherwise.

@@ -1,12 +1,15 @@
-// Composes one line at a time and gives it to standard error in one call that never waits.
+// Composes one message at a time and gives it away in one call that never waits.
 #include "platform/pellmar/log/log_sink.h"
+
+#include "platform/pellmar/log/escape.h"
+#include "platform/sys/journal_stream.h"
+#include "platform/sys/utf8.h"
 
 #include <algorithm>
 #include <array>
 #include <atomic>
 #include <cerrno>
 #include <climits>
-#include <cstdlib>
 #include <ctime>
 #include <exception>
 
@@ -25,9 +28,42 @@ constexpr std::size_t kKeptBufferSize = 16384;
 
 std::atomic<LogSink*> replacement{nullptr};
 
-std::string_view EnvironmentValue(const char* name) {
-    const char* const value = std::getenv(name);
-    return value != nullptr ? std::string_view(value) : std::string_view();
+// What the journal's records of an event are found by; null for None.
+const char* MessageId(LogEvent event) {
+    switch (event) {
+        case LogEvent::None:
+            return nullptr;
+        case LogEvent::Start:
+            return "b97a7de035cd4d738df92751f395dd46";
+        case LogEvent::Launch:
+            return "dfb8aae03e5847b88742b5bf66add20e";
+        case LogEvent::Kill:
+            return "bf54e56ffa724e43be40ddf06a9c7291";
+        case LogEvent::Refusal:
+            return "b4c65abb2251446f870e867599b6e281";
+        case LogEvent::LostReservation:
+            return "39af87aa0e1e4d0caf5db708e66a6773";
+    }
+    return nullptr;
+}
+
+// The priorities of syslog.
+int Priority(int level) { return std::clamp(level, 0, 7); }
+
+void AppendField(std::string& record, std::string_view name, std::string_view value) {
+    record += name;
+    record += '=';
+    record += value;
+    record += '\n';
+}
+
+// A value from outside: no part of it can end the field.
+void AppendForeignField(std::string& record, std::string_view name, std::string_view value) {
+    if (!value.empty()) {
+        std::string escaped;
+        AppendEscaped(escaped, Sys::CutUtf8(value, kMaxArgumentSize));
+        AppendField(record, name, escaped);
+    }
 }
 
 // "2024-05-01T12:00:00.123Z", the time now.
@@ -46,10 +82,6 @@ void AppendTime(std::string& line) {
     line += 'Z';
 }
 
-std::string DeviceAndInode(const struct stat& status) {
-    return std::to_string(status.st_dev) + ':' + std::to_string(status.st_ino);
-}
-
 // A second, non-blocking way to what `descriptor` is open on; other holders of it notice nothing.
 Sys::OwnedFd OpenOnceMore(int descriptor) {
     const std::string path = "/proc/self/fd/" + std::to_string(descriptor);
@@ -65,7 +97,7 @@ bool HasRoom(int descriptor) {
 }  // namespace
 
 LogSink& LogSink::StandardError() {
-    static auto& sink = *new LogSink(STDERR_FILENO, EnvironmentValue("JOURNAL_STREAM"));
+    static auto& sink = *new LogSink(STDERR_FILENO, Sys::JournalStream());
     return sink;
 }
 
@@ -76,16 +108,19 @@ LogSink& LogSink::Current() {
 
 void LogSink::Replace(LogSink* sink) { replacement.store(sink, std::memory_order_release); }
 
-LogSink::LogSink(int descriptor, std::string_view journalStream) : descriptor(descriptor) {
-    Classify(journalStream);
+LogSink::LogSink(int descriptor, std::string_view journalStream, const char* journalSocketPath)
+    : descriptor(descriptor) {
+    if (Sys::IsJournal(descriptor, journalStream)) {
+        journal.emplace(journalSocketPath);
+    }
+    Classify();
 }
 
-void LogSink::Classify(std::string_view journalStream) {
+void LogSink::Classify() {
     struct stat status{};
     if (::fstat(descriptor, &status) != 0) {
         return;  // nothing is open there: every line will be dropped
     }
-    journal = !journalStream.empty() && journalStream == DeviceAndInode(status);
     if (S_ISSOCK(status.st_mode)) {
         target = Target::Socket;
         return;
@@ -101,15 +136,13 @@ void LogSink::Classify(std::string_view journalStream) {
     }
 }
 
-void LogSink::Write(int level, std::string_view loggerName, std::string_view message) noexcept {
+void LogSink::Write(int level, std::string_view loggerName, std::string_view message,
+                    const LogFields& fields) noexcept {
     Sys::MutexLock guard(lock);
     try {
-        if (dropped == 0 || WriteDropNotice()) {
-            Compose(level, loggerName, message);
-            dropped += WriteBuffer() ? 0UL : 1UL;
-        } else {
-            ++dropped;
-        }
+        const bool isTaken =
+            (dropped == 0 || WriteDropNotice()) && Deliver(level, loggerName, message, fields);
+        dropped += isTaken ? 0UL : 1UL;
     } catch (const std::exception&) {
         ++dropped;  // memory is out
     }
@@ -118,26 +151,55 @@ void LogSink::Write(int level, std::string_view loggerName, std::string_view mes
     }
 }
 
-// True when the reader now knows of all dropped lines.
+// When it is taken, the reader knows of all dropped lines.
 bool LogSink::WriteDropNotice() {
-    Compose(
-        3, "sentrel",
-        "Log lines dropped because standard error did not take them: " + std::to_string(dropped));
-    if (!WriteBuffer()) {
+    const std::string notice =
+        "Log lines dropped because standard error did not take them: " + std::to_string(dropped);
+    if (!Deliver(3, "sentrel", notice, kNoFields)) {
         return false;
     }
     dropped = 0;
     return true;
 }
 
-void LogSink::Compose(int level, std::string_view loggerName, std::string_view message) {
+bool LogSink::Deliver(int level, std::string_view loggerName, std::string_view message,
+                      const LogFields& fields) {
+    if (journal) {
+        ComposeRecord(level, loggerName, message, fields);
+        const JournalSocket::Outcome outcome = journal->Send(buffer);
+        if (outcome != JournalSocket::Outcome::Unavailable) {
+            return outcome == JournalSocket::Outcome::Sent;
+        }
+    }
+    ComposeLine(level, loggerName, message);
+    return WriteBuffer();
+}
+
+void LogSink::ComposeRecord(int level, std::string_view loggerName, std::string_view message,
+                            const LogFields& fields) {
+    buffer.clear();
+    AppendField(buffer, "MESSAGE", message);
+    AppendField(buffer, "PRIORITY", std::to_string(Priority(level)));
+    AppendField(buffer, "SYSLOG_IDENTIFIER", program_invocation_short_name);
+    AppendField(buffer, "SENTREL_LOGGER", loggerName);
+    AppendForeignField(buffer, "SENTREL_REPORT", fields.report);
+    AppendForeignField(buffer, "SENTREL_PLUGIN", fields.plugin);
+    if (fields.pid != 0) {
+        AppendField(buffer, "SENTREL_PID", std::to_string(fields.pid));
+    }
+    if (const char* const identifier = MessageId(fields.event)) {
+        AppendField(buffer, "MESSAGE_ID", identifier);
+    }
+}
+
+void LogSink::ComposeLine(int level, std::string_view loggerName, std::string_view message) {
     buffer.clear();
     if (lineIsCut) {
         buffer += '\n';
     }
     if (journal) {
         buffer += '<';
-        buffer += std::to_string(std::clamp(level, 0, 7));  // the priorities of syslog
+        buffer += std::to_string(Priority(level));
         buffer += '>';
     } else {
         AppendTime(buffer);

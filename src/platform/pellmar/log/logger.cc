@@ -1,7 +1,7 @@
-// Fills the texts of messages and escapes their arguments. Level and line form are decided
-// elsewhere.
+// Fills the texts of messages. Level and line form are decided elsewhere.
 #include "platform/pellmar/log/logger.h"
 
+#include "platform/pellmar/log/escape.h"
 #include "platform/pellmar/log/log_sink.h"
 #include "platform/sys/utf8.h"
 
@@ -12,42 +12,11 @@ namespace Pellmar::Service {
 
 namespace {
 
-// Bytes of the UTF-8 sequence (RFC 3629 section 4) at the start of `text` that may stand in a line
-// as it is; 0 when its first byte must be escaped.
-std::size_t PrintableLength(std::string_view text) {
-    const std::size_t length = Sys::Utf8LengthAt(text, 0);
-    const auto first = static_cast<unsigned char>(text[0]);
-    const bool isControl = length == 1 ? first < 0x20 || first == 0x7F
-                                       : text.substr(0, 2) < "\xC2\xA0";  // U+0080 to U+009F
-    return isControl ? 0 : length;
-}
-
-void AppendByteEscaped(std::string& line, char byte) {
-    constexpr std::string_view kDigits = "0123456789abcdef";
-    const auto value = static_cast<unsigned char>(byte);
-    line += "\\x";
-    line += kDigits[value >> 4];
-    line += kDigits[value & 0xF];
-}
-
-void AppendEscaped(std::string& line, std::string_view text) {
-    std::size_t copied = 0;
-    std::size_t position = 0;
-    while (position < text.size()) {
-        const std::size_t length = PrintableLength(text.substr(position));
-        if (length > 0) {
-            position += length;
-            continue;
-        }
-        line += text.substr(copied, position - copied);
-        AppendByteEscaped(line, text[position]);
-        copied = ++position;
-    }
-    line += text.substr(copied);
-}
+constexpr int kTracingLevel = 7;
 
 // In one pass: what an argument says is never taken for a placeholder.
-std::string Fill(std::string_view format, std::span<const LogArgument> arguments) {
+std::string Fill(std::string_view format, std::span<const LogArgument> arguments,
+                 std::size_t maxArgumentSize) {
     std::string message;
     message.reserve(format.size() + 64);
     std::size_t copied = 0;
@@ -58,7 +27,7 @@ std::string Fill(std::string_view format, std::span<const LogArgument> arguments
             continue;
         }
         message += format.substr(copied, sign - copied);
-        arguments[static_cast<std::size_t>(digit - '1')].AppendTo(message);
+        arguments[static_cast<std::size_t>(digit - '1')].AppendTo(message, maxArgumentSize);
         copied = sign + 2;
     }
     message += format.substr(copied);
@@ -82,10 +51,10 @@ Logger::Logger(std::string_view name, const Ref<Logger>& parent)
 
 void Logger::SetLevel(int newLevel) { level.store(newLevel, std::memory_order_relaxed); }
 
-void LogArgument::AppendTo(std::string& line) const {
+void LogArgument::AppendTo(std::string& line, std::size_t maxSize) const {
     switch (kind) {
         case Kind::Text:
-            AppendEscaped(line, text);
+            AppendEscaped(line, Sys::CutUtf8(text, maxSize));
             break;
         case Kind::Signed:
             line += std::to_string(static_cast<std::int64_t>(number));
@@ -96,18 +65,20 @@ void LogArgument::AppendTo(std::string& line) const {
     }
 }
 
-void WriteMessage(const Logger& logger, int level, std::string_view format,
+void WriteMessage(const Logger& logger, int level, const LogFields& fields, std::string_view format,
                   std::span<const LogArgument> arguments) noexcept {
     LogSink& sink = LogSink::Current();
     if (arguments.empty()) {
-        sink.Write(level, logger.GetName(), format);
+        sink.Write(level, logger.GetName(), format, fields);
         return;
     }
     try {
-        sink.Write(level, logger.GetName(), Fill(format, arguments));
+        const std::size_t maxArgumentSize =
+            level < kTracingLevel ? kMaxArgumentSize : std::string_view::npos;
+        sink.Write(level, logger.GetName(), Fill(format, arguments, maxArgumentSize), fields);
     } catch (const std::exception&) {
         // Memory is out; the bare text tells more than nothing.
-        sink.Write(level, logger.GetName(), format);
+        sink.Write(level, logger.GetName(), format, fields);
     }
 }
 

@@ -2,6 +2,7 @@
 // and the call that writes a message. Where lines go and how they look is log_sink's business.
 #pragma once
 
+#include "platform/pellmar/log/log_fields.h"
 #include "platform/pellmar/object.h"
 
 #include <atomic>
@@ -59,10 +60,9 @@ class LogArgument {
     template <std::unsigned_integral T>
     LogArgument(T number) : number(number), kind(Kind::Unsigned) {}
 
-    // Appends the text or the decimal number. Of a text, control characters (DEL and U+0080 to
-    // U+009F too) and bytes that are not UTF-8 are written as "\xHH" for each byte, in lower case,
-    // so that no argument ends a line or reaches a terminal as a command.
-    void AppendTo(std::string& line) const;
+    // Appends the decimal number, or the text, its first `maxSize` bytes at most, escaped (see
+    // AppendEscaped).
+    void AppendTo(std::string& line, std::size_t maxSize) const;
 
   private:
     enum class Kind : std::uint8_t { Text, Signed, Unsigned };
@@ -72,27 +72,37 @@ class LogArgument {
     Kind kind;
 };
 
-// Fills "%1" to "%4" of `format` and writes the line, without looking at the level. Never throws.
-void WriteMessage(const Logger& logger, int level, std::string_view format,
+// Fills "%1" to "%4" of `format` and writes the message, without looking at the level. Never
+// throws.
+void WriteMessage(const Logger& logger, int level, const LogFields& fields, std::string_view format,
                   std::span<const LogArgument> arguments) noexcept;
 
 // Writes `format` with "%1" to "%4" replaced by the arguments when the logger's level is at least
-// `level`, and does nothing otherwise, formatting least of all. Never throws, never waits: a line
-// that cannot be taken at once is dropped and counted. A placeholder may occur twice; one without
-// an argument, and "%" before anything else, stays as it is.
+// `level`, and does nothing otherwise, formatting least of all. Never throws, never waits: a
+// message that cannot be taken at once is dropped and counted. A placeholder may occur twice; one
+// without an argument, and "%" before anything else, stays as it is. Below level 7 a text argument
+// counts with its first kMaxArgumentSize bytes. `fields` are for the journal, such as {.report =
+// name}.
 template <typename... Arguments>
     requires(sizeof...(Arguments) <= 4)
-void LogInternal(const Ref<Logger>& logger, int level, std::string_view format,
-                 const Arguments&... arguments) {
+void LogInternal(const Ref<Logger>& logger, int level, const LogFields& fields,
+                 std::string_view format, const Arguments&... arguments) {
     if (logger->GetLevel() < level) {
         return;
     }
     if constexpr (sizeof...(Arguments) == 0) {
-        WriteMessage(*logger, level, format, {});
+        WriteMessage(*logger, level, fields, format, {});
     } else {
         const LogArgument list[] = {LogArgument(arguments)...};
-        WriteMessage(*logger, level, format, list);
+        WriteMessage(*logger, level, fields, format, list);
     }
+}
+
+template <typename... Arguments>
+    requires(sizeof...(Arguments) <= 4)
+void LogInternal(const Ref<Logger>& logger, int level, std::string_view format,
+                 const Arguments&... arguments) {
+    LogInternal(logger, level, kNoFields, format, arguments...);
 }
 
 }  // namespace Pellmar::Service

@@ -30,11 +30,6 @@ void WorkQueue::Submit(Job job) {
     }
 }
 
-void WorkQueue::RunAll() {
-    while (RunOne()) {
-    }
-}
-
 bool WorkQueue::RunOne() {
     Job job;
     {
@@ -76,8 +71,12 @@ bool DeferredQueue::Take(WorkQueue* woken) {
 
 void DeferredQueue::RunDeferred() {
     StopTaking();
-    if (const Ref<WorkQueue> next = std::move(queue)) {
-        next->RunAll();
+    if (!queue) {
+        return;
+    }
+    const Ref<WorkQueue> next = std::move(queue);
+    if (next->pool.TakePlace(next)) {
+        next->pool.Drain(next);
     }
 }
 

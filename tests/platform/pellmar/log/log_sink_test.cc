@@ -69,10 +69,10 @@ std::string StreamName(int descriptor) {
     return std::to_string(status.st_dev) + ":" + std::to_string(status.st_ino);
 }
 
-// In the journal's form, whose lines hold no time.
+// Into a journal without a socket, whose lines hold no time.
 struct JournalSink : LogSink {
     explicit JournalSink(const Sys::OwnedFd& writer)
-        : LogSink(writer.Get(), StreamName(writer.Get())) {}
+        : LogSink(writer.Get(), StreamName(writer.Get()), "/nowhere") {}
 };
 
 // Writes lines until one is dropped, and forgets the reader's side of them.
@@ -123,7 +123,7 @@ TEST_F(LogSinkTest, WritesTheJournalsFormToTheJournalOnly) {
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
-        LogSink sink(pipe.writer.Get(), row.journalStream);
+        LogSink sink(pipe.writer.Get(), row.journalStream, "/nowhere");
         sink.Write(row.level, "n", "m");
         EXPECT_THAT(pipe.Drain(), testing::StartsWith(row.start));
     }

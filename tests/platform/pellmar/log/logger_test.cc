@@ -23,7 +23,7 @@ const Ref<Logger> earlyLogger = Logger::CreateLogger(Logger::sDefaultLogger, "ea
 
 std::string MessageOf(std::string_view format, const std::vector<LogArgument>& arguments) {
     const CapturedLog log;
-    WriteMessage(*Logger::sDefaultLogger, 5, format, arguments);
+    WriteMessage(*Logger::sDefaultLogger, 5, kNoFields, format, arguments);
     const std::vector<std::string> lines = log.Lines();
     return lines.size() == 1 ? lines.front() : "not one line";
 }
@@ -67,7 +67,14 @@ TEST(Logger, EscapesWhatIsNotPrintableInArguments) {
         {"four bytes", "\xf0\x9f\x98\x80"sv, "\xf0\x9f\x98\x80"sv},
         {"last code point", "\xf4\x8f\xbf\xbf"sv, "\xf4\x8f\xbf\xbf"sv},
         {"beyond it", "\xf4\x90\x80\x80"sv, "\\xf4\\x90\\x80\\x80"sv},
-        {"first after the controls", "\xc2\xa0"sv, "\xc2\xa0"sv},
+        {"first and last C1 control", "\u0080\u009f"sv, "\\xc2\\x80\\xc2\\x9f"sv},
+        {"first after the controls", "\u00a0"sv, "\u00a0"sv},
+        {"letter mark", "\u061b\u061c\u061d"sv, "\u061b\\xd8\\x9c\u061d"sv},
+        {"direction marks", "\u200d\u200e\u200f\u2010"sv,
+         "\u200d\\xe2\\x80\\x8e\\xe2\\x80\\x8f\u2010"sv},
+        {"line separator", "\u2027\u2028"sv, "\u2027\\xe2\\x80\\xa8"sv},
+        {"override", "\u202e\u202f"sv, "\\xe2\\x80\\xae\u202f"sv},
+        {"isolates", "\u2065\u2066\u2069\u206a"sv, "\u2065\\xe2\\x81\\xa6\\xe2\\x81\\xa9\u206a"sv},
         {"lone continuation", "\x80z"sv, "\\x80z"sv},
         {"cut sequence", "\xe2\x82"sv, "\\xe2\\x82"sv},
         {"overlong two", "\xc0\xaf"sv, "\\xc0\\xaf"sv},
@@ -79,6 +86,15 @@ TEST(Logger, EscapesWhatIsNotPrintableInArguments) {
         EXPECT_EQ(MessageOf("<%1>", {row.argument}),
                   "5 sentrel: <" + std::string(row.written) + ">");
     }
+}
+
+TEST(Logger, CutsLongArgumentsBelowTracing) {
+    const CapturedLog log;
+    const std::string whole = std::string(1023, 'x') + "\u00e4y";
+    LogInternal(earlyLogger, 6, "<%1> <%2>", whole, "z");
+    LogInternal(earlyLogger, 7, "<%1>", whole);
+    EXPECT_THAT(log.Lines(), ElementsAre("6 early: <" + std::string(1023, 'x') + "> <z>",
+                                         "7 early: <" + whole + ">"));
 }
 
 // An argument that counts how often it is looked at.
