@@ -1,5 +1,7 @@
 #include "ctl/command/command_line.h"
 
+#include "ctl/show/words.h"
+
 #include <cstddef>
 #include <string_view>
 
@@ -144,14 +146,13 @@ class Parser {
         if (line.family.empty()) {
             throw UsageError("a command is missing", HelpAdvice(""));
         }
-        std::string names;
+        std::vector<std::string> names;
         for (const Command& command : commands) {
             if (IsInFamily(command, line.family)) {
-                names += (names.empty() ? "" : ", ") +
-                         std::string(command.name.substr(line.family.size() + 1));
+                names.emplace_back(command.name.substr(line.family.size() + 1));
             }
         }
-        throw UsageError(Quoted(line.family) + " needs one of its commands: " + names,
+        throw UsageError(Quoted(line.family) + " needs one of its commands: " + Joined(names),
                          HelpAdvice(line.family));
     }
 

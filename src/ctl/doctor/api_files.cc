@@ -1,6 +1,7 @@
 // Of "doctor": the files that the API writes and reads beside the reports.
 #include "ctl/doctor/subjects.h"
 #include "ctl/host/input_file.h"
+#include "ctl/show/sizes.h"
 #include "platform/audit/kvx_audit.h"
 #include "platform/bindings/metadata_writer.h"
 #include "platform/sys/host_root.h"

@@ -1,13 +1,13 @@
 // Of "doctor": the daemon's process, and whether it has read what is there now.
 #include "ctl/doctor/subjects.h"
 #include "ctl/host/listening_sockets.h"
-#include "ctl/show/report_age.h"
+#include "ctl/show/durations.h"
+#include "ctl/show/times.h"
+#include "ctl/show/words.h"
 #include "platform/bindings/metadata_writer.h"
 #include "platform/sys/host_root.h"
 #include "plugins/discovery.h"
 
-#include <array>
-#include <ctime>
 #include <filesystem>
 #include <system_error>
 
@@ -16,17 +16,6 @@ namespace Ctl {
 namespace {
 
 constexpr const char* kRestart = "systemctl restart sentrel";
-
-std::string LocalTime(std::chrono::system_clock::time_point time) {
-    const std::time_t seconds = std::chrono::system_clock::to_time_t(time);
-    std::tm local{};
-    std::array<char, 32> text{};
-    if (::localtime_r(&seconds, &local) == nullptr ||
-        std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M:%S", &local) == 0) {
-        return "an unknown time";
-    }
-    return text.data();
-}
 
 // What nobody of the daemon's name holds.
 Finding ExplainNoDaemon(const Host& host) {
@@ -96,7 +85,7 @@ void CheckDaemon(const Host& host, Findings& findings) {
     findings.push_back({Severity::Good, "daemon",
                         "process " + std::to_string(host.daemon->pid) + " of " +
                             NameOfUser(host.user.user) + ", since " +
-                            LocalTime(host.daemon->started) + " (" + AgeText(age) + ")",
+                            UtcText(host.daemon->started) + " (" + DurationText(age) + ")",
                         ""});
 }
 
@@ -121,7 +110,7 @@ void CheckFreshness(const Host& host, Findings& findings) {
         return;
     }
     findings.push_back({Severity::Warning, "changes",
-                        JoinNames(newer) + " changed after the daemon had read " +
+                        Abridged(newer) + " changed after the daemon had read " +
                             (newer.size() == 1 ? "it" : "them"),
                         kRestart});
 }

@@ -14,8 +14,6 @@ namespace Ctl {
 
 namespace {
 
-constexpr std::size_t kShownNames = 5;
-
 // The bits of the mode that count for that user, as R_OK, W_OK and X_OK; root may do all.
 int WaysOf(const struct stat& status, const RunUser& user) {
     constexpr mode_t kAnyExecute = S_IXUSR | S_IXGRP | S_IXOTH;
@@ -76,32 +74,6 @@ std::string OwnerAndMode(const struct stat& status) {
     std::array<char, 8> mode{};
     (void)std::snprintf(mode.data(), mode.size(), "%04o", status.st_mode & 07777);  // fits
     return NameOfUser(status.st_uid) + ", " + mode.data();
-}
-
-std::string SizeText(std::uintmax_t bytes) {
-    constexpr std::array<const char*, 4> kUnits = {" kB", " MB", " GB", " TB"};
-    if (bytes < 1000) {
-        return std::to_string(bytes) + " bytes";
-    }
-    double size = static_cast<double>(bytes) / 1000;
-    std::size_t unit = 0;
-    for (; size >= 1000 && unit + 1 < kUnits.size(); ++unit) {
-        size /= 1000;
-    }
-    std::array<char, 32> text{};
-    (void)std::snprintf(text.data(), text.size(), "%.1f%s", size, kUnits[unit]);  // fits
-    return text.data();
-}
-
-std::string JoinNames(const std::vector<std::string>& names) {
-    std::string text;
-    for (std::size_t index = 0; index < std::min(names.size(), kShownNames); ++index) {
-        const bool isLast = index + 1 == names.size() && index != 0;
-        text += (index == 0 ? "" : isLast ? " and " : ", ") + names[index];
-    }
-    return names.size() > kShownNames
-               ? text + " and " + std::to_string(names.size() - kShownNames) + " more"
-               : text;
 }
 
 }  // namespace Ctl

@@ -3,6 +3,8 @@
 #include "ctl/group/location.h"
 #include "ctl/group/survivors.h"
 #include "ctl/host/daemon_settings.h"
+#include "ctl/show/sizes.h"
+#include "ctl/show/words.h"
 #include "platform/kernel/groups/cgroup_directory.h"
 #include "platform/kernel/groups/groups.h"
 #include "platform/pellmar/exceptions.h"
@@ -21,10 +23,6 @@ using Kind = Kernel::GroupRoot::Kind;
 constexpr const char* kSubject = "group";
 constexpr const char* kEnsure = "sentrelctl group ensure";
 
-std::string MegabytesText(std::uint64_t kilobytes) {
-    return std::to_string((kilobytes + 512) / 1024) + " MB";
-}
-
 void CheckReservation(const std::string& root, const Kernel::GroupState& state,
                       std::uint64_t configuredKB, Findings& findings) {
     Kernel::CgroupDirectory above;
@@ -36,14 +34,14 @@ void CheckReservation(const std::string& root, const Kernel::GroupState& state,
              "systemd.unified_cgroup_hierarchy=1"});
     } else if (state.reservationKB < configuredKB) {
         findings.push_back({Severity::Warning, kSubject,
-                            MegabytesText(state.reservationKB) + " are reserved of the " +
-                                MegabytesText(configuredKB) + " of the settings",
+                            SizeText(state.reservationKB * 1024) + " are reserved of the " +
+                                SizeText(configuredKB * 1024) + " of the settings",
                             kEnsure});
     }
     if (state.memory.peak > configuredKB) {
         findings.push_back({Severity::Notice, kSubject,
-                            "plugins have used " + MegabytesText(state.memory.peak) +
-                                ", more than the " + MegabytesText(configuredKB) +
+                            "plugins have used " + SizeText(state.memory.peak * 1024) +
+                                ", more than the " + SizeText(configuredKB * 1024) +
                                 " of the settings",
                             "sentrelctl config set sentrel.plugin_resource_pool_size_MB NUMBER"});
     }
@@ -71,9 +69,8 @@ void CheckSurvivors(const Host& host, const std::string& directory, Findings& fi
     }
     if (!names.empty()) {
         findings.push_back({Severity::Warning, kSubject,
-                            std::to_string(names.size()) +
-                                (names.size() == 1 ? " process has" : " processes have") +
-                                " outlived the batch: " + JoinNames(names),
+                            Counted(names.size(), "process has", "processes have") +
+                                " outlived the batch: " + Abridged(names),
                             "sentrelctl group kill"});
     }
 }
@@ -118,7 +115,7 @@ void CheckGroup(const Host& host, Findings& findings) {
     if (isAllWell) {
         findings.push_back({Severity::Good, kSubject,
                             state.directory + " (" + OriginOf(location) + "); peak " +
-                                MegabytesText(state.memory.peak),
+                                SizeText(state.memory.peak * 1024),
                             ""});
     }
 }

@@ -49,10 +49,4 @@ std::optional<AccessFault> FindAccessFault(const std::string& path, const RunUse
 // "sentrel, 0640".
 std::string OwnerAndMode(const struct stat& status);
 
-// "12 bytes", "3.4 MB".
-std::string SizeText(std::uintmax_t bytes);
-
-// "a", "a and b", "a, b, c and 4 more".
-std::string JoinNames(const std::vector<std::string>& names);
-
 }  // namespace Ctl

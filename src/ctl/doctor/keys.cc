@@ -2,6 +2,7 @@
 #include "ctl/api/signing.h"
 #include "ctl/doctor/subjects.h"
 #include "ctl/host/daemon_settings.h"
+#include "ctl/show/words.h"
 #include "platform/pellmar/exceptions.h"
 #include "platform/sys/host_root.h"
 #include "platform/token/token_verifier.h"
@@ -112,7 +113,7 @@ void CheckTrustSet(const Host& host, Findings& findings) {
                             path + " holds private keys: who reads it can sign tokens for anybody",
                             "remove those keys, and replace the key pairs"});
     } else if (!trusted.unused.empty()) {
-        findings.push_back({Severity::Warning, subject, "of no use: " + JoinNames(trusted.unused),
+        findings.push_back({Severity::Warning, subject, "of no use: " + Abridged(trusted.unused),
                             "correct or remove such keys in " + path});
     }
     if (trusted.keys.empty()) {
@@ -126,8 +127,7 @@ void CheckTrustSet(const Host& host, Findings& findings) {
     }
     if (findings.size() == before) {
         findings.push_back({Severity::Good, subject,
-                            path + ": " + std::to_string(trusted.keys.size()) +
-                                (trusted.keys.size() == 1 ? " key" : " keys") +
+                            path + ": " + Counted(trusted.keys.size(), "key") +
                                 (CanSign() ? ", this host's among them" : ""),
                             ""});
     }

@@ -3,6 +3,7 @@
 #include "ctl/host/plugin_survey.h"
 #include "ctl/plugins/findings.h"
 #include "ctl/settings/check.h"
+#include "ctl/show/words.h"
 
 #include <algorithm>
 #include <iterator>
@@ -14,7 +15,7 @@ namespace {
 std::string CountsOf(const PluginSurvey& survey) {
     const Sentrel::PluginCounts& counts = survey.counts;
     const std::size_t enabled = counts.fast + counts.medium + counts.slow;
-    return std::to_string(enabled) + (enabled == 1 ? " is" : " are") +
+    return Counted(enabled, "plugin is", "plugins are") +
            " launched: " + std::to_string(counts.fast) + " fast, " + std::to_string(counts.medium) +
            " medium, " + std::to_string(counts.slow) + " slow";
 }

@@ -3,6 +3,8 @@
 #include "ctl/api/client.h"
 #include "ctl/doctor/subjects.h"
 #include "ctl/host/listening_sockets.h"
+#include "ctl/show/durations.h"
+#include "ctl/show/words.h"
 
 #include <nlohmann/json.hpp>
 
@@ -22,7 +24,7 @@ std::string AddressesOf(const std::vector<ListeningSocket>& sockets) {
     for (const ListeningSocket& socket : sockets) {
         addresses.push_back(socket.address);
     }
-    return JoinNames(addresses);
+    return Abridged(addresses);
 }
 
 // `mayDo`: what those can do who reach it. False when others than programs of this host do.
@@ -55,7 +57,7 @@ std::string AskApi() {
         return "";
     } catch (const Failure& failure) {
         return failure.ErrorNumber() == ETIMEDOUT
-                   ? "it has not answered for " + std::to_string(kPatience.count()) + " s"
+                   ? "it has not answered for " + DurationText(kPatience)
                    : failure.what();
     }
 }

@@ -1,5 +1,7 @@
 // Of "doctor": the report directory, its room, and what lies in it.
 #include "ctl/doctor/subjects.h"
+#include "ctl/show/sizes.h"
+#include "ctl/show/words.h"
 #include "intake/report_job.h"
 #include "store/report_name.h"
 
@@ -79,14 +81,17 @@ void CheckRoom(const std::string& directory, const Content& content, Findings& f
     } else if (free < more) {
         findings.push_back({Severity::Warning, kSubject,
                             SizeText(free) + " are free; at worst the reports take " +
-                                SizeText(more) + " more (" + std::to_string(names) +
-                                " names, 3 files each, 1 MiB a file)",
+                                SizeText(more) + " more (" + Counted(names, "name") + ", " +
+                                Counted(Sentrel::kFilesPerName, "file") + " each, " +
+                                SizeText(Sentrel::kMaxReportSize) + " a file)",
                             remedy});
     }
     const bool countsInodes = system.f_files != 0;
     if (countsInodes && system.f_favail < names * kInodesOfName) {
-        findings.push_back({system.f_favail == 0 ? Severity::Error : Severity::Warning, kSubject,
-                            std::to_string(system.f_favail) + " inodes are free", remedy});
+        findings.push_back(
+            {system.f_favail == 0 ? Severity::Error : Severity::Warning, kSubject,
+             Counted(system.f_favail, "inode") + (system.f_favail == 1 ? " is free" : " are free"),
+             remedy});
     }
 }
 
@@ -94,12 +99,12 @@ void CheckContent(const std::string& directory, const Content& content, Findings
     if (!content.broken.empty()) {
         findings.push_back(
             {Severity::Warning, kSubject,
-             "links to nothing, so these reports are not served: " + JoinNames(content.broken),
+             "links to nothing, so these reports are not served: " + Abridged(content.broken),
              "remove them, or wait for the next report of each name"});
     }
     if (!content.foreign.empty()) {
         findings.push_back({Severity::Notice, kSubject,
-                            "no files of reports: " + JoinNames(content.foreign),
+                            "no files of reports: " + Abridged(content.foreign),
                             "if nobody needs them, remove them from " + directory});
     }
 }
@@ -125,10 +130,6 @@ void CheckOwner(const Host& host, const struct stat& status, Findings& findings)
                                 ") can be written by others, who can change the reports",
                             "chmod go-w " + directory});
     }
-}
-
-std::string CountText(std::size_t count, const std::string& thing) {
-    return std::to_string(count) + " " + thing + (count == 1 ? "" : "s");
 }
 
 }  // namespace
@@ -157,8 +158,8 @@ void CheckReportDirectory(const Host& host, Findings& findings) {
     if (isAllWell) {
         findings.push_back({Severity::Good, kSubject,
                             directory + " (" + OwnerAndMode(*status) +
-                                "): " + CountText(content.names.size(), "name") + ", " +
-                                CountText(content.storedFiles, "file") + ", " +
+                                "): " + Counted(content.names.size(), "name") + ", " +
+                                Counted(content.storedFiles, "file") + ", " +
                                 SizeText(content.storedBytes),
                             ""});
     }

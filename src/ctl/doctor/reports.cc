@@ -4,7 +4,8 @@
 #include "ctl/host/plugin_survey.h"
 #include "ctl/reports/source.h"
 #include "ctl/reports/state.h"
-#include "ctl/show/report_age.h"
+#include "ctl/show/times.h"
+#include "ctl/show/words.h"
 #include "store/publisher.h"
 
 #include <algorithm>
@@ -83,7 +84,7 @@ void CheckReportStates(const Host& host, Findings& findings) {
         if (!names.empty()) {
             findings.push_back(
                 {row.severity, "reports",
-                 std::to_string(names.size()) + " " + row.text + ": " + JoinNames(names),
+                 std::to_string(names.size()) + " " + row.text + ": " + Abridged(names),
                  row.remedy});
             isAllWell = isAllWell && row.severity <= Severity::Notice;
         }
@@ -117,12 +118,12 @@ void CheckReportTimes(const Host& host, Findings& findings) {
     if (!zoneless.empty()) {
         findings.push_back(
             {Severity::Warning, "times of reports",
-             "without a zone, so they count as this host's local time: " + JoinNames(zoneless),
+             "without a zone, so they count as this host's local time: " + Abridged(zoneless),
              "have the plugins write UTC: date -u +%FT%TZ"});
     }
     if (!early.empty()) {
         findings.push_back({Severity::Warning, "times of reports",
-                            "in the future: " + JoinNames(early),
+                            "in the future: " + Abridged(early),
                             "correct the plugins, or the clock of this host: timedatectl"});
     }
 }

@@ -4,6 +4,7 @@
 #include "ctl/group/location.h"
 #include "ctl/host/daemon_settings.h"
 #include "ctl/show/json_output.h"
+#include "ctl/show/sizes.h"
 #include "ctl/show/table.h"
 #include "platform/kernel/groups/cgroup_directory.h"
 #include "platform/kernel/groups/groups.h"
@@ -13,7 +14,6 @@
 
 #include <array>
 #include <cstdint>
-#include <cstdio>
 #include <ostream>
 
 namespace Ctl {
@@ -32,15 +32,8 @@ struct Ensured {
     Kernel::GroupState state;
 };
 
-std::string Megabytes(std::uint64_t kilobytes) {
-    std::array<char, 32> text{};
-    (void)std::snprintf(text.data(), text.size(), "%.1f MB",  // cannot be longer than that
-                        static_cast<double>(kilobytes) / 1024);
-    return text.data();
-}
-
 void WriteEnsured(const Ensured& ensured, std::ostream& output) {
-    const std::string size = std::to_string(ensured.poolSizeMB) + " MB";
+    const std::string size = SizeText(std::uintmax_t(ensured.poolSizeMB) << 20);
     Table facts({{}, {}});
     facts.Add({ensured.isNew ? "Made" : "Was there", Sentrel::kPluginGroupPath});
     facts.Add({"Directory", ensured.state.directory});
@@ -94,9 +87,10 @@ void WriteState(const GroupLocation& location, const Kernel::GroupState& state,
     facts.Add({"Found by", OriginOf(location)});
     facts.Add(
         {"Frozen", IsFrozen(state) ? "yes: nothing in it runs, every launch is refused" : "no"});
-    facts.Add({"Reserved", state.reservationKB == 0 ? "nothing" : Megabytes(state.reservationKB)});
-    facts.Add({"Peak", Megabytes(state.memory.peak)});
-    facts.Add({"Peak of member groups", Megabytes(state.memory.childrenPeak)});
+    facts.Add(
+        {"Reserved", state.reservationKB == 0 ? "nothing" : SizeText(state.reservationKB * 1024)});
+    facts.Add({"Peak", SizeText(state.memory.peak * 1024)});
+    facts.Add({"Peak of member groups", SizeText(state.memory.childrenPeak * 1024)});
     facts.Write(output);
     if (state.processes.empty()) {
         output << "\nNo process is in the group.\n";
@@ -105,7 +99,8 @@ void WriteState(const GroupLocation& location, const Kernel::GroupState& state,
     output << '\n';
     Table processes({{"PID", Table::Align::Right}, {"NAME"}, {"RESIDENT", Table::Align::Right}});
     for (const Kernel::GroupProcess& process : state.processes) {
-        processes.Add({std::to_string(process.pid), process.name, Megabytes(process.residentKB)});
+        processes.Add(
+            {std::to_string(process.pid), process.name, SizeText(process.residentKB * 1024)});
     }
     processes.Write(output);
 }

@@ -2,9 +2,10 @@
 
 #include "ctl/group/kill.h"
 #include "ctl/group/location.h"
+#include "ctl/show/durations.h"
 #include "ctl/show/failure.h"
-#include "ctl/show/report_age.h"
 #include "ctl/show/table.h"
+#include "ctl/show/words.h"
 #include "platform/kernel/groups/groups.h"
 #include "plugins/resource_group.h"
 
@@ -29,9 +30,7 @@ std::chrono::seconds SecondsOf(const Member& member) {
     return std::chrono::duration_cast<std::chrono::seconds>(AgeOf(member.process));
 }
 
-std::string CountText(std::size_t count) {
-    return std::to_string(count) + (count == 1 ? " process" : " processes");
-}
+std::string CountText(std::size_t count) { return Counted(count, "process", "processes"); }
 
 // Throws Failure when not all that was asked for could be done.
 void RequireSuccess(const KillOutcome& outcome, bool isForAll) {
@@ -56,8 +55,8 @@ void WriteOutcome(const KillOutcome& outcome, const std::string& longest, std::o
     Table table({{"PID", Table::Align::Right}, {"NAME"}, {"AGE", Table::Align::Right}});
     for (std::size_t row = 0; row < std::min(outcome.ended.size(), kMaxRows); ++row) {
         const Member& member = outcome.ended[row];
-        table.Add(
-            {std::to_string(member.process.pid), member.process.name, AgeText(SecondsOf(member))});
+        table.Add({std::to_string(member.process.pid), member.process.name,
+                   DurationText(SecondsOf(member))});
     }
     if (!outcome.ended.empty()) {
         table.Write(output);
@@ -100,7 +99,7 @@ void RunGroupKill(const Arguments& arguments, std::ostream& output) {
         WriteOutcomeJson(outcome, directory, output);
     } else {
         // not what is left of it to a daemon that has just been started
-        WriteOutcome(outcome, AgeText(LongestRunTime(std::nullopt)), output);
+        WriteOutcome(outcome, DurationText(LongestRunTime(std::nullopt)), output);
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include "ctl/host/daemon_settings.h"
 #include "ctl/show/failure.h"
+#include "ctl/show/words.h"
 #include "platform/pellmar/exceptions.h"
 #include "platform/sys/host_root.h"
 #include "plugins/resource_group.h"
@@ -55,20 +56,20 @@ void ApplyTimetable(PluginSurvey& survey) {
 }
 
 std::string WhyEnabled(const Sentrel::PluginEntry& entry) {
-    std::string why;
-    const auto add = [&why](const std::string& text) { why += (why.empty() ? "" : "; ") + text; };
+    std::vector<std::string> why;
     if (!entry.enabled) {
-        add("enabled is missing, which counts as true");
+        why.emplace_back("enabled is missing, which counts as true");
     }
     if (!entry.frequency) {
-        add("frequency is missing, which counts as fast");
+        why.emplace_back("frequency is missing, which counts as fast");
     } else if (!NamesQueue(*entry.frequency)) {
-        add("frequency \"" + *entry.frequency + "\" is no queue, which counts as fast");
+        why.emplace_back("frequency \"" + *entry.frequency +
+                         "\" is no queue, which counts as fast");
     }
     if (entry.logLevel && entry.info.logLevel.empty()) {
-        add("log_level \"" + *entry.logLevel + "\" is none and is not passed on");
+        why.emplace_back("log_level \"" + *entry.logLevel + "\" is none and is not passed on");
     }
-    return why.empty() ? "its configuration says so" : why;
+    return why.empty() ? "its configuration says so" : Joined(why, "; ");
 }
 
 }  // namespace

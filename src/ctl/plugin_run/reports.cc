@@ -5,6 +5,7 @@
 #include "ctl/reports/check.h"
 #include "ctl/reports/source.h"
 #include "ctl/show/failure.h"
+#include "ctl/show/sizes.h"
 #include "intake/report_job.h"
 #include "store/report.h"
 #include "store/report_name.h"
@@ -51,8 +52,7 @@ std::string ExplainAnswer(const Post& post) {
         case 411:
             return "it has no Content-Length; send one, and no chunks";
         case 413:
-            return "it is longer than " + std::to_string(Sentrel::kMaxReportSize) +
-                   " bytes; send less";
+            return "it is longer than " + SizeText(Sentrel::kMaxReportSize) + "; send less";
         default:
             return "its name cannot be stored: it may have " +
                    std::string(Sentrel::kReportNameRule) + " only, and must not be too long";

@@ -1,11 +1,12 @@
 // How a run is told to people.
 #include "ctl/plugin_run/result.h"
+#include "ctl/show/durations.h"
+#include "ctl/show/sizes.h"
 #include "ctl/show/table.h"
 #include "ctl/show/terminal.h"
+#include "ctl/show/words.h"
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
 #include <ostream>
 #include <string_view>
 
@@ -18,29 +19,6 @@ namespace {
 constexpr std::string_view kIndent = "  ";
 constexpr std::size_t kShownMetrics = 20;
 constexpr int kStored = 200;
-
-std::string Number(double number, int digits, const char* unit) {
-    std::array<char, 64> text{};
-    (void)std::snprintf(text.data(), text.size(), "%.*f %s", digits, number,
-                        unit);  // is shorter than that
-    return text.data();
-}
-
-std::string SecondsText(std::chrono::microseconds time) {
-    return Number(std::chrono::duration<double>(time).count(), 3, "s");
-}
-
-std::string Megabytes(std::uint64_t kilobytes) {
-    return Number(static_cast<double>(kilobytes) / 1024, 1, "MB");
-}
-
-std::string CommandLineOf(const PluginRun& run) {
-    std::string line;
-    for (const std::string& argument : run.arguments) {
-        line += (line.empty() ? "" : " ") + argument;
-    }
-    return line;
-}
 
 std::string EndText(const PluginEnd& end) {
     std::string how =
@@ -59,17 +37,18 @@ std::string EndText(const PluginEnd& end) {
 void WriteFacts(const PluginRun& run, std::ostream& output) {
     const PluginEnd& end = run.end;
     Table facts({{}, {}});
-    facts.Add({"Command", CommandLineOf(run)});
+    facts.Add({"Command", Joined(run.arguments, " ")});
     facts.Add({"Group", run.groupDirectory.empty() ? "none but a table in this process"
                                                    : run.groupDirectory});
     facts.Add({"Process", std::to_string(run.pid) + ", user " + run.user});
     facts.Add({"Ended", EndText(end)});
-    facts.Add({"Time", SecondsText(end.wallTime) + " of " + std::to_string(run.timeout.count()) +
-                           " s, processor " + SecondsText(end.userTime) + " user, " +
-                           SecondsText(end.systemTime) + " system"});
-    facts.Add({"Peak memory", (end.peakIsBound ? "at most " : "") + Megabytes(end.peakKB)});
+    facts.Add({"Time", MeasuredText(end.wallTime) + " of " + DurationText(run.timeout) +
+                           ", processor " + MeasuredText(end.userTime) + " user, " +
+                           MeasuredText(end.systemTime) + " system"});
+    facts.Add({"Peak memory", (end.peakIsBound ? "at most " : "") + SizeText(end.peakKB * 1024)});
     if (run.groupPeakKB) {
-        facts.Add({"Group's peak", Megabytes(*run.groupPeakKB) + " since the group was made"});
+        facts.Add(
+            {"Group's peak", SizeText(*run.groupPeakKB * 1024) + " since the group was made"});
     }
     facts.Add({"Intake", run.intake.empty()
                              ? "this program, since nobody listens on port " +
@@ -94,9 +73,9 @@ void WriteOutput(std::string_view what, const PluginOutput& written, std::ostrea
         output << "nothing\n";
         return;
     }
-    output << written.bytes << " bytes";
+    output << SizeText(written.bytes);
     if (written.bytes > written.text.size()) {
-        output << ", the first " << written.text.size() << " of which are";
+        output << ", the first " << SizeText(written.text.size()) << " of which are";
     }
     output << '\n';
     WriteIndented(written.text, output);
@@ -110,14 +89,12 @@ Colour ColourOf(std::string_view state) {
 }
 
 std::string MetricsText(const std::vector<Metric>& metrics) {
-    std::string text;
-    for (std::size_t index = 0; index < std::min(metrics.size(), kShownMetrics); ++index) {
-        const Metric& metric = metrics[index];
-        text += (text.empty() ? "" : ", ") + metric.name + " " + DecimalText(metric.value) +
-                (metric.unit.empty() ? "" : " " + metric.unit);
+    std::vector<std::string> texts;
+    for (const Metric& metric : metrics) {
+        texts.push_back(metric.name + " " + DecimalText(metric.value) +
+                        (metric.unit.empty() ? "" : " " + metric.unit));
     }
-    const std::size_t more = metrics.size() - std::min(metrics.size(), kShownMetrics);
-    return more == 0 ? text : text + ", and " + std::to_string(more) + " more";
+    return Abridged(texts, kShownMetrics);
 }
 
 void WritePost(const PostJudgement& judged, std::ostream& output) {
@@ -129,7 +106,7 @@ void WritePost(const PostJudgement& judged, std::ostream& output) {
         output << Paint(judged.state, ColourOf(judged.state)) << ", ";
     }
     if (post.answer == kStored) {
-        output << post.document.size() << " bytes, ";
+        output << SizeText(post.document.size()) << ", ";
     }
     output << (post.answer == 0 ? "broke off" : "answered with " + std::to_string(post.answer))
            << (judged.IsGood() ? ", good\n" : ", " + Paint("not good", Colour::Red) + "\n");

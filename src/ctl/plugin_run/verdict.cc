@@ -1,5 +1,7 @@
 // What is to be said of a run.
 #include "ctl/plugin_run/result.h"
+#include "ctl/show/durations.h"
+#include "ctl/show/words.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -12,13 +14,9 @@ namespace Ctl {
 
 namespace {
 
-constexpr std::size_t kShownProcesses = 5;
-
 void Tell(PluginRun& run, Severity severity, std::string text, std::string remedy) {
     run.findings.push_back({severity, "plugin " + run.plugin, std::move(text), std::move(remedy)});
 }
-
-std::string SecondsText(std::chrono::seconds time) { return std::to_string(time.count()) + " s"; }
 
 void JudgeEnd(PluginRun& run) {
     const PluginEnd& end = run.end;
@@ -31,14 +29,14 @@ void JudgeEnd(PluginRun& run) {
              "run it again to its end");
     } else if (end.wasKilled) {
         Tell(run, Severity::Error,
-             "it did not end within " + SecondsText(kEndPatience) + " after SIGTERM",
+             "it did not end within " + DurationText(kEndPatience) + " after SIGTERM",
              "let it end at SIGTERM: in production it would keep running, until \"sentrelctl group "
              "kill\" ends it");
     } else if (end.asked == PluginEnd::Asked::TimeWasOver) {
-        Tell(
-            run, end.signal != 0 || end.exitStatus != 0 ? Severity::Error : Severity::Warning,
-            "its time was over after " + SecondsText(run.timeout) + ", so that it was sent SIGTERM",
-            "let it end by itself in less, whatever it waits for");
+        Tell(run, end.signal != 0 || end.exitStatus != 0 ? Severity::Error : Severity::Warning,
+             "its time was over after " + DurationText(run.timeout) +
+                 ", so that it was sent SIGTERM",
+             "let it end by itself in less, whatever it waits for");
     } else if (end.signal == SIGKILL) {
         Tell(run, Severity::Error, "SIGKILL ended it, which was not sent here",
              "look at the kernel's log, whether memory was out. If it ended at once: after a write "
@@ -57,29 +55,18 @@ void JudgeLeft(PluginRun& run) {
     if (left.empty()) {
         return;
     }
-    std::string text = "it left running";
-    for (std::size_t index = 0; index < std::min(left.size(), kShownProcesses); ++index) {
-        text += (index == 0 ? " " : ", ") + left[index].name + " (" +
-                std::to_string(left[index].pid) + ")";
+    std::vector<std::string> names;
+    for (const LeftProcess& process : left) {
+        names.push_back(process.name + " (" + std::to_string(process.pid) + ")");
     }
-    text += left.size() > kShownProcesses
-                ? " and " + std::to_string(left.size() - kShownProcesses) + " others"
-                : "";
     const bool allEnded = std::all_of(left.begin(), left.end(),
                                       [](const LeftProcess& process) { return process.hasEnded; });
     Tell(run, Severity::Warning,
-         text + (allEnded ? ", ended here"
-                          : ", which could not be ended: see \"sentrelctl group show\""),
+         "it left running " + Abridged(names) +
+             (allEnded ? ", ended here"
+                       : ", which could not be ended: see \"sentrelctl group show\""),
          "let it wait for what it starts: in production that would keep running, until "
          "\"sentrelctl group kill\" ends it");
-}
-
-std::string Join(const std::vector<std::string>& names) {
-    std::string text;
-    for (const std::string& name : names) {
-        text += (text.empty() ? "" : ", ") + name;
-    }
-    return text;
 }
 
 void TellNothingPosted(PluginRun& run) {
@@ -89,7 +76,7 @@ void TellNothingPosted(PluginRun& run) {
               ", which is the URL behind -u with its name added; see sentrel-plugin(7)";
     Tell(run, Severity::Error, "it has posted no report", remedy);
     if (!run.otherNames.empty()) {
-        Tell(run, Severity::Warning, "meanwhile these have been stored: " + Join(run.otherNames),
+        Tell(run, Severity::Warning, "meanwhile these have been stored: " + Joined(run.otherNames),
              "if it was this plugin that posted them, let it call them " + run.plugin + ", or " +
                  run.plugin + ". and more");
     }
@@ -108,7 +95,7 @@ void JudgePosts(PluginRun& run) {
     for (const PostJudgement& judged : run.posts) {
         const std::string report = "its report \"" + judged.post.name + "\" ";
         if (!judged.problems.empty()) {
-            Tell(run, severity, report + "is not good: " + Join(judged.problems),
+            Tell(run, severity, report + "is not good: " + Joined(judged.problems),
                  "mend that; see sentrel-plugin(7)");
         } else if (!judged.isOfPlugin) {
             Tell(run, severity, report + "is not called like it, so nobody knows whose it is",

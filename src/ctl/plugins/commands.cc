@@ -6,6 +6,7 @@
 #include "ctl/plugins/new.h"
 #include "ctl/plugins/plan.h"
 #include "ctl/plugins/times.h"
+#include "ctl/show/durations.h"
 #include "ctl/show/failure.h"
 #include "ctl/show/finding.h"
 #include "ctl/show/json_output.h"

@@ -5,17 +5,19 @@
 #include "ctl/host/plugin_survey.h"
 #include "ctl/plugins/findings.h"
 #include "ctl/plugins/times.h"
+#include "ctl/show/durations.h"
 #include "ctl/show/json_output.h"
+#include "ctl/show/sizes.h"
 #include "ctl/show/table.h"
+#include "ctl/show/times.h"
+#include "ctl/show/words.h"
 #include "plugins/plugin.h"
 
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
-#include <array>
 #include <chrono>
 #include <cstddef>
-#include <ctime>
 #include <optional>
 #include <ostream>
 #include <string>
@@ -63,20 +65,12 @@ std::vector<PlannedPlugin> MakePlan(const PluginSurvey& survey, const Host& host
     return plan;
 }
 
-std::string Joined(const std::vector<std::string>& words, const char* separator) {
-    std::string text;
-    for (const std::string& word : words) {
-        text += (text.empty() ? "" : separator) + word;
-    }
-    return text;
-}
-
 std::string NextText(const PlannedPlugin& planned, system_clock::time_point now) {
     if (!planned.next) {
         return "-";
     }
     const auto left = std::chrono::duration_cast<seconds>(*planned.next - now);
-    return "~" + DurationText(std::max(left, seconds(0)));
+    return "~" + DurationText(left);
 }
 
 void WriteTotals(const PluginSurvey& survey, const Host& host, std::ostream& output) {
@@ -95,7 +89,8 @@ void WriteTotals(const PluginSurvey& survey, const Host& host, std::ostream& out
                                   DurationText(std::chrono::minutes(survey.configuredFastMinutes)) +
                                   " so that every plugin has a slot in it"
                             : fast + "; the slots of all plugins take " + minimum + " of it"});
-    totals.Add({"Memory", std::to_string(survey.poolSizeMB) + " MB, for all plugins together"});
+    totals.Add({"Memory",
+                SizeText(std::uintmax_t(survey.poolSizeMB) << 20) + ", for all plugins together"});
     totals.Add({"Daemon", host.daemon ? "process " + std::to_string(host.daemon->pid) + ", for " +
                                             DurationText(std::chrono::duration_cast<seconds>(
                                                 host.now - host.daemon->started))
@@ -119,7 +114,7 @@ void WritePlan(const std::vector<PlannedPlugin>& plan, const PluginSurvey& surve
         table.Add({planned.plugin.Name(), std::string(QueueOf(planned.plugin)),
                    DurationText(planned.plugin.firstRun), DurationText(planned.plugin.period),
                    DurationText(planned.guaranteed), NextText(planned, host.now),
-                   planned.mayBeEndedBy.empty() ? "-" : Joined(planned.mayBeEndedBy, ", ")});
+                   planned.mayBeEndedBy.empty() ? "-" : Joined(planned.mayBeEndedBy)});
         commands.Add({planned.plugin.Name(), Joined(planned.arguments, " ")});
     }
     if (plan.empty()) {
@@ -130,15 +125,6 @@ void WritePlan(const std::vector<PlannedPlugin>& plan, const PluginSurvey& surve
         commands.Write(output);
     }
     WriteTotals(survey, host, output);
-}
-
-// UTC, RFC 3339, in whole seconds.
-std::string TimeText(system_clock::time_point time) {
-    const std::time_t second = system_clock::to_time_t(time);
-    std::tm utc{};
-    (void)::gmtime_r(&second, &utc);  // fails for years beyond an int only
-    std::array<char, 32> text{};
-    return {text.data(), std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%SZ", &utc)};
 }
 
 void WritePlanJson(const std::vector<PlannedPlugin>& plan, const PluginSurvey& survey,
@@ -153,7 +139,7 @@ void WritePlanJson(const std::vector<PlannedPlugin>& plan, const PluginSurvey& s
                            {"mayBeEndedBy", planned.mayBeEndedBy},
                            {"commandLine", planned.arguments}};
         if (planned.next) {
-            row["nextLaunchEstimate"] = TimeText(*planned.next);
+            row["nextLaunchEstimate"] = UtcText(*planned.next);
         }
         plugins.push_back(std::move(row));
     }
@@ -166,7 +152,7 @@ void WritePlanJson(const std::vector<PlannedPlugin>& plan, const PluginSurvey& s
         {"poolSizeMB", survey.poolSizeMB}};
     if (host.daemon) {
         document["daemon"] = {{"pid", host.daemon->pid},
-                              {"started", TimeText(host.daemon->started)}};
+                              {"started", UtcText(host.daemon->started)}};
     }
     WriteJson(document, output);
 }

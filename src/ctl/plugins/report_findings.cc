@@ -5,8 +5,8 @@
 #include "ctl/plugins/times.h"
 #include "ctl/reports/check.h"
 #include "ctl/reports/history.h"
+#include "ctl/show/durations.h"
 #include "ctl/show/failure.h"
-#include "ctl/show/report_age.h"
 #include "store/report.h"
 #include "store/report_name.h"
 
@@ -37,8 +37,8 @@ std::vector<Finding> ExplainSilence(const std::string& subject, const SurveyedPl
         return {};
     }
     return {{Severity::Warning, subject,
-             "no report, although the daemon has run for " + AgeText(running) +
-                 " and launches it every " + AgeText(plugin.period),
+             "no report, although the daemon has run for " + DurationText(running) +
+                 " and launches it every " + DurationText(plugin.period),
              "see what it does: sentrelctl plugin run " + plugin.Name()}};
 }
 

@@ -56,25 +56,6 @@ std::vector<const SurveyedPlugin*> InLaunchOrder(const PluginSurvey& survey) {
     return plugins;
 }
 
-std::string DurationText(seconds duration) {
-    struct Unit {
-        std::int64_t size;
-        const char* name;
-    };
-    constexpr Unit kUnits[] = {{86400, " d"}, {3600, " h"}, {60, " min"}, {1, " s"}};
-    std::int64_t left = duration.count();
-    std::string text;
-    int shown = 0;
-    for (const Unit& unit : kUnits) {
-        if (left >= unit.size && shown < 2) {
-            text += (text.empty() ? "" : " ") + std::to_string(left / unit.size) + unit.name;
-            left %= unit.size;
-        }
-        shown += text.empty() ? 0 : 1;
-    }
-    return text.empty() ? "0 s" : text;
-}
-
 seconds GuaranteedRunTime(const PluginSurvey& survey, const SurveyedPlugin& plugin) {
     seconds least = plugin.period;  // until its own batch comes again
     for (const SurveyedPlugin& other : survey.entries) {

@@ -14,9 +14,6 @@ namespace Ctl {
 // The enabled ones, in the order of their first runs.
 std::vector<const SurveyedPlugin*> InLaunchOrder(const PluginSurvey& survey);
 
-// "30 s", "2 min 30 s", "1 h", "1 d": its two largest units.
-std::string DurationText(std::chrono::seconds duration);
-
 // How long an enabled plugin may run before the plan has it sent SIGTERM: until the next batch of
 // its own queue, in any round, or, in the first round after the daemon's start, until the first
 // batch of any queue.

@@ -10,9 +10,10 @@
 #include "ctl/reports/state.h"
 #include "ctl/show/failure.h"
 #include "ctl/show/json_output.h"
-#include "ctl/show/report_age.h"
 #include "ctl/show/table.h"
 #include "ctl/show/terminal.h"
+#include "ctl/show/times.h"
+#include "ctl/show/words.h"
 
 #include <nlohmann/json.hpp>
 
@@ -46,12 +47,12 @@ ReportState WantedState(const std::string& name) {
     if (const std::optional<ReportState> state = ParseState(name)) {
         return *state;
     }
-    std::string known;
+    std::vector<std::string> known;
     for (const ReportState state : kReportStates) {
-        known += known.empty() ? "" : ", ";
-        known += NameOf(state);
+        known.emplace_back(NameOf(state));
     }
-    throw UsageError("option \"--state\": \"" + name + "\" is no state", "there are " + known);
+    throw UsageError("option \"--state\": \"" + name + "\" is no state",
+                     "there are " + Enumerated(known));
 }
 
 std::vector<ReportState> WantedStates(const std::vector<std::string>& names) {

@@ -2,8 +2,8 @@
 
 #include "ctl/host/daemon_settings.h"
 #include "ctl/host/input_file.h"
+#include "ctl/show/times.h"
 #include "platform/json/json_scanner.h"
-#include "platform/runtime/values/date_time.h"
 #include "store/report.h"
 #include "store/report_name.h"
 #include "store/report_time.h"
@@ -22,12 +22,6 @@
 namespace Ctl {
 
 namespace {
-
-std::string NormalTime(const std::string& text) {
-    std::error_code error;
-    const Quon::DateTime time = Quon::DateTime::Create(text, error);
-    return error ? "" : time.ToString();
-}
 
 // In fewer and plainer words than the library's.
 std::string WhyNotJson(const std::string& text, const std::string& libraryText) {

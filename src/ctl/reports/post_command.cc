@@ -7,6 +7,7 @@
 #include "ctl/reports/check.h"
 #include "ctl/show/failure.h"
 #include "ctl/show/json_output.h"
+#include "ctl/show/sizes.h"
 #include "intake/report_job.h"
 
 #include <nlohmann/json.hpp>
@@ -74,7 +75,7 @@ void RunPost(const Arguments& arguments, std::ostream& output) {
     if (arguments.options.Has("--json")) {
         WriteJson({{"name", name}, {"bytes", document.size()}}, output);
     } else {
-        output << "Posted " << name << ", " << document.size() << " bytes.\n";
+        output << "Posted " << name << ", " << SizeText(document.size()) << ".\n";
     }
 }
 

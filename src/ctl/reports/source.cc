@@ -4,7 +4,7 @@
 #include "ctl/host/daemon_settings.h"
 #include "ctl/show/failure.h"
 #include "ctl/show/json_output.h"
-#include "platform/runtime/values/date_time.h"
+#include "ctl/show/times.h"
 #include "store/publisher.h"
 #include "store/report_name.h"
 
@@ -90,13 +90,6 @@ ReportMap ReadThroughApi(const ApiClient& api, const std::vector<std::string>& n
         AddListing(api, "FULL", again, reports);
     }
     return reports;
-}
-
-// As the API writes it; empty when it is no time.
-std::string NormalTime(const std::string& text) {
-    std::error_code error;
-    const Quon::DateTime time = Quon::DateTime::Create(text, error);
-    return error ? "" : time.ToString();
 }
 
 // As the API writes it: what is not UTF-8 becomes U+FFFD.

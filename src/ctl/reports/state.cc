@@ -2,7 +2,7 @@
 
 #include "ctl/host/plugin_survey.h"
 #include "ctl/reports/metrics.h"
-#include "ctl/show/report_age.h"
+#include "ctl/show/times.h"
 #include "store/report_name.h"
 
 #include <algorithm>

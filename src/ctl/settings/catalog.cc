@@ -102,7 +102,7 @@ std::span<const Setting> DaemonSettings() {
          .type = SettingType::Integer,
          .byDefault = Sentrel::kDefaultResourcePoolSizeMB,
          .meaning = "the memory that is promised to all plugins together",
-         .unit = "MB",
+         .unit = "MiB",
          .least = Sentrel::kDefaultResourcePoolSizeMB + 1,
          .most = Sentrel::kMaxResourcePoolSizeMB,
          .inEffect = PoolSizeInEffect,

@@ -5,6 +5,7 @@
 #include "ctl/settings/state.h"
 #include "ctl/settings/store_file_check.h"
 #include "ctl/show/near_names.h"
+#include "ctl/show/words.h"
 #include "plugins/discovery.h"
 
 #include <cstddef>
@@ -108,16 +109,16 @@ class EntryCheck {
     }
 
     void CheckMissing() {
-        std::string names;
+        std::vector<std::string> names;
         for (const SettingState& setting : state.settings) {
             if (setting.setting->isMissed && !setting.stored && setting.fault.empty()) {
-                names += names.empty() ? "" : ", ";
-                names += setting.setting->key;
+                names.emplace_back(setting.setting->key);
             }
         }
         if (!names.empty()) {
             Add(Severity::Notice, SubjectOf(entry),
-                "has no " + names + ", so defaults hold, and the log says so at each start",
+                "has no " + Enumerated(names, "or") +
+                    ", so defaults hold, and the log says so at each start",
                 "sentrelctl config set " + entry.name + ".KEY VALUE");
         }
     }
@@ -172,8 +173,9 @@ std::vector<Finding> CheckConfiguration() {
     CheckStoreFiles(catalogue, findings);
     if (findings.empty()) {
         findings.push_back({Severity::Good, "settings",
-                            "the " + std::to_string(settings) + " of " +
-                                std::to_string(catalogue.entries.size()) + " entries are in order",
+                            Counted(settings, "setting") + " in " +
+                                Counted(catalogue.entries.size(), "entry", "entries") +
+                                " are valid",
                             ""});
     }
     return findings;

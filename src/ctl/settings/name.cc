@@ -2,6 +2,7 @@
 
 #include "ctl/show/failure.h"
 #include "ctl/show/near_names.h"
+#include "ctl/show/words.h"
 
 #include <algorithm>
 #include <string_view>
@@ -21,12 +22,11 @@ const SettingEntry* FindEntry(const Catalogue& catalogue, std::string_view name)
 }
 
 std::string KeysOf(const SettingEntry& entry) {
-    std::string keys;
+    std::vector<std::string> keys;
     for (const Setting& setting : entry.settings) {
-        keys += keys.empty() ? "" : ", ";
-        keys += setting.key;
+        keys.emplace_back(setting.key);
     }
-    return keys;
+    return Enumerated(keys);
 }
 
 // What to do next.

@@ -1,6 +1,7 @@
 #include "ctl/settings/rules.h"
 
 #include "ctl/show/table.h"
+#include "ctl/show/words.h"
 
 #include <algorithm>
 #include <charconv>
@@ -69,13 +70,7 @@ std::string AcceptedValues(const Setting& setting) {
     if (setting.words.empty()) {
         return "a text without control characters";
     }
-    std::string words;
-    for (std::size_t index = 0; index < setting.words.size(); ++index) {
-        const bool isLast = index + 1 == setting.words.size();
-        words += index == 0 ? "" : isLast ? " or " : ", ";
-        words += setting.words[index];
-    }
-    return words;
+    return Enumerated({setting.words.begin(), setting.words.end()}, "or");
 }
 
 SettingValue InEffect(const Setting& setting, const SettingValue& stored) {

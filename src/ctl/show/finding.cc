@@ -3,6 +3,7 @@
 #include "ctl/show/json_output.h"
 #include "ctl/show/table.h"
 #include "ctl/show/terminal.h"
+#include "ctl/show/words.h"
 
 #include <nlohmann/json.hpp>
 
@@ -22,8 +23,9 @@ constexpr std::size_t kNameWidth = 7;
 
 void WriteCounts(std::span<const Finding> findings, std::ostream& output) {
     const auto count = [findings](Severity severity) {
-        return std::count_if(findings.begin(), findings.end(),
-                             [severity](const Finding& f) { return f.severity == severity; });
+        return static_cast<std::size_t>(
+            std::count_if(findings.begin(), findings.end(),
+                          [severity](const Finding& f) { return f.severity == severity; }));
     };
     const auto errors = count(Severity::Error);
     const auto warnings = count(Severity::Warning);
@@ -31,8 +33,7 @@ void WriteCounts(std::span<const Finding> findings, std::ostream& output) {
         output << "Nothing has to be done.\n";
         return;
     }
-    output << errors << (errors == 1 ? " error, " : " errors, ") << warnings
-           << (warnings == 1 ? " warning.\n" : " warnings.\n");
+    output << Counted(errors, "error") << ", " << Counted(warnings, "warning") << ".\n";
 }
 
 }  // namespace

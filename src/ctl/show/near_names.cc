@@ -1,5 +1,6 @@
 #include "ctl/show/near_names.h"
 
+#include "ctl/show/words.h"
 #include "store/report_name.h"
 
 #include <algorithm>
@@ -66,11 +67,11 @@ std::vector<std::string> FindNearNames(std::string_view name,
 
 std::string NearNamesAdvice(std::string_view name, const std::vector<std::string>& names,
                             const std::string& otherwise) {
-    std::string advice;
-    for (const std::string& near : FindNearNames(name, names)) {
-        advice += (advice.empty() ? "do you mean \"" : ", \"") + near + "\"";
+    std::vector<std::string> near = FindNearNames(name, names);
+    for (std::string& quoted : near) {
+        quoted = "\"" + quoted + "\"";
     }
-    return advice.empty() ? otherwise : advice + "?";
+    return near.empty() ? otherwise : "do you mean " + Enumerated(near, "or") + "?";
 }
 
 }  // namespace Ctl

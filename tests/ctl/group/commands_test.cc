@@ -89,8 +89,8 @@ class IdleProcess {
 
 TEST_F(GroupCommands, EnsureMakesTheGroupOnceAndSaysWhatIsReserved) {
     const std::string reserved =
-        HasMemory() ? "Reserved   40 MB\n"
-                    : "Reserved   nothing of the 40 MB configured: " + root.Path() +
+        HasMemory() ? "Reserved   40.0 MiB\n"
+                    : "Reserved   nothing of the 40.0 MiB configured: " + root.Path() +
                           " has no memory controller\n";
     for (const char* what : {"Made       ", "Was there  "}) {
         const ToolResult result = Run({"ensure"});
@@ -177,8 +177,9 @@ TEST_F(GroupCommands, KillSparesWhatIsWithinItsTimeAndWithAllNothing) {
     const IdleProcess direct(Directory(), "direct");
     const IdleProcess member(Directory() + "/member", "member");
     std::ofstream(Directory() + "/cgroup.freeze") << "1" << std::flush;  // which hinders nothing
-    EXPECT_EQ(Run({"kill"}).output,
-              "No process has outlived its batch; 2 processes may run on, for 5 min at most.\n");
+    EXPECT_EQ(
+        Run({"kill"}).output,
+        "No process has outlived its batch; 2 processes may run on, for 5 min 30 s at most.\n");
     const Json answer = Json::parse(Run({"kill", "--all", "--json"}).output);
     EXPECT_EQ(answer["ended"].size(), 2U);
     EXPECT_EQ(answer["left"], 0);
