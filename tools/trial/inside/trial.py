@@ -1,0 +1,86 @@
+"""Runs the steps of a trial inside the machine under trial and prints how each ended.
+
+A step is a function: its name says what it shows, a Failure what it saw instead. A failed step is followed by what the
+journal holds since its start, and the steps after it still run. A reboot parts the steps into stages.
+"""
+
+import pathlib
+import subprocess
+import time
+
+PATIENCE_SECONDS = 120
+EVIDENCE_LINES = 40
+STATE = pathlib.Path("/var/lib/trial")  # survives a reboot: the stage to run next, the failed steps
+
+
+class Failure(Exception):
+    """What a step found wrong."""
+
+
+def expect(truth, what):
+    if not truth:
+        raise Failure(what)
+
+
+def run(*command, status=0, given=None):
+    """The output of a command, errors included. An exit status other than `status` is a Failure; None takes any."""
+    done = subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, errors="replace",
+                          timeout=2 * PATIENCE_SECONDS, check=False, input=given)
+    if status is not None and done.returncode != status:
+        raise Failure(f"{' '.join(command)}: exit status {done.returncode}: {done.stdout.strip()[-2000:]}")
+    return done.stdout
+
+
+def until(condition, what, seconds=PATIENCE_SECONDS):
+    """The first true value of condition(); a Failure when it has none within the time."""
+    deadline = time.monotonic() + seconds
+    while time.monotonic() < deadline:
+        value = condition()
+        if value:
+            return value
+        time.sleep(0.1)
+    raise Failure(f"not within {seconds} s: {what}")
+
+
+class Journal:
+    """What the journal gets from now on."""
+
+    def __init__(self):
+        self.cursor = run("journalctl", "--lines=0", "--show-cursor").rpartition("-- cursor: ")[2].strip()
+
+    def text(self, *matches):
+        run("journalctl", "--sync")
+        return run("journalctl", "--quiet", "--output=short-precise", f"--after-cursor={self.cursor}", *matches, status=None)
+
+
+def run_step(step):
+    """Whether it passed."""
+    journal, start = Journal(), time.monotonic()
+    try:
+        step()
+    except Exception as problem:  # a fault in the step is a failed step too
+        print(f"FAILED  {step.__name__}: {problem if isinstance(problem, Failure) else repr(problem)}", flush=True)
+        for line in journal.text().splitlines()[-EVIDENCE_LINES:]:
+            print(f"          {line}", flush=True)
+        return False
+    print(f"ok      {step.__name__} ({time.monotonic() - start:.1f} s)", flush=True)
+    return True
+
+
+def run_stages(stages):
+    """Runs the next of `stages`, lists of steps, then has the machine rebooted, or powered off after the last."""
+    STATE.mkdir(exist_ok=True)
+    stage_file, failed_file = STATE / "stage", STATE / "failed"
+    stage = int(stage_file.read_text()) if stage_file.exists() else 0
+    failed = failed_file.read_text().split() if failed_file.exists() else []
+    run("systemctl", "is-system-running", "--wait", status=None)
+    failed += [step.__name__ for step in stages[stage] if not run_step(step)]
+    if stage + 1 < len(stages):
+        stage_file.write_text(str(stage + 1))
+        failed_file.write_text(" ".join(failed))
+        run("systemctl", "reboot")
+        return
+    total = sum(len(steps) for steps in stages)
+    print(f"trial: {len(failed)} of {total} steps failed: {' '.join(failed)}" if failed else
+          f"trial: all {total} steps passed", flush=True)
+    run("systemctl", "poweroff")
