@@ -51,9 +51,9 @@ def states(*options):
 
 
 def findings():
-    """What doctor says that is not "ok": lines of severity, subject and text."""
+    """What doctor says that is not "ok": lines of severity, subject, text and remedy."""
     told = json.loads(run("sentrelctl", "doctor", "--json", status=None))
-    return [f"{finding['severity']} {finding['subject']}: {finding['text']}"
+    return [f"{finding['severity']} {finding['subject']}: {finding['text']}; {finding['remedy']}"
             for finding in told["findings"] if finding["severity"] != "ok"]
 
 
