@@ -94,6 +94,23 @@ TEST_F(BadInput, TakesARequestByteByByte) {
     EXPECT_EQ(host.Report("slow"), ReportDocument("slow"));
 }
 
+TEST_F(BadInput, RefusesWhatABrowserSendsForAPageOfAnotherHost) {
+    Start();
+    for (const char* const origin : {"null", "http://evil.example", "http://localhost:3000"}) {
+        SCOPED_TRACE(origin);
+        std::string request = PostRequest("/page", "{}");
+        request.insert(request.find("\r\n") + 2, std::string("Origin: ") + origin + "\r\n");
+        RawConnection connection;
+        connection.Send(request);
+        const auto response = connection.ReadResponse();
+        ASSERT_TRUE(response.has_value());
+        const bool isForeign = std::string_view(origin) != "http://localhost:3000";
+        EXPECT_EQ(response->status, isForeign ? 403 : 200);
+        EXPECT_EQ(response->ClosesConnection(), isForeign);
+        EXPECT_EQ(host.ReportFiles().empty(), isForeign);
+    }
+}
+
 TEST_F(BadInput, AnswersAClientThatHasFinishedSending) {
     Start();
     RawConnection connection;

@@ -2,6 +2,7 @@
 #include "support/http_client.h"
 #include "system/scenario.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <deque>
@@ -80,24 +81,25 @@ TEST_F(Isolation, ASlowNameHoldsUpItselfAlone) {
     EXPECT_EQ(daemon->CountLog("Rotated filename: slow"), 21U);
 }
 
-TEST_F(Isolation, MorePostsThanAreReadAtATimeWaitAndAreAllStored) {
+TEST_F(Isolation, OfMorePostsThanAreReadAtATimeTheSlowestGiveWay) {
     Start();
     Stall(300);
-    EXPECT_TRUE(daemon->WaitForLog("Report Name: /stalled", 300));
-    // 256 are being read; the others, whichever they are, begin as those end.
-    EXPECT_TRUE(daemon->WaitForLog("Temporary report name", 256));
-    EXPECT_EQ(daemon->CountLog("Temporary report name"), 256U);
-    EXPECT_EQ(daemon->CountLog("work queues are running, the most at a time"), 1U);
+    EXPECT_EQ(HttpClient().Post("/cpu", ReportDocument("cpu")), 200);
+    EXPECT_TRUE(daemon->WaitForLog("the client is too slow while other posts wait", 300 - 256));
+    EXPECT_EQ(daemon->CountLog("bodies are being read, the most at a time"), 1U);
     EXPECT_LE(daemon->StatusValue("Threads"), 512 + 1);
+    int stored = 0;
     for (StalledPost& post : stalled) {
         post.connection.Send("}}");
-    }
-    for (StalledPost& post : stalled) {
         const auto response = post.connection.ReadResponse();
         ASSERT_TRUE(response.has_value()) << post.name;
-        EXPECT_EQ(response->status, 200) << post.name;
-        EXPECT_EQ(host.Report(post.name), ReportDocument(post.name));
+        EXPECT_THAT(response->status, testing::AnyOf(200, 408)) << post.name;
+        if (response->status == 200) {
+            EXPECT_EQ(host.Report(post.name), ReportDocument(post.name));
+            ++stored;
+        }
     }
+    EXPECT_GT(stored, 0);
     EXPECT_EQ(daemon->Stop(), 0);
 }
 

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 
 namespace Pellmar::Http {
@@ -27,8 +28,8 @@ std::unique_ptr<char[]> TakeInputBuffer() {
 
 }  // namespace
 
-Connection::Connection(std::uint64_t id, Sys::OwnedFd socket, TimePoint deadline)
-    : deadline(deadline), id(id), socket(std::move(socket)) {}
+Connection::Connection(std::uint64_t id, Sys::OwnedFd socket, TimePoint now, TimePoint deadline)
+    : since(now), deadline(deadline), id(id), socket(std::move(socket)) {}
 
 Connection::~Connection() { ReleaseInput(); }
 
@@ -54,6 +55,7 @@ Connection::Fill Connection::FillInput() {
     } while (count < 0 && errno == EINTR);
     if (count > 0) {
         end += static_cast<std::size_t>(count);
+        bodyReceived += static_cast<std::size_t>(count);
         return Fill::Data;
     }
     if (count == 0) {
@@ -109,6 +111,23 @@ bool Connection::Wait(short events, TimePoint until) const {
 
 void Connection::FinishSending() {
     (void)::shutdown(socket.Get(), SHUT_WR);  // fails only when the client is gone already
+}
+
+void Connection::ExpectBody(std::uint64_t length, std::uint64_t arrived) {
+    bodyLength = length;
+    bodyReceived = arrived;
+    bodyIsRead = false;
+}
+
+std::uint64_t Connection::BodyArrived() const {
+    int inKernel = 0;
+    (void)::ioctl(socket.Get(), FIONREAD, &inKernel);  // a connected socket always tells it
+    return bodyReceived + static_cast<std::uint64_t>(inKernel);
+}
+
+void Connection::GiveWay() {
+    gaveWay = true;
+    (void)::shutdown(socket.Get(), SHUT_RD);  // wakes who waits; fails only when the client is gone
 }
 
 void Connection::Abort() const { (void)::shutdown(socket.Get(), SHUT_RDWR); }

@@ -6,6 +6,7 @@
 #include "platform/pellmar/object.h"
 #include "platform/sys/owned_fd.h"
 
+#include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -23,7 +24,7 @@ class Connection : public ObjectImpl {
     enum class Sending { Done, MustWait, Failed };
 
     // `socket` is connected and non-blocking. `deadline` is that of the first head.
-    Connection(std::uint64_t id, Sys::OwnedFd socket, TimePoint deadline);
+    Connection(std::uint64_t id, Sys::OwnedFd socket, TimePoint now, TimePoint deadline);
     ~Connection() override;
 
     std::uint64_t GetId() const { return id; }
@@ -51,6 +52,25 @@ class Connection : public ObjectImpl {
     // Ends both sides: reads and writes of other threads fail at once. Any thread.
     void Abort() const;
 
+    // How the current body comes in. What is const, and GiveWay, may be called by any thread.
+    //
+    // A body of `length` bytes, of which `arrived` are unread here, begins.
+    void ExpectBody(std::uint64_t length, std::uint64_t arrived);
+    // Bytes of the body that the kernel or this object holds, or that were consumed.
+    std::uint64_t BodyArrived() const;
+    bool BodyIsHere() const { return BodyArrived() >= bodyLength; }
+    // Ends the wait for the body: what did not arrive so far is not waited for.
+    void GiveWay();
+    bool GaveWay() const { return gaveWay; }
+    // A thread waits for this body, or has received it.
+    std::atomic<bool> bodyIsRead = false;
+
+    // For the bound of connections: whether a whole request has been read, and when it was last
+    // answered, or accepted before that.
+    bool hasSentRequest = false;
+    TimePoint since;
+    // Since when the current request, whose body has not arrived, waits for a place.
+    std::optional<TimePoint> gatedSince;
     // Where the search for the end of the current head stands.
     Http1::HeadScanner scanner;
     // When the current head must be complete, or a lingering end is cut; none before the first byte
@@ -66,6 +86,9 @@ class Connection : public ObjectImpl {
     std::size_t begin = 0;
     std::size_t end = 0;
     std::size_t discardedBytes = 0;
+    std::uint64_t bodyLength = 0;
+    std::atomic<std::uint64_t> bodyReceived = 0;
+    std::atomic<bool> gaveWay = false;
 };
 
 }  // namespace Pellmar::Http

@@ -110,6 +110,7 @@ void Exchange::Complete() {
 
 void Exchange::BeginBody() {
     bodyHasBegun = true;
+    connection->bodyIsRead = true;
     bodyDeadline = Clock::now() + service->GetTimes().body;
     if (expectsContinue && !SendAll("HTTP/1.1 100 Continue\r\n\r\n")) {
         FailBody(BodyState::Gone, "the client is gone");
@@ -118,10 +119,16 @@ void Exchange::BeginBody() {
 
 void Exchange::AwaitBody() {
     for (;;) {
+        if (connection->GaveWay()) {
+            FailBody(BodyState::Late, "the client is too slow while other posts wait");
+        }
         switch (connection->FillInput()) {
             case Connection::Fill::Data:
                 return;
             case Connection::Fill::End:
+                if (connection->GaveWay()) {
+                    continue;
+                }
                 FailBody(BodyState::Gone, "the client ended the connection");
             case Connection::Fill::Failed: {
                 const int error = errno;

@@ -5,6 +5,7 @@ namespace Pellmar::Http {
 const ResponseCode ResponseCode::Ok{200, "OK"};
 const ResponseCode ResponseCode::PartialContent{206, "Partial Content"};
 const ResponseCode ResponseCode::BadRequest{400, "Bad Request"};
+const ResponseCode ResponseCode::Forbidden{403, "Forbidden"};
 const ResponseCode ResponseCode::MethodNotAllowed{405, "Method Not Allowed"};
 const ResponseCode ResponseCode::RequestTimeout{408, "Request Timeout"};
 const ResponseCode ResponseCode::LengthRequired{411, "Length Required"};

@@ -19,6 +19,7 @@ struct ResponseCode {
     static const ResponseCode Ok;                     // 200
     static const ResponseCode PartialContent;         // 206
     static const ResponseCode BadRequest;             // 400
+    static const ResponseCode Forbidden;              // 403
     static const ResponseCode MethodNotAllowed;       // 405
     static const ResponseCode RequestTimeout;         // 408
     static const ResponseCode LengthRequired;         // 411
@@ -42,8 +43,8 @@ class Request : public virtual Object {
     // False when the request has no length; 2^63-1 stands for all that is larger.
     virtual bool GetContentLength(std::int64_t& length) const = 0;
     // Reads up to `size` bytes of the body; -1 at its end. Waits for the client. Throws IOException
-    // when the body ends early, stalls for 30 s, or has not arrived whole 120 s after its first
-    // read.
+    // when the body ends early, stalls for 30 s, has not arrived whole 120 s after its first read,
+    // or gives way to a post that waits.
     virtual int ReadBody(char* buffer, std::size_t size) = 0;
 };
 

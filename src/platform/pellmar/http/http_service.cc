@@ -99,8 +99,8 @@ void ServiceImpl::Stop() {
         }
         for (auto slot = slots.begin(); slot != slots.end();) {
             if (slot->second.waits) {
-                waiting.push_back(std::move(slot->second.connection));
-                slot = slots.erase(slot);
+                waiting.push_back(slot->second.connection);
+                slot = Erase(slot);
             } else {
                 ++slot;
             }

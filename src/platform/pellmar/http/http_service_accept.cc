@@ -1,4 +1,5 @@
 // Taking connections in, within their bound and whatever the kernel says, and timing them out.
+#include "platform/http1/connection_bound.h"
 #include "platform/pellmar/http/http_service_events.h"
 #include "platform/pellmar/http/http_service_impl.h"
 
@@ -24,6 +25,10 @@ namespace {
 constexpr std::chrono::milliseconds kFullPause{1'000};
 // An accept error after this time without one is told anew.
 constexpr std::chrono::minutes kQuietTime{1};
+
+Http1::WaitingConnection ForBound(const Connection& connection) {
+    return {.hasSentRequest = connection.hasSentRequest, .since = connection.since};
+}
 
 }  // namespace
 
@@ -55,11 +60,11 @@ bool ServiceImpl::MakeRoom() {
     }
     if (boundIsNew) {
         LogInternal(logger, 3,
-                    "%1 connections are open, the most at a time: the one that waits longest is "
-                    "closed for each new one",
+                    "%1 connections are open, the most at a time: one that waits is closed for "
+                    "each new one",
                     kMaxConnections);
     }
-    return CloseLongestWaiting();
+    return CloseOneThatWaits();
 }
 
 void ServiceImpl::HandleAcceptError(int error) {
@@ -76,14 +81,14 @@ void ServiceImpl::HandleAcceptError(int error) {
             "by itself",
             std::generic_category().message(error));
     }
-    if (!CloseLongestWaiting()) {
+    if (!CloseOneThatWaits()) {
         PauseAccepting(times.acceptPause);
     }
 }
 
 // Most clients have sent their request by now, so it is looked for before anything is waited for.
 void ServiceImpl::Admit(Sys::OwnedFd accepted) {
-    const TimePoint deadline = Clock::now() + times.head;
+    const TimePoint now = Clock::now();
     Ref<Connection> connection;
     {
         Sys::MutexLock held(lock);
@@ -91,8 +96,8 @@ void ServiceImpl::Admit(Sys::OwnedFd accepted) {
             return;
         }
         const std::uint64_t id = nextId++;
-        connection = MakeRef<Connection>(id, std::move(accepted), deadline);
-        slots.emplace(id, Slot{connection, false, false, {}, {}});
+        connection = MakeRef<Connection>(id, std::move(accepted), now, now + times.head);
+        slots[id].connection = connection;
     }
     ReadHead(connection);
 }
@@ -105,6 +110,7 @@ void ServiceImpl::PauseAccepting(std::chrono::milliseconds duration) {
     acceptIsPaused = true;
     acceptResume = Clock::now() + duration;
     ArmTimer(acceptResume);
+    LetTheSlowestGiveWay();
 }
 
 void ServiceImpl::ResumeAccepting() const { WatchListeners(EPOLLIN); }
@@ -117,22 +123,36 @@ void ServiceImpl::WatchListeners(std::uint32_t events) const {
 }
 
 // Makes room for a new connection. False when every connection is in work.
-bool ServiceImpl::CloseLongestWaiting() {
+bool ServiceImpl::CloseOneThatWaits() {
     Ref<Connection> closed;  // ends after the lock is released
-    Sys::MutexLock held(lock);
-    auto longest = slots.end();
-    for (auto slot = slots.begin(); slot != slots.end(); ++slot) {
-        if (slot->second.waits &&
-            (longest == slots.end() || slot->second.waitsSince < longest->second.waitsSince)) {
-            longest = slot;
+    {
+        Sys::MutexLock held(lock);
+        const TimePoint now = Clock::now();
+        auto first = slots.end();
+        for (auto slot = slots.begin(); slot != slots.end(); ++slot) {
+            if (slot->second.waits &&
+                (first == slots.end() ||
+                 Http1::GivesWayBefore(ForBound(*slot->second.connection),
+                                       ForBound(*first->second.connection), now))) {
+                first = slot;
+            }
         }
+        if (first == slots.end()) {
+            return false;
+        }
+        closed = first->second.connection;
+        Erase(first);
     }
-    if (longest == slots.end()) {
-        return false;
+    if (closed->gatedSince) {
+        SendRefusal(*closed, ResponseCode::RequestTimeout);
     }
-    closed = std::move(longest->second.connection);
-    slots.erase(longest);
     return true;
+}
+
+ServiceImpl::SlotIterator ServiceImpl::Erase(SlotIterator slot) {
+    slot->second.waits = false;  // so that its place goes to another one
+    FreePlace(slot->second);
+    return slots.erase(slot);
 }
 
 void ServiceImpl::CloseOverdue() {
@@ -144,8 +164,8 @@ void ServiceImpl::CloseOverdue() {
         TimePoint next = TimePoint::max();
         for (auto slot = slots.begin(); slot != slots.end();) {
             if (slot->second.waits && slot->second.deadline <= now) {
-                overdue.push_back(std::move(slot->second.connection));
-                slot = slots.erase(slot);
+                overdue.push_back(slot->second.connection);
+                slot = Erase(slot);
                 continue;
             }
             if (slot->second.waits) {
@@ -158,6 +178,7 @@ void ServiceImpl::CloseOverdue() {
         acceptResume = acceptIsPaused ? acceptResume : TimePoint::max();
         timerDue = TimePoint::max();
         ArmTimer(std::min(next, acceptResume));
+        LetTheSlowestGiveWay();
     }
     overdue.clear();
     if (resumes) {

@@ -72,8 +72,10 @@ class ServiceImpl final : public HttpService {
         bool waits = false;
         // Known to epoll.
         bool isWatched = false;
-        TimePoint waitsSince;
         TimePoint deadline;
+        // Its request is one of the kMaxBodies, since `bodySince`.
+        bool holdsPlace = false;
+        TimePoint bodySince;
     };
 
     void Serve() EXCLUDES(lock);
@@ -88,20 +90,36 @@ class ServiceImpl final : public HttpService {
     void PauseAccepting(std::chrono::milliseconds duration) EXCLUDES(lock);
     void ResumeAccepting() const;
     void WatchListeners(std::uint32_t events) const;
-    bool CloseLongestWaiting() EXCLUDES(lock);
+    bool CloseOneThatWaits() EXCLUDES(lock);
     void CloseOverdue() EXCLUDES(lock);
 
     Ref<Connection> Claim(std::uint64_t id) EXCLUDES(lock);
     void ReadHead(const Ref<Connection>& connection);
     void Dispatch(const Ref<Connection>& connection, std::size_t headLength);
+    void Handle(const Ref<Connection>& connection, const Http1::RequestHead& head,
+                const Http1::ContentLength& length, std::size_t headLength);
     void CallHandler(std::string_view method, const Ref<Request>& request,
                      const Ref<Response>& response);
     void Refuse(const Ref<Connection>& connection, const ResponseCode& code);
+    // A client that takes no answer goes without.
+    void SendRefusal(Connection& connection, const ResponseCode& code) const;
     void DropInput(const Ref<Connection>& connection);
     // Registers the connection for its next event. `events` of epoll.
     void Await(const Ref<Connection>& connection, std::uint32_t events, TimePoint deadline)
         EXCLUDES(lock);
     void ArmTimer(TimePoint due) REQUIRES(lock);
+
+    bool TakePlace(const Ref<Connection>& connection, std::uint64_t length, std::uint64_t arrived)
+        EXCLUDES(lock);
+    void AwaitPlace(const Ref<Connection>& connection, std::size_t headLength,
+                    std::uint64_t requestLength) EXCLUDES(lock);
+    // The connection of `slot` waits from now on, perhaps for a place; its last body is over.
+    void SeeToPlaces(Slot& slot) REQUIRES(lock);
+    void FreePlace(Slot& slot) REQUIRES(lock);
+    void GivePlace(Slot& slot) REQUIRES(lock);
+    void LetTheSlowestGiveWay() REQUIRES(lock);
+    using SlotIterator = std::unordered_map<std::uint64_t, Slot>::iterator;
+    SlotIterator Erase(SlotIterator slot) REQUIRES(lock);
     // False when the kernel refuses; errno says why.
     bool Register(int operation, int descriptor, std::uint32_t events, std::uint64_t event) const;
 
@@ -126,6 +144,8 @@ class ServiceImpl final : public HttpService {
     bool acceptIsPaused GUARDED_BY(lock) = false;
     TimePoint lastAcceptError GUARDED_BY(lock){-std::chrono::hours(1)};
     bool boundWasLogged GUARDED_BY(lock) = false;
+    std::size_t bodies GUARDED_BY(lock) = 0;  // slots that hold a place
+    bool bodyBoundWasLogged GUARDED_BY(lock) = false;
     std::deque<std::uint64_t> readyEvents GUARDED_BY(lock);  // taken by a leader, not served yet
     bool leaderWaits GUARDED_BY(lock) = false;               // some runner is in epoll_wait
     std::size_t runners GUARDED_BY(lock) = 0;                // that do not wait aside

@@ -1,5 +1,6 @@
 // The requests of a connection, from the first byte of a head to the handler, and what follows an
 // answer.
+#include "platform/http1/origin.h"
 #include "platform/pellmar/http/http_exchange.h"
 #include "platform/pellmar/http/http_response_text.h"
 #include "platform/pellmar/http/http_service_impl.h"
@@ -73,13 +74,30 @@ void ServiceImpl::Dispatch(const Ref<Connection>& connection, std::size_t headLe
         Refuse(connection, ResponseCode::BadRequest);
         return;
     }
+    if (Http1::HasForeignOrigin(head)) {
+        Refuse(connection, ResponseCode::Forbidden);
+        return;
+    }
     const Http1::ContentLength length = Http1::ReadContentLength(head);
     if (length.kind == Http1::LengthKind::Ambiguous || length.kind == Http1::LengthKind::Invalid) {
         Refuse(connection, ResponseCode::BadRequest);
         return;
     }
+    // Where a transfer coding hides the end of the body, none is read.
+    const std::uint64_t bodyLength = head.Find("transfer-encoding") ? 0 : length.value;
+    const std::uint64_t arrived = connection->Unread().size() - headLength;
+    if (arrived < bodyLength && !TakePlace(connection, bodyLength, arrived)) {
+        AwaitPlace(connection, headLength, headLength + bodyLength);
+        return;
+    }
     connection->deadline.reset();
+    connection->gatedSince.reset();
     connection->scanner.Reset();
+    Handle(connection, head, length, headLength);
+}
+
+void ServiceImpl::Handle(const Ref<Connection>& connection, const Http1::RequestHead& head,
+                         const Http1::ContentLength& length, std::size_t headLength) {
     System::DeferredQueue deferred;
     {
         const Ref<Exchange> exchange =
@@ -119,13 +137,19 @@ void ServiceImpl::CallHandler(std::string_view method, const Ref<Request>& reque
 // Answers what is no request.
 void ServiceImpl::Refuse(const Ref<Connection>& connection, const ResponseCode& code) {
     LogInternal(logger, 6, "Refused a request head with %1 %2", code.status, code.reason);
-    const std::string text = ResponseText(code, headerBlock, "close");
-    std::string_view unsent = text;
-    (void)connection->Send(unsent);  // a client that takes no answer goes without
+    SendRefusal(*connection, code);
     Linger(connection);
 }
 
+void ServiceImpl::SendRefusal(Connection& connection, const ResponseCode& code) const {
+    const std::string text = ResponseText(code, headerBlock, "close");
+    std::string_view unsent = text;
+    (void)connection.Send(unsent);
+}
+
 void ServiceImpl::AwaitNextRequest(const Ref<Connection>& connection) {
+    connection->hasSentRequest = true;
+    connection->since = Clock::now();
     if (connection->Unread().empty()) {
         connection->ReleaseInput();
         Await(connection, EPOLLIN, Clock::now() + times.kept);
@@ -156,28 +180,32 @@ void ServiceImpl::DropInput(const Ref<Connection>& connection) {
 void ServiceImpl::Await(const Ref<Connection>& connection, std::uint32_t events,
                         TimePoint deadline) {
     bool resumes = false;
-    int operation = EPOLL_CTL_MOD;
+    int error = 0;
     {
         Sys::MutexLock held(lock);
-        const auto slot = slots.find(connection->GetId());
+        const auto found = slots.find(connection->GetId());
+        Slot& slot = found->second;
         if (stopping) {
-            slots.erase(slot);
+            slots.erase(found);
             idle.NotifyAll();
             return;
         }
-        slot->second.waits = true;
-        slot->second.waitsSince = Clock::now();
-        slot->second.deadline = deadline;
-        if (!std::exchange(slot->second.isWatched, true)) {
-            operation = EPOLL_CTL_ADD;
+        // Under the lock: a runner may claim the connection, and register it anew, as soon as it
+        // waits.
+        const int operation = std::exchange(slot.isWatched, true) ? EPOLL_CTL_MOD : EPOLL_CTL_ADD;
+        if (!Register(operation, connection->GetSocket(), events | EPOLLONESHOT,
+                      connection->GetId())) {
+            error = errno;
+        } else {
+            slot.waits = true;
+            slot.deadline = deadline;
+            ArmTimer(deadline);
+            // Accepting that waits for room can go on: this connection can be closed for a new one.
+            resumes = std::exchange(acceptIsPaused, false);
+            SeeToPlaces(slot);
         }
-        ArmTimer(deadline);
-        // Accepting that waits for room can go on: this connection can be closed for a new one.
-        resumes = std::exchange(acceptIsPaused, false);
     }
-    // The caller's reference keeps the socket open, should another thread close the connection now.
-    if (!Register(operation, connection->GetSocket(), events | EPOLLONESHOT, connection->GetId())) {
-        const int error = errno;
+    if (error != 0) {
         LogInternal(logger, 3, "Cannot watch a connection: %1. It is closed",
                     std::generic_category().message(error));
         Close(connection);
@@ -191,7 +219,7 @@ void ServiceImpl::Close(const Ref<Connection>& connection) {
     bool resumes = false;
     {
         Sys::MutexLock held(lock);
-        slots.erase(connection->GetId());
+        Erase(slots.find(connection->GetId()));
         resumes = std::exchange(acceptIsPaused, false) && !stopping;
         acceptResume = TimePoint::max();
         if (stopping) {

@@ -104,61 +104,15 @@ bool ThreadPool::TakeTask(Task& task) {
 }
 
 void ThreadPool::Schedule(const Ref<WorkQueue>& queue) {
-    if (!TakePlace(queue)) {
-        return;
-    }
     try {
-        Run([this, queue] { Drain(queue); });
+        Run([queue] { queue->RunAll(); });
     } catch (const std::exception& exception) {
         Service::LogInternal(Service::Logger::sDefaultLogger, 3,
                              "Cannot start a thread for %1: %2. Its jobs run on the thread that "
                              "submits them; raise the limit of threads",
                              queue->GetName(), exception.what());
-        Drain(queue);
+        queue->RunAll();
     }
-}
-
-bool ThreadPool::TakePlace(const Ref<WorkQueue>& queue) {
-    bool boundIsNew = false;
-    {
-        Sys::MutexLock held(lock);
-        if (runningQueues < kMaxRunningQueues) {
-            ++runningQueues;
-            return true;
-        }
-        waitingQueues.push_back(queue);
-        boundIsNew = !std::exchange(boundWasLogged, true);
-    }
-    if (boundIsNew) {
-        Service::LogInternal(
-            Service::Logger::sDefaultLogger, 3,
-            "%1 work queues are running, the most at a time: further ones wait, %2 first",
-            kMaxRunningQueues, queue->GetName());
-    }
-    return false;
-}
-
-void ThreadPool::Drain(Ref<WorkQueue> queue) {
-    while (queue) {
-        const bool hasMore = queue->RunOne();
-        queue = HandOverPlace(hasMore ? std::move(queue) : Ref<WorkQueue>());
-    }
-}
-
-Ref<WorkQueue> ThreadPool::HandOverPlace(Ref<WorkQueue> unfinished) {
-    Sys::MutexLock held(lock);
-    if (waitingQueues.empty()) {
-        if (!unfinished) {
-            --runningQueues;
-        }
-        return unfinished;
-    }
-    Ref<WorkQueue> next = std::move(waitingQueues.front());
-    waitingQueues.pop_front();
-    if (unfinished) {
-        waitingQueues.push_back(std::move(unfinished));
-    }
-    return next;
 }
 
 ThreadPool& GetThreadPool() {

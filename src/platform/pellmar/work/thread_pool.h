@@ -19,9 +19,6 @@ namespace Pellmar::System {
 
 inline constexpr std::size_t kMaxPoolThreads = 512;
 inline constexpr std::chrono::seconds kPoolIdleTime{10};
-// Work queues that run their jobs at the same time. A job of the intake reads one body, so this is
-// also the number of bodies being read.
-inline constexpr std::size_t kMaxRunningQueues = 256;
 
 // Any thread may call. Destruction waits for the tasks that run and drops those that did not begin.
 class ThreadPool {
@@ -47,17 +44,8 @@ class ThreadPool {
     friend class WorkQueue;
     friend class DeferredQueue;
 
-    // Runs the jobs of `queue` on a thread of the pool, or lets it wait for its turn when
-    // kMaxRunningQueues run already.
+    // Runs the jobs of `queue` on a thread of the pool.
     void Schedule(const Ref<WorkQueue>& queue) EXCLUDES(lock);
-    // Takes a place among the running queues; when all are taken, parks `queue` and returns false.
-    bool TakePlace(const Ref<WorkQueue>& queue) EXCLUDES(lock);
-    // Runs jobs of `queue`, which has a place, then of queues that wait for a place, until none is
-    // left.
-    void Drain(Ref<WorkQueue> queue) EXCLUDES(lock);
-    // The queue that has the place from now on: one that waits for a place, which `unfinished`
-    // (empty when no job is left) then does too, else `unfinished`; none at all frees the place.
-    Ref<WorkQueue> HandOverPlace(Ref<WorkQueue> unfinished) EXCLUDES(lock);
 
     // Starts a thread. Returns what kept it from that, or nothing.
     std::exception_ptr Grow() REQUIRES(lock);
@@ -71,10 +59,6 @@ class ThreadPool {
     std::list<std::thread> finished GUARDED_BY(lock);
     std::size_t idleThreads GUARDED_BY(lock) = 0;
     bool stopping GUARDED_BY(lock) = false;
-
-    std::size_t runningQueues GUARDED_BY(lock) = 0;
-    std::deque<Ref<WorkQueue>> waitingQueues GUARDED_BY(lock);
-    bool boundWasLogged GUARDED_BY(lock) = false;
 };
 
 // The pool of the process, made at first use and never destroyed.

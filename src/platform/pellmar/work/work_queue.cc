@@ -30,6 +30,11 @@ void WorkQueue::Submit(Job job) {
     }
 }
 
+void WorkQueue::RunAll() {
+    while (RunOne()) {
+    }
+}
+
 bool WorkQueue::RunOne() {
     Job job;
     {
@@ -71,12 +76,8 @@ bool DeferredQueue::Take(WorkQueue* woken) {
 
 void DeferredQueue::RunDeferred() {
     StopTaking();
-    if (!queue) {
-        return;
-    }
-    const Ref<WorkQueue> next = std::move(queue);
-    if (next->pool.TakePlace(next)) {
-        next->pool.Drain(next);
+    if (const Ref<WorkQueue> next = std::move(queue)) {
+        next->RunAll();
     }
 }
 

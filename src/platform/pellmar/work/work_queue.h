@@ -32,6 +32,8 @@ class WorkQueue : public ObjectImpl {
     friend class ThreadPool;
     friend class DeferredQueue;
 
+    // Runs jobs until none is left.
+    void RunAll() EXCLUDES(lock);
     // Runs the oldest job; true when more are left.
     bool RunOne() EXCLUDES(lock);
 

@@ -11,6 +11,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <deque>
 #include <functional>
 #include <future>
 #include <optional>
@@ -156,6 +158,66 @@ TEST(HttpService, CutsAClientThatTakesNoAnswers) {
     RawConnection other;
     ASSERT_TRUE(other.Send(kEmptyPost));
     EXPECT_EQ(other.ReadResponse()->status, 200);
+}
+
+// Unfinished posts on connections of their own, handed to the handler as far as there are places.
+class Crowd {
+  public:
+    explicit Crowd(std::size_t count) : connections(count) {
+        for (RawConnection& connection : connections) {
+            connection.Send(kUnfinishedPost);
+        }
+    }
+    std::deque<RawConnection> connections;
+};
+
+TEST(HttpService, ServesWholePostsBesideAsManyStalledOnesAsItReads) {
+    const CapturedLog log;
+    const RunningService running(ReadAndAnswer, {.bodyGrace = 1h});
+    Crowd stalled(Pellmar::Http::kMaxBodies);
+    RawConnection late;
+    ASSERT_TRUE(late.Send("POST /cpu HTTP/1.1\r\nContent-Length: 3\r\n\r\n"));
+    ASSERT_TRUE(log.WaitFor("256 bodies are being read, the most at a time"));
+    RawConnection whole;
+    ASSERT_TRUE(whole.Send(kEmptyPost));
+    EXPECT_EQ(whole.ReadResponse()->status, 200);
+    ASSERT_TRUE(late.Send("abc"));  // whole while it waits, so it needs no place either
+    EXPECT_EQ(late.ReadResponse()->status, 200);
+
+    RawConnection next;
+    ASSERT_TRUE(next.Send("POST /cpu HTTP/1.1\r\nContent-Length: 100000\r\n\r\n"));
+    ASSERT_TRUE(stalled.connections[7].Send("1234567"));  // leaves its place to `next`
+    EXPECT_EQ(stalled.connections[7].ReadResponse()->status, 200);
+    ASSERT_TRUE(next.Send(std::string(100'000, 'x')));
+    EXPECT_EQ(next.ReadResponse()->status, 200);
+}
+
+TEST(HttpService, LetsTheSlowestBodyGiveWayWhileAnotherPostWaits) {
+    const RunningService running(ReadAndAnswer, {.bodyGrace = 1ms, .linger = 1ms});
+    RawConnection slowest;
+    ASSERT_TRUE(slowest.Send("POST /cpu HTTP/1.1\r\nContent-Length: 10\r\n\r\n"));
+    Crowd stalled(Pellmar::Http::kMaxBodies - 1);
+    RawConnection waits;
+    ASSERT_TRUE(waits.Send(kUnfinishedPost));
+    EXPECT_EQ(slowest.ReadResponse()->status, 408);
+    EXPECT_EQ(slowest.ReadUntilClosed(), "");
+    ASSERT_TRUE(waits.Send("1234567"));
+    EXPECT_EQ(waits.ReadResponse()->status, 200);
+    for (RawConnection& connection : stalled.connections) {
+        ASSERT_TRUE(connection.Send("1234567"));
+        EXPECT_EQ(connection.ReadResponse()->status, 200);
+    }
+}
+
+TEST(HttpService, KeepsClientsThatPostWhileOthersConnectInVain) {
+    const RunningService running(ReadAndAnswer);
+    RawConnection kept;
+    ASSERT_TRUE(kept.Send(kEmptyPost));
+    EXPECT_EQ(kept.ReadResponse()->status, 200);
+    std::deque<RawConnection> silent(Pellmar::Http::kMaxConnections + 10);
+    EXPECT_EQ(silent.front().ReadUntilClosed(), "");
+    ASSERT_TRUE(kept.Send(kEmptyPost));
+    EXPECT_EQ(kept.ReadResponse()->status, 200);
 }
 
 struct Ending {
