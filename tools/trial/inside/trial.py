@@ -14,7 +14,11 @@ STATE = pathlib.Path("/var/lib/trial")  # survives a reboot: the stage to run ne
 
 
 class Failure(Exception):
-    """What a step found wrong."""
+    """What a step found wrong, and when: what the step then puts right is no evidence."""
+
+    def __init__(self, what):
+        super().__init__(what)
+        self.seconds = time.time()
 
 
 def expect(truth, what):
@@ -60,7 +64,8 @@ def run_step(step):
         step()
     except Exception as problem:  # a fault in the step is a failed step too
         print(f"FAILED  {step.__name__}: {problem if isinstance(problem, Failure) else repr(problem)}", flush=True)
-        for line in journal.text().splitlines()[-EVIDENCE_LINES:]:
+        end = getattr(problem, "seconds", time.time())
+        for line in journal.text(f"--until=@{end:.3f}").splitlines()[-EVIDENCE_LINES:]:
             print(f"          {line}", flush=True)
         return False
     print(f"ok      {step.__name__} ({time.monotonic() - start:.1f} s)", flush=True)
