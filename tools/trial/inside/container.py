@@ -13,6 +13,7 @@ from trial import Failure, Journal, expect, run, run_stages, until
 TOKEN_SET = pathlib.Path("/etc/korvex/oru/token/jwks.json")
 SIGNING_KEY = pathlib.Path("/var/lib/korvex/oru/token/signing-key.json")
 METRICS = pathlib.Path("/var/lib/prometheus/node-exporter")
+LAUNCH = "MESSAGE_ID=dfb8aae03e5847b88742b5bf66add20e"
 KEPT = pathlib.Path("/var/lib/trial")
 # What changes on a machine by itself, or with every package.
 NOT_OF_THE_PACKAGE = ("/dev", "/proc", "/sys", "/run", "/tmp", "/trial", "/var/cache", "/var/lib/dpkg", "/var/lib/systemd",
@@ -90,7 +91,9 @@ def broken_settings_are_an_error_in_the_journal():
 def stubborn_plugin_delays_no_restart():
     with host.installed_plugin("a-stubborn"):
         restart()
+        journal = Journal()
         until(lambda: host.processes_of("a-stubborn"), "a process of the plugin")
+        expect("a-stubborn" in journal.text(LAUNCH, "SENTREL_PLUGIN=a-stubborn"), "the journal's fields do not find the launch")
         start = time.monotonic()
         restart()
         seconds = time.monotonic() - start
