@@ -58,17 +58,6 @@ void CheckField(const Http1::HeaderField& field, std::string_view whole) {
     Check(value.empty() || (!IsBlank(value.front()) && !IsBlank(value.back())));
 }
 
-void CheckLength(const Http1::RequestHead& head) {
-    using enum Http1::LengthKind;
-    constexpr std::uint64_t kMax = 0x7FFF'FFFF'FFFF'FFFF;
-    const Http1::ContentLength length = Http1::ReadContentLength(head);
-    Check((length.kind == Absent) == (head.Count("Content-Length") == 0));
-    Check(length.kind != Known || length.value <= kMax);
-    Check(length.kind != Beyond63Bits || length.value == kMax);
-    Check(length.kind == Known || length.kind == Beyond63Bits || length.value == 0);
-    Check(!length.beyond64Bits || length.kind == Beyond63Bits);
-}
-
 void CheckParsed(const Http1::RequestHead& head, std::string_view whole) {
     CheckWord(head.Method(), whole);
     CheckWord(head.Target(), whole);
@@ -80,7 +69,6 @@ void CheckParsed(const Http1::RequestHead& head, std::string_view whole) {
         CheckField(field, whole);
         Check(head.Count(field.name) >= 1 && head.Find(field.name).has_value());
     }
-    CheckLength(head);
     Check(!Http1::KeepsConnection(head) || !Http1::ListHasToken(head, "CONNECTION", "Close"));
     Check(!Http1::ListHasToken(head, "Transfer-Encoding", "chunked") ||
           head.Count("transfer-encoding") != 0);

@@ -7,7 +7,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstddef>
 #include <map>
 #include <optional>
 #include <string>
@@ -127,8 +126,6 @@ TEST(CheckFileSystems, JudgesSpaceAndInodes) {
              "space and inodes suffice on all file systems (1)", R"({"ignore": ["/sm*"]})"},
             {"no answer", with(Line("8:2", "/gone", "ext4")), Status::Unknown,
              "/gone does not tell how full it is"},
-            {"no blocks", with(Line("8:2", "/empty", "ext4")), Status::Unknown,
-             "/empty does not tell how full it is"},
             {"mounted read-only", with(Line("8:2", "/tight", "ext4", "ro", "ro")), Status::Ok,
              "space and inodes suffice on all file systems (1)"},
             {"made read-only", with(Line("8:2", "/tight", "ext4", "rw", "ro,errors=remount-ro")),
@@ -144,24 +141,12 @@ TEST(CheckFileSystems, JudgesSpaceAndInodes) {
              {{kMountInfo, Line("0:5", "/", "tmpfs")}},
              Status::None,
              "this host has no file system on a disk that can be written"},
-            {"nothing",
-             {},
-             Status::None,
-             "this host has no file system on a disk that can be written"},
         });
 }
 
 TEST(CheckFileSystems, SurvivesDamagedFiles) {
     ExpectSurvivesDamage(CheckWith({{"/", {1000, 300, 250, 1000, 500}}}),
                          {{kMountInfo, Line("8:1", "/", "ext4") + Line("8:2", "/x", "xfs")}});
-}
-
-TEST(ReadUsage, TellsOfTheRootAndOfNothingElse) {
-    const std::optional<FileSystemUsage> usage = Checks::ReadUsage("/");
-    ASSERT_TRUE(usage);
-    EXPECT_LE(usage->availableBlocks, usage->freeBlocks);
-    EXPECT_LE(usage->freeBlocks, usage->blocks);
-    EXPECT_FALSE(Checks::ReadUsage("/no/such/mount"));
 }
 
 }  // namespace

@@ -60,12 +60,8 @@ TEST(CheckKernel, JudgesTaintsAndMachineChecks) {
             {"another opinion", With(kGood, {{kTaint, "513\n"}}), Status::Error,
              "the kernel is tainted P: a proprietary module was loaded; only a restart removes it",
              R"({"taint_error": "P", "taint_warning": ""})"},
-            {"unknown bits", With(kGood, {{kTaint, "1099511627776\n"}}), Status::Ok,
-             "not tainted" + goodEnd},
             {"machine checks", With(kGood, {{kInterrupts, InterruptsOf("1 2")}}), Status::Warning,
              "machine check exceptions: 3 is at or above 1"},
-            {"no such interrupt", With(kGood, {{kInterrupts, "  0: 1 2 timer\n"}}), Status::Ok,
-             "not tainted" + goodEnd},
         });
 }
 
@@ -101,8 +97,6 @@ TEST(CheckKernel, JudgesVirtualisation) {
         {
             {"no module", without, Status::Warning,
              begin + "the processor has vmx, but there is no /dev/kvm; load the module kvm_intel"},
-            {"no module of the other", processor("svm"), Status::Warning,
-             begin + "the processor has svm, but there is no /dev/kvm; load the module kvm_amd"},
             {"a module without its device",
              With(processor("svm"), {{"/sys/module/kvm_amd/", "a directory"}}), Status::Warning,
              begin + "kvm_amd is loaded, but there is no /dev/kvm; the kernel's log says why"},

@@ -96,17 +96,6 @@ TEST_P(CheckProgram, EndsWithAStatusThatTellsWhatFailed) {
     EXPECT_EQ(nameless.WaitForEnd(), 2);
 }
 
-TEST_P(CheckProgram, IsInTheConfigurationStore) {
-    constexpr bool kThrows = true;
-    constexpr bool kTakesComments = true;
-    const nlohmann::json entry = nlohmann::json::parse(
-        ::Test::ReadFile(SENTREL_VENDOR_DEFAULTS "/oru/health/" + name + ".json"), nullptr, kThrows,
-        kTakesComments);
-    EXPECT_EQ(entry.at("enabled"), true);
-    EXPECT_THAT(entry.at("frequency").get<std::string>(), testing::AnyOf("fast", "medium"));
-    EXPECT_EQ(entry.at("log_level"), "info");
-}
-
 INSTANTIATE_TEST_SUITE_P(All, CheckProgram,
                          testing::Values("cpu", "filesystem", "kernel", "memory", "network",
                                          "units"),

@@ -5,6 +5,5 @@ target_compile_definitions(
     PRIVATE
         SENTREL_CHECK_PROGRAMS="${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/checks"
         SENTREL_CHECK_SETTINGS="${PROJECT_SOURCE_DIR}/dist/checks"
-        SENTREL_VENDOR_DEFAULTS="${PROJECT_SOURCE_DIR}/dist/tabulon"
         SENTREL_TEST_DATA="${CMAKE_CURRENT_SOURCE_DIR}/${folder}"
 )

@@ -13,7 +13,6 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
-#include <vector>
 
 namespace {
 
@@ -118,17 +117,6 @@ TEST(JsonText, KeepsNumbers) {
         EXPECT_EQ(nlohmann::json::parse(JsonNumber(value)).get<double>(), value);
     }
     EXPECT_EQ(JsonNumber(100000), "100000");
-}
-
-TEST(ToWords, RoundsToTwoDecimals) {
-    const struct {
-        double value;
-        const char* words;
-    } rows[] = {{0, "0"},        {100, "100"},  {3.10, "3.1"},
-                {0.126, "0.13"}, {-0.001, "0"}, {-2.5, "-2.5"}};
-    for (const auto& row : rows) {
-        EXPECT_EQ(SentrelCheck::ToWords(row.value), row.words);
-    }
 }
 
 }  // namespace

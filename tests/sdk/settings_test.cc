@@ -7,10 +7,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <optional>
 #include <string>
-#include <vector>
 
 #include <sys/stat.h>
 
@@ -77,17 +75,14 @@ TEST_F(SettingsFile, IsRefusedWithWordsWhenItIsBroken) {
     } rows[] = {
         {"", "line 1, column 1: "},
         {"{\n\"high\": }", "line 2, column 9: "},
-        {"[]", "line 1, column 1: "},
         {R"({"hihg": {"warning": 1}})", "there is no setting \"hihg\"; there are: high, low"},
         {R"({"high": 5})", "\"high\" must be an object with the numbers"},
         {R"({"high": {"warning": "5"}})", "\"warning\" is none"},
         {R"({"high": {"warn": 5}})", "\"warn\" is none"},
-        {R"({"high": {"warning": true}})", "\"warning\" is none"},
         {R"({"high": {"warning": 3}})", "critical before it is a warning"},
         {R"({"low": {"critical": 3}})", "critical before it is a warning"},
         {R"({"flag": 1})", "\"flag\" must be true or false"},
         {R"({"text": null})", "\"text\" must be a string"},
-        {R"({"list": "eth0"})", "\"list\" must be a list of strings"},
         {R"({"list": [1]})", "\"list\" must be a list of strings"},
     };
     for (const auto& row : rows) {

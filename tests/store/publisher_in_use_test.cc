@@ -27,8 +27,6 @@ using Pellmar::Ref;
 using Pellmar::Service::Logger;
 using Sentrel::kNoStartTime;
 using Sentrel::Report;
-using testing::AnyOf;
-using testing::HasSubstr;
 using testing::SizeIs;
 using testing::StartsWith;
 
@@ -92,30 +90,6 @@ TEST(PublisherInUse, SeesWholeReportsWhileTheyAreStored) {
     EXPECT_EQ(reports[1].status, kReports);
     for (const std::string& line : store.log.Lines()) {  // a link was gone for an instant
         EXPECT_THAT(line, StartsWith("3 publisher: Error reading symlink: "));
-    }
-}
-
-TEST(PublisherInUse, NeverWaitsForWhatTakesAReportsPlace) {
-    const InUse store;
-    const fs::path stored =
-        ::Test::StoreReport(store.directory, "cpu", ::Test::ReportText{}.Document());
-    const std::string fifo = store.directory + "fifo";
-    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
-    std::atomic<bool> isDone{false};
-    std::thread exchanger([&] {
-        while (!isDone) {
-            ::renameat2(AT_FDCWD, fifo.c_str(), AT_FDCWD, stored.c_str(), RENAME_EXCHANGE);
-        }
-    });
-    for (int query = 0; query < 2000; ++query) {
-        EXPECT_LE(store.publisher.GetReports({}, {}, kNoStartTime).size(), 1U);
-    }
-    isDone = true;
-    exchanger.join();
-    for (const std::string& line : store.log.Lines()) {
-        EXPECT_THAT(line, AnyOf(HasSubstr(" is not a regular file: Success"),
-                                HasSubstr(": not a regular file; "),
-                                HasSubstr("does not match filename: cpu.")));
     }
 }
 

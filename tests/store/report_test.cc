@@ -81,31 +81,20 @@ TEST(ReportDocument, TakesAnyNumberAsStatus) {
         int status;
     } rows[] = {
         {"0", 0},
-        {"7", 7},
         {"-1", -1},
         {"2.7", 2},
         {"-2.7", -2},
         {"1e1", 10},
         {"1e300", INT_MAX},
         {"-1e300", INT_MIN},
-        {"2147483647.5", INT_MAX},
         {"2147483648", INT_MIN},
         {"4294967298", 2},
-        {"-4294967295", 1},
         {"18446744073709551615", -1},
         {"18446744073709551616", INT_MAX},  // a double to the library
     };
     for (const auto& row : rows) {
         EXPECT_EQ(std::get<int>(Converted(WithStatus(row.number))), row.status) << row.number;
     }
-}
-
-TEST(ReportDocument, NamesStatusCodes) {
-    const char* const words[] = {"none", "ok", "warning", "error", "none", "unknown", "none"};
-    for (int code = -1; code <= 5; ++code) {
-        EXPECT_EQ(Sentrel::StatusToString(code), words[code + 1]);
-    }
-    EXPECT_EQ(Sentrel::StatusToString(INT_MIN), "none");
 }
 
 TEST(ReportDocument, IsRefusedForItsFirstFault) {
@@ -115,15 +104,12 @@ TEST(ReportDocument, IsRefusedForItsFirstFault) {
     } rows[] = {
         {"[]", "type_error.304] cannot use at() with array"},
         {"{}", "out_of_range.403] key 'structured' not found"},
-        {R"({"structured":[]})", "type_error.304] cannot use at() with array"},
         {R"({"structured":{}})", "out_of_range.403] key 'name' not found"},
-        {R"({"structured":{"name":1}})", "type_error.302] type must be string, but is number"},
         {R"({"structured":{"name":"n"}})", "out_of_range.403] key 'time' not found"},
         {R"({"structured":{"name":"n","time":null}})",
          "type_error.302] type must be string, but is null"},
         {WithStatus("true"), "type_error.302] type must be number, but is boolean"},
         {WithStatus("\"1\""), "type_error.302] type must be number, but is string"},
-        {WithStatus("null"), "type_error.302] type must be number, but is null"},
         {R"({"structured":{"name":"n","time":"t"}})",
          "out_of_range.403] key 'unstructured' not found"},
     };
@@ -153,7 +139,6 @@ TEST(ReportText, IsRefusedWithTheLibrarysReason) {
         {"[\"\xFF\"]", parse + "line 1, column 3: ", "ill-formed UTF-8 byte; last read: '\"\xFF'"},
         {"1e999", "[json.exception.out_of_range.406] ", "number overflow parsing '1e999'"},
         {"{}\0"s, parse + "byte 3: ", "unexpected NUL byte; expected end of input"},
-        {"{}\0}"s, parse + "byte 3: ", "unexpected NUL byte; expected end of input"},
         {Nested(257), parse + "byte 257: ", "nested deeper than 256 levels"},
         {std::string(1'000'000, '['), parse + "byte 257: ", "nested deeper than 256 levels"},
         {std::string(300, '[') + '\0', parse + "byte 257: ", "nested deeper than 256 levels"},

@@ -83,17 +83,6 @@ TEST_F(BadInput, StoresNothingOfABodyThatEndsWithAReset) {
         << testing::PrintToString(files);
 }
 
-TEST_F(BadInput, TakesARequestByteByByte) {
-    const std::string request = PostRequest("/slow", ReportDocument("slow"));
-    Start();
-    RawConnection connection;
-    for (const char byte : request) {
-        ASSERT_TRUE(connection.Send(std::string_view(&byte, 1)));
-    }
-    EXPECT_EQ(connection.ReadResponse()->status, 200);
-    EXPECT_EQ(host.Report("slow"), ReportDocument("slow"));
-}
-
 TEST_F(BadInput, RefusesWhatABrowserSendsForAPageOfAnotherHost) {
     Start();
     for (const char* const origin : {"null", "http://evil.example", "http://localhost:3000"}) {
@@ -136,8 +125,6 @@ TEST_F(BadInput, RefusesWhatIsNoHead) {
     } rows[] = {
         {"no version", "POST /cpu\r\n\r\n", 400},
         {"hello of TLS", std::string("\x16\x03\x01\x02\0\x01\0\x01\xFC", 9), 400},
-        {"two lengths", "POST /cpu HTTP/1.1\r\nContent-Length: 4, 5\r\n\r\n1234", 400},
-        {"length of letters", "POST /cpu HTTP/1.1\r\nContent-Length: x\r\n\r\n1234", 400},
         {"too many fields", "POST /cpu HTTP/1.1\r\n" + manyFields + "\r\n", 400},
         {"endless field", "POST /cpu HTTP/1.1\r\na: " + std::string(1'000'000, 'b'), 431},
         {"long target", "POST /" + std::string(16'384, 'a') + " HTTP/1.1\r\n\r\n", 431},

@@ -5,12 +5,11 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <condition_variable>
+#include <chrono>
 #include <exception>
 #include <filesystem>
-#include <mutex>
 #include <random>
+#include <semaphore>
 #include <string>
 #include <thread>
 #include <vector>
@@ -24,26 +23,16 @@ using ::Test::ReportDocument;
 constexpr int kKills = 20;
 constexpr int kMostPostsBeforeAKill = 200;
 
-// Counts the answered posts of all names, for the thread that kills.
-class AnswerCount {
-  public:
-    void Add() {
-        const std::lock_guard held(lock);
-        ++count;
-        changed.notify_one();
-    }
-    // Blocks until `wanted` more posts are answered, or a minute has passed. False then.
-    bool WaitForMore(int wanted) {
-        std::unique_lock held(lock);
-        const int target = count + wanted;
-        return changed.wait_for(held, std::chrono::minutes(1), [&] { return count >= target; });
-    }
+// One for each answered post of any name, for the thread that kills.
+using Answers = std::counting_semaphore<>;
 
-  private:
-    std::mutex lock;
-    std::condition_variable changed;
-    int count = 0;
-};
+// Blocks until `wanted` more posts are answered. False when one takes a minute.
+bool WaitForMore(Answers& answers, int wanted) {
+    while (wanted > 0 && answers.try_acquire_for(std::chrono::minutes(1))) {
+        --wanted;
+    }
+    return wanted == 0;
+}
 
 // The report number `sequence` of a name: of a size that only this number has.
 std::string Document(const std::string& name, int sequence) {
@@ -63,7 +52,7 @@ int SequenceOf(const std::string& name, const std::string& document) {
 // Posts reports of one name, each with the next number, until the daemon is gone.
 class Reporter {
   public:
-    Reporter(std::string name, AnswerCount& answers) : name(std::move(name)), answers(answers) {}
+    Reporter(std::string name, Answers& answers) : name(std::move(name)), answers(answers) {}
 
     void Begin() {
         thread = std::thread([this] { PostUntilGone(); });
@@ -84,7 +73,7 @@ class Reporter {
                     return;
                 }
                 Answered(sequence);
-                answers.Add();
+                answers.release();
             }
         } catch (const std::exception&) {
             return;  // connecting is refused: the daemon is gone
@@ -92,7 +81,7 @@ class Reporter {
     }
 
     const std::string name;
-    AnswerCount& answers;
+    Answers& answers;
     std::thread thread;
     int lastSent = 0;
     int lastAnswered = 0;
@@ -146,7 +135,7 @@ class Kill : public Scenario {
 };
 
 TEST_F(Kill, LeavesWholeReportsAndARingThatContinues) {
-    AnswerCount answers;
+    Answers answers(0);
     std::vector<Reporter> reporters;
     for (const char* const name : {"cpu", "mem", "disk"}) {
         reporters.emplace_back(name, answers);
@@ -164,7 +153,7 @@ TEST_F(Kill, LeavesWholeReportsAndARingThatContinues) {
         for (Reporter& reporter : reporters) {
             reporter.Begin();
         }
-        EXPECT_TRUE(answers.WaitForMore(postsBeforeKill(random)));
+        EXPECT_TRUE(WaitForMore(answers, postsBeforeKill(random)));
         daemon->Kill();
         for (Reporter& reporter : reporters) {
             reporter.Join();

@@ -75,7 +75,6 @@ TEST_F(StartAndStop, NormalisesTheReportDirectory) {
     };
     const std::vector<Case> cases = {
         {{"-r", "./reports"}, {"./reports/"}},
-        {{"-r", "./reports/"}, {"./reports/"}},
         {{"-r./reports"}, {"./reports/"}},
         {{"-r", "first", "-r", "./reports"}, {"first/", "./reports/"}},
         {{"operand", "-r", "./reports", "--"}, {"./reports/"}},
@@ -106,7 +105,6 @@ TEST_F(StartAndStop, RefusesOptionsThatItDoesNotKnow) {
         {{"-x"}, "invalid option -- 'x'"},
         {{"--verbose"}, "invalid option -- '-'"},
         {{"-r"}, "option requires an argument -- 'r'"},
-        {{"-r", "reports", "-x"}, "invalid option -- 'x'"},
     };
     for (const auto& [arguments, diagnostic] : cases) {
         SCOPED_TRACE(testing::PrintToString(arguments));
@@ -169,11 +167,9 @@ TEST_F(StartAndStop, TakesItsLogLevelFromTheEnvironmentThenTheStore) {
     const std::vector<Case> cases = {
         {"", "{}", {3, 5}, 0},
         {"", R"({"log": {"level": 6}})", {3, 5, 6}, 0},
-        {"", R"({"log": {"level": "high"}})", {3, 5}, 0},
         {"3", R"({"log": {"level": 6}})", {3}, 0},
         {"7", "{}", {3, 5, 6, 7}, 0},
         {"loud", R"({"log": {"level": 6}})", {3, 5, 6}, 1},
-        {"7 ", R"({"log": {"level": 6}})", {3, 5, 6}, 1},
         {"99999999999", "{}", {3, 5}, 1},
     };
     for (const auto& [variable, entry, levels, complaints] : cases) {

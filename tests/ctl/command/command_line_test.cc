@@ -22,13 +22,11 @@ TEST(CommandLine, TellsEachMistakeInOneLineWithStatus2) {
     const Row rows[] = {
         {{}, "a command is missing; see \"sentrelctl --help\""},
         {{"grop"}, "there is no command \"grop\"; see \"sentrelctl --help\""},
-        {{""}, "there is no command \"\"; see \"sentrelctl --help\""},
         {{"gr\noup"}, "there is no command \"gr\\x0aoup\"; see \"sentrelctl --help\""},
         {{"group"},
          "\"group\" needs one of its commands: ensure, show, kill; see \"sentrelctl group "
          "--help\""},
         {{"group", "make"}, "there is no command \"group make\"; see \"sentrelctl group --help\""},
-        {{"ensure"}, "there is no command \"ensure\"; see \"sentrelctl --help\""},
         {{"group", "show", "all"},
          "\"group show\" takes no argument \"all\"; see \"sentrelctl group show --help\""},
         {{"group", "show", "--all"},
@@ -38,7 +36,6 @@ TEST(CommandLine, TellsEachMistakeInOneLineWithStatus2) {
         {{"group", "show", "--json=yes"},
          "option \"--json\" takes no value; see \"sentrelctl group show --help\""},
         {{"group", "show", "--root"}, "option \"--root\" needs a value: write --root DIR"},
-        {{"group", "show", "--root="}, "option \"--root\" needs a value: write --root DIR"},
         {{"group", "--root", "--json", "show"},
          "option \"--root\" needs a value: write --root DIR"},
         {{"group", "show", "--root", "host"},

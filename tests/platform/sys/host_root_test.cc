@@ -64,15 +64,6 @@ TEST(HostRoot, PutsAbsolutePathsBelowTheRoot) {
     }
 }
 
-TEST(HostRoot, IsReadOnce) {
-    const auto changeAndAsk = [] {
-        const std::string before = Sys::HostPath("/a");
-        (void)setenv("SENTREL_ROOT", "/second", 1);
-        return before + " " + Sys::HostPath("/a");
-    };
-    EXPECT_EQ(AskWithRoot("/first", changeAndAsk), "/first/a /first/a");
-}
-
 TEST(HostRoot, TellsWhyItCannotBeUsed) {
     const ::Test::TemporaryDirectory directory;
     const std::string file = directory.Path() + "file";

@@ -42,18 +42,14 @@ TEST(JsonReader, MergesTheHostsValuesOverTheVendors) {
     };
     const Row rows[] = {
         {"neither", "{}", "{}", "a", "missing"},
-        {"vendor alone", R"({"a": 1})", "{}", "a", "found 1"},
         {"host alone", "{}", R"({"a": 2})", "a", "found 2"},
         {"host wins", R"({"a": 1})", R"({"a": 2})", "a", "found 2"},
         {"null removes", R"({"a": 1})", R"({"a": null})", "a", "missing"},
-        {"null of the vendor is missing", R"({"a": null})", "{}", "a", "missing"},
         {"null of the host alone is missing", "{}", R"({"a": {"b": null}})", "a/b", "missing"},
         {"siblings stay", R"({"a": {"b": 1, "c": 3}})", R"({"a": {"b": 2}})", "a/c", "found 3"},
         {"inner null removes", R"({"a": {"b": 1}})", R"({"a": {"b": null}})", "a/b", "missing"},
         {"an object replaces a value", R"({"a": 1})", R"({"a": {"b": 2}})", "a/b", "found 2"},
-        {"three levels", R"({"a": {"b": {"c": 5}}})", "{}", "a/b/c", "found 5"},
         {"a name with a slash is out of reach", R"({"a/b": 1})", "{}", "a/b", "missing"},
-        {"empty levels are names", R"({"": {"": 4}})", "{}", "/", "found 4"},
         {"the empty key is a name", R"({"": 6})", "{}", "", "found 6"},
     };
     for (const Row& row : rows) {
@@ -69,17 +65,13 @@ TEST(JsonReader, TakesIntegersOf32BitsOnly) {
         const char* expected;
     };
     const Row rows[] = {
-        {"0", "found 0"},
         {"-0", "found 0"},
         {"2147483647", "found 2147483647"},
         {"-2147483648", "found -2147483648"},
         {"2147483648", "missing"},
-        {"-2147483649", "missing"},
         {"4294967301", "missing"},  // 5 in its lower 32 bits
-        {"18446744073709551615", "missing"},
         {"1e300", "missing"},
         {"3.0", "missing"},
-        {"1e1", "missing"},
         {"true", "missing"},
         {"\"9996\"", "missing"},
     };

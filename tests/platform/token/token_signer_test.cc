@@ -91,13 +91,6 @@ TEST_F(TokenSigner, KeepsWhatElseIsInTheSet) {
     EXPECT_FALSE(set["keys"][2].contains("d"));
 }
 
-TEST_F(TokenSigner, LeavesASetAloneThatItCannotRead) {
-    std::filesystem::create_directories(directory.Path() + "etc/token");
-    ::Test::WriteFile(setPath, "{not JSON");
-    EXPECT_THROW(SigningKey::Generate().AddToTrustSet(setPath), Pellmar::Exception);
-    EXPECT_EQ(::Test::ReadFile(setPath), "{not JSON");
-}
-
 TEST_F(TokenSigner, RefusesFilesThatHoldNoSigningKey) {
     EXPECT_THROW(SigningKey::Load(keyPath), Pellmar::NotFoundException);
     std::filesystem::create_directories(directory.Path() + "var/token");

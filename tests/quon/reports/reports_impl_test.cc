@@ -181,16 +181,5 @@ TEST(ReportsImpl, CarriesStatusCodesThroughUnknownOnesAsUnknown) {
     }
 }
 
-TEST(ReportsImpl, HoldsALongTextOnce) {
-    Sentrel::Report one{"cpu", "2024-03-05T14:07:09Z", 0, std::string(1000, 'x')};
-    std::vector<Sentrel::Report> many{one};
-    const char* const oneText = one.unstructured.data();
-    const char* const manyText = many.front().unstructured.data();
-    const auto info = BuildInfo(std::move(one), Logger::sDefaultLogger);
-    EXPECT_EQ(info->unstructured.data(), oneText);
-    const auto listing = BuildFullListing(std::move(many), Logger::sDefaultLogger);
-    EXPECT_EQ(listing->reports.front()->unstructured->data(), manyText);
-}
-
 }  // namespace
 }  // namespace Com::Korvex::Oru::Observability::ReportsSvc

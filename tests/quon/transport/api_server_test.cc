@@ -22,7 +22,6 @@ namespace {
 
 using namespace std::chrono_literals;
 
-using Quon::Transport::PicoHttp::AsioTcpApiServer;
 using Quon::Transport::PicoHttp::ServerConfiguration;
 using ::Test::Document;
 using ::Test::Post;
@@ -52,27 +51,6 @@ TEST(ApiServer, ServesBothLoopbackAddresses) {
     EXPECT_TRUE(IsServed(client6));
     EXPECT_TRUE(server.log->WaitFor("5 Listening on: " + PortText(server.port4)));
     EXPECT_TRUE(server.log->WaitFor("5 Listening on: [::1]:" + std::to_string(server.port6)));
-}
-
-TEST(ApiServer, ListensWhereItCan) {
-    const RunningServer taken;
-    ServerConfiguration configuration{
-        .endpoint4 = {"127.0.0.1", static_cast<std::uint16_t>(taken.port4)},
-        .endpoint6 = {"::1", 0}};
-    boost::asio::io_context context;
-    const auto log = std::make_shared<::Test::RecordedLog>();
-    AsioTcpApiServer half(context, nullptr, log, configuration);
-    EXPECT_TRUE(half.Start());
-    EXPECT_EQ(half.Port4(), 0);
-    EXPECT_NE(half.Port6(), 0);
-    const std::string address = PortText(taken.port4);
-    EXPECT_EQ(log->Lines().front(), "5 IPv4 Failed to listen on: " + address + " ec: system:98");
-    EXPECT_TRUE(log->Lines().at(1).starts_with("3 The API is not served on " + address +
-                                               ": Address already in use; stop the process "))
-        << log->Lines().at(1);
-    configuration.endpoint6.port = static_cast<std::uint16_t>(taken.port6);
-    AsioTcpApiServer none(context, nullptr, log, configuration);
-    EXPECT_FALSE(none.Start());
 }
 
 // The bound of open descriptors of this process, for the scope.

@@ -40,6 +40,7 @@ TEST(Logger, FillsPlaceholdersInOnePass) {
         {"never used", "only %1", {"a", "b"}, "only a"},
         {"placeholder in an argument", "%1 %2", {"%2", "b"}, "%2 b"},
         {"no such argument", "%1 %2 %5 %0", {"a"}, "a %2 %5 %0"},
+        {"sign before a placeholder", "%%1", {"a"}, "%a"},
         {"signs that are none", "100% %% %d %1%", {"a"}, "100% %% %d a%"},
         {"signed",
          "%1 %2",

@@ -11,7 +11,6 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <cerrno>
 #include <csignal>
 #include <cstddef>
 #include <cstdlib>
@@ -140,23 +139,6 @@ class EnvironmentValue {
     const char* const variable;
     std::optional<std::string> previous;
 };
-
-TEST(App, EndsAtOnceOnASignalThatCameBeforeItsLoop) {
-    for (const bool isAbstract : {false, true}) {
-        SCOPED_TRACE(isAbstract);
-        const NotifySocket manager(isAbstract);
-        Child child([&] {
-            const EnvironmentValue variable("NOTIFY_SOCKET", manager.Name().c_str());
-            InitApp(MakeRef<EmptyConfig>());
-            std::raise(SIGINT);
-            GetApp().Run();
-            return 17;
-        });
-        EXPECT_EQ(manager.Receive(), "READY=1");
-        EXPECT_EQ(manager.Receive(), "STOPPING=1");
-        EXPECT_EQ(child.ExitStatus(), 17);
-    }
-}
 
 TEST(App, RunsUntilASignalComesAndFeedsTheWatchdog) {
     const NotifySocket manager(false);

@@ -70,62 +70,10 @@ std::string TextOfFailure(const std::string& host, int port) {
     return "no failure";
 }
 
-int OptionOf(int descriptor, int level, int option) {
-    int value = -1;
-    socklen_t length = sizeof value;
-    EXPECT_EQ(::getsockopt(descriptor, level, option, &value, &length), 0);
-    return value;
-}
-
-Sys::OwnedFd ConnectTo(const char* address, int port) {
-    sockaddr_in target{};
-    target.sin_family = AF_INET;
-    target.sin_port = htons(static_cast<std::uint16_t>(port));
-    EXPECT_EQ(::inet_pton(AF_INET, address, &target.sin_addr), 1);
-    Sys::OwnedFd client(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    EXPECT_EQ(::connect(client.Get(), reinterpret_cast<const sockaddr*>(&target), sizeof target),
-              0);
-    return client;
-}
-
 class ServerSocketTest : public testing::Test {
   protected:
     static void SetUpTestSuite() { EnterNetworkNamespace(); }
 };
-
-TEST_F(ServerSocketTest, MakesSocketsThatNeitherBlockNorDelay) {
-    const Ref<ServerSocket> socket = SystemFactory::CreateServerSocket();
-    socket->BindAndListen("localhost", kPort);
-    for (const int listener : socket->GetDescriptors()) {
-        EXPECT_NE(::fcntl(listener, F_GETFL) & O_NONBLOCK, 0);
-        EXPECT_NE(::fcntl(listener, F_GETFD) & FD_CLOEXEC, 0);
-    }
-    const Sys::OwnedFd client = ConnectTo("127.0.0.1", kPort);
-    for (const int listener : socket->GetDescriptors()) {
-        const Sys::OwnedFd accepted(::accept4(listener, nullptr, nullptr, SOCK_CLOEXEC));
-        if (LocalAddress(listener) == "127.0.0.1 port 9996") {
-            ASSERT_TRUE(accepted.IsOpen());
-            EXPECT_EQ(OptionOf(accepted.Get(), IPPROTO_TCP, TCP_NODELAY), 1);
-        } else {
-            EXPECT_EQ(OptionOf(listener, IPPROTO_IPV6, IPV6_V6ONLY), 1);
-            EXPECT_FALSE(accepted.IsOpen());
-        }
-    }
-}
-
-TEST_F(ServerSocketTest, ListensAgainWhileOldConnectionsLinger) {
-    Ref<ServerSocket> socket = SystemFactory::CreateServerSocket();
-    socket->BindAndListen("127.0.0.1", kPort);
-    const Sys::OwnedFd client = ConnectTo("127.0.0.1", kPort);
-    // Closed by the server first, the connection stays in the kernel for a minute.
-    Sys::OwnedFd accepted(
-        ::accept4(socket->GetDescriptors().at(0), nullptr, nullptr, SOCK_CLOEXEC));
-    ASSERT_TRUE(accepted.IsOpen());
-    accepted.Reset();
-    socket = SystemFactory::CreateServerSocket();
-    socket->BindAndListen("127.0.0.1", kPort);
-    EXPECT_EQ(socket->GetDescriptors().size(), 1u);
-}
 
 TEST_F(ServerSocketTest, SaysWhichNameOrAddressDoesNotWork) {
     EXPECT_THAT(TextOfFailure<IOException>("no-such-host.invalid", kPort),

@@ -6,14 +6,12 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <limits>
 #include <memory>
 #include <stdexcept>
 #include <utility>
-#include <vector>
 
 namespace Pellmar::System {
 namespace {
@@ -83,21 +81,6 @@ TEST_F(SchedulerTest, RunsAFunctionWhenItsDelayHasPassedAndNotBefore) {
     EXPECT_TRUE(ran.Wait());
 }
 
-TEST_F(SchedulerTest, RunsEachOfManyAtItsOwnTime) {
-    constexpr int kItems = 200;
-    std::vector<Event> events(kItems);
-    for (int i = 0; i < kItems; ++i) {
-        const int delay = 1 + i * 77 % kItems;  // in no order, each once
-        ScheduleEvent(events[static_cast<std::size_t>(delay - 1)], delay * kSecond);
-    }
-    for (std::size_t i = 0; i < events.size(); ++i) {
-        ASSERT_TRUE(clock.AwaitWaiter());
-        EXPECT_FALSE(events[i].IsSet()) << i;
-        clock.Advance(seconds(1));
-        ASSERT_TRUE(events[i].Wait()) << i;
-    }
-}
-
 TEST_F(SchedulerTest, PutsAnEarlierItemBeforeTheOneItWaitsFor) {
     Event late;
     Event early;
@@ -120,21 +103,6 @@ TEST_F(SchedulerTest, RunsAtOnceWithoutAPositiveDelay) {
     }
 }
 
-TEST_F(SchedulerTest, TakesDelaysOfAnyLength) {
-    std::atomic<int> neverRun = 0;
-    for (const std::int64_t delay :
-         {std::numeric_limits<std::int64_t>::max(), std::numeric_limits<std::int64_t>::max() / 2,
-          std::numeric_limits<std::int64_t>::max() / 1000 + 1}) {
-        Schedule([&neverRun](ScheduledItem*) { ++neverRun; }, delay);
-    }
-    Event day;
-    ScheduleEvent(day, 86400 * kSecond);
-    clock.Advance(seconds(86400));
-    EXPECT_TRUE(day.Wait());
-    ASSERT_TRUE(clock.AwaitWaiter());
-    EXPECT_EQ(neverRun, 0);
-}
-
 TEST_F(SchedulerTest, DoesNotLetDueFunctionsWaitForEachOther) {
     const auto release = std::make_shared<Event>();
     Event isBlocked;
@@ -149,16 +117,6 @@ TEST_F(SchedulerTest, DoesNotLetDueFunctionsWaitForEachOther) {
     ScheduleEvent(ran, 0);
     EXPECT_TRUE(ran.Wait());
     release->Set();
-}
-
-TEST_F(SchedulerTest, LetsGoOfAFunctionThatRanThoughItsItemIsKept) {
-    Event released;
-    auto token = SetsAtItsEnd(released);
-    const auto item = Schedule([token](ScheduledItem*) {}, kSecond);
-    token.reset();
-    ASSERT_FALSE(released.IsSet());
-    clock.Advance(seconds(1));
-    EXPECT_TRUE(released.Wait());
 }
 
 TEST_F(SchedulerTest, LogsAFunctionThatThrowsAndGoesOn) {
@@ -180,17 +138,6 @@ TEST_F(SchedulerTest, DropsWhatIsPendingAtItsEnd) {
     scheduler.reset();
     EXPECT_TRUE(released.IsSet());
     EXPECT_FALSE(ran.IsSet());
-}
-
-TEST(Scheduler, KeepsTimeByTheMonotonicClock) {
-    ThreadPool pool;
-    Scheduler scheduler(pool, MonotonicClock());
-    Event ran;
-    Ref<ScheduledItem> item;
-    const auto before = MonotonicClock().Now();
-    scheduler.Schedule([&ran](ScheduledItem*) { ran.Set(); }, 2000, item);
-    ASSERT_TRUE(ran.Wait());
-    EXPECT_GE(MonotonicClock().Now() - before, microseconds(2000));
 }
 
 }  // namespace

@@ -9,7 +9,6 @@
 #include <algorithm>
 #include <future>
 #include <latch>
-#include <memory>
 #include <stdexcept>
 #include <thread>
 #include <vector>
@@ -73,18 +72,6 @@ TEST(WorkQueue, GoesOnAfterAJobThatThrows) {
     EXPECT_TRUE(log.Contains("3 sentrel: A job of work-queue-cpu failed: the disk is full"));
 }
 
-TEST(WorkQueue, ReleasesAJobBeforeTheNextOneBegins) {
-    ThreadPool pool;
-    const Ref<WorkQueue> queue = pool.CreateWorkQueue("release");
-    std::promise<bool> heldInSecond;
-    auto held = std::make_shared<int>(1);
-    const std::weak_ptr<int> watched = held;
-    queue->Submit([held] {});
-    held.reset();
-    queue->Submit([&] { heldInSecond.set_value(!watched.expired()); });
-    EXPECT_FALSE(heldInSecond.get_future().get());
-}
-
 TEST(DeferredQueue, RunsTheFirstQueueThatItsThreadWakesOnThatThread) {
     ThreadPool pool;
     const Ref<WorkQueue> first = pool.CreateWorkQueue("first");
@@ -98,17 +85,6 @@ TEST(DeferredQueue, RunsTheFirstQueueThatItsThreadWakesOnThatThread) {
     deferred.RunDeferred();
     EXPECT_EQ(firstRan, std::this_thread::get_id());
     EXPECT_NE(secondRan.get_future().get(), std::this_thread::get_id());
-}
-
-TEST(DeferredQueue, HandsItsQueueOverWhenItIsNotRun) {
-    ThreadPool pool;
-    const Ref<WorkQueue> queue = pool.CreateWorkQueue("queue");
-    std::promise<void> ran;
-    {
-        const DeferredQueue deferred;
-        queue->Submit([&] { ran.set_value(); });
-    }
-    ran.get_future().wait();
 }
 
 }  // namespace

@@ -98,13 +98,5 @@ TEST(AuthzFilter, IsNotMadeWhenAnOperationHasNoMetadata) {
     EXPECT_THAT(log->Lines(), ElementsAre(HasSubstr("for s.lost;"), HasSubstr("for t.read;")));
 }
 
-TEST(AuthzInfo, RefusesWhatContradictsItself) {
-    Authz::AuthzInfo info = MakeInfo();
-    EXPECT_FALSE(info.Add({"s", "read"}, {"token"}, {"other"})) << "twice";
-    EXPECT_FALSE(info.Add({"s", "open"}, {"token"}, {"read"})) << "open whatever a file says";
-    EXPECT_FALSE(info.Add({"s", "new"}, {"none"}, {"read"})) << "open and yet restricted";
-    EXPECT_THAT(*info.Privileges({"s", "read"}), ElementsAre("read"));
-}
-
 }  // namespace
 }  // namespace Quon

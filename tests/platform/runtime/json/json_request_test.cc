@@ -7,7 +7,6 @@
 
 #include <gtest/gtest.h>
 
-#include <limits>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -88,9 +87,7 @@ TEST(JsonRequest, RefusesWithTheIdTheCodeAndTheReason) {
         {"null", "null -32600 " + noObject},
         {" \"{\"", "null -32600 " + noObject},
         {"[" + Envelope("1", method) + "]", "null -32600 " + noObject},
-        {"{}", "null -32600 " + noVersion},
         {R"({"id":3,"method":"a.b"})", "3 -32600 " + noVersion},
-        {R"({"jsonrpc":2.0,"id":3,"method":"a.b"})", "3 -32600 " + noVersion},
         {R"({"jsonrpc":"1.0","id":"s","method":"a.b"})", R"("s" -32600 )" + noVersion},
         {Envelope("3", R"("params":{})"), "3 -32600 " + noMethod},
         {Envelope("3", R"("method":["a.b"])"), "3 -32600 " + noMethod},
@@ -98,12 +95,10 @@ TEST(JsonRequest, RefusesWithTheIdTheCodeAndTheReason) {
          "3 -32600 The member \"method\" is longer than 256 bytes"},
         {R"({"jsonrpc":"2.0","method":"a.b"})", "null -32600 " + noId},
         {Envelope("null", method), "null -32600 " + noId},
-        {Envelope("true", method), "null -32600 " + noId},
         {Envelope("[1]", method + R"(,"params":1)"), "null -32600 " + noId},
         {Envelope('"' + std::string(1023, 'x') + '"', method),
          "null -32600 The member \"id\" is longer than 1024 bytes"},
         {Envelope("3", method + R"(,"params":[1])"), "3 -32602 " + noParams},
-        {Envelope("3", method + R"(,"params":null)"), "3 -32602 " + noParams},
         {Envelope("\"s\"", method + R"(,"params":"{}")"), "\"s\" -32602 " + noParams},
     };
     for (const auto& [document, outcome] : rows) {
@@ -121,21 +116,6 @@ TEST(JsonRequest, BoundsTheDepthBeforeAnythingIsBuilt) {
               "null -32700 The request is not JSON: at line 1, column 306, nested deeper than 256 "
               "levels");
     EXPECT_EQ(Outcome(std::string(kMaxBytes, '[')).substr(0, 11), "null -32700");
-}
-
-TEST(ValueReader, BuildsWhatTheTextSays) {
-    const std::pair<std::string_view, std::string_view> rows[] = {
-        {R"({"b":[null,true,-1,1.5,"\u00e9"],"a":{},"b":[0]})", R"({"a":{},"b":[0]})"},
-        {R"([null,true,-9223372036854775808,9223372036854775807,1.5,"\u00e9"])",
-         "[null,true,-9223372036854775808,9223372036854775807,1.5,\"\u00e9\"]"},
-        {"[9223372036854775808,1e30]", "[9223372036854775808,1e+30]"},
-    };
-    for (const auto& [text, written] : rows) {
-        std::string json;
-        Quon::Protocol::Json::ValueWriter(Quon::Protocol::Json::ReadValue(text))
-            .Next(json, std::numeric_limits<std::size_t>::max());
-        EXPECT_EQ(json, written);
-    }
 }
 
 }  // namespace
