@@ -50,7 +50,7 @@ TEST(IntakeClient, SendsWhatTheIntakeWants) {
 }
 
 TEST(IntakeClient, FindsLocalhostInBothFamilies) {
-    for (const auto loopback : {ReportListener::Loopback::V4, ReportListener::Loopback::V6}) {
+    for (const char* const loopback : {"127.0.0.1", "::1"}) {
         ReportListener listener(loopback);
         std::future<std::string> error = StartPost("localhost", listener.Port());
         (void)listener.Receive();

@@ -1,83 +1,22 @@
 #include "support/http_client.h"
 
 #include "support/deadline.h"
+#include "support/loopback.h"
+
+#include <boost/beast/http/parser.hpp>
+#include <boost/beast/http/string_body.hpp>
 
 #include <cerrno>
-#include <charconv>
-#include <cstdint>
 #include <stdexcept>
-#include <system_error>
 
-#include <arpa/inet.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <strings.h>
 #include <sys/socket.h>
 
 namespace Test {
-namespace {
 
-struct SocketAddress {
-    sockaddr_storage bytes{};
-    socklen_t size = 0;
-};
-
-SocketAddress ToSocketAddress(const std::string& address, int port) {
-    SocketAddress result;
-    const auto networkPort = htons(static_cast<std::uint16_t>(port));
-    const auto v4 = reinterpret_cast<sockaddr_in*>(&result.bytes);
-    const auto v6 = reinterpret_cast<sockaddr_in6*>(&result.bytes);
-    if (::inet_pton(AF_INET, address.c_str(), &v4->sin_addr) == 1) {
-        v4->sin_family = AF_INET;
-        v4->sin_port = networkPort;
-        result.size = sizeof(sockaddr_in);
-    } else if (::inet_pton(AF_INET6, address.c_str(), &v6->sin6_addr) == 1) {
-        v6->sin6_family = AF_INET6;
-        v6->sin6_port = networkPort;
-        result.size = sizeof(sockaddr_in6);
-    } else {
-        throw std::invalid_argument(address + " is no address");
-    }
-    return result;
-}
-
-// Takes the text before `end` off the front of `rest`, and `end` too.
-std::string_view TakeUntil(std::string_view& rest, std::string_view end) {
-    const std::size_t length = rest.find(end);
-    if (length == std::string_view::npos) {
-        throw std::runtime_error("no HTTP response: " + std::string(rest));
-    }
-    const std::string_view taken = rest.substr(0, length);
-    rest.remove_prefix(length + end.size());
-    return taken;
-}
-
-int ToNumber(std::string_view text) {
-    int number = -1;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    if (error != std::errc() || end != text.data() + text.size() || number < 0) {
-        throw std::runtime_error("no number in an HTTP response: " + std::string(text));
-    }
-    return number;
-}
-
-// `head` ends with its last field line's CRLF.
-HttpResponse ParseHead(std::string_view head) {
-    HttpResponse response;
-    if (TakeUntil(head, " ") != "HTTP/1.1") {
-        throw std::runtime_error("a response that does not begin with HTTP/1.1");
-    }
-    response.status = ToNumber(TakeUntil(head, " "));
-    response.reason = TakeUntil(head, "\r\n");
-    while (!head.empty()) {
-        std::string_view line = TakeUntil(head, "\r\n");
-        const std::string_view name = TakeUntil(line, ": ");
-        response.fields.emplace_back(name, line);
-    }
-    return response;
-}
-
-}  // namespace
+namespace http = boost::beast::http;
 
 std::string HttpResponse::Field(std::string_view name) const {
     for (const auto& [fieldName, value] : fields) {
@@ -89,14 +28,8 @@ std::string HttpResponse::Field(std::string_view name) const {
     return {};
 }
 
-RawConnection::RawConnection(int port, const std::string& address) {
-    const SocketAddress server = ToSocketAddress(address, port);
-    socket.Reset(::socket(server.bytes.ss_family, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    if (::connect(socket.Get(), reinterpret_cast<const sockaddr*>(&server.bytes), server.size) !=
-        0) {
-        const int error = errno;
-        throw std::system_error(error, std::generic_category(), "connecting to " + address);
-    }
+RawConnection::RawConnection(int port, const std::string& address)
+    : socket(ConnectTo(address, port)) {
     const int on = 1;  // each Send is a packet of its own
     (void)::setsockopt(socket.Get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof(on));
 }
@@ -126,53 +59,26 @@ void RawConnection::Reset() {
 }
 
 std::optional<HttpResponse> RawConnection::ReadResponse() {
-    std::size_t headEnd = 0;
-    while ((headEnd = received.find("\r\n\r\n")) == std::string::npos) {
-        if (!ReceiveMore()) {
-            return std::nullopt;
+    http::response_parser<http::string_body> parser;
+    parser.eager(true);
+    parser.body_limit(boost::none);
+    boost::beast::error_code error;
+    do {
+        received.erase(0, parser.put(boost::asio::buffer(received), error));
+        if (error && error != http::error::need_more) {
+            throw std::runtime_error("no HTTP response: " + error.message());
         }
+    } while (!parser.is_done() && ReceiveMore());
+    if (!parser.is_done()) {
+        return std::nullopt;
     }
-    HttpResponse response = ParseHead(std::string_view(received).substr(0, headEnd + 2));
-    received.erase(0, headEnd + 4);
-    if (response.Field("Transfer-Encoding") == "chunked") {
-        return ReadChunks(response.body) ? std::optional(std::move(response)) : std::nullopt;
+    HttpResponse response;
+    response.status = static_cast<int>(parser.get().result_int());
+    response.body = parser.get().body();
+    for (const auto& field : parser.get()) {
+        response.fields.emplace_back(field.name_string(), field.value());
     }
-    const std::string length = response.Field("Content-Length");
-    const std::size_t bodySize = length.empty() ? 0 : static_cast<std::size_t>(ToNumber(length));
-    while (received.size() < bodySize) {
-        if (!ReceiveMore()) {
-            return std::nullopt;
-        }
-    }
-    response.body = received.substr(0, bodySize);
-    received.erase(0, bodySize);
     return response;
-}
-
-bool RawConnection::ReadChunks(std::string& body) {
-    for (;;) {
-        std::size_t lineEnd = 0;
-        while ((lineEnd = received.find("\r\n")) == std::string::npos) {
-            if (!ReceiveMore()) {
-                return false;
-            }
-        }
-        const std::size_t size = std::stoul(received.substr(0, lineEnd), nullptr, 16);
-        const std::size_t dataStart = lineEnd + 2;
-        while (received.size() < dataStart + size + 2) {
-            if (!ReceiveMore()) {
-                return false;
-            }
-        }
-        if (received.compare(dataStart + size, 2, "\r\n") != 0) {
-            throw std::runtime_error("a chunk that does not end where it should");
-        }
-        body.append(received, dataStart, size);
-        received.erase(0, dataStart + size + 2);
-        if (size == 0) {
-            return true;
-        }
-    }
 }
 
 std::string RawConnection::ReadUntilClosed() {

@@ -16,7 +16,6 @@ inline constexpr int kIntakePort = 9996;
 
 struct HttpResponse {
     int status = 0;
-    std::string reason;
     std::vector<std::pair<std::string, std::string>> fields;
     std::string body;
 
@@ -48,8 +47,6 @@ class RawConnection {
     std::string ReadUntilClosed();
 
   private:
-    // False when the server closes before the last chunk.
-    bool ReadChunks(std::string& body);
     bool ReceiveMore();
 
     Sys::OwnedFd socket;

@@ -3,36 +3,13 @@
 #include "support/deadline.h"
 
 #include <array>
-#include <cerrno>
 #include <stdexcept>
-#include <system_error>
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
 #include <sys/socket.h>
 
 namespace Test {
 
 namespace {
-
-[[noreturn]] void ThrowError(const char* action) {
-    throw std::system_error(errno, std::generic_category(), action);
-}
-
-template <typename Address>
-int BindAndListen(int socket, Address address) {
-    auto* plain = reinterpret_cast<sockaddr*>(&address);
-    socklen_t size = sizeof address;
-    if (::bind(socket, plain, size) != 0 || ::listen(socket, SOMAXCONN) != 0 ||
-        ::getsockname(socket, plain, &size) != 0) {
-        ThrowError("listening");
-    }
-    if constexpr (std::is_same_v<Address, sockaddr_in6>) {
-        return ntohs(address.sin6_port);
-    } else {
-        return ntohs(address.sin_port);
-    }
-}
 
 void ReceiveMore(int socket, const Deadline& deadline, std::string& bytes) {
     std::array<char, 65536> buffer{};
@@ -55,32 +32,10 @@ std::size_t ContentLength(const std::string& head) {
 
 }  // namespace
 
-ReportListener::ReportListener(Loopback loopback) {
-    const bool isV6 = loopback == Loopback::V6;
-    listener.Reset(::socket(isV6 ? AF_INET6 : AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    if (!listener.IsOpen()) {
-        ThrowError("making a socket");
-    }
-    if (isV6) {
-        sockaddr_in6 address{};
-        address.sin6_family = AF_INET6;
-        address.sin6_addr = in6addr_loopback;
-        port = BindAndListen(listener.Get(), address);
-    } else {
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        port = BindAndListen(listener.Get(), address);
-    }
-}
-
 ReportListener::Post ReportListener::Receive() {
     const Deadline deadline;
     deadline.Await(listener.Get(), POLLIN, "a post");
     connection.Reset(::accept4(listener.Get(), nullptr, nullptr, SOCK_CLOEXEC));
-    if (!connection.IsOpen()) {
-        ThrowError("accepting a connection");
-    }
     std::string bytes;
     std::size_t end = std::string::npos;
     while ((end = bytes.find("\r\n\r\n")) == std::string::npos) {

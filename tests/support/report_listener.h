@@ -3,6 +3,7 @@
 #pragma once
 
 #include "platform/sys/owned_fd.h"
+#include "support/loopback.h"
 
 #include <string>
 #include <string_view>
@@ -12,12 +13,11 @@ namespace Test {
 // All waiting is bounded: std::runtime_error when it is in vain. One thread.
 class ReportListener {
   public:
-    enum class Loopback { V4, V6 };
-
     // Listens on a port of its own. Throws std::system_error.
-    explicit ReportListener(Loopback loopback = Loopback::V4);
+    explicit ReportListener(const std::string& address = "127.0.0.1")
+        : listener(ListenAt(address)) {}
 
-    int Port() const { return port; }
+    int Port() const { return PortOf(listener); }
 
     struct Post {
         std::string head;  // with the empty line at its end
@@ -34,7 +34,6 @@ class ReportListener {
   private:
     Sys::OwnedFd listener;
     Sys::OwnedFd connection;
-    int port = 0;
 };
 
 }  // namespace Test

@@ -1,6 +1,7 @@
 // The reports API of the whole daemon: what a client with a token reads, who is refused and what
 // the host's logs tell of it, and when the daemon starts without it or not at all.
 #include "support/http_client.h"
+#include "support/loopback.h"
 #include "system/api_caller.h"
 #include "system/scenario.h"
 
@@ -19,15 +20,12 @@ namespace {
 
 using nlohmann::json;
 using ::Test::HttpClient;
-using ::Test::HttpResponse;
 using ::Test::ReadFile;
 using ::Test::ReportDocument;
 using ::Test::WriteFile;
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
 using testing::SizeIs;
-using testing::UnorderedElementsAre;
 
 constexpr char kErrors[] = "com.korvex.quon.std.errors.";
 constexpr char kIntrospection[] = "com.korvex.quon.std.introspection.service.list";
@@ -79,6 +77,7 @@ TEST_F(Api, ListsAndGetsWhatWasPosted) {
     json summary = info;
     summary["name"] = "cpu";
     EXPECT_EQ(full, (json{{"jsonrpc", "2.0"}, {"id", 7}, {"result", {{"reports", {summary}}}}}));
+    EXPECT_EQ(api.Call(kListMethod, R"({"filter":null,"detail":"full"})", token), brief);
     EXPECT_EQ(api.Call(kGetMethod, R"({"name":"disk.sda"})", token)["result"], info);
     EXPECT_EQ(api.Call(kGetMethod, R"({"name":"memory"})", token)["error"]["data"]["errorType"],
               "NOT_FOUND");
@@ -175,18 +174,21 @@ TEST_F(Api, ServesBothAddressesAndNoOther) {
 }
 
 TEST_F(Api, RunsOnWithoutTheListenersThatFail) {
-    const TakenPort taken4("127.0.0.1", kApiPort);
+    const Sys::OwnedFd taken4 = ::Test::ListenAt("127.0.0.1", kApiPort);
     {
         Start();
         EXPECT_THAT(LogFrom(0, "5 sentrelquonEndpoint: IPv4 Failed"),
                     ElementsAre("5 sentrelquonEndpoint: IPv4 Failed to listen on: "
                                 "127.0.0.1:9984 ec: system:98"));
+        EXPECT_EQ(daemon->CountLog("3 sentrelquonEndpoint: The API is not served on 127.0.0.1:9984:"
+                                   " Address already in use; stop the process "),
+                  1U);
         const std::string document =
             std::string(R"({"jsonrpc":"2.0","id":1,"method":")") + kIntrospection + "\"}";
         EXPECT_EQ(ApiCaller::Post(document, "", "::1").status, 200);
         EXPECT_EQ(daemon->Stop(), 0);
     }
-    const TakenPort taken6("::1", kApiPort);
+    const Sys::OwnedFd taken6 = ::Test::ListenAt("::1", kApiPort);
     Start();
     EXPECT_THAT(LogFrom(0, "5 sentrelquonEndpoint: IPv"), SizeIs(2));
     EXPECT_EQ(daemon->CountLog("sentrelquonEndpoint: Running IO service."), 1U);
@@ -225,8 +227,6 @@ TEST_F(Api, DoesNotStartOnMetadataThatItCannotUse) {
         document.erase(section);
         return document.dump();
     };
-    json unprotected = good;
-    unprotected["authorization"]["operations"] = json::object();
     struct Row {
         const char* name;
         std::string text;

@@ -5,9 +5,6 @@
 #include <filesystem>
 #include <stdexcept>
 
-#include <netdb.h>
-#include <sys/socket.h>
-
 namespace {
 
 class NamespaceEnvironment : public testing::Environment {
@@ -52,15 +49,4 @@ std::vector<std::string> Scenario::LogFrom(std::size_t first, std::string_view p
         }
     }
     return found;
-}
-
-TakenPort::TakenPort(const char* address, int port) {
-    addrinfo* place = nullptr;
-    EXPECT_EQ(::getaddrinfo(address, std::to_string(port).c_str(), nullptr, &place), 0);
-    socket.Reset(::socket(place->ai_family, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    const int on = 1;  // connections of an earlier daemon may still be fading away
-    (void)::setsockopt(socket.Get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on));
-    EXPECT_EQ(::bind(socket.Get(), place->ai_addr, place->ai_addrlen), 0);
-    EXPECT_EQ(::listen(socket.Get(), 1), 0);
-    ::freeaddrinfo(place);
 }

@@ -2,7 +2,6 @@
 // The process lives in its own network namespace (scenario.cc), so ports are those of a real host.
 #pragma once
 
-#include "platform/sys/owned_fd.h"
 #include "support/daemon_process.h"
 #include "support/host_directory.h"
 #include "support/sanitizers.h"
@@ -34,13 +33,4 @@ class Scenario : public testing::Test {
 
     ::Test::HostDirectory host;
     std::optional<::Test::DaemonProcess> daemon;
-};
-
-// Listens on a port of a loopback address, given as text, so that the daemon cannot.
-class TakenPort {
-  public:
-    TakenPort(const char* address, int port);
-
-  private:
-    Sys::OwnedFd socket;
 };

@@ -1,6 +1,7 @@
 // The daemon's entry of the configuration store: the intake port in all its values, and a store
 // that can't be read.
 #include "support/http_client.h"
+#include "support/loopback.h"
 #include "system/scenario.h"
 
 #include <gmock/gmock.h>
@@ -80,7 +81,7 @@ TEST_F(Settings, EndsWhenThePortCannotBeBound) {
 TEST_F(Settings, EndsWhenThePortIsTakenOnAnyOfItsAddresses) {
     for (const char* const address : kLoopbackAddresses) {
         SCOPED_TRACE(address);
-        const TakenPort taken(address, 9996);
+        const Sys::OwnedFd taken = ::Test::ListenAt(address, 9996);
         const std::vector<std::string> log = LogOfFailedStart();
         ASSERT_FALSE(log.empty());
         EXPECT_THAT(log.back(), StartsWith("3 sentrel: Exiting due to exception: "));
