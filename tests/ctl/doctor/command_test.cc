@@ -1,9 +1,9 @@
 // "doctor" and what it finds things out with, on a healthy host and on one with a dozen faults.
 #include "ctl/host/listening_sockets.h"
 #include "ctl/host/process_stat.h"
-#include "platform/sys/owned_fd.h"
 #include "support/cgroup_root.h"
 #include "support/http_client.h"
+#include "support/loopback.h"
 #include "support/tool_host.h"
 
 #include <gmock/gmock.h>
@@ -14,9 +14,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include <netinet/in.h>
 #include <sys/prctl.h>
-#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -146,21 +144,29 @@ TEST_F(DoctorCommand, TellsEachFaultOfABrokenHost) {
     EXPECT_TRUE(WIFSIGNALED(status));
 }
 
+TEST_F(DoctorCommand, TellsAnUnprivilegedUserWhatOnlyRootMayLookAt) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only root can become another user";
+    }
+    Start();
+    std::filesystem::permissions(host.Base(), std::filesystem::perms(0755));
+    const ToolResult result =
+        RunTool({"doctor", "--json"}, {"SENTREL_ROOT=" + host.Root()}, User::Nobody);
+    const Json findings = Json::parse(result.output)["findings"];
+    ExpectFinding(findings, "notice", "daemon", "who listens on the intake port 9996 may not be");
+    ExpectFinding(findings, "notice", "signing key", "");
+    for (const Json& finding : findings) {
+        EXPECT_NE(finding["severity"], "error") << finding;
+    }
+}
+
 TEST_F(DoctorCommand, SaysThatNoDaemonRunsAndWhoHasItsPort) {
     const auto findingsNow = [this] {
         return Json(Json::parse(Run({"doctor", "--json"}).output)["findings"]);
     };
     ExpectFinding(findingsNow(), "error", "daemon", "nobody listens on the intake port 9996");
     {
-        const Sys::OwnedFd stranger(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
-        const int again = 1;  // the port of an earlier daemon may have to rest
-        (void)::setsockopt(stranger.Get(), SOL_SOCKET, SO_REUSEADDR, &again, sizeof again);
-        sockaddr_in address{};  // any
-        address.sin_family = AF_INET;
-        address.sin_port = htons(9996);
-        ASSERT_EQ(
-            ::bind(stranger.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
-        ASSERT_EQ(::listen(stranger.Get(), 1), 0);
+        const Sys::OwnedFd stranger = ListenAt("0.0.0.0", 9996);
         const Json findings = findingsNow();
         ExpectFinding(findings, "error", "daemon",
                       "held by process " + std::to_string(::getpid()) + " (");

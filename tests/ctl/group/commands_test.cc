@@ -10,12 +10,14 @@
 
 #include <array>
 #include <csignal>
+#include <deque>
 #include <filesystem>
 #include <fstream>
 #include <string>
 #include <vector>
 
 #include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <sys/xattr.h>
@@ -184,6 +186,40 @@ TEST_F(GroupCommands, KillSparesWhatIsWithinItsTimeAndWithAllNothing) {
     EXPECT_EQ(answer["ended"].size(), 2U);
     EXPECT_EQ(answer["left"], 0);
     EXPECT_EQ(Run({"kill", "--all"}).output, "No process is in the group.\n");
+}
+
+// Each process starts the next and ends: only what stands still can be ended.
+TEST_F(GroupCommands, KillIsNotOutrunByAPluginThatForksWithoutEnd) {
+    ASSERT_EQ(Run({"ensure"}).status, 0);
+    const std::string program = host.Base() + "chain";
+    WriteFile(program, "#!/bin/sh\n\"$0\" &\n");
+    std::filesystem::permissions(program, std::filesystem::perms::owner_all);
+    const pid_t first = ::fork();
+    if (first == 0) {
+        std::ofstream(Directory() + "/cgroup.procs") << "0" << std::flush;
+        (void)::execl(program.c_str(), program.c_str(), nullptr);
+        ::_exit(1);
+    }
+    EXPECT_EQ(::waitpid(first, nullptr, 0), first);
+    const ToolResult result = Run({"kill", "--all"});
+    EXPECT_EQ(result.status, 0) << result.error;
+    root.WaitUntilEmpty();
+}
+
+TEST_F(GroupCommands, KillThatFailsLeavesTheGroupThawed) {
+    ASSERT_EQ(Run({"ensure"}).status, 0);
+    std::deque<IdleProcess> processes;
+    for (int count = 0; count < 20; ++count) {
+        processes.emplace_back(Directory(), "idle");
+    }
+    rlimit limit{};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &limit), 0);
+    const rlimit few{16, limit.rlim_max};
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &few), 0);
+    const ToolResult result = Run({"kill", "--all"});
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &limit), 0);
+    ExpectFailure(result, " of the group: Too many open files");
+    EXPECT_EQ(ReadFile(Directory() + "/cgroup.freeze"), "0\n");
 }
 
 TEST_F(GroupCommands, OfADaemonAreInTheUnitThatHoldsIt) {

@@ -12,6 +12,9 @@
 #include <string>
 #include <vector>
 
+#include <sys/resource.h>
+#include <sys/stat.h>
+
 namespace Test {
 namespace {
 
@@ -27,6 +30,10 @@ post() {
     printf 'POST %s HTTP/1.1\r\nContent-Type: %s\r\nContent-Length: %d\r\n\r\n%s' "$1" "$2" ${#3} "$3" >&3
     read -r answer <&3
     exec 3>&-
+}
+interrupt() {  # the tool, which has taken the plugin over by the time that it answers a post
+    read -r -a stat < /proc/$$/stat
+    kill -INT "${stat[3]}"
 }
 json=application/json
 good='{"structured": {"name": "plug", "time": "2024-03-05T14:07:09Z", "status": 1},
@@ -72,6 +79,10 @@ TEST_F(PluginRun, JudgesWhatItDoesAndPosts) {
         {"post /plug $json \"$good\"; exit 3", 1, "3", "plug 200 ", "it ended with status 3"},
         {"kill -SEGV $$", 1, "SIGSEGV", "", "SIGSEGV ended it"},
         {"exec sleep 1000", 1, "SIGTERM", "", "so that it was sent SIGTERM", "1"},
+        {"post /plug $json \"$good\"; interrupt; exec sleep 1000", 1, "SIGTERM", "plug 200 ",
+         "the run was interrupted\n"},
+        {"trap interrupt TERM; post /plug $json \"$good\"; interrupt; while :; do :; done", 1,
+         "SIGKILL", "plug 200 ", "the run was interrupted, and SIGTERM did not end it\n"},
         {"echo why >&2", 1, "0", "", "it has posted no report"},
         {"post /plug $json '{'; post /plug $json \"$good\"", 0, "0", "plug 200 plug 200 ",
          "its report \"plug\" is not good: line 1"},
@@ -142,6 +153,20 @@ TEST_F(PluginRun, FindsWhatTheDaemonStores) {
     EXPECT_TRUE(fs::exists(ReportDirectory() + "/plug-0.json"));
     ExpectFailure(RunTool({"plugin", "run", "plug", "--reports", "/no/such"}, environment),
                   "the report directory");
+}
+
+TEST_F(PluginRun, GivesItWhatItWouldInheritFromTheDaemon) {
+    rlimit limit{};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &limit), 0);
+    const rlimit few{300, limit.rlim_max};
+    const mode_t mask = ::umask(0027);
+    EXPECT_EQ(::setrlimit(RLIMIT_NOFILE, &few), 0);
+    StartDaemon();
+    EXPECT_EQ(::setpriority(PRIO_PROCESS, static_cast<id_t>(daemon->GetPid()), 5), 0);
+    EXPECT_EQ(::setrlimit(RLIMIT_NOFILE, &limit), 0);
+    (void)::umask(mask);
+    Install("umask; ulimit -n; nice; post /plug $json \"$good\"");
+    EXPECT_THAT(RunIt().output, HasSubstr("\n  0027\n  300\n  5\n"));
 }
 
 TEST_F(PluginRun, SaysWhyItCannotBeStarted) {

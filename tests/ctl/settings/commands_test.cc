@@ -1,4 +1,5 @@
 // "config ..." by the real program, on a host of the test's own.
+#include "platform/sys/owned_fd.h"
 #include "support/host_directory.h"
 #include "support/network_namespace.h"
 #include "support/tool_run.h"
@@ -14,6 +15,8 @@
 #include <utility>
 #include <vector>
 
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -195,6 +198,15 @@ TEST_F(ConfigCommands, TwoWritersLoseNothing) {
     other.join();
     EXPECT_EQ(Get("sentrel.http_port")["value"], 2019);
     EXPECT_EQ(Get("sentrel.fast_queue/time_period_in_mins")["value"], 29);
+}
+
+TEST_F(ConfigCommands, SetGivesUpWhenTheFileStaysLocked) {
+    const std::filesystem::path file = host.WriteStoreEntry("sentrel", "{}");
+    const Sys::OwnedFd folder(::open(file.parent_path().c_str(), O_RDONLY | O_CLOEXEC));
+    ASSERT_EQ(::flock(folder.Get(), LOCK_EX), 0);
+    ExpectFailure(Run({"set", "sentrel.http_port", "9997"}),
+                  "another program has locked /etc/korvex/tabulon/oru/health; try again when");
+    EXPECT_EQ(ReadFile(file), "{}");
 }
 
 TEST_F(ConfigCommands, AStoreThatCannotBeWrittenIsNamedWithTheReason) {
