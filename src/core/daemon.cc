@@ -13,6 +13,7 @@
 
 #include <boost/asio/io_context.hpp>
 
+#include <cstdint>
 #include <exception>
 
 namespace Sentrel {
@@ -40,7 +41,9 @@ void Daemon::Start(const std::string& reportDirectory) {
     intakeEndpoint->Start(configReader, reportDirectory);
     PluginLauncher::GetInstance()->Start();
     // The first launch is half a minute away; what to reserve is known now.
-    Kernel::PrepareGroups(kPluginGroupPath, static_cast<unsigned>(Plugin::sResourcePoolSizeMB));
+    const std::int32_t poolSizeMB = Plugin::sResourcePoolSizeMB;
+    Kernel::PrepareGroups(kPluginGroupPath, static_cast<unsigned>(poolSizeMB),
+                          PluginGroupLimits(configReader, poolSizeMB));
     Kernel::ProtectFromPlugins();
     ioService = std::make_unique<boost::asio::io_context>();
     apiEndpoint = Pellmar::MakeRef<HealthApi::Endpoint>(kApiPort, *ioService);

@@ -3,6 +3,7 @@
 #include "platform/kernel/interface/kis.h"
 #include "platform/kernel/interface/status.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -81,6 +82,21 @@ std::int32_t ConfiguredResourcePoolSizeMB(const Ref<Pellmar::Service::ConfigRead
     std::int32_t megabytes = 0;
     const bool isSet = reader->GetInt("plugin_resource_pool_size_MB", megabytes);
     return isSet && IsResourcePoolSize(megabytes) ? megabytes : kDefaultResourcePoolSizeMB;
+}
+
+std::int32_t MemoryLimitMB(std::int32_t configured, std::int32_t poolSizeMB) {
+    if (configured == 0) {
+        return 0;
+    }
+    return std::max(configured < 0 ? kDefaultMemoryLimitMB : configured, poolSizeMB);
+}
+
+Kernel::GroupLimits PluginGroupLimits(const Ref<Pellmar::Service::ConfigReader>& reader,
+                                      std::int32_t poolSizeMB) {
+    std::int32_t megabytes = kDefaultMemoryLimitMB;
+    (void)reader->GetInt("plugin_memory_limit_MB", megabytes);  // the default when missing
+    return {.memoryMB = static_cast<unsigned>(MemoryLimitMB(megabytes, poolSizeMB)),
+            .processes = kMaxPluginProcesses};
 }
 
 bool CheckResourcePool(const Ref<Logger>& logger) {

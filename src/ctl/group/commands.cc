@@ -28,9 +28,18 @@ struct Ensured {
     GroupLocation location;
     bool isNew = false;
     std::int32_t poolSizeMB = 0;
-    std::string problem;  // why nothing is reserved; empty when the reservation stands
+    std::string problem;       // why nothing is reserved; empty when the reservation stands
+    std::string limitProblem;  // why a limit is not in force; empty when both are
     Kernel::GroupState state;
 };
+
+std::string LimitsText(const Kernel::GroupState& state) {
+    const std::string memory =
+        state.memoryLimitKB == 0 ? "no limit of memory" : SizeText(state.memoryLimitKB * 1024);
+    return memory + ", " +
+           (state.processLimit == 0 ? "no limit of processes"
+                                    : std::to_string(state.processLimit) + " processes");
+}
 
 void WriteEnsured(const Ensured& ensured, std::ostream& output) {
     const std::string size = SizeText(std::uintmax_t(ensured.poolSizeMB) << 20);
@@ -41,14 +50,23 @@ void WriteEnsured(const Ensured& ensured, std::ostream& output) {
     facts.Add({"Reserved", ensured.problem.empty()
                                ? size
                                : "nothing of the " + size + " configured: " + ensured.problem});
+    facts.Add({"Limits", LimitsText(ensured.state) +
+                             (ensured.limitProblem.empty() ? "" : ": " + ensured.limitProblem)});
     facts.Write(output);
 }
 
 void WriteEnsuredJson(const Ensured& ensured, std::ostream& output) {
-    Json document = {
-        {"path", Sentrel::kPluginGroupPath},    {"id", ensured.state.id},
-        {"directory", ensured.state.directory}, {"made", ensured.isNew},
-        {"poolSizeMB", ensured.poolSizeMB},     {"reservationKB", ensured.state.reservationKB}};
+    Json document = {{"path", Sentrel::kPluginGroupPath},
+                     {"id", ensured.state.id},
+                     {"directory", ensured.state.directory},
+                     {"made", ensured.isNew},
+                     {"poolSizeMB", ensured.poolSizeMB},
+                     {"reservationKB", ensured.state.reservationKB},
+                     {"memoryLimitKB", ensured.state.memoryLimitKB},
+                     {"processLimit", ensured.state.processLimit}};
+    if (!ensured.limitProblem.empty()) {
+        document["limitProblem"] = ensured.limitProblem;
+    }
     if (!ensured.problem.empty()) {
         document["reservationProblem"] = ensured.problem;
     }
@@ -64,6 +82,9 @@ void RunEnsure(const Arguments& arguments, std::ostream& output) {
     ensured.isNew = Kernel::Groups().FindId(Sentrel::kPluginGroupPath, id) != 0;
     ensured.problem =
         Kernel::EnsureGroup(Sentrel::kPluginGroupPath, static_cast<unsigned>(ensured.poolSizeMB));
+    ensured.limitProblem =
+        Kernel::LimitGroup(Sentrel::kPluginGroupPath,
+                           Sentrel::PluginGroupLimits(ReadDaemonSettings(), ensured.poolSizeMB));
     ensured.state = Kernel::ShowGroup(Sentrel::kPluginGroupPath);
     if (arguments.options.Has("--json")) {
         WriteEnsuredJson(ensured, output);
@@ -89,6 +110,7 @@ void WriteState(const GroupLocation& location, const Kernel::GroupState& state,
         {"Frozen", IsFrozen(state) ? "yes: nothing in it runs, every launch is refused" : "no"});
     facts.Add(
         {"Reserved", state.reservationKB == 0 ? "nothing" : SizeText(state.reservationKB * 1024)});
+    facts.Add({"Limits", LimitsText(state)});
     facts.Add({"Peak", SizeText(state.memory.peak * 1024)});
     facts.Add({"Peak of member groups", SizeText(state.memory.childrenPeak * 1024)});
     facts.Write(output);
@@ -116,6 +138,8 @@ void WriteStateJson(const Kernel::GroupState& state, std::ostream& output) {
                {"directory", state.directory},
                {"frozen", IsFrozen(state)},
                {"reservationKB", state.reservationKB},
+               {"memoryLimitKB", state.memoryLimitKB},
+               {"processLimit", state.processLimit},
                {"peakKB", state.memory.peak},
                {"memberGroupsPeakKB", state.memory.childrenPeak},
                {"processes", processes}},

@@ -68,6 +68,10 @@ SettingValue PoolSizeInEffect(const SettingValue& stored) {
                : Sentrel::kDefaultResourcePoolSizeMB;
 }
 
+SettingValue MemoryLimitInEffect(const SettingValue& stored) {
+    return Sentrel::MemoryLimitMB(std::get<std::int32_t>(stored), 0);
+}
+
 SettingValue FrequencyInEffect(const SettingValue& stored) {
     Sentrel::PluginInfo info;
     Sentrel::SetFrequency(info, std::get<std::string>(stored));
@@ -81,7 +85,7 @@ SettingValue LogLevelInEffect(const SettingValue& stored) {
 }
 
 std::span<const Setting> DaemonSettings() {
-    static const std::array<Setting, 3> sSettings = {{
+    static const std::array<Setting, 4> sSettings = {{
         {.key = "http_port",
          .type = SettingType::Integer,
          .byDefault = Sentrel::kDefaultHttpPort,
@@ -107,6 +111,14 @@ std::span<const Setting> DaemonSettings() {
          .most = Sentrel::kMaxResourcePoolSizeMB,
          .inEffect = PoolSizeInEffect,
          .isMissed = true},
+        {.key = "plugin_memory_limit_MB",
+         .type = SettingType::Integer,
+         .byDefault = Sentrel::kDefaultMemoryLimitMB,
+         .meaning =
+             "the memory that all plugins together may use, at least the pool; 0 for no limit",
+         .unit = "MB",
+         .least = 0,
+         .inEffect = MemoryLimitInEffect},
     }};
     return sSettings;
 }
@@ -145,7 +157,7 @@ std::span<const Setting> TokenSettings() {
 }
 
 std::span<const Setting> PluginSettings() {
-    static const std::array<Setting, 3> sSettings = {{
+    static const std::array<Setting, 4> sSettings = {{
         {.key = "enabled",
          .type = SettingType::Boolean,
          .byDefault = Sentrel::PluginInfo{}.enabled,
@@ -164,6 +176,10 @@ std::span<const Setting> PluginSettings() {
          .words = Sentrel::kLogLevelNames,
          .inEffect = LogLevelInEffect,
          .isMissed = true},
+        {.key = "sandbox",
+         .type = SettingType::Boolean,
+         .byDefault = Sentrel::PluginInfo{}.sandbox,
+         .meaning = "whether it is confined where the daemon is not root"},
     }};
     return sSettings;
 }

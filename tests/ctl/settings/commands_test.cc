@@ -103,7 +103,7 @@ TEST_F(ConfigCommands, NamesThatAreNoSettingGetAHint) {
     EXPECT_EQ(Run({"get", "a.b.enabled"}).output, "true\n");
     const std::vector<std::pair<std::string, std::string>> rows = {
         {"sentrel", "write ENTRY.KEY; sentrel has http_port, "},
-        {"cpu.freq", "; cpu has enabled, frequency, log_level\n"},
+        {"cpu.freq", "; cpu has enabled, frequency, log_level, sandbox\n"},
         {"cpo.frequency", "; the closest is cpu.frequency; "},
         {"nothing.like.it", "\"nothing.like.it\"; \"sentrelctl config list\" shows all\n"},
     };

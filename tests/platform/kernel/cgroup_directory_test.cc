@@ -83,6 +83,14 @@ TEST_F(CgroupFiles, TellWhetherMemoryMayBeEnabled) {
     }
 }
 
+TEST_F(CgroupFiles, TellHowManyProcessesTheKernelHasKilled) {
+    EXPECT_EQ(Open().MemoryKills(), 0U);
+    Write("memory.events", "low 0\nhigh 7\nmax 81\noom 4\noom_kill 3\noom_group_kill 1\n");
+    EXPECT_EQ(Open().MemoryKills(), 3U);
+    Write("memory.events", "low 0\noom_kill\n");
+    EXPECT_EQ(Open().MemoryKills(), 0U);
+}
+
 TEST_F(CgroupFiles, AreWrittenAsTheKernelReadsThem) {
     Write("cgroup.subtree_control", "");
     Write("memory.min", "");
@@ -95,6 +103,19 @@ TEST_F(CgroupFiles, AreWrittenAsTheKernelReadsThem) {
     EXPECT_EQ(Read("memory.min"), "41943040");
     EXPECT_EQ(Read("cgroup.procs"), "0");
     EXPECT_EQ(directory.ReservationKB(), 40960U);
+    Write("memory.max", "");
+    Write("pids.max", "");
+    EXPECT_EQ(directory.LimitMemory(268435456), 0);
+    EXPECT_EQ(directory.LimitProcesses(512), 0);
+    EXPECT_EQ(directory.MemoryLimitKB(), 262144U);
+    EXPECT_EQ(directory.ProcessLimit(), 512U);
+    for (const char* name : {"memory.max", "pids.max"}) {
+        Write(name, "");
+    }
+    EXPECT_EQ(directory.LimitMemory(0), 0);
+    EXPECT_EQ(directory.LimitProcesses(0), 0);
+    EXPECT_EQ(Read("memory.max") + Read("pids.max"), "maxmax");
+    EXPECT_EQ(directory.MemoryLimitKB() + directory.ProcessLimit(), 0U);
     EXPECT_FALSE(directory.IsCgroup2());
 }
 

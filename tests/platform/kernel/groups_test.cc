@@ -209,6 +209,19 @@ TEST_F(CgroupGroups, AreMadeAgainWithoutHarm) {
     }
 }
 
+TEST_F(CgroupGroups, AreLimitedWhereTheHierarchyHasTheControllers) {
+    const std::string problem = Kernel::LimitGroup(kGroup, {.memoryMB = 256, .processes = 512});
+    const Kernel::GroupState state = Kernel::ShowGroup(kGroup);
+    if (problem.empty()) {
+        EXPECT_EQ(state.memoryLimitKB, 256U * 1024U);
+        EXPECT_EQ(state.processLimit, 512U);
+    } else {
+        EXPECT_THAT(problem, testing::AnyOf(HasSubstr(Directory() + "/memory.max cannot"),
+                                            HasSubstr(Directory() + "/pids.max cannot")));
+    }
+    EXPECT_THROW((void)Kernel::LimitGroup("host/pax/absent", {}), Pellmar::NotFoundException);
+}
+
 TEST_F(CgroupGroups, AreRemovedWithTheEmptyOnesAboveThem) {
     (void)Kernel::EnsureGroup("host/pax/other", 0);
     const pid_t pid = SpawnProgram(ShellCommand("exec sleep 1000")).pid;

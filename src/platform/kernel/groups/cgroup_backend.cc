@@ -144,6 +144,11 @@ int CgroupBackend::ReadMemory(std::int64_t id, GroupMemory& memory) {
     return 0;
 }
 
+std::uint64_t CgroupBackend::CountMemoryKills(std::string_view path) {
+    CgroupDirectory group;
+    return Open(path, group) == 0 ? group.MemoryKills() : 0;
+}
+
 int CgroupBackend::OpenPlace(std::string_view path, GroupPlace& place) {
     if (TakeFound(path, place)) {
         return 0;
@@ -186,21 +191,49 @@ std::string CgroupBackend::Ensure(std::string_view path, unsigned reservationMB)
     return problem;
 }
 
-GroupState CgroupBackend::Show(std::string_view path) {
+CgroupDirectory CgroupBackend::Require(std::string_view path) const {
     (void)RequireGroupPath(path);
-    GroupState state;
-    state.directory = DirectoryOf(path);
     CgroupDirectory group;
     const int error = Open(path, group);
     if (error == ENOENT) {
-        ThrowNotFound(path, state.directory);
+        ThrowNotFound(path, DirectoryOf(path));
     }
     if (error != 0) {
-        Refuse("the cgroup " + state.directory + " cannot be opened", error);
+        Refuse("the cgroup " + DirectoryOf(path) + " cannot be opened", error);
     }
+    return group;
+}
+
+// The controller `memory` has been enabled above the group by Ensure.
+std::string CgroupBackend::Limit(std::string_view path, const GroupLimits& limits) {
+    const CgroupDirectory group = Require(path);
+    std::string directory = root;
+    for (const std::string& segment : SplitGroupPath(path)) {
+        CgroupDirectory above;
+        if (CgroupDirectory::Open(directory, above) == 0) {
+            (void)above.EnableProcesses();  // a failure shows below, where pids.max is missing
+        }
+        directory += "/" + segment;
+    }
+    const int memoryError = group.LimitMemory(limits.memoryMB * kBytesOfMB);
+    const int processError = group.LimitProcesses(limits.processes);
+    if (memoryError != 0) {
+        return directory + "/memory.max cannot be written: " + ErrorText(memoryError);
+    }
+    return processError == 0
+               ? ""
+               : directory + "/pids.max cannot be written: " + ErrorText(processError);
+}
+
+GroupState CgroupBackend::Show(std::string_view path) {
+    const CgroupDirectory group = Require(path);
+    GroupState state;
+    state.directory = DirectoryOf(path);
     state.id = group.Id();
     state.memory = group.Memory();
     state.reservationKB = group.ReservationKB();
+    state.memoryLimitKB = group.MemoryLimitKB();
+    state.processLimit = group.ProcessLimit();
     state.processes = DescribeProcesses(group.Processes());
     return state;
 }

@@ -23,16 +23,19 @@ class CgroupBackend : public GroupBackend {
     int FindId(std::string_view path, std::int64_t& id) override EXCLUDES(lock);
     int ListMembers(std::int64_t id, std::vector<std::int64_t>& members) override EXCLUDES(lock);
     int ReadMemory(std::int64_t id, GroupMemory& memory) override EXCLUDES(lock);
+    std::uint64_t CountMemoryKills(std::string_view path) override;
     int OpenPlace(std::string_view path, GroupPlace& place) override EXCLUDES(lock);
     bool PlacesByDirectory() const override { return true; }
 
     std::string Ensure(std::string_view path, unsigned reservationMB) override;
+    std::string Limit(std::string_view path, const GroupLimits& limits) override;
     GroupState Show(std::string_view path) override;
     void Remove(std::string_view path) override;
 
   private:
     std::string DirectoryOf(std::string_view path) const;
     int Open(std::string_view path, CgroupDirectory& group) const;
+    CgroupDirectory Require(std::string_view path) const;
     bool TakeFound(std::string_view path, GroupPlace& place) EXCLUDES(lock);
     int OpenById(std::int64_t id, CgroupDirectory& group) EXCLUDES(lock);
 

@@ -174,6 +174,35 @@ int CgroupDirectory::Reserve(std::uint64_t bytes) const {
     return Write("memory.min", std::to_string(bytes));
 }
 
+int CgroupDirectory::EnableProcesses() const { return Write("cgroup.subtree_control", "+pids"); }
+
+int CgroupDirectory::LimitMemory(std::uint64_t bytes) const {
+    return Write("memory.max", bytes == 0 ? "max" : std::to_string(bytes));
+}
+
+int CgroupDirectory::LimitProcesses(unsigned count) const {
+    return Write("pids.max", count == 0 ? "max" : std::to_string(count));
+}
+
+std::uint64_t CgroupDirectory::MemoryLimitKB() const {
+    return ParseNumber(Read("memory.max")).value_or(0) / 1024;
+}
+
+unsigned CgroupDirectory::ProcessLimit() const {
+    return static_cast<unsigned>(ParseNumber(Read("pids.max")).value_or(0));
+}
+
+std::uint64_t CgroupDirectory::MemoryKills() const {
+    std::istringstream events(Read("memory.events"));
+    std::uint64_t count = 0;
+    for (std::string name; events >> name >> count;) {
+        if (name == "oom_kill") {
+            return count;
+        }
+    }
+    return 0;
+}
+
 int CgroupDirectory::MoveHere() const { return Write("cgroup.procs", "0"); }
 
 int CgroupDirectory::SetFrozen(bool frozen) const {

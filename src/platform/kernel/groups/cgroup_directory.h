@@ -7,6 +7,9 @@
 //   cgroup.subtree_control  what is enabled for them; written as "+NAME"
 //   memory.peak             bytes, its children's included (since Linux 5.19)
 //   memory.min              bytes that reclaim leaves alone
+//   memory.max              bytes that it may use; "max" without a limit
+//   memory.events           lines "NAME COUNT"; oom_kill: processes killed for lack of memory
+//   pids.max                tasks that it may hold; "max" without a limit
 //   cgroup.freeze           1: the processes in it, and in the cgroups in it, stand still
 //   cgroup.kill             writing 1 kills all of them at once (since Linux 5.14)
 #pragma once
@@ -63,6 +66,16 @@ class CgroupDirectory {
     bool OffersMemory() const;
     int EnableMemory() const;
     int Reserve(std::uint64_t bytes) const;
+    // Lets `pids` limit the children.
+    int EnableProcesses() const;
+    // Zero lifts a limit.
+    int LimitMemory(std::uint64_t bytes) const;
+    int LimitProcesses(unsigned count) const;
+    // memory.max in kilobytes, and pids.max; 0 without a limit.
+    std::uint64_t MemoryLimitKB() const;
+    unsigned ProcessLimit() const;
+    // How many processes the kernel has killed here for lack of memory; 0 where it does not count.
+    std::uint64_t MemoryKills() const;
     // Moves this process here, all its threads.
     int MoveHere() const;
     // Lets the processes here and in the cgroups in it stand still, which SIGKILL ends

@@ -10,6 +10,8 @@ namespace Kernel {
 
 namespace {
 
+constexpr const char* kNoHierarchy = "no cgroup v2 hierarchy can be written";
+
 [[noreturn]] void ThrowNotFound(std::string_view path) {
     throw Pellmar::NotFoundException(
         "there is no resource group " + std::string(path) +
@@ -62,8 +64,10 @@ std::string EmbeddedBackend::Ensure(std::string_view path, unsigned) {
     if (ids.find(path) == ids.end()) {
         ids.emplace(path, ++lastId);
     }
-    return "no cgroup v2 hierarchy can be written";
+    return kNoHierarchy;
 }
+
+std::string EmbeddedBackend::Limit(std::string_view, const GroupLimits&) { return kNoHierarchy; }
 
 GroupState EmbeddedBackend::Show(std::string_view path) {
     GroupState state;

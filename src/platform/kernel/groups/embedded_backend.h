@@ -22,10 +22,12 @@ class EmbeddedBackend : public GroupBackend {
     int ListMembers(std::int64_t id, std::vector<std::int64_t>& members) override EXCLUDES(lock);
     // The resident sizes of the members stand in for what was reserved.
     int ReadMemory(std::int64_t id, GroupMemory& memory) override EXCLUDES(lock);
+    std::uint64_t CountMemoryKills(std::string_view) override { return 0; }
     int OpenPlace(std::string_view path, GroupPlace& place) override EXCLUDES(lock);
     bool PlacesByDirectory() const override { return false; }
 
     std::string Ensure(std::string_view path, unsigned reservationMB) override EXCLUDES(lock);
+    std::string Limit(std::string_view path, const GroupLimits& limits) override;
     GroupState Show(std::string_view path) override EXCLUDES(lock);
     void Remove(std::string_view path) override EXCLUDES(lock);
 

@@ -20,6 +20,12 @@ struct GroupMemory {
     std::uint64_t childrenPeak = 0;  // the sum over the member groups
 };
 
+// Zero: no limit.
+struct GroupLimits {
+    unsigned memoryMB = 0;
+    unsigned processes = 0;
+};
+
 struct GroupProcess {
     pid_t pid = 0;
     std::string name;  // as the process calls itself
@@ -31,6 +37,9 @@ struct GroupState {
     std::string directory;  // empty when no directory stands behind the group
     GroupMemory memory;
     std::uint64_t reservationKB = 0;
+    // Zero: no limit.
+    std::uint64_t memoryLimitKB = 0;
+    unsigned processLimit = 0;
     std::vector<GroupProcess> processes;  // those of the member groups too
 };
 
@@ -56,6 +65,9 @@ class GroupBackend {
     virtual int ListMembers(std::int64_t id, std::vector<std::int64_t>& members) = 0;
     // The memory of a group whose id FindId gave.
     virtual int ReadMemory(std::int64_t id, GroupMemory& memory) = 0;
+    // How many processes of the group the kernel has killed for lack of memory since the group was
+    // made; 0 where it does not count them.
+    virtual std::uint64_t CountMemoryKills(std::string_view path) = 0;
     // The directory may be that of a group which was removed since the last FindId of this path:
     // the clone fails then, and after another FindId the place is that of its successor.
     virtual int OpenPlace(std::string_view path, GroupPlace& place) = 0;
@@ -70,6 +82,8 @@ class GroupBackend {
     // `reservationMB` for it (0: takes a reservation away). Returns why nothing is reserved, in
     // words; empty when the reservation stands.
     virtual std::string Ensure(std::string_view path, unsigned reservationMB) = 0;
+    // Sets both limits of an existing group. Returns why one of them is not in force, in words.
+    virtual std::string Limit(std::string_view path, const GroupLimits& limits) = 0;
     virtual GroupState Show(std::string_view path) = 0;
     // Removes an empty group, and the groups above it that are empty then.
     virtual void Remove(std::string_view path) = 0;

@@ -105,7 +105,7 @@ void CheckRoot(const Ref<Logger>& logger, const GroupRoot& root, std::string_vie
 }
 
 void MakeOwnGroup(const Ref<Logger>& logger, const GroupRoot& root, std::string_view path,
-                  unsigned reservationMB) {
+                  unsigned reservationMB, const GroupLimits& limits) {
     try {
         if (root.kind == Kind::DelegatedUnit) {
             EnterLeaf(root.directory);
@@ -114,6 +114,10 @@ void MakeOwnGroup(const Ref<Logger>& logger, const GroupRoot& root, std::string_
         // that the process table reserves nothing has been said already
         if (!problem.empty() && root.kind == Kind::DelegatedUnit) {
             LogNoReservation(logger, path, problem);
+        }
+        const std::string gap = LimitGroup(path, limits);
+        if (!gap.empty() && root.kind == Kind::DelegatedUnit) {
+            LogInternal(logger, 5, "Resource group %1 is not limited as configured: %2", path, gap);
         }
     } catch (const Pellmar::Exception& exception) {
         LogInternal(logger, 3,
@@ -124,13 +128,13 @@ void MakeOwnGroup(const Ref<Logger>& logger, const GroupRoot& root, std::string_
 
 }  // namespace
 
-void PrepareGroups(std::string_view path, unsigned reservationMB) {
+void PrepareGroups(std::string_view path, unsigned reservationMB, const GroupLimits& limits) {
     const Ref<Logger> logger = Logger::CreateLogger(Logger::sDefaultLogger, "Kernel");
     const GroupRoot root = LocateGroupRoot();
     UseGroups(MakeBackend(root));
     LogRoot(logger, root);
     if (root.kind == Kind::DelegatedUnit || root.kind == Kind::None) {
-        MakeOwnGroup(logger, root, path, reservationMB);
+        MakeOwnGroup(logger, root, path, reservationMB, limits);
     } else {
         CheckRoot(logger, root, path);
     }
@@ -153,6 +157,10 @@ void UseGroups(std::unique_ptr<GroupBackend> backend) {
 
 std::string EnsureGroup(std::string_view path, unsigned reservationMB) {
     return Groups().Ensure(path, reservationMB);
+}
+
+std::string LimitGroup(std::string_view path, const GroupLimits& limits) {
+    return Groups().Limit(path, limits);
 }
 
 GroupState ShowGroup(std::string_view path) { return Groups().Show(path); }

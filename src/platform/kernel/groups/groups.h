@@ -16,11 +16,12 @@ namespace Kernel {
 //
 // The group `path` is made here in a delegated unit only (whose cgroup no one else could provision
 // in time; the daemon moves to its leaf "daemon" for that) and in the process table. Elsewhere the
-// operator makes it ("sentrelctl group ensure"); until then every look-up finds no group. A further
-// level-5 line says that nothing is reserved, where the hierarchy has no memory controller.
+// operator makes it ("sentrelctl group ensure"); until then every look-up finds no group. Whoever
+// makes it also sets `limits`. Further level-5 lines say that nothing is reserved, or that a limit
+// is not in force, where the hierarchy lacks the controllers.
 //
 // Never fails: what goes wrong is a level-3 line, and launches are refused then.
-void PrepareGroups(std::string_view path, unsigned reservationMB);
+void PrepareGroups(std::string_view path, unsigned reservationMB, const GroupLimits& limits = {});
 
 // The backend in use. Without PrepareGroups (in tools) it is chosen at the first call, silently,
 // moving and making nothing. Any thread.
@@ -31,6 +32,7 @@ void UseGroups(std::unique_ptr<GroupBackend> backend);
 
 // Provisioning; for the results and what is thrown see GroupBackend.
 std::string EnsureGroup(std::string_view path, unsigned reservationMB);
+std::string LimitGroup(std::string_view path, const GroupLimits& limits);
 GroupState ShowGroup(std::string_view path);
 void RemoveGroup(std::string_view path);
 
