@@ -37,7 +37,7 @@ Kernel::SpawnResult Spawn(const Plugin& plugin, std::int32_t& pid) {
 
 bool IsSandboxed(const PluginInfo& info) { return info.sandbox && ::geteuid() != 0; }
 
-Launch LaunchPlugin(const Plugin& plugin, const Ref<Logger>& logger) {
+Launch LaunchPlugin(const Plugin& plugin, const Ref<Logger>& logger, Sys::PidFd* process) {
     const std::string& name = plugin.GetName();
     const std::string commandLine = FormatCommandLine(plugin);
     if (!CheckResourcePool(logger)) {
@@ -58,6 +58,9 @@ Launch LaunchPlugin(const Plugin& plugin, const Ref<Logger>& logger) {
                     ErrorText(launchError));
         (void)LogGroupMemory(logger);  // for whoever reads the failure; nothing depends on it
         return {.result = Launch::Result::Failed, .pid = pid, .error = launchError};
+    }
+    if (process != nullptr) {
+        *process = Kernel::ProcessTable::Spawned().Hold(pid);
     }
     if (Kernel::Kill(pid, 0) != 0) {
         const int probeError = errno;

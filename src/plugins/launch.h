@@ -4,6 +4,7 @@
 
 #include "platform/pellmar/log/logger.h"
 #include "platform/pellmar/object.h"
+#include "platform/sys/pid_fd.h"
 #include "plugins/plugin.h"
 
 #include <cstdint>
@@ -28,6 +29,9 @@ bool IsSandboxed(const PluginInfo& info);
 // Checks the resource group and starts the plugin in it, with the descriptors 0 to 2 of this
 // process, in the sandbox if IsSandboxed says so. `logger` is told each step, and why there is none
 // further. Any thread.
-Launch LaunchPlugin(const Plugin& plugin, const Pellmar::Ref<Pellmar::Service::Logger>& logger);
+//
+// `process`, where given, holds the started process, even if it has ended.
+Launch LaunchPlugin(const Plugin& plugin, const Pellmar::Ref<Pellmar::Service::Logger>& logger,
+                    Sys::PidFd* process = nullptr);
 
 }  // namespace Sentrel

@@ -1,5 +1,6 @@
 #include "plugins/plugin_launcher.h"
 
+#include "platform/kernel/groups/groups.h"
 #include "platform/kernel/spawn/process_table.h"
 #include "platform/pellmar/config.h"
 #include "platform/pellmar/service/app.h"
@@ -9,6 +10,7 @@
 #include "plugins/resource_group.h"
 
 #include <cerrno>
+#include <exception>
 #include <utility>
 
 #include <signal.h>
@@ -39,7 +41,9 @@ std::shared_ptr<PluginLauncher>& PluginLauncher::GetInstance() {
     return instance;
 }
 
-PluginLauncher::PluginLauncher() = default;
+PluginLauncher::PluginLauncher()
+    : watch([] { return Kernel::Groups().CountMemoryKills(kPluginGroupPath); },
+            [this](const PluginEnd& end) { TakeEnd(end); }) {}
 
 PluginLauncher::~PluginLauncher() {
     for (const Queue* queue : {&fast, &medium, &slow}) {
@@ -207,7 +211,27 @@ void PluginLauncher::Forget(std::int32_t pid) {
 }
 
 std::int32_t PluginLauncher::LaunchPlugin(const std::shared_ptr<Plugin>& plugin) {
-    return Sentrel::LaunchPlugin(*plugin, logger).pid;
+    Sys::PidFd process;
+    const Launch launch = Sentrel::LaunchPlugin(*plugin, logger, &process);
+    if (launch.pid != 0) {
+        try {
+            watch.Add(plugin->GetName(), launch.pid, std::move(process));
+        } catch (const std::exception& exception) {
+            LogInternal(logger, 3, {.plugin = plugin->GetName(), .pid = launch.pid},
+                        "The end of plugin %1 (%2) will not be noticed: %3", plugin->GetName(),
+                        launch.pid, exception.what());
+        }
+    }
+    return launch.pid;
+}
+
+void PluginLauncher::TakeEnd(const PluginEnd& end) const {
+    if (end.memoryKills > 0) {
+        LogInternal(logger, 3, {.plugin = end.name, .pid = end.pid},
+                    "Plugin %1 (%2) ended when the kernel killed %3 processes of the plugins for "
+                    "lack of memory; let it use less, or raise plugin_memory_limit_MB",
+                    end.name, end.pid, end.memoryKills);
+    }
 }
 
 void PluginLauncher::KillTracked(const std::vector<std::int32_t>& pids) const {

@@ -7,6 +7,7 @@
 #include "platform/pellmar/object.h"
 #include "platform/pellmar/work/scheduler.h"
 #include "plugins/plugin.h"
+#include "plugins/plugin_watch.h"
 #include "plugins/queue_timing.h"
 
 #include <cstddef>
@@ -78,11 +79,15 @@ class PluginLauncher : public std::enable_shared_from_this<PluginLauncher> {
     // destructor.
     void KillTracked(const std::vector<std::int32_t>& pids) const;
 
+    // Thread of the watch. What is to be known of a plugin's end begins here.
+    void TakeEnd(const PluginEnd& end) const;
+
     Pellmar::Ref<Pellmar::Service::Logger> logger;
     Queue fast;
     Queue medium;
     Queue slow;
     Hostlib::ExclusiveLock pidLock{"PluginLauncherPidLock"};
+    PluginWatch watch;
 };
 
 }  // namespace Sentrel

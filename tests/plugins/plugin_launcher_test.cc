@@ -160,6 +160,18 @@ TEST(PluginLauncher, SendsNothingToAPluginThatHasEnded) {
     EXPECT_FALSE(launcher.Log().Contains("5 PluginLauncher: " + std::to_string(pid)));
 }
 
+TEST(PluginLauncher, LimitsMemoryToNoLessThanThePool) {
+    struct Row {
+        std::int32_t configured, poolSizeMB, expected;
+    };
+    const Row rows[] = {{256, 64, 256}, {100, 40, 100}, {41, 64, 64},   {1, 500, 500},
+                        {0, 64, 0},     {-1, 64, 256},  {-1, 500, 500}, {2048, 64, 2048}};
+    for (const Row& row : rows) {
+        EXPECT_EQ(Sentrel::MemoryLimitMB(row.configured, row.poolSizeMB), row.expected)
+            << row.configured << " with a pool of " << row.poolSizeMB;
+    }
+}
+
 TEST(PluginLauncher, RefusesToLaunchWithoutTheGroup) {
     const PluginHost host;
     host.AddScript("probe", kEndless);

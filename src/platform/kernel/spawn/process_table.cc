@@ -4,6 +4,8 @@
 #include <cerrno>
 #include <utility>
 
+#include <fcntl.h>
+
 namespace Kernel {
 
 ProcessTable& ProcessTable::Spawned() {
@@ -21,6 +23,15 @@ void ProcessTable::Add(pid_t pid, Sys::PidFd process, std::int64_t groupId) {
     if (entries.size() > kMaxTrackedProcesses) {
         entries.erase(entries.begin());
     }
+}
+
+Sys::PidFd ProcessTable::Hold(pid_t pid) {
+    const Sys::MutexLock guard(lock);
+    const auto found = std::find_if(entries.begin(), entries.end(),
+                                    [pid](const Entry& entry) { return entry.pid == pid; });
+    return found == entries.end()
+               ? Sys::PidFd()
+               : Sys::PidFd(Sys::OwnedFd(::fcntl(found->process.Get(), F_DUPFD_CLOEXEC, 0)));
 }
 
 void ProcessTable::DropEnded() {

@@ -27,6 +27,9 @@ class ProcessTable {
 
     // Keeps a process of the group with that id (see GroupBackend). Never fails: the room is there.
     void Add(pid_t pid, Sys::PidFd process, std::int64_t groupId) EXCLUDES(lock);
+    // A process of the table, for whoever waits for its end; empty when it is not there (any more)
+    // or the system refuses another descriptor.
+    Sys::PidFd Hold(pid_t pid) EXCLUDES(lock);
     // Drops the processes that have ended.
     void DropEnded() EXCLUDES(lock);
     // Drops the ended ones, then signals `pid`. Returns 0 or the error number of kill(2); a pid
