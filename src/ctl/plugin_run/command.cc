@@ -21,6 +21,7 @@
 #include "platform/kernel/groups/embedded_backend.h"
 #include "platform/kernel/groups/groups.h"
 #include "platform/kernel/spawn/process_table.h"
+#include "platform/kernel/spawn/sandbox.h"
 #include "plugins/queue_timing.h"
 #include "plugins/resource_group.h"
 
@@ -102,6 +103,24 @@ void ReadGroupPeak(PluginRun& run) {
         ::access((run.groupDirectory + "/memory.peak").c_str(), R_OK) == 0) {
         run.groupPeakKB = Kernel::ShowGroup(Sentrel::kPluginGroupPath).memory.peak;
     }
+}
+
+void ReadLimits(std::uint64_t killsBefore, PluginRun& run) {
+    if (run.groupDirectory.empty()) {
+        return;
+    }
+    run.memoryLimitKB = Kernel::ShowGroup(Sentrel::kPluginGroupPath).memoryLimitKB;
+    const std::uint64_t kills = Kernel::Groups().CountMemoryKills(Sentrel::kPluginGroupPath);
+    run.memoryKills = kills - std::min(kills, killsBefore);
+}
+
+// Whom the plugin runs as, if that is in the sandbox.
+std::optional<RunUser> FindSandboxUser(const Sentrel::PluginInfo& plugin,
+                                       const std::optional<RunUser>& other) {
+    const std::optional<RunUser> user = other ? other : UserOf(::getpid());
+    const bool isSandboxed =
+        plugin.sandbox && user && user->user != 0 && Kernel::LandlockVersion() != 0;
+    return isSandboxed ? user : std::nullopt;
 }
 
 // Who takes the posts now; empty when nobody does. Throws when it is another user's, into whose
@@ -201,8 +220,11 @@ int RunPlugin(const Arguments& arguments, std::ostream& output) {
     for (char* const* argument = plugin.GetArgv(); *argument != nullptr; ++argument) {
         run.arguments.emplace_back(*argument);
     }
+    run.sandboxUser = FindSandboxUser(found.entry.info, starter.user);
+    const std::uint64_t killsBefore = Kernel::Groups().CountMemoryKills(Sentrel::kPluginGroupPath);
     Run(plugin, starter, host, run);
     ReadGroupPeak(run);
+    ReadLimits(killsBefore, run);
     JudgeRun(run);
     if (arguments.options.Has("--json")) {
         WriteRunJson(run, output);
@@ -216,8 +238,8 @@ constexpr std::array<Command, 1> kCommands = {{
     {"plugin run",
      "run a plugin once as the daemon would, and judge what it does",
      "Starts the plugin as the daemon does: the same command line, nothing in the environment,\n"
-     "three descriptors, in the same resource group, and, for root, as the user of the daemon "
-     "that\n"
+     "three descriptors, in the same resource group and sandbox, and, for root, as the user of the "
+     "daemon that\n"
      "runs, with its file mask, limits and niceness. After 30 seconds it is sent SIGTERM, and 5\n"
      "seconds later, unlike in production, SIGKILL; what it leaves running is ended. Tells how it\n"
      "ended, its time, the most memory that it used, what it wrote, and what it posted: to the\n"

@@ -1,6 +1,7 @@
 // All that one run of a plugin has shown, what is to be said of it, and how it is told.
 #pragma once
 
+#include "ctl/host/run_user.h"
 #include "ctl/plugin_run/process.h"
 #include "ctl/plugin_run/reports.h"
 #include "ctl/show/finding.h"
@@ -20,7 +21,10 @@ struct PluginRun {
     std::string user;                    // that it ran as
     std::string groupDirectory;          // empty: its group was a table in this process
     std::optional<std::uint64_t>
-        groupPeakKB;  // since the group was made, where the kernel keeps it
+        groupPeakKB;                     // since the group was made, where the kernel keeps it
+    std::uint64_t memoryLimitKB = 0;     // of the group; 0: none
+    std::uint64_t memoryKills = 0;       // by the kernel in the group, during the run
+    std::optional<RunUser> sandboxUser;  // whom it ran as in the sandbox; nothing outside it
     pid_t pid = 0;
     std::chrono::seconds timeout{};
     PluginEnd end;

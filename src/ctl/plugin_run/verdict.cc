@@ -1,5 +1,5 @@
 // What is to be said of a run.
-#include "ctl/plugin_run/result.h"
+#include "ctl/plugin_run/confinement.h"
 #include "ctl/show/durations.h"
 #include "ctl/show/words.h"
 
@@ -37,7 +37,7 @@ void JudgeEnd(PluginRun& run) {
              "its time was over after " + DurationText(run.timeout) +
                  ", so that it was sent SIGTERM",
              "let it end by itself in less, whatever it waits for");
-    } else if (end.signal == SIGKILL) {
+    } else if (end.signal == SIGKILL && run.memoryKills == 0) {
         Tell(run, Severity::Error, "SIGKILL ended it, which was not sent here",
              "look at the kernel's log, whether memory was out. If it ended at once: after a write "
              "to cgroup.kill some kernels end all that is started in that group; remove the group "
@@ -112,6 +112,7 @@ std::string NameOfSignal(int signal) {
 }
 
 void JudgeRun(PluginRun& run) {
+    JudgeConfinement(run);
     JudgeEnd(run);
     JudgeLeft(run);
     JudgePosts(run);
