@@ -36,6 +36,7 @@ constexpr Subject kSubjects[] = {
     {"changes", CheckFreshness},
     {"plugins", CheckAllPlugins},
     {"group", CheckGroup},
+    {"sandbox", CheckSandbox},
     {"report directory", CheckReportDirectory},
     {"reports", CheckReportStates},
     {"times of reports", CheckReportTimes},

@@ -47,6 +47,26 @@ void CheckReservation(const std::string& root, const Kernel::GroupState& state,
     }
 }
 
+void CheckLimits(const Kernel::GroupState& state, std::uint64_t configuredKB, Findings& findings) {
+    if (state.reservationKB > 0 && state.memoryLimitKB != configuredKB) {
+        findings.push_back(
+            {Severity::Warning, kSubject,
+             "the memory limit of plugins is " +
+                 (state.memoryLimitKB == 0 ? "off" : SizeText(state.memoryLimitKB * 1024)) +
+                 ", unlike in the settings (" +
+                 (configuredKB == 0 ? "off" : SizeText(configuredKB * 1024)) + ")",
+             kEnsure});
+    }
+    const std::uint64_t kills = Kernel::Groups().CountMemoryKills(Sentrel::kPluginGroupPath);
+    if (kills > 0) {
+        findings.push_back({Severity::Warning, kSubject,
+                            "the kernel has killed " + Counted(kills, "process", "processes") +
+                                " of plugins for lack of memory",
+                            "journalctl -u sentrel -p err names the plugins; let them use less "
+                            "memory, or raise sentrel.plugin_memory_limit_MB"});
+    }
+}
+
 // A daemon that has been started as a delegated unit makes its own.
 Finding ExplainMissing(const Host& host, const GroupLocation& location) {
     const std::string directory = location.root.directory + "/" + Sentrel::kPluginGroupPath;
@@ -105,9 +125,13 @@ void CheckGroup(const Host& host, Findings& findings) {
                             "echo 0 > " + state.directory +
                                 "/cgroup.freeze, or that of the one above it that is frozen"});
     }
-    const auto configured =
-        static_cast<std::uint64_t>(Sentrel::ConfiguredResourcePoolSizeMB(ReadDaemonSettings()));
-    CheckReservation(location.root.directory, state, configured * 1024, findings);
+    const auto settings = ReadDaemonSettings();
+    const std::int32_t poolSizeMB = Sentrel::ConfiguredResourcePoolSizeMB(settings);
+    CheckReservation(location.root.directory, state, static_cast<std::uint64_t>(poolSizeMB) * 1024,
+                     findings);
+    CheckLimits(state,
+                std::uint64_t{Sentrel::PluginGroupLimits(settings, poolSizeMB).memoryMB} * 1024,
+                findings);
     CheckSurvivors(host, state.directory, findings);
     const bool isAllWell =
         std::none_of(findings.begin() + static_cast<std::ptrdiff_t>(before), findings.end(),

@@ -21,5 +21,7 @@ void CheckTrustSet(const Host& host, Findings& findings);
 void CheckAuditLog(const Host& host, Findings& findings);
 void CheckMetadataFile(const Host& host, Findings& findings);
 void CheckGroup(const Host& host, Findings& findings);
+// What confines plugins, and what this kernel leaves open.
+void CheckSandbox(const Host& host, Findings& findings);
 
 }  // namespace Ctl
