@@ -57,6 +57,14 @@ std::optional<std::string> JoinedValue(const RequestHead& head, std::string_view
     return joined;
 }
 
+// A list such as "5, 5" is not a number, though RFC 9110 section 8.6 lets a recipient take it
+// for 5.
+bool ListsLengths(const RequestHead& head) {
+    return std::any_of(head.begin(), head.end(), [](const Http1::HeaderField& field) {
+        return EqualsIgnoringCase(field.name, "content-length") && Contains(field.value, ",");
+    });
+}
+
 bool HasNoBody(std::string_view method) {
     constexpr std::array<std::string_view, 5> kMethods{"get", "head", "connect", "options",
                                                        "trace"};
@@ -135,7 +143,7 @@ std::string_view MediaTypeName(unsigned bit) {
 std::error_code ReadRequestFacts(const RequestHead& head, RequestFacts& facts) {
     const Http1::ContentLength length = Http1::ReadContentLength(head);
     if (length.kind == LengthKind::Invalid || length.kind == LengthKind::Ambiguous ||
-        length.beyond64Bits) {
+        length.beyond64Bits || ListsLengths(head)) {
         return TransportError::InvalidRequest;
     }
     if (length.kind != LengthKind::Absent) {

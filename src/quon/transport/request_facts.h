@@ -45,8 +45,8 @@ struct RequestFacts {
     std::optional<std::string> token;
 };
 
-// Fills `facts`, which are new. An error (InvalidRequest) when the content length is no number of
-// 64 bits, or several ones.
+// Fills `facts`, which are new. An error (InvalidRequest) when a content length is not a number of
+// 64 bits, or when two of them differ.
 std::error_code ReadRequestFacts(const Http1::RequestHead& head, RequestFacts& facts);
 
 // The head as a log may hold it: each value of a field for credentials (Authorization,

@@ -190,6 +190,8 @@ std::vector<Row> RefusedRows() {
          BadHead("http headers too long")},
         {"twoLengths", JsonHead("Content-Length: 5\r\nContent-Length: 6\r\n"),
          BadHead("invalid request")},
+        {"listedLengths", JsonHead("Content-Length: 5,5\r\n") + "12345",
+         BadHead("invalid request")},
         {"lengthBeyond64Bits", JsonHead("Content-Length: 18446744073709551616\r\n"),
          BadHead("invalid request")},
         {"expectation", Post(kSize, "Expect: 200-ok\r\n"), std::string(kNoExpectation)},
