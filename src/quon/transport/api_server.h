@@ -30,7 +30,8 @@ class AsioTcpApiServer {
     AsioTcpApiServer(const AsioTcpApiServer&) = delete;
     AsioTcpApiServer& operator=(const AsioTcpApiServer&) = delete;
 
-    // Listens on both endpoints. A listener that fails is logged; false when both did. Throws
+    // Listens on both endpoints. A listener that fails is logged and tries again; false when both
+    // failed. Throws
     // boost::system::system_error ("set_option") when the IPv6 socket cannot be kept to IPv6. Once.
     bool Start();
 

@@ -35,6 +35,8 @@ struct ServerLimits {
     std::chrono::nanoseconds answerGrace = std::chrono::seconds(5);
     // For a client to see its answer before the connection is closed.
     std::chrono::nanoseconds linger = std::chrono::seconds(5);
+    // Before a listener that failed to bind tries again.
+    std::chrono::nanoseconds bindDelay = std::chrono::seconds(5);
     // After the descriptors have run out.
     std::chrono::nanoseconds acceptDelay = std::chrono::milliseconds(500);
 };

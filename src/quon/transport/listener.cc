@@ -4,10 +4,12 @@
 #include "quon/transport/connection_table.h"
 #include "quon/transport/transport_error.h"
 
+#include <boost/asio/error.hpp>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/ip/v6_only.hpp>
 #include <boost/asio/steady_timer.hpp>
+#include <boost/system/system_error.hpp>
 
 #include <cerrno>
 #include <exception>
@@ -62,16 +64,16 @@ error_code OpenAcceptor(Tcp::acceptor& acceptor, const Tcp::endpoint& endpoint) 
 
 // What to do so that the API is served there; empty where this host lacks such addresses, so that
 // nothing is amiss.
-std::string AdviceFor(const error_code& error) {
+std::string AdviceFor(const std::error_code& error) {
     switch (error.value()) {
         case EAFNOSUPPORT:
         case EADDRNOTAVAIL:
             return "";
         case EADDRINUSE:
-            return "; stop the process that holds the port (\"ss -tlnp\" shows it), then restart "
-                   "this daemon";
+            return "; stop the process that holds the port (\"ss -tlnp\" shows it); this daemon "
+                   "tries again every 5 s";
         default:
-            return "; when that is mended, restart this daemon";
+            return "; fix that; this daemon tries again every 5 s";
     }
 }
 
@@ -81,40 +83,72 @@ struct Listener::Sockets {
     explicit Sockets(Net::io_context& context) : acceptor(context), delay(context) {}
 
     Tcp::acceptor acceptor;
+    Tcp::endpoint wanted;
     Net::steady_timer delay;
 };
 
 Listener::Listener(Net::io_context& context, std::shared_ptr<Logger> logger,
                    const ServerLimits& limits, std::shared_ptr<ConnectionTable> connections)
     : logger(std::move(logger)),
-      acceptDelay(limits.acceptDelay),
+      limits(limits),
       connections(std::move(connections)),
       sockets(std::make_unique<Sockets>(context)) {}
 
 Listener::~Listener() = default;
 
 bool Listener::Start(AddressFamily family, const ListenEndpoint& endpoint) {
+    sockets->wanted = {Net::ip::make_address(endpoint.address), endpoint.port};
+    address = ToText(sockets->wanted);
+    if (const std::error_code error = Listen()) {
+        LogListenError(family, error);
+        DelayListen();
+        return false;
+    }
+    return true;
+}
+
+std::error_code Listener::Listen() {
     Tcp::acceptor& acceptor = sockets->acceptor;
-    const Tcp::endpoint wanted(Net::ip::make_address(endpoint.address), endpoint.port);
-    error_code error = OpenAcceptor(acceptor, wanted);
+    error_code error = OpenAcceptor(acceptor, sockets->wanted);
     Tcp::endpoint bound;
     if (!error) bound = acceptor.local_endpoint(error);
     if (error) {
-        logger->Log(kMilestone, std::string(family == AddressFamily::V4 ? "IPv4" : "IPv6") +
-                                    " Failed to listen on: " + ToText(wanted) + " ec: " +
-                                    error.category().name() + ":" + std::to_string(error.value()));
-        // The milestone names neither cause nor cure, and wakes nobody.
-        if (const std::string advice = AdviceFor(error); !advice.empty()) {
-            logger->Log(kFailure, "The API is not served on " + ToText(wanted) + ": " +
-                                      error.message() + advice);
-        }
         Close();
-        return false;
+        return error;
     }
     address = ToText(bound);
     logger->Log(kMilestone, "Listening on: " + address);
     DoAccept();
-    return true;
+    return {};
+}
+
+void Listener::LogListenError(AddressFamily family, const std::error_code& error) const {
+    logger->Log(kMilestone, std::string(family == AddressFamily::V4 ? "IPv4" : "IPv6") +
+                                " Failed to listen on: " + address + " ec: " +
+                                error.category().name() + ":" + std::to_string(error.value()));
+    // The milestone names neither cause nor cure, and wakes nobody.
+    if (const std::string advice = AdviceFor(error); !advice.empty()) {
+        logger->Log(kFailure,
+                    "The API is not served on " + address + ": " + error.message() + advice);
+    }
+}
+
+void Listener::DelayListen() {
+    sockets->delay.expires_after(limits.bindDelay);
+    sockets->delay.async_wait([weak = weak_from_this()](const error_code& error) {
+        const auto self = weak.lock();
+        if (!self || error == Net::error::operation_aborted) {
+            return;
+        }
+        try {
+            if (!self->Listen()) {
+                return;
+            }
+        } catch (const boost::system::system_error&) {  // as any other failure by now
+            self->Close();
+        }
+        self->DelayListen();
+    });
 }
 
 void Listener::Close() {
@@ -172,7 +206,7 @@ void Listener::OnAcceptFailed(int error) {
 }
 
 void Listener::DelayAccept() {
-    sockets->delay.expires_after(acceptDelay);
+    sockets->delay.expires_after(limits.acceptDelay);
     sockets->delay.async_wait([weak = weak_from_this()](const error_code& error) {
         const auto self = weak.lock();
         if (!self || !self->sockets->acceptor.is_open()) {

@@ -29,7 +29,8 @@ class Listener : public std::enable_shared_from_this<Listener> {
              const ServerLimits& limits, std::shared_ptr<ConnectionTable> connections);
     ~Listener();
 
-    // Listens and accepts from now on. A failure is logged; false then. Throws
+    // Listens and accepts from now on. A failure is logged and false returned; the listener then
+    // tries again every `bindDelay` of its limits and logs nothing until it succeeds. Throws
     // boost::system::system_error ("set_option") when an IPv6 socket cannot be kept to IPv6. Once.
     bool Start(AddressFamily family, const ListenEndpoint& endpoint);
     void Close();
@@ -40,6 +41,9 @@ class Listener : public std::enable_shared_from_this<Listener> {
   private:
     struct Sockets;
 
+    std::error_code Listen();
+    void LogListenError(AddressFamily family, const std::error_code& error) const;
+    void DelayListen();
     void DoAccept();
     void Accept();
     void OnAcceptFailed(int error);
@@ -47,10 +51,10 @@ class Listener : public std::enable_shared_from_this<Listener> {
     void LogAcceptError(const std::error_code& error, std::string_view kind) const;
 
     const std::shared_ptr<Logger> logger;
-    const std::chrono::nanoseconds acceptDelay;
+    const ServerLimits limits;
     const std::shared_ptr<ConnectionTable> connections;
     const std::unique_ptr<Sockets> sockets;
-    std::string address;  // bound, such as "[::1]:9984"
+    std::string address;  // wanted, then bound, such as "[::1]:9984"
 };
 
 }  // namespace Quon::Transport::PicoHttp

@@ -53,6 +53,37 @@ TEST(ApiServer, ServesBothLoopbackAddresses) {
     EXPECT_TRUE(server.log->WaitFor("5 Listening on: [::1]:" + std::to_string(server.port6)));
 }
 
+TEST(ApiServer, ListensWhereItCan) {
+    RunningServer taken;
+    ServerConfiguration configuration{
+        .endpoint4 = {"127.0.0.1", static_cast<std::uint16_t>(taken.port4)},
+        .endpoint6 = {"::1", 0},
+        .limits = {.bindDelay = 1ms}};
+    boost::asio::io_context context;
+    const auto log = std::make_shared<::Test::RecordedLog>();
+    AsioTcpApiServer half(context, nullptr, log, configuration);
+    EXPECT_TRUE(half.Start());
+    EXPECT_EQ(half.Port4(), 0);
+    EXPECT_NE(half.Port6(), 0);
+    const std::string address = PortText(taken.port4);
+    EXPECT_EQ(log->Lines().front(), "5 IPv4 Failed to listen on: " + address + " ec: system:98");
+    EXPECT_TRUE(log->Lines().at(1).starts_with("3 The API is not served on " + address +
+                                               ": Address already in use; stop the process "))
+        << log->Lines().at(1);
+    configuration.endpoint6.port = static_cast<std::uint16_t>(taken.port6);
+    AsioTcpApiServer none(context, nullptr, log, configuration);
+    EXPECT_FALSE(none.Start());
+    for (int tries = 0; tries < 20; ++tries) {
+        context.run_one();
+    }
+    EXPECT_EQ(log->Lines().size(), 7U);  // two for each failure, one for the success
+    taken.Stop();
+    while (half.Port4() + none.Port4() == 0 || none.Port6() == 0) {
+        context.run_one();
+    }
+    EXPECT_EQ(log->Lines().size(), 9U);
+}
+
 // The bound of open descriptors of this process, for the scope.
 class DescriptorBound {
   public:
