@@ -1,10 +1,12 @@
 // The system calls of the audit file, with the reason and a way out in each failure.
 #include "platform/audit/audit_file.h"
 
+#include "platform/audit/kvx_audit.h"
 #include "platform/pellmar/exceptions.h"
 #include "platform/sys/host_root.h"
 
 #include <cerrno>
+#include <cstdio>
 #include <system_error>
 #include <utility>
 
@@ -88,6 +90,31 @@ void AuditFile::Append(std::string_view record) {
     line += '\n';
     Write(line);
     lineIsCut = false;
+}
+
+void AuditFile::RotateWhenFull() {
+    Sys::MutexLock guard(lock);
+    struct stat status{};
+    if (!file.IsOpen() || ::fstat(file.Get(), &status) != 0 || status.st_size < fullSize) {
+        return;
+    }
+    fullSize = status.st_size + kMaxFileBytes;
+    for (int number = kKeptFiles - 1; number > 0; --number) {
+        Rename("." + std::to_string(number), "." + std::to_string(number + 1));
+    }
+    Rename("", ".1");
+    file.Reset();
+    fullSize = kMaxFileBytes;
+}
+
+// Both are what follows the path; a file that is missing is none to rename.
+void AuditFile::Rename(const std::string& from, const std::string& to) const {
+    const std::string target = location + to;
+    const int error = ::rename((location + from).c_str(), target.c_str()) == 0 ? 0 : errno;
+    if (error != 0 && error != ENOENT) {
+        throw Pellmar::IOException("Cannot rename " + path + from + " to " + path + to + ": " +
+                                   ReasonOf(error));
+    }
 }
 
 bool AuditFile::IsInItsPlace() const {

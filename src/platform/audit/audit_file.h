@@ -1,4 +1,5 @@
-// The file that the audit log is kept in: opening it, noticing that it was moved away, whole lines.
+// The file that the audit log is kept in: opening it, noticing that it was moved away, whole lines,
+// renaming it when it is full.
 // What a line says is left to kvx_audit.
 #pragma once
 
@@ -11,6 +12,9 @@
 #include <sys/types.h>
 
 namespace Audit {
+
+// Bytes at which the file is renamed.
+inline constexpr off_t kMaxFileBytes = off_t{64} << 20;
 
 // Any thread. Opened by the first record, and anew when its path names another file or none, so
 // that moving the file away is all that a rotation of logs has to do.
@@ -29,11 +33,19 @@ class AuditFile {
     // or only the beginning of it.
     void Append(std::string_view record) EXCLUDES(lock);
 
+    // Renames a file of kMaxFileBytes or more to PATH.1, the PATH.1 of before to PATH.2, and so on;
+    // PATH.8 goes (kKeptFiles). Nothing happens to a shorter file.
+    //
+    // Throws Pellmar::IOException when one cannot be renamed: records go on into the same file, and
+    // the next attempt comes when that has grown by as much again.
+    void RotateWhenFull() EXCLUDES(lock);
+
   private:
     bool IsInItsPlace() const REQUIRES(lock);
     void Open() REQUIRES(lock);
     bool LastLineIsCut() const REQUIRES(lock);
     void Write(std::string_view bytes) REQUIRES(lock);
+    void Rename(const std::string& from, const std::string& to) const;
 
     const std::string path;
     const std::string location;  // `path` below the host root
@@ -43,6 +55,7 @@ class AuditFile {
     dev_t device GUARDED_BY(lock) = 0;
     ino_t inode GUARDED_BY(lock) = 0;
     bool lineIsCut GUARDED_BY(lock) = false;
+    off_t fullSize GUARDED_BY(lock) = kMaxFileBytes;
 };
 
 }  // namespace Audit

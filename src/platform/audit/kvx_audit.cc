@@ -98,5 +98,12 @@ void KvxAudit_LogList(std::string_view eventID, std::string_view subject, std::s
             log.logger, 3, "Audit record of %1 for user \"%2\" (success: %3) is lost: %4",
             object.substr(0, kMaxLoggedBytes), subject.substr(0, kMaxLoggedBytes),
             success ? "true" : "false", error.what());
+        return;
+    }
+    try {
+        log.file.RotateWhenFull();
+    } catch (const std::exception& error) {
+        Pellmar::Service::LogInternal(log.logger, 3, "The audit log grows beyond its bound: %1",
+                                      error.what());
     }
 }

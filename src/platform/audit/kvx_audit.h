@@ -15,6 +15,9 @@ namespace Audit {
 // A host path.
 inline constexpr const char* kLogPath = "/var/log/korvex/audit.jsonl";
 
+// How many full files are kept: kLogPath and ".1", the newest, to ".8".
+inline constexpr int kKeptFiles = 8;
+
 // Longer texts are cut and end in U+2026.
 inline constexpr std::size_t kMaxTextBytes = 8192;
 // Of more pairs only these are recorded, and a pair of U+2026 twice stands for the rest.
@@ -30,7 +33,7 @@ struct KvxAuditPair {
 // Appends one record. `pairs` is a list that ends with an empty pair (no key, no value), or null
 // for none; of equal keys the last counts. Bytes that are not UTF-8 are recorded as U+FFFD. "time"
 // is the time of the call. The file is made when it is missing and may be moved away at any time;
-// see audit_file.h for its modes and its lines.
+// see audit_file.h for its modes, its lines and how a full one is renamed.
 //
 // Any thread. Never throws: for a record that cannot be written a line at level 3 of the logger
 // "KvxAudit" says what was lost, why, and what to do.

@@ -14,6 +14,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <memory>
 #include <set>
@@ -153,6 +154,39 @@ TEST_F(KvxAudit, FollowsAFileThatIsMovedAwayOrRemoved) {
     Record("fourth");
     EXPECT_THAT(SubjectsIn(file), ElementsAre("fourth"));
     EXPECT_THAT(log.Lines(), testing::IsEmpty());
+}
+
+TEST_F(KvxAudit, RenamesAFullFileAndKeepsEight) {
+    const auto numbered = [this](int number) {
+        return fs::path(file.string() + "." + std::to_string(number));
+    };
+    const auto fill = [this](const std::string& subject) {
+        Record(subject);
+        fs::resize_file(file, (64 << 20) - 1);  // the record that ends the cut line is one too many
+        Record(subject);
+    };
+    for (int number = 9; number > 0; --number) {
+        fill(std::to_string(number));
+    }
+    EXPECT_FALSE(fs::exists(file));
+    for (int number = 1; number <= 8; ++number) {
+        std::ifstream rotated(numbered(number));
+        std::string record;
+        std::getline(rotated, record, '}');
+        EXPECT_NE(record.find(R"("subject":")" + std::to_string(number)), std::string::npos);
+    }
+    EXPECT_FALSE(fs::exists(numbered(9)));
+    EXPECT_THAT(log.Lines(), testing::IsEmpty());
+
+    fs::remove(numbered(8));
+    fs::create_directory(numbered(8));
+    fill("stays");
+    Record("goes on");
+    EXPECT_GT(fs::file_size(file), 64U << 20);
+    EXPECT_THAT(log.Lines(),
+                ElementsAre("3 KvxAudit: The audit log grows beyond its bound: Cannot rename "
+                            "/var/log/korvex/audit.jsonl.7 to /var/log/korvex/audit.jsonl.8: what "
+                            "stands there is no regular file; move it away"));
 }
 
 TEST_F(KvxAudit, SaysWhatStandsInThePlaceOfItsFile) {
