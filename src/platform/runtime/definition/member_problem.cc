@@ -40,6 +40,9 @@ struct KindInWords {
     std::string operator()(std::int64_t /*value*/) const { return "an integer"; }
     std::string operator()(double /*value*/) const { return "a fraction or a larger number"; }
     std::string operator()(const std::string& /*value*/) const { return "a string"; }
+    std::string operator()(const std::shared_ptr<const std::string>& /*value*/) const {
+        return "a string";
+    }
     std::string operator()(DateTime /*value*/) const { return "a date-time"; }
     std::string operator()(const std::shared_ptr<const Data::StructureValue>& /*value*/) const {
         return "an object";

@@ -9,6 +9,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -102,6 +103,9 @@ Data::DataValue ToOwnedData(const T& native, const Owner& owner) {
         return ToStructureData(native, owner);
     } else if constexpr (IsEnumeration<T>) {
         return Data::DataValue(std::string(TextOf(native)));
+    } else if constexpr (std::is_same_v<T, std::string>) {
+        return owner ? Data::DataValue(std::shared_ptr<const std::string>(owner, &native))
+                     : Data::DataValue(native);
     } else {
         return Data::DataValue(native);
     }
@@ -113,9 +117,9 @@ Data::DataValue ToData(const T& native) {
     return ToOwnedData(native, nullptr);
 }
 
-// The same, where a list of structures stays in its native form and keeps `native` alive: each
-// element is converted while it is written, so that a long answer is not held twice. `native` is
-// not null and does not change any more.
+// The same, where texts and lists of structures stay in their native form and keep `native` alive:
+// each element is converted while it is written, so that a long answer is not held twice. `native`
+// is not null and does not change any more.
 template <typename T>
 Data::DataValue ToData(const std::shared_ptr<const T>& native) {
     return ToOwnedData(*native, native);

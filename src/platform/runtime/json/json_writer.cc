@@ -56,6 +56,9 @@ class ScalarWriter {
         AppendString(value, json);
         return true;
     }
+    bool operator()(const std::shared_ptr<const std::string>& value) const {
+        return (*this)(*value);
+    }
     bool operator()(DateTime value) const { return Put('"' + value.ToString() + '"'); }
     template <typename Container>
     bool operator()(const std::shared_ptr<const Container>& /*value*/) const {

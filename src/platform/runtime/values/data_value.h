@@ -22,15 +22,16 @@ class DataValue;
 
 using ListValue = std::vector<DataValue>;
 
-// An unset value (JSON null), a truth value, a number, a text (bytes, meant to be UTF-8), a time, a
-// list, a structure, or a list whose elements are made when they are asked for. Enumerations are
+// An unset value (JSON null), a truth value, a number, a text (bytes, meant to be UTF-8; one of a
+// native value is shared with it), a time, a list, a structure, or a list whose elements are made
+// when they are asked for. Enumerations are
 // carried as the text of their value. A number with a fraction only ever comes in from clients.
 class DataValue {
   public:
     using Variant =
         std::variant<std::monostate, bool, std::int64_t, double, std::string, DateTime,
-                     std::shared_ptr<const ListValue>, std::shared_ptr<const StructureValue>,
-                     std::shared_ptr<const ListSource>>;
+                     std::shared_ptr<const std::string>, std::shared_ptr<const ListValue>,
+                     std::shared_ptr<const StructureValue>, std::shared_ptr<const ListSource>>;
 
     DataValue() = default;
     explicit DataValue(bool value) : content(value) {}
@@ -40,6 +41,7 @@ class DataValue {
     explicit DataValue(const char* value) : content(std::string(value)) {}
     explicit DataValue(DateTime value) : content(value) {}
     // None of the pointers is null.
+    explicit DataValue(std::shared_ptr<const std::string> value) : content(std::move(value)) {}
     explicit DataValue(std::shared_ptr<const ListValue> value) : content(std::move(value)) {}
     explicit DataValue(std::shared_ptr<const StructureValue> value) : content(std::move(value)) {}
     explicit DataValue(std::shared_ptr<const ListSource> value) : content(std::move(value)) {}

@@ -179,10 +179,16 @@ TEST(Native, KeepsALongResultInItsNativeForm) {
         tree->leaves.push_back(std::make_shared<Leaf>(Leaf{name, {}}));
     }
     const std::weak_ptr<Tree> watched = tree;
+    const std::string* const text = &tree->leaves.front()->name;
     DataValue value = ToData(std::shared_ptr<const Tree>(std::move(tree)));
     const DataValue leaves = *value.AsStructure()->Find("leaves");
     value = DataValue();
-    ASSERT_NE(leaves.As<std::shared_ptr<const ListSource>>(), nullptr);
+    const auto* source = leaves.As<std::shared_ptr<const ListSource>>();
+    ASSERT_NE(source, nullptr);
+    const DataValue leaf = (*source)->At(0);
+    const auto* shared = leaf.AsStructure()->Find("name")->As<std::shared_ptr<const std::string>>();
+    ASSERT_NE(shared, nullptr);
+    EXPECT_EQ(shared->get(), text);
     EXPECT_FALSE(watched.expired());
     EXPECT_EQ(Write(leaves), R"([{"name":"a"},{"name":"b"}])");
 }
