@@ -82,7 +82,7 @@ std::vector<ReportFile> Publisher::ListReportFiles(const std::vector<std::string
 
 std::vector<Report> Publisher::GetReports(const std::vector<std::string>& names,
                                           const std::vector<std::int32_t>& statuses,
-                                          std::int64_t startTime) const {
+                                          std::int64_t startTime, const QueryLimits& limits) const {
     std::vector<std::shared_ptr<Filter>> filters;
     if (!statuses.empty()) {
         LogInternal(logger, 6, "Added status filter");
@@ -92,7 +92,7 @@ std::vector<Report> Publisher::GetReports(const std::vector<std::string>& names,
         LogInternal(logger, 6, "Added time filter");
         filters.push_back(std::make_shared<TimeFilter>(startTime, logger));
     }
-    return FilterReports(NameFilter(names, logger), filters);
+    return FilterReports(NameFilter(names, logger), filters, limits);
 }
 
 std::vector<ReportFile> Publisher::EnumerateReports(const Prefilter& prefilter) const {
@@ -123,17 +123,23 @@ std::vector<ReportFile> Publisher::EnumerateReports(const Prefilter& prefilter) 
     return files;
 }
 
-std::vector<Report> Publisher::FilterReports(
-    const Prefilter& prefilter, const std::vector<std::shared_ptr<Filter>>& filters) const {
+std::vector<Report> Publisher::FilterReports(const Prefilter& prefilter,
+                                             const std::vector<std::shared_ptr<Filter>>& filters,
+                                             const QueryLimits& limits) const {
     std::vector<Report> reports;
+    std::size_t unusedBytes = limits.maxTextBytes;
     for (const ReportFile& file : EnumerateReports(prefilter)) {
-        Report report = ReadReport(file.path);
+        if (limits.isAbandoned && limits.isAbandoned()) {
+            break;
+        }
+        Report report = ReadReport(file.path, unusedBytes, limits.maxTextBytes);
         if (!IsSameReportName(report.name, file.name)) {
             LogInternal(logger, 3, "Report name: %1 does not match filename: %2. Skipping %2",
                         std::string_view(report.name).substr(0, kMaxLoggedSize), file.name);
             continue;
         }
         if (PassesAll(report, filters)) {
+            unusedBytes -= TextBytes(report);
             reports.push_back(std::move(report));
         }
     }

@@ -8,8 +8,11 @@
 #include "store/filters.h"
 #include "store/report.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
+#include <limits>
 #include <memory>
 #include <string>
 #include <vector>
@@ -21,6 +24,16 @@ struct ReportFile {
     std::string name;            // any bytes but "/" and NUL
     std::filesystem::path path;  // where the link points, as it stands there
     std::string modified;        // FormatModifiedTime of that file
+};
+
+// What one query may hold and how long it goes on. By default all of it, to its end.
+struct QueryLimits {
+    // Of the texts (time and unstructured) of its reports. A report that would exceed it is left
+    // out like one that cannot be read.
+    std::size_t maxTextBytes = std::numeric_limits<std::size_t>::max();
+    // Asked before each report is read: whether nobody waits for the result any more, so that the
+    // query ends with what it has. May be null.
+    std::function<bool()> isAbandoned;
 };
 
 // Never changes after construction: any thread, queries side by side too, while reports are being
@@ -43,15 +56,18 @@ class Publisher {
     // itself otherwise than its link is left out.
     std::vector<Report> GetReports(const std::vector<std::string>& names,
                                    const std::vector<std::int32_t>& statuses,
-                                   std::int64_t startTime) const;
+                                   std::int64_t startTime, const QueryLimits& limits = {}) const;
 
   private:
     std::vector<ReportFile> EnumerateReports(const Prefilter& prefilter) const;
     std::vector<Report> FilterReports(const Prefilter& prefilter,
-                                      const std::vector<std::shared_ptr<Filter>>& filters) const;
+                                      const std::vector<std::shared_ptr<Filter>>& filters,
+                                      const QueryLimits& limits) const;
     bool PassesAll(const Report& report, const std::vector<std::shared_ptr<Filter>>& filters) const;
-    // An unfilled record when the report cannot be had, which is logged. In report_reader.cc.
-    Report ReadReport(const std::filesystem::path& path) const;
+    // An unfilled record when the report cannot be had, which is logged: also one whose document or
+    // texts are longer than `unusedBytes`, what is left of `maxTextBytes`. In report_reader.cc.
+    Report ReadReport(const std::filesystem::path& path, std::size_t unusedBytes,
+                      std::size_t maxTextBytes) const;
 
     const std::string directory;
     const Pellmar::Ref<Pellmar::Service::Logger> logger;

@@ -30,6 +30,11 @@ struct Report {
     std::string unstructured;  // JSON without blanks, members in byte order of their names
 };
 
+// The bytes of its texts, the name aside, which is as short as that of a file.
+inline std::size_t TextBytes(const Report& report) {
+    return report.time.size() + report.unstructured.size();
+}
+
 // A longer stored report is not read.
 inline constexpr std::size_t kMaxStoredSize = 16 * 1024 * 1024;
 

@@ -5,6 +5,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstddef>
 #include <exception>
@@ -19,9 +20,15 @@ namespace {
 using nlohmann::json;
 using Pellmar::Service::LogInternal;
 
+std::runtime_error BeyondBound(std::size_t maxTextBytes) {
+    return std::runtime_error("beyond the " + std::to_string(maxTextBytes) +
+                              " bytes of one listing; ask for it by name");
+}
+
 }  // namespace
 
-Report Publisher::ReadReport(const std::filesystem::path& path) const {
+Report Publisher::ReadReport(const std::filesystem::path& path, std::size_t unusedBytes,
+                             std::size_t maxTextBytes) const {
     LogInternal(logger, 6, "Reading file: %1", path.native());
     Sys::OwnedFd file;
     const int openError = Sys::OpenRegularFile(path, file);
@@ -34,11 +41,15 @@ Report Publisher::ReadReport(const std::filesystem::path& path) const {
             throw std::runtime_error("not a regular file; remove the link that leads to it");
         }
         std::string text;
-        if (Sys::ReadAll(file.Get(), kMaxStoredSize + 1, text) != 0) {
+        const std::size_t maxSize = std::min(kMaxStoredSize, unusedBytes);
+        if (Sys::ReadAll(file.Get(), maxSize + 1, text) != 0) {
             LogInternal(logger, 3, "Error reading file: %1", path.native());
             return {};
         }
-        if (text.size() > kMaxStoredSize) {
+        if (text.size() > maxSize && maxSize < kMaxStoredSize) {
+            throw BeyondBound(maxTextBytes);
+        }
+        if (text.size() > maxSize) {
             throw std::runtime_error("longer than " + std::to_string(kMaxStoredSize) +
                                      " bytes; remove it or post a shorter report");
         }
@@ -48,6 +59,9 @@ Report Publisher::ReadReport(const std::filesystem::path& path) const {
         }
         Report report;
         ReportFromJson(document, report);
+        if (TextBytes(report) > unusedBytes) {
+            throw BeyondBound(maxTextBytes);
+        }
         return report;
     } catch (const json::exception& exception) {
         // The library repeats the token at fault, which may be the whole file.

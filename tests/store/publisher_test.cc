@@ -36,6 +36,7 @@ using Test::HostDirectory;
 using Test::WriteFile;
 using testing::AllOf;
 using testing::ElementsAre;
+using testing::EndsWith;
 using testing::IsEmpty;
 using testing::Lt;
 using testing::SizeIs;
@@ -235,6 +236,34 @@ TEST(Publisher, LeavesOutReportsThatCannotBeRead) {
                                        publisher + "Report name:  does not match filename: odd. "
                                                    "Skipping odd"));
     }
+}
+
+TEST(Publisher, EndsAQueryAtItsLimits) {
+    const Published store;
+    for (const char* const name : {"a", "b", "c"}) {
+        store.Store(name, Document(name));
+    }
+    const auto count = [&](const Sentrel::QueryLimits& limits, const char* name = nullptr) {
+        const auto names = name ? std::vector<std::string>{name} : std::vector<std::string>{};
+        return store.publisher.GetReports(names, {}, kNoStartTime, limits).size();
+    };
+    const std::size_t size = Document("a").size();
+    const std::size_t texts = sizeof("2024-03-05T14:07:09") - 1 + sizeof("{}") - 1;
+    EXPECT_EQ(count({.maxTextBytes = 2 * texts + size}), 3U);
+    EXPECT_THAT(store.Failures(), IsEmpty());
+    EXPECT_EQ(count({.maxTextBytes = 2 * texts + size - 1}), 2U);
+    EXPECT_THAT(
+        store.Failures(),
+        ElementsAre(AllOf(StartsWith("3 publisher: Error reading " + store.directory),
+                          EndsWith("-0.json: beyond the " + std::to_string(2 * texts + size - 1) +
+                                   " bytes of one listing; ask for it by name")),
+                    StartsWith("3 publisher: Report name:  does not match filename: ")));
+    const ::Test::ReportText growing{"grows", "", 0, "[1e9,1e9,1e9,1e9,1e9,1e9,1e9,1e9,1e9]"};
+    store.Store("grows", growing.Document());
+    EXPECT_EQ(count({.maxTextBytes = growing.Document().size()}, "grows"), 0U);
+    EXPECT_EQ(count({}, "grows"), 1U);
+    int asked = 0;
+    EXPECT_EQ(count({.isAbandoned = [&asked] { return ++asked > 2; }}), 2U);
 }
 
 TEST(Publisher, WantsTheLinksNameInTheReport) {
