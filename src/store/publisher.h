@@ -33,7 +33,7 @@ struct QueryLimits {
     std::size_t maxTextBytes = std::numeric_limits<std::size_t>::max();
     // Asked before each report is read: whether nobody waits for the result any more, so that the
     // query ends with what it has. May be null.
-    std::function<bool()> isAbandoned;
+    std::function<bool()> isAbandoned{};
 };
 
 // Never changes after construction: any thread, queries side by side too, while reports are being

@@ -19,18 +19,32 @@ void TokenHandler::Authenticate(const Quon::CallContext& context,
         result.SetValue({.anonymous = true, .userName = "", .entitlements = {}});
         return;
     }
-    Token::TokenClaims claims;
     std::string reason;
-    if (!verifier.Verify(*context.token, std::chrono::system_clock::now(), claims, reason)) {
+    std::optional<Quon::AuthenticationData> caller = Verify(*context.token, reason);
+    if (!caller) {
         Pellmar::Service::LogInternal(logger, 3, {.event = Pellmar::Service::LogEvent::Refusal},
                                       "A token is refused: %1", reason);
         result.SetError(Quon::Std::MakeError(Quon::Std::ErrorType::Unauthenticated,
                                              {Quon::L10n::MakeMessage("quon.unauthenticated")}));
         return;
     }
-    result.SetValue({.anonymous = false,
-                     .userName = std::move(claims.subject),
-                     .entitlements = std::move(claims.entitlements)});
+    result.SetValue(std::move(*caller));
+}
+
+std::optional<Quon::AuthenticationData> TokenHandler::Recognize(const Quon::CallContext& context) {
+    std::string reason;
+    return context.token ? Verify(*context.token, reason) : std::nullopt;
+}
+
+std::optional<Quon::AuthenticationData> TokenHandler::Verify(const std::string& token,
+                                                             std::string& reason) {
+    Token::TokenClaims claims;
+    if (!verifier.Verify(token, std::chrono::system_clock::now(), claims, reason)) {
+        return std::nullopt;
+    }
+    return Quon::AuthenticationData{.anonymous = false,
+                                    .userName = std::move(claims.subject),
+                                    .entitlements = std::move(claims.entitlements)};
 }
 
 }  // namespace Oru::Authn

@@ -5,6 +5,7 @@
 #include "platform/runtime/call/authentication.h"
 #include "platform/token/token_verifier.h"
 
+#include <optional>
 #include <string>
 
 namespace Oru::Authn {
@@ -20,8 +21,12 @@ class TokenHandler : public Quon::Authn::AsyncAuthenticationHandler {
     // entitlements. Any other token gives the unauthenticated error, which does not say why.
     void Authenticate(const Quon::CallContext& context,
                       Quon::AsyncResult<Quon::AuthenticationData> result) override;
+    std::optional<Quon::AuthenticationData> Recognize(const Quon::CallContext& context) override;
 
   private:
+    // Nothing when the token is not valid: `reason` says why.
+    std::optional<Quon::AuthenticationData> Verify(const std::string& token, std::string& reason);
+
     const Pellmar::Ref<Pellmar::Service::Logger> logger;
     Token::TokenVerifier verifier;
 };

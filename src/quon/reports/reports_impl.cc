@@ -35,7 +35,8 @@ void ReportsImpl::Get(const std::string& name, const ::Quon::CallContext& /*cont
         result.SetError(ToErrorValue(Errors::NotFound{}));
         return;
     }
-    std::vector<Sentrel::Report> reports = publisher->GetReports({name}, {}, Sentrel::kNoStartTime);
+    std::vector<Sentrel::Report> reports = publisher->GetReports(
+        {name}, {}, Sentrel::kNoStartTime, {.maxTextBytes = kMaxResultTextBytes});
     if (reports.size() > 1) {
         LogInternal(logger, 3, "multiple reports found: %1", reports.size());
         result.SetError(ToErrorValue(Errors::Error{}));
@@ -55,7 +56,7 @@ void ReportsImpl::Get(const std::string& name, const ::Quon::CallContext& /*cont
 }
 
 void ReportsImpl::List(const std::optional<FilterSpec>& filter, std::optional<DetailLevel> detail,
-                       const ::Quon::CallContext& /*context*/,
+                       const ::Quon::CallContext& context,
                        ::Quon::AsyncResult<std::shared_ptr<const ListResult>> result) {
     LogInternal(logger, 7, "List() invoked");
     const std::vector<std::string> names = RequestedNames(filter);
@@ -63,7 +64,13 @@ void ReportsImpl::List(const std::optional<FilterSpec>& filter, std::optional<De
         result.SetValue(BuildBriefListing(publisher->ListReportFiles(names), logger));
         return;
     }
-    std::vector<Sentrel::Report> reports = publisher->GetReports(names, {}, Sentrel::kNoStartTime);
+    std::vector<Sentrel::Report> reports = publisher->GetReports(
+        names, {}, Sentrel::kNoStartTime,
+        {.maxTextBytes = kMaxResultTextBytes, .isAbandoned = context.isAbandoned});
+    if (context.isAbandoned && context.isAbandoned()) {
+        result.SetError(ToErrorValue(Errors::Error{}));  // some may be missing
+        return;
+    }
     LogInternal(logger, 7, "Reports retrieved by Publisher: %1", reports.size());
     result.SetValue(BuildFullListing(std::move(reports), logger));
 }

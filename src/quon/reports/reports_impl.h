@@ -7,11 +7,15 @@
 #include "platform/pellmar/object.h"
 #include "store/publisher.h"
 
+#include <cstddef>
 #include <memory>
 #include <optional>
 #include <string>
 
 namespace Com::Korvex::Oru::Observability::ReportsSvc {
+
+// The texts that one result holds: reports beyond it are left out.
+inline constexpr std::size_t kMaxResultTextBytes = 64 * 1024 * 1024;
 
 // Immutable: any thread. Every outcome is delivered before the operation returns. Only
 // std::bad_alloc is thrown, and nothing has been delivered then.
@@ -26,8 +30,8 @@ class ReportsImpl : public AsyncServiceInterface {
     void Get(const std::string& name, const ::Quon::CallContext& context,
              ::Quon::AsyncResult<std::shared_ptr<const Info>> result) override;
 
-    // Always delivers a listing: the full one for FULL, else the brief one. Reports whose time is
-    // none are left out.
+    // Delivers a listing: the full one for FULL, else the brief one. Reports whose time is none are
+    // left out. Only a full one that is abandoned on the way delivers the generic error.
     void List(const std::optional<FilterSpec>& filter, std::optional<DetailLevel> detail,
               const ::Quon::CallContext& context,
               ::Quon::AsyncResult<std::shared_ptr<const ListResult>> result) override;

@@ -21,6 +21,17 @@ void Connection::Start() {
     });
 }
 
+std::size_t Connection::HeldBodyBytes() const {
+    return (body ? body->HeldBytes() : 0) + (waitingCall ? waitingCall->parameters.capacity() : 0);
+}
+
+bool Connection::HoldsStalledAnswer() const {
+    const ServerLimits& limits = services->configuration.limits;
+    const TimePoint now = std::chrono::steady_clock::now();
+    return HoldsAnswer() &&
+           (*waitingSince <= now - limits.answerGrace || answeringSince <= now - limits.answerTime);
+}
+
 // The memory of the request goes now: what was under way may hold the connection for a while.
 void Connection::Close() {
     if (!isOpen) {
@@ -30,6 +41,8 @@ void Connection::Close() {
     EndWait();
     stream.Close();
     body.reset();
+    waitingCall.reset();
+    answer.reset();
     if (tookMuchMemory) {
         table.ReleaseMemory();
     }
@@ -136,9 +149,11 @@ void Connection::RefuseHead(const std::error_code& reason) {
 // A request that is here already takes its turn after those of the other connections.
 void Connection::FinishRequest() {
     Log(kTracing, "Request handled");
+    idle.since = std::chrono::steady_clock::now();
     if (std::exchange(tookMuchMemory, false)) {
         table.ReleaseMemory();
     }
+    table.BeginCalls();
     if (!facts.keepAlive) {
         return Linger();
     }

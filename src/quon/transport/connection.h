@@ -9,6 +9,7 @@
 // deadline has passed and who has to go when there are too many is connection_table.h.
 #pragma once
 
+#include "platform/http1/connection_bound.h"
 #include "platform/http1/request_head.h"
 #include "platform/runtime/call/call.h"
 #include "platform/runtime/call/logger.h"
@@ -62,12 +63,20 @@ class Connection : public std::enable_shared_from_this<Connection> {
     const std::optional<TimePoint>& WaitingSince() const { return waitingSince; }
     // When the wait is given up; nothing during a call.
     const std::optional<TimePoint>& Deadline() const { return deadline; }
-    // Whether a call on it came with a good token.
-    bool IsVerified() const { return isVerified; }
-    // Memory of an unfinished body, in bytes.
-    std::size_t HeldBodyBytes() const { return body ? body->HeldBytes() : 0; }
-    // Whether it holds a result, more of which is to be sent than the present piece.
-    bool HoldsAnswer() const { return answer && !answer->IsLast(); }
+    // Whether its last call came with a valid token.
+    bool IsVerified() const { return idle.isVerified; }
+    // Since when it has been idle, for the bound of connections.
+    const Http1::WaitingConnection& Idle() const { return idle; }
+    // Memory of an unfinished body, or of a call that waits for its turn, in bytes.
+    std::size_t HeldBodyBytes() const;
+    // Whether a call on it is in progress, or it holds a result, more of which is to be sent than
+    // the present piece.
+    bool HoldsPlace() const { return isCalling || HoldsAnswer(); }
+    // Whether it holds such a result whose client takes too long for it.
+    bool HoldsStalledAnswer() const;
+
+    // The turn of the call has come that waits on it.
+    void BeginCall();
 
   private:
     using Step = void (Connection::*)(const std::error_code& error, std::size_t count);
@@ -85,6 +94,7 @@ class Connection : public std::enable_shared_from_this<Connection> {
     void Fail(std::string_view reason);
     void Fail(std::string_view operation, const std::error_code& error);
     void Log(LogLevel level, std::string_view text) const;
+    bool HoldsAnswer() const { return answer && !answer->IsLast(); }
 
     // connection.cc: heads, and what follows an answer
     void DoReadHead();
@@ -108,7 +118,7 @@ class Connection : public std::enable_shared_from_this<Connection> {
     void OnRejectionSent(const std::error_code& error, std::size_t count);
     void HandleDocument(std::string document);
     void OnReaderErrorSent(const std::error_code& error, std::size_t count);
-    void OnCallEnded(const CallContext& context, Outcome<Data::DataValue> outcome);
+    void OnCallEnded(Outcome<Data::DataValue> outcome);
     void DoSendPiece(Step step);
     void OnFirstPieceSent(const std::error_code& error, std::size_t count);
     void OnPieceSent(const std::error_code& error, std::size_t count);
@@ -121,18 +131,21 @@ class Connection : public std::enable_shared_from_this<Connection> {
     InputBuffer input;
     Http1::HeadScanner scanner;  // of the head that `input` begins with
     bool isOpen = true;
-    bool isVerified = false;
+    Http1::WaitingConnection idle{.since = std::chrono::steady_clock::now()};
     std::optional<TimePoint> waitingSince;
     std::optional<TimePoint> deadline;
     std::size_t droppedBytes = 0;  // since the last answer
     bool tookMuchMemory = false;   // since it was last given back
+    bool isCalling = false;
 
     // Of the present request.
     RequestFacts facts;
     std::optional<BodyReader> body;
     std::string requestId;  // JSON text
+    std::shared_ptr<Call> waitingCall;
     std::string outgoing;
     std::optional<CallAnswer> answer;
+    TimePoint answeringSince;
     std::size_t answerBytes = 0;  // so far
 };
 

@@ -92,6 +92,7 @@ void Connection::OnRejectionSent(const std::error_code& error, std::size_t count
 }
 
 void Connection::HandleDocument(std::string document) {
+    idle.hasSentRequest = true;
     auto read = services->deserializer.Deserialize(document);
     document = std::string();  // a call may take long and need memory
     if (const auto* error = std::get_if<Protocol::Json::JsonRequestError>(&read)) {
@@ -104,13 +105,36 @@ void Connection::HandleDocument(std::string document) {
     call->operation = std::move(request.operation);
     call->parameters = std::move(request.parameters);
     call->context.token = std::exchange(facts.token, std::nullopt);
-    EndWait();
-    services->provider->Invoke(
-        call, CallResult([weak = weak_from_this(), call](Outcome<Data::DataValue> outcome) {
-            if (const auto self = weak.lock()) {
-                self->Run([&] { self->OnCallEnded(call->context, std::move(outcome)); });
-            }
-        }));
+    call->context.isAbandoned = [weak = weak_from_this()] {
+        const auto self = weak.lock();
+        return !self || !self->isOpen || self->stream.HasClientLeft();
+    };
+    const bool hasToken = services->provider->Recognize(call->context);
+    idle.isVerified = hasToken;
+    waitingCall = call;
+    BeginWait(services->configuration.readTimeout);
+    table.BoundBodies();
+    if (isOpen) {  // it may have been this one that had to go
+        table.AwaitTurn(*this, hasToken ? Caller::Verified : Caller::Anonymous);
+    }
+}
+
+void Connection::BeginCall() {
+    const auto holder = shared_from_this();  // it may be closed below
+    Run([this] {
+        if (stream.HasClientLeft()) {
+            return Fail("the client has left before its call began");
+        }
+        const std::shared_ptr<Call> call = std::move(waitingCall);
+        EndWait();
+        isCalling = true;
+        services->provider->Invoke(
+            call, CallResult([weak = weak_from_this()](Outcome<Data::DataValue> outcome) {
+                if (const auto self = weak.lock()) {
+                    self->Run([&] { self->OnCallEnded(std::move(outcome)); });
+                }
+            }));
+    });
 }
 
 void Connection::OnReaderErrorSent(const std::error_code& error, std::size_t) {
@@ -122,11 +146,11 @@ void Connection::OnReaderErrorSent(const std::error_code& error, std::size_t) {
     FinishRequest();
 }
 
-void Connection::OnCallEnded(const CallContext& context, Outcome<Data::DataValue> outcome) {
-    if (context.authentication && !context.authentication->anonymous) {
-        isVerified = true;
-    }
+void Connection::OnCallEnded(Outcome<Data::DataValue> outcome) {
+    isCalling = false;
     answer.emplace(facts, requestId, std::move(outcome));
+    tookMuchMemory = tookMuchMemory || HoldsAnswer();
+    answeringSince = std::chrono::steady_clock::now();
     answerBytes = 0;
     DoSendPiece(&Connection::OnFirstPieceSent);
 }
@@ -138,7 +162,9 @@ void Connection::DoSendPiece(Step step) {
     if (stream.Send({answer->First(), answer->Second()}, Then(step))) {
         return (this->*step)({}, 0);
     }
-    table.BoundAnswers();
+    if (!HoldsPlace()) {
+        table.BeginCalls();
+    }
 }
 
 void Connection::OnFirstPieceSent(const std::error_code& error, std::size_t) {

@@ -19,8 +19,6 @@ bool HoldsMuch(const Connection& connection) {
     return !connection.IsVerified() && connection.HeldBodyBytes() > kFreeBodyBytes;
 }
 
-bool HoldsAnswer(const Connection& connection) { return connection.HoldsAnswer(); }
-
 }  // namespace
 
 struct ConnectionTable::Timer {
@@ -31,20 +29,18 @@ struct ConnectionTable::Timer {
 
 ConnectionTable::ConnectionTable(boost::asio::io_context& context,
                                  std::shared_ptr<const ConnectionServices> services)
-    : context(context), services(std::move(services)), timer(std::make_unique<Timer>(context)) {}
+    : context(context),
+      services(std::move(services)),
+      timer(std::make_unique<Timer>(context)),
+      waitingCalls(this->services->configuration.limits.anonymousCallsPerSecond) {}
 
 ConnectionTable::~ConnectionTable() = default;
 
 void ConnectionTable::Admit(Sys::OwnedFd socket) {
     if (connections.size() >= services->configuration.limits.maxConnections) {
-        std::shared_ptr<Connection> idle = FindLongestWaiting(
-            [](const Connection& connection) { return !connection.IsVerified(); });
-        if (!idle) {
-            idle = FindLongestWaiting([](const Connection&) { return true; });
-        }
-        services->logger->Log(kPerRequest,
-                              idle ? "Too many connections: the one that waits longest is closed"
-                                   : "Too many connections: a new one is closed");
+        const std::shared_ptr<Connection> idle = FindWhoGivesWay();
+        services->logger->Log(kPerRequest, idle ? "Too many connections: an idle one is closed"
+                                                : "Too many connections: a new one is closed");
         if (!idle) {
             return;
         }
@@ -57,6 +53,7 @@ void ConnectionTable::Admit(Sys::OwnedFd socket) {
 }
 
 void ConnectionTable::CloseAll() {
+    beginsCalls = true;  // so that none does any more
     while (!connections.empty()) {
         (*connections.begin())->Close();
     }
@@ -65,6 +62,8 @@ void ConnectionTable::CloseAll() {
 
 void ConnectionTable::Remove(const std::shared_ptr<Connection>& connection) {
     connections.erase(connection);
+    waitingCalls.Remove(*connection);
+    BeginCalls();
 }
 
 void ConnectionTable::Watch(TimePoint deadline) {
@@ -98,6 +97,8 @@ void ConnectionTable::OnTimer() {
     }
     timerTime = TimePoint::max();
     Watch(next);
+    CloseStalledAnswer();
+    BeginCalls();
 }
 
 void ConnectionTable::BoundBodies() {
@@ -115,21 +116,54 @@ void ConnectionTable::BoundBodies() {
     }
 }
 
-void ConnectionTable::BoundAnswers() {
-    const ServerLimits& limits = services->configuration.limits;
-    auto held = static_cast<std::size_t>(
-        std::count_if(connections.begin(), connections.end(),
-                      [](const auto& connection) { return HoldsAnswer(*connection); }));
-    const TimePoint stalled = std::chrono::steady_clock::now() - limits.answerGrace;
-    for (; held > limits.maxUnfinishedAnswers; --held) {
-        const std::shared_ptr<Connection> longest = FindLongestWaiting(HoldsAnswer);
-        if (!longest || *longest->WaitingSince() > stalled) {
-            return;
+void ConnectionTable::AwaitTurn(Connection& connection, Caller caller) {
+    waitingCalls.Add(connection, caller);
+    BeginCalls();
+}
+
+void ConnectionTable::BeginCalls() {
+    if (waitingCalls.IsEmpty() || beginsCalls) {
+        return;  // a call that begins may end inside the loop below, which goes on then
+    }
+    beginsCalls = true;
+    const TimePoint now = std::chrono::steady_clock::now();
+    while (HasPlaceForCall()) {
+        Connection* const connection = waitingCalls.Take(now);
+        if (connection == nullptr) {
+            break;
         }
+        connection->BeginCall();
+    }
+    beginsCalls = false;
+    if (waitingCalls.IsEmpty()) {
+        return;
+    }
+    if (HasPlaceForCall()) {
+        Watch(*waitingCalls.NextAnonymousTurn());
+    } else {
+        Watch(now + services->configuration.limits.answerGrace);
+    }
+}
+
+bool ConnectionTable::HasPlaceForCall() const {
+    const auto inUse =
+        std::count_if(connections.begin(), connections.end(),
+                      [](const auto& connection) { return connection->HoldsPlace(); });
+    return static_cast<std::size_t>(inUse) < services->configuration.limits.maxCalls;
+}
+
+// Only from the timer: what clients have taken by then is known, however long a call took before.
+void ConnectionTable::CloseStalledAnswer() {
+    if (waitingCalls.IsEmpty() || HasPlaceForCall()) {
+        return;
+    }
+    const std::shared_ptr<Connection> slowest = FindLongestWaiting(
+        [](const Connection& connection) { return connection.HoldsStalledAnswer(); });
+    if (slowest) {
         services->logger->Log(kPerRequest,
-                              "Failed to sent response body too many unfinished answers, the one "
-                              "that waits longest is closed");
-        longest->Close();
+                              "Failed to sent response body calls wait for their turn, the answer "
+                              "that is taken slowest is cut");
+        slowest->Close();
     }
 }
 
@@ -144,6 +178,19 @@ void ConnectionTable::ReleaseMemory() {
             (void)::malloc_trim(0);  // whether there was anything does not matter
         }
     });
+}
+
+// Null when none waits.
+std::shared_ptr<Connection> ConnectionTable::FindWhoGivesWay() const {
+    const TimePoint now = std::chrono::steady_clock::now();
+    std::shared_ptr<Connection> first;
+    for (const std::shared_ptr<Connection>& connection : connections) {
+        if (connection->WaitingSince() &&
+            (!first || Http1::GivesWayBefore(connection->Idle(), first->Idle(), now))) {
+            first = connection;
+        }
+    }
+    return first;
 }
 
 // Null when none that waits meets the condition.

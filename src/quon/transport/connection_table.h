@@ -3,6 +3,7 @@
 #pragma once
 
 #include "platform/sys/owned_fd.h"
+#include "quon/transport/call_queue.h"
 #include "quon/transport/connection.h"
 
 #include <chrono>
@@ -21,9 +22,9 @@ class ConnectionTable : public std::enable_shared_from_this<ConnectionTable> {
                     std::shared_ptr<const ConnectionServices> services);
     ~ConnectionTable();
 
-    // Serves the client at the other end of `socket`. At the bound of connections the longest
-    // waiting one is closed first, one without a verified token before all others, or `socket` when
-    // none waits. Throws what Connection throws.
+    // Serves the client at the other end of `socket`. At the bound of connections one of those that
+    // wait for their client gives way (Http1::GivesWayBefore), or `socket` when none waits. Throws
+    // what Connection throws.
     void Admit(Sys::OwnedFd socket);
     // Before the table is destroyed; none is admitted any more.
     void CloseAll();
@@ -37,9 +38,10 @@ class ConnectionTable : public std::enable_shared_from_this<ConnectionTable> {
     // A connection may hold more of its unfinished body: closes the longest waiting ones without a
     // verified token while they hold too much together.
     void BoundBodies();
-    // A client does not take its answer at once: closes those that do not at all while there are
-    // too many unfinished answers.
-    void BoundAnswers();
+    // `connection` has a call to make: has it begin now, or when its turn comes.
+    void AwaitTurn(Connection& connection, Caller caller);
+    // A connection may have given up its place for a call: lets those begin that have waited.
+    void BeginCalls();
     // A connection took much memory and has no use for it any more: what is free by then is given
     // back to the system, once those in work had their turn.
     void ReleaseMemory();
@@ -50,6 +52,9 @@ class ConnectionTable : public std::enable_shared_from_this<ConnectionTable> {
     using Condition = bool (*)(const Connection& connection);
 
     std::shared_ptr<Connection> FindLongestWaiting(Condition condition) const;
+    std::shared_ptr<Connection> FindWhoGivesWay() const;
+    bool HasPlaceForCall() const;
+    void CloseStalledAnswer();
     void OnTimer();
 
     boost::asio::io_context& context;
@@ -59,6 +64,8 @@ class ConnectionTable : public std::enable_shared_from_this<ConnectionTable> {
     // costs no system call. It comes early for deadlines that were moved back, and looks again.
     const std::unique_ptr<Timer> timer;
     TimePoint timerTime = TimePoint::max();
+    CallQueue waitingCalls;
+    bool beginsCalls = false;
     bool releasesMemory = false;
 };
 

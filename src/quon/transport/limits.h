@@ -23,16 +23,19 @@ inline constexpr int kListenBacklog = 128;
 
 // As they are outside tests.
 struct ServerLimits {
-    // Open connections. For each further one, the one that waits longest for its client and never
-    // showed a good token is closed.
+    // Open connections. For each further one, an idle one is closed.
     std::size_t maxConnections = 256;
     // Unfinished bodies of all connections that never showed a good token. Beyond it, the one that
     // has been sending longest is closed.
     std::size_t maxUnverifiedBodyBytes = 40'000'000;
-    // Answers of more than one piece that are not out yet; each holds its result in memory. Beyond
-    // it, those whose client has not taken anything for the grace are closed.
-    std::size_t maxUnfinishedAnswers = 16;
+    // Calls in progress and answers of more than one piece that are not out yet, each of which
+    // holds its result in memory. A further call waits. While one does, those answers are closed
+    // whose client takes no piece for the grace, or not the whole within the time.
+    std::size_t maxCalls = 4;
     std::chrono::nanoseconds answerGrace = std::chrono::seconds(5);
+    std::chrono::nanoseconds answerTime = std::chrono::seconds(60);
+    // Calls without a valid token, of all connections together; a further one waits.
+    std::size_t anonymousCallsPerSecond = 100;
     // For a client to see its answer before the connection is closed.
     std::chrono::nanoseconds linger = std::chrono::seconds(5);
     // Before a listener that failed to bind tries again.

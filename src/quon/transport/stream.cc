@@ -1,5 +1,7 @@
 #include "quon/transport/stream.h"
 
+#include "quon/transport/client_presence.h"
+
 #include <boost/asio/basic_stream_socket.hpp>
 #include <boost/asio/buffer.hpp>
 #include <boost/asio/error.hpp>
@@ -75,6 +77,15 @@ bool Stream::Send(const Parts& parts, OnDone done) {
 }
 
 void Stream::Post(std::function<void()> task) { Net::post(socket->context, std::move(task)); }
+
+bool Stream::HasClientLeft() {
+    const auto now = std::chrono::steady_clock::now();
+    if (!hasLeft && now >= nextLook) {
+        nextLook = now + std::chrono::milliseconds(100);
+        hasLeft = PicoHttp::HasClientLeft(socket->connection.native_handle());
+    }
+    return hasLeft;
+}
 
 void Stream::FinishSending() {
     error_code ignored;  // it fails only when the client is gone already

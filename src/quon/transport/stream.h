@@ -5,6 +5,7 @@
 #include "platform/sys/owned_fd.h"
 
 #include <array>
+#include <chrono>
 #include <cstddef>
 #include <functional>
 #include <memory>
@@ -41,6 +42,10 @@ class Stream {
     // Calls `task` when what is waiting in the context had its turn.
     void Post(std::function<void()> task);
 
+    // Whether the client was seen to have gone, though nothing is received. Looks every 100 ms, and
+    // never again once it has.
+    bool HasClientLeft();
+
     // Ends the sending side, so that the client sees the end of the answer.
     void FinishSending();
     // Operations under way end with an error.
@@ -49,6 +54,8 @@ class Stream {
   private:
     struct Socket;
     const std::unique_ptr<Socket> socket;
+    std::chrono::steady_clock::time_point nextLook;
+    bool hasLeft = false;
 };
 
 }  // namespace Quon::Transport::PicoHttp

@@ -147,6 +147,20 @@ TEST(ReportsImpl, ListsByFilterAndDetail) {
     }
 }
 
+TEST(ReportsImpl, DeliversNoPartOfAnAbandonedListing) {
+    Reports reports;
+    reports.Store("cpu", {.name = "cpu"});
+    reports.Store("memory", {.name = "memory"});
+    ::Quon::CallContext context;
+    int asked = 0;
+    context.isAbandoned = [&asked] { return ++asked > 1; };
+    bool isError = false;
+    reports.service.List({}, DetailLevel::FULL, context,
+                         ::Quon::AsyncResult<std::shared_ptr<const ListResult>>(
+                             [&](auto outcome) { isError = outcome.index() == 1; }));
+    EXPECT_TRUE(isError);
+}
+
 TEST(ReportsImpl, LeavesReportsWithoutATimeOutOfListings) {
     Reports reports;
     reports.Store("cpu", {.unstructured = "1"});

@@ -45,12 +45,12 @@ std::vector<std::string> RecordedLog::Lines() const {
     return lines;
 }
 
-bool RecordedLog::WaitFor(std::string_view start) const {
+bool RecordedLog::WaitForCount(std::string_view start, int count) const {
     const auto until = std::chrono::steady_clock::now() + Deadline::kPatience;
     Sys::MutexLock held(lock);
     for (std::size_t next = 0;;) {
         for (; next < lines.size(); ++next) {
-            if (lines[next].starts_with(start)) {
+            if (lines[next].starts_with(start) && --count == 0) {
                 return true;
             }
         }
@@ -70,7 +70,6 @@ void TestProvider::Invoke(std::shared_ptr<Quon::Call> call, Quon::CallResult res
         result.SetValue(DataValue(static_cast<std::int64_t>(call->parameters.size())));
     } else if (operation == "token") {
         const auto& token = call->context.token;
-        call->context.authentication.emplace().anonymous = token != "good";
         result.SetValue(token ? DataValue("<" + *token + ">") : DataValue());
     } else if (operation == "fail") {
         result.SetError(Quon::Std::MakeError(Quon::Std::ErrorType::NotFound));

@@ -27,7 +27,8 @@ class RecordedLog : public Quon::Logger {
 
     std::vector<std::string> Lines() const;
     // Blocks until some line begins with `start`; false when that takes too long.
-    bool WaitFor(std::string_view start) const;
+    bool WaitFor(std::string_view start) const { return WaitForCount(start, 1); }
+    bool WaitForCount(std::string_view start, int count) const;
 
   private:
     mutable Sys::Mutex lock;
@@ -50,6 +51,7 @@ class TestProvider : public Quon::AsyncApiProvider {
 
     void Invoke(std::shared_ptr<Quon::Call> call, Quon::CallResult result) override;
     std::vector<Quon::OperationId> Operations() const override { return {}; }
+    bool Recognize(Quon::CallContext& context) override { return context.token == "good"; }
 
     // Blocks until a call is held, and hands it over: to be ended on the thread of the context, or
     // when that has gone.

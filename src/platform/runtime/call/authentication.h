@@ -13,6 +13,9 @@ class AsyncAuthenticationHandler {
     // throws.
     virtual void Authenticate(const CallContext& context,
                               AsyncResult<AuthenticationData> result) = 0;
+    // Who calls when Authenticate would answer a caller who is not anonymous. Says nothing of a
+    // token that it would refuse.
+    virtual std::optional<AuthenticationData> Recognize(const CallContext& context) = 0;
 };
 
 }  // namespace Quon::Authn

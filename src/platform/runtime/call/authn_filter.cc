@@ -38,4 +38,9 @@ void AsyncAuthnFilter::Invoke(std::shared_ptr<Call> call, CallResult result) {
     handler->Authenticate(call->context, std::move(answer));
 }
 
+bool AsyncAuthnFilter::Recognize(CallContext& context) {
+    context.authentication = handler->Recognize(context);
+    return context.authentication || next->Recognize(context);
+}
+
 }  // namespace Quon::Authn::Filter

@@ -21,6 +21,7 @@ class AsyncAuthnFilter : public AsyncApiProvider {
     // and the name of a caller who is not anonymous is recorded at the call's observer.
     void Invoke(std::shared_ptr<Call> call, CallResult result) override;
     std::vector<OperationId> Operations() const override { return next->Operations(); }
+    bool Recognize(CallContext& context) override;
 
   private:
     const std::shared_ptr<AsyncAuthenticationHandler> handler;

@@ -5,6 +5,7 @@
 #include "platform/runtime/values/async_result.h"
 #include "platform/runtime/values/data_value.h"
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -31,6 +32,9 @@ struct CallContext {
     std::optional<std::string> token;  // as sent; never logged, never in an answer
     std::optional<AuthenticationData> authentication;
     std::shared_ptr<CallObserver> observer;  // may be null
+    // Whether nobody waits for the outcome any more, so that a long operation may end early. May be
+    // null.
+    std::function<bool()> isAbandoned;
 };
 
 struct Call {
@@ -60,6 +64,9 @@ class AsyncApiProvider {
     virtual void Invoke(std::shared_ptr<Call> call, CallResult result) = 0;
     // Every operation that can be invoked, in ascending order.
     virtual std::vector<OperationId> Operations() const = 0;
+    // Whether a valid token came with a call that is still to begin; its authentication is then
+    // filled in. Says nothing of an invalid one, which Invoke refuses.
+    virtual bool Recognize(CallContext& /*context*/) { return false; }
 };
 
 }  // namespace Quon

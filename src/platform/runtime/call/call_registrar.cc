@@ -20,12 +20,15 @@ CallRegistrar::CallRegistrar(std::shared_ptr<AsyncApiProvider> next, AuditCallba
 void CallRegistrar::Invoke(std::shared_ptr<Call> call, CallResult result) {
     auto context = std::make_shared<Api::AuditContext>(call->service, call->operation);
     call->context.observer = context;
+    if (const auto& caller = call->context.authentication; caller && !caller->anonymous) {
+        context->RecordUser(caller->userName);
+    }
     // A receiver can be copied, a result cannot.
-    auto caller = std::make_shared<CallResult>(std::move(result));
+    auto receiver = std::make_shared<CallResult>(std::move(result));
     CallResult audited(
-        [context = std::move(context), caller, audit = audit](Outcome<Data::DataValue> outcome) {
+        [context = std::move(context), receiver, audit = audit](Outcome<Data::DataValue> outcome) {
             audit(context->Map(), std::holds_alternative<Data::DataValue>(outcome));
-            caller->Set(std::move(outcome));
+            receiver->Set(std::move(outcome));
         });
     next->Invoke(std::move(call), std::move(audited));
 }

@@ -44,6 +44,7 @@ class CallRegistrar : public AsyncApiProvider {
     // gets the outcome; also for a call whose result is dropped. Becomes the call's observer.
     void Invoke(std::shared_ptr<Call> call, CallResult result) override;
     std::vector<OperationId> Operations() const override { return next->Operations(); }
+    bool Recognize(CallContext& context) override { return next->Recognize(context); }
 
   private:
     const std::shared_ptr<AsyncApiProvider> next;
