@@ -15,7 +15,7 @@ void Connection::HandleRequest() {
         Log(kMilestone, "Invalid Http request: Expect header value is not 100-continue");
         return SendText(std::string(kExpectationFailed), &Connection::OnLastTextSent);
     }
-    if (facts.requestFormats != kJson) {
+    if (facts.requestFormats != kJson || facts.hasForeignOrigin) {
         Log(kPerRequest, "Request is considered as bad");
         return Reject();
     }

@@ -1,5 +1,6 @@
 #include "quon/transport/request_facts.h"
 
+#include "platform/http1/origin.h"
 #include "quon/transport/transport_error.h"
 
 #include <algorithm>
@@ -151,6 +152,7 @@ std::error_code ReadRequestFacts(const RequestHead& head, RequestFacts& facts) {
     }
     facts.keepAlive =
         !ContainsIgnoringCase(JoinedValue(head, "connection").value_or(std::string()), "close");
+    facts.hasForeignOrigin = Http1::HasForeignOrigin(head);
     SettleBody(head, facts);
     if (const auto expect = JoinedValue(head, "expect")) {
         facts.expectation = EqualsIgnoringCase(*expect, "100-continue") ? Expectation::Continue

@@ -37,8 +37,9 @@ struct RequestFacts {
     // be mistaken about where the next request begins.
     bool keepAlive = true;
     Expectation expectation = Expectation::None;
-    std::string contentType;      // as sent
-    unsigned requestFormats = 0;  // media type bits of the content type
+    bool hasForeignOrigin = false;  // a browser sent it for a page of another host
+    std::string contentType;        // as sent
+    unsigned requestFormats = 0;    // media type bits of the content type
     unsigned responseFormat = kJson;
     // Nothing when no Authorization field was sent. Empty, which is no token, when what was sent is
     // anything but one field "Bearer <token>": such a call is not anonymous, it must be refused.

@@ -22,6 +22,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
+using Quon::Transport::PicoHttp::AsioTcpApiServer;
 using Quon::Transport::PicoHttp::ServerConfiguration;
 using ::Test::Document;
 using ::Test::Post;

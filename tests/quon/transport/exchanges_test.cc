@@ -204,6 +204,7 @@ std::vector<Row> RefusedRows() {
          JsonHead("Expect: 100-continue\r\nContent-Length: 2500001\r\n") + full + full, kTooLong},
         {"longInChunks", JsonHead(kChunks) + Chunk(full) + Chunk("x"), kInvalidRequest},
         {"hugeChunk", JsonHead(kChunks) + "7fffffffffffffff\r\nabc", kInvalidRequest},
+        {"originOfAWebPage", JsonHead("Origin: https://example.com\r\n"), kInvalidRequest},
         {"cutBody", JsonHead("Content-Length: 5\r\n") + "{", kInvalidRequest},
         {"cutChunks", JsonHead(kChunks) + Chunk(kSize), kInvalidRequest},
     };
