@@ -40,6 +40,7 @@ void Daemon::Start(const std::string& reportDirectory) {
     intakeEndpoint = Pellmar::MakeRef<Endpoint>();
     intakeEndpoint->Start(configReader, reportDirectory);
     PluginLauncher::GetInstance()->Start();
+    intakeEndpoint->ReserveNames(PluginLauncher::GetInstance()->PluginNames());
     // The first launch is half a minute away; what to reserve is known now.
     const std::int32_t poolSizeMB = Plugin::sResourcePoolSizeMB;
     Kernel::PrepareGroups(kPluginGroupPath, static_cast<unsigned>(poolSizeMB),

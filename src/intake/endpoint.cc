@@ -2,11 +2,11 @@
 #include "intake/endpoint.h"
 
 #include "core/settings/settings.h"
-#include "intake/sentrel_handler.h"
 #include "platform/pellmar/system/server_socket.h"
 #include "platform/pellmar/system/system_factory.h"
 
 #include <cstdint>
+#include <utility>
 
 namespace Sentrel {
 
@@ -32,12 +32,17 @@ void Endpoint::Start(const Ref<Pellmar::Service::ConfigReader>& configReader,
         Pellmar::System::SystemFactory::CreateServerSocket();
     // By name, so that every loopback address of the host is bound and no other.
     socket->BindAndListen("localhost", port);
-    const Ref<SentrelHandler> handler = Pellmar::MakeRef<SentrelHandler>(reportDirectory);
+    handler =
+        Pellmar::MakeRef<SentrelHandler>(reportDirectory, GetMaxReportNames(configReader, logger));
     httpService = Pellmar::Http::CreateHttpSvc(
         socket, logger, Pellmar::Http::GetDefaultResponseHeadersDefinitions());
     httpService->SetHandler(handler);
     httpService->Start();
     LogInternal(logger, 5, "HTTP endpoint listening on port: %1", port);
+}
+
+void Endpoint::ReserveNames(std::vector<std::string> pluginNames) {
+    handler->ReserveNames(std::move(pluginNames));
 }
 
 }  // namespace Sentrel

@@ -2,12 +2,14 @@
 // handler, and decides nothing about a request.
 #pragma once
 
+#include "intake/sentrel_handler.h"
 #include "platform/pellmar/config.h"
 #include "platform/pellmar/http/http_service.h"
 #include "platform/pellmar/log/logger.h"
 #include "platform/pellmar/object.h"
 
 #include <string>
+#include <vector>
 
 namespace Sentrel {
 
@@ -23,9 +25,12 @@ class Endpoint : public Pellmar::ObjectImpl {
     // in use, for one) is the caller's.
     void Start(const Pellmar::Ref<Pellmar::Service::ConfigReader>& configReader,
                const std::string& reportDirectory);
+    // Names that the bound of report names never refuses; see SentrelHandler. After Start.
+    void ReserveNames(std::vector<std::string> pluginNames);
 
   private:
     Pellmar::Ref<Pellmar::Http::HttpService> httpService;
+    Pellmar::Ref<SentrelHandler> handler;
     const Pellmar::Ref<Pellmar::Service::Logger> logger;
 };
 

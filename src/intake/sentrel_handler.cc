@@ -6,7 +6,8 @@
 #include "platform/pellmar/work/thread_pool.h"
 #include "store/report_name.h"
 
-#include <cstdint>
+#include <algorithm>
+#include <optional>
 #include <utility>
 
 namespace Sentrel {
@@ -25,9 +26,10 @@ constexpr int kReportPathLevel = 5;
 
 }  // namespace
 
-SentrelHandler::SentrelHandler(const std::string& reportDirectory)
+SentrelHandler::SentrelHandler(const std::string& reportDirectory, std::int32_t maxNames)
     : logger(Logger::CreateLogger(Logger::sDefaultLogger, "SentrelHandler")),
-      reportDirectory(reportDirectory) {
+      reportDirectory(reportDirectory),
+      maxNames(maxNames) {
     LogInternal(logger, 5, "Sentrel handler initialized");
 }
 
@@ -43,46 +45,73 @@ void SentrelHandler::HandlePost(const Ref<Request>& request, const Ref<Response>
         LogInternal(logger, kReportPathLevel, {.report = name}, "Report Path: %1",
                     std::string(reportDirectory).append(name));
     }
-    std::optional<Entry> entry = FindOrCreateEntry(name);
-    if (!entry) {
+    Name* const entry = BeginPost(name);
+    if (entry == nullptr) {
         // Without the lock: a client that does not read its answer holds up nobody else.
         response->Reply(ResponseCode::InternalServerError);
         return;
     }
-    entry->queue->Submit([handler = Ref<SentrelHandler>(this), request, response,
-                          roller = std::move(entry->roller)] {
-        WriteReport(*request, *response, *roller, handler->logger);
+    entry->second.queue->Submit([handler = Ref<SentrelHandler>(this), request, response, entry] {
+        const PostEnd end{*handler, *entry};
+        WriteReport(*request, *response, *entry->second.roller, handler->logger);
     });
 }
 
-std::optional<SentrelHandler::Entry> SentrelHandler::FindOrCreateEntry(std::string_view name) {
+void SentrelHandler::ReserveNames(std::vector<std::string> names) {
+    const Hostlib::ExclusiveLockGuard guard(lock);
+    reservedNames = std::move(names);
+}
+
+SentrelHandler::Name* SentrelHandler::BeginPost(std::string_view name) {
     const Hostlib::ExclusiveLockGuard guard(lock);
     const auto found = reportEntries.find(name);
-    if (found == reportEntries.end()) {
-        return CreateEntry(name);
+    Name* const entry = found == reportEntries.end() ? CreateEntry(name) : &*found;
+    if (found != reportEntries.end()) {
+        LogInternal(logger, 7, "Retrieved report rotation and workqueue object for report name: %1",
+                    name);
     }
-    LogInternal(logger, 7, "Retrieved report rotation and workqueue object for report name: %1",
-                name);
-    return found->second;
+    if (entry != nullptr) {
+        ++entry->second.posts;
+    }
+    return entry;
 }
 
 // Asks the file system about the report directory under the lock: once a name, and so that two
 // first posts of a name cannot make two rollers.
-std::optional<SentrelHandler::Entry> SentrelHandler::CreateEntry(std::string_view name) {
+SentrelHandler::Name* SentrelHandler::CreateEntry(std::string_view name) {
     Entry entry;
     try {
         entry.roller = Pellmar::MakeRef<ReportRoller>(reportDirectory, name, kFilesPerName, logger);
+        if (reportEntries.size() >= static_cast<std::size_t>(maxNames) && !IsReserved(name)) {
+            throw Pellmar::Exception("all " + std::to_string(maxNames) +
+                                     " report names are in use; raise max_report_names");
+        }
     } catch (const Pellmar::Exception& exception) {
         LogInternal(logger, 3, {.report = name, .event = LogEvent::Refusal},
                     "Error opening directory %1: %2", reportDirectory, exception.what());
-        return std::nullopt;
+        return nullptr;
     }
     entry.queue =
         Pellmar::System::GetThreadPool().CreateWorkQueue(std::string("work-queue-").append(name));
-    reportEntries.emplace(name, entry);
+    Name& created = *reportEntries.emplace(name, std::move(entry)).first;
     LogInternal(logger, 7, "Created report rotation and workqueue object for report name: %1",
                 name);
-    return entry;
+    return &created;
+}
+
+bool SentrelHandler::IsReserved(std::string_view name) const {
+    return std::any_of(reservedNames.begin(), reservedNames.end(), [name](const auto& reserved) {
+        return name.starts_with(reserved) &&
+               (name.size() == reserved.size() || name[reserved.size()] == '.');
+    });
+}
+
+void SentrelHandler::EndPost(Name& name) {
+    const Hostlib::ExclusiveLockGuard guard(lock);
+    Entry& entry = name.second;
+    if (--entry.posts == 0 && !entry.roller->HasFiles()) {
+        reportEntries.erase(reportEntries.find(name.first));
+    }
 }
 
 }  // namespace Sentrel

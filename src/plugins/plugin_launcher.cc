@@ -67,6 +67,16 @@ void PluginLauncher::Start() {
     ScheduleLaunches(slow);
 }
 
+std::vector<std::string> PluginLauncher::PluginNames() const {
+    std::vector<std::string> names;
+    for (const Queue* queue : {&fast, &medium, &slow}) {
+        for (const std::shared_ptr<Plugin>& plugin : (*queue)->plugins) {
+            names.push_back(plugin->GetName());
+        }
+    }
+    return names;
+}
+
 void PluginLauncher::ReadSettings() {
     const Ref<Pellmar::Service::ConfigReader> reader = GetApp().GetConfig()->GetReader();
     std::int32_t fastPeriodMinutes = 0;

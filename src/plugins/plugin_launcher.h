@@ -51,6 +51,9 @@ class PluginLauncher : public std::enable_shared_from_this<PluginLauncher> {
     // thread. Exceptions of the framework pass, such as a plugin directory that cannot be listed.
     void Start();
 
+    // The names of the plugins that Start found enabled.
+    std::vector<std::string> PluginNames() const;
+
   private:
     using Queue = std::unique_ptr<PluginCategory>;
 

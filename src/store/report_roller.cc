@@ -22,6 +22,11 @@ using Pellmar::System::SystemFactory;
 constexpr int kNewFile = 0;
 constexpr int kSymbolicLink = 1;
 constexpr int kAllEntries = -1;
+constexpr int kHighestIndex = 9;
+
+bool IsStoredReport(const File& file) {
+    return file.Exists() && !file.IsSymbolicLink() && !file.IsDirectory();
+}
 
 std::string Checked(std::string_view reportName) {
     std::string name(reportName);
@@ -60,8 +65,11 @@ bool ReportRoller::OpenTemporaryReport(Ref<FileWriter>& writer, Ref<File>& file)
     } catch (const Pellmar::Exception& exception) {
         LogInternal(logger, 3, {.report = reportName},
                     "Caught %1 while attempting to create file: %2", exception.what(), path);
+        // What stands there stays, so the next report has to take the next index.
+        hasFiles = hasFiles || SystemFactory::GetFile(path)->Exists();
         return false;
     }
+    hasFiles = true;
     file = SystemFactory::GetFile(path);
     LogInternal(logger, 6, {.report = reportName}, "Temporary report name: %1", path);
     return true;
@@ -101,17 +109,31 @@ std::int32_t ReportRoller::NextIndex() {
     return index;
 }
 
+// Asks for the ten names that can match: the directory holds the files of every name, so listing it
+// for each takes long. The "." of a name stands for any byte; only a listing finds those.
 void ReportRoller::FindHighestIndex() {
-    for (const Ref<File>& entry : SystemFactory::GetFile(baseDirectory)->List(kAllEntries)) {
-        // The name decides first, at no cost: the directory holds the files of every name, and
-        // asking what an entry is costs a system call.
-        const std::optional<int> found = MatchesStoredFile(reportName, entry->GetName());
-        if (found && *found > index && !entry->IsSymbolicLink() && !entry->IsDirectory()) {
-            index = *found;
+    if (reportName.find('.') != std::string::npos) {
+        FindHighestListedIndex();
+    } else {
+        for (int digit = kHighestIndex; digit >= 0 && index == -1; --digit) {
+            const Ref<File> file =
+                SystemFactory::GetFile(baseDirectory + StoredFileName(reportName, digit));
+            index = IsStoredReport(*file) ? digit : -1;
         }
     }
+    hasFiles = index != -1;
     if (index >= maxFiles) {
         index = -1;  // files of a larger ring
+    }
+}
+
+void ReportRoller::FindHighestListedIndex() {
+    for (const Ref<File>& entry : SystemFactory::GetFile(baseDirectory)->List(kAllEntries)) {
+        // The name decides first: asking what an entry is costs a system call.
+        const std::optional<int> found = MatchesStoredFile(reportName, entry->GetName());
+        if (found && *found > index && IsStoredReport(*entry)) {
+            index = *found;
+        }
     }
 }
 

@@ -29,7 +29,8 @@ class ReportRoller : public Pellmar::ObjectImpl {
     // Takes the next index of the ring and makes the new, empty temporary file of it. On true,
     // `writer` is open on the file and `file` names it: write the report, close the writer, then
     // call Rotate. On false the file could not be made, which is logged at level 3; the index stays
-    // used up. The first call reads the directory, and throws IOException when that fails.
+    // used up. The first call looks for stored reports of the name; where its name holds a ".", it
+    // lists the directory, and throws IOException when that fails.
     bool OpenTemporaryReport(Pellmar::Ref<Pellmar::System::FileWriter>& writer,
                              Pellmar::Ref<Pellmar::System::File>& file);
 
@@ -39,9 +40,13 @@ class ReportRoller : public Pellmar::ObjectImpl {
     // the link as it was. What stands at the link's path and is no symbolic link stays.
     void Rotate(const Pellmar::Ref<Pellmar::System::File>& temporaryFile);
 
+    // Whether a file of the name was found or created: this roller's index counts then.
+    bool HasFiles() const { return hasFiles; }
+
   private:
     std::int32_t NextIndex();
     void FindHighestIndex();
+    void FindHighestListedIndex();
     void RenewLink(const Pellmar::System::File& storedFile) const;
 
     const std::string baseDirectory;
@@ -49,6 +54,7 @@ class ReportRoller : public Pellmar::ObjectImpl {
     const std::int32_t maxFiles;
     // Of the most recently used file; -1 until the first report.
     std::int32_t index = -1;
+    bool hasFiles = false;
     const std::string symlinkName;
     const Pellmar::Ref<Pellmar::Service::Logger> logger;
 };

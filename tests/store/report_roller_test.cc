@@ -89,6 +89,7 @@ TEST(ReportRoller, ContinuesAfterTheHighestIndexOnRestart) {
         {"cpu", {"cpu-1.json"}, "cpu-2.json"},
         {"cpu", {"cpu-0.json", "cpu-1.json", "cpu-2.json"}, "cpu-0.json"},
         {"cpu", {"cpu-1.json", "cpu-7.json"}, "cpu-0.json"},
+        {"cpu", {"cpu-2.json", "cpu-9.json"}, "cpu-0.json"},
         {"cpu", {"cpu-10.json", ".cpu-1.json", "mem-1.json", "cpu-1.jso"}, "cpu-0.json"},
         {"a.b", {"aXb-1.json"}, "a.b-2.json"},
         {"a.b", {"a.b-0.json", "aXb-1.json"}, "a.b-2.json"},

@@ -14,6 +14,7 @@ namespace {
 using ::Test::HttpClient;
 using ::Test::PostRequest;
 using ::Test::RawConnection;
+using ::Test::WriteFile;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -65,6 +66,34 @@ TEST_F(Settings, CountsAPortOfTheWrongTypeAsMissing) {
         EXPECT_EQ(HttpClient().Post("/cpu", "{}"), 200);
         EXPECT_EQ(daemon->CountLog("httpPort not present. Assuming default: 9996"), 1U);
     }
+}
+
+TEST_F(Settings, BoundTheReportNamesThatAreNotAPlugins) {
+    host.WriteStoreEntry("sentrel", R"({"http_port": 9996, "max_report_names": 2})");
+    host.WriteVendorEntry("beat", "{}");
+    WriteFile(host.Root() + "/usr/lib/korvex/sentrel/plugins/bin/beat", "");
+    Start();
+    const struct {
+        std::string name;
+        int status;
+    } rows[] = {
+        {std::string(300, 'n'), 500},  // no file can be called that, so it counts for nothing
+        {"one", 200},
+        {"two", 200},
+        {"three", 500},
+        {"beat", 200},
+        {"beat.left", 200},
+        {"beats", 500},
+        {"one", 200},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(HttpClient().Post("/" + row.name, "{}"), row.status) << row.name;
+    }
+    const std::string directory = host.ReportDirectory() + "/";
+    EXPECT_THAT(LogFrom(0, "3 SentrelHandler: Error"),
+                testing::Each("3 SentrelHandler: Error opening directory " + directory +
+                              ": all 2 report names are in use; raise max_report_names"));
+    EXPECT_EQ(daemon->CountLog("raise max_report_names"), 2U);
 }
 
 TEST_F(Settings, EndsWhenThePortCannotBeBound) {

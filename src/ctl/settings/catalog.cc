@@ -62,6 +62,10 @@ SettingValue FastPeriodInEffect(const SettingValue& stored) {
     return static_cast<std::int32_t>(Sentrel::FastPeriodMinutes(std::get<std::int32_t>(stored)));
 }
 
+SettingValue MaxReportNamesInEffect(const SettingValue& stored) {
+    return std::get<std::int32_t>(stored) < 1 ? Sentrel::kDefaultMaxReportNames : stored;
+}
+
 SettingValue PoolSizeInEffect(const SettingValue& stored) {
     return Sentrel::IsResourcePoolSize(std::get<std::int32_t>(stored))
                ? stored
@@ -102,6 +106,12 @@ std::span<const Setting> DaemonSettings() {
          .unit = "minutes",
          .least = static_cast<std::int32_t>(Sentrel::kDefaultFastPeriodMinutes),
          .inEffect = FastPeriodInEffect},
+        {.key = "max_report_names",
+         .type = SettingType::Integer,
+         .byDefault = Sentrel::kDefaultMaxReportNames,
+         .meaning = "how many report names the intake takes, beside those of enabled plugins",
+         .least = 1,
+         .inEffect = MaxReportNamesInEffect},
         {.key = "plugin_resource_pool_size_MB",
          .type = SettingType::Integer,
          .byDefault = Sentrel::kDefaultResourcePoolSizeMB,
