@@ -23,7 +23,6 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/dist/schema/ DESTINATION /usr/share/sent
 # What the host's own services read.
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/dist/systemd/ DESTINATION /lib/systemd/system)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/dist/sysusers.d ${PROJECT_SOURCE_DIR}/dist/tmpfiles.d DESTINATION /usr/lib)
-install(DIRECTORY ${PROJECT_SOURCE_DIR}/dist/logrotate.d DESTINATION /etc)
 
 # NAME.SECTION, in mdoc(7).
 file(GLOB manualPages CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/dist/man/*.[1-9])

@@ -109,7 +109,8 @@ constexpr std::array<Command, 1> kCommands = {{
     {"audit",
      "show who called the API",
      "Shows the audit log: when each call of the API ended, whether it got a result, who called\n"
-     "(\"-\" without a valid token), and what was called. Reads /var/log/korvex/audit.jsonl.\n",
+     "(\"-\" without a valid token), and what was called. Reads\n"
+     "/var/log/korvex/audit.jsonl and its older files.\n",
      "sentrelctl audit --denied",
      kAuditOptions,
      {},

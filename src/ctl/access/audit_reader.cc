@@ -1,6 +1,7 @@
 #include "ctl/access/audit_reader.h"
 
 #include "ctl/show/failure.h"
+#include "platform/audit/kvx_audit.h"
 #include "platform/sys/host_root.h"
 #include "platform/sys/read_file.h"
 
@@ -8,6 +9,7 @@
 #include <array>
 #include <cerrno>
 #include <filesystem>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/inotify.h>
@@ -32,13 +34,47 @@ const char* AdviceFor(int errorNumber) {
     }
 }
 
+bool IsSameFile(const struct stat& one, const struct stat& other) {
+    return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
+}
+
+bool IsSameFile(const Sys::OwnedFd& one, const Sys::OwnedFd& other) {
+    struct stat oneStatus{};
+    struct stat otherStatus{};
+    return ::fstat(one.Get(), &oneStatus) == 0 && ::fstat(other.Get(), &otherStatus) == 0 &&
+           IsSameFile(oneStatus, otherStatus);
+}
+
 }  // namespace
 
+// Opened from the newest to the oldest: a file that is renamed meanwhile is met twice, not missed.
 AuditReader::AuditReader(const std::string& path) : location(Sys::HostPath(path)) {
-    if (const int errorNumber = Sys::OpenRegularFile(location, file); errorNumber != 0) {
-        throw Failure("the audit log " + location + " cannot be read", errorNumber,
+    bool isFound = Open(location);
+    for (int number = 1; number <= Audit::kKeptFiles; ++number) {
+        isFound = Open(location + "." + std::to_string(number)) || isFound;
+    }
+    if (!isFound) {
+        throw Failure("the audit log " + location + " cannot be read", ENOENT, AdviceFor(ENOENT));
+    }
+    file = std::move(laterFiles.back());
+    laterFiles.pop_back();
+}
+
+// False when it is missing.
+bool AuditReader::Open(const std::string& path) {
+    Sys::OwnedFd opened;
+    const int errorNumber = Sys::OpenRegularFile(path, opened);
+    if (errorNumber == ENOENT) {
+        return false;
+    }
+    if (errorNumber != 0) {
+        throw Failure("the audit log " + path + " cannot be read", errorNumber,
                       AdviceFor(errorNumber));
     }
+    if (laterFiles.empty() || !IsSameFile(laterFiles.back(), opened)) {
+        laterFiles.push_back(std::move(opened));
+    }
+    return true;
 }
 
 bool AuditReader::Next(std::string& line) {
@@ -54,6 +90,13 @@ bool AuditReader::Next(std::string& line) {
         buffer.resize(std::min(buffer.size(), kMaxLineBytes));
         from = buffer.size();
         if (ReadMore()) {
+            continue;
+        }
+        if (!laterFiles.empty()) {
+            file = std::move(laterFiles.back());
+            laterFiles.pop_back();
+            buffer.clear();
+            from = 0;
             continue;
         }
         if (!WasReplaced()) {
@@ -88,8 +131,7 @@ bool AuditReader::WasReplaced() const {
     if (::stat(location.c_str(), &atPath) != 0) {
         return false;
     }
-    return !file.IsOpen() || ::fstat(file.Get(), &open) != 0 || atPath.st_dev != open.st_dev ||
-           atPath.st_ino != open.st_ino;
+    return !file.IsOpen() || ::fstat(file.Get(), &open) != 0 || !IsSameFile(atPath, open);
 }
 
 bool AuditReader::WaitForMore() {

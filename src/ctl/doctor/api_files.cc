@@ -2,6 +2,8 @@
 #include "ctl/doctor/subjects.h"
 #include "ctl/host/input_file.h"
 #include "ctl/show/sizes.h"
+#include "ctl/show/words.h"
+#include "platform/audit/audit_file.h"
 #include "platform/audit/kvx_audit.h"
 #include "platform/bindings/metadata_writer.h"
 #include "platform/sys/host_root.h"
@@ -16,11 +18,24 @@ namespace Ctl {
 
 namespace {
 
-constexpr const char* kRotation = "/etc/logrotate.d/sentrel";
-constexpr off_t kLargeAuditLog = off_t{100} << 20;
-
 constexpr std::size_t kMaxMetadataBytes = std::size_t{4} << 20;
 constexpr const char* kReinstall = "install the package anew: apt install --reinstall sentrel";
+
+// Of the audit log at `path`, such as "1.2 MiB" or "1.2 MiB and 3 older files of 192 MiB".
+std::string AuditSizes(const std::string& path, const struct stat& newest) {
+    std::uintmax_t olderSize = 0;
+    std::size_t olderFiles = 0;
+    for (int number = 1; number <= Audit::kKeptFiles; ++number) {
+        if (const auto older = StatOf(path + "." + std::to_string(number))) {
+            olderSize += static_cast<std::uintmax_t>(older->st_size);
+            ++olderFiles;
+        }
+    }
+    const std::string size = SizeText(static_cast<std::uintmax_t>(newest.st_size));
+    return olderFiles == 0
+               ? size
+               : size + " and " + Counted(olderFiles, "older file") + " of " + SizeText(olderSize);
+}
 
 }  // namespace
 
@@ -54,21 +69,19 @@ void CheckAuditLog(const Host& host, Findings& findings) {
                             path + " (" + OwnerAndMode(*file) + ") is open to everybody",
                             "chmod o= " + path});
     }
-    if (!StatOf(Sys::HostPath(kRotation))) {
-        const bool isLarge = file && file->st_size > kLargeAuditLog;
+    // the daemon tries again at each further 64 MiB
+    if (file && file->st_size >= 2 * Audit::kMaxFileBytes) {
         findings.push_back(
-            {isLarge ? Severity::Warning : Severity::Notice, subject,
-             "nothing rotates it: " + Sys::HostPath(kRotation) + " is missing" +
-                 (file ? "; it has " + SizeText(static_cast<std::uintmax_t>(file->st_size)) : ""),
-             kReinstall});
+            {Severity::Warning, subject,
+             path + " has " + AuditSizes(path, *file) + ": the daemon could not rename it",
+             "look for \"The audit log grows beyond its bound\" in its log"});
     }
     if (findings.size() == before) {
-        findings.push_back({Severity::Good, subject,
-                            file ? path + " (" + OwnerAndMode(*file) + "), " +
-                                       SizeText(static_cast<std::uintmax_t>(file->st_size)) +
-                                       ", rotated"
-                                 : "nothing is recorded yet; the first call makes " + path,
-                            ""});
+        findings.push_back(
+            {Severity::Good, subject,
+             file ? path + " (" + OwnerAndMode(*file) + "), " + AuditSizes(path, *file)
+                  : "nothing is recorded yet; the first call makes " + path,
+             ""});
     }
 }
 

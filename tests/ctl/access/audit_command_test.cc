@@ -47,6 +47,26 @@ TEST_F(Audit, ShowsTheRecords) {
     EXPECT_EQ(Run({"--denied", "--json"}).output, std::string(kDenied) + "\n");
 }
 
+TEST_F(Audit, BeginsWithTheOlderFiles) {
+    for (const char* const number : {"1", "2", "8", "9"}) {
+        ::Test::WriteFile(log.string() + "." + number, std::string(number) + "\ncut");
+    }
+    const auto lines = [this] {
+        std::string all;
+        Ctl::AuditReader reader(log);
+        for (std::string line; reader.Next(line);) {
+            all += line + " ";
+        }
+        return all;
+    };
+    EXPECT_EQ(lines(), "8 2 1 ");
+    Append("new\n");
+    EXPECT_EQ(lines(), "8 2 1 new ");
+    std::filesystem::create_hard_link(log, log.string() + ".3");
+    std::filesystem::rename(log.string() + ".3", log.string() + ".1");  // renamed while opening
+    EXPECT_EQ(lines(), "8 2 new ");
+}
+
 TEST_F(Audit, FollowsTheLogWhereItGoes) {
     Append("one\n");
     Ctl::AuditReader reader(log);  // no root is set here

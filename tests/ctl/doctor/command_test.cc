@@ -106,6 +106,8 @@ TEST_F(DoctorCommand, TellsEachFaultOfABrokenHost) {
     WriteFile(host.Root() + "/var/log/korvex/audit.jsonl", "");
     std::filesystem::permissions(host.Root() + "/var/log/korvex/audit.jsonl",
                                  std::filesystem::perms(0666));
+    std::filesystem::resize_file(host.Root() + "/var/log/korvex/audit.jsonl", 128 << 20);
+    WriteFile(host.Root() + "/var/log/korvex/audit.jsonl.8", std::string(1 << 20, '\n'));
     WriteFile(host.Root() + "/usr/lib/korvex/quon/observability_quon_metadata.json", "{");
     std::ofstream(Group() + "/cgroup.freeze") << "1" << std::flush;
 
@@ -133,6 +135,7 @@ TEST_F(DoctorCommand, TellsEachFaultOfABrokenHost) {
         {"error", "trust set", "holds private keys"},
         {"error", "trust set", "no key that can be used"},
         {"warning", "audit log", "0666) is open to everybody"},
+        {"warning", "audit log", "MiB and 1 older file of 1.0 MiB: the daemon could not rename it"},
         {"error", "metadata file", "is not JSON"},
     };
     for (const auto& row : rows) {
