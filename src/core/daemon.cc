@@ -10,6 +10,7 @@
 #include "plugins/plugin.h"
 #include "plugins/plugin_launcher.h"
 #include "plugins/resource_group.h"
+#include "state/state_writer.h"
 
 #include <boost/asio/io_context.hpp>
 
@@ -36,6 +37,7 @@ void Daemon::Run(const std::string& reportDirectory) {
 }
 
 void Daemon::Start(const std::string& reportDirectory) {
+    StateWriter::OfThisProcess().Open(Pellmar::Service::GetApp().GetLogger());
     configReader = Pellmar::Service::GetApp().GetConfig()->GetReader();
     intakeEndpoint = Pellmar::MakeRef<Endpoint>();
     intakeEndpoint->Start(configReader, reportDirectory);

@@ -3,6 +3,7 @@
 
 #include "platform/pellmar/exceptions.h"
 #include "platform/pellmar/system/file.h"
+#include "state/state_writer.h"
 
 #include <cstddef>
 
@@ -55,12 +56,15 @@ void WriteReport(Pellmar::Http::Request& request, Pellmar::Http::Response& respo
     Ref<Pellmar::System::File> file;
     if (!roller.OpenTemporaryReport(writer, file)) {
         LogInternal(logger, 3, "Creation of report failed");
+        StateWriter::OfThisProcess().Count(StateCount::PostsRefused);
         response.SetStatus(ResponseCode::InternalServerError);
         return;
     }
     const ResponseCode status = ReceiveBody(request, *writer, logger);
     writer->Close();
     roller.Rotate(file);
+    StateWriter::OfThisProcess().Count(status == ResponseCode::Ok ? StateCount::PostsStored
+                                                                  : StateCount::PostsRefused);
     Answer(response, status, logger);
 }
 

@@ -4,6 +4,7 @@
 #include "intake/report_job.h"
 #include "platform/pellmar/exceptions.h"
 #include "platform/pellmar/work/thread_pool.h"
+#include "state/state_writer.h"
 #include "store/report_name.h"
 
 #include <algorithm>
@@ -35,6 +36,7 @@ SentrelHandler::SentrelHandler(const std::string& reportDirectory, std::int32_t 
 
 void SentrelHandler::HandlePost(const Ref<Request>& request, const Ref<Response>& response) {
     if (const std::optional<ResponseCode> refusal = FindRefusal(*request, logger)) {
+        StateWriter::OfThisProcess().Count(StateCount::PostsRefused);
         response->Reply(*refusal);
         return;
     }
@@ -47,6 +49,7 @@ void SentrelHandler::HandlePost(const Ref<Request>& request, const Ref<Response>
     }
     Name* const entry = BeginPost(name);
     if (entry == nullptr) {
+        StateWriter::OfThisProcess().Count(StateCount::PostsRefused);
         // Without the lock: a client that does not read its answer holds up nobody else.
         response->Reply(ResponseCode::InternalServerError);
         return;

@@ -8,8 +8,11 @@
 #include "plugins/launch.h"
 #include "plugins/queue_timing.h"
 #include "plugins/resource_group.h"
+#include "state/state_writer.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <exception>
 #include <utility>
 
@@ -125,6 +128,7 @@ void PluginLauncher::DiscoverPlugins() {
 
 void PluginLauncher::AddToQueue(const PluginInfo& info) {
     auto plugin = std::make_shared<Plugin>(info);
+    StateWriter::OfThisProcess().AddPlugin(info.name, info.frequency);
     switch (info.frequency) {
         case 1:
             medium->plugins.push_back(std::move(plugin));
@@ -165,9 +169,11 @@ void PluginLauncher::ScheduleLaunches(Queue& queue) {
     for (std::size_t batch = 0; batch * queue->batchSize < queue->plugins.size(); ++batch) {
         queue->items.emplace_back();
         Ref<ScheduledItem> item;  // not kept: the slot is for the runs after the first
-        GetApp().GetScheduler().Schedule(
-            BatchFunction(batch, batch * queue->batchSize, queue),
-            InMicroseconds(queue->initialDelay + batch * queue->throttleTimeout), item);
+        const std::size_t firstPlugin = batch * queue->batchSize;
+        const std::uint64_t delay = queue->initialDelay + batch * queue->throttleTimeout;
+        GetApp().GetScheduler().Schedule(BatchFunction(batch, firstPlugin, queue),
+                                         InMicroseconds(delay), item);
+        KeepNextLaunch(*queue, firstPlugin, delay);
         LogInternal(logger, 5, "Plugin %1 scheduled", batch);
     }
 }
@@ -192,7 +198,17 @@ void PluginLauncher::ScheduleEachBatch(std::size_t batch, std::size_t firstPlugi
     LaunchBatch(firstPlugin, *queue);
     GetApp().GetScheduler().Schedule(BatchFunction(batch, firstPlugin, queue),
                                      InMicroseconds(queue->period), queue->items[batch]);
+    KeepNextLaunch(*queue, firstPlugin, queue->period);
     LogInternal(logger, 7, "Scheduled the next iteration");
+}
+
+void PluginLauncher::KeepNextLaunch(const PluginCategory& queue, std::size_t firstPlugin,
+                                    std::uint64_t delay) {
+    const std::size_t end = std::min(firstPlugin + queue.batchSize, queue.plugins.size());
+    for (std::size_t index = firstPlugin; index < end; ++index) {
+        StateWriter::OfThisProcess().SetNextLaunch(queue.plugins[index]->GetName(),
+                                                   std::chrono::seconds(delay));
+    }
 }
 
 void PluginLauncher::LaunchBatch(std::size_t firstPlugin, PluginCategory& queue) {
@@ -257,6 +273,7 @@ void PluginLauncher::KillTracked(const std::vector<std::int32_t>& pids) const {
             LogInternal(logger, 3, {.pid = pid}, "Could not kill %1: %2", pid, errorNumber);
         } else {
             LogInternal(logger, 5, {.pid = pid, .event = LogEvent::Kill}, "%1 killed", pid);
+            StateWriter::OfThisProcess().SetTerminated(pid);
         }
     }
 }

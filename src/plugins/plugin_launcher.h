@@ -73,6 +73,9 @@ class PluginLauncher : public std::enable_shared_from_this<PluginLauncher> {
     // The function that runs one batch, holding the launcher until it has run.
     Pellmar::System::ScheduledItem::Function BatchFunction(std::size_t batch,
                                                            std::size_t firstPlugin, Queue& queue);
+    // Tells the state file that the batch is due in `delay` seconds.
+    static void KeepNextLaunch(const PluginCategory& queue, std::size_t firstPlugin,
+                               std::uint64_t delay);
     void LaunchBatch(std::size_t firstPlugin, PluginCategory& queue) REQUIRES(pidLock);
     void Forget(std::int32_t pid) REQUIRES(pidLock);
 

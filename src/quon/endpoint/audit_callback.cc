@@ -1,6 +1,7 @@
 #include "quon/endpoint/audit_callback.h"
 
 #include "platform/audit/kvx_audit.h"
+#include "state/state_writer.h"
 
 #include <vector>
 
@@ -17,6 +18,8 @@ std::string Take(std::map<std::string, std::string>& record, const char* key) {
 }  // namespace
 
 void AuditCall(std::map<std::string, std::string> record, bool success) {
+    StateWriter::OfThisProcess().Count(success ? StateCount::CallsSucceeded
+                                               : StateCount::CallsFailed);
     const std::string eventID = Take(record, "eventID");
     const std::string subject = Take(record, "subject");
     const std::string object = Take(record, "object");

@@ -1,0 +1,90 @@
+// The layout of the state file, /run/korvex/sentrel/state: what the running daemon knows of its
+// plugins, and what it has counted. Byte order and alignment are those of the machine; times are
+// microseconds. The daemon holds an exclusive flock(2) on the file for as long as it runs.
+//
+//      0   8  "SENTRELS"
+//      8   4  version: 1
+//     12   4  plugins that follow
+//     16   8  when the daemon started, since 1970
+//     24  64  eight counters of 8 bytes, in the order of StateCount
+//     88      one plugin after another, 304 bytes each:
+//
+//      0   4  sequence: odd while the daemon is writing here; a reader takes what lies between two
+//             equal even ones
+//      4   4  queue: 0 fast, 1 medium, 2 slow
+//      8   8  next launch, by CLOCK_MONOTONIC
+//     16   8  last run: start, since 1970; 0 before the first
+//     24   8  last run: end, since 1970; 0 while it runs, and of one that did not start
+//     32   4  last run: process id
+//     36   4  last run: RunState
+//     40   4  last run: error number that prevented the start
+//     44   4  length of the name
+//     48 256  name, then zeros
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+namespace Sentrel {
+
+// Below the host root.
+inline constexpr const char* kStateDirectory = "/run/korvex/sentrel";
+inline constexpr const char* kStatePath = "/run/korvex/sentrel/state";
+
+inline constexpr std::array<char, 8> kStateMagic{'S', 'E', 'N', 'T', 'R', 'E', 'L', 'S'};
+inline constexpr std::uint32_t kStateVersion = 1;
+// Further plugins are launched without an entry.
+inline constexpr std::size_t kMaxStatePlugins = 4096;
+
+enum class StateCount : std::uint8_t {
+    PostsStored,
+    PostsRefused,
+    Launches,
+    LaunchesRefused,  // by the checks of the resource group, or since the program did not execute
+    Kills,            // SIGTERM to plugins that outlived their turn
+    MemoryKills,      // by the kernel, in the plugins' group
+    CallsSucceeded,   // of the API
+    CallsFailed
+};
+inline constexpr std::size_t kStateCounts = 8;
+
+enum class RunState : std::uint32_t {
+    None,  // not launched yet
+    Running,
+    Ended,       // by itself, or by a signal of somebody else
+    Terminated,  // after the daemon's SIGTERM
+    MemoryKill,  // when the kernel killed in the plugins' group for lack of memory
+    NotStarted   // refused, or not executed
+};
+
+struct StateHeader {
+    std::array<char, 8> magic;
+    std::uint32_t version;
+    std::uint32_t pluginCount;
+    std::int64_t started;
+    std::array<std::uint64_t, kStateCounts> counts;
+};
+static_assert(sizeof(StateHeader) == 88);
+
+struct StateEntry {
+    std::uint32_t sequence;
+    std::uint32_t queue;
+    std::int64_t nextLaunch;
+    std::int64_t runStart;
+    std::int64_t runEnd;
+    std::int32_t pid;
+    RunState run;
+    std::int32_t error;
+    std::uint32_t nameLength;
+    std::array<char, 256> name;
+};
+static_assert(sizeof(StateEntry) == 304);
+
+struct StateLayout {
+    StateHeader header;
+    std::array<StateEntry, kMaxStatePlugins> plugins;
+};
+static_assert(offsetof(StateLayout, plugins) == sizeof(StateHeader));
+
+}  // namespace Sentrel

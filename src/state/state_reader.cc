@@ -1,0 +1,104 @@
+// The file is read, not mapped: whoever may shorten it could end a reader of a mapping.
+#include "state/state_reader.h"
+
+#include "platform/sys/host_root.h"
+#include "platform/sys/owned_fd.h"
+
+#include <algorithm>
+#include <ctime>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace Sentrel {
+
+using std::chrono::microseconds;
+using std::chrono::system_clock;
+
+namespace {
+
+constexpr int kMaxAttempts = 1000;
+
+bool ReadAt(int descriptor, std::size_t offset, void* target, std::size_t size) {
+    return ::pread(descriptor, target, size, static_cast<off_t>(offset)) ==
+           static_cast<ssize_t>(size);
+}
+
+// The daemon that created the file runs and still has it: only then the lock cannot be had.
+bool IsKept(int descriptor) { return ::flock(descriptor, LOCK_SH | LOCK_NB) != 0; }
+
+// Between two reads of the same even sequence nobody wrote.
+bool ReadEntry(int descriptor, std::size_t index, StateEntry& entry) {
+    const std::size_t offset = sizeof(StateHeader) + index * sizeof(StateEntry);
+    for (int attempt = 0; attempt < kMaxAttempts; ++attempt) {
+        std::uint32_t before = 0;
+        std::uint32_t after = 0;
+        if (!ReadAt(descriptor, offset, &before, sizeof(before)) ||
+            !ReadAt(descriptor, offset, &entry, sizeof(entry)) ||
+            !ReadAt(descriptor, offset, &after, sizeof(after))) {
+            return false;
+        }
+        if (before == after && before % 2 == 0) {
+            return entry.nameLength < entry.name.size();
+        }
+    }
+    return false;  // its writer was killed in between
+}
+
+system_clock::time_point FromMicroseconds(std::int64_t since1970) {
+    return system_clock::time_point(microseconds(since1970));
+}
+
+system_clock::time_point FromMonotonic(std::int64_t time) {
+    timespec now{};
+    (void)::clock_gettime(CLOCK_MONOTONIC, &now);  // cannot fail for this clock
+    return system_clock::now() + microseconds(time - now.tv_sec * 1'000'000 - now.tv_nsec / 1000);
+}
+
+std::optional<system_clock::time_point> TimeIfSet(std::int64_t since1970) {
+    return since1970 == 0 ? std::nullopt : std::optional(FromMicroseconds(since1970));
+}
+
+PluginState StateOf(const StateEntry& entry) {
+    return {.name = std::string(entry.name.data(), entry.nameLength),
+            .queue = entry.queue,
+            .nextLaunch = FromMonotonic(entry.nextLaunch),
+            .start = TimeIfSet(entry.runStart),
+            .end = TimeIfSet(entry.runEnd),
+            .run = entry.run,
+            .pid = entry.pid,
+            .error = entry.error};
+}
+
+}  // namespace
+
+const PluginState* DaemonState::Find(std::string_view name) const {
+    const auto found = std::find_if(plugins.begin(), plugins.end(),
+                                    [name](const auto& plugin) { return plugin.name == name; });
+    return found == plugins.end() ? nullptr : &*found;
+}
+
+std::optional<DaemonState> ReadDaemonState() {
+    const std::string path = Sys::HostPath(kStatePath);
+    const Sys::OwnedFd file(::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    StateHeader header{};
+    if (!file.IsOpen() || !IsKept(file.Get()) || !ReadAt(file.Get(), 0, &header, sizeof(header)) ||
+        header.magic != kStateMagic || header.version != kStateVersion ||
+        header.pluginCount > kMaxStatePlugins) {
+        return std::nullopt;
+    }
+    DaemonState state{
+        .started = FromMicroseconds(header.started), .counts = header.counts, .plugins = {}};
+    for (std::size_t i = 0; i < header.pluginCount; ++i) {
+        StateEntry entry{};
+        if (!ReadEntry(file.Get(), i, entry)) {
+            return std::nullopt;
+        }
+        state.plugins.push_back(StateOf(entry));
+    }
+    return state;
+}
+
+}  // namespace Sentrel

@@ -1,0 +1,214 @@
+#include "state/state_writer.h"
+
+#include "platform/pellmar/exceptions.h"
+#include "platform/sys/host_root.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <cstdio>
+#include <ctime>
+#include <exception>
+#include <filesystem>
+#include <new>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+namespace Sentrel {
+
+using std::chrono::microseconds;
+using std::chrono::system_clock;
+
+namespace {
+
+StateLayout* MapLayout(int descriptor, int flags) {
+    void* const memory =
+        ::mmap(nullptr, sizeof(StateLayout), PROT_READ | PROT_WRITE, flags, descriptor, 0);
+    if (memory == MAP_FAILED) {
+        throw std::bad_alloc();
+    }
+    return static_cast<StateLayout*>(memory);
+}
+
+// Makes the file's blocks up to `size`: a store into a page that the file system cannot provide
+// would end the process.
+int Allocate(int descriptor, std::size_t size) {
+    return ::posix_fallocate(descriptor, 0, static_cast<off_t>(size));
+}
+
+std::size_t SizeWith(std::size_t plugins) {
+    return sizeof(StateHeader) + plugins * sizeof(StateEntry);
+}
+
+std::int64_t Since1970(system_clock::time_point time) {
+    return std::chrono::duration_cast<microseconds>(time.time_since_epoch()).count();
+}
+
+std::int64_t MonotonicNow() {
+    timespec now{};
+    (void)::clock_gettime(CLOCK_MONOTONIC, &now);  // cannot fail for this clock
+    return now.tv_sec * 1'000'000 + now.tv_nsec / 1000;
+}
+
+// A new file, locked, whose path is not yet that of the state. Throws Pellmar::IOException.
+Sys::OwnedFd CreateLocked(const std::string& path) {
+    (void)::unlink(path.c_str());  // a leftover; what else stands there is refused below
+    Sys::OwnedFd file(
+        ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0640));
+    if (!file.IsOpen() || ::flock(file.Get(), LOCK_EX | LOCK_NB) != 0) {
+        throw Pellmar::IOException("Cannot create " + path, errno);
+    }
+    if (const int error = Allocate(file.Get(), SizeWith(0)); error != 0) {
+        throw Pellmar::IOException("Cannot allocate " + path, error);
+    }
+    return file;
+}
+
+}  // namespace
+
+// Marks an entry as changing while this object lives.
+class StateWriter::Change {
+  public:
+    explicit Change(StateEntry& entry) : sequence(entry.sequence) {
+        sequence.store(sequence.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
+        std::atomic_thread_fence(std::memory_order_release);
+    }
+    ~Change() {
+        sequence.store(sequence.load(std::memory_order_relaxed) + 1, std::memory_order_release);
+    }
+    Change(const Change&) = delete;
+    Change& operator=(const Change&) = delete;
+
+  private:
+    std::atomic_ref<std::uint32_t> sequence;
+};
+
+StateWriter& StateWriter::OfThisProcess() {
+    static auto& writer = *new StateWriter;
+    return writer;
+}
+
+StateWriter::StateWriter() : layout(MapLayout(-1, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE)) {}
+
+StateWriter::~StateWriter() {
+    (void)::munmap(layout, sizeof(StateLayout));  // cannot fail for a mapping of our own
+}
+
+void StateWriter::Open(const Pellmar::Ref<Pellmar::Service::Logger>& logger) {
+    try {
+        const std::string path = Sys::HostPath(kStatePath);
+        const std::string newPath = path + ".new";
+        std::filesystem::create_directories(Sys::HostPath(kStateDirectory));
+        Sys::OwnedFd created = CreateLocked(newPath);
+        StateLayout* const mapped = MapLayout(created.Get(), MAP_SHARED);
+        mapped->header.version = kStateVersion;
+        mapped->header.started = Since1970(system_clock::now());
+        mapped->header.magic = kStateMagic;
+        if (std::rename(newPath.c_str(), path.c_str()) != 0) {
+            const int error = errno;
+            (void)::munmap(mapped, sizeof(StateLayout));  // cannot fail for a mapping of our own
+            throw Pellmar::IOException("Cannot rename it to " + path, error);
+        }
+        (void)::munmap(layout, sizeof(StateLayout));  // likewise
+        layout = mapped;
+        file = std::move(created);
+    } catch (const std::exception& exception) {
+        LogInternal(logger, 5, "No state file, so sentrelctl estimates the next launches: %1",
+                    exception.what());
+    }
+}
+
+void StateWriter::Count(StateCount what, std::uint64_t number) {
+    std::atomic_ref(layout->header.counts[static_cast<std::size_t>(what)])
+        .fetch_add(number, std::memory_order_relaxed);
+}
+
+void StateWriter::AddPlugin(std::string_view name, std::uint32_t queue) {
+    const std::size_t count = layout->header.pluginCount;
+    if (count == kMaxStatePlugins || name.size() >= sizeof(StateEntry::name) ||
+        (file.IsOpen() && Allocate(file.Get(), SizeWith(count + 1)) != 0)) {
+        return;
+    }
+    StateEntry& entry = layout->plugins[count];
+    entry.queue = queue;
+    entry.nameLength = static_cast<std::uint32_t>(name.size());
+    name.copy(entry.name.data(), name.size());
+    std::atomic_ref(layout->header.pluginCount)
+        .store(static_cast<std::uint32_t>(count + 1), std::memory_order_release);
+}
+
+void StateWriter::SetNextLaunch(std::string_view name, std::chrono::seconds fromNow) {
+    const Sys::MutexLock guard(lock);
+    if (StateEntry* const entry = Find(name)) {
+        const Change change(*entry);
+        entry->nextLaunch = MonotonicNow() + microseconds(fromNow).count();
+    }
+}
+
+void StateWriter::SetStarted(std::string_view name, std::int32_t pid) {
+    Count(StateCount::Launches);
+    const Sys::MutexLock guard(lock);
+    if (StateEntry* const entry = Find(name)) {
+        const Change change(*entry);
+        entry->runStart = Since1970(system_clock::now());
+        entry->runEnd = 0;
+        entry->pid = pid;
+        entry->run = RunState::Running;
+        entry->error = 0;
+    }
+}
+
+void StateWriter::SetNotStarted(std::string_view name, int error) {
+    Count(StateCount::LaunchesRefused);
+    const Sys::MutexLock guard(lock);
+    if (StateEntry* const entry = Find(name)) {
+        const Change change(*entry);
+        entry->runStart = Since1970(system_clock::now());
+        entry->runEnd = 0;
+        entry->pid = 0;
+        entry->run = RunState::NotStarted;
+        entry->error = error;
+    }
+}
+
+void StateWriter::SetTerminated(std::int32_t pid) {
+    Count(StateCount::Kills);
+    const Sys::MutexLock guard(lock);
+    for (std::size_t i = 0; i < layout->header.pluginCount; ++i) {
+        StateEntry& entry = layout->plugins[i];
+        if (entry.pid == pid && entry.run == RunState::Running) {
+            const Change change(entry);
+            entry.run = RunState::Terminated;
+        }
+    }
+}
+
+void StateWriter::SetEnded(std::string_view name, std::int32_t pid, system_clock::time_point time,
+                           bool wasMemoryKill) {
+    const Sys::MutexLock guard(lock);
+    StateEntry* const entry = Find(name);
+    if (entry == nullptr || entry->pid != pid || entry->runEnd != 0) {
+        return;
+    }
+    const Change change(*entry);
+    entry->runEnd = Since1970(time);
+    if (wasMemoryKill) {
+        entry->run = RunState::MemoryKill;
+    } else if (entry->run == RunState::Running) {
+        entry->run = RunState::Ended;
+    }
+}
+
+StateEntry* StateWriter::Find(std::string_view name) {
+    const auto end = layout->plugins.begin() + layout->header.pluginCount;
+    const auto found = std::find_if(layout->plugins.begin(), end, [name](const StateEntry& entry) {
+        return name == std::string_view(entry.name.data(), entry.nameLength);
+    });
+    return found == end ? nullptr : found;
+}
+
+}  // namespace Sentrel

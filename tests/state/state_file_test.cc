@@ -1,0 +1,144 @@
+// What the daemon writes and the tool reads, through a real file below a root of the test's own.
+#include "state/state_reader.h"
+#include "state/state_writer.h"
+#include "support/captured_log.h"
+#include "support/temporary_directory.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <thread>
+
+#include <sys/stat.h>
+
+namespace Sentrel {
+namespace {
+
+using std::chrono::seconds;
+using std::chrono::system_clock;
+using Test::CapturedLog;
+using Test::TemporaryDirectory;
+using testing::ElementsAre;
+using testing::StartsWith;
+
+const TemporaryDirectory& Root() {
+    // The host root is read once in a process.
+    static const TemporaryDirectory root;
+    static const int isSet = ::setenv("SENTREL_ROOT", root.Path().c_str(), 1);
+    EXPECT_EQ(isSet, 0);
+    return root;
+}
+
+class StateFile : public testing::Test {
+  protected:
+    void SetUp() override { std::filesystem::remove_all(directory.parent_path().parent_path()); }
+
+    const std::filesystem::path directory = Root().Path() + "run/korvex/sentrel";
+    const std::filesystem::path file = directory / "state";
+    const CapturedLog log;
+    StateWriter writer;
+};
+
+TEST_F(StateFile, TellsWhatBecameOfEachPlugin) {
+    writer.Open(Pellmar::Service::Logger::sDefaultLogger);
+    const auto end = system_clock::time_point(seconds(1'800'000'000));
+    for (const char* name : {"new", "running", "ended", "killed", "eater", "refused", "again"}) {
+        writer.AddPlugin(name, 1);
+        writer.SetNextLaunch(name, seconds(3600));
+        writer.SetStarted(name, 100 + name[0]);
+    }
+    writer.AddPlugin("never", 2);
+    writer.SetEnded("ended", 100 + 'e', end, false);
+    writer.SetTerminated(100 + 'k');
+    writer.SetEnded("killed", 100 + 'k', end, false);
+    writer.SetEnded("eater", 100 + 'e', end, true);
+    writer.SetNotStarted("refused", EACCES);
+    writer.SetStarted("again", 7);
+    writer.SetEnded("again", 100 + 'a', end, false);  // of the run before
+    writer.SetStarted("unknown", 8);
+
+    const auto state = ReadDaemonState();
+    ASSERT_TRUE(state);
+    const struct {
+        const char* name;
+        RunState run;
+        bool hasEnd;
+        int error;
+    } rows[] = {
+        {"running", RunState::Running, false, 0},         {"ended", RunState::Ended, true, 0},
+        {"killed", RunState::Terminated, true, 0},        {"eater", RunState::MemoryKill, true, 0},
+        {"refused", RunState::NotStarted, false, EACCES}, {"again", RunState::Running, false, 0}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        const PluginState* const plugin = state->Find(row.name);
+        ASSERT_NE(plugin, nullptr);
+        EXPECT_EQ(plugin->run, row.run);
+        EXPECT_EQ(plugin->end, row.hasEnd ? std::optional(end) : std::nullopt);
+        EXPECT_EQ(plugin->error, row.error);
+        EXPECT_EQ(plugin->queue, 1U);
+        EXPECT_GT(plugin->nextLaunch, *plugin->start + seconds(3590));
+        EXPECT_LT(plugin->nextLaunch, system_clock::now() + seconds(3610));
+    }
+    EXPECT_FALSE(state->Find("never")->start);
+    EXPECT_EQ(state->Find("unknown"), nullptr);
+    EXPECT_THAT(state->counts, ElementsAre(0, 0, 9, 1, 1, 0, 0, 0));
+    struct stat status{};
+    ASSERT_EQ(::stat(file.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777U, 0640U);
+    EXPECT_THAT(log.Lines(), testing::IsEmpty());
+}
+
+TEST_F(StateFile, IsNothingWithoutItsDaemon) {
+    EXPECT_FALSE(ReadDaemonState());
+    {
+        StateWriter gone;
+        gone.Open(Pellmar::Service::Logger::sDefaultLogger);
+        EXPECT_TRUE(ReadDaemonState());
+    }
+    EXPECT_FALSE(ReadDaemonState());
+    writer.Open(Pellmar::Service::Logger::sDefaultLogger);
+    EXPECT_TRUE(ReadDaemonState());
+    std::fstream(file, std::ios::in | std::ios::out).seekp(8).put('\2');  // another version
+    EXPECT_FALSE(ReadDaemonState());
+}
+
+TEST_F(StateFile, IsDoneWithoutWhenItCannotBeCreated) {
+    std::ofstream(directory.parent_path().parent_path());  // a file where a directory is to be
+    writer.Open(Pellmar::Service::Logger::sDefaultLogger);
+    EXPECT_THAT(log.Lines(), ElementsAre(StartsWith("5 sentrel: No state file, so ")));
+    writer.AddPlugin("cpu", 0);
+    writer.SetStarted("cpu", 7);
+    EXPECT_FALSE(ReadDaemonState());
+}
+
+TEST_F(StateFile, ShowsNoEntryThatIsHalfWritten) {
+    writer.Open(Pellmar::Service::Logger::sDefaultLogger);
+    writer.AddPlugin("cpu", 0);
+    std::atomic<bool> stops = false;
+    std::thread daemon([this, &stops] {
+        while (!stops) {
+            writer.SetStarted("cpu", 7);
+            writer.SetNotStarted("cpu", ENOEXEC);
+        }
+    });
+    for (int i = 0; i < 2000; ++i) {
+        const auto state = ReadDaemonState();
+        if (!state) {
+            continue;  // it was written to all the time
+        }
+        const PluginState& plugin = state->plugins.at(0);
+        EXPECT_EQ(plugin.pid == 7, plugin.run == RunState::Running);
+        EXPECT_EQ(plugin.error == ENOEXEC, plugin.run == RunState::NotStarted);
+    }
+    stops = true;
+    daemon.join();
+}
+
+}  // namespace
+}  // namespace Sentrel
