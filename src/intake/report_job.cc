@@ -63,8 +63,9 @@ void WriteReport(Pellmar::Http::Request& request, Pellmar::Http::Response& respo
     const ResponseCode status = ReceiveBody(request, *writer, logger);
     writer->Close();
     roller.Rotate(file);
-    StateWriter::OfThisProcess().Count(status == ResponseCode::Ok ? StateCount::PostsStored
-                                                                  : StateCount::PostsRefused);
+    StateWriter::OfThisProcess().Count(status.status == ResponseCode::Ok.status
+                                           ? StateCount::PostsStored
+                                           : StateCount::PostsRefused);
     Answer(response, status, logger);
 }
 

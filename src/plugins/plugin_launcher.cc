@@ -239,7 +239,12 @@ void PluginLauncher::Forget(std::int32_t pid) {
 std::int32_t PluginLauncher::LaunchPlugin(const std::shared_ptr<Plugin>& plugin) {
     Sys::PidFd process;
     const Launch launch = Sentrel::LaunchPlugin(*plugin, logger, &process);
+    if (launch.result != Launch::Result::Started) {
+        StateWriter::OfThisProcess().SetNotStarted(plugin->GetName(), launch.error);
+    }
     if (launch.pid != 0) {
+        // First: the watch may tell of its end at once.
+        StateWriter::OfThisProcess().SetStarted(plugin->GetName(), launch.pid);
         try {
             watch.Add(plugin->GetName(), launch.pid, std::move(process));
         } catch (const std::exception& exception) {
@@ -252,6 +257,8 @@ std::int32_t PluginLauncher::LaunchPlugin(const std::shared_ptr<Plugin>& plugin)
 }
 
 void PluginLauncher::TakeEnd(const PluginEnd& end) const {
+    StateWriter::OfThisProcess().Count(StateCount::MemoryKills, end.memoryKills);
+    StateWriter::OfThisProcess().SetEnded(end.name, end.pid, end.time, end.memoryKills > 0);
     if (end.memoryKills > 0) {
         LogInternal(logger, 3, {.plugin = end.name, .pid = end.pid},
                     "Plugin %1 (%2) ended when the kernel killed %3 processes of the plugins for "

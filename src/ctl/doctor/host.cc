@@ -84,6 +84,7 @@ void LookAtDaemon(Host& host) {
     if (process && process->name == kDaemonName) {
         host.daemon = DaemonProcess{process->pid, StartOf(*process)};
     }
+    host.state = Sentrel::ReadDaemonState();
     host.user = UserOfDaemon(host.daemon);
     FindReports(host);
 }

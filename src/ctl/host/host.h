@@ -6,6 +6,7 @@
 #include "ctl/host/daemon_process.h"
 #include "ctl/host/process_stat.h"
 #include "ctl/host/run_user.h"
+#include "state/state_reader.h"
 
 #include <chrono>
 #include <cstdint>
@@ -30,11 +31,12 @@ struct Host {
 
     // What is found out, by the commands that need it; empty for the others.
     std::optional<DaemonProcess> daemon = {};
-    RunUser user = {};                           // that plugins run as
-    std::int32_t intakePort = 0;                 // of the settings; 0: they cannot be read
-    std::string settingsProblem = {};            // then: why
-    std::optional<ProcessStat> portHolder = {};  // of the intake port, whatever program it is
-    std::string reportProblem = {};              // why the daemon stores no report; empty: it does
+    std::optional<Sentrel::DaemonState> state = {};  // that the daemon keeps for this user to read
+    RunUser user = {};                               // that plugins run as
+    std::int32_t intakePort = 0;                     // of the settings; 0: they cannot be read
+    std::string settingsProblem = {};                // then: why
+    std::optional<ProcessStat> portHolder = {};      // of the intake port, whatever program it is
+    std::string reportProblem = {};  // why the daemon stores no report; empty: it does
 };
 
 inline constexpr Option kOfflineOption = {"--offline", "",

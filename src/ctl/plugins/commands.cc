@@ -3,6 +3,7 @@
 #include "ctl/host/host.h"
 #include "ctl/host/plugin_survey.h"
 #include "ctl/plugins/findings.h"
+#include "ctl/plugins/launches.h"
 #include "ctl/plugins/new.h"
 #include "ctl/plugins/plan.h"
 #include "ctl/plugins/times.h"
@@ -11,13 +12,16 @@
 #include "ctl/show/finding.h"
 #include "ctl/show/json_output.h"
 #include "ctl/show/table.h"
+#include "ctl/show/times.h"
 
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <filesystem>
 #include <iterator>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <system_error>
@@ -33,7 +37,27 @@ using OrderedJson = nlohmann::ordered_json;
 constexpr std::array<Option, 1> kListOptions = {{kJsonOption}};
 constexpr std::array<Option, 2> kReportOptions = {{kJsonOption, kReportsOption}};
 
-OrderedJson ToJson(const SurveyedPlugin& plugin) {
+// As the daemon knows it: null when it does not, or keeps no state.
+const Sentrel::PluginState* FindKnown(const std::optional<Sentrel::DaemonState>& state,
+                                      const SurveyedPlugin& plugin) {
+    return state ? state->Find(plugin.Name()) : nullptr;
+}
+
+OrderedJson ToJson(const Sentrel::PluginState& known) {
+    OrderedJson run = {{"state", NameOf(known.run)}};
+    if (known.start) {
+        run["start"] = UtcText(*known.start);
+    }
+    if (known.end) {
+        run["end"] = UtcText(*known.end);
+    }
+    if (known.error != 0) {
+        run["error"] = std::generic_category().message(known.error);
+    }
+    return run;
+}
+
+OrderedJson ToJson(const SurveyedPlugin& plugin, const std::optional<Sentrel::DaemonState>& state) {
     OrderedJson row = {
         {"name", plugin.Name()}, {"state", StateOf(plugin)}, {"path", plugin.entry.info.path}};
     if (plugin.IsEnabled()) {
@@ -44,6 +68,14 @@ OrderedJson ToJson(const SurveyedPlugin& plugin) {
             row["logLevel"] = plugin.entry.info.logLevel;
         }
     }
+    if (state) {
+        const Sentrel::PluginState* const known = FindKnown(state, plugin);
+        row["isKnownToDaemon"] = known != nullptr;
+        if (known != nullptr) {
+            row["nextLaunch"] = UtcText(known->nextLaunch);
+            row["lastRun"] = ToJson(*known);
+        }
+    }
     row["why"] = WhyOf(plugin);
     return row;
 }
@@ -51,10 +83,11 @@ OrderedJson ToJson(const SurveyedPlugin& plugin) {
 void RunList(const Arguments& arguments, std::ostream& output) {
     const PluginSurvey survey = SurveyPlugins();
     RequireDirectory(survey);
+    const std::optional<Sentrel::DaemonState> state = Sentrel::ReadDaemonState();
     if (arguments.options.Has("--json")) {
         OrderedJson plugins = OrderedJson::array();
         for (const SurveyedPlugin& plugin : survey.entries) {
-            plugins.push_back(ToJson(plugin));
+            plugins.push_back(ToJson(plugin, state));
         }
         WriteJson({{"plugins", std::move(plugins)}}, output);
         return;
@@ -63,12 +96,26 @@ void RunList(const Arguments& arguments, std::ostream& output) {
         output << "No plugin is installed; make one with \"sentrelctl plugin new NAME\".\n";
         return;
     }
-    Table table({{"NAME"}, {"STATE"}, {"QUEUE"}, {"PERIOD", Table::Align::Right}, {"WHY"}});
+    std::vector<Table::Column> columns = {
+        {"NAME"}, {"STATE"}, {"QUEUE"}, {"PERIOD", Table::Align::Right}};
+    if (state) {
+        columns.insert(columns.end(), {{"NEXT", Table::Align::Right}, {"LAST RUN"}});
+    }
+    columns.push_back({"WHY"});
+    Table table(std::move(columns));
+    const auto now = std::chrono::system_clock::now();
     for (const SurveyedPlugin& plugin : survey.entries) {
         const bool isEnabled = plugin.IsEnabled();
-        table.Add({plugin.Name(), std::string(StateOf(plugin)),
-                   isEnabled ? std::string(QueueOf(plugin)) : "-",
-                   isEnabled ? DurationText(plugin.period) : "-", WhyOf(plugin)});
+        std::vector<Table::Cell> row = {plugin.Name(), std::string(StateOf(plugin)),
+                                        isEnabled ? std::string(QueueOf(plugin)) : "-",
+                                        isEnabled ? DurationText(plugin.period) : "-"};
+        if (state) {
+            const Sentrel::PluginState* const known = FindKnown(state, plugin);
+            row.emplace_back(known != nullptr ? NextText({known->nextLaunch}, now) : "-");
+            row.emplace_back(known != nullptr ? LastRunText(*known, now) : "-");
+        }
+        row.emplace_back(WhyOf(plugin));
+        table.Add(std::move(row));
     }
     table.Write(output);
 }
@@ -98,6 +145,7 @@ std::vector<Finding> FindAll(const Arguments& arguments) {
     const PluginSurvey survey = SurveyPlugins();
     Host host = HostOf(arguments.options);
     host.daemon = FindDaemonProcess();
+    host.state = Sentrel::ReadDaemonState();
     const PluginReports reports = ReadPluginReports(host, survey);
     host.user = FindPluginUser(host.daemon, reports);
     if (arguments.operands.empty()) {
@@ -125,7 +173,9 @@ constexpr std::array<Command, 4> kCommands = {{
      "  enabled           it is launched, in the queue and with the period shown\n"
      "  disabled          its configuration says so\n"
      "  no configuration  the store has no entry of its name, or one that cannot be read\n"
-     "  directory         it is no plugin\n",
+     "  directory         it is no plugin\n\n"
+     "NEXT and LAST RUN are what the running daemon knows, as long as it runs and this user may\n"
+     "read its state file; \"-\" stands for a plugin that it does not know.\n",
      "sentrelctl plugin list",
      kListOptions,
      {},
@@ -134,11 +184,11 @@ constexpr std::array<Command, 4> kCommands = {{
      "show when each plugin is launched, and how long it may run",
      "Shows the timetable: after how long each plugin is launched first, counted from the start "
      "of\n"
-     "the daemon; how often from then on; how long it may run at least; and, as an estimate, in "
-     "how\n"
-     "long it is launched next: a period after its newest report, else what the plan says for a\n"
-     "daemon that started when this one did. A plugin that the daemon does not know yet has "
-     "\"-\".\n\n"
+     "the daemon; how often from then on; how long it may run at least; and in how long the\n"
+     "running daemon launches it next. \"-\" stands for a plugin that the daemon does not know.\n"
+     "If its state file cannot be read, that is an estimate, marked \"~\": a period after the "
+     "newest\n"
+     "report, else what the plan says for a daemon that started when this one did.\n\n"
      "What is GUARANTEED, and why: a plugin is sent SIGTERM when the next one of its own queue is\n"
      "launched, or the first one of any queue. In the first round all are launched one after\n"
      "another, 30 s apart, so each has 30 s, the very last one at least. In later rounds those of\n"

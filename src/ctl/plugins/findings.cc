@@ -1,6 +1,7 @@
 #include "ctl/plugins/findings.h"
 
 #include "ctl/plugins/file.h"
+#include "ctl/plugins/launches.h"
 #include "ctl/plugins/report_findings.h"
 #include "ctl/reports/state.h"
 #include "ctl/show/failure.h"
@@ -204,6 +205,7 @@ std::vector<Finding> CheckPlugin(const SurveyedPlugin& plugin, const Host& host,
     Append(CheckConfiguration(subject, plugin), findings);
     Append(CheckName(subject, plugin.Name()), findings);
     Append(CheckConflicts(subject, plugin.Name(), reports.conflicts), findings);
+    Append(CheckLaunches(subject, plugin, host), findings);
     Append(CheckReports(subject, plugin, host, reports), findings);
     if (findings.empty()) {
         findings.push_back({Severity::Good, subject,

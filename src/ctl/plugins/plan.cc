@@ -4,6 +4,7 @@
 #include "ctl/host/host.h"
 #include "ctl/host/plugin_survey.h"
 #include "ctl/plugins/findings.h"
+#include "ctl/plugins/launches.h"
 #include "ctl/plugins/times.h"
 #include "ctl/show/durations.h"
 #include "ctl/show/json_output.h"
@@ -47,7 +48,7 @@ struct PlannedPlugin {
     const SurveyedPlugin& plugin;
     seconds guaranteed;
     std::vector<std::string> mayBeEndedBy;
-    std::optional<system_clock::time_point> next;
+    NextLaunch next;
     std::vector<std::string> arguments;
 };
 
@@ -59,18 +60,21 @@ std::vector<PlannedPlugin> MakePlan(const PluginSurvey& survey, const Host& host
     std::vector<PlannedPlugin> plan;
     for (const SurveyedPlugin* plugin : InLaunchOrder(survey)) {
         plan.push_back({*plugin, GuaranteedRunTime(survey, *plugin), MayBeEndedBy(survey, *plugin),
-                        EstimateNextLaunch(*plugin, host, reports),
-                        ArgumentsOf(*plugin, settings)});
+                        FindNextLaunch(*plugin, host, reports), ArgumentsOf(*plugin, settings)});
     }
     return plan;
 }
 
-std::string NextText(const PlannedPlugin& planned, system_clock::time_point now) {
-    if (!planned.next) {
-        return "-";
+std::string DaemonText(const Host& host) {
+    const auto runningSince = [&host](system_clock::time_point start) {
+        return DurationText(std::chrono::duration_cast<seconds>(host.now - start));
+    };
+    if (host.daemon) {
+        return "process " + std::to_string(host.daemon->pid) + ", for " +
+               runningSince(host.daemon->started);
     }
-    const auto left = std::chrono::duration_cast<seconds>(*planned.next - now);
-    return "~" + DurationText(left);
+    return host.state ? "running for " + runningSince(host.state->started)
+                      : "none that this user can see, so no next launch is known";
 }
 
 void WriteTotals(const PluginSurvey& survey, const Host& host, std::ostream& output) {
@@ -91,10 +95,7 @@ void WriteTotals(const PluginSurvey& survey, const Host& host, std::ostream& out
                             : fast + "; the slots of all plugins take " + minimum + " of it"});
     totals.Add({"Memory",
                 SizeText(std::uintmax_t(survey.poolSizeMB) << 20) + ", for all plugins together"});
-    totals.Add({"Daemon", host.daemon ? "process " + std::to_string(host.daemon->pid) + ", for " +
-                                            DurationText(std::chrono::duration_cast<seconds>(
-                                                host.now - host.daemon->started))
-                                      : "none that this user can see, so no next launch is known"});
+    totals.Add({"Daemon", DaemonText(host)});
     output << '\n';
     totals.Write(output);
 }
@@ -113,7 +114,7 @@ void WritePlan(const std::vector<PlannedPlugin>& plan, const PluginSurvey& surve
     for (const PlannedPlugin& planned : plan) {
         table.Add({planned.plugin.Name(), std::string(QueueOf(planned.plugin)),
                    DurationText(planned.plugin.firstRun), DurationText(planned.plugin.period),
-                   DurationText(planned.guaranteed), NextText(planned, host.now),
+                   DurationText(planned.guaranteed), NextText(planned.next, host.now),
                    planned.mayBeEndedBy.empty() ? "-" : Joined(planned.mayBeEndedBy)});
         commands.Add({planned.plugin.Name(), Joined(planned.arguments, " ")});
     }
@@ -138,8 +139,9 @@ void WritePlanJson(const std::vector<PlannedPlugin>& plan, const PluginSurvey& s
                            {"guaranteedSeconds", planned.guaranteed.count()},
                            {"mayBeEndedBy", planned.mayBeEndedBy},
                            {"commandLine", planned.arguments}};
-        if (planned.next) {
-            row["nextLaunchEstimate"] = UtcText(*planned.next);
+        if (planned.next.time) {
+            row[planned.next.isEstimate ? "nextLaunchEstimate" : "nextLaunch"] =
+                UtcText(*planned.next.time);
         }
         plugins.push_back(std::move(row));
     }
@@ -164,6 +166,7 @@ void RunPluginPlan(const Arguments& arguments, std::ostream& output) {
     RequireDirectory(survey);
     Host host = HostOf(arguments.options);
     host.daemon = FindDaemonProcess();
+    host.state = Sentrel::ReadDaemonState();
     const std::vector<PlannedPlugin> plan = MakePlan(survey, host);
     if (arguments.options.Has("--json")) {
         WritePlanJson(plan, survey, host, output);

@@ -25,6 +25,18 @@ std::vector<Finding> ExplainSilence(const std::string& subject, const SurveyedPl
         return {};
     }
     const DaemonProcess& daemon = *host.daemon;
+    if (host.state) {
+        const Sentrel::PluginState* const known = host.state->Find(plugin.Name());
+        if (known == nullptr || !known->end) {
+            return {};  // said by CheckLaunches, or to come
+        }
+        return {{Severity::Warning, subject,
+                 "no report, although its last run ended " +
+                     DurationText(
+                         std::chrono::duration_cast<std::chrono::seconds>(host.now - *known->end)) +
+                     " ago",
+                 "see what it does: sentrelctl plugin run " + plugin.Name()}};
+    }
     if (IsNewerThan(plugin, daemon)) {
         return {{Severity::Notice, subject,
                  "no report yet: it, or its configuration, is newer than the daemon's start",

@@ -20,6 +20,7 @@ namespace {
 namespace fs = std::filesystem;
 using Json = nlohmann::json;
 using testing::HasSubstr;
+using testing::Not;
 
 constexpr const char* kScript = "#!/bin/sh\n";
 
@@ -74,6 +75,26 @@ TEST_F(PluginCommands, PlanGivesEachItsSlotAndWhatItIsGuaranteed) {
                     "http://localhost:9996", "--loglevel=debug"}));
     EXPECT_FALSE(plan.contains("daemon"));
     EXPECT_THAT(OutputOf({"plugin", "list"}), HasSubstr("\ne     disabled  -            -  "));
+}
+
+TEST_F(PluginCommands, TellWhatTheRunningDaemonKnows) {
+    AddPlugin("old", kScript, R"({"frequency": "fast"})");
+    StartDaemon();
+    AddPlugin("new", kScript, R"({"frequency": "fast"})");
+    const Json plan = JsonOf({"plugin", "plan"})["plugins"];
+    EXPECT_FALSE(plan[0].contains("nextLaunch")) << plan;  // of the new one
+    EXPECT_TRUE(plan[1].contains("nextLaunch")) << plan;
+    EXPECT_THAT(plan.dump(), Not(HasSubstr("nextLaunchEstimate")));
+    const Json list = JsonOf({"plugin", "list"})["plugins"];
+    EXPECT_EQ(list[0]["isKnownToDaemon"], false);
+    EXPECT_EQ(list[1]["lastRun"]["state"], "none");
+    EXPECT_THAT(Run({"plugin", "check", "new"}).output,
+                HasSubstr("the running daemon does not know it"));
+    EXPECT_THAT(Run({"plugin", "check", "old"}).output, HasSubstr("ok "));
+
+    daemon->Kill();
+    EXPECT_FALSE(JsonOf({"plugin", "plan"})["plugins"][1].contains("nextLaunch"));
+    EXPECT_FALSE(JsonOf({"plugin", "list"})["plugins"][1].contains("isKnownToDaemon"));
 }
 
 TEST_F(PluginCommands, CheckFindsWhatKeepsAPluginFromWorking) {
