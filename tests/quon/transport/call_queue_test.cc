@@ -1,0 +1,84 @@
+// When calls begin that have to wait, and what becomes of those in their way.
+#include "quon/transport/running_server.h"
+
+#include <gtest/gtest.h>
+
+#include <boost/asio/post.hpp>
+
+#include <chrono>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <utility>
+
+namespace {
+
+using namespace std::chrono_literals;
+
+using ::Test::Document;
+using ::Test::Post;
+using ::Test::RawConnection;
+using ::Test::RunningServer;
+
+const std::string kClosingPost = Post(Document("size"), "Connection: close\r\n");
+constexpr const char* kResult = "\"result\":2";
+
+// One call on a connection that stays open.
+void CallOnce(RawConnection& client, std::string_view fields = {}) {
+    ASSERT_TRUE(client.Send(Post(Document("token"), fields)));
+    ASSERT_TRUE(client.ReadResponse());
+}
+
+TEST(CallQueue, CutsAnAnswerThatIsNotTakenWhileACallWaits) {
+    const RunningServer server({.limits = {.maxCalls = 1, .answerGrace = 1ms}});
+    RawConnection first = server.Connect();
+    ASSERT_TRUE(first.Send(Post(Document("list"))));
+    ASSERT_TRUE(server.log->WaitFor("7 Response head sent: "));
+    RawConnection second = server.Connect();
+    ASSERT_TRUE(second.Send(kClosingPost));
+    EXPECT_NE(second.ReadUntilClosed().find(kResult), std::string::npos);
+    EXPECT_TRUE(server.log->WaitFor("6 Failed to sent response body calls wait"));
+    EXPECT_FALSE(first.ReadUntilClosed().ends_with("0\r\n\r\n"));
+}
+
+TEST(CallQueue, BeginsNoCallForAClientThatHasLeft) {
+    const RunningServer server({.limits = {.maxCalls = 1}});
+    RawConnection calling = server.Connect();
+    ASSERT_TRUE(calling.Send(Post(Document("hold"))));
+    Quon::CallResult held = server.provider->TakeHeld();
+    RawConnection silent = server.Connect();
+    ASSERT_TRUE(silent.Send(kClosingPost));
+    silent.FinishSending();
+    {
+        RawConnection leaving = server.Connect();
+        ASSERT_TRUE(leaving.Send(Post(Document("hold"))));
+        ASSERT_TRUE(server.log->WaitForCount("6 Request received", 3));
+    }
+    boost::asio::post(*server.context,
+                      [result = std::make_shared<Quon::CallResult>(std::move(held))] {
+                          result->SetValue(Quon::Data::DataValue("done"));
+                      });
+    EXPECT_TRUE(
+        server.log->WaitFor("7 Handle request error: the client has left before its call began"));
+    EXPECT_NE(silent.ReadUntilClosed().find(kResult), std::string::npos);
+}
+
+TEST(CallQueue, PacesAnonymousCallsAlone) {
+    const RunningServer server({.limits = {.anonymousCallsPerSecond = 2}});
+    RawConnection anonymous = server.Connect();
+    RawConnection refused = server.Connect();
+    RawConnection verified = server.Connect();
+    const auto start = std::chrono::steady_clock::now();
+    CallOnce(anonymous);
+    CallOnce(refused, "Authorization: Bearer bad\r\n");
+    ASSERT_TRUE(anonymous.Send(Post(Document("token"))));
+    ASSERT_TRUE(refused.Send(Post(Document("token"), "Authorization: Bearer bad\r\n")));
+    for (int calls = 0; calls < 10; ++calls) {
+        CallOnce(verified, "Authorization: Bearer good\r\n");
+    }
+    ASSERT_TRUE(anonymous.ReadResponse());
+    ASSERT_TRUE(refused.ReadResponse());
+    EXPECT_GE(std::chrono::steady_clock::now() - start, 1s);
+}
+
+}  // namespace
