@@ -8,10 +8,13 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
+#include <cstdint>
 #include <exception>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+
+#include <sys/stat.h>
 
 namespace Sentrel {
 
@@ -42,14 +45,19 @@ Report Publisher::ReadReport(const std::filesystem::path& path, std::size_t unus
         }
         std::string text;
         const std::size_t maxSize = std::min(kMaxStoredSize, unusedBytes);
-        if (Sys::ReadAll(file.Get(), maxSize + 1, text) != 0) {
+        struct stat status{};
+        const bool isLonger = ::fstat(file.Get(), &status) == 0 &&
+                              static_cast<std::uintmax_t>(status.st_size) > maxSize;
+        // Read in part when it grew since, not at all when it is known to be too long.
+        if (!isLonger && Sys::ReadAll(file.Get(), maxSize + 1, text) != 0) {
             LogInternal(logger, 3, "Error reading file: %1", path.native());
             return {};
         }
-        if (text.size() > maxSize && maxSize < kMaxStoredSize) {
+        const bool isTooLong = isLonger || text.size() > maxSize;
+        if (isTooLong && maxSize < kMaxStoredSize) {
             throw BeyondBound(maxTextBytes);
         }
-        if (text.size() > maxSize) {
+        if (isTooLong) {
             throw std::runtime_error("longer than " + std::to_string(kMaxStoredSize) +
                                      " bytes; remove it or post a shorter report");
         }
