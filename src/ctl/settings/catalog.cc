@@ -89,7 +89,7 @@ SettingValue LogLevelInEffect(const SettingValue& stored) {
 }
 
 std::span<const Setting> DaemonSettings() {
-    static const std::array<Setting, 4> sSettings = {{
+    static const std::array<Setting, 5> sSettings = {{
         {.key = "http_port",
          .type = SettingType::Integer,
          .byDefault = Sentrel::kDefaultHttpPort,
