@@ -65,7 +65,8 @@ def run_step(step):
     except Exception as problem:  # a fault in the step is a failed step too
         print(f"FAILED  {step.__name__}: {problem if isinstance(problem, Failure) else repr(problem)}", flush=True)
         end = getattr(problem, "seconds", time.time())
-        for line in journal.text(f"--until=@{end:.3f}").splitlines()[-EVIDENCE_LINES:]:
+        lines = [line for line in journal.text(f"--until=@{end:.3f}").splitlines() if "systemd-journald[" not in line]
+        for line in lines[-EVIDENCE_LINES:]:
             print(f"          {line}", flush=True)
         return False
     print(f"ok      {step.__name__} ({time.monotonic() - start:.1f} s)", flush=True)
