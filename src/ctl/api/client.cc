@@ -2,6 +2,7 @@
 
 #include "ctl/api/http_post.h"
 #include "ctl/api/token_source.h"
+#include "ctl/host/port_holder.h"
 #include "ctl/show/json_output.h"
 
 #include <nlohmann/json.hpp>
@@ -30,9 +31,10 @@ Explanation Explain(const std::string& name, const std::string& message, bool ha
                    ? Explanation{"the API refuses the token",
                                  "\"sentrelctl token inspect\" says why it is not trusted, "
                                  "\"sentrelctl token init\" has this host's own tokens trusted"}
-                   : Explanation{"the API wants a token and this user has none",
-                                 "run this as root after \"sentrelctl token init\", or name "
-                                 "the file of one with --token-file"};
+                   : Explanation{"no token for the API",
+                                 "use --offline to read the report directory (group korvex), "
+                                 "--token-file FILE, or run this as root after \"sentrelctl "
+                                 "token init\""};
     }
     if (name.ends_with(".unauthorized")) {
         return {message + " (\"sentrelctl token issue\" takes it as --entitlement)"};
@@ -59,6 +61,11 @@ Explanation Explain(const std::string& name, const std::string& message, bool ha
     const std::string message = TextOf(error, "message");
     const Explanation explanation = Explain(name, message == name ? "" : message, hasToken);
     throw ApiError(name, explanation.happened, explanation.advice);
+}
+
+// "localhost" and literal addresses of loopback.
+bool NamesLoopback(std::string_view host) {
+    return host == "localhost" || host == "::1" || host.starts_with("127.");
 }
 
 bool IsPort(std::string_view text) {
@@ -93,6 +100,8 @@ ApiClient::ApiClient(const std::string& url, std::string token, std::chrono::mil
     }
 }
 
+bool ApiClient::IsOnLoopback() const { return NamesLoopback(host); }
+
 OrderedJson ApiClient::Call(std::string_view method, const OrderedJson& parameters) const {
     const OrderedJson request = {
         {"jsonrpc", "2.0"}, {"id", 1}, {"method", method}, {"params", parameters}};
@@ -106,7 +115,15 @@ OrderedJson ApiClient::Call(std::string_view method, const OrderedJson& paramete
     if (answer.is_object() && answer.contains("error") && answer["error"].is_object()) {
         ThrowError(answer["error"], !token.empty());
     }
-    throw Failure(url + " answers, but not as the API does", "name another address with --api");
+    throw Failure(url + " answered, but is not the sentrel API" + StrangersName(),
+                  "name another address with --api");
+}
+
+std::string ApiClient::StrangersName() const {
+    std::uint16_t number = 0;
+    (void)std::from_chars(port.data(), port.data() + port.size(), number);  // judged above
+    const std::string holder = NamesLoopback(host) ? StrangerOn(number) : "";
+    return holder.empty() ? "" : ": port " + port + " is held by " + holder;
 }
 
 // The body of the answer.
@@ -119,6 +136,12 @@ std::string ApiClient::Exchange(std::string document) const {
                      .timeout = timeout})
             .body;
     } catch (const HttpFailure& failure) {
+        const std::string stranger = StrangersName();
+        if (!stranger.empty()) {
+            throw Failure(url + " is not the sentrel API" + stranger + ": " + failure.what(),
+                          "end that process; sentrel binds the port again within 5 s",
+                          failure.ErrorNumber());
+        }
         throw Failure("the API at " + url + " cannot be reached: " + failure.what(),
                       "start sentrel (\"systemctl start sentrel\"), or name another address with "
                       "--api",
@@ -127,6 +150,12 @@ std::string ApiClient::Exchange(std::string document) const {
 }
 
 ApiClient ConnectApi(const Host& host, std::chrono::milliseconds timeout) {
+    if (const ApiClient client(host.apiUrl, "", timeout);
+        host.tokenFile.empty() && !client.IsOnLoopback()) {
+        throw Failure(
+            "no token for the API at " + host.apiUrl + ", which is not on this host's loopback",
+            "name the file of one with --token-file");
+    }
     return ApiClient(host.apiUrl, FindToken(host.tokenFile), timeout);
 }
 

@@ -29,17 +29,23 @@ class ApiError : public Failure {
 class ApiClient {
   public:
     // `url` is "http://HOST[:PORT]", HOST a name or an address, of IPv6 in brackets. An empty token
-    // sends none. Each call may take `timeout`. Throws Failure when the URL is none.
+    // sends none. Each call may take `timeout`. Throws Failure when the URL is invalid.
     ApiClient(const std::string& url, std::string token,
-              std::chrono::milliseconds timeout = std::chrono::minutes(1));
+              std::chrono::milliseconds timeout = std::chrono::minutes(10));
 
-    // The result of `method`. Throws ApiError when the API refuses or fails, and Failure when it
-    // cannot be reached (ETIMEDOUT: in time) or answers with anything else.
+    bool IsOnLoopback() const;
+    bool HasToken() const { return !token.empty(); }
+
+    // The result of `method`. Throws ApiError when the API refuses or fails, UntrustedListener when
+    // another user's program listens there, and Failure when the API cannot be reached (ETIMEDOUT:
+    // in time) or answers with anything else.
     nlohmann::ordered_json Call(std::string_view method,
                                 const nlohmann::ordered_json& parameters) const;
 
   private:
     std::string Exchange(std::string document) const;
+    // ": " and who else holds the port, when that is seen on this host.
+    std::string StrangersName() const;
 
     std::string url;
     std::string host;
@@ -48,7 +54,9 @@ class ApiClient {
     std::chrono::milliseconds timeout;
 };
 
-// A client for the API and the token that `host` says.
-ApiClient ConnectApi(const Host& host, std::chrono::milliseconds timeout = std::chrono::minutes(1));
+// A client for the API and the token that `host` says. Throws Failure when there is no token file
+// for an API that is not on this host's loopback.
+ApiClient ConnectApi(const Host& host,
+                     std::chrono::milliseconds timeout = std::chrono::minutes(10));
 
 }  // namespace Ctl

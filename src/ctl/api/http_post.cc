@@ -1,10 +1,14 @@
 #include "ctl/api/http_post.h"
 
+#include "ctl/host/port_holder.h"
+#include "ctl/show/durations.h"
+#include "ctl/show/sizes.h"
 #include "platform/sys/owned_fd.h"
 
 #include <boost/beast/http/parser.hpp>
 #include <boost/beast/http/string_body.hpp>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <chrono>
@@ -27,7 +31,8 @@ namespace http = boost::beast::http;
 using Clock = std::chrono::steady_clock;
 using Parser = http::response_parser<http::string_body>;
 
-constexpr std::uint64_t kMaxAnswerBytes = std::uint64_t{1} << 30;
+// A listing holds texts of at most 64 MiB, which JSON makes at most twice as long.
+constexpr std::uint64_t kMaxAnswerBytes = std::uint64_t{192} << 20;
 constexpr std::size_t kReadBytes = std::size_t{64} * 1024;
 
 [[noreturn]] void Fail(int errorNumber) {
@@ -38,10 +43,12 @@ struct AddressesDeleter {
     void operator()(addrinfo* first) const { ::freeaddrinfo(first); }
 };
 
-// A connection whose operations end at one deadline. All of them throw HttpFailure.
+// A connection whose operations end at one deadline, or earlier when nothing comes or goes for too
+// long. All of them throw HttpFailure.
 class Connection {
   public:
-    explicit Connection(const HttpPost& post) : deadline(Clock::now() + post.timeout) {
+    explicit Connection(const HttpPost& post)
+        : deadline(Clock::now() + post.timeout), silence(post.silence) {
         addrinfo wanted{};
         wanted.ai_socktype = SOCK_STREAM;
         addrinfo* found = nullptr;
@@ -58,6 +65,16 @@ class Connection {
             }
         }
         Fail(error);
+    }
+
+    // Throws UntrustedListener too.
+    void RequireTrust() const {
+        sockaddr_storage peer{};
+        socklen_t size = sizeof peer;
+        if (::getpeername(socket.Get(), reinterpret_cast<sockaddr*>(&peer), &size) != 0) {
+            Fail(errno);
+        }
+        RequireTrustedListener(peer);
     }
 
     void Write(std::string_view bytes) const {
@@ -110,10 +127,14 @@ class Connection {
 
     void Wait(short event) const {
         pollfd ready{.fd = socket.Get(), .events = event, .revents = 0};
+        const Clock::time_point end = std::min(deadline, Clock::now() + silence);
         for (;;) {
             const auto left =
-                std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
+                std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now()).count();
             const int count = left <= 0 ? 0 : ::poll(&ready, 1, static_cast<int>(left));
+            if (count == 0 && end < deadline) {
+                throw HttpFailure("no byte came for " + MeasuredText(silence), "", ETIMEDOUT);
+            }
             if (count == 0) {
                 Fail(ETIMEDOUT);
             }
@@ -127,6 +148,7 @@ class Connection {
     }
 
     const Clock::time_point deadline;
+    const std::chrono::milliseconds silence;
     Sys::OwnedFd socket;
 };
 
@@ -149,6 +171,9 @@ void Parse(Parser& parser, std::string& received) {
         received.erase(0, used);
         if (error == http::error::need_more) {
             return;
+        }
+        if (error == http::error::body_limit) {
+            throw HttpFailure("the answer is longer than " + SizeText(kMaxAnswerBytes));
         }
         if (error) {
             throw HttpFailure("the answer is no HTTP: " + error.message());
@@ -185,6 +210,7 @@ HttpAnswer ReadAnswer(const Connection& connection) {
 
 HttpAnswer Send(const HttpPost& post) {
     const Connection connection(post);
+    connection.RequireTrust();
     connection.Write(RequestBytes(post));
     return ReadAnswer(connection);
 }

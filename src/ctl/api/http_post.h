@@ -1,4 +1,5 @@
-// One POST over a connection of its own, within a time. What the answer means is the caller's.
+// One POST over a connection of its own, within a time, and on loopback only to a program that may
+// be believed. What the answer means is the caller's.
 #pragma once
 
 #include "ctl/show/failure.h"
@@ -15,7 +16,8 @@ struct HttpPost {
     std::string authorization = {};  // the field's value; empty: none
     std::string body;                // JSON
     std::chrono::milliseconds timeout =
-        std::chrono::minutes(1);  // for all but the look-up of `host`
+        std::chrono::minutes(10);  // for all but the look-up of `host`
+    std::chrono::milliseconds silence = std::chrono::seconds(10);  // without a byte
 };
 
 struct HttpAnswer {
@@ -29,7 +31,8 @@ class HttpFailure : public Failure {
     using Failure::Failure;
 };
 
-// Throws HttpFailure when no whole answer comes, with ETIMEDOUT when none comes within the timeout.
+// Throws HttpFailure when no whole answer comes, with ETIMEDOUT when none comes in time, and
+// UntrustedListener, before it sends anything, as RequireTrustedListener does.
 HttpAnswer Send(const HttpPost& post);
 
 }  // namespace Ctl

@@ -16,7 +16,7 @@ namespace Ctl {
 
 namespace {
 
-constexpr std::chrono::minutes kOwnTokenLifetime{5};
+constexpr std::chrono::minutes kOwnTokenLifetime{1};
 
 std::string UserName() {
     // NOLINTNEXTLINE(concurrency-mt-unsafe): the process has one thread

@@ -5,7 +5,7 @@
 
 namespace Ctl {
 
-// That of `file`, as ReadTokenFrom reads it. Without a file, a token of a few minutes, signed here
+// That of `file`, as ReadTokenFrom reads it. Without a file, a token of one minute, signed here
 // for this user with the privilege to read reports, when this user may read the signing key; else
 // empty. Throws Failure when a file cannot be used.
 std::string FindToken(const std::string& file);

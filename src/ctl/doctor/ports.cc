@@ -3,6 +3,7 @@
 #include "ctl/api/client.h"
 #include "ctl/doctor/subjects.h"
 #include "ctl/host/listening_sockets.h"
+#include "ctl/host/port_holder.h"
 #include "ctl/show/durations.h"
 #include "ctl/show/words.h"
 
@@ -98,6 +99,12 @@ void CheckApiPort(const Host& host, Findings& findings) {
                                 "see why in its log (journalctl -u sentrel), then: systemctl "
                                 "restart sentrel"});
         }
+        return;
+    }
+    if (const std::string stranger = StrangerOn(Sentrel::kApiPort); !stranger.empty()) {
+        findings.push_back({Severity::Error, subject,
+                            "port " + port + " is held by " + stranger + ", not by sentrel",
+                            "end that process; sentrel binds the port again within 5 s"});
         return;
     }
     const bool isLocal = CheckReach(subject, Sentrel::kApiPort, "can call it", sockets, findings);

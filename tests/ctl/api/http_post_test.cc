@@ -1,6 +1,7 @@
 // The tool's HTTP client against servers that answer well, badly, or not at all.
 #include "ctl/api/http_post.h"
 
+#include "ctl/host/port_holder.h"
 #include "support/report_listener.h"
 
 #include <gtest/gtest.h>
@@ -8,7 +9,11 @@
 #include <cerrno>
 #include <chrono>
 #include <future>
+#include <stdexcept>
 #include <string>
+
+#include <sys/fsuid.h>
+#include <unistd.h>
 
 namespace CtlTest {
 namespace {
@@ -43,13 +48,35 @@ TEST(HttpPost, NamesHostAndPortAsTheyAreInAUrl) {
 TEST(HttpPost, EndsInTimeWhenTheServerHangs) {
     const ReportListener server;  // accepts nothing
     Ctl::HttpPost post = PostTo("127.0.0.1", server);
-    post.timeout = std::chrono::milliseconds(20);
-    try {
-        (void)Ctl::Send(post);
-        ADD_FAILURE() << "there is an answer";
-    } catch (const Ctl::HttpFailure& failure) {
-        EXPECT_EQ(failure.ErrorNumber(), ETIMEDOUT);
+    for (auto* bound : {&post.silence, &post.timeout}) {
+        *bound = std::chrono::milliseconds(20);
+        try {
+            (void)Ctl::Send(post);
+            ADD_FAILURE() << "there is an answer";
+        } catch (const Ctl::HttpFailure& failure) {
+            EXPECT_EQ(failure.ErrorNumber(), ETIMEDOUT);
+        }
     }
+}
+
+TEST(HttpPost, SendsNothingToAnotherUsersProgram) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only root can listen as another user";
+    }
+    constexpr uid_t kNobody = 65534;
+    (void)::setfsuid(kNobody);  // whose sockets this thread makes
+    ReportListener server;
+    (void)::setfsuid(0);
+    try {
+        (void)Ctl::Send(PostTo("127.0.0.1", server));
+        ADD_FAILURE() << "it was believed";
+    } catch (const Ctl::UntrustedListener& failure) {
+        const std::string expected = "port " + std::to_string(server.Port()) +
+                                     " of 127.0.0.1 is held by process " +
+                                     std::to_string(::getpid()) + " (";
+        EXPECT_TRUE(failure.WhatHappened().starts_with(expected)) << failure.what();
+    }
+    EXPECT_THROW((void)server.Receive(), std::runtime_error);  // no byte came
 }
 
 TEST(HttpPost, RefusesWhatIsNotAWholeAnswer) {
@@ -62,6 +89,8 @@ TEST(HttpPost, RefusesWhatIsNotAWholeAnswer) {
         {"HTTP/1.1 200 OK\r\nContent-Length: 4\r\n\r\nha",
          "the connection was closed before the answer was there"},
         {"220 mail ready\r\n\r\n", "the answer is no HTTP: "},
+        {"HTTP/1.1 200 OK\r\nContent-Length: 201326593\r\n\r\n",
+         "the answer is longer than 192.0 MiB"},
     };
     for (const auto& row : rows) {
         ReportListener server;
