@@ -14,7 +14,7 @@
 #include "ctl/reports/monitoring_commands.h"
 #include "ctl/reports/post_command.h"
 #include "ctl/settings/commands.h"
-#include "ctl/show/table.h"
+#include "ctl/show/printable.h"
 #include "platform/sys/host_root.h"
 
 #include <csignal>

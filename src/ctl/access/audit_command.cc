@@ -2,7 +2,7 @@
 
 #include "ctl/access/audit_reader.h"
 #include "ctl/show/json_output.h"
-#include "ctl/show/table.h"
+#include "ctl/show/printable.h"
 #include "platform/audit/kvx_audit.h"
 
 #include <nlohmann/json.hpp>

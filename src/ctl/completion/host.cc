@@ -9,7 +9,7 @@
 #include "ctl/settings/name.h"
 #include "ctl/show/failure.h"
 #include "ctl/show/json_output.h"
-#include "ctl/show/table.h"
+#include "ctl/show/printable.h"
 #include "ctl/show/times.h"
 #include "platform/bindings/reports_definition.h"
 #include "platform/bindings/runtime_definition.h"

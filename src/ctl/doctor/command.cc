@@ -3,6 +3,7 @@
 #include "ctl/doctor/subjects.h"
 #include "ctl/show/failure.h"
 #include "ctl/show/json_output.h"
+#include "ctl/show/note.h"
 
 #include <array>
 #include <cerrno>
@@ -48,7 +49,7 @@ constexpr Subject kSubjects[] = {
 
 Finding Explain(const char* subject, const Pellmar::Throwable& failure) {
     if (failure.ErrorNumber() == EACCES && ::geteuid() != 0) {
-        return {Severity::Notice, subject, failure.WhatHappened(), "run this as root"};
+        return {Severity::Notice, subject, failure.WhatHappened(), "run this as root", true};
     }
     return {Severity::Error, subject, failure.WhatHappened(),
             failure.Advice().empty() ? "mend that, and run this again" : failure.Advice()};
@@ -59,7 +60,7 @@ void Look(const Subject& subject, const Host& host, Findings& findings) {
         subject.check(host, findings);
     } catch (const CannotLook& reason) {
         findings.push_back(
-            {Severity::Notice, subject.name, reason.WhatHappened(), reason.Advice()});
+            {Severity::Notice, subject.name, reason.WhatHappened(), reason.Advice(), true});
     } catch (const Pellmar::Throwable& failure) {
         findings.push_back(Explain(subject.name, failure));
     } catch (const std::system_error& error) {
@@ -71,6 +72,7 @@ void Look(const Subject& subject, const Host& host, Findings& findings) {
 
 int RunDoctor(const Arguments& arguments, std::ostream& output) {
     Host host = HostOf(arguments.options);
+    SilenceNotes();
     LookAtDaemon(host);
     Findings findings;
     for (const Subject& subject : kSubjects) {

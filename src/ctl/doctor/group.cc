@@ -125,13 +125,15 @@ void CheckGroup(const Host& host, Findings& findings) {
                             "echo 0 > " + state.directory +
                                 "/cgroup.freeze, or that of the one above it that is frozen"});
     }
-    const auto settings = ReadDaemonSettings();
-    const std::int32_t poolSizeMB = Sentrel::ConfiguredResourcePoolSizeMB(settings);
-    CheckReservation(location.root.directory, state, static_cast<std::uint64_t>(poolSizeMB) * 1024,
-                     findings);
-    CheckLimits(state,
-                std::uint64_t{Sentrel::PluginGroupLimits(settings, poolSizeMB).memoryMB} * 1024,
-                findings);
+    if (host.settingsProblem.empty()) {
+        const auto settings = ReadDaemonSettings();
+        const std::int32_t poolSizeMB = Sentrel::ConfiguredResourcePoolSizeMB(settings);
+        CheckReservation(location.root.directory, state,
+                         static_cast<std::uint64_t>(poolSizeMB) * 1024, findings);
+        CheckLimits(state,
+                    std::uint64_t{Sentrel::PluginGroupLimits(settings, poolSizeMB).memoryMB} * 1024,
+                    findings);
+    }
     CheckSurvivors(host, state.directory, findings);
     const bool isAllWell =
         std::none_of(findings.begin() + static_cast<std::ptrdiff_t>(before), findings.end(),

@@ -30,6 +30,9 @@ void CheckSettings(const Host& /*host*/, Findings& findings) {
 }
 
 void CheckAllPlugins(const Host& host, Findings& findings) {
+    if (!host.settingsProblem.empty()) {
+        return;  // said of the settings
+    }
     const PluginSurvey survey = SurveyPlugins();
     PluginReports reports = ReadPluginReports(host, survey);
     reports.problem = "";  // said of the report directory

@@ -18,8 +18,6 @@ namespace Ctl {
 
 namespace {
 
-constexpr std::chrono::seconds kToleratedLead{2};  // of a clock before another one
-
 // Throws CannotLook when this user may not read it. False when there is none, which is said of the
 // directory.
 bool HasReadableDirectory(const Host& host) {
@@ -45,7 +43,7 @@ constexpr StateRow kStateRows[] = {
      "sentrelctl list --state INVALID; sentrelctl history NAME says why"},
     {ReportState::Error, Severity::Warning, "ERROR", "sentrelctl list --full --state ERROR"},
     {ReportState::Stale, Severity::Warning,
-     "STALE (older than one and a half periods of the plugin)",
+     "STALE (older than one and a half periods of the plugin, or dated in the future)",
      "see what the plugin does: sentrelctl plugin run NAME"},
     {ReportState::Warning, Severity::Notice, "WARNING", "sentrelctl list --full --state WARNING"},
     {ReportState::Never, Severity::Notice, "NEVER (the plugin has not reported yet)",

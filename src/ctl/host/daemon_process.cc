@@ -4,15 +4,35 @@
 #include "ctl/host/daemon_settings.h"
 #include "ctl/host/listening_sockets.h"
 #include "ctl/host/process_stat.h"
+#include "ctl/show/failure.h"
+#include "ctl/show/note.h"
 
 #include <cstdint>
 #include <limits>
+#include <string>
 #include <vector>
 
 namespace Ctl {
 
+std::int32_t FindIntakePort() {
+    try {
+        return Sentrel::GetHttpPort(ReadDaemonSettings(), SilentLogger());
+    } catch (const Failure& failure) {
+        const std::optional<pid_t> daemon =
+            FindOwner(FindListeningSockets(Sentrel::kApiPort), kDaemonName);
+        std::int32_t port = Sentrel::kDefaultHttpPort;
+        for (const std::uint16_t own :
+             daemon ? FindListeningPorts(*daemon) : std::vector<std::uint16_t>{}) {
+            port = own == Sentrel::kApiPort ? port : own;
+        }
+        NoteOnce("warning: " + std::string(failure.what()) + "; posting to port " +
+                 std::to_string(port));
+        return port;
+    }
+}
+
 std::optional<DaemonProcess> FindDaemonProcess() {
-    const std::int32_t port = Sentrel::GetHttpPort(ReadDaemonSettings(), SilentLogger());
+    const std::int32_t port = Sentrel::GetHttpPort(ReadDaemonSettingsOrDefaults(), SilentLogger());
     if (port <= 0 || port > std::numeric_limits<std::uint16_t>::max()) {
         return std::nullopt;  // nobody can listen there
     }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 #include <optional>
 #include <string_view>
 
@@ -21,5 +22,9 @@ struct DaemonProcess {
 // nothing when none does, or when it belongs to a user whose descriptors this one may not see.
 // Throws what ReadDaemonSettings throws.
 std::optional<DaemonProcess> FindDaemonProcess();
+
+// The intake port: of the settings, or, where these are broken, that on which the running daemon
+// listens besides the API's, as far as this user may see it, else the default.
+std::int32_t FindIntakePort();
 
 }  // namespace Ctl

@@ -2,6 +2,7 @@
 
 #include "core/settings/settings.h"
 #include "ctl/show/failure.h"
+#include "ctl/show/note.h"
 #include "platform/tabulon/json_config.h"
 
 #include <string>
@@ -25,6 +26,18 @@ Pellmar::Ref<Pellmar::Service::ConfigReader> ReadDaemonSettings() {
                       advice + (advice.empty() ? "" : "; ") +
                           "make that file a readable JSON object, or remove it",
                       exception.ErrorNumber());
+    }
+}
+
+Pellmar::Ref<Pellmar::Service::ConfigReader> ReadDaemonSettingsOrDefaults() {
+    try {
+        return ReadDaemonSettings();
+    } catch (const Failure& failure) {
+        NoteOnce("warning: " + std::string(failure.what()) + "; the defaults are assumed");
+        const Pellmar::Ref<Pellmar::Service::Config> defaults =
+            Tabulon::CreateTabulonConfigWithFallbackToDefault({});
+        defaults->Initialize();
+        return defaults->GetReader();
     }
 }
 

@@ -91,12 +91,13 @@ std::optional<SocketLine> ReadLine(const std::string& line) {
     return fields ? std::optional(std::move(read)) : std::nullopt;
 }
 
+// False when it is of another port than `port`; 0 stands for all.
 bool TakeAddress(SocketLine& read, std::uint16_t port) {
     const std::size_t colon = read.local.find(':');
     std::uint16_t ownPort = 0;
     if ((colon != kGroupDigits && colon != 4 * kGroupDigits) ||
         !ParseNumber(std::string_view(read.local).substr(colon + 1), ownPort, 16) ||
-        ownPort != port) {
+        (port != 0 && ownPort != port)) {
         return false;
     }
     const std::vector<std::uint8_t> address =
@@ -105,6 +106,7 @@ bool TakeAddress(SocketLine& read, std::uint16_t port) {
         return false;
     }
     read.socket.address = AddressText(address);
+    read.socket.port = ownPort;
     read.socket.reach = ReachOf(address);
     return true;
 }
@@ -196,6 +198,17 @@ std::vector<ListeningSocket> FindListeningSockets(std::uint16_t port) {
         AddListening(lines, port, sockets);
     }
     return sockets;
+}
+
+std::vector<std::uint16_t> FindListeningPorts(pid_t process) {
+    std::vector<std::uint16_t> ports;
+    for (const ListeningSocket& socket : FindListeningSockets(0)) {
+        const std::string path = "/proc/" + std::to_string(process);
+        if (HoldsSocket(AT_FDCWD, path, {"socket:[" + std::to_string(socket.inode) + "]"})) {
+            ports.push_back(socket.port);
+        }
+    }
+    return ports;
 }
 
 std::optional<pid_t> FindOwner(const std::vector<ListeningSocket>& sockets,

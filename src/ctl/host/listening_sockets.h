@@ -25,6 +25,7 @@ struct ListeningSocket {
     };
     std::string address;  // "127.0.0.1", "::1"
     Reach reach = Reach::OneAddress;
+    std::uint16_t port = 0;
     uid_t user = 0;  // who made it
     std::uint64_t inode = 0;
 };
@@ -34,6 +35,9 @@ std::vector<ListeningSocket> FindListeningSockets(std::uint16_t port);
 
 // The sockets in one text of that form that listen on `port`. Lines that are none are left out.
 std::vector<ListeningSocket> ParseListeningSockets(std::string_view text, std::uint16_t port);
+
+// The ports that a process listens on, as far as this user may see its descriptors.
+std::vector<std::uint16_t> FindListeningPorts(pid_t process);
 
 // The process that holds one of the sockets; nothing when there is none, or when its descriptors
 // may not be seen by this user. One that calls itself `likelyName` is found soonest.

@@ -84,7 +84,7 @@ bool NamesQueue(const std::string& frequency) {
 PluginSurvey SurveyPlugins() {
     PluginSurvey survey;
     survey.hasDirectory = HasPluginDirectory();
-    const auto settings = ReadDaemonSettings();
+    const auto settings = ReadDaemonSettingsOrDefaults();
     std::int32_t fastMinutes = 0;
     (void)settings->GetInt("fast_queue/time_period_in_mins", fastMinutes);  // or 0
     survey.configuredFastMinutes = Sentrel::FastPeriodMinutes(fastMinutes);

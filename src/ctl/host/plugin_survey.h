@@ -36,8 +36,7 @@ struct PluginSurvey {
 };
 
 // Without a plugin directory, which the daemon does not start without, there are no entries. Throws
-// a std::exception, with what to do, when the daemon's settings are broken or the directory cannot
-// be listed.
+// a std::exception, with what to do, when the directory cannot be listed.
 PluginSurvey SurveyPlugins();
 
 // Throws Failure when there is no plugin directory.

@@ -206,7 +206,7 @@ int RunPlugin(const Arguments& arguments, std::ostream& output) {
     const PluginSurvey survey = SurveyPlugins();
     const SurveyedPlugin found = FindPlugin(survey, run.plugin);
     TellWhetherItIsRun(found, run);
-    const auto settings = ReadDaemonSettings();
+    const auto settings = ReadDaemonSettingsOrDefaults();
     run.port = Sentrel::GetHttpPort(settings, SilentLogger());
     Host host = HostOf(arguments.options);
     host.daemon = FindDaemonProcess();

@@ -1,6 +1,7 @@
 // How a run is told to people.
 #include "ctl/plugin_run/result.h"
 #include "ctl/show/durations.h"
+#include "ctl/show/printable.h"
 #include "ctl/show/sizes.h"
 #include "ctl/show/table.h"
 #include "ctl/show/terminal.h"

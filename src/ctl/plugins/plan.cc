@@ -54,7 +54,7 @@ struct PlannedPlugin {
 
 std::vector<PlannedPlugin> MakePlan(const PluginSurvey& survey, const Host& host) {
     const PluginReports reports = ReadPluginReports(host, survey);
-    const auto settings = ReadDaemonSettings();
+    const auto settings = ReadDaemonSettingsOrDefaults();
     Sentrel::Plugin::sResourcePoolSizeMB = survey.poolSizeMB;
     (void)SilentLogger();  // of the port that is not set
     std::vector<PlannedPlugin> plan;

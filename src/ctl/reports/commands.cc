@@ -5,11 +5,12 @@
 #include "ctl/host/host.h"
 #include "ctl/reports/history.h"
 #include "ctl/reports/metrics.h"
-#include "ctl/reports/name_conflicts.h"
 #include "ctl/reports/source.h"
 #include "ctl/reports/state.h"
 #include "ctl/show/failure.h"
 #include "ctl/show/json_output.h"
+#include "ctl/show/note.h"
+#include "ctl/show/printable.h"
 #include "ctl/show/table.h"
 #include "ctl/show/terminal.h"
 #include "ctl/show/times.h"
@@ -20,7 +21,6 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
-#include <iostream>
 #include <ostream>
 
 namespace Ctl {
@@ -110,25 +110,17 @@ void WriteTable(const std::vector<JudgedReport>& rows, bool full, std::ostream& 
     table.Write(output);
 }
 
-// Of names that share files.
-std::vector<std::string> FindWarnings(const std::vector<JudgedReport>& rows) {
-    std::vector<std::string> names;
-    names.reserve(rows.size());
-    for (const JudgedReport& row : rows) {
-        names.push_back(row.report.name);
-    }
-    std::vector<std::string> warnings;
-    for (const NameConflict& conflict : FindNameConflicts(names)) {
-        warnings.push_back(conflict.why + "; rename one of the two");
-    }
-    return warnings;
-}
-
-void RunList(const Arguments& arguments, std::ostream& output) {
+int RunList(const Arguments& arguments, std::ostream& output) {
     const std::vector<ReportState> states = WantedStates(arguments.options.Values("--state"));
     std::vector<JudgedReport> rows =
         ReadJudgedReports(HostOf(arguments.options), arguments.operands);
-    const std::vector<std::string> warnings = FindWarnings(rows);
+    const std::vector<std::string> missing = MissingNames(rows, arguments.operands);
+    const Failure failure("no report named " + Enumerated(missing, "or"),
+                          "\"sentrelctl list\" names those that are stored");
+    if (!missing.empty() && rows.empty()) {
+        throw failure;
+    }
+    const std::vector<std::string> warnings = WarningsOf(rows);
     std::erase_if(rows, [&states](const JudgedReport& row) {
         return !states.empty() &&
                std::find(states.begin(), states.end(), row.state) == states.end();
@@ -139,17 +131,21 @@ void RunList(const Arguments& arguments, std::ostream& output) {
             reports.push_back(ToJson(row));
         }
         WriteJson({{"reports", std::move(reports)}, {"warnings", warnings}}, output);
-        return;
-    }
-    for (const std::string& warning : warnings) {
-        std::cerr << "sentrelctl: warning: " << PrintableText(warning) << '\n';
-    }
-    if (rows.empty()) {
-        const bool isFiltered = !states.empty() || !arguments.operands.empty();
-        output << (isFiltered ? "No such report is stored.\n" : "No report is stored.\n");
     } else {
-        WriteTable(rows, arguments.options.Has("--full"), output);
+        for (const std::string& warning : warnings) {
+            NoteOnce("warning: " + warning);
+        }
+        if (rows.empty()) {
+            output << (states.empty() ? "No reports.\n" : "No such report is stored.\n");
+        } else {
+            WriteTable(rows, arguments.options.Has("--full"), output);
+        }
     }
+    if (!missing.empty()) {
+        NoteOnce(failure.what());
+        return 1;
+    }
+    return 0;
 }
 
 void WriteReport(const JudgedReport& row, std::ostream& output) {
@@ -249,13 +245,15 @@ constexpr std::array<Command, 4> kCommands = {{
      "Lists the newest report of each name, or of the names given (their case does not matter),\n"
      "with its state and age. --full adds the reason that the report gives for its state.\n\n"
      "A state is what the report says (OK, WARNING, ERROR, NONE, UNKNOWN), or\n"
-     "  STALE    it is older than one and a half periods of its plugin\n"
+     "  STALE    it is older than one and a half periods of its plugin, or more than a minute in\n"
+     "           the future\n"
      "  NEVER    an enabled plugin has no report yet\n"
      "  INVALID  there is a report that cannot be read\n\n"
      "Names that share files are warned of on standard error, with --json in \"warnings\".\n",
      "sentrelctl list --full --state ERROR --state STALE",
      kListOptions,
      {"[NAME...]", 0, 1000000, Completes::ReportName, Completes::ReportName},
+     nullptr,
      RunList},
     {"get",
      "show one report whole",

@@ -1,7 +1,9 @@
 #include "ctl/reports/metrics_text.h"
 
 #include "ctl/reports/metrics.h"
+#include "ctl/show/printable.h"
 
+#include <set>
 #include <string_view>
 #include <utility>
 
@@ -9,11 +11,10 @@ namespace Ctl {
 
 namespace {
 
-// A label's value between its quotes. Only these three are escaped: different values stay
-// different.
+// A label's value between its quotes.
 std::string Escape(std::string_view value) {
     std::string escaped;
-    for (const char byte : value) {
+    for (const char byte : PrintableLines(value)) {
         if (byte == '\n') {
             escaped += "\\n";
             continue;
@@ -35,9 +36,12 @@ class Family {
         head += "# HELP " + this->name + " " + std::string(help) + "\n";
     }
 
-    // `labels`: without the braces.
+    // `labels`: without the braces. Of values that only differ in what cannot be shown the first
+    // counts: parsers refuse the whole text when labels repeat.
     void Add(const std::string& labels, const std::string& value) {
-        samples += name + "{" + labels + "} " + value + "\n";
+        if (known.insert(labels).second) {
+            samples += name + "{" + labels + "} " + value + "\n";
+        }
     }
     std::string Text() const { return samples.empty() ? "" : head + samples; }
 
@@ -45,6 +49,7 @@ class Family {
     std::string name;
     std::string head;
     std::string samples;
+    std::set<std::string> known;  // labels
 };
 
 std::string ReportLabel(const JudgedReport& row) {

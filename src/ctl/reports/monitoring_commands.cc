@@ -7,7 +7,7 @@
 #include "ctl/reports/state.h"
 #include "ctl/show/failure.h"
 #include "ctl/show/json_output.h"
-#include "ctl/show/table.h"
+#include "ctl/show/printable.h"
 #include "platform/sys/atomic_file.h"
 #include "store/report_name.h"
 

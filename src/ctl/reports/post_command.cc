@@ -2,7 +2,7 @@
 
 #include "core/settings/settings.h"
 #include "ctl/api/http_post.h"
-#include "ctl/host/daemon_settings.h"
+#include "ctl/host/daemon_process.h"
 #include "ctl/host/input_file.h"
 #include "ctl/reports/check.h"
 #include "ctl/show/failure.h"
@@ -59,8 +59,7 @@ void RunPost(const Arguments& arguments, std::ostream& output) {
     const std::string document =
         ReadInputFile(arguments.operands[1], Sentrel::kMaxReportSize, "the report file");
     RefuseBadDocument(document, name);
-    const std::string port =
-        std::to_string(Sentrel::GetHttpPort(ReadDaemonSettings(), SilentLogger()));
+    const std::string port = std::to_string(FindIntakePort());
     const std::string intake = "the intake on port " + port;
     HttpAnswer answer;
     try {

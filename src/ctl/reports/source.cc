@@ -4,17 +4,24 @@
 #include "ctl/host/daemon_settings.h"
 #include "ctl/show/failure.h"
 #include "ctl/show/json_output.h"
+#include "ctl/show/note.h"
 #include "ctl/show/times.h"
+#include "ctl/show/words.h"
 #include "store/publisher.h"
+#include "store/report.h"
 #include "store/report_name.h"
 
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstddef>
 #include <map>
 #include <string_view>
 #include <system_error>
 #include <utility>
+
+#include <unistd.h>
 
 namespace Ctl {
 
@@ -33,6 +40,11 @@ struct CaseBlindLess {
 using ReportMap = std::map<std::string, StoredReport, CaseBlindLess>;
 
 constexpr std::string_view kList = "com.korvex.oru.observability.reports.list";
+// The API leaves out what exceeds 64 MiB of texts in a listing. From here on it may have: less than
+// the longest report was left.
+constexpr std::size_t kNearlyFull = (std::size_t{64} << 20) - Sentrel::kMaxStoredSize;
+constexpr std::size_t kNamesOfGroup = 32;
+
 // What was read replaces what was not. The name stays that of the link, and of two links whose
 // names differ in case the newer report counts.
 void Add(StoredReport report, ReportMap& reports) {
@@ -44,8 +56,9 @@ void Add(StoredReport report, ReportMap& reports) {
     }
 }
 
-void AddListing(const ApiClient& api, const char* detail, const std::vector<std::string>& names,
-                ReportMap& reports) {
+// The bytes of the texts that came.
+std::size_t AddListing(const ApiClient& api, const char* detail,
+                       const std::vector<std::string>& names, ReportMap& reports) {
     OrderedJson parameters = {{"detail", detail}};
     if (!names.empty()) {
         parameters["filter"] = {{"names", names}};
@@ -55,15 +68,17 @@ void AddListing(const ApiClient& api, const char* detail, const std::vector<std:
     if (listed == result.end() || !listed->is_array()) {
         throw Failure("the API's answer holds no reports", "is --api right?");
     }
+    std::size_t bytes = 0;
     for (const OrderedJson& report : *listed) {
-        Add({TextOf(report, "name"), TextOf(report, "time"), TextOf(report, "status"),
-             TextOf(report, "unstructured")},
-            reports);
+        StoredReport stored{TextOf(report, "name"), TextOf(report, "time"),
+                            TextOf(report, "status"), TextOf(report, "unstructured")};
+        bytes += stored.unstructured.size();
+        Add(std::move(stored), reports);
     }
+    return bytes;
 }
 
-// Of those that are wanted. They are asked for once more: the link of a name is gone for an instant
-// while it is renewed.
+// Of those that are wanted.
 std::vector<std::string> UnreadNames(const ReportMap& reports,
                                      const std::vector<std::string>& names) {
     std::vector<std::string> unread;
@@ -81,15 +96,60 @@ std::vector<std::string> UnreadNames(const ReportMap& reports,
     return unread;
 }
 
+// Asks again for what a full answer left out: it holds something each time, so this ends.
+void AddInGroups(const ApiClient& api, std::vector<std::string> names, ReportMap& reports) {
+    while (!names.empty()) {
+        const auto start =
+            names.end() - static_cast<std::ptrdiff_t>(std::min(names.size(), kNamesOfGroup));
+        const std::vector<std::string> group(start, names.end());
+        names.erase(start, names.end());
+        if (AddListing(api, "FULL", group, reports) >= kNearlyFull) {
+            const std::vector<std::string> unread = UnreadNames(reports, group);
+            names.insert(names.end(), unread.begin(), unread.end());
+        }
+    }
+}
+
 ReportMap ReadThroughApi(const ApiClient& api, const std::vector<std::string>& names) {
     ReportMap reports;
-    AddListing(api, "BRIEF", {}, reports);
-    AddListing(api, "FULL", names, reports);
-    const std::vector<std::string> again = UnreadNames(reports, names);
-    if (!again.empty()) {
-        AddListing(api, "FULL", again, reports);
+    (void)AddListing(api, "BRIEF", {}, reports);
+    if (AddListing(api, "FULL", names, reports) >= kNearlyFull) {
+        AddInGroups(api, UnreadNames(reports, names), reports);
+    } else if (!names.empty()) {
+        // once more: the link of a name is gone for an instant while it is renewed
+        const std::vector<std::string> again = UnreadNames(reports, names);
+        if (!again.empty()) {
+            (void)AddListing(api, "FULL", again, reports);
+        }
     }
     return reports;
+}
+
+// Throws Failure when reports are stored or asked for, though the API lists none.
+void ExplainEmptyListing(const Host& host, const std::vector<std::string>& names) {
+    const std::string& directory = host.reportDirectory;
+    if (::access(directory.c_str(), R_OK | X_OK) == 0) {
+        const std::size_t stored =
+            Sentrel::Publisher(directory, SilentLogger()).ListReportFiles({}).size();
+        if (stored != 0) {
+            throw Failure("the API lists no reports, but " + Counted(stored, "report") +
+                              (stored == 1 ? " is" : " are") + " stored in " + directory +
+                              ": the daemon cannot read it, or uses another directory",
+                          "run \"sentrelctl doctor\" as root");
+        }
+        return;
+    }
+    const int errorNumber = errno;
+    if (errorNumber != EACCES) {
+        throw Failure("the API lists no reports; cannot read " + directory, errorNumber,
+                      "run \"sentrelctl doctor\" as root");
+    }
+    const std::string happened = "the API lists no reports";
+    const std::string advice = "if there should be some, run \"sentrelctl doctor\" as root";
+    if (!names.empty()) {
+        throw Failure(happened, advice);
+    }
+    NoteOnce(happened + "; " + advice);
 }
 
 // As the API writes it: what is not UTF-8 becomes U+FFFD.
@@ -143,8 +203,20 @@ std::vector<StoredReport> ReadStoredReports(const std::string& directory,
 }
 
 std::vector<StoredReport> ReadReports(const Host& host, const std::vector<std::string>& names) {
-    return host.isOffline ? ReadStoredReports(RequireReportDirectory(host), names)
-                          : Sorted(ReadThroughApi(ConnectApi(host), names));
+    if (host.isOffline) {
+        return ReadStoredReports(RequireReportDirectory(host), names);
+    }
+    const ApiClient api = ConnectApi(host);
+    const std::string& directory = host.reportDirectory;
+    if (!api.HasToken() && ::access(directory.c_str(), R_OK | X_OK) == 0) {
+        NoteOnce("no token for the API, so this reads " + directory);
+        return ReadStoredReports(directory, names);
+    }
+    ReportMap reports = ReadThroughApi(api, names);
+    if (reports.empty()) {
+        ExplainEmptyListing(host, names);
+    }
+    return Sorted(std::move(reports));
 }
 
 }  // namespace Ctl

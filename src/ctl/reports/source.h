@@ -18,9 +18,10 @@ struct StoredReport {
 };
 
 // All reports, sorted by name, each name once, case aside. Read are those of `names`, or all when
-// there are none; of the others the name and the file's time are known. Through the API, or, when
-// `host` is offline, from its directory. Throws what ApiClient throws, and Failure when the
-// directory cannot be read.
+// there are none; of the others the name and the file's time are known. Through the API in two
+// calls, with a third for names that are missing and more where an answer was full; or, when `host`
+// is offline or this user has no token, from its directory. Throws what ApiClient throws, and
+// Failure when the directory cannot be read.
 std::vector<StoredReport> ReadReports(const Host& host, const std::vector<std::string>& names);
 
 // The same from a directory, whose path is this machine's and ends in a slash.

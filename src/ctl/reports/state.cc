@@ -2,6 +2,7 @@
 
 #include "ctl/host/plugin_survey.h"
 #include "ctl/reports/metrics.h"
+#include "ctl/reports/name_conflicts.h"
 #include "ctl/show/times.h"
 #include "store/report_name.h"
 
@@ -29,7 +30,8 @@ JudgedReport Judge(StoredReport report, std::optional<std::chrono::seconds> peri
     } else {
         judged.state = ParseState(report.status).value_or(ReportState::Unknown);
         judged.age = AgeOf(report.time, now);
-        if (period && judged.age && *judged.age * 2 > *period * 3) {
+        const bool isOld = period && judged.age && *judged.age * 2 > *period * 3;
+        if (isOld || IsInFuture(judged)) {
             judged.state = ReportState::Stale;
         }
     }
@@ -38,6 +40,8 @@ JudgedReport Judge(StoredReport report, std::optional<std::chrono::seconds> peri
 }
 
 }  // namespace
+
+bool IsInFuture(const JudgedReport& judged) { return judged.age && *judged.age < -kToleratedLead; }
 
 std::string_view NameOf(ReportState state) { return kNames[static_cast<std::size_t>(state)]; }
 
@@ -57,7 +61,8 @@ std::string ReasonOf(const JudgedReport& judged) {
         case ReportState::Invalid:
             return "it cannot be read; see \"sentrelctl history " + judged.report.name + "\"";
         case ReportState::Stale:
-            return "reported " + judged.report.status + ": " + ReasonOf(judged.report.unstructured);
+            return (IsInFuture(judged) ? "its time is in the future; reported " : "reported ") +
+                   judged.report.status + ": " + ReasonOf(judged.report.unstructured);
         default:
             return ReasonOf(judged.report.unstructured);
     }
@@ -123,6 +128,32 @@ std::vector<JudgedReport> ReadJudgedReports(const Host& host,
         JudgeReports(std::move(reports), plugins, std::chrono::system_clock::now());
     std::erase_if(judged, [&](const JudgedReport& row) { return !isWanted(row.report.name); });
     return judged;
+}
+
+std::vector<std::string> MissingNames(const std::vector<JudgedReport>& rows,
+                                      const std::vector<std::string>& names) {
+    std::vector<std::string> missing;
+    for (const std::string& name : names) {
+        if (std::none_of(rows.begin(), rows.end(), [&name](const JudgedReport& row) {
+                return Sentrel::IsSameReportName(row.report.name, name);
+            })) {
+            missing.push_back('"' + name + '"');
+        }
+    }
+    return missing;
+}
+
+std::vector<std::string> WarningsOf(const std::vector<JudgedReport>& rows) {
+    std::vector<std::string> names;
+    names.reserve(rows.size());
+    for (const JudgedReport& row : rows) {
+        names.push_back(row.report.name);
+    }
+    std::vector<std::string> warnings;
+    for (const NameConflict& conflict : FindNameConflicts(names)) {
+        warnings.push_back(conflict.why + "; rename one of the two");
+    }
+    return warnings;
 }
 
 }  // namespace Ctl

@@ -35,6 +35,10 @@ struct JudgedReport {
     std::optional<std::chrono::seconds> age;  // of a report that can be read
 };
 
+// How far the time of a report may be ahead of this host's clock.
+inline constexpr std::chrono::seconds kToleratedLead{60};
+bool IsInFuture(const JudgedReport& judged);
+
 // Why it is in its state, in words for a person; empty when the report does not say.
 std::string ReasonOf(const JudgedReport& judged);
 
@@ -44,8 +48,8 @@ struct PluginSurvey;
 std::vector<PluginPeriod> PeriodsOf(const PluginSurvey& survey);
 
 // The enabled plugins of this host with their periods, by the daemon's own rules; none when there
-// is no plugin directory. Throws a std::exception, with what to do, when the daemon's settings are
-// broken or the directory cannot be listed.
+// is no plugin directory. Throws a std::exception, with what to do, when the directory cannot be
+// listed.
 std::vector<PluginPeriod> ReadPluginPeriods();
 
 // The index of the plugin that made the report, the one with the longer name when two could have;
@@ -53,8 +57,8 @@ std::vector<PluginPeriod> ReadPluginPeriods();
 std::size_t FindMaker(const std::string& report, const std::vector<PluginPeriod>& plugins);
 
 // Sorted by name, with the plugins that have no report among them. A report older than one and a
-// half periods of its plugin is stale; a report that two plugins could have made is of the one with
-// the longer name.
+// half periods of its plugin, or dated in the future, is stale; a report that two plugins could
+// have made is of the one with the longer name.
 std::vector<JudgedReport> JudgeReports(std::vector<StoredReport> reports,
                                        const std::vector<PluginPeriod>& plugins,
                                        std::chrono::system_clock::time_point now);
@@ -62,5 +66,12 @@ std::vector<JudgedReport> JudgeReports(std::vector<StoredReport> reports,
 // The reports of these names, or all, judged at the time when they have been read.
 std::vector<JudgedReport> ReadJudgedReports(const Host& host,
                                             const std::vector<std::string>& names);
+
+// Those of `names` that no row has, in quotes.
+std::vector<std::string> MissingNames(const std::vector<JudgedReport>& rows,
+                                      const std::vector<std::string>& names);
+
+// What to tell of names among the rows that share files.
+std::vector<std::string> WarningsOf(const std::vector<JudgedReport>& rows);
 
 }  // namespace Ctl

@@ -7,6 +7,7 @@
 #include "ctl/settings/state.h"
 #include "ctl/show/failure.h"
 #include "ctl/show/json_output.h"
+#include "ctl/show/printable.h"
 #include "ctl/show/table.h"
 
 #include <nlohmann/json.hpp>

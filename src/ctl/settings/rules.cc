@@ -1,6 +1,6 @@
 #include "ctl/settings/rules.h"
 
-#include "ctl/show/table.h"
+#include "ctl/show/printable.h"
 #include "ctl/show/words.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 #include "ctl/show/finding.h"
 
 #include "ctl/show/json_output.h"
-#include "ctl/show/table.h"
+#include "ctl/show/printable.h"
 #include "ctl/show/terminal.h"
 #include "ctl/show/words.h"
 
@@ -29,11 +29,17 @@ void WriteCounts(std::span<const Finding> findings, std::ostream& output) {
     };
     const auto errors = count(Severity::Error);
     const auto warnings = count(Severity::Warning);
-    if (errors == 0 && warnings == 0) {
+    const auto skipped = static_cast<std::size_t>(
+        std::count_if(findings.begin(), findings.end(), [](const auto& f) { return f.isSkipped; }));
+    if (errors != 0 || warnings != 0) {
+        output << Counted(errors, "error") << ", " << Counted(warnings, "warning") << ".\n";
+    } else if (skipped == 0) {
         output << "Nothing has to be done.\n";
-        return;
     }
-    output << Counted(errors, "error") << ", " << Counted(warnings, "warning") << ".\n";
+    if (skipped != 0) {
+        output << Counted(skipped, "check") << " skipped: run as root to inspect "
+               << (skipped == 1 ? "it" : "them") << ".\n";
+    }
 }
 
 }  // namespace

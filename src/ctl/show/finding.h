@@ -17,9 +17,10 @@ enum class Severity {
 
 struct Finding {
     Severity severity = Severity::Good;
-    std::string subject;  // what was looked at: "daemon", "plugin cpu", a setting, a file
-    std::string text;     // what is so
-    std::string remedy;   // what to do, a command where there is one; empty for Good
+    std::string subject;     // what was looked at: "daemon", "plugin cpu", a setting, a file
+    std::string text;        // what is so
+    std::string remedy;      // what to do, a command where there is one; empty for Good
+    bool isSkipped = false;  // this user may not look at it, but root may
 };
 
 // "ok", "notice", "warning", "error".

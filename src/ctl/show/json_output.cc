@@ -1,5 +1,7 @@
 #include "ctl/show/json_output.h"
 
+#include "ctl/show/printable.h"
+
 #include <nlohmann/json.hpp>
 
 #include <ostream>
@@ -9,7 +11,8 @@ namespace Ctl {
 using OrderedJson = nlohmann::ordered_json;
 
 void WriteJson(const OrderedJson& document, std::ostream& output) {
-    output << document.dump(-1, ' ', false, OrderedJson::error_handler_t::replace) << '\n';
+    output << PrintableJson(document.dump(-1, ' ', false, OrderedJson::error_handler_t::replace))
+           << '\n';
 }
 
 std::string TextOf(const OrderedJson& object, const char* member) {

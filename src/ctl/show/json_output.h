@@ -8,7 +8,8 @@
 
 namespace Ctl {
 
-// In one line. Bytes that are not UTF-8 become U+FFFD.
+// In one line. Bytes that are not UTF-8 become U+FFFD; characters that are not fit to be shown are
+// escaped.
 void WriteJson(const nlohmann::ordered_json& document, std::ostream& output);
 
 // The text that member of an object has; empty when it has none, or `object` is none.

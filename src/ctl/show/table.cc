@@ -1,5 +1,6 @@
 #include "ctl/show/table.h"
 
+#include "ctl/show/printable.h"
 #include "platform/pellmar/log/escape.h"
 #include "platform/sys/utf8.h"
 
@@ -20,25 +21,6 @@ std::size_t WidthOf(std::string_view text) {
 }
 
 }  // namespace
-
-std::string PrintableText(std::string_view text) {
-    std::string printable;
-    Pellmar::Service::AppendEscaped(printable, text);
-    return printable;
-}
-
-std::string PrintableLines(std::string_view text) {
-    std::string printable;
-    for (;;) {
-        const std::size_t end = text.find('\n');
-        printable += PrintableText(text.substr(0, end));
-        if (end == std::string_view::npos) {
-            return printable;
-        }
-        printable += '\n';
-        text.remove_prefix(end + 1);
-    }
-}
 
 Table::Table(std::vector<Column> columns) : columns(std::move(columns)) {
     std::vector<Cell> headings;

@@ -1,4 +1,4 @@
-// Small tables for people, and texts of others made fit for a terminal.
+// Small tables for people.
 #pragma once
 
 #include "ctl/show/terminal.h"
@@ -11,11 +11,6 @@
 #include <vector>
 
 namespace Ctl {
-
-// Control characters, and bytes that are not UTF-8, written as "\xHH".
-std::string PrintableText(std::string_view text);
-// The same for a text of several lines: line feeds stay.
-std::string PrintableLines(std::string_view text);
 
 // Columns are as wide as their widest cell, with two blanks between. Cells are made printable.
 class Table {

@@ -30,8 +30,10 @@ std::optional<std::chrono::seconds> AgeOf(const std::string& time,
     if (error) {
         return std::nullopt;
     }
+    using std::chrono::milliseconds;  // in which all years fit, as they do not in nanoseconds
     return std::chrono::duration_cast<std::chrono::seconds>(
-        now.time_since_epoch() - std::chrono::milliseconds(parsed.MillisecondsSinceEpoch()));
+        std::chrono::duration_cast<milliseconds>(now.time_since_epoch()) -
+        milliseconds(parsed.MillisecondsSinceEpoch()));
 }
 
 std::string AgeText(const std::optional<std::chrono::seconds>& age) {

@@ -43,7 +43,7 @@ TEST_F(Audit, ShowsTheRecords) {
               "TIME                      RESULT  USER          CALL\n"
               "2026-01-01T00:00:00.000Z  ok      alice         a.b:list\n"
               "?                         ?       ?             {\"cut\n"
-              "2026-01-01T00:00:01.000Z  denied  -             a.b\\x0a:get\n");
+              "2026-01-01T00:00:01.000Z  denied  -             a.b\uFFFD:get\n");
     EXPECT_EQ(Run({"--denied", "--json"}).output, std::string(kDenied) + "\n");
 }
 

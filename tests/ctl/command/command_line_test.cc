@@ -22,7 +22,7 @@ TEST(CommandLine, TellsEachMistakeInOneLineWithStatus2) {
     const Row rows[] = {
         {{}, "a command is missing; see \"sentrelctl --help\""},
         {{"grop"}, "there is no command \"grop\"; see \"sentrelctl --help\""},
-        {{"gr\noup"}, "there is no command \"gr\\x0aoup\"; see \"sentrelctl --help\""},
+        {{"gr\noup"}, "there is no command \"gr\uFFFDoup\"; see \"sentrelctl --help\""},
         {{"group"},
          "\"group\" needs one of its commands: ensure, show, kill; see \"sentrelctl group "
          "--help\""},

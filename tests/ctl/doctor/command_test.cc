@@ -158,6 +158,8 @@ TEST_F(DoctorCommand, TellsAnUnprivilegedUserWhatOnlyRootMayLookAt) {
     const Json findings = Json::parse(result.output)["findings"];
     ExpectFinding(findings, "notice", "daemon", "who listens on the intake port 9996 may not be");
     ExpectFinding(findings, "notice", "signing key", "");
+    EXPECT_THAT(RunTool({"doctor"}, {"SENTREL_ROOT=" + host.Root()}, User::Nobody).output,
+                testing::ContainsRegex("\n[0-9]+ checks skipped: run as root to inspect them.\n$"));
     for (const Json& finding : findings) {
         EXPECT_NE(finding["severity"], "error") << finding;
     }
@@ -176,8 +178,21 @@ TEST_F(DoctorCommand, SaysThatNoDaemonRunsAndWhoHasItsPort) {
         ExpectFinding(findings, "error", "intake port",
                       "port 9996 listens on 0.0.0.0, every address of this host");
     }
+    {
+        const Sys::OwnedFd stranger = ListenAt("127.0.0.1", 9984);
+        ExpectFinding(findingsNow(), "error", "API",
+                      "port 9984 is held by process " + std::to_string(::getpid()) + " (");
+    }
     host.WriteStoreEntry("sentrel", "{");
-    ExpectFinding(findingsNow(), "error", "daemon", "it cannot start with its settings");
+    const Json findings = findingsNow();
+    ExpectFinding(findings, "error", "daemon", "it cannot start with its settings");
+    EXPECT_EQ(std::count_if(findings.begin(), findings.end(),
+                            [](const Json& finding) {
+                                return finding["text"].get<std::string>().find("sentrel.json") !=
+                                       std::string::npos;
+                            }),
+              1)
+        << findings;
 }
 
 TEST(ProcFiles, AreReadAsTheKernelWritesThem) {

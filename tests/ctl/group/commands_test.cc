@@ -175,7 +175,7 @@ TEST_F(GroupCommands, ShowTellsTheProcessesOfTheGroupAndOfThoseInIt) {
     EXPECT_GT(answer["processes"][0]["residentKB"], 0);
     EXPECT_THAT(text.output, HasSubstr("Id                     " + std::to_string(status.st_ino)));
     EXPECT_EQ(answer["processes"][1]["name"], "me\nmber");
-    EXPECT_THAT(text.output, HasSubstr(std::to_string(member.Pid()) + "  me\\x0amber"));
+    EXPECT_THAT(text.output, HasSubstr(std::to_string(member.Pid()) + "  me\uFFFDmber"));
 }
 
 TEST_F(GroupCommands, KillSparesWhatIsWithinItsTimeAndWithAllNothing) {

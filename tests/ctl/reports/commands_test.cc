@@ -44,9 +44,11 @@ TEST_F(ReportCommands, ShowReports) {
                                                  "\n"
                                                  "disk.sda  ERROR  " +
                                                  kOld + "\n"));
-    EXPECT_THAT(
-        OutputOf({"list", "--full", "DISK.SDA", "none"}),
-        MatchesRegex("NAME      STATE +AGE  REASON\ndisk.sda  ERROR  " + kOld + "  full\n"));
+    const ToolResult some = Run({"list", "--full", "DISK.SDA", "none"});
+    EXPECT_EQ(some.status, 1);
+    EXPECT_THAT(some.error, HasSubstr("no report named \"none\"; "));
+    EXPECT_THAT(some.output, MatchesRegex("NAME      STATE +AGE  REASON\ndisk.sda  ERROR  " + kOld +
+                                          "  full\n"));
     const Json reports = Json::parse(OutputOf({"list", "cpu", "--json"}));
     EXPECT_EQ(reports["reports"][0]["unstructured"], R"({"reason":"fine"})");
     EXPECT_EQ(Json::parse(OutputOf({"get", "disk.sda", "--json"}))["status"], "ERROR");
@@ -113,6 +115,36 @@ TEST_F(ReportCommands, ShowTheRingOfAName) {
     ExpectFailure(Run({"history", "disk"}), "no report \"disk\" is stored in ");
 }
 
+TEST_F(ReportCommands, NeedNeitherTokenNorSettingsWhereTheyCanDoWithout) {
+    const std::string noToken = "no token for the API, so this reads ";
+    std::filesystem::remove(host.Root() + "/var/lib/korvex/oru/token/signing-key.json");
+    const ToolResult direct = Run({"list"});
+    EXPECT_EQ(direct.status, 0);
+    EXPECT_THAT(direct.output, HasSubstr("disk.sda  ERROR"));
+    EXPECT_EQ(direct.error, "sentrelctl: " + noToken + ReportDirectory() + "/\n");
+
+    (void)host.WriteStoreEntry("sentrel", "{");
+    const ToolResult listed = Run({"list", "--offline"});
+    EXPECT_EQ(listed.status, 0);
+    EXPECT_THAT(listed.error, HasSubstr("sentrelctl: warning: the daemon's settings cannot be"));
+    const ToolResult posted = RunTool({"post", "new", "-"}, {"SENTREL_ROOT=" + host.Root()},
+                                      User::Own, ReportText{.name = "new"}.Document());
+    EXPECT_EQ(posted.status, 0) << posted.error;
+    EXPECT_THAT(posted.error, HasSubstr("; posting to port 9996\n"));
+}
+
+TEST_F(ReportCommands, DoNotTakeAnUnreadableDirectoryForNoReports) {
+    std::filesystem::rename(ReportDirectory(), ReportDirectory() + "-away");
+    ExpectFailure(Run({"list", "nosuch"}), "the API lists no reports; cannot read ");
+    std::filesystem::create_directory(ReportDirectory());
+    EXPECT_EQ(OutputOf({"list"}), "No reports.\n");
+    const std::string other = host.Base() + "other";
+    std::filesystem::create_directory(other);
+    (void)StoreReport(other, "cpu", ReportText{.name = "cpu"}.Document());
+    ExpectFailure(Run({"list", "--reports", other}),
+                  "the API lists no reports, but 1 report is stored in ");
+}
+
 TEST_F(ReportCommands, PostWhatIsGood) {
     const std::string document = ReportText{.name = "new"}.Document();
     const ToolResult posted =
@@ -170,10 +202,13 @@ TEST_F(ReportCommands, SayWhatFailedAndWhatToDo) {
         {{"list", "--token-file", "/none"}, "directory; name a file that this user can read"},
         {{"list", "--token-file", TokenFile("bob", {})},
          "privilege \"observability.reports.read\", which the token does not grant"},
-        {{"list", "--root", host.Base()}, "the API wants a token and this user has none; run this"},
+        {{"list", "--root", host.Base()}, "no token for the API; use --offline to read"},
         {{"list", "--api", "http://127.0.0.1:1"},
          "Connection refused; start sentrel (\"systemctl start sentrel\"), or"},
-        {{"list", "--api", "http://127.0.0.1:9996"}, "answers, but not as the API does; name"},
+        {{"list", "--api", "http://127.0.0.1:9996"}, "answered, but is not the sentrel API; name"},
+        {{"list", "--api", "http://192.0.2.1:9984"},
+         "which is not on this host's loopback; name the file of one with --token-file"},
+        {{"list", "memory"}, "no report named \"memory\"; \"sentrelctl list\" names"},
         {{"list", "--api", "127.0.0.1:9984"}, "is no address of the API; write it as http://"},
         {{"list", "--api", "http://[::1"}, "names no host and port; write it as http://"},
         {{"list", "--api", "http://127.0.0.1:99999"}, "names no host and port; write it as"},

@@ -58,7 +58,7 @@ TEST_F(Monitoring, CheckFollowsTheConvention) {
         {{"cpu"}, 0, "OK - cpu OK: fine\n"},
         {{"DISK"},
          1,
-         "WARNING - disk WARNING: a / b | 'bad\"\\\\x0a'=-3 'size'=1000000000000000000000 "
+         "WARNING - disk WARNING: a / b | 'bad\"\\\uFFFD'=-3 'size'=1000000000000000000000 "
          "'space:/''_'=8.25%;10;5\n"},
         {{"net"}, 2, "ERROR - net ERROR\n"},
         {{"odd"}, 3, "UNKNOWN - odd NONE: fine\n"},

@@ -34,7 +34,9 @@ TEST(ReportState, IsWhatTheReportSaysUnlessItIsTooOldMissingOrUnreadable) {
         {"cpu.0", "2024-03-05T13:59:38.000Z", "ERROR", ReportState::Stale},
         {"cpux", "2020-01-01T00:00:00.000Z", "WARNING", ReportState::Warning},  // nobody's
         {"disk.sda.1", "2024-03-05T13:00:00.000Z", "NONE", ReportState::None},  // of disk.sda
-        {"future", "2034-03-05T13:00:00.000Z", "UNKNOWN", ReportState::Unknown},
+        {"future", "2024-03-05T14:08:10.000Z", "OK", ReportState::Stale},
+        {"last", "9999-12-31T23:59:59.999Z", "OK", ReportState::Stale},
+        {"lead", "2024-03-05T14:08:09.000Z", "OK", ReportState::Ok},  // a clock a minute ahead
         {"odd", "2024-03-05T14:07:09.000Z", "SOMETHING", ReportState::Unknown},
     };
     std::vector<Ctl::StoredReport> reports;

@@ -83,10 +83,9 @@ TEST(Times, AreUtcAndGiveAges) {
     EXPECT_EQ(Ctl::NormalTime("2024-03-05T15:07:09.5+01:00"), "2024-03-05T14:07:09.500Z");
     EXPECT_EQ(Ctl::NormalTime("yesterday"), "");
     const std::pair<const char*, const char*> rows[] = {
-        {"2024-03-05T14:04:09Z", "3 min"},
-        {"2024-03-05T15:07:09+01:00", "0 s"},
-        {"2024-03-05T14:07:11Z", "in the future"},
-        {"yesterday", "unknown"},
+        {"2024-03-05T14:04:09Z", "3 min"},         {"2024-03-05T15:07:09+01:00", "0 s"},
+        {"2024-03-05T14:07:11Z", "in the future"}, {"9999-12-31T23:59:59Z", "in the future"},
+        {"0001-01-01T00:00:00Z", "738949 d 14 h"}, {"yesterday", "unknown"},
     };
     for (const auto& [time, text] : rows) {
         EXPECT_EQ(Ctl::AgeText(Ctl::AgeOf(time, now)), text) << time;
