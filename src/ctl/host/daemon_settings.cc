@@ -9,6 +9,17 @@
 
 namespace Ctl {
 
+namespace {
+
+// An entry without files, in which no setting is set.
+const Tabulon::StoreEntry kAbsentEntry = {.first = "",
+                                          .key = "sentrel-defaults",
+                                          .group = Sentrel::kDaemonEntryGroup,
+                                          .component = Sentrel::kDaemonEntryComponent,
+                                          .last = ""};
+
+}  // namespace
+
 Pellmar::Ref<Pellmar::Service::ConfigReader> ReadDaemonSettings() {
     const Tabulon::StoreEntry entry = {.first = "",
                                        .key = Sentrel::kDaemonEntryKey,
@@ -35,7 +46,7 @@ Pellmar::Ref<Pellmar::Service::ConfigReader> ReadDaemonSettingsOrDefaults() {
     } catch (const Failure& failure) {
         NoteOnce("warning: " + std::string(failure.what()) + "; the defaults are assumed");
         const Pellmar::Ref<Pellmar::Service::Config> defaults =
-            Tabulon::CreateTabulonConfigWithFallbackToDefault({});
+            Tabulon::CreateTabulonConfigWithFallbackToDefault({kAbsentEntry});
         defaults->Initialize();
         return defaults->GetReader();
     }
