@@ -18,16 +18,17 @@ namespace Ctl {
 
 struct Host {
     // What the command line says.
-    std::chrono::system_clock::time_point now;  // when the command began
-    std::string root;                           // that --root names; empty without the option
+    std::chrono::system_clock::time_point now = {};  // when the command began
+    std::string root = {};                           // that --root names; empty without the option
     // Where the reports are: a path of this machine, not below the host root any more, that ends in
     // "/". The daemon's default unless --reports names another one or "doctor" has seen the
     // daemon's own.
-    std::string reportDirectory;
+    std::string reportDirectory = {};
     bool hasNamedReports = false;  // by --reports
     bool isOffline = false;        // reports are read from the directory, not through the API
-    std::string apiUrl;
-    std::string tokenFile;  // "-": standard input; empty: a token is signed here, where possible
+    std::string apiUrl = {};
+    std::string tokenFile =
+        {};  // "-": standard input; empty: a token is signed here, where possible
 
     // What is found out, by the commands that need it; empty for the others.
     std::optional<DaemonProcess> daemon = {};
