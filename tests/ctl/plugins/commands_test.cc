@@ -78,7 +78,7 @@ TEST_F(PluginCommands, PlanGivesEachItsSlotAndWhatItIsGuaranteed) {
 }
 
 TEST_F(PluginCommands, TellWhatTheRunningDaemonKnows) {
-    AddPlugin("old", kScript, R"({"frequency": "fast"})");
+    AddPlugin("old", kScript, R"({"enabled": true, "frequency": "fast", "log_level": "info"})");
     StartDaemon();
     AddPlugin("new", kScript, R"({"frequency": "fast"})");
     const Json plan = JsonOf({"plugin", "plan"})["plugins"];

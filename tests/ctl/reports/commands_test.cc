@@ -138,10 +138,10 @@ TEST_F(ReportCommands, DoNotTakeAnUnreadableDirectoryForNoReports) {
     ExpectFailure(Run({"list", "nosuch"}), "the API lists no reports; cannot read ");
     std::filesystem::create_directory(ReportDirectory());
     EXPECT_EQ(OutputOf({"list"}), "No reports.\n");
-    const std::string other = host.Base() + "other";
+    const std::string other = host.Root() + "/other";
     std::filesystem::create_directory(other);
     (void)StoreReport(other, "cpu", ReportText{.name = "cpu"}.Document());
-    ExpectFailure(Run({"list", "--reports", other}),
+    ExpectFailure(Run({"list", "--reports", "/other"}),
                   "the API lists no reports, but 1 report is stored in ");
 }
 

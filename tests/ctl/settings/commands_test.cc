@@ -103,7 +103,7 @@ TEST_F(ConfigCommands, NamesThatAreNoSettingGetAHint) {
     EXPECT_EQ(Run({"get", "a.b.enabled"}).output, "true\n");
     const std::vector<std::pair<std::string, std::string>> rows = {
         {"sentrel", "write ENTRY.KEY; sentrel has http_port, "},
-        {"cpu.freq", "; cpu has enabled, frequency, log_level, sandbox\n"},
+        {"cpu.freq", "; cpu has enabled, frequency, log_level and sandbox\n"},
         {"cpo.frequency", "; the closest is cpu.frequency; "},
         {"nothing.like.it", "\"nothing.like.it\"; \"sentrelctl config list\" shows all\n"},
     };
@@ -272,7 +272,7 @@ TEST_F(ConfigCommands, CheckEndsWithStatus1ForErrorsAlone) {
     WriteFile(host.Root() + "/etc/korvex/oru/token/jwks.json", "{}");
     host.WriteVendorEntry("sentrel", R"({"http_port": 9996, "plugin_resource_pool_size_MB": 64})");
     EXPECT_EQ(Run({"check"}).output,
-              "ok       settings  10 settings in 4 entries are valid\nNothing has to be done.\n");
+              "ok       settings  13 settings in 4 entries are valid\nNothing has to be done.\n");
     const std::string file = host.WriteStoreEntry("cpu", R"({"frequency": "slow"})");
     std::filesystem::permissions(file, std::filesystem::perms(0666));
     const ToolResult warned = Run({"check"});

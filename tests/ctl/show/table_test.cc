@@ -16,8 +16,8 @@ TEST(Table, AlignsCellsByCharactersAndKeepsNamesOnTheirLine) {
     std::ostringstream text;
     table.Write(text);
     EXPECT_EQ(text.str(),
-              "  PID  NAME      SIZE\n"
-              "    7  größe     1\n"
+              "  PID  NAME     SIZE\n"
+              "    7  größe    1\n"
               "12345  a\uFFFD\uFFFD[2J\uFFFD\n");
 }
 
