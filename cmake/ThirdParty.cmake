@@ -27,3 +27,6 @@ target_compile_definitions(third_party_boost INTERFACE BOOST_ASIO_NO_DEPRECATED 
 add_library(third_party_jose INTERFACE)
 target_include_directories(third_party_jose SYSTEM INTERFACE ${SENTREL_JOSE_INCLUDE} ${SENTREL_OPENSSL_INCLUDE})
 target_link_libraries(third_party_jose INTERFACE jose jansson crypto)
+add_library(third_party_crypto INTERFACE)
+target_include_directories(third_party_crypto SYSTEM INTERFACE ${SENTREL_OPENSSL_INCLUDE})
+target_link_libraries(third_party_crypto INTERFACE crypto)

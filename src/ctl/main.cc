@@ -3,6 +3,7 @@
 // is one line on standard error.
 #include "ctl/access/audit_command.h"
 #include "ctl/access/token_commands.h"
+#include "ctl/api/call_command.h"
 #include "ctl/command/command_line.h"
 #include "ctl/command/help.h"
 #include "ctl/completion/completion.h"
@@ -10,11 +11,14 @@
 #include "ctl/group/commands.h"
 #include "ctl/plugin_run/command.h"
 #include "ctl/plugins/commands.h"
-#include "ctl/reports/commands.h"
 #include "ctl/reports/monitoring_commands.h"
 #include "ctl/reports/post_command.h"
 #include "ctl/settings/commands.h"
 #include "ctl/show/printable.h"
+#include "ctl/sight/get.h"
+#include "ctl/sight/list.h"
+#include "ctl/sight/page_command.h"
+#include "ctl/sight/status.h"
 #include "platform/sys/host_root.h"
 
 #include <csignal>
@@ -33,8 +37,9 @@ constexpr int kFailed = 1;
 std::vector<Ctl::Command> AllCommands() {
     std::vector<Ctl::Command> commands;
     for (const std::span<const Ctl::Command> family :
-         {Ctl::ReportCommands(), Ctl::MonitoringCommands(), Ctl::PostCommands(),
-          Ctl::AuditCommands(), Ctl::TokenCommands(), Ctl::ConfigCommands(), Ctl::PluginCommands(),
+         {Ctl::StatusCommands(), Ctl::ListCommands(), Ctl::GetCommands(), Ctl::PageCommands(),
+          Ctl::CallCommands(), Ctl::MonitoringCommands(), Ctl::PostCommands(), Ctl::AuditCommands(),
+          Ctl::TokenCommands(), Ctl::ConfigCommands(), Ctl::PluginCommands(),
           Ctl::PluginRunCommands(), Ctl::GroupCommands(), Ctl::DoctorCommands()}) {
         commands.insert(commands.end(), family.begin(), family.end());
     }

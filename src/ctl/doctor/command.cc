@@ -74,11 +74,7 @@ int RunDoctor(const Arguments& arguments, std::ostream& output) {
     Host host = HostOf(arguments.options);
     SilenceNotes();
     LookAtDaemon(host);
-    Findings findings;
-    for (const Subject& subject : kSubjects) {
-        Look(subject, host, findings);
-    }
-    return TellFindings(findings, arguments.options.Has("--json"), output);
+    return TellFindings(Inspect(host), arguments.options.Has("--json"), output);
 }
 
 constexpr std::array<Command, 1> kCommands = {{
@@ -99,6 +95,14 @@ constexpr std::array<Command, 1> kCommands = {{
 }};
 
 }  // namespace
+
+std::vector<Finding> Inspect(const Host& host) {
+    Findings findings;
+    for (const Subject& subject : kSubjects) {
+        Look(subject, host, findings);
+    }
+    return findings;
+}
 
 std::span<const Command> DoctorCommands() { return kCommands; }
 

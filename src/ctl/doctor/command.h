@@ -2,10 +2,16 @@
 #pragma once
 
 #include "ctl/command/command.h"
+#include "ctl/host/host.h"
+#include "ctl/show/finding.h"
 
 #include <span>
+#include <vector>
 
 namespace Ctl {
+
+// What "doctor" finds on `host`, which LookAtDaemon has filled.
+std::vector<Finding> Inspect(const Host& host);
 
 std::span<const Command> DoctorCommands();
 

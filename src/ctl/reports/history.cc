@@ -14,7 +14,9 @@
 #include <cstddef>
 #include <exception>
 #include <filesystem>
+#include <iterator>
 #include <optional>
+#include <string_view>
 #include <system_error>
 #include <tuple>
 #include <utility>
@@ -60,34 +62,36 @@ void Read(const std::filesystem::path& path, const std::string& name, HistoricRe
     }
 }
 
-}  // namespace
+using ModifiedReport = std::pair<std::filesystem::file_time_type, HistoricReport>;
 
-std::vector<HistoricReport> ReadHistory(const std::string& directory, const std::string& name) {
-    (void)SilentLogger();  // what is wrong with a document is in its row
-    std::vector<std::pair<std::filesystem::file_time_type, HistoricReport>> files;
-    for (const auto& entry : std::filesystem::directory_iterator(directory)) {
-        const std::string fileName = entry.path().filename();
-        const std::string ownName(Sentrel::NameOfStoredFile(fileName).value_or(""));
-        std::error_code error;  // it may be gone by now
-        if (!Sentrel::IsSameReportName(ownName, name) ||
-            !std::filesystem::is_regular_file(entry.symlink_status(error))) {
-            continue;
-        }
-        const auto modified = std::filesystem::last_write_time(entry.path(), error);
-        if (error) {
-            continue;
-        }
-        HistoricReport historic{.file = fileName,
-                                .stored = NormalTime(Sentrel::FormatModifiedTime(modified)),
-                                .report = {.name = ownName, .time = ""},
-                                .fault = "",
-                                .isNewest = false};
-        const std::filesystem::path target =
-            std::filesystem::read_symlink(directory + Sentrel::LinkName(ownName), error);
-        historic.isNewest = !error && target.filename() == fileName;
-        Read(entry.path(), ownName, historic);
-        files.emplace_back(modified, std::move(historic));
+// What is stored in the file of the entry; nothing when it is gone by now, or holds no report of a
+// ring.
+std::optional<ModifiedReport> ReadEntry(const std::filesystem::directory_entry& entry,
+                                        const std::string& directory) {
+    const std::string fileName = entry.path().filename();
+    const std::optional<std::string_view> ownName = Sentrel::NameOfStoredFile(fileName);
+    std::error_code error;
+    if (!ownName || !std::filesystem::is_regular_file(entry.symlink_status(error))) {
+        return std::nullopt;
     }
+    const auto modified = std::filesystem::last_write_time(entry.path(), error);
+    if (error) {
+        return std::nullopt;
+    }
+    const std::string name(*ownName);
+    HistoricReport historic{.file = fileName,
+                            .stored = NormalTime(Sentrel::FormatModifiedTime(modified)),
+                            .report = {.name = name, .time = ""},
+                            .fault = "",
+                            .isNewest = false};
+    const std::filesystem::path target =
+        std::filesystem::read_symlink(directory + Sentrel::LinkName(name), error);
+    historic.isNewest = !error && target.filename() == fileName;
+    Read(entry.path(), name, historic);
+    return ModifiedReport(modified, std::move(historic));
+}
+
+std::vector<HistoricReport> NewestFirst(std::vector<ModifiedReport>&& files) {
     std::sort(files.begin(), files.end(), [](const auto& a, const auto& b) {
         return std::tuple(a.first, a.second.isNewest) > std::tuple(b.first, b.second.isNewest);
     });
@@ -97,6 +101,45 @@ std::vector<HistoricReport> ReadHistory(const std::string& directory, const std:
         history.push_back(std::move(historic));
     }
     return history;
+}
+
+// Of the names that `isWanted` takes, by name.
+template <typename Predicate>
+std::map<std::string, std::vector<ModifiedReport>> ReadFiles(const std::string& directory,
+                                                             const Predicate& isWanted) {
+    (void)SilentLogger();  // what is wrong with a document is in its row
+    std::map<std::string, std::vector<ModifiedReport>> files;
+    for (const auto& entry : std::filesystem::directory_iterator(directory)) {
+        const std::string fileName = entry.path().filename();
+        const std::string name(Sentrel::NameOfStoredFile(fileName).value_or(""));
+        if (!name.empty() && isWanted(name)) {
+            if (std::optional<ModifiedReport> read = ReadEntry(entry, directory)) {
+                files[name].push_back(*std::move(read));
+            }
+        }
+    }
+    return files;
+}
+
+}  // namespace
+
+std::vector<HistoricReport> ReadHistory(const std::string& directory, const std::string& name) {
+    std::vector<ModifiedReport> all;
+    for (auto& [own, files] : ReadFiles(directory, [&name](const std::string& own) {
+             return Sentrel::IsSameReportName(own, name);
+         })) {
+        all.insert(all.end(), std::make_move_iterator(files.begin()),
+                   std::make_move_iterator(files.end()));
+    }
+    return NewestFirst(std::move(all));
+}
+
+std::map<std::string, std::vector<HistoricReport>> ReadHistories(const std::string& directory) {
+    std::map<std::string, std::vector<HistoricReport>> histories;
+    for (auto& [name, files] : ReadFiles(directory, [](const std::string&) { return true; })) {
+        histories.emplace(name, NewestFirst(std::move(files)));
+    }
+    return histories;
 }
 
 }  // namespace Ctl

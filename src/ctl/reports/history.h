@@ -3,6 +3,7 @@
 
 #include "ctl/reports/source.h"
 
+#include <map>
 #include <string>
 #include <vector>
 
@@ -19,5 +20,8 @@ struct HistoricReport {
 // Those of `name`, case aside, newest first. `directory` ends in "/". Throws std::system_error when
 // it cannot be listed.
 std::vector<HistoricReport> ReadHistory(const std::string& directory, const std::string& name);
+
+// The same of all names, as their files have them.
+std::map<std::string, std::vector<HistoricReport>> ReadHistories(const std::string& directory);
 
 }  // namespace Ctl

@@ -16,6 +16,35 @@ namespace {
 constexpr std::string_view kNames[] = {"OK",      "WARNING", "ERROR", "NONE",
                                        "UNKNOWN", "STALE",   "NEVER", "INVALID"};
 
+struct Look {
+    int rank;
+    std::string_view mark;
+    std::string_view plainMark;  // where the locale does not write UTF-8
+    Colour colour;
+};
+
+constexpr Look LookOf(ReportState state) {
+    switch (state) {
+        case ReportState::Error:
+            return {0, "✖", "X", Colour::Red};
+        case ReportState::Invalid:
+            return {1, "?", "?", Colour::Magenta};
+        case ReportState::Unknown:
+            return {2, "?", "?", Colour::Magenta};
+        case ReportState::Stale:
+            return {3, "◌", "~", Colour::Cyan};
+        case ReportState::Never:
+            return {4, "◌", "~", Colour::Cyan};
+        case ReportState::Warning:
+            return {5, "▲", "!", Colour::Yellow};
+        case ReportState::None:
+            return {6, "–", "-", Colour::Faint};
+        case ReportState::Ok:
+            return {7, "●", " ", Colour::Green};
+    }
+    return {7, " ", " ", Colour::Plain};
+}
+
 bool IsReportOf(std::string_view report, std::string_view plugin) {
     return Sentrel::IsSameReportName(report.substr(0, plugin.size()), plugin) &&
            (report.size() == plugin.size() || report[plugin.size()] == '.');
@@ -44,6 +73,17 @@ JudgedReport Judge(StoredReport report, std::optional<std::chrono::seconds> peri
 bool IsInFuture(const JudgedReport& judged) { return judged.age && *judged.age < -kToleratedLead; }
 
 std::string_view NameOf(ReportState state) { return kNames[static_cast<std::size_t>(state)]; }
+
+int RankOf(ReportState state) { return LookOf(state).rank; }
+
+std::string_view MarkOf(ReportState state) { return LookOf(state).mark; }
+
+std::string_view TerminalMarkOf(ReportState state) {
+    const Look look = LookOf(state);
+    return ShowsUnicode() ? look.mark : look.plainMark;
+}
+
+Colour ColourOf(ReportState state) { return LookOf(state).colour; }
 
 std::optional<ReportState> ParseState(std::string_view name) {
     for (const ReportState state : kReportStates) {

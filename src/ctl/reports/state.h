@@ -3,6 +3,7 @@
 #pragma once
 
 #include "ctl/reports/source.h"
+#include "ctl/show/terminal.h"
 
 #include <chrono>
 #include <cstddef>
@@ -20,6 +21,13 @@ inline constexpr ReportState kReportStates[] = {
 
 // "OK", "WARNING", ...
 std::string_view NameOf(ReportState state);
+// How urgent a state is: 0 is the most urgent.
+int RankOf(ReportState state);
+// "✖", "▲", ...: one column wide.
+std::string_view MarkOf(ReportState state);
+// The same for a terminal, whose locale may not write UTF-8.
+std::string_view TerminalMarkOf(ReportState state);
+Colour ColourOf(ReportState state);
 // The state of that name, in any case.
 std::optional<ReportState> ParseState(std::string_view name);
 

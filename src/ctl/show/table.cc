@@ -5,6 +5,8 @@
 #include "platform/sys/utf8.h"
 
 #include <algorithm>
+#include <limits>
+#include <numeric>
 #include <ostream>
 #include <utility>
 
@@ -13,11 +15,23 @@ namespace Ctl {
 namespace {
 
 constexpr std::size_t kGap = 2;
+constexpr std::size_t kLeastCut = 12;  // a column is not cut to less
 
 // Characters of a UTF-8 text: its bytes but for those that continue one.
 std::size_t WidthOf(std::string_view text) {
     return text.size() - static_cast<std::size_t>(
                              std::count_if(text.begin(), text.end(), Sys::IsUtf8Continuation));
+}
+
+std::string CutToWidth(const std::string& text, std::size_t width) {
+    if (WidthOf(text) <= width) {
+        return text;
+    }
+    std::size_t end = 0;
+    for (std::size_t column = 0; column + 1 < width; ++column) {
+        end += std::max<std::size_t>(Sys::Utf8LengthAt(text, end), 1);
+    }
+    return text.substr(0, end) + "…";
 }
 
 }  // namespace
@@ -42,15 +56,32 @@ void Table::Add(std::vector<Cell> cells) {
 }
 
 void Table::Write(std::ostream& output) const {
+    Write(output, TerminalWidth().value_or(std::numeric_limits<std::size_t>::max()));
+}
+
+void Table::Write(std::ostream& output, std::size_t width) const {
+    const std::vector<std::size_t> widths = FittedWidths(width);
+    for (const std::vector<Cell>& row : rows) {
+        WriteRow(row, widths, output);
+    }
+}
+
+std::vector<std::size_t> Table::FittedWidths(std::size_t width) const {
     std::vector<std::size_t> widths(columns.size());
     for (const std::vector<Cell>& row : rows) {
         for (std::size_t index = 0; index < widths.size(); ++index) {
             widths[index] = std::max(widths[index], WidthOf(row[index].text));
         }
     }
-    for (const std::vector<Cell>& row : rows) {
-        WriteRow(row, widths, output);
+    const std::size_t total =
+        std::accumulate(widths.begin(), widths.end(), std::size_t{0}) + kGap * (widths.size() - 1);
+    for (std::size_t index = 0; index < widths.size() && total > width; ++index) {
+        if (columns[index].isCut) {
+            const std::size_t excess = total - width;
+            widths[index] -= std::min(excess, widths[index] - std::min(widths[index], kLeastCut));
+        }
     }
+    return widths;
 }
 
 void Table::WriteRow(const std::vector<Cell>& cells, const std::vector<std::size_t>& widths,
@@ -58,7 +89,7 @@ void Table::WriteRow(const std::vector<Cell>& cells, const std::vector<std::size
     std::string line;
     std::size_t blanks = 0;  // not written yet: a line does not end in blanks
     for (std::size_t index = 0; index < cells.size(); ++index) {
-        const Cell& cell = cells[index];
+        const Cell cell{CutToWidth(cells[index].text, widths[index]), cells[index].colour};
         const std::size_t padding = widths[index] - WidthOf(cell.text);
         const bool isRight = columns[index].align == Align::Right;
         blanks += isRight ? padding : 0;

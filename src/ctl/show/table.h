@@ -19,6 +19,7 @@ class Table {
     struct Column {
         std::string heading;  // all empty: no line of headings
         Align align = Align::Left;
+        bool isCut = false;  // where the terminal is too narrow; at most one of the columns
     };
 
     struct Cell {
@@ -36,9 +37,13 @@ class Table {
 
     // As many cells as there are columns.
     void Add(std::vector<Cell> cells);
+    // On a terminal the cells of the column that may be cut end in "…" where they do not fit.
     void Write(std::ostream& output) const;
+    // The same for an output of `width` columns.
+    void Write(std::ostream& output, std::size_t width) const;
 
   private:
+    std::vector<std::size_t> FittedWidths(std::size_t width) const;
     void WriteRow(const std::vector<Cell>& cells, const std::vector<std::size_t>& widths,
                   std::ostream& output) const;
 

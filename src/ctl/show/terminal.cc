@@ -1,7 +1,12 @@
 #include "ctl/show/terminal.h"
 
 #include <cstdlib>
+#include <memory>
+#include <type_traits>
 
+#include <langinfo.h>
+#include <locale.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 namespace Ctl {
@@ -15,7 +20,11 @@ std::string_view SequenceOf(Colour colour) {
         case Colour::Yellow:
             return "\x1b[33m";
         case Colour::Red:
-            return "\x1b[31m";
+            return "\x1b[1;31m";
+        case Colour::Magenta:
+            return "\x1b[35m";
+        case Colour::Cyan:
+            return "\x1b[36m";
         case Colour::Faint:
             return "\x1b[2m";
         default:
@@ -27,11 +36,30 @@ std::string_view SequenceOf(Colour colour) {
 
 bool ShowsColours() {
     static const bool kShows = [] {
-        // NOLINTNEXTLINE(concurrency-mt-unsafe): nothing in this process changes the environment
+        // NOLINTBEGIN(concurrency-mt-unsafe): nothing in this process changes the environment
         const char* noColour = std::getenv("NO_COLOR");
-        return (noColour == nullptr || *noColour == '\0') && ::isatty(STDOUT_FILENO) == 1;
+        const char* terminal = std::getenv("TERM");
+        // NOLINTEND(concurrency-mt-unsafe)
+        const bool isDumb = terminal != nullptr && std::string_view(terminal) == "dumb";
+        return (noColour == nullptr || *noColour == '\0') && !isDumb &&
+               ::isatty(STDOUT_FILENO) == 1;
     }();
     return kShows;
+}
+
+bool ShowsUnicode() {
+    static const bool kShows = [] {
+        const std::unique_ptr<std::remove_pointer_t<locale_t>, void (*)(locale_t)> locale(
+            ::newlocale(LC_CTYPE_MASK, "", nullptr), ::freelocale);
+        return locale && std::string_view(::nl_langinfo_l(CODESET, locale.get())) == "UTF-8";
+    }();
+    return kShows;
+}
+
+std::optional<std::size_t> TerminalWidth() {
+    winsize size{};
+    const bool isTerminal = ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0;
+    return isTerminal && size.ws_col > 0 ? std::optional<std::size_t>(size.ws_col) : std::nullopt;
 }
 
 std::string Paint(std::string_view text, Colour colour) {

@@ -1,15 +1,24 @@
-// What a terminal can show that a file should not hold: colours.
+// What a terminal can show that a file should not hold: colours, and no more columns than it has.
 #pragma once
 
+#include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 
 namespace Ctl {
 
-enum class Colour { Plain, Green, Yellow, Red, Faint };
+enum class Colour { Plain, Green, Yellow, Red, Magenta, Cyan, Faint };
 
-// Whether standard output is a terminal, and NO_COLOR is not set (no-color.org: set and not empty).
+// Whether standard output is a terminal other than "dumb", and NO_COLOR is not set (no-color.org:
+// set and not empty).
 bool ShowsColours();
+
+// Whether the user's locale writes UTF-8, so that marks and bars can be shown (locale(7)).
+bool ShowsUnicode();
+
+// The columns of the terminal that standard output is; nothing for a file or a pipe.
+std::optional<std::size_t> TerminalWidth();
 
 // `text` between the sequences of that colour (ECMA-48, SGR); as it is for Plain, and when no
 // colours are shown.

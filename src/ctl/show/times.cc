@@ -17,6 +17,11 @@ std::string UtcText(std::chrono::system_clock::time_point time) {
     return {text.data(), std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%SZ", &utc)};
 }
 
+std::string UtcTimeOfDay(std::chrono::system_clock::time_point time) {
+    constexpr std::size_t kDateLength = 11;  // with the "T"
+    return UtcText(time).substr(kDateLength);
+}
+
 std::string NormalTime(const std::string& time) {
     std::error_code error;
     const Quon::DateTime parsed = Quon::DateTime::Create(time, error);

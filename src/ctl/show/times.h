@@ -10,6 +10,9 @@ namespace Ctl {
 // "2024-03-05T14:07:09Z" (RFC 3339), cut off to the second.
 std::string UtcText(std::chrono::system_clock::time_point time);
 
+// "14:07:09Z": the time of the day.
+std::string UtcTimeOfDay(std::chrono::system_clock::time_point time);
+
 // `time` (RFC 3339, of any zone) as the API writes it, "2024-03-05T14:07:09.000Z"; empty when it is
 // not a time.
 std::string NormalTime(const std::string& time);

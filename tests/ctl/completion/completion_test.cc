@@ -77,7 +77,7 @@ TEST_F(Completion, OffersWhatMayStandThere) {
         {{"history", "--json", "--r"}, {"--reports", "--root"}},
         {{"history", "--reports", "/", "--re"}, {}},
         {{"get", "m"}, {"memory", "Mem.swap"}},
-        {{"get", "cpu", ""}, {}},
+        {{"get", "cpu", "m"}, {"memory", "Mem.swap"}},
         {{"list", "cpu", "c"}, {"cpu"}},
         {{"list", "--state", "e"}, {"ERROR"}},
         {{"list", "--state=e"}, {"--state=ERROR"}},

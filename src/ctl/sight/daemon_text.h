@@ -1,0 +1,14 @@
+// The daemon in a line.
+#pragma once
+
+#include "ctl/host/host.h"
+
+#include <string>
+
+namespace Ctl {
+
+// "running for 3 h 12 min as sentrel (process 4127); intake 9996, API 9984", or why there is none
+// to be seen. LookAtDaemon has filled `host`.
+std::string DaemonText(const Host& host);
+
+}  // namespace Ctl

@@ -1,0 +1,134 @@
+#include "ctl/sight/host_view.h"
+
+#include "ctl/doctor/host.h"
+#include "ctl/host/plugin_survey.h"
+#include "ctl/plugins/findings.h"
+#include "ctl/plugins/launches.h"
+#include "ctl/show/words.h"
+#include "state/state_reader.h"
+
+#include <algorithm>
+#include <exception>
+#include <map>
+#include <tuple>
+#include <utility>
+
+namespace Ctl {
+
+namespace {
+
+// Of each enabled plugin for which it is known, by its name.
+std::map<std::string, NextLaunch> NextLaunches(const Host& host, const PluginSurvey& survey) {
+    const PluginReports reports = ReadPluginReports(host, survey);
+    std::map<std::string, NextLaunch> launches;
+    for (const SurveyedPlugin& plugin : survey.entries) {
+        const NextLaunch next =
+            plugin.IsEnabled() ? FindNextLaunch(plugin, host, reports) : NextLaunch();
+        if (next.time) {
+            launches.emplace(plugin.Name(), next);
+        }
+    }
+    return launches;
+}
+
+void AddLaunches(const Host& host, HostView& view) {
+    const PluginSurvey survey = SurveyPlugins();
+    const std::vector<PluginPeriod> plugins = PeriodsOf(survey);
+    const std::map<std::string, NextLaunch> launches = NextLaunches(host, survey);
+    for (const PluginPeriod& plugin : plugins) {
+        if (const auto launch = launches.find(plugin.name); launch != launches.end()) {
+            view.launches.push_back({plugin.name, *launch->second.time, plugin.period});
+        }
+    }
+    std::sort(view.launches.begin(), view.launches.end(),
+              [](const auto& one, const auto& other) { return one.at < other.at; });
+    for (ViewedReport& report : view.reports) {
+        const std::size_t maker = FindMaker(report.judged.report.name, plugins);
+        const auto launch =
+            maker < plugins.size() ? launches.find(plugins[maker].name) : launches.end();
+        if (launch != launches.end()) {
+            report.next = launch->second;
+        }
+    }
+}
+
+}  // namespace
+
+void SortByUrgency(std::vector<JudgedReport>& reports) {
+    std::stable_sort(reports.begin(), reports.end(), [](const auto& one, const auto& other) {
+        return std::tuple(RankOf(one.state), one.report.name) <
+               std::tuple(RankOf(other.state), other.report.name);
+    });
+}
+
+Host HostInView(const GivenOptions& options) {
+    Host host = HostOf(options);
+    LookAtDaemon(host);
+    host.state = Sentrel::ReadDaemonState();
+    return host;
+}
+
+HostView ViewReports(const Host& host, const std::vector<std::string>& names) {
+    HostView view;
+    std::vector<JudgedReport> reports = ReadJudgedReports(host, names);
+    SortByUrgency(reports);
+    for (JudgedReport& report : reports) {
+        std::string reason = ReasonOf(report);
+        view.reports.push_back({std::move(report), std::move(reason), {}, {}});
+    }
+    try {
+        AddLaunches(host, view);
+    } catch (const std::exception&) {
+        // the reports are told without the launches, of which "plugin plan" says what is wrong
+    }
+    view.now = std::chrono::system_clock::now();
+    return view;
+}
+
+HostView ViewHost(const Host& host) {
+    try {
+        return ViewReports(host, {});
+    } catch (const std::exception& exception) {
+        return {std::chrono::system_clock::now(), {}, {}, {}, exception.what()};
+    }
+}
+
+void AddStoredReports(const Host& host, HostView& view) {
+    try {
+        const std::string directory = RequireReportDirectory(host);
+        std::map<std::string, std::vector<HistoricReport>> histories = ReadHistories(directory);
+        for (ViewedReport& report : view.reports) {
+            report.stored = std::move(histories[report.judged.report.name]);
+        }
+    } catch (const std::exception&) {
+        // the page then shows the newest report of each name alone
+    }
+}
+
+std::string CountsText(const std::vector<ViewedReport>& reports) {
+    std::map<int, std::pair<std::size_t, std::string_view>> counts;
+    for (const ViewedReport& report : reports) {
+        auto& [count, name] = counts[RankOf(report.judged.state)];
+        ++count;
+        name = NameOf(report.judged.state);
+    }
+    std::vector<std::string> words;
+    for (const auto& [rank, count] : counts) {
+        words.push_back(std::to_string(count.first) + " " + std::string(count.second));
+    }
+    return Joined(words);
+}
+
+std::string SummaryText(const std::vector<ViewedReport>& reports) {
+    const bool areOk = std::all_of(reports.begin(), reports.end(), [](const ViewedReport& report) {
+        return report.judged.state == ReportState::Ok;
+    });
+    const std::string count = Counted(reports.size(), "report");
+    if (reports.empty()) {
+        return "no reports";
+    }
+    return areOk ? count + (reports.size() == 1 ? ", OK" : ", all OK")
+                 : count + ": " + CountsText(reports);
+}
+
+}  // namespace Ctl

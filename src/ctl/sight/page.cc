@@ -1,0 +1,207 @@
+#include "ctl/sight/page.h"
+
+#include "ctl/show/times.h"
+#include "ctl/sight/html.h"
+#include "ctl/sight/page_assets.h"
+#include "ctl/sight/row_detail.h"
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <map>
+#include <utility>
+#include <vector>
+
+namespace Ctl {
+
+namespace {
+
+std::string StateHtml(ReportState state) {
+    return "<span class=\"state\"><span aria-hidden=\"true\">" + std::string(MarkOf(state)) +
+           " </span>" + std::string(NameOf(state)) + "</span>";
+}
+
+std::string AgeCell(const ViewedReport& report) {
+    return report.judged.age ? AgeText(report.judged.age) : "–";
+}
+
+std::string NextCell(const ViewedReport& report, const HostView& view) {
+    return report.next.time ? NextText(report.next, view.now) : "–";
+}
+
+std::map<int, std::pair<ReportState, std::size_t>> CountStates(const HostView& view) {
+    std::map<int, std::pair<ReportState, std::size_t>> counts;
+    for (const ViewedReport& report : view.reports) {
+        const ReportState state = report.judged.state;
+        ++counts.try_emplace(RankOf(state), state, 0).first->second.second;
+    }
+    return counts;
+}
+
+std::string CardHtml(const ViewedReport& report) {
+    const ReportState state = report.judged.state;
+    std::string html = "<article class=\"card " + std::string(NameOf(state)) + "\"><header>" +
+                       StateHtml(state) + "<h3>" + Html(report.judged.report.name) + "</h3>";
+    if (report.judged.age) {
+        html += "<span class=\"quiet\">" + AgeText(report.judged.age) + " ago</span>";
+    }
+    return html + "</header><p>" + Html(report.reason) + "</p></article>";
+}
+
+bool IsProblem(const ViewedReport& report) {
+    return report.judged.state != ReportState::Ok && report.judged.state != ReportState::None;
+}
+
+// Every launch within an hour of `view.now`, the next first.
+std::vector<ViewedLaunch> HourOfLaunches(const HostView& view) {
+    std::vector<ViewedLaunch> launches;
+    for (ViewedLaunch launch : view.launches) {
+        while (launch.at < view.now + std::chrono::hours(1)) {
+            if (launch.at >= view.now) {
+                launches.push_back(launch);
+            }
+            launch.at += std::max(launch.period, std::chrono::seconds(1));
+        }
+    }
+    std::sort(launches.begin(), launches.end(),
+              [](const auto& one, const auto& other) { return one.at < other.at; });
+    return launches;
+}
+
+std::string Policy(const std::string& events) {
+    return "default-src 'none'; base-uri 'none'; form-action 'none'; style-src '" +
+           PolicyHash(kPageStyle) + "'; script-src '" + PolicyHash(kPageScript) + "'" +
+           (events.empty() ? "" : "; connect-src 'self'");
+}
+
+std::string HeadHtml(const PageFacts& facts) {
+    return "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
+           "<meta http-equiv=\"Content-Security-Policy\" content=\"" +
+           Policy(facts.events) +
+           "\">\n<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"
+           "<meta name=\"referrer\" content=\"no-referrer\">\n<title>" +
+           Html(facts.host) + ": health</title>\n<style>" + std::string(kPageStyle) +
+           "</style>\n</head>\n";
+}
+
+}  // namespace
+
+std::string PillsHtml(const HostView& view) {
+    std::string html;
+    for (const auto& [rank, count] : CountStates(view)) {
+        const std::string name(NameOf(count.first));
+        html += "<button class=\"pill " + name + "\" data-state=\"" + name +
+                "\" aria-pressed=\"false\">" + std::string(MarkOf(count.first)) + " " +
+                std::to_string(count.second) + " " + name + "</button>";
+    }
+    return html;
+}
+
+std::string ProblemsHtml(const HostView& view) {
+    std::string html;
+    for (const ViewedReport& report : view.reports) {
+        html += IsProblem(report) ? CardHtml(report) : "";
+    }
+    if (!html.empty()) {
+        return html;
+    }
+    return view.reports.empty() ? "<p>There are no reports.</p>"
+                                : "<p class=\"OK\">" + StateHtml(ReportState::Ok) + " All " +
+                                      std::to_string(view.reports.size()) + " reports are OK.</p>";
+}
+
+std::string RowHtml(const ViewedReport& report, const HostView& view) {
+    const JudgedReport& judged = report.judged;
+    const std::string state(NameOf(judged.state));
+    const long long age = judged.age ? judged.age->count() : -1;
+    return "<li class=\"" + state + "\" data-name=\"" + Html(judged.report.name) +
+           "\" data-state=\"" + state + "\" data-rank=\"" + std::to_string(RankOf(judged.state)) +
+           "\" data-age=\"" + std::to_string(age) + "\"><details><summary><span class=\"name\">" +
+           Html(judged.report.name) + "</span>" + StateHtml(judged.state) +
+           "<span class=\"age number\">" + AgeCell(report) + "</span><span class=\"next number\">" +
+           NextCell(report, view) + "</span><span class=\"reason\">" + Html(report.reason) +
+           "</span></summary><div class=\"detail\">" + RowDetailHtml(report) +
+           "</div></details></li>\n";
+}
+
+std::string HourHtml(const HostView& view) {
+    constexpr int kWidth = 1200;
+    constexpr std::chrono::seconds kHour = std::chrono::hours(1);
+    std::string ticks;
+    std::string rows;
+    for (const ViewedLaunch& launch : HourOfLaunches(view)) {
+        const auto left = std::chrono::duration_cast<std::chrono::seconds>(launch.at - view.now);
+        const std::string x = std::to_string(left.count() * kWidth / kHour.count());
+        const std::string time = UtcTimeOfDay(launch.at);
+        ticks += "<line class=\"tick\" x1=\"" + x + "\" x2=\"" + x +
+                 "\" y1=\"6\" y2=\"30\"><title>" + Html(launch.plugin) + " " + time +
+                 "</title></line>";
+        rows += "<tr><td>" + Html(launch.plugin) + "</td><td>" + time + "</td></tr>";
+    }
+    if (rows.empty()) {
+        return "<p class=\"quiet\">No launch is planned.</p>";
+    }
+    for (int tenth = 0; tenth <= 6; ++tenth) {
+        const std::string x = std::to_string(tenth * kWidth / 6);
+        ticks += "<line x1=\"" + x + "\" x2=\"" + x + "\" y1=\"26\" y2=\"34\"/>";
+    }
+    return "<svg viewBox=\"0 0 1200 40\" preserveAspectRatio=\"none\" aria-hidden=\"true\">"
+           "<line x1=\"0\" x2=\"1200\" y1=\"30\" y2=\"30\"/>" +
+           ticks +
+           "</svg><p class=\"scale quiet\"><span>now</span><span>in 30 min</span><span>in 1 h"
+           "</span></p><table class=\"visually-hidden\"><thead><tr><th>Plugin</th><th>Launch</th>"
+           "</tr></thead><tbody>" +
+           rows + "</tbody></table>";
+}
+
+std::string FindingsHtml(const HostView& view) {
+    static constexpr std::array<const char*, 4> kClasses = {"OK", "NONE", "WARNING", "ERROR"};
+    static constexpr std::array<const char*, 4> kMarks = {"●", "–", "▲", "✖"};
+    std::string html;
+    for (const Finding& finding : view.findings) {
+        const auto severity = static_cast<std::size_t>(finding.severity);
+        if (finding.severity == Severity::Good) {
+            continue;
+        }
+        html += "<li class=\"" + std::string(kClasses[severity]) + "\"><span class=\"state\">" +
+                kMarks[severity] + " " + std::string(NameOf(finding.severity)) + "</span> " +
+                Html(finding.subject) + ": " + Html(finding.text) +
+                (finding.remedy.empty() ? "" : "; <code>" + Html(finding.remedy) + "</code>") +
+                "</li>\n";
+    }
+    return html.empty() ? "<p>No problems found.</p>" : "<ul>" + html + "</ul>";
+}
+
+std::string PageHtml(const HostView& view, const PageFacts& facts) {
+    std::string html = HeadHtml(facts);
+    html +=
+        facts.events.empty() ? "<body>\n" : "<body data-events=\"" + Html(facts.events) + "\">\n";
+    html += "<header><h1>" + Html(facts.host) + "</h1><span class=\"quiet\" id=\"as-of\">as of " +
+            UtcTimeOfDay(view.now) +
+            "</span><nav class=\"pills\" aria-label=\"Filter by state\">"
+            "<span class=\"group\" id=\"pills\">" +
+            PillsHtml(view) +
+            "</span><input type=\"search\" placeholder=\"Filter reports\" "
+            "aria-label=\"Filter reports\" hidden></nav></header>\n<main>\n"
+            "<h2>Needs attention</h2><section id=\"problems\">" +
+            ProblemsHtml(view) +
+            "</section>\n<h2>All reports</h2><section><div class=\"heads\">"
+            "<button data-key=\"name\">Name</button>"
+            "<button data-key=\"rank\" aria-sort=\"ascending\">State</button>"
+            "<button data-key=\"age\" class=\"number\">Age</button>"
+            "<span class=\"number quiet\">Next</span>"
+            "<button data-key=\"reason\">Reason</button></div>\n<ul class=\"reports\">\n";
+    for (const ViewedReport& report : view.reports) {
+        html += RowHtml(report, view);
+    }
+    html +=
+        "</ul><p id=\"empty\" class=\"quiet\" hidden>No report matches.</p></section>\n"
+        "<h2>The next hour</h2><section id=\"hour\" class=\"hour\">" +
+        HourHtml(view) + "</section>\n<h2>Doctor</h2><section id=\"findings\" class=\"findings\">" +
+        FindingsHtml(view) + "</section>\n</main>\n<footer>sentrel " + Html(facts.version) + "; " +
+        Html(facts.daemon) + "<br>Made by <code>" + Html(facts.command) +
+        "</code></footer>\n<script>" + std::string(kPageScript) + "</script>\n";
+    return html + "</body>\n</html>\n";
+}
+
+}  // namespace Ctl

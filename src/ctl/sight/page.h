@@ -1,0 +1,28 @@
+// The page of a host: one HTML document that needs nothing else. It reads completely without its
+// script, which filters, sorts and takes changes in.
+#pragma once
+
+#include "ctl/sight/host_view.h"
+
+#include <string>
+
+namespace Ctl {
+
+struct PageFacts {
+    std::string host;     // its name
+    std::string version;  // of this program
+    std::string daemon;   // "running for 3 h as sentrel ...", or why it cannot be seen
+    std::string command;  // that made the page
+    std::string events;   // the path from which a live page is told of changes; empty for a file
+};
+
+// The parts that the live page replaces when something changes, each safe to insert as HTML.
+std::string PillsHtml(const HostView& view);
+std::string ProblemsHtml(const HostView& view);
+std::string RowHtml(const ViewedReport& report, const HostView& view);
+std::string HourHtml(const HostView& view);
+std::string FindingsHtml(const HostView& view);
+
+std::string PageHtml(const HostView& view, const PageFacts& facts);
+
+}  // namespace Ctl

@@ -1,0 +1,58 @@
+#include "ctl/sight/page_command.h"
+
+#include "ctl/doctor/command.h"
+#include "ctl/sight/daemon_text.h"
+#include "ctl/sight/page.h"
+#include "platform/sys/atomic_file.h"
+
+#include <algorithm>
+#include <array>
+#include <ostream>
+
+#include <unistd.h>
+
+namespace Ctl {
+
+namespace {
+
+constexpr mode_t kPageMode = 0644;
+
+constexpr std::array<Option, 4> kOptions = {
+    {kOfflineOption, kReportsOption, kApiOption, kTokenFileOption}};
+
+std::string HostName() {
+    std::array<char, 256> name{};
+    return ::gethostname(name.data(), name.size() - 1) == 0 ? name.data() : "this host";
+}
+
+void RunPage(const Arguments& arguments, std::ostream& output) {
+    const Host host = HostInView(arguments.options);
+    HostView view = ViewReports(host, {});
+    AddStoredReports(host, view);
+    view.findings = Inspect(host);
+    std::stable_sort(
+        view.findings.begin(), view.findings.end(),
+        [](const auto& one, const auto& other) { return one.severity > other.severity; });
+    const std::string& file = arguments.operands.front();
+    const std::string page = PageHtml(
+        view, {HostName(), SENTREL_VERSION, DaemonText(host), "sentrelctl page " + file, ""});
+    Sys::ReplaceFile(file, page, kPageMode);
+    output << "Wrote " << file << ": " << SummaryText(view.reports) << ".\n";
+}
+
+constexpr std::array<Command, 1> kCommands = {{
+    {"page",
+     "write the reports into one HTML file",
+     "Writes a page with all reports, their metrics and stored reports, the launches of the next\n"
+     "hour and what \"doctor\" finds. The file needs nothing else: no network, no other file.\n",
+     "sentrelctl page host.html",
+     kOptions,
+     {"FILE", 1, 1, Completes::File},
+     RunPage},
+}};
+
+}  // namespace
+
+std::span<const Command> PageCommands() { return kCommands; }
+
+}  // namespace Ctl

@@ -1,0 +1,161 @@
+#include "ctl/sight/status.h"
+
+#include "ctl/doctor/command.h"
+#include "ctl/host/run_user.h"
+#include "ctl/show/durations.h"
+#include "ctl/show/json_output.h"
+#include "ctl/show/printable.h"
+#include "ctl/show/table.h"
+#include "ctl/show/times.h"
+#include "ctl/show/words.h"
+#include "ctl/sight/daemon_text.h"
+#include "ctl/sight/host_view.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <ostream>
+
+namespace Ctl {
+
+namespace {
+
+using OrderedJson = nlohmann::ordered_json;
+
+constexpr std::size_t kMaxWorst = 4;     // lines for what is not OK
+constexpr std::size_t kMaxLaunches = 3;  // next launches
+
+constexpr std::array<Option, 5> kOptions = {
+    {kJsonOption, kOfflineOption, kReportsOption, kApiOption, kTokenFileOption}};
+
+// NONE is fine: the host lacks what the check is about.
+bool IsFine(const ViewedReport& report) {
+    return report.judged.state == ReportState::Ok || report.judged.state == ReportState::None;
+}
+
+// "11: 1 ERROR, 10 OK", "11, all OK", or why they cannot be seen.
+std::string ReportsText(const HostView& view) {
+    if (!view.problem.empty()) {
+        return "not visible: " + view.problem;
+    }
+    const bool areOk = std::all_of(view.reports.begin(), view.reports.end(), IsFine);
+    const std::string count = std::to_string(view.reports.size());
+    return view.reports.empty() ? "none"
+                                : count + (areOk ? ", all OK" : ": " + CountsText(view.reports));
+}
+
+std::string LaunchesText(const HostView& view) {
+    std::vector<std::string> words;
+    for (const ViewedLaunch& launch : view.launches) {
+        if (words.size() < kMaxLaunches && launch.at >= view.now) {
+            const auto left = std::chrono::ceil<std::chrono::seconds>(launch.at - view.now);
+            words.push_back(launch.plugin + " in " + DurationText(left));
+        }
+    }
+    return words.empty() ? "no launch is planned" : Joined(words);
+}
+
+std::size_t CountProblems(const std::vector<Finding>& findings) {
+    return static_cast<std::size_t>(std::count_if(
+        findings.begin(), findings.end(),
+        [](const Finding& finding) { return finding.severity >= Severity::Warning; }));
+}
+
+std::string DoctorText(std::size_t problems) {
+    return problems == 0 ? "no problems found"
+                         : Counted(problems, "problem") + "; run \"sentrelctl doctor\"";
+}
+
+void WriteWorst(const HostView& view, std::ostream& output) {
+    std::vector<const ViewedReport*> worst;
+    for (const ViewedReport& report : view.reports) {
+        if (!IsFine(report)) {
+            worst.push_back(&report);
+        }
+    }
+    const std::size_t shown = worst.size() > kMaxWorst ? kMaxWorst - 1 : worst.size();
+    Table table({{}, {}, {}, {.heading = {}, .isCut = true}, {{}, Table::Align::Right}});
+    for (const ViewedReport* report : std::span(worst).first(shown)) {
+        const ReportState state = report->judged.state;
+        table.Add({{"  " + std::string(TerminalMarkOf(state)), ColourOf(state)},
+                   report->judged.report.name,
+                   {std::string(NameOf(state)), ColourOf(state)},
+                   report->reason,
+                   report->judged.age ? AgeText(report->judged.age) : "-"});
+    }
+    table.Write(output);
+    if (shown < worst.size()) {
+        output << "  and " << worst.size() - shown << " more; run \"sentrelctl list\"\n";
+    }
+}
+
+OrderedJson ToJson(const Host& host, const HostView& view, std::size_t problems) {
+    OrderedJson object = {{"daemon", nullptr}};
+    if (host.daemon) {
+        object["daemon"] = {{"pid", host.daemon->pid},
+                            {"started", UtcText(host.daemon->started)},
+                            {"user", NameOfUser(host.user.user)},
+                            {"intakePort", host.intakePort}};
+    }
+    OrderedJson states = OrderedJson::object();
+    OrderedJson worst = OrderedJson::array();
+    for (const ViewedReport& report : view.reports) {
+        const std::string state(NameOf(report.judged.state));
+        states[state] = states.value(state, 0) + 1;
+        if (!IsFine(report)) {
+            worst.push_back(
+                {{"name", report.judged.report.name}, {"state", state}, {"reason", report.reason}});
+        }
+    }
+    OrderedJson launches = OrderedJson::array();
+    for (const ViewedLaunch& launch : view.launches) {
+        launches.push_back({{"plugin", launch.plugin}, {"at", UtcText(launch.at)}});
+    }
+    object["states"] = std::move(states);
+    object["worst"] = std::move(worst);
+    object["next"] = std::move(launches);
+    object["problems"] = problems;
+    if (!view.problem.empty()) {
+        object["unseen"] = view.problem;
+    }
+    return object;
+}
+
+int RunStatus(const Arguments& arguments, std::ostream& output) {
+    const Host host = HostInView(arguments.options);
+    const HostView view = ViewHost(host);
+    const std::size_t problems = CountProblems(Inspect(host));
+    const bool isFine = host.daemon && view.problem.empty() && problems == 0 &&
+                        std::all_of(view.reports.begin(), view.reports.end(), IsFine);
+    if (arguments.options.Has("--json")) {
+        WriteJson(ToJson(host, view, problems), output);
+        return isFine ? 0 : 1;
+    }
+    output << "sentrel   " << PrintableText(DaemonText(host)) << '\n'
+           << "reports   " << PrintableText(ReportsText(view)) << '\n';
+    WriteWorst(view, output);
+    output << "next      " << PrintableText(LaunchesText(view)) << '\n'
+           << "doctor    " << DoctorText(problems) << '\n';
+    return isFine ? 0 : 1;
+}
+
+constexpr std::array<Command, 1> kCommands = {{
+    {"status",
+     "show the host at a glance",
+     "Shows the daemon, how many reports are in each state, the worst with their reasons, the\n"
+     "next launches, and how many problems \"doctor\" finds. Exits with 0 when everything is OK,\n"
+     "and with 1 when something is not, or cannot be seen.\n",
+     "sentrelctl status",
+     kOptions,
+     {},
+     nullptr,
+     RunStatus},
+}};
+
+}  // namespace
+
+std::span<const Command> StatusCommands() { return kCommands; }
+
+}  // namespace Ctl

@@ -1,0 +1,98 @@
+// "status", "get" and "page" against a daemon.
+#include "support/http_client.h"
+#include "support/stored_report.h"
+#include "support/tool_host.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <string>
+
+namespace Test {
+
+namespace {
+
+using testing::ContainsRegex;
+using testing::HasSubstr;
+using testing::Not;
+using Json = nlohmann::json;
+
+constexpr const char* kMetrics = R"({"reason": "full", "metrics": {
+    "used": {"value": 91.2, "unit": "%", "warning": 80, "critical": 90}, "mounts": 4},
+    "disks": {"sda": "active", "parts": [1, {"x": 2}]}})";
+constexpr const char* kHostile =
+    R"({"reason": "<script>alert(1)</script>\u202e\"'&", "a<b>": "</dd><img src=x>"})";
+
+class SightCommands : public ToolHost {
+  protected:
+    void SetUp() override { (void)OutputOf({"token", "init"}); }
+
+    static void Post(const char* name, int status, const char* unstructured) {
+        const ReportText report{.name = name, .status = status, .unstructured = unstructured};
+        ASSERT_EQ(HttpClient().Post(std::string("/") + name, report.Document()), 200);
+    }
+};
+
+TEST_F(SightCommands, StatusSaysWhatIsNotOkInEightLines) {
+    const ToolResult down = Run({"status"});
+    EXPECT_EQ(down.status, 1);
+    EXPECT_THAT(down.output, ContainsRegex("^sentrel   not running, .*\n"
+                                           "reports   not visible: .*\nnext      no launch"));
+    StartDaemon();
+    for (const char* name : {"a", "b", "c", "d", "e"}) {
+        Post(name, 2, R"({"reason": "broken"})");
+    }
+    Post("fine", 0, "{}");
+    const ToolResult result = Run({"status"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(result.output,
+                ContainsRegex("^sentrel   running for .* as .* .process [0-9]+.; intake 9996, API "
+                              "9984\nreports   6: 5 ERROR, 1 OK\n  .  a  ERROR  broken +[0-9]"));
+    EXPECT_THAT(result.output, HasSubstr("\n  and 2 more; run \"sentrelctl list\"\n"));
+    EXPECT_EQ(std::count(result.output.begin(), result.output.end(), '\n'), 8) << result.output;
+    const Json answer = Json::parse(Run({"status", "--json"}).output);
+    EXPECT_EQ(answer["states"], (Json{{"ERROR", 5}, {"OK", 1}}));
+    EXPECT_EQ(answer["worst"].size(), 5);
+}
+
+TEST_F(SightCommands, GetShowsMetricsAgainstTheirLimitsAndHistoryWhatChanged) {
+    StartDaemon();
+    Post("disk", 0, R"({"metrics": {"used": {"value": 70, "unit": "%"}, "mounts": 4}})");
+    Post("disk", 2, kMetrics);
+    Post("cpu", 0, "{}");
+    const std::string report = OutputOf({"get", "disk"});
+    EXPECT_THAT(report, ContainsRegex("\n  METRIC +VALUE +LIMITS\n  mounts +4\n"
+                                      "  used +91.2 % .*warning 80, critical 90\n"));
+    EXPECT_THAT(report, HasSubstr("\n  disks\n    parts\n      - 1\n      -\n        x  2\n"
+                                  "    sda  active\n"));
+    const Json both = Json::parse(OutputOf({"get", "cpu", "disk", "--json"}))["reports"];
+    EXPECT_EQ(both[1]["unstructured"]["metrics"]["mounts"], 4);
+    const std::string history = OutputOf({"history", "disk"});
+    EXPECT_THAT(history, ContainsRegex("\nChanged metrics:\n.*\nused +91.2 % +70 %\n$"));
+    EXPECT_THAT(history, Not(HasSubstr("mounts")));
+}
+
+TEST_F(SightCommands, PageHoldsEverythingAndNothingOfAReportGetsOut) {
+    StartDaemon();
+    Post("disk", 0, "{}");
+    Post("disk", 2, kMetrics);
+    Post("evil", 1, kHostile);
+    const std::string file = host.Base() + "page.html";
+    EXPECT_THAT(OutputOf({"page", file}), HasSubstr("page.html: 2 reports: 1 ERROR, 1 WARNING."));
+    const std::string page = ReadFile(file);
+    EXPECT_THAT(page, HasSubstr("default-src 'none'"));
+    EXPECT_THAT(page, HasSubstr("&lt;script&gt;alert(1)&lt;/script&gt;\uFFFD&quot;&#39;&amp;"));
+    EXPECT_THAT(page, HasSubstr("<dt>a&lt;b&gt;</dt><dd>&lt;/dd&gt;&lt;img src=x&gt;</dd>"));
+    EXPECT_THAT(page, Not(HasSubstr("<script>alert")));
+    EXPECT_THAT(page, HasSubstr("<rect class=\"critical\" x=\"90\""));
+    EXPECT_THAT(page, HasSubstr("<td class=\"differs\">ERROR</td><td>OK</td>"));
+    EXPECT_THAT(page, Not(testing::ContainsRegex("(src|href)=.?http")));
+    EXPECT_LT(page.size(), 40000);
+}
+
+}  // namespace
+
+}  // namespace Test
