@@ -51,7 +51,7 @@ class TestProvider : public Quon::AsyncApiProvider {
 
     void Invoke(std::shared_ptr<Quon::Call> call, Quon::CallResult result) override;
     std::vector<Quon::OperationId> Operations() const override { return {}; }
-    bool Recognize(Quon::CallContext& context) override { return context.token == "good"; }
+    bool Recognize(Quon::CallContext& call) override { return call.token == "good"; }
 
     // Blocks until a call is held, and hands it over: to be ended on the thread of the context, or
     // when that has gone.
