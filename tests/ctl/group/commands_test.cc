@@ -2,6 +2,7 @@
 #include "platform/kernel/groups/cgroup_location.h"
 #include "support/cgroup_root.h"
 #include "support/host_directory.h"
+#include "support/sanitizers.h"
 #include "support/tool_run.h"
 
 #include <gmock/gmock.h>
@@ -212,6 +213,9 @@ TEST_F(GroupCommands, KillIsNotOutrunByAPluginThatForksWithoutEnd) {
 }
 
 TEST_F(GroupCommands, KillThatFailsLeavesTheGroupThawed) {
+    if (kHasAddressSanitizer) {
+        GTEST_SKIP() << "the sanitizers need descriptors of their own";
+    }
     ASSERT_EQ(Run({"ensure"}).status, 0);
     std::deque<IdleProcess> processes;
     for (int count = 0; count < 20; ++count) {
