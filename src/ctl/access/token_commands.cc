@@ -81,7 +81,7 @@ void RunIssue(const Arguments& arguments, std::ostream& output) {
                                                             : std::string(kDefaultLifetime);
     const std::optional<std::chrono::seconds> lifetime = ParseLifetime(text);
     if (!lifetime) {
-        throw UsageError("option \"--ttl\": \"" + text + "\" is no time",
+        throw UsageError("option \"--ttl\": \"" + text + "\" is not a duration",
                          "write a whole number with s, m, h or d, up to 3650d");
     }
     output << IssueToken(subject, arguments.options.Values("--entitlement"), *lifetime) << '\n';

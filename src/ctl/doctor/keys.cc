@@ -113,7 +113,7 @@ void CheckTrustSet(const Host& host, Findings& findings) {
                             path + " holds private keys: who reads it can sign tokens for anybody",
                             "remove those keys, and replace the key pairs"});
     } else if (!trusted.unused.empty()) {
-        findings.push_back({Severity::Warning, subject, "of no use: " + Abridged(trusted.unused),
+        findings.push_back({Severity::Warning, subject, "not usable: " + Abridged(trusted.unused),
                             "correct or remove such keys in " + path});
     }
     if (trusted.keys.empty()) {

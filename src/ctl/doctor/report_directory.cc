@@ -68,7 +68,7 @@ void CheckRoom(const std::string& directory, const Content& content, Findings& f
     struct statvfs system{};
     if (::statvfs(directory.c_str(), &system) != 0) {
         const int error = errno;
-        throw CannotLook("the room of " + directory + " cannot be told", error);
+        throw CannotLook("cannot determine the free space of " + directory, error);
     }
     const std::uintmax_t free = std::uintmax_t{system.f_bavail} * system.f_frsize;
     const std::uintmax_t names = std::max<std::uintmax_t>(content.names.size(), 1);

@@ -42,11 +42,10 @@ void RequireSuccess(const KillOutcome& outcome, bool isForAll) {
     }
     if (!outcome.held.empty()) {
         const ProcessStat& first = outcome.held.front().process;
-        throw Failure(CountText(outcome.held.size()) + " cannot end, such as " +
+        throw Failure(CountText(outcome.held.size()) + " survived SIGKILL, for example " +
                           std::to_string(first.pid) + " (" + first.name +
-                          "), though SIGKILL was sent: the kernel holds them, mostly for a disk or "
-                          "a mount that does not answer",
-                      "mend that, and they end");
+                          "): blocked in the kernel, usually by an unresponsive disk or mount",
+                      "fix that, and they exit");
     }
 }
 

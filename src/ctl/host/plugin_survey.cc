@@ -64,10 +64,11 @@ std::string WhyEnabled(const Sentrel::PluginEntry& entry) {
         why.emplace_back("frequency is missing, which counts as fast");
     } else if (!NamesQueue(*entry.frequency)) {
         why.emplace_back("frequency \"" + *entry.frequency +
-                         "\" is no queue, which counts as fast");
+                         "\" is not a queue and counts as fast");
     }
     if (entry.logLevel && entry.info.logLevel.empty()) {
-        why.emplace_back("log_level \"" + *entry.logLevel + "\" is none and is not passed on");
+        why.emplace_back("log_level \"" + *entry.logLevel +
+                         "\" is not a log level and is not passed on");
     }
     return why.empty() ? "its configuration says so" : Joined(why, "; ");
 }

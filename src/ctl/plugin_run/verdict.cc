@@ -34,8 +34,7 @@ void JudgeEnd(PluginRun& run) {
              "kill\" ends it");
     } else if (end.asked == PluginEnd::Asked::TimeWasOver) {
         Tell(run, end.signal != 0 || end.exitStatus != 0 ? Severity::Error : Severity::Warning,
-             "its time was over after " + DurationText(run.timeout) +
-                 ", so that it was sent SIGTERM",
+             "ran longer than " + DurationText(run.timeout) + " and was sent SIGTERM",
              "let it end by itself in less, whatever it waits for");
     } else if (end.signal == SIGKILL && run.memoryKills == 0) {
         Tell(run, Severity::Error, "SIGKILL ended it, which was not sent here",

@@ -65,7 +65,8 @@ TEST_F(TokenCommands, IssueReadsSpansOfTime) {
         const ToolResult result = Run({"issue", "--subject", "eve", "--ttl", row.ttl});
         if (row.seconds == 0) {
             EXPECT_EQ(result.status, 2) << row.ttl;
-            EXPECT_THAT(result.error, HasSubstr("is no time; write a whole number with s, m"));
+            EXPECT_THAT(result.error,
+                        HasSubstr("is not a duration; write a whole number with s, m"));
             continue;
         }
         const Json claims = Inspect(result.output)["claims"];

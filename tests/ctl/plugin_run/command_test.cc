@@ -78,7 +78,7 @@ TEST_F(PluginRun, JudgesWhatItDoesAndPosts) {
          ""},
         {"post /plug $json \"$good\"; exit 3", 1, "3", "plug 200 ", "it ended with status 3"},
         {"kill -SEGV $$", 1, "SIGSEGV", "", "SIGSEGV ended it"},
-        {"exec sleep 1000", 1, "SIGTERM", "", "so that it was sent SIGTERM", "1"},
+        {"exec sleep 1000", 1, "SIGTERM", "", "and was sent SIGTERM", "1"},
         {"post /plug $json \"$good\"; interrupt; exec sleep 1000", 1, "SIGTERM", "plug 200 ",
          "the run was interrupted\n"},
         {"trap interrupt TERM; post /plug $json \"$good\"; interrupt; while :; do :; done", 1,
