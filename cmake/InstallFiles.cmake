@@ -1,6 +1,6 @@
 # `DESTDIR=DIR cmake --install build` lays out a host root below DIR. The daemon looks for its files at fixed places, so
 # the destinations are absolute and CMAKE_INSTALL_PREFIX moves nothing. The plugins that are shipped are installed by
-# checks/, the examples by examples/.
+# checks/.
 
 if(TARGET sentrel)
     install(TARGETS sentrel RUNTIME DESTINATION /usr/sbin)

@@ -61,7 +61,8 @@ function(sentrel_row_of path out)
     set(${out} "${best}" PARENT_SCOPE)
 endfunction()
 
-# Sets in the caller the files below src/ROW with the given glob ending that belong to this row and to no row below its folder.
+# Sets in the caller the files below src/ROW with the given glob ending that belong to this row and to no row below its
+# folder. A program's main.cc and the texts in templates/ belong to none.
 function(sentrel_row_files row ending out)
     file(
         GLOB_RECURSE found
@@ -73,7 +74,7 @@ function(sentrel_row_files row ending out)
     foreach(file IN LISTS found)
         sentrel_row_of(${file} owner)
         get_filename_component(name ${file} NAME)
-        if(owner STREQUAL row AND NOT name STREQUAL "main.cc")
+        if(owner STREQUAL row AND NOT name STREQUAL "main.cc" AND NOT file MATCHES "/templates/")
             list(APPEND files ${PROJECT_SOURCE_DIR}/src/${file})
         endif()
     endforeach()

@@ -31,7 +31,7 @@ namespace {
 constexpr mode_t kProgramMode = 0755;
 constexpr mode_t kTextMode = 0644;
 constexpr std::string_view kPlaceholder = "@NAME@";
-// The framework's own settings, which lie beside those of plugins, as the daemon's do.
+// The service framework's settings, which are beside those of the plugins and the daemon.
 constexpr std::string_view kFrameworkEntryKey = "pellmar";
 
 // What the command line asks for.
@@ -39,7 +39,7 @@ struct NewPlugin {
     std::string name;
     std::string language;   // one of kPluginLanguages
     std::string frequency;  // one of Sentrel::kQueueNames
-    std::string directory;  // for the files; empty: the host's own places
+    std::string directory;  // for the files; empty: the host's own directories
     std::string root;       // as Host has it
 
     bool IsCpp() const { return language == "cpp"; }
@@ -61,25 +61,26 @@ std::string_view TemplateFor(const std::string& language) {
     if (language == "cpp") {
         return kCppPlugin;
     }
-    throw UsageError("option \"--language\": \"" + language + "\" is none",
-                     "there are sh, python and cpp");
+    throw UsageError("unknown language \"" + language + "\" for --language",
+                     "choose sh, python or cpp");
 }
 
 void CheckFrequency(const std::string& frequency) {
     if (std::find(Sentrel::kQueueNames.begin(), Sentrel::kQueueNames.end(), frequency) ==
         Sentrel::kQueueNames.end()) {
-        throw UsageError("option \"--frequency\": \"" + frequency + "\" is none",
-                         "there are fast, medium and slow");
+        throw UsageError("unknown queue \"" + frequency + "\" for --frequency",
+                         "choose fast, medium or slow");
     }
 }
 
 void RefuseName(const std::string& name, const std::string& why) {
-    throw Failure("\"" + name + "\" can be no plugin's name: " + why, "choose another one");
+    throw Failure("invalid plugin name \"" + name + "\": " + why, "choose another name");
 }
 
 void CheckNewName(const std::string& name) {
     if (!Sentrel::IsReportName(name)) {
-        RefuseName(name, "its reports have the same, of " + std::string(Sentrel::kReportNameRule));
+        RefuseName(name, "its reports have the same name, which may contain only " +
+                             std::string(Sentrel::kReportNameRule));
     }
     if (name.starts_with('.') || name.starts_with('-')) {
         RefuseName(name, "it begins with " + name.substr(0, 1));
@@ -132,11 +133,10 @@ std::vector<NewFile> NewFiles(const NewPlugin& plugin) {
 
 [[noreturn]] void ThrowUnwritable(const std::string& path, int errorNumber) {
     if (errorNumber == EEXIST) {
-        throw Failure(path + " is there already, and is not overwritten",
-                      "choose another name, or remove it");
+        throw Failure(path + " already exists", "choose another name, or remove the file");
     }
-    throw Failure(path + " cannot be written", errorNumber,
-                  "run this as a user who may, or choose a place with --directory");
+    throw Failure("cannot write " + path, errorNumber,
+                  "run this as root, or choose a directory with --directory");
 }
 
 void RefuseExisting(const std::vector<NewFile>& files) {
@@ -148,7 +148,7 @@ void RefuseExisting(const std::vector<NewFile>& files) {
     }
 }
 
-// What another made meanwhile stays.
+// Never replaces a file that another process has created meanwhile.
 void Write(const NewFile& file) {
     try {
         Sys::CreateFile(file.path, file.text, file.mode);
@@ -170,7 +170,7 @@ void WriteAll(const std::vector<NewFile>& files, const std::string& storeFolder)
     try {
         Write(files.back());
     } catch (...) {
-        (void)::unlink(files.front().path.c_str());  // made just now; the failure goes on
+        (void)::unlink(files.front().path.c_str());  // created above
         throw;
     }
 }
@@ -181,7 +181,7 @@ void WriteAdvice(const NewPlugin& plugin, const std::vector<NewFile>& files, std
     const std::string tool =
         "sentrelctl " + (plugin.root.empty() ? "" : "--root " + plugin.root + " ") + "plugin ";
     for (const NewFile& file : files) {
-        output << "Made " << file.path << '\n';
+        output << "Created " << file.path << '\n';
     }
     output << "\nNext:\n";
     std::string built = files.front().path;
@@ -206,7 +206,7 @@ void WriteAdvice(const NewPlugin& plugin, const std::vector<NewFile>& files, std
     const bool isThisMachine = Sys::HostPath("/") == "/";
     output << "  " << tool << "run " << name << '\n'
            << (isThisMachine ? "  systemctl restart sentrel\n"
-                             : "and restart the daemon of that host.\n");
+                             : "  and restart the daemon of that host\n");
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
-// The texts of new plugins. Each is complete, keeps the whole contract of plugins and needs nothing
-// that a host lacks; "@NAME@" in it stands for the plugin's name.
+// The texts of new plugins, from the files in templates/. Each is complete, keeps the whole plugin
+// contract and needs nothing that a host lacks; "@NAME@" in it stands for the plugin's name.
 #pragma once
 
 #include <string_view>

@@ -157,10 +157,10 @@ TEST_F(PluginCommands, NewPluginsWorkAsTheyAre) {
         const std::string program = host.Base() + name;
         const std::string made = OutputOf({"plugin", "new", name, "--language", language,
                                            "--directory", host.Base(), "--frequency", "slow"});
-        EXPECT_THAT(made, HasSubstr("Made " + program));
+        EXPECT_THAT(made, HasSubstr("Created " + program));
         ExpectFailure(
             Run({"plugin", "new", name, "--language", language, "--directory", host.Base()}),
-            "is there already, and is not overwritten");
+            "already exists");
         if (language == "cpp") {
             std::string compile = "g++ -std=c++17 -Wall -Wextra -Werror ";
             compile.append(program).append(".cc -o ").append(program);
@@ -182,9 +182,9 @@ TEST_F(PluginCommands, NewPluginsWorkAsTheyAre) {
 TEST_F(PluginCommands, NewRefusesNamesThatCannotWork) {
     AddPlugin("cpu", kScript, "{}");
     for (const char* name : {"a b", ".cpu", "cpu-1", "CPU", "sentrel"}) {
-        ExpectFailure(Run({"plugin", "new", name}), "can be no plugin's name: ");
+        ExpectFailure(Run({"plugin", "new", name}), "invalid plugin name ");
     }
-    ExpectFailure(Run({"plugin", "new", "cpu"}), "is there already");
+    ExpectFailure(Run({"plugin", "new", "cpu"}), "already exists");
 }
 
 TEST(NameConflicts, ArePairsThatShareFiles) {

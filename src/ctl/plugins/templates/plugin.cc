@@ -1,16 +1,10 @@
-#include "ctl/plugins/template.h"
-
-namespace Ctl {
-
-// Not "cpp" as the delimiter, which clang-format would lay out as a part of this file.
-const std::string_view kCppPlugin =
-    R"source(// @NAME@: a plugin in C++17. It looks at one thing, posts one report and ends. The daemon
+// @NAME@: a plugin in C++17. It checks one thing, posts one report and exits. The daemon
 // runs it as
 //
 //   .../@NAME@ ++group=sentrel-plugins,mem=40 -u http://localhost:9996 [--loglevel=info]
 //
-// with an empty environment, for 30 s at most, after which it is sent SIGTERM. It needs
-// no library; linked statically it needs the least memory:
+// with an empty environment and sends it SIGTERM after 30 s. It needs no library; linked
+// statically it takes the least memory:
 //
 //   g++ -std=c++17 -O2 -static @NAME@.cc -o @NAME@
 #include <chrono>
@@ -38,7 +32,7 @@ struct Report {
     std::string metrics;  // members of a JSON object
 };
 
-// The check. Change it. What it throws is reported with the status unknown.
+// The check: replace it. An exception is reported with the status unknown.
 Report Check() {
     const double warning = 80;
     const double critical = 95;  // % of the limit
@@ -47,13 +41,13 @@ Report Check() {
     double limit = 0;
     std::ifstream file("/proc/sys/fs/file-nr");
     if (!(file >> open >> unused >> limit)) {
-        throw std::runtime_error("/proc/sys/fs/file-nr cannot be read");
+        throw std::runtime_error("cannot read /proc/sys/fs/file-nr");
     }
     const double used = 100 * open / limit;
     Report report;
     report.status = used >= critical ? Error : used >= warning ? Warning : Ok;
     char text[200];
-    std::snprintf(text, sizeof text, "%.0f files are open, %.2f %% of the limit", open, used);
+    std::snprintf(text, sizeof text, "%.0f open files, %.2f %% of the limit", open, used);
     report.reason = text;
     std::snprintf(
         text, sizeof text,
@@ -63,7 +57,7 @@ Report Check() {
     return report;
 }
 
-// A JSON string. What is not ASCII becomes "?", since it may be no UTF-8.
+// `text` as a JSON string. Bytes that are not ASCII become "?", since they may not be UTF-8.
 std::string Quoted(const std::string& text) {
     std::string quoted = "\"";
     for (const char c : text) {
@@ -91,12 +85,12 @@ std::string Now() {
 std::string ToJson(const std::string& name, const Report& report) {
     return "{\"structured\": {\"name\": " + Quoted(name) + ", \"time\": \"" + Now() +
            "\", \"status\": " + std::to_string(report.status) +
-           "}, \"unstructured\": {\"reason\": " + Quoted(report.reason) +
-           ", \"metrics\": {" + report.metrics + "}}}";
+           "}, \"unstructured\": {\"reason\": " + Quoted(report.reason) + ", \"metrics\": {" +
+           report.metrics + "}}}";
 }
 
-// Sends the request to that port of this host, by either of its addresses. The answer as
-// far as it was received; empty when there is none within 8 s a step.
+// Sends the request to `port` of this host, over IPv4 or else IPv6. Returns what was received
+// of the answer; empty if a step takes more than 8 s.
 std::string Exchange(int port, const std::string& request) {
     sockaddr_in v4{};
     v4.sin_family = AF_INET;
@@ -130,8 +124,8 @@ std::string Exchange(int port, const std::string& request) {
     return answer;
 }
 
-// The status of the answer to the report, posted to http://HOST:PORT, which is this host;
-// 0 when there is none.
+// Posts the report to `url`, http://HOST:PORT with HOST this host. Returns the answer's status;
+// 0 without an answer.
 int Post(const std::string& url, const std::string& name, const std::string& body) {
     const std::string host = url.substr(url.rfind('/') + 1);
     const int port = std::atoi(host.c_str() + host.rfind(':') + 1);
@@ -143,9 +137,9 @@ int Post(const std::string& url, const std::string& name, const std::string& bod
     return answer.size() > 12 ? std::atoi(answer.c_str() + 9) : 0;  // behind "HTTP/1.1 "
 }
 
+// Writes one line for the daemon's log and returns `status`.
 int Fail(const std::string& name, const std::string& text, int status) {
-    std::fprintf(stderr, "%s: %s\n", name.c_str(), text.c_str());  // a line for the
-                                                                   // daemon's log
+    std::fprintf(stderr, "%s: %s\n", name.c_str(), text.c_str());
     return status;
 }
 
@@ -153,7 +147,7 @@ int Fail(const std::string& name, const std::string& text, int status) {
 
 int main(int argc, char* argv[]) {
     const std::string path = argv[0];
-    const std::string name = path.substr(path.rfind('/') + 1);  // the report's, too
+    const std::string name = path.substr(path.rfind('/') + 1);  // the report's name, too
     std::string url;
     std::string level = "warning";
     for (int index = 1; index < argc; ++index) {
@@ -162,15 +156,14 @@ int main(int argc, char* argv[]) {
             url = argv[++index];
         } else if (argument.rfind("--loglevel=", 0) == 0) {
             level = argument.substr(argument.find('=') + 1);
-        } else if (argument.rfind("++group=", 0) != 0) {  // the memory that all plugins
-                                                          // share
-            return Fail(name, "there is no argument \"" + argument + "\"", 2);
+        } else if (argument.rfind("++group=", 0) != 0) {
+            return Fail(name, "unknown argument \"" + argument + "\"", 2);
         }
     }
     if (url.empty()) {
         return Fail(name, "usage: PLUGIN [++group=GROUP] -u URL [--loglevel=LEVEL]", 2);
     }
-    alarm(25);  // whatever happens
+    alarm(25);  // even if the check hangs
     Report report;
     try {
         report = Check();
@@ -182,19 +175,16 @@ int main(int argc, char* argv[]) {
     }
     const std::string body = ToJson(name, report);
     int status = Post(url, name, body);
-    if (status == 0 || status >= 500) {  // what is refused is refused again
+    if (status == 0 || status >= 500) {  // a refused report would be refused again
         std::this_thread::sleep_for(std::chrono::seconds(1));
         status = Post(url, name, body);
     }
     if (status != 200) {
-        return Fail(name,
-                    "the report is not stored: " +
-                        (status == 0 ? std::string("there is no answer")
-                                     : "the answer is " + std::to_string(status)),
-                    1);
+        return Fail(
+            name,
+            "report not stored: " + (status == 0 ? std::string("the intake did not answer")
+                                                 : "the intake answered " + std::to_string(status)),
+            1);
     }
     return 0;
 }
-)source";
-
-}  // namespace Ctl

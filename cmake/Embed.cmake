@@ -1,0 +1,18 @@
+# sentrel_embed(TARGET HEADER NAME FILE...) adds to TARGET the definitions of the constants that HEADER (relative to src/)
+# declares in namespace Ctl: `const std::string_view NAME` is the text of FILE, relative to the root of the tree. So the
+# texts are files of their own, for editors and linters.
+function(sentrel_embed target header)
+    string(CONCAT source "#include \"${header}\"\n\nnamespace Ctl {\n")
+    set(pairs ${ARGN})
+    while(pairs)
+        list(POP_FRONT pairs name file)
+        set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${file})
+        file(READ ${PROJECT_SOURCE_DIR}/${file} text)
+        string(APPEND source "\nconst std::string_view ${name} = R\"embedded(${text})embedded\";\n")
+    endwhile()
+    string(APPEND source "\n}  // namespace Ctl\n")
+    string(REGEX REPLACE "[/.]" "_" stem ${header})
+    set(generated ${CMAKE_CURRENT_BINARY_DIR}/${stem}_texts.cc)
+    file(CONFIGURE OUTPUT ${generated} CONTENT "@source@" @ONLY)
+    target_sources(${target} PRIVATE ${generated})
+endfunction()
