@@ -105,6 +105,7 @@ check_report() {
 }
 
 stop_daemon() {
+    # shellcheck disable=SC2154 # coproc sets it
     local process=$daemon_PID status=0
     kill -TERM "$process"
     wait "$process" || status=$?

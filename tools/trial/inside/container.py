@@ -8,7 +8,7 @@ import time
 
 import host
 from host import REPORTS, SETTINGS, daemon_pid, expect_finding, post, restart, unit, until_serving
-from trial import Failure, Journal, expect, run, run_stages, until
+from trial import Journal, expect, run, run_stages, until
 
 TOKEN_SET = pathlib.Path("/etc/korvex/oru/token/jwks.json")
 SIGNING_KEY = pathlib.Path("/var/lib/korvex/oru/token/signing-key.json")
