@@ -135,7 +135,7 @@ std::vector<Report> Publisher::FilterReports(const Prefilter& prefilter,
         Report report = ReadReport(file.path, unusedBytes, limits.maxTextBytes);
         if (!IsSameReportName(report.name, file.name)) {
             LogInternal(logger, 3, "Report name: %1 does not match filename: %2. Skipping %2",
-                        std::string_view(report.name).substr(0, kMaxLoggedSize), file.name);
+                        report.name, file.name);
             continue;
         }
         if (PassesAll(report, filters)) {

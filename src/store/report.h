@@ -38,9 +38,6 @@ inline std::size_t TextBytes(const Report& report) {
 // A longer stored report is not read.
 inline constexpr std::size_t kMaxStoredSize = 16 * 1024 * 1024;
 
-// Of a text that a document made, for the log: it may be as long as the document.
-inline constexpr std::size_t kMaxLoggedSize = 1024;
-
 // The word of a status code, as log messages show it.
 std::string_view StatusToString(std::int32_t status);
 

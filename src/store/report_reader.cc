@@ -72,9 +72,7 @@ Report Publisher::ReadReport(const std::filesystem::path& path, std::size_t unus
         }
         return report;
     } catch (const json::exception& exception) {
-        // The library repeats the token at fault, which may be the whole file.
-        LogInternal(logger, 3, "JSON error for %1: %2", path.native(),
-                    std::string_view(exception.what()).substr(0, kMaxLoggedSize));
+        LogInternal(logger, 3, "JSON error for %1: %2", path.native(), exception.what());
     } catch (const std::exception& exception) {
         LogInternal(logger, 3, "Error reading %1: %2", path.native(), exception.what());
     } catch (...) {

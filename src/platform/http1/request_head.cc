@@ -176,8 +176,6 @@ const HeaderField* RequestHead::begin() const { return fields.data(); }
 
 const HeaderField* RequestHead::end() const { return fields.data() + fieldCount; }
 
-std::size_t RequestHead::size() const { return fieldCount; }
-
 std::optional<std::string_view> RequestHead::Find(std::string_view name) const {
     for (const HeaderField& field : *this) {
         if (EqualsIgnoringCase(field.name, name)) return field.value;

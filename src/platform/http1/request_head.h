@@ -84,7 +84,6 @@ class RequestHead {
     // The fields in the order sent.
     const HeaderField* begin() const;
     const HeaderField* end() const;
-    std::size_t size() const;
 
     // The value of the first field of that name (compared without case); nothing when there is
     // none.

@@ -26,9 +26,7 @@ std::optional<::Quon::DateTime> ToDateTime(const std::string& text, std::string_
     std::error_code error;
     const ::Quon::DateTime time = ::Quon::DateTime::Create(text, error);
     if (error) {
-        LogInternal(logger, 3, failure, reportName,
-                    std::string_view(text).substr(0, Sentrel::kMaxLoggedSize), time.ToString(),
-                    error.message());
+        LogInternal(logger, 3, failure, reportName, text, time.ToString(), error.message());
         return std::nullopt;
     }
     return time;

@@ -37,8 +37,6 @@ class Connection : public ObjectImpl {
     Fill FillInput();
     // Drops what is unread, and what has arrived.
     Fill Discard();
-    // The bytes that Discard has dropped.
-    std::size_t DiscardedBytes() const { return discardedBytes; }
     // Gives the memory of the input back; nothing is unread.
     void ReleaseInput();
 

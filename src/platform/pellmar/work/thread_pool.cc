@@ -50,11 +50,6 @@ Ref<WorkQueue> ThreadPool::CreateWorkQueue(std::string_view name) {
     return MakeRef<WorkQueue>(name, *this);
 }
 
-std::size_t ThreadPool::ThreadCount() const {
-    Sys::MutexLock held(lock);
-    return threads.size();
-}
-
 std::exception_ptr ThreadPool::Grow() {
     const auto self = threads.emplace(threads.end());
     try {

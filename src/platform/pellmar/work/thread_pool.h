@@ -38,8 +38,6 @@ class ThreadPool {
     // A queue named `name` that runs its jobs on this pool one at a time, in order.
     Ref<WorkQueue> CreateWorkQueue(std::string_view name);
 
-    std::size_t ThreadCount() const EXCLUDES(lock);
-
   private:
     friend class WorkQueue;
     friend class DeferredQueue;
@@ -52,7 +50,7 @@ class ThreadPool {
     void WorkerMain(std::list<std::thread>::iterator self) EXCLUDES(lock);
     bool TakeTask(Task& task) EXCLUDES(lock);
 
-    mutable Sys::Mutex lock;
+    Sys::Mutex lock;
     Sys::Condition wake;
     std::deque<Task> tasks GUARDED_BY(lock);
     std::list<std::thread> threads GUARDED_BY(lock);
