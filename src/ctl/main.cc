@@ -9,6 +9,7 @@
 #include "ctl/completion/completion.h"
 #include "ctl/doctor/command.h"
 #include "ctl/group/commands.h"
+#include "ctl/page/command.h"
 #include "ctl/plugin_run/command.h"
 #include "ctl/plugins/commands.h"
 #include "ctl/reports/monitoring_commands.h"
@@ -17,7 +18,6 @@
 #include "ctl/show/printable.h"
 #include "ctl/sight/get.h"
 #include "ctl/sight/list.h"
-#include "ctl/sight/page_command.h"
 #include "ctl/sight/status.h"
 #include "platform/sys/host_root.h"
 

@@ -1,9 +1,9 @@
-#include "ctl/sight/page.h"
+#include "ctl/page/page.h"
 
+#include "ctl/page/assets.h"
+#include "ctl/page/html.h"
+#include "ctl/page/row_detail.h"
 #include "ctl/show/times.h"
-#include "ctl/sight/html.h"
-#include "ctl/sight/page_assets.h"
-#include "ctl/sight/row_detail.h"
 
 #include <algorithm>
 #include <array>

@@ -1,4 +1,4 @@
-#include "ctl/sight/html.h"
+#include "ctl/page/html.h"
 
 #include "ctl/show/printable.h"
 #include "platform/sys/utf8.h"

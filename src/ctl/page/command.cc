@@ -1,8 +1,8 @@
-#include "ctl/sight/page_command.h"
+#include "ctl/page/command.h"
 
 #include "ctl/doctor/command.h"
+#include "ctl/page/page.h"
 #include "ctl/sight/daemon_text.h"
-#include "ctl/sight/page.h"
 #include "platform/sys/atomic_file.h"
 
 #include <algorithm>

@@ -1,8 +1,8 @@
-#include "ctl/sight/row_detail.h"
+#include "ctl/page/row_detail.h"
 
+#include "ctl/page/html.h"
 #include "ctl/reports/metrics.h"
 #include "ctl/show/times.h"
-#include "ctl/sight/html.h"
 #include "ctl/sight/metric_view.h"
 
 #include <nlohmann/json.hpp>
