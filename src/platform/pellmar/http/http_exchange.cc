@@ -9,6 +9,7 @@
 #include <chrono>
 #include <cstring>
 #include <limits>
+#include <system_error>
 #include <utility>
 
 #include <poll.h>
@@ -130,10 +131,8 @@ void Exchange::AwaitBody() {
                     continue;
                 }
                 FailBody(BodyState::Gone, "the client ended the connection");
-            case Connection::Fill::Failed: {
-                const int error = errno;
-                FailBody(BodyState::Gone, std::strerror(error));
-            }
+            case Connection::Fill::Failed:
+                FailBody(BodyState::Gone, std::generic_category().message(errno));
             case Connection::Fill::Nothing:
                 break;
         }

@@ -16,7 +16,7 @@ namespace {
 
 // 0 or an error number. The address is given with each datagram: a connection would lead to a
 // journal that has been replaced.
-int SendMessage(int socket, const std::string& path, msghdr& message) {
+int SendMessage(int socket, const std::string& path, msghdr message) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     if (path.size() >= sizeof(address.sun_path)) {

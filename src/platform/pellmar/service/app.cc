@@ -130,7 +130,8 @@ void SetAppInfo(const AppInfo& info) { GetApp().info = info; }
 void InitApp(const Ref<Config>& config) {
     // Each heap of the C library keeps what its threads once used. Hundreds of threads may come and
     // go; with a heap for most of them the process would stay as large as its busiest moment.
-    (void)::mallopt(M_ARENA_MAX, 2);  // a refusal costs memory only
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): no other thread runs yet
+    (void)::mallopt(M_ARENA_MAX, 2);  // if refused, only memory is lost
     PrepareSignals();
     SetLogLevel(*config);
     GetApp().config = config;

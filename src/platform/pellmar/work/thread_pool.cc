@@ -111,8 +111,8 @@ void ThreadPool::Schedule(const Ref<WorkQueue>& queue) {
 }
 
 ThreadPool& GetThreadPool() {
-    static ThreadPool* const pool = new ThreadPool;
-    return *pool;
+    static ThreadPool* const sPool = new ThreadPool;
+    return *sPool;
 }
 
 }  // namespace Pellmar::System
