@@ -1,4 +1,4 @@
-target_link_libraries(${program} PUBLIC checks)
+target_link_libraries(${program} PUBLIC checks_with_crypto checks third_party_crypto)
 add_dependencies(${program} check_programs)
 target_compile_definitions(
     ${program}

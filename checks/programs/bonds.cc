@@ -1,0 +1,11 @@
+// The plugin bonds.
+#include "checks/bonds.h"
+
+#include "sentrel_check/run.h"
+
+int main(int argc, char* argv[]) {
+    return SentrelCheck::RunCheck(
+        argc, argv, [](SentrelCheck::Settings& settings, SentrelCheck::Report& report) {
+            Checks::CheckBonds("", settings, report);
+        });
+}
