@@ -237,7 +237,7 @@ def upgrade_keeps_everything():
 
 if __name__ == "__main__":
     run_stages([
-        [install, host.six_reports_in_time, exposure_is_2_5_at_most,
+        [install, host.shipped_reports_in_time, exposure_is_2_5_at_most,
          killed_daemon_comes_back, frozen_daemon_is_replaced_by_the_watchdog, terminated_daemon_comes_back,
          hangup_is_logged_and_changes_nothing, stopped_daemon_stays_off, broken_settings_are_an_error_in_the_journal,
          stubborn_plugin_delays_no_restart, taken_intake_port_is_told_and_waited_for, taken_api_port_is_told_and_waited_for,

@@ -47,7 +47,7 @@ def kills():
 
 
 def next_batches_run():
-    host.six_reports_in_time()
+    host.shipped_reports_in_time()
     until(lambda: "a-writer" in host.states(), "a report of the plugin beside the greedy one")
 
 
