@@ -20,6 +20,9 @@ endif()
 # The description of the report document.
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/dist/schema/ DESTINATION /usr/share/sentrel)
 
+# The library of plugins in Python.
+install(FILES ${PROJECT_SOURCE_DIR}/sdk/python/sentrel.py DESTINATION /usr/lib/python3/dist-packages)
+
 # What the host's own services read.
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/dist/systemd/ DESTINATION /lib/systemd/system)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/dist/sysusers.d ${PROJECT_SOURCE_DIR}/dist/tmpfiles.d DESTINATION /usr/lib)
