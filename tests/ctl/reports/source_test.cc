@@ -12,6 +12,7 @@
 #include <future>
 #include <map>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -24,6 +25,9 @@ using Names = std::vector<std::string>;
 // Names and texts of one answer; a brief one has no texts.
 using Listing = std::map<std::string, std::string>;
 
+// In a listing's text it stands for 48 MiB: an answer of that size may have left out others.
+constexpr std::string_view kLarge = "LARGE";
+
 std::string AnswerOf(const Listing& listing, bool isFull) {
     Json reports = Json::array();
     for (const auto& [name, text] : listing) {
@@ -34,8 +38,11 @@ std::string AnswerOf(const Listing& listing, bool isFull) {
         }
         reports.push_back(std::move(report));
     }
-    const std::string body =
+    std::string body =
         Json{{"jsonrpc", "2.0"}, {"id", 1}, {"result", {{"reports", reports}}}}.dump();
+    if (const std::size_t at = body.find(kLarge); at != std::string::npos) {
+        body.replace(at, kLarge.size(), std::size_t{48} << 20, '1');
+    }
     return "HTTP/1.1 200 OK\r\nContent-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
 }
 
@@ -43,7 +50,7 @@ TEST(ReportSource, AsksTwiceAndAgainOnlyForWhatMayBeThere) {
     const HostDirectory directory;
     const std::string token = directory.Base() + "token";
     WriteFile(token, "a.b.c\n");
-    const std::string large(std::size_t{48} << 20, '1');  // a full answer may have left out others
+    const std::string large(kLarge);
     const Listing all = {{"bad", ""}, {"cpu", ""}, {"disk", ""}};
     const struct {
         Names asked;
