@@ -1,16 +1,24 @@
-// Reports as OpenMetrics text (openmetrics.io, version 1.0.0), kept to what the older text format
-// of Prometheus has too, so that its textfile collector reads it: the set of states is a gauge.
+// Reports and the daemon's own numbers as OpenMetrics text (openmetrics.io, version 1.0.0), kept to
+// what the older text format of Prometheus has too, so that its textfile collector reads it: the
+// set of states is a gauge, and counters have no type. docs/metrics.md lists the names, which stay.
 #pragma once
 
 #include "ctl/reports/state.h"
+#include "state/state_reader.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace Ctl {
 
-// Ends with "# EOF" and a line feed. Names are UTF-8, and no two
-// reports have the same.
-std::string MetricsText(const std::vector<JudgedReport>& reports);
+struct HostMetrics {
+    std::vector<JudgedReport> reports;  // names are UTF-8, and no two are the same
+    std::optional<bool> isUp;           // whether the daemon runs; unset: not known
+    std::optional<Sentrel::DaemonState> state;
+};
+
+// Ends with "# EOF" and a line feed.
+std::string MetricsText(const HostMetrics& host);
 
 }  // namespace Ctl

@@ -7,18 +7,23 @@
 #include "ctl/reports/state.h"
 #include "ctl/show/failure.h"
 #include "ctl/show/json_output.h"
+#include "ctl/show/note.h"
 #include "ctl/show/printable.h"
 #include "platform/sys/atomic_file.h"
+#include "platform/sys/host_root.h"
+#include "state/state_reader.h"
 #include "store/report_name.h"
 
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <exception>
 #include <ostream>
 #include <string>
 
+#include <string.h>
 #include <unistd.h>
 
 namespace Ctl {
@@ -164,16 +169,38 @@ int JudgeReports(const Arguments& arguments, std::ostream& output) {
     return status;
 }
 
-void RunMetrics(const Arguments& arguments, std::ostream& output) {
-    const std::string text = MetricsText(ReadJudgedReports(HostOf(arguments.options), {}));
-    if (!arguments.options.Has("--textfile")) {
-        output << (::isatty(STDOUT_FILENO) == 1 ? PrintableLines(text) : text);
-        return;
+// What the daemon of this host says of itself. Returns why it says nothing; empty when it does.
+std::string ReadDaemon(HostMetrics& metrics) {
+    const std::string path = Sys::HostPath(Sentrel::kStatePath);
+    metrics.state = Sentrel::ReadDaemonState();
+    if (metrics.state) {
+        metrics.isUp = true;
+        return "";
     }
-    try {
-        Sys::ReplaceFile(arguments.options.Value("--textfile"), text, kTextFileMode);
-    } catch (const std::exception& exception) {
-        throw Failure(exception.what(), "name a file in a directory that this user may write");
+    const int error = ::access(path.c_str(), R_OK) == 0 ? 0 : errno;
+    if (error == 0 || error == ENOENT) {
+        metrics.isUp = false;
+    }
+    return "metrics of the daemon and of last runs are missing: " + path + ": " +
+           (error == 0 ? "no running daemon keeps it" : ::strerrordesc_np(error));
+}
+
+void RunMetrics(const Arguments& arguments, std::ostream& output) {
+    HostMetrics metrics{ReadJudgedReports(HostOf(arguments.options), {}), {}, {}};
+    // The API may be another host's.
+    const std::string missing = arguments.options.Has("--api") ? "" : ReadDaemon(metrics);
+    const std::string text = MetricsText(metrics);
+    if (arguments.options.Has("--textfile")) {
+        try {
+            Sys::ReplaceFile(arguments.options.Value("--textfile"), text, kTextFileMode);
+        } catch (const std::exception& exception) {
+            throw Failure(exception.what(), "name a file in a directory that this user may write");
+        }
+    } else {
+        output << (::isatty(STDOUT_FILENO) == 1 ? PrintableLines(text) : text);
+    }
+    if (!missing.empty()) {
+        NoteOnce(missing);
     }
 }
 
@@ -192,10 +219,13 @@ constexpr std::array<Command, 2> kCommands = {{
      JudgeReports,
      static_cast<int>(CheckStatus::Unknown)},
     {"metrics",
-     "print states, ages and numbers of all reports",
-     "Prints OpenMetrics text: the state of each report as a set of which one is 1, its age, and\n"
-     "the numbers that it tells below \"metrics\", with their limits. --textfile replaces a file\n"
-     "with it as a whole, for the textfile collector of a node exporter.\n",
+     "print states and numbers of all reports and of the daemon",
+     "Prints OpenMetrics text: the state of each report as a set of which one is 1, its age, its\n"
+     "reason unless it is OK, and its \"metrics\" with their limits; whether the daemon runs, "
+     "what\n"
+     "it has counted, and the last and next run of each plugin. --textfile replaces a file with "
+     "it\n"
+     "as a whole, for the textfile collector of a node exporter.\n",
      "sentrelctl metrics",
      kMetricsOptions,
      {},

@@ -1,4 +1,6 @@
 // "check" and "metrics" on a report directory, without a daemon.
+#include "ctl/reports/metrics_text.h"
+
 #include "support/host_directory.h"
 #include "support/stored_report.h"
 #include "support/tool_run.h"
@@ -6,6 +8,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -108,6 +111,9 @@ TEST_F(Monitoring, MetricsAreOneTextForBothFormats) {
              "sentrel_report_metric{report=\"disk\",metric=\"bad\\\"\\\\\\n\",unit=\"\"} -3\n",
              "sentrel_report_metric{report=\"disk\",metric=\"space:/'=\",unit=\"%\"} 8.25\n",
              "sentrel_report_metric_critical{report=\"disk\",metric=\"space:/'=\",unit=\"%\"} 5\n",
+             "sentrel_report_metric{report=\"disk\",metric=\"size\",unit=\"furlong\"} 1e+21\n",
+             "sentrel_report_reason_info{report=\"disk\",reason=\"a | b\"} 1\n",
+             "gauge\n# HELP sentrel_up Whether the daemon runs.\nsentrel_up 0\n",
          }) {
         EXPECT_THAT(result.output, HasSubstr(part));
     }
@@ -115,6 +121,49 @@ TEST_F(Monitoring, MetricsAreOneTextForBothFormats) {
                 MatchesRegex("(.|\n)*\nsentrel_report_age_seconds\\{report=\"cpu\"\\} "
                              "[0-9]+\n(.|\n)*"));
     EXPECT_THAT(result.output, EndsWith("\n# EOF\n"));
+    EXPECT_THAT(result.output, testing::Not(HasSubstr("reason_info{report=\"cpu\"")));
+    EXPECT_EQ(result.error,
+              "sentrelctl: metrics of the daemon and of last runs are missing: " + host.Root() +
+                  "/run/korvex/sentrel/state: No such file or directory\n");
+}
+
+TEST(MetricsText, TellsTheDaemonAndTheRunsOfItsPlugins) {
+    using std::chrono::milliseconds;
+    const std::chrono::system_clock::time_point time(milliseconds(1'800'000'000'250));
+    Ctl::JudgedReport report;
+    report.report.name = "long";
+    report.report.unstructured = R"({"reason":")";
+    for (int i = 0; i < 300; ++i) {
+        report.report.unstructured += "é";
+    }
+    report.report.unstructured += "\"}";
+    report.state = Ctl::ReportState::Error;
+    Sentrel::DaemonState state{.started = time, .counts = {1, 2, 3, 4, 5, 6, 7, 8}, .plugins = {}};
+    state.plugins.push_back(
+        {.name = "cpu", .nextLaunch = time, .start = time, .end = time + milliseconds(1500)});
+    state.plugins.push_back({.name = "runs", .nextLaunch = time, .start = time, .end = {}});
+    state.plugins.push_back({.name = "waits", .nextLaunch = time, .start = {}, .end = {}});
+    const std::string text = Ctl::MetricsText({{report}, true, state});
+    for (const char* part : {
+             "\nsentrel_up 1\n",
+             "\nsentrel_start_timestamp_seconds 1800000000.25\n",
+             "\n# HELP sentrel_posts_total Posts to the intake, by outcome.\n"
+             "sentrel_posts_total{outcome=\"stored\"} 1\n"
+             "sentrel_posts_total{outcome=\"refused\"} 2\n",
+             "\nsentrel_launches_total{outcome=\"started\"} 3\n"
+             "sentrel_launches_total{outcome=\"refused\"} 4\n",
+             "\nsentrel_kills_total{cause=\"time\"} 5\nsentrel_kills_total{cause=\"memory\"} 6\n",
+             "\nsentrel_api_calls_total{outcome=\"succeeded\"} 7\n"
+             "sentrel_api_calls_total{outcome=\"failed\"} 8\n",
+             "\nsentrel_plugin_next_launch_timestamp_seconds{plugin=\"waits\"} 1800000000.25\n",
+             "{plugin=\"cpu\"} 1800000000.25\n"
+             "sentrel_plugin_last_run_timestamp_seconds{plugin=\"runs\"} 1800000000.25\n# TYPE",
+             "\nsentrel_plugin_last_run_duration_seconds{plugin=\"cpu\"} 1.5\n# EOF\n",
+         }) {
+        EXPECT_THAT(text, HasSubstr(part));
+    }
+    EXPECT_THAT(text, testing::ContainsRegex("reason=\"(é){200}\"} 1\n"));
+    EXPECT_THAT(text, testing::Not(HasSubstr("TYPE sentrel_posts")));
 }
 
 TEST_F(Monitoring, TheTextFileIsReplacedAsAWhole) {
