@@ -23,6 +23,9 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/dist/schema/ DESTINATION /usr/share/sent
 # The library of plugins in Python.
 install(FILES ${PROJECT_SOURCE_DIR}/sdk/python/sentrel.py DESTINATION /usr/lib/python3/dist-packages)
 
+# Rules for a Prometheus that collects the metrics.
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/dist/prometheus DESTINATION /usr/share/sentrel)
+
 # What the host's own services read.
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/dist/systemd/ DESTINATION /lib/systemd/system)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/dist/sysusers.d ${PROJECT_SOURCE_DIR}/dist/tmpfiles.d DESTINATION /usr/lib)

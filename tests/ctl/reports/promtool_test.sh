@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # What `sentrelctl metrics` prints of reports that are hard on a text format passes the judgement of Prometheus itself:
-# syntax and lint by promtool, which does not look for a series that is told twice. Usage: promtool_test.sh SENTRELCTL
-# FOLDER, where promtool is below FOLDER or in PATH. Ends with 77, which counts as skipped, where it is not.
+# syntax and lint by promtool, which does not look for a series that is told twice. So do the rules that are shipped, with
+# their unit tests. Usage: promtool_test.sh SENTRELCTL FOLDER, where promtool is below FOLDER or in PATH. Ends with 77, which
+# counts as skipped, where it is not.
 set -euo pipefail
 
 readonly tool=$1
@@ -46,3 +47,7 @@ twice=$(sed 's/ [^ ]*$//' "$folder/text" | sort | uniq -d)
 [[ -z $twice ]] || fail "told twice: $twice"
 count=$(grep -a -c '^sentrel_report_metric{' "$folder/text")
 [[ $count == 11 ]] || fail "there are $count numbers, not 11"
+
+cd "$(dirname "$0")/../../prometheus"
+promtool check rules ../../dist/prometheus/sentrel.rules.yml || fail 'promtool refuses the rules'
+promtool test rules rules_test.yml || fail 'a unit test of the rules fails'
