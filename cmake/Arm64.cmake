@@ -4,8 +4,8 @@ set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR aarch64)
 set(CMAKE_C_COMPILER aarch64-linux-gnu-gcc)
 set(CMAKE_CXX_COMPILER aarch64-linux-gnu-g++)
-# At the end of the command line: of this and the -pie that CMake adds, the last one counts.
+# Goes to the end of the command line, since the last of this option and CMake's -pie takes effect.
 set(CMAKE_CXX_STANDARD_LIBRARIES_INIT -static-pie)
 set(CMAKE_CROSSCOMPILING_EMULATOR qemu-aarch64)
-# Boost's headers fit every processor; the CMake files that find them are installed with the native libraries.
+# Boost's headers are the same for every processor; the CMake files that find them belong to the native libraries.
 file(GLOB CMAKE_PREFIX_PATH /usr/lib/*-linux-gnu/cmake/Boost-*)

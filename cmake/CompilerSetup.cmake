@@ -1,5 +1,5 @@
-# Language level, warnings and hardening. All of it hangs on the target sentrel_flags, which every target of this tree
-# links, so that third-party code is never judged by our warnings.
+# Language level, warnings and hardening. The target sentrel_flags, which every target of this tree links, carries all of it,
+# so our warnings never apply to third-party code.
 
 set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
@@ -13,7 +13,7 @@ set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 find_program(SENTREL_CCACHE ccache)
 mark_as_advanced(SENTREL_CCACHE)
 if(SENTREL_CCACHE AND NOT DEFINED CMAKE_CXX_COMPILER_LAUNCHER)
-    # Every checkout of this tree shares one cache, wherever it lies.
+    # Every checkout of this tree shares one cache, whatever its path.
     set(CMAKE_CXX_COMPILER_LAUNCHER
         ${CMAKE_COMMAND} -E env CCACHE_BASEDIR=${PROJECT_SOURCE_DIR} CCACHE_NOHASHDIR=1 ${SENTREL_CCACHE}
     )
@@ -50,7 +50,7 @@ target_compile_options(
         $<$<CXX_COMPILER_ID:GNU>:-Wlogical-op>
 )
 
-# The daemon runs as root and reads what others send. The sanitizers bring their own, stricter checks.
+# Hardening, because the daemon reads bytes from untrusted clients. The sanitizer builds have stricter checks of their own.
 target_compile_options(
     sentrel_flags INTERFACE $<$<CONFIG:RelWithDebInfo>:-fstack-protector-strong -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2>
 )

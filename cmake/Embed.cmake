@@ -1,6 +1,6 @@
 # sentrel_embed(TARGET HEADER NAME FILE...) adds to TARGET the definitions of the constants that HEADER (relative to src/)
-# declares in namespace Ctl: `const std::string_view NAME` is the text of FILE, relative to the root of the tree. So the
-# texts are files of their own, for editors and linters.
+# declares in namespace Ctl: `const std::string_view NAME` is the text of FILE, relative to the root of the tree. Texts in
+# files of their own can be edited and linted as such.
 function(sentrel_embed target header)
     string(CONCAT source "#include \"${header}\"\n\nnamespace Ctl {\n")
     set(pairs ${ARGN})

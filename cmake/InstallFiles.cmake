@@ -1,6 +1,5 @@
-# `DESTDIR=DIR cmake --install build` lays out a host root below DIR. The daemon looks for its files at fixed places, so
-# the destinations are absolute and CMAKE_INSTALL_PREFIX moves nothing. The plugins that are shipped are installed by
-# checks/.
+# `DESTDIR=DIR cmake --install build` lays out a host root below DIR. The daemon looks for its files at fixed paths, so the
+# destinations are absolute and CMAKE_INSTALL_PREFIX has no effect. checks/CMakeLists.txt installs the shipped plugins.
 
 if(TARGET sentrel)
     install(TARGETS sentrel RUNTIME DESTINATION /usr/sbin)
@@ -9,7 +8,7 @@ if(TARGET sentrelctl)
     install(TARGETS sentrelctl RUNTIME DESTINATION /usr/bin)
 endif()
 
-# Vendor defaults of the configuration store; what an administrator sets stands elsewhere and is never installed.
+# Vendor defaults of the configuration store; an administrator's files are in another directory, and none is installed there.
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/dist/tabulon/ DESTINATION /usr/lib/korvex/tabulon)
 
 if(TARGET quon_metadata)
@@ -26,7 +25,7 @@ install(FILES ${PROJECT_SOURCE_DIR}/sdk/python/sentrel.py DESTINATION /usr/lib/p
 # Rules for a Prometheus that collects the metrics.
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/dist/prometheus DESTINATION /usr/share/sentrel)
 
-# What the host's own services read.
+# Files for systemd.
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/dist/systemd/ DESTINATION /lib/systemd/system)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/dist/sysusers.d ${PROJECT_SOURCE_DIR}/dist/tmpfiles.d DESTINATION /usr/lib)
 
@@ -38,7 +37,7 @@ foreach(page IN LISTS manualPages)
     install(FILES ${page} DESTINATION /usr/share/man/man${section})
 endforeach()
 
-# What completes the command line of sentrelctl, where each shell looks for it.
+# Tab completion of sentrelctl, in the directory that each shell searches.
 set(completions ${PROJECT_SOURCE_DIR}/dist/completions)
 install(FILES ${completions}/sentrelctl.bash DESTINATION /usr/share/bash-completion/completions RENAME sentrelctl)
 install(FILES ${completions}/_sentrelctl DESTINATION /usr/share/zsh/vendor-completions)

@@ -1,4 +1,4 @@
-# Reads src/layers.txt and turns its rows into static libraries, and includes into links.
+# Reads src/layers.txt, creates a static library for each row, and links programs with the libraries that they include.
 #
 #   sentrel_read_layers()                    sets sentrelRows and, for each row R, sentrelUses_R (targets, lowest first)
 #   sentrel_add_row_library(ROW)             the library of a row, if its folder has sources
@@ -62,7 +62,7 @@ function(sentrel_row_of path out)
 endfunction()
 
 # Sets in the caller the files below src/ROW with the given glob ending that belong to this row and to no row below its
-# folder. A program's main.cc and the texts in templates/ belong to none.
+# folder. A program's main.cc and the texts in templates/ belong to no row.
 function(sentrel_row_files row ending out)
     file(
         GLOB_RECURSE found

@@ -18,12 +18,12 @@ endif()
 add_library(third_party_nlohmann_json INTERFACE)
 target_include_directories(third_party_nlohmann_json SYSTEM INTERFACE ${SENTREL_NLOHMANN_INCLUDE})
 
-# Asio and System are used header-only; no deprecated Asio names, so that a newer Boost is a rebuild and no more.
+# Asio and System are used header-only. Without deprecated Asio names, a newer Boost needs only a rebuild.
 add_library(third_party_boost INTERFACE)
 target_link_libraries(third_party_boost INTERFACE Boost::headers)
 target_compile_definitions(third_party_boost INTERFACE BOOST_ASIO_NO_DEPRECATED BOOST_ERROR_CODE_HEADER_ONLY)
 
-# José, the JSON library that its interface is made of, and the cryptography that its keys come from.
+# José, the JSON library in its interface, and the cryptographic library of its keys.
 add_library(third_party_jose INTERFACE)
 target_include_directories(third_party_jose SYSTEM INTERFACE ${SENTREL_JOSE_INCLUDE} ${SENTREL_OPENSSL_INCLUDE})
 target_link_libraries(third_party_jose INTERFACE jose jansson crypto)
