@@ -19,6 +19,7 @@
 #include "ctl/sight/get.h"
 #include "ctl/sight/list.h"
 #include "ctl/sight/status.h"
+#include "ctl/watch/command.h"
 #include "platform/sys/host_root.h"
 
 #include <csignal>
@@ -37,9 +38,9 @@ constexpr int kFailed = 1;
 std::vector<Ctl::Command> AllCommands() {
     std::vector<Ctl::Command> commands;
     for (const std::span<const Ctl::Command> family :
-         {Ctl::StatusCommands(), Ctl::ListCommands(), Ctl::GetCommands(), Ctl::PageCommands(),
-          Ctl::CallCommands(), Ctl::MonitoringCommands(), Ctl::PostCommands(), Ctl::AuditCommands(),
-          Ctl::TokenCommands(), Ctl::ConfigCommands(), Ctl::PluginCommands(),
+         {Ctl::StatusCommands(), Ctl::ListCommands(), Ctl::GetCommands(), Ctl::WatchCommands(),
+          Ctl::PageCommands(), Ctl::CallCommands(), Ctl::MonitoringCommands(), Ctl::PostCommands(),
+          Ctl::AuditCommands(), Ctl::TokenCommands(), Ctl::ConfigCommands(), Ctl::PluginCommands(),
           Ctl::PluginRunCommands(), Ctl::GroupCommands(), Ctl::DoctorCommands()}) {
         commands.insert(commands.end(), family.begin(), family.end());
     }

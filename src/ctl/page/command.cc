@@ -9,8 +9,6 @@
 #include <array>
 #include <ostream>
 
-#include <unistd.h>
-
 namespace Ctl {
 
 namespace {
@@ -19,11 +17,6 @@ constexpr mode_t kPageMode = 0644;
 
 constexpr std::array<Option, 4> kOptions = {
     {kOfflineOption, kReportsOption, kApiOption, kTokenFileOption}};
-
-std::string HostName() {
-    std::array<char, 256> name{};
-    return ::gethostname(name.data(), name.size() - 1) == 0 ? name.data() : "this host";
-}
 
 void RunPage(const Arguments& arguments, std::ostream& output) {
     const Host host = HostInView(arguments.options);

@@ -202,6 +202,12 @@ std::vector<StoredReport> ReadStoredReports(const std::string& directory,
     return Sorted(std::move(reports));
 }
 
+std::vector<StoredReport> ListReports(const Host& host) {
+    ReportMap reports;
+    (void)AddListing(ConnectApi(host), "BRIEF", {}, reports);
+    return Sorted(std::move(reports));
+}
+
 std::vector<StoredReport> ReadReports(const Host& host, const std::vector<std::string>& names) {
     if (host.isOffline) {
         return ReadStoredReports(RequireReportDirectory(host), names);

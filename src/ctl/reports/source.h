@@ -24,7 +24,11 @@ struct StoredReport {
 // Failure when the directory cannot be read.
 std::vector<StoredReport> ReadReports(const Host& host, const std::vector<std::string>& names);
 
-// The same from a directory, whose path is this machine's and ends in a slash.
+// The names of all reports with the times of their files, by one brief call of the API. Throws what
+// ApiClient throws.
+std::vector<StoredReport> ListReports(const Host& host);
+
+// ReadReports from a directory, whose path is this machine's and ends in a slash.
 std::vector<StoredReport> ReadStoredReports(const std::string& directory,
                                             const std::vector<std::string>& names);
 

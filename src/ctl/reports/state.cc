@@ -1,12 +1,15 @@
 #include "ctl/reports/state.h"
 
+#include "ctl/command/command_line.h"
 #include "ctl/host/plugin_survey.h"
 #include "ctl/reports/metrics.h"
 #include "ctl/reports/name_conflicts.h"
 #include "ctl/show/times.h"
+#include "ctl/show/words.h"
 #include "store/report_name.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace Ctl {
@@ -92,6 +95,14 @@ std::optional<ReportState> ParseState(std::string_view name) {
         }
     }
     return std::nullopt;
+}
+
+ReportState RequireState(const std::string& option, const std::string& name) {
+    if (const std::optional<ReportState> state = ParseState(name)) {
+        return *state;
+    }
+    throw UsageError("option \"" + option + "\": unknown state \"" + name + "\"",
+                     "choose " + Enumerated({std::begin(kNames), std::end(kNames)}, "or"));
 }
 
 std::string ReasonOf(const JudgedReport& judged) {

@@ -30,6 +30,8 @@ std::string_view TerminalMarkOf(ReportState state);
 Colour ColourOf(ReportState state);
 // The state of that name, in any case.
 std::optional<ReportState> ParseState(std::string_view name);
+// The same for the value of an option. Throws UsageError for any other name.
+ReportState RequireState(const std::string& option, const std::string& name);
 
 // An enabled plugin. Its reports are those named like it, or like it and a "." and more.
 struct PluginPeriod {

@@ -1,5 +1,6 @@
 #include "ctl/show/terminal.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <memory>
 #include <type_traits>
@@ -12,6 +13,10 @@
 namespace Ctl {
 
 namespace {
+
+constexpr std::string_view kReset = "\x1b[0m";
+constexpr Colour kColours[] = {Colour::Green,   Colour::Yellow, Colour::Red,
+                               Colour::Magenta, Colour::Cyan,   Colour::Faint};
 
 std::string_view SequenceOf(Colour colour) {
     switch (colour) {
@@ -66,7 +71,27 @@ std::string Paint(std::string_view text, Colour colour) {
     if (colour == Colour::Plain || !ShowsColours()) {
         return std::string(text);
     }
-    return std::string(SequenceOf(colour)) + std::string(text) + "\x1b[0m";
+    return std::string(SequenceOf(colour)) + std::string(text) + std::string(kReset);
+}
+
+std::vector<PaintedPart> SplitPainted(std::string_view text) {
+    std::vector<PaintedPart> parts;
+    while (!text.empty()) {
+        Colour colour = Colour::Plain;
+        std::size_t end = text.find('\x1b');
+        for (const Colour candidate : kColours) {
+            const std::string_view sequence = SequenceOf(candidate);
+            if (text.starts_with(sequence)) {
+                colour = candidate;
+                text.remove_prefix(sequence.size());
+                end = text.find(kReset);
+            }
+        }
+        parts.push_back({std::string(text.substr(0, end)), colour});
+        const bool isPainted = colour != Colour::Plain;
+        text.remove_prefix(std::min(text.size(), end + (isPainted ? kReset.size() : 0)));
+    }
+    return parts;
 }
 
 }  // namespace Ctl

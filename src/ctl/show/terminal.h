@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace Ctl {
 
@@ -23,5 +24,13 @@ std::optional<std::size_t> TerminalWidth();
 // `text` between the sequences of that colour (ECMA-48, SGR); as it is for Plain, and when no
 // colours are shown.
 std::string Paint(std::string_view text, Colour colour);
+
+struct PaintedPart {
+    std::string text;
+    Colour colour = Colour::Plain;
+};
+
+// The parts of a text that Paint has made, for a screen that has colours of its own.
+std::vector<PaintedPart> SplitPainted(std::string_view text);
 
 }  // namespace Ctl

@@ -3,9 +3,17 @@
 #include "ctl/host/run_user.h"
 #include "ctl/show/durations.h"
 
+#include <array>
 #include <chrono>
 
+#include <unistd.h>
+
 namespace Ctl {
+
+std::string HostName() {
+    std::array<char, 256> name{};
+    return ::gethostname(name.data(), name.size() - 1) == 0 ? name.data() : "this host";
+}
 
 std::string DaemonText(const Host& host) {
     if (!host.daemon) {

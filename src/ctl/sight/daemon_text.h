@@ -1,4 +1,4 @@
-// The daemon in a line.
+// The daemon in a line, and the host in a word.
 #pragma once
 
 #include "ctl/host/host.h"
@@ -10,5 +10,8 @@ namespace Ctl {
 // "running for 3 h 12 min as sentrel (process 4127); intake 9996, API 9984", or why there is none
 // to be seen. LookAtDaemon has filled `host`.
 std::string DaemonText(const Host& host);
+
+// "node7"; "this host" when it has no name.
+std::string HostName();
 
 }  // namespace Ctl

@@ -52,6 +52,22 @@ void AddLaunches(const Host& host, HostView& view) {
     }
 }
 
+HostView ViewJudged(const Host& host, std::vector<JudgedReport> reports) {
+    HostView view;
+    SortByUrgency(reports);
+    for (JudgedReport& report : reports) {
+        std::string reason = ReasonOf(report);
+        view.reports.push_back({std::move(report), std::move(reason), {}, {}});
+    }
+    try {
+        AddLaunches(host, view);
+    } catch (const std::exception&) {
+        // the reports are told without the launches, of which "plugin plan" says what is wrong
+    }
+    view.now = std::chrono::system_clock::now();
+    return view;
+}
+
 }  // namespace
 
 void SortByUrgency(std::vector<JudgedReport>& reports) {
@@ -69,20 +85,12 @@ Host HostInView(const GivenOptions& options) {
 }
 
 HostView ViewReports(const Host& host, const std::vector<std::string>& names) {
-    HostView view;
-    std::vector<JudgedReport> reports = ReadJudgedReports(host, names);
-    SortByUrgency(reports);
-    for (JudgedReport& report : reports) {
-        std::string reason = ReasonOf(report);
-        view.reports.push_back({std::move(report), std::move(reason), {}, {}});
-    }
-    try {
-        AddLaunches(host, view);
-    } catch (const std::exception&) {
-        // the reports are told without the launches, of which "plugin plan" says what is wrong
-    }
-    view.now = std::chrono::system_clock::now();
-    return view;
+    return ViewJudged(host, ReadJudgedReports(host, names));
+}
+
+HostView ViewStored(const Host& host, std::vector<StoredReport> reports) {
+    return ViewJudged(host, JudgeReports(std::move(reports), ReadPluginPeriods(),
+                                         std::chrono::system_clock::now()));
 }
 
 HostView ViewHost(const Host& host) {

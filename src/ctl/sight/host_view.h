@@ -45,6 +45,9 @@ void SortByUrgency(std::vector<JudgedReport>& reports);
 // what ReadJudgedReports throws.
 HostView ViewReports(const Host& host, const std::vector<std::string>& names);
 
+// The same of these reports, which were read before.
+HostView ViewStored(const Host& host, std::vector<StoredReport> reports);
+
 // The same of all names. Throws nothing: what cannot be read is left out, and `problem` says why.
 HostView ViewHost(const Host& host);
 

@@ -42,18 +42,6 @@ constexpr std::array<Option, 10> kOptions = {{
     kTokenFileOption,
 }};
 
-ReportState WantedState(const std::string& name) {
-    if (const std::optional<ReportState> state = ParseState(name)) {
-        return *state;
-    }
-    std::vector<std::string> known;
-    for (const ReportState state : kReportStates) {
-        known.emplace_back(NameOf(state));
-    }
-    throw UsageError("option \"--state\": unknown state \"" + name + "\"",
-                     "choose " + Enumerated(known, "or"));
-}
-
 // The words of a comma-separated list, each one of `known`.
 std::vector<std::string> WordsOf(const std::string& option, std::string_view list,
                                  std::span<const char* const> known) {
@@ -150,7 +138,7 @@ int RunList(const Arguments& arguments, std::ostream& output) {
     const GivenOptions& options = arguments.options;
     std::vector<ReportState> states;
     for (const std::string& name : options.Values("--state")) {
-        states.push_back(WantedState(name));
+        states.push_back(RequireState("--state", name));
     }
     const std::vector<std::string> columns =
         WordsOf("--columns",

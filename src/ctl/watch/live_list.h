@@ -1,0 +1,65 @@
+// What the live screen shows: the list of reports with what changed, one report in full, or the
+// keys. Knows no terminal but the frame that it draws.
+#pragma once
+
+#include "ctl/watch/host_watch.h"
+#include "ctl/watch/terminal_screen.h"
+#include "ctl/watch/trends.h"
+
+#include <chrono>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace Ctl {
+
+class LiveList {
+  public:
+    explicit LiveList(const HostWatch& watch);
+
+    void Take(const HostChanges& changes);
+    // False when the user leaves.
+    bool Press(const KeyPress& press);
+    // The whole frame, as it is at this moment.
+    void Draw(TerminalScreen& screen);
+
+  private:
+    using TimePoint = std::chrono::system_clock::time_point;
+    enum class Shown { List, Report, Keys };
+    enum class Order { State, Name, Age };
+    struct Mark {
+        ReportState before;
+        TimePoint end;  // of its display
+    };
+
+    std::vector<const ViewedReport*> Rows() const;
+    void PressInFilter(const KeyPress& press);
+    bool PressCharacter(const std::string& character);
+    void Move(int rows);
+    void Open();
+
+    void DrawHead(TerminalScreen& screen) const;
+    void DrawRows(TerminalScreen& screen);
+    void DrawRow(TerminalScreen& screen, int line, int nameWidth, const ViewedReport& report) const;
+    void DrawReport(TerminalScreen& screen);
+    void DrawFoot(TerminalScreen& screen) const;
+    std::string DaemonWord() const;
+
+    const HostWatch& watch;
+    const std::string hostName;
+    Trends trends;
+    std::map<std::string, Mark> marks;  // by the report's name, of the changed ones
+    Shown shown = Shown::List;
+    Order order = Order::State;
+    std::string filter;
+    bool isTyping = false;  // the filter
+    std::string selected;   // a report's name
+    int top = 0;            // the first row, or line of the report, that is shown
+    int page = 1;           // rows of the last frame
+    std::optional<ViewedReport> opened;
+    TimePoint now;
+    std::optional<TimePoint> daemonChange;
+};
+
+}  // namespace Ctl

@@ -1,0 +1,107 @@
+// One loop over the host, the keys, the signals and the next full second.
+#include "ctl/watch/live_screen.h"
+
+#include "ctl/show/failure.h"
+#include "ctl/watch/live_list.h"
+#include "ctl/watch/terminal_screen.h"
+#include "platform/sys/owned_fd.h"
+
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+
+#include <poll.h>
+#include <sys/signalfd.h>
+#include <unistd.h>
+
+namespace Ctl {
+
+namespace {
+
+// Blocks the signals that end or resize a screen and tells them by a descriptor; restores what was
+// blocked before.
+class ScreenSignals {
+  public:
+    ScreenSignals() {
+        sigset_t taken;
+        (void)::sigemptyset(&taken);  // these cannot fail for signals that exist
+        for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGWINCH}) {
+            (void)::sigaddset(&taken, signal);
+        }
+        (void)::sigprocmask(SIG_BLOCK, &taken, &before);
+        descriptor.Reset(::signalfd(-1, &taken, SFD_CLOEXEC | SFD_NONBLOCK));
+        if (!descriptor.IsOpen()) {
+            throw Failure("cannot wait for signals", errno);
+        }
+    }
+    ~ScreenSignals() { (void)::sigprocmask(SIG_SETMASK, &before, nullptr); }
+    ScreenSignals(const ScreenSignals&) = delete;
+    ScreenSignals& operator=(const ScreenSignals&) = delete;
+
+    int Descriptor() const { return descriptor.Get(); }
+    // 0 when there is none.
+    int Next() const {
+        signalfd_siginfo signal{};
+        return ::read(descriptor.Get(), &signal, sizeof signal) == sizeof signal
+                   ? static_cast<int>(signal.ssi_signo)
+                   : 0;
+    }
+
+  private:
+    sigset_t before{};
+    Sys::OwnedFd descriptor;
+};
+
+int MillisecondsToNextSecond() {
+    using namespace std::chrono;
+    const auto now = duration_cast<milliseconds>(system_clock::now().time_since_epoch());
+    return 1000 - static_cast<int>(now.count() % 1000);
+}
+
+// False when one of them ends the screen.
+bool TakeSignals(const ScreenSignals& signals, TerminalScreen& screen) {
+    while (const int signal = signals.Next()) {
+        if (signal != SIGWINCH) {
+            return false;
+        }
+        screen.Resize();
+    }
+    return true;
+}
+
+bool TakeKeys(TerminalScreen& screen, LiveList& list) {
+    for (;;) {
+        const KeyPress press = screen.ReadKey();
+        if (press.key == KeyPress::Key::None) {
+            return true;
+        }
+        if (!list.Press(press)) {
+            return false;
+        }
+    }
+}
+
+}  // namespace
+
+void ShowLive(HostWatch& watch) {
+    const ScreenSignals signals;
+    TerminalScreen screen;
+    LiveList list(watch);
+    for (;;) {
+        list.Draw(screen);
+        std::array<pollfd, 3> entries = {{{watch.Descriptor(), POLLIN, 0},
+                                          {STDIN_FILENO, POLLIN, 0},
+                                          {signals.Descriptor(), POLLIN, 0}}};
+        (void)::poll(entries.data(), entries.size(), MillisecondsToNextSecond());
+        if (entries[0].revents != 0) {
+            list.Take(watch.Look());
+        }
+        const bool isGone = (entries[1].revents & (POLLHUP | POLLERR | POLLNVAL)) != 0;
+        if (isGone || !TakeSignals(signals, screen) || !TakeKeys(screen, list)) {
+            return;
+        }
+    }
+}
+
+}  // namespace Ctl
