@@ -19,7 +19,8 @@ namespace {
 
 // Of each enabled plugin for which it is known, by its name.
 std::map<std::string, NextLaunch> NextLaunches(const Host& host, const PluginSurvey& survey) {
-    const PluginReports reports = ReadPluginReports(host, survey);
+    const PluginReports reports =
+        host.state ? PluginReports() : ReadPluginReports(host, survey);  // for estimates alone
     std::map<std::string, NextLaunch> launches;
     for (const SurveyedPlugin& plugin : survey.entries) {
         const NextLaunch next =
@@ -31,8 +32,7 @@ std::map<std::string, NextLaunch> NextLaunches(const Host& host, const PluginSur
     return launches;
 }
 
-void AddLaunches(const Host& host, HostView& view) {
-    const PluginSurvey survey = SurveyPlugins();
+void AddLaunches(const Host& host, const PluginSurvey& survey, HostView& view) {
     const std::vector<PluginPeriod> plugins = PeriodsOf(survey);
     const std::map<std::string, NextLaunch> launches = NextLaunches(host, survey);
     for (const PluginPeriod& plugin : plugins) {
@@ -52,7 +52,8 @@ void AddLaunches(const Host& host, HostView& view) {
     }
 }
 
-HostView ViewJudged(const Host& host, std::vector<JudgedReport> reports) {
+HostView ViewJudged(const Host& host, std::vector<JudgedReport> reports,
+                    const PluginSurvey& survey) {
     HostView view;
     SortByUrgency(reports);
     for (JudgedReport& report : reports) {
@@ -60,7 +61,7 @@ HostView ViewJudged(const Host& host, std::vector<JudgedReport> reports) {
         view.reports.push_back({std::move(report), std::move(reason), {}, {}});
     }
     try {
-        AddLaunches(host, view);
+        AddLaunches(host, survey, view);
     } catch (const std::exception&) {
         // the reports are told without the launches, of which "plugin plan" says what is wrong
     }
@@ -85,12 +86,14 @@ Host HostInView(const GivenOptions& options) {
 }
 
 HostView ViewReports(const Host& host, const std::vector<std::string>& names) {
-    return ViewJudged(host, ReadJudgedReports(host, names));
+    return ViewJudged(host, ReadJudgedReports(host, names), SurveyPlugins());
 }
 
-HostView ViewStored(const Host& host, std::vector<StoredReport> reports) {
-    return ViewJudged(host, JudgeReports(std::move(reports), ReadPluginPeriods(),
-                                         std::chrono::system_clock::now()));
+HostView ViewStored(const Host& host, std::vector<StoredReport> reports,
+                    const PluginSurvey& survey) {
+    return ViewJudged(
+        host, JudgeReports(std::move(reports), PeriodsOf(survey), std::chrono::system_clock::now()),
+        survey);
 }
 
 HostView ViewHost(const Host& host) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "ctl/host/host.h"
+#include "ctl/host/plugin_survey.h"
 #include "ctl/plugins/launches.h"
 #include "ctl/reports/history.h"
 #include "ctl/reports/state.h"
@@ -45,8 +46,9 @@ void SortByUrgency(std::vector<JudgedReport>& reports);
 // what ReadJudgedReports throws.
 HostView ViewReports(const Host& host, const std::vector<std::string>& names);
 
-// The same of these reports, which were read before.
-HostView ViewStored(const Host& host, std::vector<StoredReport> reports);
+// The same of reports and plugins that were read before.
+HostView ViewStored(const Host& host, std::vector<StoredReport> reports,
+                    const PluginSurvey& survey);
 
 // The same of all names. Throws nothing: what cannot be read is left out, and `problem` says why.
 HostView ViewHost(const Host& host);

@@ -116,10 +116,13 @@ HostChanges HostWatch::Look() {
     if (isRound || (settlesAt && now >= *settlesAt)) {
         const bool ran = runs;
         settlesAt.reset();
-        if (isRound || !runs) {
-            LookAtHost();
-        }
         try {
+            if (daemon.IsOpen() && !hasEnded) {
+                host.now = std::chrono::system_clock::now();
+                host.state = Sentrel::ReadDaemonState();
+            } else {
+                LookAtHost();
+            }
             ReadChanged();
             changes = Renew();
             runs = runs || !directory;  // its API answers
@@ -134,7 +137,7 @@ HostChanges HostWatch::Look() {
     return changes;
 }
 
-// The daemon and what it tells of itself.
+// The daemon, what it tells of itself, and the plugins, which it knows since its start.
 void HostWatch::LookAtHost() {
     Host looked = given;
     looked.now = std::chrono::system_clock::now();
@@ -145,6 +148,7 @@ void HostWatch::LookAtHost() {
     }
     host = std::move(looked);
     runs = FindDaemon();
+    plugins = SurveyPlugins();
 }
 
 bool HostWatch::FindDaemon() {
@@ -237,7 +241,7 @@ HostChanges HostWatch::Renew() {
     for (const auto& [name, report] : stored) {
         reports.push_back(report);
     }
-    HostView renewed = ViewStored(host, std::move(reports));
+    HostView renewed = ViewStored(host, std::move(reports), plugins);
     std::erase_if(renewed.reports, [this](const ViewedReport& report) {
         return !names.empty() && std::none_of(names.begin(), names.end(), [&](const auto& name) {
             return Sentrel::IsSameReportName(name, report.judged.report.name);

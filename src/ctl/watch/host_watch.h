@@ -3,6 +3,7 @@
 // API every ten seconds and a full one for the names that changed.
 #pragma once
 
+#include "ctl/host/plugin_survey.h"
 #include "ctl/sight/host_view.h"
 #include "ctl/watch/directory_events.h"
 #include "platform/sys/owned_fd.h"
@@ -63,6 +64,7 @@ class HostWatch {
     const Host given;
     const std::vector<std::string> names;
     Host host;
+    PluginSurvey plugins;
     Sys::OwnedFd readiness;  // an epoll instance over what follows
     Sys::OwnedFd alarm;
     Sys::PidFd daemon;

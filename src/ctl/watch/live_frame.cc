@@ -94,12 +94,13 @@ void LiveList::DrawHead(TerminalScreen& screen) const {
 
 void LiveList::DrawRows(TerminalScreen& screen) {
     const std::vector<const ViewedReport*> rows = Rows();
+    const auto found = std::find_if(rows.begin(), rows.end(), [this](const ViewedReport* report) {
+        return report->judged.report.name == selected;
+    });
+    const int index = found == rows.end() ? 0 : static_cast<int>(found - rows.begin());
     int nameWidth = 4;
-    int index = 0;
-    for (std::size_t row = 0; row < rows.size(); ++row) {
-        const std::string& name = rows[row]->judged.report.name;
-        nameWidth = std::max(nameWidth, static_cast<int>(name.size()));
-        index = name == selected ? static_cast<int>(row) : index;
+    for (const ViewedReport& report : watch.View().reports) {  // those left out by the filter too
+        nameWidth = std::max(nameWidth, static_cast<int>(report.judged.report.name.size()));
     }
     nameWidth = std::min(nameWidth, std::max(screen.Columns() / 4, 12));
     top = std::clamp(top, std::max(index - page + 1, 0), index);

@@ -123,6 +123,7 @@ void TerminalScreen::Resize() {
     winsize size{};
     if (::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_row > 0 && size.ws_col > 0) {
         (void)::resizeterm(size.ws_row, size.ws_col);
+        (void)::clearok(curscr, true);  // terminals move what they show in ways of their own
     }
 }
 
