@@ -1,5 +1,5 @@
 #!/usr/bin/python3 -B
-"""The trial in a container that boots: what an administrator does to the package, and what befalls a daemon."""
+"""The trial in a container that boots: what an administrator does with the package, and what can happen to a daemon."""
 
 import os
 import pathlib
@@ -15,13 +15,13 @@ SIGNING_KEY = pathlib.Path("/var/lib/korvex/oru/token/signing-key.json")
 METRICS = pathlib.Path("/var/lib/prometheus/node-exporter")
 LAUNCH = "MESSAGE_ID=dfb8aae03e5847b88742b5bf66add20e"
 KEPT = pathlib.Path("/var/lib/trial")
-# What changes on a machine by itself, or with every package.
+# Paths that change on a machine by themselves, or with every package.
 NOT_OF_THE_PACKAGE = ("/dev", "/proc", "/sys", "/run", "/tmp", "/trial", "/var/cache", "/var/lib/dpkg", "/var/lib/systemd",
                       "/var/lib/trial", "/var/log", "/var/tmp", "/var/lib/private")
 
 
 def files():
-    """Every path that would be the package's fault; of /var/log those of its own directory."""
+    """Every path for which the package is responsible; of /var/log only its own directory."""
     found = set()
     for folder, folders, names in os.walk("/"):
         folders[:] = [name for name in folders if os.path.join(folder, name) not in NOT_OF_THE_PACKAGE]
@@ -218,7 +218,7 @@ def purge_leaves_nothing():
 
 
 def upgrade_keeps_everything():
-    """From the same files with an older version number."""
+    """Builds a package of the same files with an older version number."""
     older = KEPT / "older"
     run("dpkg-deb", "--raw-extract", str(host.PACKAGE), str(older))
     control = older / "DEBIAN" / "control"

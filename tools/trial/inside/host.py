@@ -29,7 +29,7 @@ def daemon_pid():
 
 
 def until_serving(other_than=0):
-    """Waits for a daemon of another pid that is ready and answers on the API; its pid."""
+    """Waits for a daemon with another pid that is ready and answers on the API; returns its pid."""
     def serves():
         pid = daemon_pid()
         return pid not in (0, other_than) and unit("sentrel.service", "ActiveState") == "active" and answers() and pid
@@ -52,14 +52,14 @@ def states(*options):
 
 
 def findings():
-    """What doctor says that is not "ok": lines of severity, subject, text and remedy."""
+    """The findings of doctor that are not "ok": lines of severity, subject, text and remedy."""
     told = json.loads(run("sentrelctl", "doctor", "--json", status=None))
     return [f"{finding['severity']} {finding['subject']}: {finding['text']}; {finding['remedy']}"
             for finding in told["findings"] if finding["severity"] != "ok"]
 
 
 def expect_finding(*words):
-    """doctor says it in one finding that holds all the words."""
+    """Fails unless one finding of doctor contains all the words."""
     told = findings()
     expect(any(all(word in line for word in words) for line in told), f"doctor does not say {words}, but: {told}")
 
@@ -76,20 +76,20 @@ def document(name, filling=""):
 
 
 def post(name, status=0):
-    """What sentrelctl says of a report that it posts."""
+    """Posts a report with sentrelctl; returns its output."""
     return run("sentrelctl", "post", name, "-", given=document(name), status=status)
 
 
 @contextlib.contextmanager
 def held_port(port):
-    """A listener on a port of this process; nothing answers there."""
+    """A listener of this process on a port, which never answers."""
     with socket.create_server(("127.0.0.1", port)):
         yield
 
 
 @contextlib.contextmanager
 def installed_plugin(name):
-    """A plugin of the trial, enabled; the daemon has to be restarted to see it, and it is again at the end."""
+    """A plugin of the trial, installed and enabled. The caller restarts the daemon to find it; the end restarts it again."""
     entry = SETTINGS / f"{name}.json"
     shutil.copy(TRIAL / "plugins" / name, PLUGINS / name)
     entry.write_text('{"enabled": true, "frequency": "fast", "log_level": "info"}')
@@ -103,7 +103,7 @@ def installed_plugin(name):
 
 @contextlib.contextmanager
 def mounted_reports(size):
-    """A file system of its own over the report directory, under a daemon that was started on it."""
+    """Mounts a file system over the report directory and starts the daemon on it."""
     run("systemctl", "stop", "sentrel.service")
     run("mount", "-t", "tmpfs", "-o", f"size={size},mode=0750,uid=sentrel,gid=korvex", "trial", str(REPORTS))
     try:

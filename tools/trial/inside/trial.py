@@ -1,4 +1,4 @@
-"""Runs the steps of a trial inside the machine under trial and prints how each ended.
+"""Runs the steps of a trial inside the machine under trial and prints the result of each.
 
 A step is a function: its name says what it shows, a Failure what it saw instead. A failed step is followed by what the
 journal holds since its start, and the steps after it still run. A reboot parts the steps into stages.
@@ -14,7 +14,7 @@ STATE = pathlib.Path("/var/lib/trial")  # survives a reboot: the stage to run ne
 
 
 class Failure(Exception):
-    """What a step found wrong, and when: what the step then puts right is no evidence."""
+    """A fault that a step has found, and its time: later journal entries are from the step's cleanup, not evidence."""
 
     def __init__(self, what):
         super().__init__(what)
@@ -27,7 +27,7 @@ def expect(truth, what):
 
 
 def run(*command, status=0, given=None):
-    """The output of a command, errors included. An exit status other than `status` is a Failure; None takes any."""
+    """Runs a command; returns its output, errors included. An exit status other than `status` is a Failure; None takes any."""
     done = subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, errors="replace",
                           timeout=2 * PATIENCE_SECONDS, check=False, input=given)
     if status is not None and done.returncode != status:
@@ -36,7 +36,7 @@ def run(*command, status=0, given=None):
 
 
 def until(condition, what, seconds=PATIENCE_SECONDS):
-    """The first true value of condition(); a Failure when it has none within the time."""
+    """Waits for a true value of condition() and returns it; a Failure if there is none within the time."""
     deadline = time.monotonic() + seconds
     while time.monotonic() < deadline:
         value = condition()
@@ -47,7 +47,7 @@ def until(condition, what, seconds=PATIENCE_SECONDS):
 
 
 class Journal:
-    """What the journal gets from now on."""
+    """The journal's entries from now on."""
 
     def __init__(self):
         self.start = time.time()  # not a cursor: with matches, --after-cursor of Debian 12 leaves the first entry out
@@ -58,11 +58,11 @@ class Journal:
 
 
 def run_step(step):
-    """Whether it passed."""
+    """Runs a step; returns whether it passed."""
     journal, start = Journal(), time.monotonic()
     try:
         step()
-    except Exception as problem:  # a fault in the step is a failed step too
+    except Exception as problem:  # an error in the step itself fails it too
         print(f"FAILED  {step.__name__}: {problem if isinstance(problem, Failure) else repr(problem)}", flush=True)
         end = getattr(problem, "seconds", time.time())
         lines = [line for line in journal.text(f"--until=@{end:.3f}").splitlines() if "systemd-journald[" not in line]
@@ -74,7 +74,7 @@ def run_step(step):
 
 
 def run_stages(stages):
-    """Runs the next of `stages`, lists of steps, then has the machine rebooted, or powered off after the last."""
+    """Runs the next of `stages`, lists of steps, then reboots the machine, or powers it off after the last."""
     STATE.mkdir(exist_ok=True)
     stage_file, failed_file = STATE / "stage", STATE / "failed"
     stage = int(stage_file.read_text()) if stage_file.exists() else 0
