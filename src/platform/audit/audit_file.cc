@@ -1,4 +1,4 @@
-// The system calls of the audit file, with the reason and a way out in each failure.
+// Makes the system calls of the audit file; each failure states the reason and what to do.
 #include "platform/audit/audit_file.h"
 
 #include "platform/audit/kvx_audit.h"
@@ -20,12 +20,12 @@ namespace {
 constexpr mode_t kFileMode = 0640;
 constexpr mode_t kDirectoryMode = 0750;
 
-// Read, too, to see how the last line ends. Without O_NONBLOCK a FIFO in its place could hold the
-// caller up.
+// Opened for reading too, to check how the last line ends. O_NONBLOCK keeps a FIFO at this path
+// from blocking the caller.
 constexpr int kOpenFlags =
     O_RDWR | O_APPEND | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;
 
-// What is wrong and what to do about it.
+// The reason for `error`, and what to do about it.
 std::string ReasonOf(int error) {
     const std::string text = std::generic_category().message(error);
     switch (error) {
@@ -36,7 +36,7 @@ std::string ReasonOf(int error) {
             return "what stands there is no regular file; move it away";
         case ENOTDIR:
             return text + "; move away what stands where one of its directories should";
-        case ENOENT:  // though they were made
+        case ENOENT:  // although the directories were just created
             return text +
                    "; remove the broken link that stands where one of its directories should";
         case EACCES:
@@ -57,7 +57,7 @@ std::string ReasonOf(int error) {
     }
 }
 
-// The directories above the file at `location`, where missing. Returns 0 or the error number.
+// Creates the missing directories above the file at `location`. Returns 0 or the error number.
 int MakeDirectories(const std::string& location) {
     for (std::size_t end = location.find('/', 1); end != std::string::npos;
          end = location.find('/', end + 1)) {
@@ -74,8 +74,9 @@ int MakeDirectories(const std::string& location) {
 AuditFile::AuditFile(std::string path)
     : path(std::move(path)), location(Sys::HostPath(this->path)) {}
 
-// The lock spans the calls to the file system: what is checked is what is written to, and the rest
-// of a short write follows its beginning. They are few and wait for no other process.
+// The lock is held across the system calls, so that the file checked is the file written to and a
+// short write is continued before another record starts. The calls are few and wait for no other
+// process.
 void AuditFile::Append(std::string_view record) {
     Sys::MutexLock guard(lock);
     if (!IsInItsPlace()) {
@@ -107,7 +108,7 @@ void AuditFile::RotateWhenFull() {
     fullSize = kMaxFileBytes;
 }
 
-// Both are what follows the path; a file that is missing is none to rename.
+// `from` and `to` are suffixes of the path. A missing file is skipped.
 void AuditFile::Rename(const std::string& from, const std::string& to) const {
     const std::string target = location + to;
     const int error = ::rename((location + from).c_str(), target.c_str()) == 0 ? 0 : errno;
@@ -154,7 +155,7 @@ void AuditFile::Open() {
 bool AuditFile::LastLineIsCut() const {
     const off_t size = ::lseek(file.Get(), 0, SEEK_END);
     char last = '\n';
-    // A file that can't be read is not left without its record; at worst there is an empty line.
+    // If the file can't be read, the record is still written, at worst after an empty line.
     return size > 0 && (::pread(file.Get(), &last, 1, size - 1) != 1 || last != '\n');
 }
 
@@ -166,7 +167,7 @@ void AuditFile::Write(std::string_view bytes) {
             continue;
         }
         if (taken <= 0) {
-            file.Reset();  // opened anew, it shows whether a part of the line was taken
+            file.Reset();  // reopening it checks whether part of the line was written
             throw Pellmar::IOException("Cannot write " + path + ": " + ReasonOf(error));
         }
         bytes.remove_prefix(static_cast<std::size_t>(taken));

@@ -1,6 +1,5 @@
-// The file that the audit log is kept in: opening it, noticing that it was moved away, whole lines,
-// renaming it when it is full.
-// What a line says is left to kvx_audit.
+// The file behind the audit log: opens it, notices when it was moved away, writes whole lines, and
+// rotates it when it is full. kvx_audit.h defines what a line contains.
 #pragma once
 
 #include "platform/sys/mutex.h"
@@ -13,31 +12,32 @@
 
 namespace Audit {
 
-// Bytes at which the file is renamed.
+// The size in bytes from which on the file is rotated.
 inline constexpr off_t kMaxFileBytes = off_t{64} << 20;
 
-// Any thread. Opened by the first record, and anew when its path names another file or none, so
-// that moving the file away is all that a rotation of logs has to do.
+// Appends records to the file at a path. Any thread. The first record opens the file; it is
+// reopened when the path names another file or none, so moving the file away is all that a log
+// rotation needs to do.
 class AuditFile {
   public:
     // `path` is a plain host path, looked up below the host root.
     explicit AuditFile(std::string path);
 
-    // Appends `record`, which holds no line feed, and a line feed, in one write. The file is made
-    // when it is missing, with mode 0640 as far as the umask allows, and the directories above it
-    // with 0750; what stands there already keeps its mode. A line that was cut (by a full disk or
-    // the end of a process) is ended first, so no record runs into another. Not synced: a record
-    // survives the end of the process, not of the machine.
+    // Appends `record`, which contains no line feed, and a line feed in one write. Creates a
+    // missing file with mode 0640 (less the umask) and missing directories above it with 0750;
+    // existing ones keep their mode. A line that was cut short (by a full disk or a crash) is ended
+    // first, so records never run together. Does not sync: a record survives a crash of the
+    // process, but not of the machine.
     //
-    // Throws Pellmar::IOException, whose text says what to do. The record is then not in the file,
-    // or only the beginning of it.
+    // Throws Pellmar::IOException, whose text says what to do. The file then contains the record's
+    // beginning at most.
     void Append(std::string_view record) EXCLUDES(lock);
 
-    // Renames a file of kMaxFileBytes or more to PATH.1, the PATH.1 of before to PATH.2, and so on;
-    // PATH.8 goes (kKeptFiles). Nothing happens to a shorter file.
+    // Renames a file of kMaxFileBytes or more to PATH.1, PATH.1 to PATH.2, and so on; the oldest,
+    // PATH.8 (kKeptFiles), is deleted. Does nothing to a shorter file.
     //
-    // Throws Pellmar::IOException when one cannot be renamed: records go on into the same file, and
-    // the next attempt comes when that has grown by as much again.
+    // Throws Pellmar::IOException when a rename fails: records still go to the same file, and the
+    // next attempt follows when it has grown by the same amount again.
     void RotateWhenFull() EXCLUDES(lock);
 
   private:
@@ -51,7 +51,7 @@ class AuditFile {
     const std::string location;  // `path` below the host root
     Sys::Mutex lock;
     Sys::OwnedFd file GUARDED_BY(lock);
-    // Of `file`; no other file has both while it is open.
+    // Identify `file`: no other file has both numbers while it is open.
     dev_t device GUARDED_BY(lock) = 0;
     ino_t inode GUARDED_BY(lock) = 0;
     bool lineIsCut GUARDED_BY(lock) = false;

@@ -1,4 +1,4 @@
-// Composes the records, bounds them and speaks up when one is lost.
+// Composes the records, bounds their size and logs each record that is lost.
 #include "platform/audit/kvx_audit.h"
 
 #include "platform/audit/audit_file.h"
@@ -17,10 +17,11 @@ namespace {
 using nlohmann::ordered_json;
 
 constexpr std::string_view kEllipsis = "\u2026";
-// Of each text that the log names, for a line longer than a pipe takes at once may be dropped.
+// The bound of each text in a log line, since a line longer than a pipe accepts at once may be
+// dropped.
 constexpr std::size_t kMaxLoggedBytes = 256;
 
-// Never destroyed: threads may still audit while the process ends.
+// Never destroyed: threads may still write records while the process exits.
 struct AuditLog {
     Audit::AuditFile file{Audit::kLogPath};
     const Pellmar::Ref<Pellmar::Service::Logger> logger = Pellmar::Service::Logger::CreateLogger(
@@ -32,7 +33,7 @@ AuditLog& SharedLog() {
     return sLog;
 }
 
-// "2024-05-01T12:00:00.123Z", the time now.
+// The current time, such as "2024-05-01T12:00:00.123Z".
 std::string TimeText() {
     timespec now{};
     (void)::clock_gettime(CLOCK_REALTIME, &now);  // cannot fail for this clock
