@@ -1,5 +1,5 @@
-// Writes what the build makes of the definition of the API, to standard output: the metadata file
-// of the reports service, or with "openrpc VERSION" the description of the whole API.
+// Run by the build. Writes to standard output the metadata file of the reports service or, with
+// "openrpc VERSION", the OpenRPC description of the whole API.
 #include "platform/bindings/metadata_writer.h"
 #include "platform/bindings/openrpc_writer.h"
 #include "platform/bindings/reports_definition.h"

@@ -30,8 +30,8 @@ const Structure* FindStructure(const Service& service, const std::string& name) 
     return found == service.structures.end() ? nullptr : &*found;
 }
 
-// Appends one option for the field, or one for each field of the structure in it. `above` is the
-// option of the structure that the field is in. Structures do not contain themselves.
+// Appends an option for the field or, if it is a structure, for each of that structure's fields.
+// `above` is the option of the enclosing structure. Structures do not contain themselves.
 void AppendOptions(const Service& service, const Field& field, const OptionInfo& above,
                    std::vector<OptionInfo>& options) {
     OptionInfo option{field.name, field.name, ToText(field.type),

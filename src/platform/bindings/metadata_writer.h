@@ -1,5 +1,5 @@
-// Makes the metadata file of a service from its definition, when the system is built. The file's
-// format is the runtime's (metadata_model.h).
+// Generates the metadata file of a service from its definition at build time. metadata_model.h
+// describes the file's format.
 #pragma once
 
 #include "platform/runtime/definition/definition.h"
@@ -16,11 +16,11 @@ inline constexpr const char* kMetadataPath =
 // How callers of every operation of the service authenticate.
 inline constexpr const char* kBearerTokenScheme = "com.korvex.quon.std.security.bearer_token";
 
-// All four sections. The package is the service's identifier up to its last ".". The resource that
-// the service tells of is called like the service; its models are the structures in its results.
+// Returns all four sections. The package is the service's identifier up to its last ".". The
+// resource is named like the service; its models are the structures in the service's results.
 MetadataModel::MetadataFile MakeMetadata(const Definition::Service& service);
 
-// The text of a metadata file, indented for people who set privileges in it.
+// The text of a metadata file, indented for administrators who edit its privileges.
 std::string ToText(const MetadataModel::MetadataFile& metadata);
 
 }  // namespace Quon::Bindings

@@ -42,7 +42,7 @@ OrderedJson SchemaOf(const Type& type) {
         case TypeKind::Set:
             break;
     }
-    // Of a set too, since equal elements are no fault: they count once.
+    // Sets too: equal elements are accepted and count once.
     return {{"type", "array"}, {"items", SchemaOf(*type.element)}};
 }
 
@@ -89,7 +89,7 @@ Data::ErrorValue ErrorOf(const std::string& name) {
     throw std::invalid_argument(name + " is no standard error");
 }
 
-// The error as the API answers with it when it has no message.
+// The error as the API returns it when it has no message.
 OrderedJson AnsweredError(const std::string& name) {
     constexpr std::size_t kPieceBytes = 4096;
     Protocol::Json::ResponseDocument answer = Protocol::Json::JsonApiResponseSerializer::Error(

@@ -1,5 +1,5 @@
-// Makes the description of the API for the tools of others, an OpenRPC document (version 1.2.6),
-// from the definitions of its services, when the system is built.
+// Generates an OpenRPC document (version 1.2.6) of the API from the definitions of its services, at
+// build time.
 #pragma once
 
 #include "platform/runtime/definition/definition.h"
@@ -9,16 +9,16 @@
 
 namespace Quon::Bindings {
 
-// The document as indented text: a method for each operation, a schema for each structure and
-// enumeration, an error for each that an operation documents. What OpenRPC has no place for stands
-// in members of its own:
+// Returns the document as indented text: a method for each operation, a schema for each structure
+// and enumeration, an error for each one that an operation documents. Members of its own hold what
+// OpenRPC cannot express:
 //
 //   "x-authentication"   of a method: the security schemes, one of which is enough
-//   "x-privileges"       of a method: what a token must grant, all of it
-//   "x-securitySchemes"  of the document: the schemes by their names
+//   "x-privileges"       of a method: the privileges that a token must grant, all of them
+//   "x-securitySchemes"  of the document: the schemes by name
 //
-// `version` is the document's. Operations without privileges are open to everybody. Throws
-// std::invalid_argument for an error that is no standard error.
+// `version` is the document's. Anybody may call an operation without privileges. Throws
+// std::invalid_argument for an error that is not a standard error.
 std::string MakeOpenRpc(const std::vector<Definition::Service>& services,
                         const std::string& version);
 

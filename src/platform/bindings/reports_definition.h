@@ -1,7 +1,6 @@
-// The one definition of the reports service: what its operations, structures and fields are called
-// on the wire, what they mean, and who may call. The parameter checks, the answers, the metadata
-// file and the introspection all read it; a new field is one row here and one member in
-// reports_svc.h.
+// The definition of the reports service: the wire names of its operations, structures and fields,
+// what they mean, and who may call. The parameter checks, results, metadata file and introspection
+// all read it, so a new field takes one row here and one member in reports_svc.h.
 #pragma once
 
 #include "platform/bindings/reports_svc.h"
@@ -18,7 +17,7 @@ namespace Com::Korvex::Oru::Observability::ReportsSvc {
 
 inline constexpr std::string_view kServiceId = "com.korvex.oru.observability.reports";
 
-// What it takes to call an operation of the service.
+// The privilege that each operation of the service requires.
 inline constexpr std::string_view kReadPrivilege = "observability.reports.read";
 
 struct ListParameters {

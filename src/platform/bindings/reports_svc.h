@@ -1,6 +1,6 @@
-// The reports service as C++ sees it: its structures, the interface that an implementation derives
-// from, and the binder that makes an API service of it. Their names and texts on the wire stand in
-// reports_definition.h.
+// The reports service in C++: its structures, the interface that an implementation derives from,
+// and the binder that turns an implementation into an API service. reports_definition.h has the
+// names and texts on the wire.
 #pragma once
 
 #include "platform/runtime/call/call.h"
@@ -21,7 +21,7 @@ enum class Status : std::int32_t { OK = 0, WARNING = 1, ERROR = 2, NONE = 3, UNK
 
 enum class DetailLevel : std::int32_t { FULL = 0, BRIEF = 1 };
 
-// What `List` says of one report.
+// One report in the result of `List`.
 struct Summary {
     std::string name;
     // Brief: when the newest report file was modified; full: when the report was made.
@@ -30,7 +30,7 @@ struct Summary {
     std::optional<std::string> unstructured;  // full listing only; JSON text
 };
 
-// What `Get` says of the newest report of a name.
+// The result of `Get`: the newest report of a name.
 struct Info {
     ::Quon::DateTime time;  // when the report was made
     Status status = Status::UNKNOWN;
@@ -45,7 +45,7 @@ struct FilterSpec {
     std::optional<std::set<std::string>> names;  // absent or empty: all
 };
 
-// Each operation delivers exactly one outcome.
+// Implementations deliver exactly one outcome for each call.
 class AsyncServiceInterface {
   public:
     virtual void Get(const std::string& name, const ::Quon::CallContext& context,
@@ -58,7 +58,8 @@ class AsyncServiceInterface {
 
 class AsyncServiceBinder {
   public:
-    // The API service "com.korvex.oru.observability.reports" that `implementation` answers.
+    // Returns the API service "com.korvex.oru.observability.reports", whose calls go to
+    // `implementation`.
     static std::shared_ptr<const ::Quon::Provider::ApiInterface> BindImplementation(
         std::shared_ptr<AsyncServiceInterface> implementation);
 };

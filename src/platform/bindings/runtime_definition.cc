@@ -23,7 +23,7 @@ std::map<std::string_view, AddStructure> ByName() {
 }
 
 Definition::Service Describe(const Provider::ApiInterface& api) {
-    // Those that operations answer with; `at` throws for one that is missing.
+    // The structures in the results of operations; `at` throws when one is missing.
     static const auto sStructures =
         ByName<Model::CommandInfo, Model::NamespaceInfo, Model::ComponentInfo,
                Model::OperationSchemes, Model::PackageSchemes, Model::ServiceSchemes,
@@ -44,7 +44,7 @@ Definition::Service Describe(const Provider::ApiInterface& api) {
 
 std::vector<Definition::Service> DescribeRuntimeServices() {
     const auto nothing = [](std::string_view /*collection*/) {
-        return std::make_shared<const Model::Collection>();  // nobody calls the operations
+        return std::make_shared<const Model::Collection>();  // no operation is called here
     };
     std::vector<Definition::Service> services;
     for (const OperationGroup group : {OperationGroup::Introspection, OperationGroup::Metamodel,

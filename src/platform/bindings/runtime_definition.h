@@ -1,4 +1,4 @@
-// The definitions of the services that the runtime itself brings: metadata and introspection.
+// The definitions of the runtime's own services: metadata and introspection.
 #pragma once
 
 #include "platform/runtime/definition/definition.h"
@@ -7,7 +7,7 @@
 
 namespace Quon::Bindings {
 
-// All of them, with the structures that they answer with. No operation takes a privilege.
+// Returns all of them with the structures of their results. No operation requires a privilege.
 std::vector<Definition::Service> DescribeRuntimeServices();
 
 }  // namespace Quon::Bindings

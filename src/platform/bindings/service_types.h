@@ -1,4 +1,4 @@
-// Finds the structures and enumerations that C++ types of the API are made of, for the definition
+// Collects the structures and enumerations that the API's C++ types consist of, for the definition
 // of a service.
 #pragma once
 
@@ -12,7 +12,7 @@ namespace Quon::Bindings {
 template <typename T>
 void AddTypes(Definition::Service& service);
 
-// The types of the fields of a structure, and what they are made of.
+// Adds the types of a structure's fields, and all types within them.
 template <typename T>
 void AddFieldTypes(Definition::Service& service) {
     Native::ForEachField<T>([&service]<typename Member>(const Native::Field<T, Member>& /*field*/) {
@@ -20,7 +20,7 @@ void AddFieldTypes(Definition::Service& service) {
     });
 }
 
-// The structures and enumerations that `T` is made of, each once.
+// Adds each structure and enumeration within `T` once.
 template <typename T>
 void AddTypes(Definition::Service& service) {
     const auto isNew = [](const auto& described) {

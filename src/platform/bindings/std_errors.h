@@ -1,5 +1,5 @@
-// The standard errors as C++ sees them, and what makes error values of them. Which texts belong to
-// them on the wire is the runtime's.
+// The standard errors in C++, and their conversion to error values. The runtime defines their texts
+// on the wire.
 #pragma once
 
 #include "platform/runtime/values/data_value.h"
@@ -13,7 +13,7 @@ namespace Com::Korvex::Quon::Std::Errors {
 
 using ErrorType = ::Quon::Std::ErrorType;
 
-// One standard error. What it is made with can be read again from its error value.
+// A standard error. Each member can be read back from its error value.
 template <ErrorType Type>
 struct StandardError {
     std::vector<::Quon::L10n::LocalizableMessage> messages;
@@ -21,13 +21,13 @@ struct StandardError {
     std::optional<ErrorType> errorType = Type;
 };
 
-// Something failed, and no other error says it better.
+// A failure that no other error describes better.
 using Error = StandardError<ErrorType::Error>;
-// What was asked for is not there.
+// The requested object does not exist.
 using NotFound = StandardError<ErrorType::NotFound>;
 
-// The error value of that name with the fields "messages", "data" and "errorType", unset ones left
-// out.
+// Returns the error value of the same name with the fields "messages", "data" and "errorType",
+// leaving out unset ones.
 ::Quon::Data::ErrorValue ToErrorValue(const Error& error);
 ::Quon::Data::ErrorValue ToErrorValue(const NotFound& error);
 
