@@ -8,7 +8,7 @@ namespace {
 
 constexpr const char* kSourceName = "exclusive_lock.cc";
 
-// Stops the process unless `result`, of a pthread call, is success.
+// Stops the process if `result`, returned by a pthread call, is an error.
 void Verify(int result, int line) {
     if (result != 0) {
         Panic("VERIFY %s:%d\n", kSourceName, line);
@@ -26,7 +26,7 @@ ExclusiveLock::ExclusiveLock(std::string_view name) : name(name) {
 }
 
 ExclusiveLock::~ExclusiveLock() {
-    (void)pthread_mutex_destroy(&mutex);  // fails only while held, when the holder is at fault
+    (void)pthread_mutex_destroy(&mutex);  // fails only if misused: while the lock is held
 }
 
 void ExclusiveLock::Acquire() { Verify(pthread_mutex_lock(&mutex), __LINE__); }

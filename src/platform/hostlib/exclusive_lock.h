@@ -10,9 +10,9 @@
 
 namespace Hostlib {
 
-// Created with its object, destroyed with it. Not recursive. Take it with ExclusiveLockGuard. What
-// would leave the lock unsound stops the process (Panic with "VERIFY %s:%d\n"): a failed creation,
-// a second acquisition by the thread that holds it, a release by a thread that does not.
+// A mutex that is not recursive. Acquire it with ExclusiveLockGuard. Misuse and failures stop the
+// process (Panic with "VERIFY %s:%d\n"): a failed creation, a second acquisition by the holding
+// thread, a release by another thread.
 class CAPABILITY("mutex") ExclusiveLock {
   public:
     explicit ExclusiveLock(std::string_view name);

@@ -20,8 +20,8 @@ constexpr const char* kSourceName = "hostlib.cc";
 
 bool IsClosed(int descriptor) { return fcntl(descriptor, F_GETFD) == -1 && errno == EBADF; }
 
-// Goes upwards, so that the lowest free descriptor, which open gives, is the closed one. Standard
-// streams are for child processes too, so these are not close-on-exec.
+// Goes upwards because open returns the lowest free descriptor, which is then the closed one. Not
+// close-on-exec, since child processes need standard streams too.
 void OpenStandardDescriptors() {
     for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
         if (IsClosed(descriptor) && open("/dev/null", O_RDWR) == -1) {
