@@ -1,5 +1,5 @@
-// One table that says for each byte value where in the grammar of HTTP/1.1 it may stand. Shared by
-// the parsers of this folder; independent of any locale.
+// The byte classes of the HTTP/1.1 grammar, as one table that the parsers of this folder share.
+// Independent of the locale.
 #pragma once
 
 #include <array>
@@ -40,7 +40,7 @@ constexpr std::array<std::uint8_t, 256> MakeByteClasses() {
 
 inline constexpr std::array<std::uint8_t, 256> kByteClasses = MakeByteClasses();
 
-// Whether `byte` is of one of the classes, the constants above added together.
+// Whether `byte` belongs to one of the classes in `byteClass`, a sum of the constants above.
 constexpr bool IsOf(std::uint8_t byteClass, char byte) {
     return (kByteClasses[static_cast<unsigned char>(byte)] & byteClass) != 0;
 }

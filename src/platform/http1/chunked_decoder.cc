@@ -1,4 +1,4 @@
-// A machine of one step a byte, but for data, which is taken in runs.
+// A state machine that takes one byte at a time, except for data, which it takes in runs.
 #include "platform/http1/chunked_decoder.h"
 
 #include "platform/http1/byte_classes.h"
@@ -9,7 +9,7 @@
 namespace Http1 {
 namespace {
 
-// 0 to 15; -1 for what is no hexadecimal digit.
+// Returns 0 to 15, or -1 for a byte that is not a hexadecimal digit.
 int HexValue(char byte) {
     if (byte >= '0' && byte <= '9') return byte - '0';
     if (byte >= 'a' && byte <= 'f') return byte - 'a' + 10;
@@ -72,7 +72,7 @@ ChunkScan ChunkedDecoder::TakeSizeByte(char byte) {
 }
 
 ChunkScan ChunkedDecoder::TakeExtensionByte(char byte) {
-    const bool endsLine = byte == '\r';  // or is malformed here
+    const bool endsLine = byte == '\r';  // any other byte is malformed here
     if (!endsLine && ++extensionBytes > kMaxChunkExtensionBytes) return ChunkScan::Malformed;
     switch (state) {
         case State::ExtensionStart:
@@ -107,7 +107,7 @@ ChunkScan ChunkedDecoder::TakeExtensionByte(char byte) {
     }
 }
 
-// `byte` follows a size or a whole extension.
+// `byte` follows a size or a complete extension.
 ChunkScan ChunkedDecoder::EndExtension(char byte) {
     if (byte == '\r') return GoTo(State::SizeLineFeed);
     if (byte == ';') return GoTo(State::ExtensionStart);

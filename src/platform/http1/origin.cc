@@ -12,7 +12,7 @@ namespace {
 
 constexpr unsigned kLoopbackNetwork = 127;
 
-// Removes a scheme with "://" from the front; false when `origin` begins with another one.
+// Removes "http://" or "https://" from the front; returns false when `origin` starts with neither.
 bool TakeScheme(std::string_view& origin) {
     for (const std::string_view scheme : {"http://", "https://"}) {
         if (EqualsIgnoringCase(origin.substr(0, scheme.size()), scheme)) {

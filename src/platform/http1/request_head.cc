@@ -1,5 +1,5 @@
-// The scanner walks lines, the parser takes runs of bytes off the front of what is left of a head.
-// Both decide by the table of byte classes.
+// The scanner goes by lines; the parser takes runs of bytes off the front of the rest. Both use the
+// table of byte classes.
 #include "platform/http1/request_head.h"
 
 #include "platform/http1/byte_classes.h"
@@ -22,21 +22,22 @@ constexpr std::array<char, 256> kLowerCase = MakeLowerCase();
 
 char ToLower(char byte) { return kLowerCase[static_cast<unsigned char>(byte)]; }
 
-// The index of the first byte from `start` on that is not of the class, else the text's size.
+// The index, from `start` on, of the first byte outside the class; the text's size if there is
+// none.
 std::size_t EndOfRun(std::string_view text, std::size_t start, std::uint8_t byteClass) {
     std::size_t end = start;
     while (end < text.size() && IsOf(byteClass, text[end])) ++end;
     return end;
 }
 
-// Takes the longest run of such bytes off the front of `rest`; it may be empty.
+// Takes the longest run of bytes of the class off the front of `rest`; the run may be empty.
 std::string_view TakeRun(std::string_view& rest, std::uint8_t byteClass) {
     const std::string_view run = rest.substr(0, EndOfRun(rest, 0, byteClass));
     rest.remove_prefix(run.size());
     return run;
 }
 
-// Takes exactly `text` off the front of `rest`; takes nothing when something else stands there.
+// Takes exactly `text` off the front of `rest`, or nothing when `rest` starts with other bytes.
 bool Take(std::string_view& rest, std::string_view text) {
     if (!rest.starts_with(text)) return false;
     rest.remove_prefix(text.size());
@@ -59,7 +60,7 @@ std::string_view ReduceToPath(std::string_view target) {
     return authorityAndPath;
 }
 
-// Takes the first member of a comma-separated list off its front, and the comma after it.
+// Takes the first member of a comma-separated list, and the comma after it, off the front.
 std::string_view TakeListMember(std::string_view& list) {
     bool quoted = false;
     std::size_t end = 0;
@@ -72,7 +73,8 @@ std::string_view TakeListMember(std::string_view& list) {
     return TrimBlanks(member);
 }
 
-// A plain decimal number's digits without leading zeros ("" for zero); nothing for other text.
+// The digits of a plain decimal number without leading zeros ("" for zero); nothing for other
+// texts.
 std::optional<std::string_view> SignificantDigits(std::string_view text) {
     const bool plain = !text.empty() && std::all_of(text.begin(), text.end(), [](char byte) {
         return IsDigit(static_cast<unsigned char>(byte));
@@ -195,7 +197,7 @@ ContentLength ReadContentLength(const RequestHead& head) {
     bool ambiguous = false;
     for (const HeaderField& field : head) {
         if (!EqualsIgnoringCase(field.name, "content-length")) continue;
-        // Unlike in other lists an empty member is an error, so the one after a last comma is too.
+        // Unlike in other lists, an empty member is an error, and so is one after a trailing comma.
         if (field.value.ends_with(',')) return {LengthKind::Invalid};
         std::string_view list = field.value;
         do {
