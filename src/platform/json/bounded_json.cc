@@ -13,7 +13,7 @@ namespace Json {
 
 namespace {
 
-// Parses a text that FindFault has passed, minding the names of each object that is open.
+// Parses a text that FindFault accepted and watches for equal names in each open object.
 class NameWatch {
   public:
     nlohmann::json Parse(std::string_view text, const ParseOptions& options) {
@@ -60,8 +60,8 @@ bool Parse(std::string_view text, const ParseOptions& options, nlohmann::json& d
         return false;
     }
     if (parsed.is_discarded()) {
-        // The scanner and the library judge alike (the fuzz target compares them). Should they ever
-        // differ, the stricter one holds.
+        // The scanner and the library agree (the fuzz target compares them). Should they ever
+        // differ, the stricter verdict holds.
         error = {0, 0, "not JSON"};
         return false;
     }

@@ -1,5 +1,5 @@
-// JSON from outside, parsed within bounds: bytes and nesting are checked before anything is built,
-// and a refusal says where and why in plain words. What the members mean is the caller's business.
+// Parses JSON from outside within bounds: checks size and nesting before it builds anything, and
+// refuses with position and reason in plain words. The caller interprets the members.
 #pragma once
 
 #include <nlohmann/json_fwd.hpp>  // the one header of the library that headers may include
@@ -10,12 +10,12 @@
 
 namespace Json {
 
-// Containers inside each other that are accepted: 256 are, 257 are refused.
+// The deepest accepted nesting: 256 containers inside each other are accepted, 257 refused.
 inline constexpr std::size_t kMaxDepth = 256;
 
 enum class Comments { Refused, Allowed };
 enum class Root { AnyValue, Object };
-// Whether the members of one object may share a name (RFC 8259, section 4, leaves it open).
+// Whether members of one object may share a name (RFC 8259 section 4 allows it).
 enum class EqualNames { LastWins, Refused };
 
 struct ParseOptions {
@@ -25,7 +25,7 @@ struct ParseOptions {
     EqualNames equalNames = EqualNames::LastWins;
 };
 
-// Where and why a text was refused.
+// The position and reason of a refusal.
 struct JsonError {
     std::size_t line = 0;  // counted from 1; 0 when the text as a whole is refused
     std::size_t column =
@@ -38,11 +38,11 @@ struct JsonError {
     std::string Text() const { return advice.empty() ? reason : reason + "; " + advice; }
 };
 
-// Parses `text` (RFC 8259; a UTF-8 byte order mark before it is skipped) into `document`. Refused
-// besides what is no JSON: NUL bytes anywhere, numbers beyond the range of a double, text after the
-// value, and equal names where they are not wanted (names are compared unescaped, objects at every
-// depth; the text is then refused as a whole). False on failure: `error` is set and `document` is
-// unchanged. Does not recurse.
+// Parses `text` (RFC 8259; a leading UTF-8 byte order mark is skipped) into `document`. Also
+// refuses NUL bytes anywhere, numbers beyond the range of a double, text after the value and, if
+// `options` say so, equal names (compared unescaped, in objects at every depth; the text is then
+// refused as a whole). On failure returns false, sets `error` and leaves `document` unchanged. Does
+// not recurse.
 [[nodiscard]] bool Parse(std::string_view text, const ParseOptions& options,
                          nlohmann::json& document, JsonError& error);
 

@@ -11,7 +11,7 @@ namespace Json {
 
 namespace {
 
-// What may stand at the next byte that is no blank.
+// What the grammar allows at the next byte that is not a blank.
 enum class Expect { Object, Value, ValueOrEnd, Name, NameOrEnd, Colon, CommaOrEnd, EndOfText };
 
 class Scanner {
@@ -40,7 +40,7 @@ class Scanner {
         return fault;
     }
 
-    // Whether the fault that Run found is the nesting.
+    // Whether Run stopped because of the nesting.
     bool IsTooDeep() const { return isTooDeep; }
 
   private:
@@ -83,7 +83,6 @@ class Scanner {
         return true;
     }
 
-    // Takes one token at `offset`.
     bool Step() {
         const char byte = text[offset];
         switch (expect) {
@@ -161,7 +160,7 @@ class Scanner {
 
     Expect AfterValue() const { return depth == 0 ? Expect::EndOfText : Expect::CommaOrEnd; }
 
-    // What closes the innermost container; only inside one.
+    // The character that closes the innermost container. Call it only inside one.
     char Closing() const { return closings[depth - 1]; }
 
     std::string Wanted() const {

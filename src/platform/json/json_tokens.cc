@@ -14,9 +14,9 @@ namespace Json {
 namespace {
 
 constexpr std::size_t kHexDigits = 4;
-// The longest word that a message repeats.
+// Messages cut longer words.
 constexpr std::size_t kMaxWordShown = 20;
-// A number of fewer characters and without an exponent is within a double's range.
+// A number of fewer characters without an exponent always fits a double.
 constexpr std::size_t kSurelyFiniteLength = 300;
 
 bool IsLetter(char byte) { return (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z'); }
@@ -92,7 +92,7 @@ bool SkipOneOf(std::string_view marks, std::string_view text, std::size_t& offse
     return true;
 }
 
-// At least one digit; `after` names what they follow.
+// Requires at least one digit; `after` names what precedes it.
 std::optional<Fault> TakeDigits(std::string_view text, std::size_t& offset, const char* after) {
     if (offset == text.size() || !IsDigit(text[offset])) {
         return Fault{offset, std::string("a number needs a digit after ") + after};

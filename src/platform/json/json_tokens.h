@@ -1,5 +1,5 @@
-// The tokens of JSON that have an inner grammar: strings, numbers and literals (RFC 8259, sections
-// 3, 6 and 7), checked where they stand. Their order in the text is json_scanner's business.
+// Checks the JSON tokens with an inner grammar: strings, numbers and literals (RFC 8259 sections 3,
+// 6 and 7). json_scanner checks their order.
 #pragma once
 
 #include <cstddef>
@@ -9,29 +9,30 @@
 
 namespace Json {
 
-// Why a text is no JSON, in words for a person.
+// Why a text is not JSON, described to a person.
 struct Fault {
-    std::size_t offset = 0;  // of the byte at fault, at most the text's size
+    std::size_t offset = 0;  // of the offending byte, at most the text's size
     std::string reason;
     std::string advice = {};  // what to write instead; often empty
 };
 
-// Each call starts at the token's first byte and moves `offset` behind the token. On a fault, which
-// is returned, `offset` has no meaning any more.
+// Each call starts at the token's first byte and moves `offset` past the token. When it returns a
+// fault, `offset` is meaningless.
+//
 
-// `text[offset]` is '"'. Escapes, surrogate pairs and UTF-8 are checked.
+// `text[offset]` is '"'. Checks escapes, surrogate pairs and UTF-8.
 std::optional<Fault> TakeString(std::string_view text, std::size_t& offset);
 
-// `text[offset]` is '-' or a digit. A number that no double can hold is a fault.
+// `text[offset]` is '-' or a digit. A number beyond the range of a double is a fault.
 std::optional<Fault> TakeNumber(std::string_view text, std::size_t& offset);
 
-// False, with `offset` unchanged, when neither true, false nor null stands at `offset`.
+// Returns false and leaves `offset` unchanged unless true, false or null starts at `offset`.
 bool TakeLiteral(std::string_view text, std::size_t& offset);
 
-// What stands at `offset`, for a message: a word, a character in quotes, or a byte's value.
+// Describes the token at `offset` for a message: a word, a character in quotes, or a byte's value.
 std::string DescribeToken(std::string_view text, std::size_t offset);
 
-// The code unit of "\uXXXX" at `offset`, or nothing when none stands there.
+// The code unit of the escape "\uXXXX" at `offset`; nothing if there is no such escape.
 std::optional<unsigned> CodeUnitAt(std::string_view text, std::size_t offset);
 
 inline bool IsDigit(char byte) { return byte >= '0' && byte <= '9'; }

@@ -30,7 +30,7 @@ void AppendUtf8(unsigned codePoint, std::string& text) {
     append(0x80U | (codePoint & 0x3FU));
 }
 
-// `offset` is that of "\u", one or two of which make a character.
+// `offset` is that of "\u"; a surrogate pair takes two escapes.
 void AppendUnicodeEscape(std::string_view quoted, std::size_t& offset, std::string& text) {
     constexpr std::size_t kLength = 6;
     unsigned codePoint = CodeUnitAt(quoted, offset).value_or(0);

@@ -1,5 +1,5 @@
-// The members of one JSON object as parts of its text, for readers that need some of them and want
-// nothing built from the others.
+// Reads the members of one JSON object as slices of its text, for readers that need only some of
+// them and should not build the others.
 #pragma once
 
 #include <cstddef>
@@ -8,22 +8,23 @@
 
 namespace Json {
 
-// The text that a JSON string, quotes included, stands for.
+// Decodes a JSON string, given with its quotes.
 std::string Unescape(std::string_view quoted);
 
-// Goes through the members in the order of the text; equal names all appear. Does not recurse.
+// Iterates over the members in the order of the text, including those with equal names. Does not
+// recurse.
 class ObjectMembers {
   public:
-    // `text` is one object and FindFault finds nothing in it; it outlives the reader.
+    // `text` is one object without faults (see FindFault) and outlives the reader.
     explicit ObjectMembers(std::string_view text);
 
-    // The next member: its name, unescaped, and the text of its value, without blanks around it.
-    // False when there is none any more.
+    // Sets `name` to the next member's name, unescaped, and `value` to the text of its value
+    // without surrounding blanks. Returns false after the last member.
     bool Next(std::string& name, std::string_view& value);
 
   private:
     void SkipBlanks();
-    // Takes the value that starts here.
+    // Takes the value that starts at `offset`.
     std::string_view TakeValue();
     void SkipString();
 
