@@ -25,8 +25,8 @@ std::string DirectoryOf(const std::string& path) {
     return directory.empty() ? "." : directory;
 }
 
-// A file of mode 0600 beside the one that it is to become; its own name is removed unless it was
-// moved there.
+// A file of mode 0600 beside its target. The destructor removes it unless it was renamed to the
+// target.
 class TemporaryFile {
   public:
     explicit TemporaryFile(const std::string& target)
@@ -37,7 +37,7 @@ class TemporaryFile {
     }
     ~TemporaryFile() {
         if (!path.empty()) {
-            (void)unlink(path.c_str());  // the failure that led here is being reported
+            (void)unlink(path.c_str());  // the caller reports the failure that led here
         }
     }
     TemporaryFile(const TemporaryFile&) = delete;
@@ -113,11 +113,11 @@ void MakeDirectory(const std::string& path, mode_t mode) {
     }
     if (mkdir(path.c_str(), mode) != 0) {
         if (errno == EEXIST && std::filesystem::is_directory(path, error)) {
-            return;  // somebody else was faster
+            return;  // another process created it first
         }
         ThrowError(errno, path);
     }
-    if (chmod(path.c_str(), mode) != 0) {  // the umask took its share
+    if (chmod(path.c_str(), mode) != 0) {  // the umask cleared some bits
         ThrowError(errno, path);
     }
     SyncDirectory(above);

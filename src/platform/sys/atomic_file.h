@@ -1,6 +1,5 @@
-// Files that are created or replaced as a whole: whoever reads one sees the old bytes or the new
-// ones, and after a crash of the machine it holds either. Where files are and what is in them is
-// the caller's business.
+// Creates and replaces files atomically: a reader sees either the old bytes or the new ones, even
+// after a crash of the machine. The caller chooses path and content.
 #pragma once
 
 #include <string>
@@ -10,18 +9,18 @@
 
 namespace Sys {
 
-// Puts `bytes` at `path` with exactly `mode`, whatever the umask, replacing what is there (a link
-// itself, not its target): temporary file beside it, fsync, rename, fsync of the directory. Throws
-// std::system_error that names the path; what was there is still there then, except when only the
-// last fsync failed. Any thread.
+// Writes `bytes` to `path` with exactly `mode`, whatever the umask, replacing an existing file (a
+// link itself, not its target): temporary file in the same directory, fsync, rename, fsync of the
+// directory. Throws std::system_error that names the path; the old file then still exists, unless
+// only the last fsync failed. Any thread.
 void ReplaceFile(const std::string& path, std::string_view bytes, mode_t mode);
 
-// Creates the file in the same way, but only where nothing stands, not even a link: with EEXIST
-// otherwise. The file system must have hard links.
+// Creates the file in the same way, but fails with EEXIST if the path exists, even as a link.
+// Requires a file system with hard links.
 void CreateFile(const std::string& path, std::string_view bytes, mode_t mode);
 
-// Makes the directory with exactly `mode`, and those above it that are missing with mode 0755. One
-// that is there stays as it is. Throws std::system_error that names the path.
+// Creates the directory with exactly `mode`, and missing ones above it with mode 0755. An existing
+// directory is left unchanged. Throws std::system_error that names the path.
 void MakeDirectory(const std::string& path, mode_t mode);
 
 }  // namespace Sys

@@ -21,7 +21,7 @@ std::string ReadRoot() {
     return root;
 }
 
-// Without trailing slashes, so empty for "/".
+// Without trailing slashes, so "/" becomes empty.
 const std::string& Root() {
     static const std::string sRoot = ReadRoot();
     return sRoot;

@@ -1,5 +1,5 @@
-// The host root: every absolute host path of the system (plugin directory, configuration store,
-// keys, audit log) is looked up below it, so that a whole host can stand in a directory.
+// Looks up every absolute host path (plugin directory, configuration store, keys, audit log) below
+// the host root, so that a whole host fits in a directory.
 #pragma once
 
 #include <string>
@@ -7,14 +7,14 @@
 
 namespace Sys {
 
-// `path`, absolute, below the directory that the environment variable SENTREL_ROOT names ("/" when
-// it is unset or empty). For the call that opens, tests, lists or executes; texts keep the plain
-// path. The variable is read once, at the first call; its trailing slashes do not count. Any
-// thread. Never fails: below a root that HostRootProblem refuses, the result names nothing of use.
+// Returns the absolute `path` below the directory in the environment variable SENTREL_ROOT ("/" if
+// unset or empty). For the call that opens, tests, lists or executes; messages show the plain path.
+// The first call reads the variable and ignores trailing slashes. Any thread. Never fails; call
+// HostRootProblem first to refuse an unusable root.
 std::string HostPath(std::string_view path);
 
-// Empty when SENTREL_ROOT can be used; else what is wrong with it and what to do, in one line. A
-// relative value, and a value that names no directory now, cannot be used.
+// Returns an empty text if SENTREL_ROOT is usable; otherwise one line that says what is wrong and
+// what to do. A relative path, and a path that is not an existing directory, are unusable.
 std::string HostRootProblem();
 
 }  // namespace Sys

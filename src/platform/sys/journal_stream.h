@@ -1,5 +1,5 @@
-// Whether a descriptor leads to the systemd journal, which takes the priority of a line from a
-// prefix such as "<3>" (sd-daemon(3)).
+// Detects whether a descriptor is connected to the systemd journal, which takes a line's priority
+// from a prefix such as "<3>" (sd-daemon(3)).
 #pragma once
 
 #include <string_view>
@@ -9,11 +9,11 @@ namespace Sys {
 // The value of the environment variable JOURNAL_STREAM: "DEVICE:INODE" in decimal, or empty.
 std::string_view JournalStream();
 
-// Whether `journalStream` names what `descriptor` is open on. False for a closed descriptor.
+// Whether `descriptor` is the stream that `journalStream` names. False for a closed descriptor.
 bool IsJournal(int descriptor, std::string_view journalStream);
 
-// What an error line on standard error begins with where no logger writes it: "<3>" when that is
-// the journal, else nothing.
+// The prefix for an error line that goes to standard error without a logger: "<3>" if standard
+// error is the journal, otherwise empty.
 const char* ErrorPrefix();
 
 }  // namespace Sys

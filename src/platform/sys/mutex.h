@@ -1,5 +1,5 @@
-// Mutex, scoped lock and condition that carry clang's thread-safety annotations, which the standard
-// ones lack. The lint build turns a broken annotation into an error; other compilers ignore them.
+// A mutex, scoped lock and condition with clang's thread-safety annotations, which the standard
+// ones lack. The lint build turns a violation into an error; other compilers ignore them.
 #pragma once
 
 #include <chrono>
@@ -37,7 +37,8 @@ class CAPABILITY("mutex") Mutex {
     std::mutex mutex;
 };
 
-// Holds a mutex for its scope. Unlock and Lock allow a gap in it, for a call that must not hold it.
+// Holds a mutex for its scope. Unlock and Lock release it in between, for a call that must not hold
+// it.
 class SCOPED_CAPABILITY MutexLock {
   public:
     explicit MutexLock(Mutex& mutex) ACQUIRE(mutex) : mutex(mutex) { mutex.Lock(); }
@@ -63,8 +64,8 @@ class SCOPED_CAPABILITY MutexLock {
     bool held = true;
 };
 
-// A condition of one mutex, which the caller of a wait holds. Waits may return without a
-// notification: callers wait in a loop on what they wait for.
+// A condition variable. The caller of a wait holds the mutex and waits in a loop, since a wait may
+// return without a notification.
 class Condition {
   public:
     using TimePoint = std::chrono::steady_clock::time_point;
@@ -74,7 +75,7 @@ class Condition {
         condition.wait(adopted);
         adopted.release();
     }
-    // False when `deadline` passed.
+    // Returns false once `deadline` has passed.
     bool WaitUntil(Mutex& mutex, TimePoint deadline) REQUIRES(mutex) {
         std::unique_lock<std::mutex> adopted(mutex.mutex, std::adopt_lock);
         const std::cv_status status = condition.wait_until(adopted, deadline);

@@ -1,4 +1,4 @@
-// Owner of one file descriptor. Descriptors are borrowed as `int` arguments and owned as OwnedFd.
+// Owns a file descriptor. Functions borrow descriptors as `int` and own them as OwnedFd.
 #pragma once
 
 #include <utility>
@@ -7,8 +7,8 @@
 
 namespace Sys {
 
-// Move-only; empty by default. Closing reports nothing: whoever must know whether a close succeeded
-// (a writer) takes the descriptor with Release and closes it.
+// Move-only; empty by default. Ignores errors of close: a writer that must know of them takes the
+// descriptor with Release and closes it.
 class OwnedFd {
   public:
     OwnedFd() = default;
@@ -22,12 +22,12 @@ class OwnedFd {
 
     int Get() const { return descriptor; }
     bool IsOpen() const { return descriptor >= 0; }
-    // Gives the descriptor up without closing it; -1 when there is none.
+    // Returns the descriptor and gives up ownership; -1 when empty.
     int Release() { return std::exchange(descriptor, -1); }
-    // Closes what is held and takes `next`.
+    // Closes the held descriptor and takes `next`.
     void Reset(int next = -1) {
         if (descriptor >= 0) {
-            (void)::close(descriptor);  // the descriptor is gone whatever close says
+            (void)::close(descriptor);  // the descriptor is closed whatever close returns
         }
         descriptor = next;
     }

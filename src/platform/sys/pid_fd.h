@@ -1,5 +1,5 @@
-// A process named by a descriptor (pidfd_open(2)) instead of a number: the number may be given to
-// another process, the descriptor never is.
+// Refers to a process by a descriptor (pidfd_open(2)) instead of its number, which the kernel may
+// reuse.
 #pragma once
 
 #include "platform/sys/owned_fd.h"
@@ -10,25 +10,25 @@
 
 namespace Sys {
 
-// Move-only; empty by default. Owning one keeps neither the process nor its zombie.
+// Move-only; empty by default. Does not keep the process or its zombie alive.
 class PidFd {
   public:
     PidFd() = default;
     explicit PidFd(OwnedFd descriptor) : descriptor(std::move(descriptor)) {}
 
-    // The process that has that number now, a zombie too. Empty, with errno set, when it cannot be
-    // opened: ESRCH when no process has the number.
+    // Opens the process, or zombie, that has this number now. On failure returns an empty object
+    // and sets errno: ESRCH when no process has the number.
     static PidFd Open(pid_t pid);
 
     bool IsOpen() const { return descriptor.IsOpen(); }
-    // For poll: readable once the process has ended.
+    // For poll(2): readable once the process has exited.
     int Get() const { return descriptor.Get(); }
 
-    // Sends `signal`; 0 only tests whether the process is there. Returns 0 or the error number:
-    // ESRCH once the process is gone (a zombie is still there), EPERM, EINVAL for no signal number,
+    // Sends `signal`; 0 only tests whether the process exists. Returns 0 or the error number: ESRCH
+    // once the process is gone (a zombie still exists), EPERM, EINVAL for an invalid signal number,
     // EBADF when empty.
     int Signal(int signal) const;
-    // Whether the process has ended, reaped or not. An empty one counts as ended.
+    // Whether the process has exited, reaped or not. True when empty.
     bool HasEnded() const;
 
   private:

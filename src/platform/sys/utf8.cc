@@ -8,8 +8,8 @@ namespace Sys {
 
 namespace {
 
-// The well-formed sequences by their lead byte: the range of the second byte, which differs, and
-// the length.
+// The well-formed sequences by lead byte: the range of the second byte, which varies, and the
+// length.
 struct Row {
     std::uint8_t firstLead;
     std::uint8_t lastLead;
@@ -52,7 +52,7 @@ bool IsUnsafeToShow(std::string_view character) {
         return byte < 0x20 || byte == 0x7F;
     }
     const auto isWithin = [character](std::string_view first, std::string_view last) {
-        return character >= first && character <= last;  // UTF-8 keeps the order of characters
+        return character >= first && character <= last;  // UTF-8 preserves the order of code points
     };
     return isWithin("\u0080", "\u009F") || character == "\u061C" || isWithin("\u200E", "\u200F") ||
            isWithin("\u2028", "\u202E") || isWithin("\u2066", "\u2069");
@@ -62,7 +62,7 @@ std::string_view CutUtf8(std::string_view text, std::size_t maxBytes) {
     if (text.size() <= maxBytes) {
         return text;
     }
-    constexpr std::size_t kMaxContinuations = 3;  // of one character; more are not UTF-8
+    constexpr std::size_t kMaxContinuations = 3;  // of one character; more is not UTF-8
     std::size_t end = maxBytes;
     while (end > 0 && maxBytes - end < kMaxContinuations && IsUtf8Continuation(text[end])) {
         --end;

@@ -1,4 +1,4 @@
-// Where the characters of a UTF-8 text begin and end (Unicode, table 3-7).
+// Finds the boundaries of characters in UTF-8 text (Unicode, table 3-7).
 #pragma once
 
 #include <cstddef>
@@ -11,16 +11,16 @@ constexpr bool IsUtf8Continuation(char byte) {
     return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
 }
 
-// The length of the character at `offset`, which is within the text: 1 to 4 bytes; 0 when the bytes
-// there are not well-formed.
+// The length of the character at `offset`, which lies within the text: 1 to 4 bytes, or 0 if the
+// bytes there are not well-formed.
 std::size_t Utf8LengthAt(std::string_view text, std::size_t offset);
 
-// Whether a terminal could take the character, a well-formed one, for a command or show other
-// characters in another order because of it: C0 and C1 controls and DEL; U+2028 and U+2029, which
-// separate lines; the marks, embeddings, overrides and isolates of the direction of writing.
+// Whether a terminal could execute the character, a well-formed one, or reorder others because of
+// it: C0 and C1 controls and DEL; the line separators U+2028 and U+2029; the marks, embeddings,
+// overrides and isolates of bidirectional text.
 bool IsUnsafeToShow(std::string_view character);
 
-// The start of `text`, `maxBytes` at most, without a part of a character at its end.
+// The longest prefix of `text` of at most `maxBytes` that does not end in a partial character.
 std::string_view CutUtf8(std::string_view text, std::size_t maxBytes);
 
 }  // namespace Sys
