@@ -1,9 +1,9 @@
-// The two JSON files of a store entry, where they are and what they hold:
+// The two JSON files of a store entry, their paths and their text:
 //
 //   /usr/lib/korvex/tabulon/<component>/<group>/<key>.json    vendor defaults
 //   /etc/korvex/tabulon/<component>/<group>/<key>.json        the host's values
 //
-// Merging them and reading settings from them is json_config's business.
+// json_config merges them and reads settings from them.
 #pragma once
 
 #include <nlohmann/json_fwd.hpp>
@@ -15,10 +15,10 @@
 
 namespace Tabulon {
 
-// A store file may be this long.
+// The longest accepted store file.
 inline constexpr std::size_t kMaxFileBytes = 1024 * 1024;
 
-// The name of an entry of the store, five strings. `first` and `last` are empty.
+// The name of a store entry, five strings. `first` and `last` are empty.
 struct StoreEntry {
     std::string first;
     std::string key;
@@ -27,7 +27,7 @@ struct StoreEntry {
     std::string last;
 };
 
-// The plain paths, for messages; HostPath is applied where a file is opened.
+// The plain paths, for messages; HostPath is applied when a file is opened.
 struct EntryPaths {
     std::string vendor;
     std::string host;
@@ -36,17 +36,17 @@ struct EntryPaths {
 // "<component>/<group>/<key>", for messages.
 std::string EntryName(const StoreEntry& entry);
 
-// Throws Pellmar::InvalidArgumentException when `first` or `last` is not empty, or when one of the
-// others cannot name a file or folder of the store: empty, ".", "..", with "/" or with a NUL byte.
+// Throws Pellmar::InvalidArgumentException when `first` or `last` is not empty, or another part
+// cannot name a file or directory of the store: empty, ".", "..", containing "/" or a NUL byte.
 EntryPaths PathsOf(const StoreEntry& entry);
 
-// The bytes of the file at the plain path `path`, at most kMaxFileBytes; nothing when there is no
-// file. Throws Pellmar::IOException when something is there that cannot be read whole: no
-// permission, no regular file, a link to nothing, too long.
+// The bytes of the file at the plain path `path`, at most kMaxFileBytes; nothing if it does not
+// exist. Throws Pellmar::IOException when the path exists but cannot be read whole: permission
+// denied, not a regular file, a dangling link, too long.
 std::optional<std::string> ReadEntryFile(const std::string& path);
 
-// The JSON object that `text` holds, comments allowed. Throws Pellmar::Exception with the one line
-// "<path>:<line>:<column>: <reason>" when it is something else.
+// Parses `text` as a JSON object, comments allowed. Throws Pellmar::Exception with the line
+// "<path>:<line>:<column>: <reason>" when it is anything else.
 nlohmann::json ParseEntryText(const std::string& path, std::string_view text);
 
 }  // namespace Tabulon

@@ -19,7 +19,7 @@ struct FileChoice {
     bool host = true;
 };
 
-// What the files of an entry hold; an empty object for one that is not there or not chosen.
+// The content of an entry's files; an empty object for a file that is missing or not used.
 struct EntryContent {
     EntryPaths paths;
     nlohmann::json vendor = nlohmann::json::object();
@@ -56,7 +56,7 @@ class JsonConfig final : public Config {
 
     void Initialize() override {
         reader = MakeReader(content);
-        content = {};  // the reader keeps what it needs
+        content = {};  // the reader has copied what it needs
     }
 
     Pellmar::Ref<ConfigReader> GetReader() const override { return reader; }

@@ -27,7 +27,7 @@ Place FollowKey(const nlohmann::json& document, std::string_view key) {
     const nlohmann::json* value = &document;
     for (std::size_t start = 0; start <= key.size();) {
         const std::size_t end = std::min(key.find('/', start), key.size());
-        const auto member = value->find(key.substr(start, end - start));  // none in a scalar
+        const auto member = value->find(key.substr(start, end - start));  // a scalar has no members
         if (member == value->end()) {
             return {value, key.substr(0, start == 0 ? 0 : start - 1), false};
         }

@@ -49,7 +49,7 @@ class JsonReader final : public ConfigReader {
     }
 
   private:
-    // The value of `key` when it is there and of the wanted type; null otherwise.
+    // The value of `key` if it exists and has the wanted type; null otherwise.
     const nlohmann::json* Find(std::string_view key, bool (*isWanted)(const nlohmann::json&),
                                std::string_view wanted) const {
         const Place place = FollowKey(values, key);
