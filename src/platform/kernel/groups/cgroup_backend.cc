@@ -57,7 +57,7 @@ CgroupDirectory MakeDirectory(const std::string& directory) {
     return made;
 }
 
-// Empty, or why the children of `directory` get no memory controller.
+// Returns why the children of `directory` cannot use the memory controller; empty on success.
 std::string EnableMemory(const CgroupDirectory& cgroup, const std::string& directory) {
     if (!cgroup.OffersMemory()) {
         return directory + " has no memory controller";
@@ -121,7 +121,7 @@ int CgroupBackend::OpenById(std::int64_t id, CgroupDirectory& group) {
     if (const int error = Open(path, group); error != 0) {
         return error;
     }
-    return group.Id() == id ? 0 : ENOENT;  // removed and made anew, it is another group
+    return group.Id() == id ? 0 : ENOENT;  // removed and recreated, it is another group
 }
 
 int CgroupBackend::ListMembers(std::int64_t id, std::vector<std::int64_t>& members) {
@@ -168,8 +168,8 @@ bool CgroupBackend::TakeFound(std::string_view path, GroupPlace& place) {
     return true;
 }
 
-// The controller must be enabled in every directory above the group, and the reservation stand in
-// every one of the path: what an ancestor does not reserve, the group does not get.
+// The controller must be enabled in every directory above the group, and every directory of the
+// path needs the reservation: the group only gets what its ancestors reserve too.
 std::string CgroupBackend::Ensure(std::string_view path, unsigned reservationMB) {
     CgroupDirectory above;
     if (CgroupDirectory::Open(root, above) != 0 || !above.IsCgroup2()) {
@@ -204,14 +204,14 @@ CgroupDirectory CgroupBackend::Require(std::string_view path) const {
     return group;
 }
 
-// The controller `memory` has been enabled above the group by Ensure.
+// Ensure has enabled the memory controller above the group.
 std::string CgroupBackend::Limit(std::string_view path, const GroupLimits& limits) {
     const CgroupDirectory group = Require(path);
     std::string directory = root;
     for (const std::string& segment : SplitGroupPath(path)) {
         CgroupDirectory above;
         if (CgroupDirectory::Open(directory, above) == 0) {
-            (void)above.EnableProcesses();  // a failure shows below, where pids.max is missing
+            (void)above.EnableProcesses();  // reported below on failure, since pids.max is missing
         }
         directory += "/" + segment;
     }

@@ -1,4 +1,4 @@
-// Resource groups as cgroup v2 directories below one root directory.
+// Implements resource groups as cgroup v2 directories below one root directory.
 #pragma once
 
 #include "platform/kernel/groups/cgroup_directory.h"
@@ -10,14 +10,14 @@
 
 namespace Kernel {
 
-// The id of a group is the inode number of its directory: on a 64-bit kernel that is the cgroup's
-// own 64-bit id (name_to_handle_at(2) gives the same), it is never used again, and one fstat reads
-// it. The kernel finds no directory by its id without privileges, so the ids that FindId gave are
-// kept with their paths, and so are the directories: opening one takes a tenth of a launch.
+// A group's id is the inode number of its directory: on a 64-bit kernel that is the cgroup's own
+// 64-bit id (name_to_handle_at(2) returns the same), the kernel never reuses it, and one fstat
+// reads it. An unprivileged process cannot open a directory by its id, so the ids from FindId are
+// kept with their paths. The directories are kept open too: opening one takes a tenth of a launch.
 class CgroupBackend : public GroupBackend {
   public:
-    // `root` is absolute, without a slash at its end. As long as it is no directory of a cgroup v2
-    // hierarchy there are no groups.
+    // `root` is absolute, without a trailing slash. While it is not a directory of a cgroup v2
+    // hierarchy, no groups exist.
     explicit CgroupBackend(std::string root);
 
     int FindId(std::string_view path, std::int64_t& id) override EXCLUDES(lock);

@@ -23,9 +23,10 @@ namespace {
 static_assert(sizeof(ino_t) == sizeof(std::int64_t), "an inode number must hold a cgroup's id");
 
 constexpr int kOpenDirectory = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
-// Plugins may make cgroups in their group; deeper ones are not looked for.
+// Plugins may create cgroups in their group; deeper ones than this are ignored.
 constexpr int kMaxDepth = 4;
-// A file of a cgroup that is read whole: pids of kMaxCountedProcesses processes, names, a number.
+// The bound for reading a file of a cgroup: the pids of kMaxCountedProcesses processes, names, or a
+// number.
 constexpr std::size_t kMaxFileBytes = 16384;
 
 struct CloseStream {
@@ -57,7 +58,7 @@ int CgroupDirectory::OpenAt(int base, const char* path, CgroupDirectory& opened)
 bool CgroupDirectory::IsFrozen(int descriptor) {
     CgroupDirectory cgroup;
     int error = OpenAt(descriptor, ".", cgroup);
-    // up to the mount, above which there is no cgroup, or to the root directory
+    // Upwards to the mount, above which there is no cgroup, or to the root directory.
     for (std::int64_t below = 0; error == 0 && cgroup.IsCgroup2() && cgroup.Id() != below;) {
         if (cgroup.Read("cgroup.freeze").starts_with('1')) {
             return true;
@@ -80,14 +81,14 @@ std::int64_t CgroupDirectory::Id() const {
 
 std::vector<CgroupDirectory::Child> CgroupDirectory::Children() const {
     std::vector<Child> children;
-    Sys::OwnedFd again(::openat(directory.Get(), ".", kOpenDirectory));  // a stream owns its own
+    Sys::OwnedFd again(::openat(directory.Get(), ".", kOpenDirectory));  // for the stream
     const std::unique_ptr<DIR, CloseStream> stream(again.IsOpen() ? ::fdopendir(again.Get())
                                                                   : nullptr);
     if (!stream) {
         return children;
     }
-    (void)again.Release();  // the stream's now
-    // NOLINTNEXTLINE(concurrency-mt-unsafe): the stream is this function's own
+    (void)again.Release();  // now owned by the stream
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): only this function uses the stream
     while (const dirent* entry = ::readdir(stream.get())) {
         if (entry->d_type == DT_DIR && entry->d_name[0] != '.') {
             children.push_back({entry->d_name, static_cast<std::int64_t>(entry->d_ino)});
@@ -100,7 +101,7 @@ GroupMemory CgroupDirectory::Memory() const {
     GroupMemory memory;
     for (const Child& child : Children()) {
         CgroupDirectory opened;
-        if (OpenChild(child.name, opened) == 0) {  // else it was removed meanwhile
+        if (OpenChild(child.name, opened) == 0) {  // else it was removed in the meantime
             memory.childrenPeak += opened.PeakKB();
         }
     }
@@ -147,7 +148,7 @@ void CgroupDirectory::AddOwnProcesses(std::vector<pid_t>& pids) const {
          end != std::string::npos && pids.size() < kMaxCountedProcesses;
          end = text.find('\n', start)) {
         const auto pid = ParseNumber(std::string_view(text).substr(start, end - start));
-        if (pid.value_or(0) != 0) {  // 0: a process of another pid namespace
+        if (pid.value_or(0) != 0) {  // 0: a process in another pid namespace
             pids.push_back(static_cast<pid_t>(*pid));
         }
         start = end + 1;
@@ -209,7 +210,7 @@ int CgroupDirectory::SetFrozen(bool frozen) const {
     return Write("cgroup.freeze", frozen ? "1" : "0");
 }
 
-// The file's first kMaxFileBytes; empty when there is no such file.
+// The file's first kMaxFileBytes; empty if it does not exist.
 std::string CgroupDirectory::Read(const char* name) const {
     const Sys::OwnedFd file(::openat(directory.Get(), name, O_RDONLY | O_CLOEXEC));
     std::string text;

@@ -1,16 +1,16 @@
-// One cgroup v2 directory: the files that the kernel keeps in it (cgroups(7), "cgroup-v2" of the
-// kernel's documentation). Which directory is a group, and whether it is a cgroup at all, is
-// cgroup_backend's business.
+// Reads and writes the kernel's files in a cgroup v2 directory (cgroups(7), and "cgroup-v2" in the
+// kernel's documentation). cgroup_backend decides which directory is a group, and whether it is a
+// cgroup at all.
 //
 //   cgroup.procs            one pid a line; writing one moves the process, "0" the writer
-//   cgroup.controllers      names with blanks between: what may be enabled for the children
-//   cgroup.subtree_control  what is enabled for them; written as "+NAME"
-//   memory.peak             bytes, its children's included (since Linux 5.19)
-//   memory.min              bytes that reclaim leaves alone
-//   memory.max              bytes that it may use; "max" without a limit
+//   cgroup.controllers      names separated by blanks: what can be enabled for the children
+//   cgroup.subtree_control  what is enabled for the children; written as "+NAME"
+//   memory.peak             bytes, including its children's (since Linux 5.19)
+//   memory.min              bytes protected from reclaim
+//   memory.max              limit in bytes; "max" without a limit
 //   memory.events           lines "NAME COUNT"; oom_kill: processes killed for lack of memory
-//   pids.max                tasks that it may hold; "max" without a limit
-//   cgroup.freeze           1: the processes in it, and in the cgroups in it, stand still
+//   pids.max                limit of tasks; "max" without a limit
+//   cgroup.freeze           writing 1 freezes the processes in it and in its descendants
 //   cgroup.kill             writing 1 kills all of them at once (since Linux 5.14)
 #pragma once
 
@@ -27,11 +27,11 @@
 
 namespace Kernel {
 
-// A group may hold any number of processes. No more than these are looked at when their resident
-// sizes stand in for a missing memory.peak, so that a plugin that forks without end delays nobody.
+// The bound on the processes whose resident sizes stand in for a missing memory.peak, so that a
+// plugin that forks endlessly delays nobody. A group may contain more.
 inline constexpr std::size_t kMaxCountedProcesses = 1024;
 
-// Move-only; holds the directory open. Operations return 0 or an error number unless they say
+// Move-only; keeps the directory open. Operations return 0 or an error number unless they say
 // otherwise. One thread at a time.
 class CgroupDirectory {
   public:
@@ -40,49 +40,48 @@ class CgroupDirectory {
         std::int64_t id;
     };
 
-    // Opens `path`, absolute. ENOENT also stands for what is no directory.
+    // Opens the absolute `path`. Returns ENOENT also when it is not a directory.
     static int Open(const std::string& path, CgroupDirectory& opened);
 
-    // Whether no process runs in the cgroup whose directory `descriptor` is open on, since it or
-    // one above it is frozen.
+    // Whether the cgroup whose directory `descriptor` is open on, or one above it, is frozen.
     static bool IsFrozen(int descriptor);
 
-    // Whether no process runs in this one, as the static one tells.
     bool IsFrozen() const { return IsFrozen(directory.Get()); }
-    // Whether it lies in a cgroup v2 hierarchy.
+    // Whether the directory belongs to a cgroup v2 hierarchy.
     bool IsCgroup2() const;
-    // The cgroup's 64-bit id, which is the directory's inode number on a 64-bit kernel; 0 when it
+    // The cgroup's 64-bit id, which on a 64-bit kernel is the directory's inode number; 0 if it
     // cannot be read.
     std::int64_t Id() const;
     std::vector<Child> Children() const;
-    // memory.peak, or the processes' resident sizes where there is none.
+    // Reads memory.peak or, if it does not exist, the processes' resident sizes.
     GroupMemory Memory() const;
-    // Of the directory and of those inside it, kMaxCountedProcesses at most.
+    // The processes of this cgroup and its descendants, at most kMaxCountedProcesses.
     std::vector<pid_t> Processes() const;
-    // memory.min in kilobytes; 0 where there is none.
+    // memory.min in kilobytes; 0 if it does not exist.
     std::uint64_t ReservationKB() const;
 
-    // Whether `memory` may be enabled for the children.
+    // Whether the memory controller can be enabled for the children.
     bool OffersMemory() const;
     int EnableMemory() const;
     int Reserve(std::uint64_t bytes) const;
-    // Lets `pids` limit the children.
+    // Enables the pids controller for the children.
     int EnableProcesses() const;
-    // Zero lifts a limit.
+    // Zero removes a limit.
     int LimitMemory(std::uint64_t bytes) const;
     int LimitProcesses(unsigned count) const;
     // memory.max in kilobytes, and pids.max; 0 without a limit.
     std::uint64_t MemoryLimitKB() const;
     unsigned ProcessLimit() const;
-    // How many processes the kernel has killed here for lack of memory; 0 where it does not count.
+    // How many processes the kernel has killed in this cgroup for lack of memory; 0 if it does not
+    // count them.
     std::uint64_t MemoryKills() const;
-    // Moves this process here, all its threads.
+    // Moves this process, with all its threads, into the cgroup.
     int MoveHere() const;
-    // Lets the processes here and in the cgroups in it stand still, which SIGKILL ends
-    // nevertheless, or go on. What begins here stands still too.
+    // Freezes or thaws the processes in the cgroup and its descendants, including processes that
+    // start in a frozen one. SIGKILL still kills frozen processes.
     int SetFrozen(bool frozen) const;
 
-    // Gives the descriptor up to the caller.
+    // Transfers the descriptor to the caller.
     Sys::OwnedFd TakeDescriptor() { return std::move(directory); }
 
   private:

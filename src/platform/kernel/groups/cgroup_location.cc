@@ -22,7 +22,7 @@ constexpr const char* kRootVariable = "SENTREL_CGROUP_ROOT";
 constexpr const char* kNotMounted = "no cgroup v2 hierarchy is mounted";
 
 std::optional<CgroupMount> FindMount() {
-    constexpr std::size_t kMaxBytes = 16 * 1024 * 1024;  // tens of thousands of mounts
+    constexpr std::size_t kMaxBytes = 16 * 1024 * 1024;  // enough for tens of thousands of mounts
     return FindCgroupMount(Sys::ReadProcFile("/proc/self/mountinfo", kMaxBytes));
 }
 
@@ -37,7 +37,7 @@ std::vector<std::string> SplitFields(const std::string& line) {
 
 bool IsOctalDigit(char digit) { return digit >= '0' && digit <= '7'; }
 
-// mountinfo writes blank, tab, line feed and backslash of a path as "\OOO".
+// mountinfo writes a blank, tab, line feed or backslash in a path as "\OOO".
 std::string Unescape(std::string_view text) {
     std::string plain;
     for (std::size_t position = 0; position < text.size(); ++position) {
@@ -80,7 +80,8 @@ bool IsDelegated(const std::string& directory) {
     return false;
 }
 
-// 0 when directories can be made, and processes moved into them, below `directory`.
+// Returns 0 if this process can create directories below `directory` and move processes into them;
+// otherwise the error number.
 int WriteProblem(const std::string& directory) {
     const std::string processes = directory + "/cgroup.procs";
     if (::faccessat(AT_FDCWD, directory.c_str(), W_OK | X_OK, AT_EACCESS) != 0 ||
@@ -94,7 +95,7 @@ std::string Parent(const std::string& directory) {
     return directory.substr(0, directory.rfind('/'));
 }
 
-// The delegated unit that is or holds one of a process's cgroups; empty when none does.
+// The delegated unit that is, or contains, the cgroup of a process; empty if there is none.
 std::string FindDelegatedUnit(const CgroupMount& mount, std::string_view ownCgroups) {
     std::string own = FindOwnCgroup(mount, ownCgroups);
     if (own.empty() || own == mount.directory) {
@@ -108,7 +109,7 @@ std::string FindDelegatedUnit(const CgroupMount& mount, std::string_view ownCgro
     return inLeaf && IsDelegated(parent) ? parent : "";
 }
 
-// Whether the user of a process may do what WriteProblem asks for; by the modes alone.
+// Whether the user of a process may do what WriteProblem checks, judged by file modes alone.
 bool MayWrite(const std::string& process, const std::string& directory) {
     struct stat user{};
     if (::stat(process.c_str(), &user) != 0 || user.st_uid == 0) {
@@ -125,8 +126,7 @@ bool MayWrite(const std::string& process, const std::string& directory) {
     return true;
 }
 
-// The value that the text of /proc/PID/environ (proc(5)) gives the variable; empty when it has
-// none.
+// The value of a variable in the text of /proc/PID/environ (proc(5)); empty if it is not set.
 std::string FindVariable(const std::string& environment, const std::string& name) {
     const std::string start = name + "=";
     std::istringstream variables(environment);

@@ -1,5 +1,5 @@
-// Where on this host the resource groups' directories lie: the cgroup v2 mount, the daemon's own
-// unit, or what SENTREL_CGROUP_ROOT names. Looks only; changes nothing.
+// Locates the directory of this host's resource groups: below the cgroup v2 mount, below the
+// daemon's own unit, or the one that SENTREL_CGROUP_ROOT names. Changes nothing.
 #pragma once
 
 #include <optional>
@@ -10,43 +10,43 @@
 
 namespace Kernel {
 
-// A cgroup v2 mount: its directory, and which cgroup of the hierarchy stands there.
+// A cgroup v2 mount: its directory, and the cgroup that is mounted there.
 struct CgroupMount {
     std::string directory;
     std::string root;
 };
 
 // The first cgroup v2 mount in the text of /proc/self/mountinfo (proc(5)) that shows the whole
-// hierarchy; else the first of all.
+// hierarchy, or else the first one.
 std::optional<CgroupMount> FindCgroupMount(std::string_view mountInfo);
 
 // The directory, below the mount, of the cgroup v2 cgroup in the text of /proc/self/cgroup
-// (cgroups(7)); empty when there is none or the mount does not show it.
+// (cgroups(7)); empty if there is none or the mount does not show it.
 std::string FindOwnCgroup(const CgroupMount& mount, std::string_view ownCgroups);
 
 struct GroupRoot {
     enum class Kind {
-        Named,          // by SENTREL_CGROUP_ROOT; it need not be a cgroup
-        DelegatedUnit,  // the daemon's own, which the service manager has delegated
+        Named,          // SENTREL_CGROUP_ROOT; may not be a cgroup
+        DelegatedUnit,  // the daemon's own unit, delegated by the service manager
         Mount,          // the cgroup v2 mount itself
-        None            // no cgroup v2 hierarchy can be written
+        None            // no writable cgroup v2 hierarchy
     };
     Kind kind = Kind::None;
-    std::string directory;  // without a slash at its end
-    std::string reason;     // of None, in words
+    std::string directory;  // without a trailing slash
+    std::string reason;     // why kind is None
 };
 
-// The leaf of a delegated unit that holds the daemon: a cgroup that has enabled controllers for its
-// children may hold no process.
+// The leaf cgroup that contains the daemon in a delegated unit: a cgroup with controllers enabled
+// for its children must not contain processes itself.
 inline constexpr std::string_view kDaemonLeaf = "daemon";
 
-// For the process that calls. A unit counts as delegated when the service manager has marked its
+// For the calling process. A unit counts as delegated when the service manager has marked its
 // cgroup (extended attribute user.delegate or trusted.delegate, systemd.resource-control(5)); a
-// process in the leaf kDaemonLeaf of such a unit belongs to it.
+// process in the leaf kDaemonLeaf of such a unit belongs to the unit.
 GroupRoot LocateGroupRoot();
 
-// For another process, as LocateGroupRoot has told it when it started. Where its environment may
-// not be read by this one, it counts as one without SENTREL_CGROUP_ROOT.
+// For another process: the result of LocateGroupRoot when that process started. If its environment
+// is not readable, SENTREL_CGROUP_ROOT is assumed to be unset.
 GroupRoot LocateGroupRootOf(pid_t process);
 
 }  // namespace Kernel

@@ -1,5 +1,6 @@
-// Resource groups of a daemon that may write no cgroup v2 hierarchy: names in this process, whose
-// members are the processes that the spawn call started into them. Nothing is limited or reserved.
+// Implements resource groups for a daemon without a writable cgroup v2 hierarchy: names in this
+// process, whose members are the processes that the spawn call started in them. Nothing is limited
+// or reserved.
 #pragma once
 
 #include "platform/kernel/groups/group_backend.h"
@@ -11,8 +12,8 @@
 
 namespace Kernel {
 
-// There are groups only as long as this object is there, and no groups inside groups. What a plugin
-// itself starts is not counted as a member.
+// Groups exist only as long as this object, and contain no other groups. A process that a plugin
+// starts does not count as a member.
 class EmbeddedBackend : public GroupBackend {
   public:
     // `processes` outlives the backend.
@@ -20,7 +21,7 @@ class EmbeddedBackend : public GroupBackend {
 
     int FindId(std::string_view path, std::int64_t& id) override EXCLUDES(lock);
     int ListMembers(std::int64_t id, std::vector<std::int64_t>& members) override EXCLUDES(lock);
-    // The resident sizes of the members stand in for what was reserved.
+    // Sums up the resident sizes of the members.
     int ReadMemory(std::int64_t id, GroupMemory& memory) override EXCLUDES(lock);
     std::uint64_t CountMemoryKills(std::string_view) override { return 0; }
     int OpenPlace(std::string_view path, GroupPlace& place) override EXCLUDES(lock);

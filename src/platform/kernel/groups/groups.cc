@@ -27,7 +27,8 @@ using Kind = GroupRoot::Kind;
 
 constexpr mode_t kLeafMode = 0755;
 
-// The one backend of the process, never destroyed with it: threads may use it until the end.
+// The one backend of the process. Never destroyed, since threads may use it until the process
+// exits.
 struct BackendInUse {
     Sys::Mutex lock;
     GroupBackend* backend GUARDED_BY(lock) = nullptr;
@@ -75,7 +76,7 @@ void LogNoReservation(const Ref<Logger>& logger, std::string_view path, std::str
                 "Nothing is reserved for resource group %1: %2", path, reason);
 }
 
-// Moves this process out of the unit's own cgroup, which could enable no controller otherwise.
+// Moves this process out of the unit's own cgroup, which otherwise could not enable controllers.
 void EnterLeaf(const std::string& unit) {
     const std::string leaf = unit + "/" + std::string(kDaemonLeaf);
     if (::mkdir(leaf.c_str(), kLeafMode) != 0 && errno != EEXIST) {
@@ -91,7 +92,7 @@ void EnterLeaf(const std::string& unit) {
     }
 }
 
-// What an operator should know of a root whose groups others make.
+// Logs what an operator should know about a root whose groups the daemon does not create.
 void CheckRoot(const Ref<Logger>& logger, const GroupRoot& root, std::string_view path) {
     CgroupDirectory directory;
     if (CgroupDirectory::Open(root.directory, directory) != 0 || !directory.IsCgroup2()) {
@@ -111,7 +112,7 @@ void MakeOwnGroup(const Ref<Logger>& logger, const GroupRoot& root, std::string_
             EnterLeaf(root.directory);
         }
         const std::string problem = EnsureGroup(path, reservationMB);
-        // that the process table reserves nothing has been said already
+        // PrepareGroups has already logged that the process table reserves nothing.
         if (!problem.empty() && root.kind == Kind::DelegatedUnit) {
             LogNoReservation(logger, path, problem);
         }

@@ -1,5 +1,5 @@
-// Which backend holds this process's resource groups, and the groups' provisioning: what the daemon
-// does at its start, and what the operator's tool offers. The launch path uses kis.h and spawn.h.
+// Chooses the backend of this process's resource groups and provisions groups, for the daemon's
+// start and the operator's tool. The launch path uses kis.h and spawn.h.
 #pragma once
 
 #include "platform/kernel/groups/group_backend.h"
@@ -9,28 +9,28 @@
 
 namespace Kernel {
 
-// For the daemon's start, before the first launch and on the main thread. Chooses the backend:
-// cgroups below SENTREL_CGROUP_ROOT, the daemon's own unit when that is delegated, or the cgroup v2
-// mount; where none of them can be written, a table in this process. One level-5 line of the logger
-// "Kernel" says which.
+// Prepares the daemon's group, before the first launch and on the main thread. Chooses the backend:
+// cgroups below SENTREL_CGROUP_ROOT, the daemon's own unit if it is delegated, or the cgroup v2
+// mount; if none of them is writable, a table in this process. The logger "Kernel" logs the choice
+// at level 5.
 //
-// The group `path` is made here in a delegated unit only (whose cgroup no one else could provision
-// in time; the daemon moves to its leaf "daemon" for that) and in the process table. Elsewhere the
-// operator makes it ("sentrelctl group ensure"); until then every look-up finds no group. Whoever
-// makes it also sets `limits`. Further level-5 lines say that nothing is reserved, or that a limit
-// is not in force, where the hierarchy lacks the controllers.
+// Creates the group `path` and sets `limits` only in the process table and in a delegated unit
+// (whose cgroup nobody else could provision in time; the daemon moves to its leaf "daemon" for
+// that). Elsewhere the operator creates the group ("sentrelctl group ensure"); until then every
+// look-up finds no group. Further level-5 lines report that nothing is reserved, or a limit is not
+// in effect, because the hierarchy lacks the controllers.
 //
-// Never fails: what goes wrong is a level-3 line, and launches are refused then.
+// Never fails: problems are logged at level 3, and launches are then refused.
 void PrepareGroups(std::string_view path, unsigned reservationMB, const GroupLimits& limits = {});
 
-// The backend in use. Without PrepareGroups (in tools) it is chosen at the first call, silently,
-// moving and making nothing. Any thread.
+// The backend in use. Without PrepareGroups (in tools), the first call chooses it silently, moving
+// and creating nothing. Any thread.
 GroupBackend& Groups();
 
-// Puts another backend in place of the one in use. While no other thread is in this library.
+// Replaces the backend in use. Call it while no other thread uses this library.
 void UseGroups(std::unique_ptr<GroupBackend> backend);
 
-// Provisioning; for the results and what is thrown see GroupBackend.
+// Provisioning; see GroupBackend for results and exceptions.
 std::string EnsureGroup(std::string_view path, unsigned reservationMB);
 std::string LimitGroup(std::string_view path, const GroupLimits& limits);
 GroupState ShowGroup(std::string_view path);

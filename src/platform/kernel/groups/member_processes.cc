@@ -14,7 +14,7 @@ namespace Kernel {
 
 namespace {
 
-// The start of /proc/PID/NAME, at most 127 bytes of it; empty once the process has ended.
+// At most 127 bytes from the start of /proc/PID/NAME; empty once the process has exited.
 std::string ReadProcessFile(pid_t pid, std::string_view name) {
     const std::string path = "/proc/" + std::to_string(pid) + "/" + std::string(name);
     return Sys::ReadProcFile(path, 127);

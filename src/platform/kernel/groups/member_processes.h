@@ -1,4 +1,4 @@
-// What /proc tells about the processes of a group.
+// Describes the processes of a group from /proc.
 #pragma once
 
 #include "platform/kernel/groups/group_backend.h"
@@ -10,10 +10,11 @@
 
 namespace Kernel {
 
-// Name and resident size of each process; those that have ended are left out.
+// Name and resident size of each process; processes that have exited are left out.
 std::vector<GroupProcess> DescribeProcesses(const std::vector<pid_t>& pids);
 
-// The sum of the resident sizes in kilobytes; ended processes count 0. One short read a process.
+// The sum of the resident sizes in kilobytes, without processes that have exited. One short read
+// for each process.
 std::uint64_t SumResidentKB(const std::vector<pid_t>& pids);
 
 }  // namespace Kernel

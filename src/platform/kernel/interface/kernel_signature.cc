@@ -18,13 +18,13 @@ namespace {
 
 constexpr std::string_view kMonths = " Jan Feb Mar Apr May Jun Jul Aug Sep Oct Nov Dec ";
 
-// What a kernel without a call answers, or a sandbox that takes it away.
+// The errors of a kernel without the call, or of a sandbox that blocks it.
 bool IsRefusal(int error) { return error == ENOSYS || error == EPERM; }
 
-// Clones into a descriptor that is never open: EBADF from a kernel that looks at it. An older one
-// finds the flag or the size of the arguments invalid.
+// Clones into a descriptor that is never open. A kernel with the feature returns EBADF; an older
+// one rejects the flag or the size of the arguments.
 bool OffersCloneIntoGroup() {
-    ChildPlan nothing;  // should a child come about after all, it ends at once
+    ChildPlan nothing;  // should a child start nevertheless, it exits at once
     Sys::PidFd process;
     const long result = CloneChild(nothing, INT_MAX, process);
     const int error = static_cast<int>(-result);
@@ -77,7 +77,7 @@ std::string BuildDateOfVersion(const std::string& version) {
 
 std::string RunningKernelDate() {
     utsname name{};
-    (void)::uname(&name);  // fails for a bad argument only
+    (void)::uname(&name);  // fails for an invalid argument only
     return BuildDateOfVersion(name.version);
 }
 

@@ -51,7 +51,7 @@ MSK_ReturnStatus Guarded(const Call& call) noexcept {
     }
 }
 
-// The only parameter of a list that is full; null when there is none of this type.
+// The parameter of a complete list with exactly one, if it has type T; null otherwise.
 template <typename T>
 const T* OnlyParameter(const KIS_ParamList* list) {
     if (list == nullptr || list->parameters.size() != 1 || list->capacity != 1) {
@@ -60,7 +60,7 @@ const T* OnlyParameter(const KIS_ParamList* list) {
     return std::get_if<T>(list->parameters.data());
 }
 
-// `T` is the type of a parameter.
+// `T` is a parameter's type.
 template <typename T>
 MSK_ReturnStatus Append(KIS_ParamList* list, T parameter) {
     if (list == nullptr || list->parameters.size() == list->capacity) {

@@ -1,24 +1,27 @@
-// System calls without the C library, for code that shares its memory and thread-local storage with
-// another thread, and the clone that starts such code; one version for each kind of processor.
+// Makes system calls without the C library, for code that shares memory and thread-local storage
+// with another thread, and starts such code with clone3. Each processor architecture has its own
+// version.
 //
-//    x86-64    number in rax, arguments in rdi, rsi, rdx, r10 and r8, result in rax; rcx, r11 are
-//    lost aarch64   number in x8, arguments in x0 to x4, result in x0
+//   x86-64   number in rax, arguments in rdi, rsi, rdx, r10, r8, result in rax; clobbers rcx, r11
+//   aarch64  number in x8, arguments in x0 to x4, result in x0
 #pragma once
 
 #include <linux/sched.h>
 #include <sys/syscall.h>
 
-// Keeps the sanitizers out of a function. A macro, since an attribute can have no other name.
+// Excludes a function from the sanitizers. A macro, since attributes cannot be named otherwise.
 #define UNINSTRUMENTED __attribute__((no_sanitize("address", "thread", "undefined")))
 
 namespace Kernel {
 
-// SystemCall(): returns what the kernel does, a negated error number for a failure; leaves errno
-// alone.
+// SystemCall(): returns what the kernel returns, a negated error number on failure; leaves errno
+// unchanged.
 //
-// CloneAndRun(): clone3, with `arguments.stack` a stack for the child, 16-byte aligned at both
-// ends. The child calls `run(start)`, which never returns, at the top of that stack with no frame
-// of the caller under it. Returns in the parent only: the child's pid or a negated error number.
+//
+// CloneAndRun(): calls clone3. `arguments.stack` is a stack for the child, 16-byte aligned at both
+// ends. The child calls `run(start)`, which never returns, at the top of that stack without a frame
+// of the caller below it. Returns only in the parent, with the child's pid or a negated error
+// number.
 
 #if defined(__x86_64__)
 
@@ -53,8 +56,8 @@ UNINSTRUMENTED inline long CloneAndRun(clone_args& arguments, void (*run)(const 
 
 #elif defined(__aarch64__)
 
-// The barrier orders what was written before the call against what the kernel writes in it, such as
-// the word that CLONE_CHILD_CLEARTID clears: this processor may reorder the two.
+// The barrier orders earlier writes before the kernel's writes, such as the word that
+// CLONE_CHILD_CLEARTID clears, since this processor may reorder the two.
 UNINSTRUMENTED inline long SystemCall(long number, long first, long second = 0, long third = 0,
                                       long fourth = 0, long fifth = 0) {
     register long x8 asm("x8") = number;

@@ -17,7 +17,7 @@ ProcessTable::ProcessTable() { entries.reserve(kMaxTrackedProcesses + 1); }
 
 void ProcessTable::Add(pid_t pid, Sys::PidFd process, std::int64_t groupId) {
     const Sys::MutexLock guard(lock);
-    // An entry of the same number is one that ended unnoticed.
+    // An entry with the same number belongs to a process that has exited unnoticed.
     std::erase_if(entries, [pid](const Entry& entry) { return entry.pid == pid; });
     entries.push_back({pid, std::move(process), groupId});
     if (entries.size() > kMaxTrackedProcesses) {

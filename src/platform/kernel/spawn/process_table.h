@@ -1,5 +1,5 @@
-// The processes that the spawn call started, each held by a pidfd, so that a signal to a number
-// that the kernel has given to somebody else in the meantime reaches nobody.
+// Keeps a pidfd for each process that the spawn call started, so that a signal never reaches
+// another process to which the kernel has given the number since.
 #pragma once
 
 #include "platform/sys/mutex.h"
@@ -13,29 +13,30 @@
 
 namespace Kernel {
 
-// Beyond this many processes that have not ended the oldest is forgotten (not signalled), so that
-// processes which never end cannot use up the daemon's descriptors.
+// The bound on running processes in the table. Beyond it the oldest is forgotten (not signalled),
+// so that processes that never exit cannot exhaust the daemon's descriptors.
 inline constexpr std::size_t kMaxTrackedProcesses = 256;
 
 // Any thread.
 class ProcessTable {
   public:
-    // The table of the spawn call and of Kill. Never destroyed.
+    // The table that the spawn call and Kill use. Never destroyed.
     static ProcessTable& Spawned();
 
     ProcessTable();
 
-    // Keeps a process of the group with that id (see GroupBackend). Never fails: the room is there.
+    // Adds a process of the group `groupId` (see GroupBackend). Never fails, since the memory is
+    // reserved.
     void Add(pid_t pid, Sys::PidFd process, std::int64_t groupId) EXCLUDES(lock);
-    // A process of the table, for whoever waits for its end; empty when it is not there (any more)
+    // A descriptor of the process, for waiting for its exit; empty if the table does not contain it
     // or the system refuses another descriptor.
     Sys::PidFd Hold(pid_t pid) EXCLUDES(lock);
-    // Drops the processes that have ended.
+    // Removes the processes that have exited.
     void DropEnded() EXCLUDES(lock);
-    // Drops the ended ones, then signals `pid`. Returns 0 or the error number of kill(2); a pid
-    // that is not in the table, 0 and negative ones too, gives ESRCH.
+    // Removes the processes that have exited, then signals `pid`. Returns 0 or the error number of
+    // kill(2); ESRCH for a pid that is not in the table, including 0 and negative ones.
     int Signal(pid_t pid, int signal) EXCLUDES(lock);
-    // The processes of one group that have not ended, oldest first.
+    // The running processes of one group, oldest first.
     std::vector<pid_t> MembersOf(std::int64_t groupId) EXCLUDES(lock);
 
   private:
@@ -51,9 +52,9 @@ class ProcessTable {
     std::vector<Entry> entries GUARDED_BY(lock);  // oldest first
 };
 
-// kill(2) for processes that the spawn call started: 0, or -1 with errno set. ESRCH once the
-// process is gone, and for every pid that the spawn call did not give; another process that has got
-// the number since is never signalled. Signal 0 tests only. Any thread.
+// kill(2) for processes that the spawn call started: returns 0, or -1 with errno set. ESRCH once
+// the process is gone, and for any other pid; never signals another process that got the number
+// since. Signal 0 only tests. Any thread.
 int Kill(pid_t pid, int signal);
 
 }  // namespace Kernel

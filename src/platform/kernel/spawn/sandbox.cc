@@ -1,5 +1,4 @@
-// The interface of Landlock is spelled out here: the kernel's headers of Debian 12 end at
-// version 2.
+// Defines the Landlock interface itself, since the kernel headers of Debian 12 end at version 2.
 #include "platform/kernel/spawn/sandbox.h"
 
 #include "platform/pellmar/log/logger.h"
@@ -27,7 +26,8 @@ constexpr std::uint64_t kEveryWrite =
     LANDLOCK_ACCESS_FS_MAKE_SOCK | LANDLOCK_ACCESS_FS_MAKE_FIFO | LANDLOCK_ACCESS_FS_MAKE_BLOCK |
     LANDLOCK_ACCESS_FS_MAKE_SYM;
 
-// struct landlock_ruleset_attr of version 6. Older kernels take it if what they lack is zero.
+// struct landlock_ruleset_attr of version 6. Older kernels accept it if the members they lack are
+// zero.
 struct RulesetAttributes {
     std::uint64_t files = 0;
     std::uint64_t network = 0;
@@ -62,7 +62,7 @@ int CreateSandboxRuleset(Sys::OwnedFd& ruleset) {
     for (const char* path : kWritableDirectories) {
         const Sys::OwnedFd directory(::open(path, O_PATH | O_DIRECTORY | O_CLOEXEC));
         if (!directory.IsOpen()) {
-            continue;  // a missing one: nothing can be written there
+            continue;  // a missing directory: nothing can be written there
         }
         const landlock_path_beneath_attr rule{attributes.files, directory.Get()};
         if (::syscall(SYS_landlock_add_rule, ruleset.Get(), LANDLOCK_RULE_PATH_BENEATH, &rule, 0) !=

@@ -34,7 +34,7 @@ bool IsDecimal(std::string_view text) {
            std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
 }
 
-// The path of the group that `argv` names; empty when it names none.
+// The path of the group that `argv` names; empty if it names none.
 std::string FindGroupPath(char* const argv[]) {
     for (; *argv != nullptr; ++argv) {
         std::string_view text = *argv;
@@ -73,18 +73,18 @@ int CheckArguments(const char* path, char* const argv[], char* const environment
     return 0;
 }
 
-// Takes the exit status of a child that has not executed; there is none where SIGCHLD is ignored.
+// Reaps a child that failed to execute its program. Fails, harmlessly, if SIGCHLD is ignored.
 void Reap(const Sys::PidFd& process) {
     siginfo_t ended{};
     (void)::waitid(P_PIDFD, static_cast<id_t>(process.Get()), &ended, WEXITED);
 }
 
-// What clone3 says of a group that is no more: the first when the kernel finds that out as it looks
-// at the descriptor, the second when it was removed in between.
+// The errors of clone3 for a removed group: ENOENT when the kernel finds out from the descriptor,
+// ENODEV when the group is removed during the call.
 bool IsGone(long result) { return result == -ENOENT || result == -ENODEV; }
 
-// Like CloneChild, in the group of that path, which may have been removed and made anew since its
-// place was looked up.
+// Like CloneChild, in the group at that path, which may have been removed and recreated since the
+// look-up of its directory.
 long CloneIntoGroup(const std::string& groupPath, ChildPlan& plan, Sys::PidFd& process,
                     std::int64_t& groupId) {
     GroupPlace place;
@@ -103,21 +103,21 @@ long CloneIntoGroup(const std::string& groupPath, ChildPlan& plan, Sys::PidFd& p
     return error == 0 ? clone() : -error;
 }
 
-// Only now, since before the exec the score would be the daemon's, whose memory the child shares.
-// A failure leaves the process as likely a victim as the daemon.
+// Runs after the exec, since before it the score would be the daemon's, whose memory the child
+// shares. On failure the process keeps the daemon's score.
 void RaiseOomScore(pid_t pid, const Sys::PidFd& process) {
     const std::string path = "/proc/" + std::to_string(pid) + "/oom_score_adj";
     const Sys::OwnedFd file(::open(path.c_str(), O_RDWR | O_CLOEXEC));
     std::array<char, 16> text{};
     if (process.HasEnded() || ::read(file.Get(), text.data(), text.size() - 1) <= 0 ||
         std::atoi(text.data()) >= kOomScoreAdjust) {
-        return;  // what the number stands for may be another process, or one that is raised
+        return;  // the number may belong to another process, or the score is already higher
     }
     const std::string score = std::to_string(kOomScoreAdjust);
     (void)!::pwrite(file.Get(), score.data(), score.size(), 0);
 }
 
-// Gives 0 and the pid, or an error number.
+// Returns 0 and sets `pid`, or returns an error number.
 int Start(const std::string& groupPath, ChildPlan& plan, pid_t& pid) {
     ProcessTable::Spawned().DropEnded();
     Sys::PidFd process;
@@ -168,7 +168,7 @@ SpawnResult Spawn(const char* path, char* const argv[], char* const environment[
         if (const int error = Start(groupPath, plan, pid); error != 0) {
             return Failed(error);
         }
-        // NOLINTNEXTLINE(performance-no-int-to-ptr): the record's format carries an address
+        // NOLINTNEXTLINE(performance-no-int-to-ptr): the record's format contains an address
         std::memcpy(reinterpret_cast<void*>(record->pidAddress), &pid, sizeof(pid));
         return {};
     } catch (const std::bad_alloc&) {

@@ -1,7 +1,7 @@
 // Between clone3 and execve the child shares memory, and this thread's thread-local storage, with
-// the daemon (CLONE_VM), whose thread waits until the child executes or ends. So the child has a
-// stack of its own, allocates nothing, takes no lock, and makes system calls directly: the C
-// library's functions would set the parent's errno. The sanitizers instrument none of it.
+// the daemon (CLONE_VM), whose thread waits until the child executes or exits. So the child has its
+// own stack, allocates nothing, takes no lock, and makes system calls directly: the C library's
+// functions would set the parent's errno. No sanitizer instruments this code.
 #include "platform/kernel/spawn/spawn_child.h"
 
 #include "platform/kernel/groups/cgroup_directory.h"
@@ -30,15 +30,15 @@ namespace {
 
 constexpr std::size_t kStackBytes = 16384;
 constexpr std::size_t kStackAlignment = 16;
-// While a child has not executed its program, how often it is looked whether its cgroup is frozen.
+// How often to check whether the cgroup is frozen while the child has not executed its program.
 constexpr std::chrono::milliseconds kFrozenLook{100};
-// What a killed child may take to end.
+// How long a killed child may take to exit.
 constexpr std::chrono::seconds kEndPatience{1};
 constexpr long kLastDescriptor = 0xffffffff;
 constexpr int kExecFailedStatus = 127;
 constexpr int kLastStandardSignal = 31;
 constexpr int kLastSignal = 64;
-// The kernel's own set of signals, which is smaller than the C library's: bit N - 1 is signal N.
+// The kernel's set of signals, smaller than the C library's: bit N - 1 is signal N.
 using SignalSet = std::uint64_t;
 constexpr SignalSet kAllSignals = ~SignalSet{0};
 constexpr SignalSet kNoSignals = 0;
@@ -54,20 +54,20 @@ constexpr SignalAction kDefaultAction{};
 
 UNINSTRUMENTED inline long Address(const void* pointer) { return reinterpret_cast<long>(pointer); }
 
-// Sets the mask of blocked signals; unlike the C library's call, the library's own signals too.
+// Sets the mask of blocked signals, including those that the C library reserves for itself.
 UNINSTRUMENTED inline void SetBlockedSignals(const SignalSet& blocked, SignalSet* previous) {
     (void)SystemCall(SYS_rt_sigprocmask, SIG_SETMASK, Address(&blocked), Address(previous),
-                     sizeof(SignalSet));  // fails for bad arguments only
+                     sizeof(SignalSet));  // fails for invalid arguments only
 }
 
-// The real-time signals that this process ignores. Each system call before exec makes a launch
-// later, and half of them would ask for these, so they are asked for once: what a daemon inherits
-// of them from its parent it keeps, for it uses none.
+// The real-time signals that this process ignores. Resetting all of them would double the system
+// calls before the exec, each of which delays the launch. So they are queried once; the daemon
+// changes none of those it inherits.
 SignalSet FindIgnoredRealTimeSignals() {
     SignalSet ignored = 0;
     for (int signal = kLastStandardSignal + 1; signal <= kLastSignal; ++signal) {
         SignalAction action{};
-        // directly, since the C library hides its own signals
+        // Directly, since the C library hides its own signals.
         const long result =
             SystemCall(SYS_rt_sigaction, signal, 0, Address(&action), sizeof(SignalSet));
         if (result == 0 && action.handler == reinterpret_cast<std::uint64_t>(SIG_IGN)) {
@@ -83,7 +83,7 @@ struct ChildStart {
 };
 
 UNINSTRUMENTED inline void SetDefault(int signal) {
-    // refused for SIGKILL and SIGSTOP, which have no other disposition
+    // Refused for SIGKILL and SIGSTOP, which have no other disposition.
     (void)SystemCall(SYS_rt_sigaction, signal, Address(&kDefaultAction), 0, sizeof(SignalSet));
 }
 
@@ -94,17 +94,17 @@ UNINSTRUMENTED inline void SetDefault(int signal) {
     }
 }
 
-// Gives 0 or a negated error number. Restricts the child alone: both belong to the task, not to the
-// memory that it shares.
+// Returns 0 or a negated error number. Restricts only the child: both restrictions belong to the
+// task, not to the shared memory.
 UNINSTRUMENTED inline long EnterSandbox(const ChildPlan& plan) {
     const long result = SystemCall(SYS_prctl, PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
     return result < 0 || plan.ruleset < 0 ? result
                                           : SystemCall(SYS_landlock_restrict_self, plan.ruleset, 0);
 }
 
-// The child's whole life before the program. All signals are blocked until the dispositions stand:
-// a handler of the daemon must not run here. The clone has taken the handlers away already, but
-// what was ignored still is.
+// Everything the child does before the program. All signals stay blocked until the dispositions are
+// reset: no handler of the daemon may run here. The clone has already removed the handlers, but not
+// the ignored dispositions.
 [[noreturn]] UNINSTRUMENTED void RunChild(const void* argument) {
     const auto* const start = static_cast<const ChildStart*>(argument);
     ChildPlan* const plan = start->plan;
@@ -116,7 +116,7 @@ UNINSTRUMENTED inline long EnterSandbox(const ChildPlan& plan) {
             SetDefault(signal);
         }
     }
-    (void)SystemCall(SYS_setsid, 0);  // a new process leads no group, so it cannot fail
+    (void)SystemCall(SYS_setsid, 0);  // cannot fail: a new process leads no group
     long result = SystemCall(SYS_chdir, Address("/"));
     if (result < 0) {
         EndChild(plan, result);
@@ -127,7 +127,8 @@ UNINSTRUMENTED inline long EnterSandbox(const ChildPlan& plan) {
             EndChild(plan, result);
         }
     }
-    // The table is the child's copy (no CLONE_FILES): the daemon's descriptors stay open.
+    // The descriptor table is the child's copy (no CLONE_FILES), so the daemon's descriptors stay
+    // open.
     result = SystemCall(SYS_close_range, 3, kLastDescriptor, 0);
     if (result < 0) {
         EndChild(plan, result);
@@ -137,16 +138,17 @@ UNINSTRUMENTED inline long EnterSandbox(const ChildPlan& plan) {
                               Address(plan->environment)));
 }
 
-// What the child uses of the daemon's memory as long as it shares it.
+// The daemon's memory that the child uses while it shares it.
 struct ChildMemory {
-    // The kernel makes it 0, and wakes who waits for that, once the child executes or ends
+    // The kernel sets it to 0 and wakes its waiters once the child executes or exits
     // (CLONE_CHILD_CLEARTID).
     std::atomic<std::uint32_t> isShared{1};
     alignas(kStackAlignment) std::array<std::byte, kStackBytes> stack;
 };
 static_assert(sizeof(std::atomic<std::uint32_t>) == sizeof(std::uint32_t));
 
-// Not CLONE_VFORK, which waits without end. False when the memory is still shared after `patience`.
+// Replaces CLONE_VFORK, which waits indefinitely. Returns false if the memory is still shared after
+// `patience`.
 bool AwaitUnshared(const std::atomic<std::uint32_t>& isShared, std::chrono::nanoseconds patience) {
     using std::chrono::steady_clock;
     const steady_clock::time_point end = steady_clock::now() + patience;
@@ -163,7 +165,7 @@ bool AwaitUnshared(const std::atomic<std::uint32_t>& isShared, std::chrono::nano
     return true;
 }
 
-// 0 once the child executes or has ended; otherwise why it is not waited for any longer.
+// Returns 0 once the child has executed or exited; otherwise the reason to stop waiting.
 int AwaitProgram(const std::atomic<std::uint32_t>& isShared, int groupDirectory,
                  std::chrono::milliseconds patience) {
     while (!AwaitUnshared(isShared, std::min(patience, kFrozenLook))) {
@@ -178,10 +180,10 @@ int AwaitProgram(const std::atomic<std::uint32_t>& isShared, int groupDirectory,
     return 0;
 }
 
-// A killed child executes no further instruction, so its stack and plan are free even when the
-// kernel holds it; only isShared is written to at its end, whenever that is.
+// A killed child executes no further instruction, so its stack and plan are free even when it is
+// blocked in the kernel; the kernel still writes isShared when it exits, whenever that is.
 void KillChild(std::unique_ptr<ChildMemory> memory, Sys::PidFd& process) {
-    (void)process.Signal(SIGKILL);  // fails only when it has ended
+    (void)process.Signal(SIGKILL);  // fails only if it has exited
     if (!AwaitUnshared(memory->isShared, kEndPatience)) {
         (void)memory.release();
         process = {};
