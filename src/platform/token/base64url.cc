@@ -31,7 +31,7 @@ std::optional<std::string> DecodeBase64Url(std::string_view text) {
     }
     std::string bytes;
     bytes.reserve(text.size() / 4 * 3 + 2);
-    std::uint32_t bits = 0;  // those that make no whole byte yet, lowest last
+    std::uint32_t bits = 0;  // those that do not yet fill a byte, lowest last
     unsigned bitCount = 0;
     for (const char character : text) {
         const std::uint8_t digit = kDigits[static_cast<std::uint8_t>(character)];

@@ -1,4 +1,5 @@
-// base64url without padding (RFC 4648, section 5; RFC 7515, section 2), read strictly.
+// Encodes base64url without padding (RFC 4648 section 5; RFC 7515 section 2), and decodes it
+// strictly.
 #pragma once
 
 #include <optional>
@@ -7,9 +8,8 @@
 
 namespace Token {
 
-// The bytes of `text`, or nothing when it is not the one way to write them: a character outside the
-// alphabet (padding and blanks too), a length that no bytes have, bits behind the last byte that
-// are not zero.
+// The bytes of `text`; nothing if it is not their canonical encoding: a character outside the
+// alphabet (including padding and blanks), an impossible length, non-zero bits after the last byte.
 std::optional<std::string> DecodeBase64Url(std::string_view text);
 
 std::string EncodeBase64Url(std::string_view bytes);

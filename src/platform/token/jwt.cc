@@ -67,7 +67,7 @@ bool DecodeObject(std::string_view part, const char* name, json& object, std::st
     return true;
 }
 
-// Those that name or bring a key, or change what is signed or must be understood.
+// The members that name or contain a key, change what is signed, or declare critical extensions.
 std::string ForbiddenMember(const json& header) {
     constexpr std::array kForbidden = {"crit", "jwk", "jku", "x5c", "x5u", "b64"};
     const auto* const found =

@@ -25,12 +25,12 @@ namespace {
 
 using nlohmann::json;
 
-constexpr std::size_t kCoordinateBytes = 32;  // of P-256; an ES256 signature is two such numbers
+constexpr std::size_t kCoordinateBytes = 32;  // of P-256; an ES256 signature has two
 constexpr std::size_t kMinModulusBits = 2048;
-constexpr std::size_t kMaxModulusBits = 8192;  // a check costs with the square of it
+constexpr std::size_t kMaxModulusBits = 8192;  // the time of a check grows with its square
 constexpr std::size_t kMaxExponentBytes = 4;
 
-// The value of a member that is a string; nothing when there is none or it is something else.
+// The value of a string member; null if it is absent or not a string.
 const std::string* TextOf(const json& object, const char* name) {
     const auto member = object.find(name);
     return member == object.end() ? nullptr : member->get_ptr<const std::string*>();
@@ -42,7 +42,7 @@ bool IsPrivate(const json& jwk) {
                        [&jwk](const char* name) { return jwk.contains(name); });
 }
 
-// Empty when the key's own words allow verifying with `algorithm`.
+// Returns why the key itself rules out verifying with `algorithm`; empty if it does not.
 std::string UseFault(const json& jwk, Algorithm algorithm) {
     if (jwk.contains("alg") && jwk["alg"] != NameOf(algorithm)) {
         return "its alg is not " + std::string(NameOf(algorithm));
@@ -79,7 +79,7 @@ std::string_view WithoutLeadingZeros(std::string_view bytes) {
     return bytes.substr(std::min(bytes.find_first_not_of('\0'), bytes.size()));
 }
 
-// Of a number without leading zeros.
+// `bytes` is a number without leading zeros.
 std::size_t BitLength(std::string_view bytes) {
     if (bytes.empty()) {
         return 0;
@@ -101,7 +101,7 @@ std::string ModulusFault(const json& jwk) {
                std::to_string(kMinModulusBits) + " to " + std::to_string(kMaxModulusBits) +
                " are accepted";
     }
-    // With the exponent 1 everybody can sign.
+    // With the exponent 1, anyone could forge a signature.
     const std::string_view exponent = WithoutLeadingZeros(*exponentBytes);
     const bool isOdd = !exponent.empty() && (exponent.back() & 1) != 0;
     return !isOdd || exponent == "\x01" || exponent.size() > kMaxExponentBytes
@@ -113,7 +113,7 @@ struct ReleaseJson {
     void operator()(json_t* value) const { json_decref(value); }
 };
 
-// Only the members that were checked reach the library. Empty when it makes no key of them.
+// Passes only checked members to the library. Returns null if the library cannot build a key.
 evp_pkey_st* MakeKey(const json& jwk, Algorithm algorithm) {
     const auto member = [&jwk](const char* name) { return TextOf(jwk, name)->c_str(); };
     const std::unique_ptr<json_t, ReleaseJson> checked(
@@ -132,7 +132,7 @@ const unsigned char* BytesIn(std::string_view text) {
     return reinterpret_cast<const unsigned char*>(text.data());
 }
 
-// libcrypto takes ASN.1 where JWS has the two numbers side by side. Empty for a wrong length.
+// libcrypto takes ASN.1, whereas JWS concatenates the two numbers. Empty for a wrong length.
 std::string ToAsn1(std::string_view signature) {
     if (signature.size() != 2 * kCoordinateBytes) {
         return "";

@@ -1,4 +1,4 @@
-// How a reason shows a value as it was sent.
+// Quotes a value from outside in the reason for a refusal.
 #pragma once
 
 #include <string>
@@ -6,8 +6,8 @@
 
 namespace Token {
 
-// In double quotes; cut to 64 bytes, at a whole character of UTF-8, with "..." behind the quotes.
-// Control characters stay: the logger writes them harmlessly.
+// Returns `value` in double quotes, cut to 64 bytes at a whole UTF-8 character, with "..." after
+// the quotes if cut. Keeps control characters, which the logger escapes.
 std::string Quote(std::string_view value);
 
 }  // namespace Token

@@ -44,7 +44,7 @@ bool CheckAudience(const json& document, std::string_view audience, std::string&
            Refuse(reason, "its aud does not hold the audience " + Quote(audience));
 }
 
-// Seconds since 1970 (RFC 7519, NumericDate) of a member; empty when it is absent or no number.
+// A member in seconds since 1970 (RFC 7519, NumericDate); nothing if it is absent or not a number.
 std::optional<double> NumberOf(const json& document, const char* name) {
     const auto member = document.find(name);
     return member != document.end() && member->is_number() ? std::optional(member->get<double>())

@@ -1,4 +1,4 @@
-// Tokens as a scheme of authentication: between the API's filters and the token verifier.
+// The API's authentication scheme for tokens: connects the API's filters with the token verifier.
 #pragma once
 
 #include "platform/pellmar/log/logger.h"
@@ -17,14 +17,15 @@ class TokenHandler : public Quon::Authn::AsyncAuthenticationHandler {
     TokenHandler(Token::TrustSettings settings,
                  const Pellmar::Ref<Pellmar::Service::Logger>& logger);
 
-    // A call without a token is anonymous; one with a valid token comes from its subject, with its
-    // entitlements. Any other token gives the unauthenticated error, which does not say why.
+    // A call without a token is anonymous; a call with a valid token comes from the token's
+    // subject, with its entitlements. Any other token results in the unauthenticated error, which
+    // does not say why.
     void Authenticate(const Quon::CallContext& context,
                       Quon::AsyncResult<Quon::AuthenticationData> result) override;
     std::optional<Quon::AuthenticationData> Recognize(const Quon::CallContext& context) override;
 
   private:
-    // Nothing when the token is not valid: `reason` says why.
+    // Returns nothing and sets `reason` if the token is not valid.
     std::optional<Quon::AuthenticationData> Verify(const std::string& token, std::string& reason);
 
     const Pellmar::Ref<Pellmar::Service::Logger> logger;
@@ -35,7 +36,7 @@ class TokenHandler : public Quon::Authn::AsyncAuthenticationHandler {
 
 namespace OruToken::Authz {
 
-// A caller holds exactly the privileges that its token names.
+// A caller has exactly the privileges that its token lists.
 class JwtEntitlementCheckerImpl : public Quon::Authz::EntitlementChecker {
   public:
     bool IsEntitled(const Quon::AuthenticationData& caller,

@@ -51,7 +51,7 @@ using JsonHandle = std::unique_ptr<json_t, Release>;
 
 void IgnoreError(void*, const char*, int, std::uint64_t, const char*, va_list) {}
 
-// Left to itself the library writes its errors to standard error.
+// By default the library prints its errors to standard error.
 std::unique_ptr<jose_cfg_t, Release> Quiet() {
     std::unique_ptr<jose_cfg_t, Release> settings(jose_cfg());
     jose_cfg_set_err_func(settings.get(), IgnoreError, nullptr);
@@ -76,7 +76,7 @@ std::string MemberOf(const JsonHandle& object, const char* name) {
     return text == nullptr ? "" : text;
 }
 
-// RFC 7638 over SHA-256.
+// The RFC 7638 thumbprint with SHA-256.
 std::string ThumbprintOf(const JsonHandle& jwk) {
     const JsonHandle thumbprint(jose_jwk_thp(Quiet().get(), jwk.get(), "S256"));
     return thumbprint ? json_string_value(thumbprint.get()) : "";
@@ -91,7 +91,7 @@ std::string DirectoryOf(const std::string& rootedPath) {
                                "run this as root, and make room if none is left", error.value());
 }
 
-// Held while a set is read, changed and replaced; the kernel drops it with the descriptor.
+// The lock held while a set is read, changed and replaced; closing the descriptor releases it.
 Sys::OwnedFd LockDirectory(const std::string& rootedPath) {
     Sys::OwnedFd directory(open(rootedPath.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!directory.IsOpen() || flock(directory.Get(), LOCK_EX) != 0) {
@@ -100,12 +100,13 @@ Sys::OwnedFd LockDirectory(const std::string& rootedPath) {
     return directory;
 }
 
-// The JWK Set of that text, or an empty one. Throws Pellmar::Exception when it is none.
+// Parses `text` as a JWK Set, or returns an empty set if it is missing or empty. Throws
+// Pellmar::Exception for anything else.
 json SetOf(const std::optional<std::string>& text) {
     if (!text || text->empty()) {
         return json{{"keys", json::array()}};
     }
-    (void)ParseTrustSet(*text);  // throws unless it is a set within its bounds
+    (void)ParseTrustSet(*text);  // throws unless it is a JWK Set within the bounds
     return json::parse(*text);
 }
 
@@ -165,7 +166,7 @@ SigningKey::SigningKey(const std::string& jwk) {
     if (!half || half->GetAlgorithm() != Algorithm::Es256) {
         throw Pellmar::Exception("is no ES256 key: " + (half ? "it is an RSA key" : reason));
     }
-    (void)SignText("{}");  // throws unless the private half belongs to the public one
+    (void)SignText("{}");  // throws unless the halves belong together
 }
 
 SigningKey SigningKey::Generate() {

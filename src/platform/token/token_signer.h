@@ -1,5 +1,5 @@
-// The issuing side of tokens, for the operator's tool: a signing key, where it is kept, the tokens
-// that it signs, and its public half in the trust set. The daemon only verifies.
+// Issues tokens, for the operator's tool: generates, stores and loads a signing key, signs tokens,
+// and adds the public half to the trust set. The daemon only verifies.
 #pragma once
 
 #include <chrono>
@@ -9,7 +9,7 @@
 
 namespace Token {
 
-// What a token is to say. exp is `issued` and `lifetime` later.
+// The content of a token. exp is `issued` plus `lifetime`.
 struct TokenRequest {
     std::string issuer;
     std::string audience;
@@ -19,30 +19,30 @@ struct TokenRequest {
     std::chrono::seconds lifetime{};
 };
 
-// An ES256 key with its private half, and its RFC 7638 thumbprint as `kid`. All paths are host
-// paths. Every failure is a Pellmar::Exception or one of its kinds, whose text names the file and
+// An ES256 key with its private half and its RFC 7638 thumbprint as `kid`. All paths are host
+// paths. Every failure throws Pellmar::Exception or one of its kinds, whose text names the file and
 // what to do.
 class SigningKey {
   public:
     static SigningKey Generate();
-    // Pellmar::NotFoundException when there is no file.
+    // Throws Pellmar::NotFoundException if the file does not exist.
     static SigningKey Load(const std::string& path);
 
-    // Writes both halves to `path`, atomically, mode 0600, replacing what is there; a directory
-    // that is missing is made with mode 0700.
+    // Writes both halves to `path`, atomically, mode 0600, replacing an existing file; creates a
+    // missing directory with mode 0700.
     void Save(const std::string& path) const;
-    // Adds the public half to the JWK Set at `path`, atomically, mode 0644; a set that is missing
-    // is made. A key of the same kid is replaced, all else in the set is kept, and what is no JWK
-    // Set is left alone, which is a failure. Callers take turns, other processes too.
+    // Adds the public half to the JWK Set at `path`, atomically, mode 0644; creates a missing set.
+    // Replaces a key with the same kid and keeps everything else. Fails, leaving the file
+    // unchanged, if it is not a JWK Set. A lock serializes callers, including other processes.
     void AddToTrustSet(const std::string& path) const;
 
     const std::string& GetId() const { return id; }
-    // The token in compact serialization. Pellmar::InvalidArgumentException when a verifier would
-    // refuse it whatever the time: an empty subject, a name that is too long, too many of them.
+    // Returns the token in compact serialization. Throws Pellmar::InvalidArgumentException for a
+    // token that is never valid: an empty subject, a name that is too long, too many entitlements.
     std::string Sign(const TokenRequest& request) const;
 
   private:
-    // `jwk`: a JSON object with both halves.
+    // `jwk` is a JSON object with both halves.
     explicit SigningKey(const std::string& jwk);
 
     std::string SignText(std::string_view payload) const;

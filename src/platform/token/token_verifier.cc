@@ -12,7 +12,7 @@ namespace Token {
 
 TrustSettings ReadTrustSettings(const Pellmar::Service::ConfigReader& reader) {
     TrustSettings settings;
-    // A missing setting leaves its default.
+    // A missing setting keeps its default.
     (void)reader.GetString("issuer", settings.issuer);
     (void)reader.GetString("audience", settings.audience);
     (void)reader.GetString("jwks", settings.jwks);
@@ -31,7 +31,7 @@ bool TokenVerifier::Verify(std::string_view token, std::chrono::system_clock::ti
         return ParseJwt(token, jwt, document, reason) && CheckSignature(token, jwt, reason) &&
                ReadClaims(document, settings.issuer, settings.audience, now, claims, reason);
     } catch (const std::exception&) {
-        reason = "no memory";  // nothing else throws here; this needs none
+        reason = "no memory";  // nothing else throws here; short enough to need no allocation
         return false;
     }
 }

@@ -1,6 +1,6 @@
-// Decides whether a token is to be believed, in this order: its form (jwt), a key of the trust set
-// that fits, the signature, the claims. Where the token comes from and what it then allows is
-// others' business.
+// Decides whether a token is valid. Checks, in this order, its form (jwt), finds a matching key of
+// the trust set, and checks the signature and the claims. The callers obtain the token and decide
+// what it permits.
 #pragma once
 
 #include "platform/pellmar/config.h"
@@ -18,27 +18,27 @@ namespace Token {
 
 struct Jwt;
 
-// Whose tokens are believed; read once, at start.
+// Which tokens are trusted; read once, at start.
 struct TrustSettings {
     std::string issuer = "sentrel";
     std::string audience = "sentrel";
     std::string jwks = "/etc/korvex/oru/token/jwks.json";  // the trust set, a host path
 };
 
-// The settings `issuer`, `audience` and `jwks`; the defaults of those that are missing.
+// The settings `issuer`, `audience` and `jwks`, with defaults for missing ones.
 TrustSettings ReadTrustSettings(const Pellmar::Service::ConfigReader& reader);
 
 // One thread at a time.
 class TokenVerifier {
   public:
-    // The trust set speaks through `logger`; the verifier itself logs nothing.
+    // The trust set logs through `logger`; the verifier itself logs nothing.
     TokenVerifier(TrustSettings settings, const Pellmar::Ref<Pellmar::Service::Logger>& logger);
 
-    // Whether `token`, in compact serialization, is valid at `now`. If so, `claims` is what it
-    // says. Else `reason` names the check that failed in one sentence without a full stop that
-    // starts with "it" or "no", quotes at most 64 bytes of a value as sent, and holds nothing of
-    // the signature; control characters in it are the logger's to escape. The keys are those of the
-    // trust set's file as it is now.
+    // Whether `token`, in compact serialization, is valid at `now`. If so, sets `claims` to its
+    // claims. Otherwise sets `reason` to one sentence about the failed check, without a full stop,
+    // that starts with "it" or "no", quotes at most 64 bytes of a value as sent, and contains
+    // nothing of the signature; the logger escapes its control characters. Uses the keys in the
+    // trust set's file at the time of the call.
     bool Verify(std::string_view token, std::chrono::system_clock::time_point now,
                 TokenClaims& claims, std::string& reason) noexcept;
 

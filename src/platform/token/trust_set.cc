@@ -29,7 +29,7 @@ std::int64_t Nanoseconds(const timespec& time) {
     return time.tv_sec * kPerSecond + time.tv_nsec;
 }
 
-// How a log line names a key: by its place in the set, and its id if it has one.
+// The name of a key in log lines: its position in the set, and its id if it has one.
 std::string NameOfKey(std::size_t index, const json& jwk) {
     const std::string place = "key " + std::to_string(index + 1);
     const bool hasId = jwk.is_object() && jwk.contains("kid") && jwk["kid"].is_string();
@@ -91,7 +91,7 @@ TrustSet::TrustSet(std::string path, Pellmar::Ref<Pellmar::Service::Logger> logg
     : path(std::move(path)), logger(std::move(logger)) {}
 
 const std::vector<PublicKey>& TrustSet::Keys() {
-    // Looked at before it is read: a change in between shows as one more reading.
+    // Stamped before it is read: a change in between only causes another read.
     const Stamp stamp = StampOf(Sys::HostPath(path));
     if (lastStamp != stamp) {
         Read();

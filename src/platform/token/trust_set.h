@@ -1,6 +1,5 @@
-// The trust set: the file with the public keys that tokens are verified with, a JWK Set (RFC 7517,
-// section 5). It is a key file, so it is read again when it has changed. Choosing a key and
-// verifying with it is the verifier's business.
+// The trust set: the file with the public keys that verify tokens, a JWK Set (RFC 7517 section 5).
+// It is read again whenever it has changed. The verifier chooses a key and verifies with it.
 #pragma once
 
 #include "platform/pellmar/log/logger.h"
@@ -19,46 +18,45 @@ struct stat;
 namespace Token {
 
 inline constexpr std::size_t kMaxTrustSetBytes = 1024 * 1024;
-// A token without a key id is tried with each of them.
+// Limits the cost of a token without a key id, which is tried with each key.
 inline constexpr std::size_t kMaxTrustedKeys = 16;
 
 struct TrustedKeys {
     std::vector<PublicKey> keys;
-    std::vector<std::string> unused;  // for each other key of the set: which, and why not
+    std::vector<std::string> unused;  // for each other key of the set: which one, and why
 };
 
-// Reads the text of a JWK Set. Throws Pellmar::Exception, in words without the file's name, when it
-// is none, or holds more than kMaxTrustedKeys keys.
+// Parses the text of a JWK Set. Throws Pellmar::Exception, whose text does not name the file, if it
+// is not one or contains more than kMaxTrustedKeys keys.
 TrustedKeys ParseTrustSet(std::string_view text);
 
-// The bytes of the file at `path` (a host path); nothing when there is none. Throws
-// Pellmar::IOException, in words without the file's name, when it is too long, no regular file, or
-// cannot be read.
+// The bytes of the file at the host path `path`; nothing if it does not exist. Throws
+// Pellmar::IOException, whose text does not name the file, if it is too long, not a regular file,
+// or cannot be read.
 std::optional<std::string> ReadTrustSet(const std::string& path);
 
 // One thread at a time.
 class TrustSet {
   public:
-    // `path` is a host path. Nothing is read yet.
+    // `path` is a host path. Reads nothing yet.
     TrustSet(std::string path, Pellmar::Ref<Pellmar::Service::Logger> logger);
 
-    // The keys of the file as it is now: it is read when its inode, size or times are not those of
-    // the last look. A missing, unreadable or malformed file has no keys, which a level-3 line says
-    // at each reading, as it names each key that is not used. Never fails. Valid until the next
-    // call.
+    // The keys in the file now: reads it if its inode, size or times differ from the previous call.
+    // A missing, unreadable or malformed file has no keys; each read logs that at level 3, as well
+    // as every key that is not used. Never fails. The result is valid until the next call.
     const std::vector<PublicKey>& Keys();
-    // Another number after each reading.
+    // Changes with each read.
     std::uint64_t Generation() const { return generation; }
 
   private:
-    // By what a changed file is told.
+    // Detects a changed file.
     struct Stamp {
-        int errorNumber = 0;  // of the look itself; the rest is 0 then
+        int errorNumber = 0;  // of stat itself; the rest is then 0
         std::uint64_t device = 0;
         std::uint64_t inode = 0;
         std::int64_t size = 0;
         std::int64_t modified = 0;  // nanoseconds since 1970
-        std::int64_t changed = 0;   // the same, of modes and names too
+        std::int64_t changed = 0;   // the same, also for changes of mode and name
         bool operator==(const Stamp&) const = default;
     };
 

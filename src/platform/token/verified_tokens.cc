@@ -21,7 +21,7 @@ void VerifiedTokens::Add(std::string_view token, std::uint64_t keyGeneration) {
     }
 }
 
-// False when memory is out: the token is then unknown, and checked in full.
+// Returns false when memory is exhausted: the token then counts as unknown and is checked in full.
 bool VerifiedTokens::DigestOf(std::string_view token, Digest& digest) {
     return EVP_Digest(token.data(), token.size(), digest.data(), nullptr, EVP_sha256(), nullptr) ==
            1;

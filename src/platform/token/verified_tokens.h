@@ -1,6 +1,6 @@
-// Which tokens were found to be signed well, so that a client that calls with one token over and
-// over costs one signature check, the dearest part of a small call. Everything else about a token,
-// its times above all, is checked at each call.
+// Remembers tokens with a valid signature, so that a client that keeps calling with one token costs
+// one signature check, the most expensive part of a small call. All other checks, especially of
+// times, are made at each call.
 #pragma once
 
 #include <array>
@@ -12,13 +12,12 @@ namespace Token {
 
 inline constexpr std::size_t kMaxVerifiedTokens = 32;
 
-// Keeps digests, no tokens. One thread at a time.
+// Keeps digests, not tokens. One thread at a time.
 class VerifiedTokens {
   public:
-    // Whether these bytes were remembered under that generation of the trusted keys.
+    // Whether the token was added under this generation of the trusted keys.
     bool Has(std::string_view token, std::uint64_t keyGeneration);
-    // Remembers them instead of the one remembered longest ago. Those of another generation are
-    // forgotten.
+    // Adds the token in place of the oldest one. Forgets those of another generation.
     void Add(std::string_view token, std::uint64_t keyGeneration);
 
   private:
@@ -29,7 +28,7 @@ class VerifiedTokens {
 
     std::array<Digest, kMaxVerifiedTokens> digests{};
     std::size_t count = 0;  // of digests that are in use
-    std::size_t next = 0;   // where the next one goes
+    std::size_t next = 0;   // where the next one is stored
     std::uint64_t generation = 0;
 };
 
