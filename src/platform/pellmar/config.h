@@ -1,5 +1,5 @@
-// The configuration as the framework and the system read it. The host configuration store
-// implements it; the framework knows only this.
+// The interface through which the framework and the system read their configuration. The host's
+// configuration store implements it.
 #pragma once
 
 #include "platform/pellmar/object.h"
@@ -10,8 +10,8 @@
 
 namespace Pellmar::Service {
 
-// Reads settings by key. Each call returns whether the key is there with a value of the wanted
-// type, and leaves `value` unchanged when it is not. Keys are passed as they stand, "/" included.
+// Reads settings by key. Each call returns whether the key exists with a value of the wanted type,
+// and otherwise leaves `value` unchanged. Keys are passed as they are, "/" included.
 class ConfigReader : public ObjectImpl {
   public:
     virtual bool GetInt(std::string_view key, std::int32_t& value) const = 0;
@@ -19,14 +19,14 @@ class ConfigReader : public ObjectImpl {
     virtual bool GetString(std::string_view key, std::string& value) const = 0;
 };
 
-// One loaded entry of the configuration store. Immutable once initialised, so any thread may read.
+// A loaded entry of the configuration store. Immutable once initialised, so any thread may read.
 class Config : public ObjectImpl {
   public:
-    // Called once, right after creation, before any other use.
+    // Call it once, right after creation and before any other use.
     virtual void Initialize() = 0;
     virtual Ref<ConfigReader> GetReader() const = 0;
-    // The reader of another entry of the same store, with no value at all when that entry does not
-    // exist. Throws a std::exception when it is broken.
+    // The reader of another entry of the same store; without any value if that entry does not
+    // exist. Throws a std::exception if the entry is invalid.
     virtual Ref<ConfigReader> GetReaderOf(std::string_view key, std::string_view group,
                                           std::string_view component) const = 0;
 };

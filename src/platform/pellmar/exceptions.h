@@ -1,4 +1,4 @@
-// The framework's exception family. Throw the narrowest; the text names the object and the reason.
+// The framework's exceptions. Throw the narrowest; its text names the object and the reason.
 #pragma once
 
 #include <cstddef>
@@ -7,21 +7,21 @@
 
 namespace Pellmar {
 
-// What happened, what to do about it, and the system's error number, each where there is one.
+// What happened and, optionally, what to do about it and the system's error number.
 class Throwable : public std::exception {
   public:
-    // `errorNumber` is the system's, whose text `happened` says if it matters.
+    // `errorNumber` is the system's error; `happened` describes it if it matters.
     explicit Throwable(const std::string& happened, const std::string& advice = {},
                        int errorNumber = 0);
-    // What happened is "what: the system's text of `errorNumber`".
+    // WhatHappened becomes "what: the system's text of `errorNumber`".
     Throwable(const std::string& what, int errorNumber, const std::string& advice = {});
 
-    // "what happened; advice", or what happened alone.
+    // "what happened; advice", or just what happened.
     const char* what() const noexcept override { return text.c_str(); }
     std::string WhatHappened() const { return text.substr(0, happenedSize); }
-    // In the imperative; empty when there is none.
+    // In the imperative; may be empty.
     std::string Advice() const;
-    // 0 when the failure is not the system's.
+    // 0 unless the system reported the failure.
     int ErrorNumber() const { return errorNumber; }
 
   private:
@@ -35,7 +35,7 @@ class Exception : public Throwable {
     using Throwable::Throwable;
 };
 
-// A read, write or other use of a file or a connection failed.
+// Reading, writing or otherwise using a file or connection failed.
 class IOException : public Exception {
   public:
     using Exception::Exception;

@@ -1,4 +1,4 @@
-// Reference-counted objects of the framework and the smart pointer that holds them.
+// The framework's reference-counted objects and the smart pointer that holds them.
 #pragma once
 
 #include <atomic>
@@ -10,14 +10,14 @@
 
 namespace Pellmar {
 
-// What every framework object offers. Interfaces derive from it virtually, so that an
-// implementation takes its counting from ObjectImpl once.
+// The interface of every framework object. Interfaces derive from it virtually, so that an
+// implementation inherits the counting of ObjectImpl only once.
 class Object {
   public:
     virtual void IncRef() const noexcept = 0;
-    // Destroys the object at the last reference.
+    // Destroys the object with the last reference.
     virtual void DecRef() const noexcept = 0;
-    // A short text that names the object in a log line.
+    // A short name of the object for log lines.
     virtual std::string ToString() const = 0;
 
     Object(const Object&) = delete;
@@ -28,7 +28,8 @@ class Object {
     virtual ~Object() = default;
 };
 
-// The reference count. Any thread may count; a new object has no reference until a Ref holds it.
+// Implements the reference count, for any thread; a new object has no reference until a Ref holds
+// it.
 class ObjectImpl : public virtual Object {
   public:
     void IncRef() const noexcept override { references.fetch_add(1, std::memory_order_relaxed); }

@@ -15,8 +15,8 @@ namespace Pellmar::Http {
 
 namespace {
 
-// One buffer that the last connection of this thread gave back: most requests find theirs here, and
-// the allocator does not return and fetch the pages again for each of them.
+// The buffer that this thread's last connection released. Most requests reuse it, which saves the
+// allocator from returning and fetching its pages for each of them.
 thread_local std::unique_ptr<char[]> tSpareInput;
 
 std::unique_ptr<char[]> TakeInputBuffer() {
@@ -101,7 +101,7 @@ bool Connection::Wait(short events, TimePoint until) const {
         const int ready =
             ::poll(&entry, 1, static_cast<int>(std::max<std::int64_t>(left.count(), 0)));
         if (ready != 0 && (ready > 0 || errno != EINTR)) {
-            return true;  // the next call on the socket says what a failed poll would
+            return true;  // the next call on the socket reports why poll failed
         }
         if (ready == 0 && left.count() <= 0) {
             return false;
@@ -110,7 +110,7 @@ bool Connection::Wait(short events, TimePoint until) const {
 }
 
 void Connection::FinishSending() {
-    (void)::shutdown(socket.Get(), SHUT_WR);  // fails only when the client is gone already
+    (void)::shutdown(socket.Get(), SHUT_WR);  // fails only if the client has already disconnected
 }
 
 void Connection::ExpectBody(std::uint64_t length, std::uint64_t arrived) {
@@ -121,13 +121,13 @@ void Connection::ExpectBody(std::uint64_t length, std::uint64_t arrived) {
 
 std::uint64_t Connection::BodyArrived() const {
     int inKernel = 0;
-    (void)::ioctl(socket.Get(), FIONREAD, &inKernel);  // a connected socket always tells it
+    (void)::ioctl(socket.Get(), FIONREAD, &inKernel);  // always succeeds for a connected socket
     return bodyReceived + static_cast<std::uint64_t>(inKernel);
 }
 
 void Connection::GiveWay() {
     gaveWay = true;
-    (void)::shutdown(socket.Get(), SHUT_RD);  // wakes who waits; fails only when the client is gone
+    (void)::shutdown(socket.Get(), SHUT_RD);  // wakes waiters; fails only if the client is gone
 }
 
 void Connection::Abort() const { (void)::shutdown(socket.Get(), SHUT_RDWR); }

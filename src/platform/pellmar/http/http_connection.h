@@ -1,5 +1,5 @@
-// One accepted connection: its socket and the bytes that arrived and were not used yet. One thread
-// owns it at a time; whose turn it is, and for how long it may wait, is the service's business.
+// An accepted connection: its socket and the received bytes that are not used yet. One thread owns
+// it at a time; the service decides which one, and how long it may wait.
 #pragma once
 
 #include "platform/http1/request_head.h"
@@ -23,58 +23,59 @@ class Connection : public ObjectImpl {
     enum class Fill { Data, Nothing, End, Failed };
     enum class Sending { Done, MustWait, Failed };
 
-    // `socket` is connected and non-blocking. `deadline` is that of the first head.
+    // `socket` is connected and non-blocking. `deadline` applies to the first head.
     Connection(std::uint64_t id, Sys::OwnedFd socket, TimePoint now, TimePoint deadline);
     ~Connection() override;
 
     std::uint64_t GetId() const { return id; }
     int GetSocket() const { return socket.Get(); }
 
-    // The bytes that arrived and were not consumed.
+    // The bytes received but not consumed.
     std::string_view Unread() const { return {input.get() + begin, end - begin}; }
     void Consume(std::size_t count);
-    // Takes what has arrived, without waiting. There must be room: fewer than kInputBytes unread.
+    // Receives what has arrived, without waiting. The buffer must not be full: fewer than
+    // kInputBytes may be unread.
     Fill FillInput();
-    // Drops what is unread, and what has arrived.
+    // Discards the unread bytes and everything that has arrived.
     Fill Discard();
-    // Gives the memory of the input back; nothing is unread.
+    // Frees the input buffer. Nothing may be unread.
     void ReleaseInput();
 
-    // Sends from `bytes`, which loses what was sent, without waiting.
+    // Sends from the front of `bytes` and removes what was sent, without waiting.
     Sending Send(std::string_view& bytes);
-    // Waits until the socket is readable (`events` POLLIN) or writable (POLLOUT); false when it is
-    // not by `until`.
+    // Waits until the socket is readable (`events` POLLIN) or writable (POLLOUT); returns false if
+    // it is not by `until`.
     bool Wait(short events, TimePoint until) const;
-    // Ends the sending side, so that the client sees the end of the answer.
+    // Shuts down the sending side, so that the client sees the end of the response.
     void FinishSending();
-    // Ends both sides: reads and writes of other threads fail at once. Any thread.
+    // Shuts down both sides: reads and writes of other threads fail at once. Any thread.
     void Abort() const;
 
-    // How the current body comes in. What is const, and GiveWay, may be called by any thread.
+    // The progress of the current body. Any thread may call const functions and GiveWay.
     //
-    // A body of `length` bytes, of which `arrived` are unread here, begins.
+    // Starts a body of `length` bytes, of which `arrived` bytes are unread here.
     void ExpectBody(std::uint64_t length, std::uint64_t arrived);
-    // Bytes of the body that the kernel or this object holds, or that were consumed.
+    // The number of the body's bytes in the kernel, in this object or already consumed.
     std::uint64_t BodyArrived() const;
     bool BodyIsHere() const { return BodyArrived() >= bodyLength; }
-    // Ends the wait for the body: what did not arrive so far is not waited for.
+    // Stops waiting for the body: bytes that have not arrived by now are lost.
     void GiveWay();
     bool GaveWay() const { return gaveWay; }
-    // A thread waits for this body, or has received it.
+    // Whether a thread is reading this body or has read it.
     std::atomic<bool> bodyIsRead = false;
 
-    // For the bound of connections: whether a whole request has been read, and when it was last
-    // answered, or accepted before that.
+    // For the bound of connections: whether a whole request has been read, and when the connection
+    // was last answered or, before that, accepted.
     bool hasSentRequest = false;
     TimePoint since;
-    // Since when the current request, whose body has not arrived, waits for a place.
+    // Since when the current request, whose body has not arrived, has been waiting for a place.
     std::optional<TimePoint> gatedSince;
-    // Where the search for the end of the current head stands.
+    // Searches for the end of the current head.
     Http1::HeadScanner scanner;
-    // When the current head must be complete, or a lingering end is cut; none before the first byte
-    // of a head on a kept connection.
+    // When the current head must be complete or lingering stops; unset before the first byte of a
+    // head on a kept connection.
     std::optional<TimePoint> deadline;
-    // An answer was sent before the request was read to its end: whatever comes is dropped.
+    // A response was sent before the whole request was read, so all further input is discarded.
     bool lingers = false;
 
   private:

@@ -20,7 +20,7 @@ using Clock = std::chrono::steady_clock;
 
 namespace {
 
-// Field values of one name combined (RFC 9110 section 5.3), so that a second Content-Type is seen.
+// Combines all values of a field (RFC 9110 section 5.3), so that a second Content-Type is noticed.
 std::string CombinedValue(const Http1::RequestHead& head, std::string_view name) {
     std::string combined;
     bool isFirst = true;
@@ -45,8 +45,8 @@ Exchange::Exchange(Ref<ServiceImpl> service, Ref<Connection> connection,
       isHttp10(head.MinorVersion() == 0),
       keepsConnection(Http1::KeepsConnection(head)),
       expectsContinue(!isHttp10 && Http1::ListHasToken(head, "expect", "100-continue")) {
-    // A transfer coding wins over a length (RFC 9112 section 6.3), and this service decodes none:
-    // then there is no length, and where the body ends is unknown.
+    // A transfer coding overrides a length (RFC 9112 section 6.3). This service decodes none, so
+    // there is no length, and the end of the body is unknown.
     bodyIsUnbounded = head.Find("transfer-encoding").has_value();
     hasLength = !bodyIsUnbounded && length.kind != Http1::LengthKind::Absent;
     if (hasLength) {
@@ -189,7 +189,7 @@ bool Exchange::SendAnswer(const ResponseCode& code) {
     return SendAll(ResponseText(code, service->GetHeaderBlock(), keepsConnection ? keep : "close"));
 }
 
-// What the job or handler left without an answer. A client whose body broke off gets none.
+// Sends the response that job or handler did not send. A client that broke off its body gets none.
 void Exchange::SendWhatIsOwed() {
     if (answered || bodyState == BodyState::Gone) {
         return;

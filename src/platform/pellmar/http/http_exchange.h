@@ -1,5 +1,5 @@
-// One request and its response on a connection: what handler and job see of it. Its end, the last
-// reference to it, sends what is still to be sent and gives the connection back to the service.
+// A request and its response, as the handler and the job see them. Its destructor sends a response
+// that is still due and returns the connection to the service.
 #pragma once
 
 #include "platform/http1/request_head.h"
@@ -18,7 +18,7 @@ class ServiceImpl;
 
 class Exchange final : public ObjectImpl, public Request, public Response {
   public:
-    // `length` has been found usable. The head's views are copied where they are needed later.
+    // `length` has been checked. Copies from `head` what is needed later.
     Exchange(Ref<ServiceImpl> service, Ref<Connection> connection, const Http1::RequestHead& head,
              const Http1::ContentLength& length);
     ~Exchange() override;
@@ -40,9 +40,9 @@ class Exchange final : public ObjectImpl, public Request, public Response {
     void BeginBody();
     void AwaitBody();
     [[noreturn]] void FailBody(BodyState failure, const std::string& reason);
-    // Waits for the socket while another thread serves. False when `deadline` passed.
+    // Waits for the socket while another thread serves. Returns false once `deadline` has passed.
     bool WaitAside(short events, Connection::TimePoint deadline);
-    // Sends all of `bytes`, waiting for a slow client; false when it cannot be sent.
+    // Sends all of `bytes`, waiting for a slow client; returns false if they cannot be sent.
     bool SendAll(std::string_view bytes);
     bool SendAnswer(const ResponseCode& code);
     void SendWhatIsOwed();
@@ -56,7 +56,7 @@ class Exchange final : public ObjectImpl, public Request, public Response {
     const bool expectsContinue;
     std::int64_t contentLength = 0;
     bool hasLength = false;
-    // The end of the body cannot be found in the bytes of the connection.
+    // The end of the body cannot be determined.
     bool bodyIsUnbounded = false;
 
     std::uint64_t bodyLeft = 0;

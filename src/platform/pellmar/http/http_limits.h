@@ -1,4 +1,4 @@
-// The bounds of the HTTP service: what one client, and all of them together, can hold.
+// The HTTP service's bounds on the resources of one client and of all together.
 #pragma once
 
 #include <chrono>
@@ -7,28 +7,28 @@
 namespace Pellmar::Http {
 
 inline constexpr std::size_t kMaxHeadBytes = 16 * 1024;
-// Open connections. Below the usual limit of 1,024 descriptors even when each has a file open
-// beside.
+// The number of open connections, below the usual limit of 1,024 descriptors even if each has an
+// open file as well.
 inline constexpr std::size_t kMaxConnections = 512;
-// Posts at a time whose bodies were not here when their heads were: each holds a thread while its
-// body is read.
+// The number of posts at a time whose bodies did not arrive with their heads: each occupies a
+// thread while its body is read.
 inline constexpr std::size_t kMaxBodies = 256;
-// What one connection reads ahead; larger than a head.
+// The input buffer of a connection; larger than a head.
 inline constexpr std::size_t kInputBytes = 64 * 1024;
-// What a connection that was answered early may still send before it is cut.
+// How much a connection with an early response may still send before it is closed.
 inline constexpr std::size_t kMaxLingerBytes = 16 * 1024 * 1024;
 
-// Times, as they are outside tests.
+// Timeouts; tests use shorter ones.
 struct HttpTimes {
     std::chrono::milliseconds head{30'000};       // from the first byte of a head to its end
-    std::chrono::milliseconds kept{60'000};       // without a request on a kept connection
-    std::chrono::milliseconds bodyStall{30'000};  // without a byte of a body that is read
+    std::chrono::milliseconds kept{60'000};       // between requests on a kept connection
+    std::chrono::milliseconds bodyStall{30'000};  // between bytes while a body is read
     std::chrono::milliseconds body{120'000};      // from the first read of a body to its end
-    std::chrono::milliseconds bodyGrace{100};     // for a body while other posts wait for its place
-    std::chrono::milliseconds send{30'000};       // for a client to take an answer
-    std::chrono::milliseconds linger{5'000};      // for a client to see an answer that came early
-    std::chrono::milliseconds acceptPause{100};   // after the descriptors have run out
-    std::chrono::milliseconds stop{1'000};        // for requests in work when the service stops
+    std::chrono::milliseconds bodyGrace{100};     // for a body whose place other posts wait for
+    std::chrono::milliseconds send{30'000};       // for a client to receive a response
+    std::chrono::milliseconds linger{5'000};      // for a client to see an early response
+    std::chrono::milliseconds acceptPause{100};   // after running out of descriptors
+    std::chrono::milliseconds stop{1'000};        // for running requests when the service stops
 };
 
 }  // namespace Pellmar::Http

@@ -1,4 +1,4 @@
-// Requests, responses, status codes and the handler interface of the HTTP service.
+// The HTTP service's requests, responses, status codes and handler interface.
 #pragma once
 
 #include "platform/pellmar/object.h"
@@ -11,7 +11,7 @@
 
 namespace Pellmar::Http {
 
-// A status with its reason text; copied freely.
+// A status with its reason phrase; cheap to copy.
 struct ResponseCode {
     int status;
     const char* reason;
@@ -28,41 +28,40 @@ struct ResponseCode {
     static const ResponseCode InternalServerError;    // 500
 };
 
-// Header fields that every response carries, beside Content-Length, Connection and Date.
+// Header fields of every response, in addition to Content-Length, Connection and Date.
 using HeaderDefinitions = std::vector<std::pair<std::string, std::string>>;
 // Server and Cache-Control.
 HeaderDefinitions GetDefaultResponseHeadersDefinitions();
 
-// One request. The handler and one job after it use it, never at the same time.
+// A request. The handler and then one job use it, never at the same time.
 class Request : public virtual Object {
   public:
-    // The Content-Type value as sent, parameters included; empty when there is none.
+    // The Content-Type value as sent, including parameters; empty if absent.
     virtual const std::string& GetContentType() const = 0;
-    // The path of the target without the query, not percent-decoded.
+    // The target's path without the query, not percent-decoded.
     virtual const std::string& GetUrl() const = 0;
-    // False when the request has no length; 2^63-1 stands for all that is larger.
+    // Returns false if the request has no length; larger lengths are reported as 2^63-1.
     virtual bool GetContentLength(std::int64_t& length) const = 0;
-    // Reads up to `size` bytes of the body; -1 at its end. Waits for the client. Throws IOException
-    // when the body ends early, stalls for 30 s, has not arrived whole 120 s after its first read,
-    // or gives way to a post that waits.
+    // Reads up to `size` bytes of the body, waiting for the client; returns -1 at its end. Throws
+    // IOException when the body ends early, stalls for 30 s, is incomplete 120 s after the first
+    // read, or gives way to a waiting post.
     virtual int ReadBody(char* buffer, std::size_t size) = 0;
 };
 
-// The one response of a request. When it is released without having been sent, the status that was
-// set is sent, or 500 when none was.
+// The response of a request. If it is released unsent, the status that was set is sent, or 500 if
+// none was.
 class Response : public virtual Object {
   public:
-    // Answers at once with `code` and no body. A client that is gone is no error here.
+    // Sends `code` without a body at once. Ignores that a client is gone.
     virtual void Reply(const ResponseCode& code) = 0;
     // Sets the status that Complete sends.
     virtual void SetStatus(const ResponseCode& code) = 0;
-    // Sends the response. Throws IOException when it cannot be sent.
+    // Sends the response. Throws IOException if it cannot be sent.
     virtual void Complete() = 0;
 };
 
-// Called on threads of the HTTP service, several at once. Whoever keeps request and response may
-// answer after the call has returned. An exception that leaves a call is logged and answered with
-// 500.
+// Handles requests on threads of the HTTP service, several at once. A handler may keep request and
+// response and respond after the call. An exception from a call is logged and answered with 500.
 class RequestHandler : public virtual Object {
   public:
     virtual void HandleDelete(const Ref<Request>& request, const Ref<Response>& response) = 0;
@@ -72,7 +71,7 @@ class RequestHandler : public virtual Object {
     virtual void HandlePut(const Ref<Request>& request, const Ref<Response>& response) = 0;
 };
 
-// Answers every operation with 405 and "Allow: POST".
+// Responds to every operation with 405 and "Allow: POST".
 class RequestHandlerMixin : public virtual RequestHandler {
   public:
     void HandleDelete(const Ref<Request>& request, const Ref<Response>& response) override;

@@ -7,7 +7,7 @@ namespace Pellmar::Http {
 
 namespace {
 
-// The Date field line (RFC 9110 section 5.6.7), formatted once a second on each thread.
+// The Date field line (RFC 9110 section 5.6.7), which each thread formats once a second.
 std::string_view DateLine() {
     thread_local std::array<char, 48> line{};
     thread_local std::size_t length = 0;

@@ -1,4 +1,4 @@
-// The bytes of a response head (RFC 9112 section 4). All responses of the service have no body.
+// Composes response heads (RFC 9112 section 4). The service's responses have no body.
 #pragma once
 
 #include "platform/pellmar/http/http_message.h"
@@ -8,11 +8,11 @@
 
 namespace Pellmar::Http {
 
-// `headers` as field lines, ready to be copied into every response.
+// Formats `headers` as field lines, to be copied into every response.
 std::string HeaderBlock(const HeaderDefinitions& headers);
 
-// The whole response: status line, Content-Length 0, `headerBlock`, Date, "Allow: POST" with a 405,
-// and a Connection field with the option `connection` ("close", "keep-alive") unless that is empty.
+// The whole response: status line, Content-Length 0, `headerBlock`, Date, "Allow: POST" for a 405,
+// and the field Connection with `connection` ("close" or "keep-alive") unless that is empty.
 std::string ResponseText(const ResponseCode& code, std::string_view headerBlock,
                          std::string_view connection);
 

@@ -1,6 +1,6 @@
-// The service's life and its runners. What is done with connections stands in
-// http_service_accept.cc (taking them in and timing them out) and http_service_requests.cc (their
-// requests).
+// Starts and stops the service and its runners. http_service_accept.cc accepts connections and
+// times them out, http_service_requests.cc handles their requests, http_service_bodies.cc limits
+// the bodies that are being read.
 #include "platform/pellmar/http/http_service.h"
 
 #include "platform/pellmar/exceptions.h"
@@ -25,10 +25,10 @@ namespace {
 
 constexpr std::size_t kMinRunners = 2;
 constexpr std::size_t kMaxRunners = 8;
-// Events that one wait takes.
+// The maximum number of events from one wait.
 constexpr int kMaxReadyEvents = 16;
 
-// The service whose runner this thread is.
+// The service for which this thread is a runner.
 thread_local ServiceImpl* tRunnerOf = nullptr;
 
 int Opened(int descriptor, const char* what) {
@@ -107,7 +107,7 @@ void ServiceImpl::Stop() {
         }
     }
     waiting.clear();
-    (void)::eventfd_write(stopEvent.Get(), 1);  // cannot fail: the counter is far from its end
+    (void)::eventfd_write(stopEvent.Get(), 1);  // cannot fail: the counter is far from its maximum
 
     const auto allEnded = [this]() REQUIRES(lock) {
         return slots.empty() && runners == 0 && runnersAside == 0;
@@ -142,8 +142,8 @@ void ServiceImpl::StartRunner() {
     }
 }
 
-// One runner. It ends when the service stops, when there are enough others, or when it has nothing
-// to do while another one waits for events.
+// The loop of a runner. It ends when the service stops, when too many runners exist, or when it has
+// nothing to do while another runner waits for events.
 void ServiceImpl::Serve() {
     tRunnerOf = this;
     std::uint64_t event = 0;
@@ -153,7 +153,7 @@ void ServiceImpl::Serve() {
     tRunnerOf = nullptr;
 }
 
-// False when this runner is to end; it is not counted any more then.
+// Returns false if this runner is to end; it then no longer counts.
 bool ServiceImpl::NextEvent(std::uint64_t& event) {
     Sys::MutexLock held(lock);
     for (;;) {
@@ -174,7 +174,7 @@ bool ServiceImpl::NextEvent(std::uint64_t& event) {
         held.Lock();
         leaderWaits = false;
         for (int index = 0; index < count; ++index) {
-            // a copy: epoll_event is packed, so a reference into it may be misaligned
+            // A copy: epoll_event is packed, so a reference into it may be misaligned.
             readyEvents.push_back(std::uint64_t{ready[static_cast<std::size_t>(index)].data.u64});
         }
         if (count > 1 && runners < maxRunners) {

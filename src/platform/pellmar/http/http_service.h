@@ -1,6 +1,6 @@
-// The HTTP service: accepts connections, gives their requests to one handler, bounds what they can
-// hold. HTTP/1.1 with kept connections and pipelining, answers in order; bodies of known length
-// only.
+// The HTTP service: accepts connections, passes their requests to one handler, and bounds their
+// resources. Supports HTTP/1.1 with persistent connections and pipelining; bodies need a known
+// length.
 #pragma once
 
 #include "platform/pellmar/http/http_message.h"
@@ -12,16 +12,15 @@ namespace Pellmar::Http {
 
 class HttpService : public ObjectImpl {
   public:
-    // Installs the one handler; before Start.
+    // Sets the handler. Call it before Start.
     virtual void SetHandler(const Ref<RequestHandler>& handler) = 0;
-    // Begins to accept; the handler is called on threads of the framework's pool.
+    // Starts to accept; calls the handler on threads of the framework's pool.
     virtual void Start() = 0;
-    // Stops accepting, closes idle connections, and waits a short while for requests in work.
-    // Idempotent.
+    // Stops accepting, closes idle connections, and waits briefly for running requests. Idempotent.
     virtual void Stop() = 0;
 };
 
-// The service keeps `socket`, which listens already, and logs through `logger`.
+// Creates a service that owns `socket`, which already listens, and logs through `logger`.
 Ref<HttpService> CreateHttpSvc(const Ref<System::ServerSocket>& socket,
                                const Ref<Service::Logger>& logger,
                                const HeaderDefinitions& headers);

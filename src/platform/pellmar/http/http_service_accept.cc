@@ -1,4 +1,4 @@
-// Taking connections in, within their bound and whatever the kernel says, and timing them out.
+// Accepts connections up to their bound, survives errors of accept, and times connections out.
 #include "platform/http1/connection_bound.h"
 #include "platform/pellmar/http/http_service_events.h"
 #include "platform/pellmar/http/http_service_impl.h"
@@ -20,10 +20,10 @@ using Clock = std::chrono::steady_clock;
 
 namespace {
 
-// How long accepting pauses at most when all connections are in work; one that ends resumes it at
-// once.
+// The longest pause of accepting when all connections are busy; the end of a connection resumes it
+// at once.
 constexpr std::chrono::milliseconds kFullPause{1'000};
-// An accept error after this time without one is told anew.
+// An accept error is logged again if there was none for this time.
 constexpr std::chrono::minutes kQuietTime{1};
 
 Http1::WaitingConnection ForBound(const Connection& connection) {
@@ -32,7 +32,7 @@ Http1::WaitingConnection ForBound(const Connection& connection) {
 
 }  // namespace
 
-// One connection an event: the listener stays ready while more of them wait.
+// Accepts one connection for each event: the listener stays readable while more are pending.
 void ServiceImpl::Accept(std::size_t listener) {
     if (!MakeRoom()) {
         PauseAccepting(kFullPause);
@@ -48,7 +48,7 @@ void ServiceImpl::Accept(std::size_t listener) {
     }
 }
 
-// False when all connections that may be open are open and in work.
+// Returns false if the maximum number of connections is open and all are busy.
 bool ServiceImpl::MakeRoom() {
     bool boundIsNew = false;
     {
@@ -86,7 +86,7 @@ void ServiceImpl::HandleAcceptError(int error) {
     }
 }
 
-// Most clients have sent their request by now, so it is looked for before anything is waited for.
+// Checks for a request first, since most clients have sent it by now.
 void ServiceImpl::Admit(Sys::OwnedFd accepted) {
     const TimePoint now = Clock::now();
     Ref<Connection> connection;
@@ -102,8 +102,8 @@ void ServiceImpl::Admit(Sys::OwnedFd accepted) {
     ReadHead(connection);
 }
 
-// For a bounded time always: a connection that ends just now may have looked for the pause before
-// it began.
+// The pause is always bounded: a connection that ends just now may have checked for a pause before
+// it started.
 void ServiceImpl::PauseAccepting(std::chrono::milliseconds duration) {
     WatchListeners(0);
     Sys::MutexLock held(lock);
@@ -118,13 +118,13 @@ void ServiceImpl::ResumeAccepting() const { WatchListeners(EPOLLIN); }
 void ServiceImpl::WatchListeners(std::uint32_t events) const {
     for (std::size_t index = 0; index < listeners.size(); ++index) {
         (void)Register(EPOLL_CTL_MOD, listeners[index], events,
-                       kFirstListenerEvent + index);  // changing a registration takes no memory
+                       kFirstListenerEvent + index);  // modifying a registration allocates nothing
     }
 }
 
-// Makes room for a new connection. False when every connection is in work.
+// Frees a slot for a new connection. Returns false if every connection is busy.
 bool ServiceImpl::CloseOneThatWaits() {
-    Ref<Connection> closed;  // ends after the lock is released
+    Ref<Connection> closed;  // destroyed after the lock is released
     {
         Sys::MutexLock held(lock);
         const TimePoint now = Clock::now();
@@ -150,7 +150,7 @@ bool ServiceImpl::CloseOneThatWaits() {
 }
 
 ServiceImpl::SlotIterator ServiceImpl::Erase(SlotIterator slot) {
-    slot->second.waits = false;  // so that its place goes to another one
+    slot->second.waits = false;  // so that its place goes to another post
     FreePlace(slot->second);
     return slots.erase(slot);
 }
@@ -186,8 +186,8 @@ void ServiceImpl::CloseOverdue() {
     }
 }
 
-// Sets the timer when `due` comes before what it is set to. A connection whose time is extended
-// leaves it alone: the timer then comes early, once, and is set anew.
+// Sets the timer if `due` is earlier than its current time. When the time of a connection is
+// extended the timer is left alone: it fires early once and is then set again.
 void ServiceImpl::ArmTimer(TimePoint due) {
     if (due >= timerDue) {
         return;
@@ -199,7 +199,7 @@ void ServiceImpl::ArmTimer(TimePoint due) {
     setting.it_value.tv_sec = static_cast<std::time_t>(sinceEpoch / 1'000'000'000);
     setting.it_value.tv_nsec = static_cast<long>(sinceEpoch % 1'000'000'000);
     (void)::timerfd_settime(timer.Get(), TFD_TIMER_ABSTIME, &setting,
-                            nullptr);  // arguments are valid
+                            nullptr);  // the arguments are valid
 }
 
 }  // namespace Pellmar::Http

@@ -1,5 +1,6 @@
-// The places of posts whose bodies have still to arrive: who gets one, who waits, who gives way. A
-// post whose body is here with its head needs none, so slow clients cannot keep it waiting.
+// Assigns the places for posts whose bodies have still to arrive: who gets one, who waits, who
+// gives way. A post that arrives together with its body needs none, so slow clients cannot delay
+// it.
 #include "platform/pellmar/http/http_service_impl.h"
 
 #include <algorithm>
@@ -25,7 +26,7 @@ double Rate(std::uint64_t bytes, Clock::duration time) {
 
 }  // namespace
 
-// False when all places are taken; AwaitPlace is next then.
+// Returns false if all places are taken; call AwaitPlace then.
 bool ServiceImpl::TakePlace(const Ref<Connection>& connection, std::uint64_t length,
                             std::uint64_t arrived) {
     bool boundIsNew = false;
@@ -50,7 +51,7 @@ bool ServiceImpl::TakePlace(const Ref<Connection>& connection, std::uint64_t len
     return false;
 }
 
-// Reads ahead while the connection waits: a request that arrives whole is dispatched.
+// Reads ahead while the connection waits: a request that becomes complete is dispatched.
 void ServiceImpl::AwaitPlace(const Ref<Connection>& connection, std::size_t headLength,
                              std::uint64_t requestLength) {
     if (!connection->gatedSince) {
@@ -64,7 +65,7 @@ void ServiceImpl::AwaitPlace(const Ref<Connection>& connection, std::size_t head
             return;
         }
         if (unread == kInputBytes) {
-            events = 0;  // no room: what has arrived would be told again and again
+            events = 0;  // the buffer is full: an event would repeat endlessly
             break;
         }
         const Connection::Fill fill = connection->FillInput();
@@ -83,13 +84,13 @@ void ServiceImpl::SeeToPlaces(Slot& slot) {
     if (!slot.connection->gatedSince) {
         FreePlace(slot);
     } else if (bodies < kMaxBodies) {
-        GivePlace(slot);  // freed after it was asked for
+        GivePlace(slot);  // a place became free in the meantime
     } else {
         LetTheSlowestGiveWay();
     }
 }
 
-// The post that waits longest gets the place.
+// The post that has waited longest gets the place.
 void ServiceImpl::FreePlace(Slot& slot) {
     if (!std::exchange(slot.holdsPlace, false)) {
         return;
@@ -107,7 +108,7 @@ void ServiceImpl::FreePlace(Slot& slot) {
     }
 }
 
-// A runner claims the connection then. Its socket makes no event, so the timer wakes the leader.
+// A runner then claims the connection. The socket causes no event, so the timer wakes the leader.
 void ServiceImpl::GivePlace(Slot& slot) {
     ++bodies;
     slot.holdsPlace = true;
@@ -117,9 +118,9 @@ void ServiceImpl::GivePlace(Slot& slot) {
     }
 }
 
-// As many as clients wait for a place or, with every connection in work, to be accepted. A body
-// that no thread reads yet, behind another one of its report name, frees its place only after that
-// one: it gives way in its turn, but is not counted.
+// As many posts give way as clients wait for a place or, if every connection is busy, to be
+// accepted. A body that no thread reads yet, behind another one of its report name, frees its place
+// only after that one: it gives way in turn, but does not count.
 void ServiceImpl::LetTheSlowestGiveWay() {
     const TimePoint now = Clock::now();
     TimePoint next = TimePoint::max();

@@ -1,4 +1,4 @@
-// What an event of the HTTP service's epoll names, by its 64-bit value.
+// The 64-bit values that identify the events of the HTTP service's epoll.
 #pragma once
 
 #include <cstdint>
@@ -7,9 +7,9 @@ namespace Pellmar::Http {
 
 inline constexpr std::uint64_t kStopEvent = 0;
 inline constexpr std::uint64_t kTimerEvent = 1;
-// One for each listening socket.
+// The first one of the listening sockets.
 inline constexpr std::uint64_t kFirstListenerEvent = 2;
-// Connections are numbered upwards from here and never reuse a number.
+// Connections are numbered from here on; numbers are never reused.
 inline constexpr std::uint64_t kFirstConnectionEvent = 1024;
 
 }  // namespace Pellmar::Http

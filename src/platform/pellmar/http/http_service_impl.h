@@ -1,12 +1,13 @@
-// The HTTP service at work: the table of connections, the runners that wait for them, the times.
+// Implements the HTTP service: its connections, its runners and its timeouts.
 //
-// Runners are tasks of the pool. One of them, the leader, waits in epoll_wait; a connection's
-// registration is one-shot, so one that became ready belongs to the runner that claimed it until it
-// is given back. A leader that got one event serves it itself and then leads again: nobody is woken
-// for it. When several events were ready, another runner is started to share them, up to one a
-// processor. A runner reads the head, calls the handler, and runs the work queue that the handler
-// woke, all on its own thread. One that must wait for a client's bytes steps aside, and another one
-// is started when none is left to lead: stalled clients cost a thread each and delay nobody.
+// Runners are tasks of the pool. One of them, the leader, waits in epoll_wait. The registration of
+// a connection is one-shot, so a ready connection belongs to the runner that claims it until that
+// runner gives it back. A leader that gets one event serves it itself and then leads again, so no
+// thread needs to be woken. If it gets several events, it starts another runner to share them, up
+// to one for each processor. A runner reads the head, calls the handler, and runs the work queue
+// that the handler woke, all on its own thread. A runner that must wait for a client's bytes steps
+// aside, and another one is started if none is left to lead: a stalled client costs a thread but
+// delays nobody.
 #pragma once
 
 #include "platform/pellmar/http/http_connection.h"
@@ -44,14 +45,15 @@ class ServiceImpl final : public HttpService {
     const HttpTimes& GetTimes() const { return times; }
     bool IsStopping() const { return stopping.load(std::memory_order_relaxed); }
 
-    // Ways to give a connection back; by the thread that owns it.
+    // Return a connection to the service. For the thread that owns the connection.
     void AwaitNextRequest(const Ref<Connection>& connection) EXCLUDES(lock);
-    // Ends the sending side and drops what the client still sends, for a while: closing at once
-    // would reset the connection and could destroy the answer on its way (RFC 9112 section 9.6).
+    // Shuts down the sending side and discards the client's further input for a while: closing at
+    // once would reset the connection and could destroy the response in transit (RFC 9112 section
+    // 9.6).
     void Linger(const Ref<Connection>& connection) EXCLUDES(lock);
     void Close(const Ref<Connection>& connection) EXCLUDES(lock);
 
-    // While one lives on a runner's thread, that runner waits for a client and does not count.
+    // While it exists on a runner's thread, that runner waits for a client and does not count.
     class Aside {
       public:
         explicit Aside(ServiceImpl& service);
@@ -68,12 +70,12 @@ class ServiceImpl final : public HttpService {
 
     struct Slot {
         Ref<Connection> connection;
-        // Its next event is waited for, and no thread owns it.
+        // No thread owns the connection; it waits for its next event.
         bool waits = false;
-        // Known to epoll.
+        // Registered with epoll.
         bool isWatched = false;
         TimePoint deadline;
-        // Its request is one of the kMaxBodies, since `bodySince`.
+        // The request occupies one of the kMaxBodies places since `bodySince`.
         bool holdsPlace = false;
         TimePoint bodySince;
     };
@@ -101,10 +103,10 @@ class ServiceImpl final : public HttpService {
     void CallHandler(std::string_view method, const Ref<Request>& request,
                      const Ref<Response>& response);
     void Refuse(const Ref<Connection>& connection, const ResponseCode& code);
-    // A client that takes no answer goes without.
+    // Tries once: a client that does not receive the response goes without.
     void SendRefusal(Connection& connection, const ResponseCode& code) const;
     void DropInput(const Ref<Connection>& connection);
-    // Registers the connection for its next event. `events` of epoll.
+    // Registers the connection for its next `events` of epoll.
     void Await(const Ref<Connection>& connection, std::uint32_t events, TimePoint deadline)
         EXCLUDES(lock);
     void ArmTimer(TimePoint due) REQUIRES(lock);
@@ -113,14 +115,15 @@ class ServiceImpl final : public HttpService {
         EXCLUDES(lock);
     void AwaitPlace(const Ref<Connection>& connection, std::size_t headLength,
                     std::uint64_t requestLength) EXCLUDES(lock);
-    // The connection of `slot` waits from now on, perhaps for a place; its last body is over.
+    // Frees the place of the finished body and, if the next post waits for a place, gives it one
+    // when free. `slot` now waits.
     void SeeToPlaces(Slot& slot) REQUIRES(lock);
     void FreePlace(Slot& slot) REQUIRES(lock);
     void GivePlace(Slot& slot) REQUIRES(lock);
     void LetTheSlowestGiveWay() REQUIRES(lock);
     using SlotIterator = std::unordered_map<std::uint64_t, Slot>::iterator;
     SlotIterator Erase(SlotIterator slot) REQUIRES(lock);
-    // False when the kernel refuses; errno says why.
+    // Returns false and sets errno if the kernel refuses.
     bool Register(int operation, int descriptor, std::uint32_t events, std::uint64_t event) const;
 
     const Ref<System::ServerSocket> socket;
@@ -128,7 +131,7 @@ class ServiceImpl final : public HttpService {
     const std::string headerBlock;
     const HttpTimes times;
     const std::size_t maxRunners;
-    const std::vector<int> listeners;  // borrowed from `socket`
+    const std::vector<int> listeners;  // owned by `socket`
     const Sys::OwnedFd epoll;
     const Sys::OwnedFd timer;
     const Sys::OwnedFd stopEvent;
@@ -136,7 +139,7 @@ class ServiceImpl final : public HttpService {
     std::atomic<bool> stopping{false};
 
     Sys::Mutex lock;
-    Sys::Condition idle;  // a runner has ended, or a connection while the service stops
+    Sys::Condition idle;  // a runner has ended or, while the service stops, a connection
     std::unordered_map<std::uint64_t, Slot> slots GUARDED_BY(lock);
     std::uint64_t nextId GUARDED_BY(lock);
     TimePoint timerDue GUARDED_BY(lock) = TimePoint::max();
@@ -144,16 +147,16 @@ class ServiceImpl final : public HttpService {
     bool acceptIsPaused GUARDED_BY(lock) = false;
     TimePoint lastAcceptError GUARDED_BY(lock){-std::chrono::hours(1)};
     bool boundWasLogged GUARDED_BY(lock) = false;
-    std::size_t bodies GUARDED_BY(lock) = 0;  // slots that hold a place
+    std::size_t bodies GUARDED_BY(lock) = 0;  // slots with a place
     bool bodyBoundWasLogged GUARDED_BY(lock) = false;
-    std::deque<std::uint64_t> readyEvents GUARDED_BY(lock);  // taken by a leader, not served yet
-    bool leaderWaits GUARDED_BY(lock) = false;               // some runner is in epoll_wait
-    std::size_t runners GUARDED_BY(lock) = 0;                // that do not wait aside
-    std::size_t runnersAside GUARDED_BY(lock) = 0;           // that wait for a client
+    std::deque<std::uint64_t> readyEvents GUARDED_BY(lock);  // fetched by a leader, not yet served
+    bool leaderWaits GUARDED_BY(lock) = false;               // a runner is in epoll_wait
+    std::size_t runners GUARDED_BY(lock) = 0;                // without those aside
+    std::size_t runnersAside GUARDED_BY(lock) = 0;           // waiting for a client
     bool started GUARDED_BY(lock) = false;
 };
 
-// CreateHttpSvc with times of the caller's choice.
+// CreateHttpSvc with the given timeouts.
 Ref<HttpService> CreateHttpSvc(const Ref<System::ServerSocket>& socket,
                                const Ref<Service::Logger>& logger, const HeaderDefinitions& headers,
                                const HttpTimes& times);

@@ -1,5 +1,5 @@
-// The requests of a connection, from the first byte of a head to the handler, and what follows an
-// answer.
+// Handles the requests of a connection, from the first byte of a head to the call of the handler,
+// and the connection after a response.
 #include "platform/http1/origin.h"
 #include "platform/pellmar/http/http_exchange.h"
 #include "platform/pellmar/http/http_response_text.h"
@@ -17,7 +17,8 @@ namespace Pellmar::Http {
 
 using Clock = std::chrono::steady_clock;
 
-// The connection of an event, now owned by the calling thread; none when it was closed meanwhile.
+// The connection of an event, now owned by the calling thread; empty if it was closed in the
+// meantime.
 Ref<Connection> ServiceImpl::Claim(std::uint64_t id) {
     Sys::MutexLock held(lock);
     const auto slot = slots.find(id);
@@ -83,7 +84,7 @@ void ServiceImpl::Dispatch(const Ref<Connection>& connection, std::size_t headLe
         Refuse(connection, ResponseCode::BadRequest);
         return;
     }
-    // Where a transfer coding hides the end of the body, none is read.
+    // No body is read if a transfer coding hides its end.
     const std::uint64_t bodyLength = head.Find("transfer-encoding") ? 0 : length.value;
     const std::uint64_t arrived = connection->Unread().size() - headLength;
     if (arrived < bodyLength && !TakePlace(connection, bodyLength, arrived)) {
@@ -103,7 +104,7 @@ void ServiceImpl::Handle(const Ref<Connection>& connection, const Http1::Request
         const Ref<Exchange> exchange =
             MakeRef<Exchange>(Ref<ServiceImpl>(this), connection, head, length);
         const std::string method(head.Method());
-        connection->Consume(headLength);  // the views of `head` end here
+        connection->Consume(headLength);  // invalidates the views in `head`
         try {
             CallHandler(method, exchange, exchange);
         } catch (const std::exception& exception) {
@@ -134,7 +135,7 @@ void ServiceImpl::CallHandler(std::string_view method, const Ref<Request>& reque
     }
 }
 
-// Answers what is no request.
+// Responds to input that is not a valid request.
 void ServiceImpl::Refuse(const Ref<Connection>& connection, const ResponseCode& code) {
     LogInternal(logger, 6, "Refused a request head with %1 %2", code.status, code.reason);
     SendRefusal(*connection, code);
@@ -154,8 +155,8 @@ void ServiceImpl::AwaitNextRequest(const Ref<Connection>& connection) {
         connection->ReleaseInput();
         Await(connection, EPOLLIN, Clock::now() + times.kept);
     } else {
-        // What has been read ahead may hold the next request: a socket that can be written to makes
-        // an event at once, and a runner looks at it.
+        // The input read so far may contain the next request. A writable socket causes an event at
+        // once, so a runner checks.
         connection->deadline = Clock::now() + times.head;
         Await(connection, EPOLLIN | EPOLLOUT, *connection->deadline);
     }
@@ -190,8 +191,8 @@ void ServiceImpl::Await(const Ref<Connection>& connection, std::uint32_t events,
             idle.NotifyAll();
             return;
         }
-        // Under the lock: a runner may claim the connection, and register it anew, as soon as it
-        // waits.
+        // Under the lock, since a runner may claim and register the connection anew as soon as
+        // `waits` is set.
         const int operation = std::exchange(slot.isWatched, true) ? EPOLL_CTL_MOD : EPOLL_CTL_ADD;
         if (!Register(operation, connection->GetSocket(), events | EPOLLONESHOT,
                       connection->GetId())) {
@@ -200,7 +201,7 @@ void ServiceImpl::Await(const Ref<Connection>& connection, std::uint32_t events,
             slot.waits = true;
             slot.deadline = deadline;
             ArmTimer(deadline);
-            // Accepting that waits for room can go on: this connection can be closed for a new one.
+            // Accepting can resume: this connection can now be closed in favour of a new one.
             resumes = std::exchange(acceptIsPaused, false);
             SeeToPlaces(slot);
         }

@@ -1,4 +1,4 @@
-// Text from outside as it may stand in a log line.
+// Escapes text from outside for log lines.
 #pragma once
 
 #include <string>
@@ -6,10 +6,10 @@
 
 namespace Pellmar::Service {
 
-// Appends `text` with "\xHH", in lower case, for each byte of a control character (DEL and U+0080
-// to U+009F too), a line or paragraph separator, a character that changes the direction of writing,
-// and whatever is not UTF-8: no text ends a line, reaches a terminal as a command or reorders what
-// is shown.
+// Appends `text`, replacing each byte of the following by "\xHH" in lower case: control characters
+// (including DEL and U+0080 to U+009F), line and paragraph separators, characters that change the
+// direction of writing, and bytes that are not UTF-8. So no text can end a line, execute a terminal
+// command or reorder the display.
 void AppendEscaped(std::string& line, std::string_view text);
 
 }  // namespace Pellmar::Service

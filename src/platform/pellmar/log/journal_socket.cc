@@ -14,8 +14,8 @@ namespace Pellmar::Service {
 
 namespace {
 
-// 0 or an error number. The address is given with each datagram: a connection would lead to a
-// journal that has been replaced.
+// Returns 0 or an error number. Passes the address with each datagram, since a connection would
+// stay with a journal that has been replaced.
 int SendMessage(int socket, const std::string& path, msghdr message) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
@@ -32,7 +32,7 @@ int SendMessage(int socket, const std::string& path, msghdr message) {
     return sent < 0 ? errno : 0;
 }
 
-// A memfd with `record` in it, sealed, since the journal reads no file that may still change.
+// A sealed memfd that contains `record`; the journal rejects files that may still change.
 Sys::OwnedFd SealedFile(std::string_view record) {
     Sys::OwnedFd file(::memfd_create("sentrel-log", MFD_CLOEXEC | MFD_ALLOW_SEALING));
     while (file.IsOpen() && !record.empty()) {

@@ -1,6 +1,6 @@
-// Sends records to the systemd journal by its native protocol: one datagram a record, holding lines
-// FIELD=VALUE, or none and the descriptor of a sealed memfd with them when they are too many for a
-// datagram (systemd.io/JOURNAL_NATIVE_PROTOCOL).
+// Sends records to the systemd journal by its native protocol: one datagram for each record,
+// containing lines FIELD=VALUE or, for a record too long for a datagram, only the descriptor of a
+// sealed memfd with those lines (systemd.io/JOURNAL_NATIVE_PROTOCOL).
 #pragma once
 
 #include "platform/sys/owned_fd.h"
@@ -17,11 +17,11 @@ class JournalSocket {
   public:
     enum class Outcome {
         Sent,
-        Full,        // the journal has more to read than the kernel keeps for it
-        Unavailable  // nobody is there, or the record cannot be handed over
+        Full,        // the socket's receive buffer is full
+        Unavailable  // the journal is not running, or the record cannot be passed to it
     };
 
-    // Sends to what is bound at `path` at that moment, so that it may come and go.
+    // Each record goes to the socket bound at `path` at that moment, so the journal may restart.
     explicit JournalSocket(std::string path);
 
     // Never waits.

@@ -1,5 +1,5 @@
-// What the journal keeps of a message beside its text, for `journalctl SENTREL_REPORT=cpu` and the
-// like. Other destinations have the text alone.
+// The journal's fields of a message in addition to its text, for example for `journalctl
+// SENTREL_REPORT=cpu`. Other destinations receive only the text.
 #pragma once
 
 #include <cstddef>
@@ -8,10 +8,10 @@
 
 namespace Pellmar::Service {
 
-// The events that people search for; each has a fixed MESSAGE_ID.
+// Events that people search for; each has a fixed MESSAGE_ID.
 enum class LogEvent : std::uint8_t { None, Start, Launch, Kill, Refusal, LostReservation };
 
-// By reference: lives as long as the call that logs. What is empty, 0 or None is left out.
+// References, valid for the duration of the logging call. Empty, 0 and None are omitted.
 struct LogFields {
     std::string_view report{};  // SENTREL_REPORT: a report name
     std::string_view plugin{};  // SENTREL_PLUGIN: a plugin's name
@@ -21,8 +21,8 @@ struct LogFields {
 
 inline constexpr LogFields kNoFields{};
 
-// Bytes of a text from outside in a message below level 7, or in a field: the rest is cut off, at
-// the border of a character.
+// The length in bytes to which a text from outside is cut, at a character boundary, in a message
+// below level 7 and in a field.
 inline constexpr std::size_t kMaxArgumentSize = 1024;
 
 }  // namespace Pellmar::Service

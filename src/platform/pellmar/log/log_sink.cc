@@ -1,4 +1,4 @@
-// Composes one message at a time and gives it away in one call that never waits.
+// Composes one message at a time and writes it with one call that never blocks.
 #include "platform/pellmar/log/log_sink.h"
 
 #include "platform/pellmar/log/escape.h"
@@ -23,12 +23,12 @@ namespace Pellmar::Service {
 
 namespace {
 
-// A buffer that one long line has grown beyond this is given back.
+// A buffer that a long line has enlarged beyond this is freed.
 constexpr std::size_t kKeptBufferSize = 16384;
 
 std::atomic<LogSink*> replacement{nullptr};
 
-// What the journal's records of an event are found by; null for None.
+// Identifies the journal's records of an event; null for None.
 const char* MessageId(LogEvent event) {
     switch (event) {
         case LogEvent::None:
@@ -47,7 +47,7 @@ const char* MessageId(LogEvent event) {
     return nullptr;
 }
 
-// The priorities of syslog.
+// Maps a level to a syslog priority.
 int Priority(int level) { return std::clamp(level, 0, 7); }
 
 void AppendField(std::string& record, std::string_view name, std::string_view value) {
@@ -57,7 +57,7 @@ void AppendField(std::string& record, std::string_view name, std::string_view va
     record += '\n';
 }
 
-// A value from outside: no part of it can end the field.
+// Escapes the value, so that no part of it can end the field.
 void AppendForeignField(std::string& record, std::string_view name, std::string_view value) {
     if (!value.empty()) {
         std::string escaped;
@@ -66,7 +66,7 @@ void AppendForeignField(std::string& record, std::string_view name, std::string_
     }
 }
 
-// "2024-05-01T12:00:00.123Z", the time now.
+// Appends the current time, such as "2024-05-01T12:00:00.123Z".
 void AppendTime(std::string& line) {
     timespec now{};
     (void)::clock_gettime(CLOCK_REALTIME, &now);  // cannot fail for this clock
@@ -82,13 +82,13 @@ void AppendTime(std::string& line) {
     line += 'Z';
 }
 
-// A second, non-blocking way to what `descriptor` is open on; other holders of it notice nothing.
+// Opens the file of `descriptor` again, non-blocking; other users of the descriptor are unaffected.
 Sys::OwnedFd OpenOnceMore(int descriptor) {
     const std::string path = "/proc/self/fd/" + std::to_string(descriptor);
     return Sys::OwnedFd(::open(path.c_str(), O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
 }
 
-// Whether a pipe has room for PIPE_BUF bytes, or a terminal for some.
+// Whether a pipe can take PIPE_BUF bytes, or a terminal some.
 bool HasRoom(int descriptor) {
     pollfd entry{descriptor, POLLOUT, 0};
     return ::poll(&entry, 1, 0) == 1;
@@ -119,7 +119,7 @@ LogSink::LogSink(int descriptor, std::string_view journalStream, const char* jou
 void LogSink::Classify() {
     struct stat status{};
     if (::fstat(descriptor, &status) != 0) {
-        return;  // nothing is open there: every line will be dropped
+        return;  // the descriptor is closed: every line will be dropped
     }
     if (S_ISSOCK(status.st_mode)) {
         target = Target::Socket;
@@ -144,14 +144,14 @@ void LogSink::Write(int level, std::string_view loggerName, std::string_view mes
             (dropped == 0 || WriteDropNotice()) && Deliver(level, loggerName, message, fields);
         dropped += isTaken ? 0UL : 1UL;
     } catch (const std::exception&) {
-        ++dropped;  // memory is out
+        ++dropped;  // memory is exhausted
     }
     if (buffer.capacity() > kKeptBufferSize) {
         std::string().swap(buffer);
     }
 }
 
-// When it is taken, the reader knows of all dropped lines.
+// When the notice is accepted, the reader knows about all dropped lines.
 bool LogSink::WriteDropNotice() {
     const std::string notice =
         "Log lines dropped because standard error did not take them: " + std::to_string(dropped);
@@ -213,7 +213,7 @@ void LogSink::ComposeLine(int level, std::string_view loggerName, std::string_vi
     buffer += '\n';
 }
 
-// True when all of the buffer was taken.
+// Returns true if the whole buffer was written.
 bool LogSink::WriteBuffer() {
     std::size_t count = buffer.size();
     if (target == Target::MayBlock) {
@@ -229,7 +229,7 @@ bool LogSink::WriteBuffer() {
                     : ::write(descriptor, buffer.data(), count);
     } while (taken < 0 && errno == EINTR);
     if (taken <= 0) {
-        return false;  // what was cut before stays cut
+        return false;  // a line that was cut before stays cut
     }
     lineIsCut = buffer[static_cast<std::size_t>(taken) - 1] != '\n';
     return static_cast<std::size_t>(taken) == buffer.size();

@@ -1,14 +1,14 @@
-// Where log messages go: standard error, one write each, never waiting. Knows their three forms and
-// counts what had to be dropped.
+// Writes log messages to standard error or to the journal, one write each, without ever blocking.
+// Chooses one of three forms and counts the messages that it had to drop.
+//
 //
 //   plain     2024-05-01T12:00:00.123Z 3 NAME: MESSAGE
-//   record    MESSAGE=MESSAGE            one field a line, to the journal by its own socket
+//   record    MESSAGE=MESSAGE            to the journal's own socket, one field a line
 //             PRIORITY=3                 the level, within 0 to 7
 //             SYSLOG_IDENTIFIER=sentrel  the program
 //             SENTREL_LOGGER=NAME
 //             SENTREL_REPORT=, SENTREL_PLUGIN=, SENTREL_PID=, MESSAGE_ID=   where known (LogFields)
-//   prefixed  <3>NAME: MESSAGE           to the journal when its socket cannot be had
-//   (sd-daemon(3))
+//   prefixed  <3>NAME: MESSAGE           to the journal without its socket (sd-daemon(3))
 #pragma once
 
 #include "platform/pellmar/log/journal_socket.h"
@@ -24,37 +24,37 @@ namespace Pellmar::Service {
 
 class LogSink {
   public:
-    // The sink on descriptor 2, opened at first use and never destroyed.
+    // The sink on descriptor 2, opened on first use and never destroyed.
     static LogSink& StandardError();
 
-    // The sink that all messages go to: StandardError unless a test has replaced it.
+    // The sink for all messages: StandardError unless a test has replaced it.
     static LogSink& Current();
-    // Directs all messages to `sink`, which outlives its use; null means StandardError again.
+    // Directs all messages to `sink`, which outlives its use; null restores StandardError.
     static void Replace(LogSink* sink);
 
     // Borrows `descriptor`, which must outlive the sink. `journalStream` is the value of the
-    // environment variable JOURNAL_STREAM (see Sys::IsJournal): when it names what `descriptor` is
-    // open on, records go to the socket at `journalSocketPath`. A pipe or terminal is opened once
-    // more, so that it is non-blocking for this sink alone; a file is written as it is.
+    // environment variable JOURNAL_STREAM (see Sys::IsJournal): if it identifies `descriptor`,
+    // records go to the socket at `journalSocketPath`. A pipe or terminal is opened again, so that
+    // only this sink uses it non-blocking; a file is written directly.
     LogSink(int descriptor, std::string_view journalStream,
             const char* journalSocketPath = kJournalSocketPath);
 
-    // Writes one message, which holds no control characters. Never waits: one that is not taken
-    // whole at once is dropped, and before the next one that passes stands one of the logger
-    // "sentrel" at level 3 that says how many were. After a line that was taken in part the next
-    // begins on a fresh line. Any thread; SIGPIPE is expected to be ignored.
+    // Writes one message, which contains no control characters. Never blocks: a message that is not
+    // accepted whole at once is dropped, and the next accepted message is preceded by one of the
+    // logger "sentrel" at level 3 that counts the dropped ones. After a partially written line the
+    // next one starts on a new line. Any thread; SIGPIPE must be ignored.
     void Write(int level, std::string_view loggerName, std::string_view message,
                const LogFields& fields = kNoFields) noexcept EXCLUDES(lock);
 
   private:
     enum class Target {
-        NeverBlocks,  // a file, or a descriptor of our own that is non-blocking
+        NeverBlocks,  // a file, or this sink's own non-blocking descriptor
         Socket,
-        MayBlock  // a pipe or terminal that could not be opened once more
+        MayBlock  // a pipe or terminal that could not be opened again
     };
 
     void Classify();
-    // These two return whether the message was taken.
+    // Deliver and WriteDropNotice return whether the message was accepted.
     bool Deliver(int level, std::string_view loggerName, std::string_view message,
                  const LogFields& fields) REQUIRES(lock);
     bool WriteDropNotice() REQUIRES(lock);

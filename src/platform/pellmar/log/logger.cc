@@ -1,4 +1,4 @@
-// Fills the texts of messages. Level and line form are decided elsewhere.
+// Fills in the placeholders of messages. Callers have checked the level; log_sink formats the line.
 #include "platform/pellmar/log/logger.h"
 
 #include "platform/pellmar/log/escape.h"
@@ -14,7 +14,7 @@ namespace {
 
 constexpr int kTracingLevel = 7;
 
-// In one pass: what an argument says is never taken for a placeholder.
+// Works in one pass, so that a placeholder in an argument is not replaced.
 std::string Fill(std::string_view format, std::span<const LogArgument> arguments,
                  std::size_t maxArgumentSize) {
     std::string message;
@@ -77,7 +77,7 @@ void WriteMessage(const Logger& logger, int level, const LogFields& fields, std:
             level < kTracingLevel ? kMaxArgumentSize : std::string_view::npos;
         sink.Write(level, logger.GetName(), Fill(format, arguments, maxArgumentSize), fields);
     } catch (const std::exception&) {
-        // Memory is out; the bare text tells more than nothing.
+        // Memory is exhausted; the text without arguments is better than nothing.
         sink.Write(level, logger.GetName(), format, fields);
     }
 }

@@ -1,5 +1,5 @@
 // Named loggers with integer levels (3 survived failures, 5 milestones, 6 one request, 7 tracing)
-// and the call that writes a message. Where lines go and how they look is log_sink's business.
+// and the call that logs a message. log_sink formats and writes the lines.
 #pragma once
 
 #include "platform/pellmar/log/log_fields.h"
@@ -16,23 +16,23 @@ namespace Pellmar::Service {
 
 inline constexpr int kDefaultLogLevel = 5;
 
-// A child has its own name, which stands alone in its lines, and shares the level of its parent.
+// A child has its own name, which appears alone in its lines, and shares its parent's level.
 class Logger : public ObjectImpl {
   public:
-    // The root of all loggers, named "sentrel", at level 5 until the configuration says otherwise.
-    // Usable before InitApp, from the constructors of statics too: every file that includes this
+    // The root of all loggers, named "sentrel", at level 5 until the configuration sets another.
+    // Usable before InitApp, even from the constructors of statics: every file that includes this
     // header initialises it before its own statics. Never destroyed.
     static const Ref<Logger>& sDefaultLogger;
 
     static Ref<Logger> CreateLogger(const Ref<Logger>& parent, std::string_view name);
 
-    // Without a parent, a root with a level of its own.
+    // Without a parent, creates a root with its own level.
     Logger(std::string_view name, const Ref<Logger>& parent);
 
     const std::string& GetName() const { return name; }
-    // A message of level L is written when the level is at least L.
+    // Messages are written up to this level.
     int GetLevel() const { return level.load(std::memory_order_relaxed); }
-    // Sets the level of this logger and of all that share it. Any thread.
+    // Sets the level for this logger and all that share it. Any thread.
     void SetLevel(int newLevel);
     std::string ToString() const override { return name; }
 
@@ -42,12 +42,12 @@ class Logger : public ObjectImpl {
     const std::string name;
     const Ref<Logger> parent;
     std::atomic<int> ownLevel{kDefaultLogLevel};
-    std::atomic<int>& level;  // ownLevel, or that of the root
+    std::atomic<int>& level;  // ownLevel, or the root's
 };
 
 inline const Ref<Logger>& Logger::sDefaultLogger = Logger::DefaultLogger();
 
-// One argument of a message, by reference and unformatted: lives as long as the call that logs.
+// An argument of a message, unformatted; refers to its value for the duration of the logging call.
 class LogArgument {
   public:
     LogArgument(std::string_view text) : text(text), kind(Kind::Text) {}
@@ -60,7 +60,7 @@ class LogArgument {
     template <std::unsigned_integral T>
     LogArgument(T number) : number(number), kind(Kind::Unsigned) {}
 
-    // Appends the decimal number, or the text, its first `maxSize` bytes at most, escaped (see
+    // Appends the decimal number, or the first `maxSize` bytes of the text, escaped (see
     // AppendEscaped).
     void AppendTo(std::string& line, std::size_t maxSize) const;
 
@@ -72,17 +72,15 @@ class LogArgument {
     Kind kind;
 };
 
-// Fills "%1" to "%4" of `format` and writes the message, without looking at the level. Never
-// throws.
+// Replaces "%1" to "%4" in `format` and writes the message, whatever the level. Never throws.
 void WriteMessage(const Logger& logger, int level, const LogFields& fields, std::string_view format,
                   std::span<const LogArgument> arguments) noexcept;
 
-// Writes `format` with "%1" to "%4" replaced by the arguments when the logger's level is at least
-// `level`, and does nothing otherwise, formatting least of all. Never throws, never waits: a
-// message that cannot be taken at once is dropped and counted. A placeholder may occur twice; one
-// without an argument, and "%" before anything else, stays as it is. Below level 7 a text argument
-// counts with its first kMaxArgumentSize bytes. `fields` are for the journal, such as {.report =
-// name}.
+// Writes `format` with "%1" to "%4" replaced by the arguments if the logger's level is at least
+// `level`; otherwise does nothing and formats nothing. Never throws, never blocks: a message that
+// is not accepted at once is dropped and counted. A placeholder may occur twice; one without an
+// argument, and any other "%", stays as it is. Below level 7 text arguments are cut to
+// kMaxArgumentSize bytes. `fields` are for the journal, such as {.report = name}.
 template <typename... Arguments>
     requires(sizeof...(Arguments) <= 4)
 void LogInternal(const Ref<Logger>& logger, int level, const LogFields& fields,

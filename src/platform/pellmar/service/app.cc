@@ -1,5 +1,5 @@
-// Set-up and run loop of the process: signals, log level, heap. Talking to the service manager is
-// left to service_manager.
+// Sets up and runs the process: signals, log level, heap. service_manager notifies the service
+// manager.
 #include "platform/pellmar/service/app.h"
 
 #include "platform/pellmar/exceptions.h"
@@ -24,7 +24,7 @@ namespace {
 
 constexpr const char* kLogLevelVariable = "SENTREL_LOG_LEVEL";
 
-// The signals that the run loop takes; all but SIGHUP end it.
+// The signals that the run loop waits for; all but SIGHUP end it.
 sigset_t AwaitedSignals() {
     sigset_t signals;
     (void)::sigemptyset(&signals);  // these cannot fail for signals that exist
@@ -73,7 +73,7 @@ void SetLogLevel(const Config& config) {
     Logger::sDefaultLogger->SetLevel(level);
 }
 
-// The system's timespec of a positive duration.
+// Converts a positive duration to the system's timespec.
 timespec SpanOf(std::chrono::microseconds duration) {
     const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(duration);
     timespec span{};
@@ -112,7 +112,7 @@ System::Scheduler& App::GetScheduler() {
     if (replacement != nullptr) {
         return *replacement;
     }
-    // Never destroyed: its thread and its pool's threads run until the process ends.
+    // Never destroyed: its thread and its pool's threads run until the process exits.
     static auto& scheduler =
         *new System::Scheduler(System::GetThreadPool(), System::MonotonicClock());
     return scheduler;
@@ -128,17 +128,18 @@ void App::Run() {
 void SetAppInfo(const AppInfo& info) { GetApp().info = info; }
 
 void InitApp(const Ref<Config>& config) {
-    // Each heap of the C library keeps what its threads once used. Hundreds of threads may come and
-    // go; with a heap for most of them the process would stay as large as its busiest moment.
+    // The C library never returns the memory that a heap's threads once used. Hundreds of threads
+    // may come and go; with a heap for most of them the process would stay as large as at its
+    // busiest moment.
     // NOLINTNEXTLINE(concurrency-mt-unsafe): no other thread runs yet
-    (void)::mallopt(M_ARENA_MAX, 2);  // if refused, only memory is lost
+    (void)::mallopt(M_ARENA_MAX, 2);  // a refusal only costs memory
     PrepareSignals();
     SetLogLevel(*config);
     GetApp().config = config;
 }
 
 App& GetApp() {
-    static auto& app = *new App;  // never destroyed: every thread may use it until the end
+    static auto& app = *new App;  // never destroyed: threads may use it until the process exits
     return app;
 }
 

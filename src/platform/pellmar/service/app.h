@@ -1,4 +1,4 @@
-// The application: identity, set-up, run loop, end. Talks to the service manager (readiness,
+// The application: identity, set-up, run loop, exit. Notifies the service manager (readiness,
 // watchdog).
 #pragma once
 
@@ -19,23 +19,22 @@ struct AppInfo {
     std::uint32_t reserved = 0;
 };
 
-// The one application of the process; from GetApp, after InitApp.
+// The only application of the process. GetApp returns it, after InitApp.
 class App {
   public:
     const AppInfo& GetInfo() const { return info; }
     // Logger::sDefaultLogger.
     const Ref<Logger>& GetLogger() const { return Logger::sDefaultLogger; }
-    // What InitApp was given.
+    // The configuration given to InitApp.
     const Ref<Config>& GetConfig() const { return config; }
-    // On the pool of the process and the monotonic clock; made at first use, never destroyed.
+    // Uses the process's pool and the monotonic clock; created on first use, never destroyed.
     System::Scheduler& GetScheduler();
-    // Puts another scheduler in its place, one on a clock that a test drives; null takes it away.
-    // While no other thread asks for the scheduler.
+    // Replaces the scheduler by one on a test's clock; null restores the original. Call it while no
+    // other thread uses the scheduler.
     void UseScheduler(System::Scheduler* scheduler) { replacement = scheduler; }
-    // Blocks until SIGTERM or SIGINT arrives (one that arrived since InitApp ends it at once).
-    // SIGHUP is logged and changes nothing. Tells the service manager READY=1 on entry and
-    // STOPPING=1 at the end, and feeds its watchdog. Main thread. Throws IOException when waiting
-    // for signals fails.
+    // Blocks until SIGTERM or SIGINT arrives, or has arrived since InitApp. Logs and ignores
+    // SIGHUP. Sends READY=1 on entry and STOPPING=1 at the end to the service manager, and feeds
+    // its watchdog. Main thread. Throws IOException when waiting for signals fails.
     void Run();
 
   private:
@@ -50,12 +49,12 @@ class App {
     System::Scheduler* replacement = nullptr;
 };
 
-// Registers the identity; before InitApp.
+// Sets the identity. Call it before InitApp.
 void SetAppInfo(const AppInfo& info);
 
-// Makes the framework ready: blocks SIGTERM, SIGINT and SIGHUP for Run, ignores SIGPIPE, sets the
-// log level (key "log/level" of the framework's own entry, overridden by SENTREL_LOG_LEVEL). Starts
-// no thread. Main thread, once. Throws a std::exception.
+// Prepares the framework: blocks SIGTERM, SIGINT and SIGHUP for Run, ignores SIGPIPE, sets the log
+// level (key "log/level" of the framework's own entry, overridden by SENTREL_LOG_LEVEL). Starts no
+// thread. Main thread, once. Throws a std::exception.
 void InitApp(const Ref<Config>& config);
 
 App& GetApp();
@@ -64,7 +63,7 @@ App& GetApp();
 
 namespace Pellmar::System {
 
-// Ends the process at once: no destructor, no exit handler runs.
+// Exits at once, without destructors and exit handlers.
 [[noreturn]] void QuickExit(int status);
 
 }  // namespace Pellmar::System

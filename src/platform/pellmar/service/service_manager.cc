@@ -1,4 +1,4 @@
-// Sends the service manager's datagrams. When to send them is decided by the run loop.
+// Sends the service manager's datagrams. The run loop decides when.
 #include "platform/pellmar/service/service_manager.h"
 
 #include "platform/pellmar/log/logger.h"
@@ -23,7 +23,7 @@ namespace Pellmar::Service {
 
 namespace {
 
-// How long a service manager that does not read may hold up this process.
+// How long a service manager that does not read may block this process.
 constexpr timeval kSendTimeout{5, 0};
 
 std::string_view EnvironmentValue(const char* name) {
@@ -48,7 +48,7 @@ bool IsUsableSocketName(std::string_view name) {
 std::chrono::microseconds ReadWatchdogPeriod() {
     const std::string_view period = EnvironmentValue("WATCHDOG_USEC");
     const std::string_view process = EnvironmentValue("WATCHDOG_PID");
-    // The variables are inherited: without the number of this process they are meant for another.
+    // The variables are inherited: with another process's number they are not meant for this one.
     if (period.empty() || (!process.empty() && DecimalNumber(process) != ::getpid())) {
         return std::chrono::microseconds(0);
     }
@@ -63,13 +63,13 @@ std::chrono::microseconds ReadWatchdogPeriod() {
     return std::chrono::microseconds(microseconds);
 }
 
-// Returns 0, or the error number.
+// Returns 0 or the error number.
 int SendDatagram(const std::string& socketName, std::string_view message) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     std::copy(socketName.begin(), socketName.end(), address.sun_path);
     if (socketName.front() == '@') {
-        address.sun_path[0] = '\0';  // an abstract name: no file, and no zero byte at its end
+        address.sun_path[0] = '\0';  // an abstract name: no file, no terminating zero byte
     }
     const auto length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + socketName.size());
 

@@ -1,5 +1,5 @@
-// Tells the service manager that started this process how it is doing: the protocol of
-// sd_notify(3), one datagram of "NAME=VALUE" a message, to the socket that NOTIFY_SOCKET names.
+// Notifies the service manager that started this process (sd_notify(3)): sends each message
+// "NAME=VALUE" as a datagram to the socket in NOTIFY_SOCKET.
 #pragma once
 
 #include <chrono>
@@ -8,14 +8,14 @@
 
 namespace Pellmar::Service {
 
-// Without a service manager every notification does nothing. One thread.
+// Without a service manager, notifications do nothing. One thread.
 class ServiceManager {
   public:
-    // Reads NOTIFY_SOCKET ("/path", or "@name" of an abstract socket), WATCHDOG_USEC and
-    // WATCHDOG_PID. Logs at level 3 what cannot be used.
+    // Reads NOTIFY_SOCKET ("/path", or "@name" for an abstract socket), WATCHDOG_USEC and
+    // WATCHDOG_PID. Logs unusable values at level 3.
     ServiceManager();
 
-    // How often the watchdog wants to be fed at least: 0 when it does not watch this process.
+    // How often the watchdog must be fed at least; 0 if it does not watch this process.
     std::chrono::microseconds GetWatchdogPeriod() const { return watchdogPeriod; }
 
     void TellReady() const { Notify("READY=1"); }
@@ -23,10 +23,10 @@ class ServiceManager {
     void FeedWatchdog() const { Notify("WATCHDOG=1"); }
 
   private:
-    // A failure is logged at level 3.
+    // Logs a failure at level 3.
     void Notify(std::string_view message) const;
 
-    std::string socketName;  // empty: nobody to tell
+    std::string socketName;  // empty without a service manager
     std::chrono::microseconds watchdogPeriod{0};
 };
 

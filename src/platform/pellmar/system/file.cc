@@ -1,5 +1,5 @@
-// The system calls behind file handles and the writer of new files, with the reason and a way out
-// in each failure. Which files exist and what they are called is left to the store.
+// Makes the system calls of file handles and file writers; each failure states the reason and what
+// to do. The store decides which files exist and how they are named.
 #include "platform/pellmar/system/file.h"
 
 #include "platform/pellmar/exceptions.h"
@@ -23,9 +23,10 @@ namespace Pellmar::System {
 namespace {
 
 constexpr mode_t kFileMode = 0640;
-// Writes below this size are gathered up to it. Most reports go out in one write.
+// Smaller writes are gathered up to this size. Most reports take one write.
 constexpr std::size_t kGatherSize = 65536;
-// Removals of what stands in a new file's place; only somebody who plants it anew needs a second.
+// Limits how often an existing file is removed; more than once is needed only if another process
+// keeps recreating it.
 constexpr int kMaxCreateAttempts = 16;
 
 std::string_view AdviceFor(int errorNumber) {
@@ -52,12 +53,12 @@ std::string_view AdviceFor(int errorNumber) {
     }
 }
 
-// The system's text of the error and what to do about it.
+// The system's text for the error, and what to do about it.
 std::string ReasonOf(int errorNumber) {
     return std::generic_category().message(errorNumber).append(AdviceFor(errorNumber));
 }
 
-// The same for what is only read.
+// The same for a file that is only read.
 std::string ReadReasonOf(int errorNumber) {
     return errorNumber == EACCES || errorNumber == EPERM
                ? std::generic_category().message(errorNumber) +
@@ -65,8 +66,8 @@ std::string ReadReasonOf(int errorNumber) {
                : ReasonOf(errorNumber);
 }
 
-// Whether the umask takes away from kFileMode. Asked once, and of /proc, since umask(2) tells it
-// only by changing it for all threads. When it cannot be known, every file is given its mode.
+// Whether the umask clears bits of kFileMode. Read once, from /proc, since umask(2) cannot query it
+// without changing it for all threads. If it is unknown, the mode of every file is set explicitly.
 bool UmaskCutsFileMode() {
     static const bool kCuts = [] {
         const std::string status = Sys::ReadProcFile("/proc/self/status");
@@ -77,7 +78,7 @@ bool UmaskCutsFileMode() {
     return kCuts;
 }
 
-// Removes what stands at `path`, a directory excepted. Gone already is as good as removed.
+// Removes the entry at `path`, but not a directory. Succeeds if it no longer exists.
 void RemoveObstacle(const std::string& path) {
     const int error = ::unlink(path.c_str()) == 0 ? 0 : errno;
     if (error == EISDIR) {
@@ -107,7 +108,7 @@ Sys::OwnedFd CreateExclusively(const std::string& path) {
 
 struct DirectoryCloser {
     void operator()(DIR* directory) const {
-        (void)::closedir(directory);  // only read from, so there is nothing to lose
+        (void)::closedir(directory);  // opened for reading, so no data can be lost
     }
 };
 using OpenDirectory = std::unique_ptr<DIR, DirectoryCloser>;
@@ -226,7 +227,7 @@ void FileWriter::Close() {
         return;
     }
     Flush();
-    // After EINTR the descriptor is closed too, and nothing is known to be lost.
+    // After EINTR the descriptor is closed too, and no data is known to be lost.
     const int error = ::close(descriptor.Release()) == 0 ? 0 : errno;
     if (error != 0 && error != EINTR) {
         throw IOException("Cannot close " + path + ": " + ReasonOf(error));
@@ -246,7 +247,7 @@ void FileWriter::WriteOut(const char* bytes, std::size_t count) {
             descriptor.Reset();
             throw IOException("Cannot write " + path + ": " + ReasonOf(error));
         }
-        // A short write is not an error; what hinders the rest shows when it is tried.
+        // A short write is not an error; the next write reports its cause.
         bytes += written;
         count -= static_cast<std::size_t>(written);
     }

@@ -1,5 +1,5 @@
-// File handles, the writer of new files, directory listings and links. A handle is a path: nothing
-// is opened or remembered, every question is asked of the file system anew.
+// File handles, a writer of new files, directory listings and links. A handle is only a path:
+// nothing is opened or cached, and every call asks the file system.
 #pragma once
 
 #include "platform/pellmar/object.h"
@@ -15,48 +15,48 @@ namespace Pellmar::System {
 
 class File : public ObjectImpl {
   public:
-    // Taken from SystemFactory::GetFile. Nothing need exist at `path`.
+    // Use SystemFactory::GetFile. Nothing needs to exist at `path`.
     explicit File(std::string path);
 
     const std::string& GetPath() const { return path; }
-    // The last component of the path, without a "/" at its end.
+    // The last component of the path, without a trailing "/".
     std::string_view GetName() const;
-    // Something stands at the path, a broken link included.
+    // Whether the path exists, even as a dangling link.
     bool Exists() const;
-    // A directory, or a link to one.
+    // Whether the path is a directory or a link to one.
     bool IsDirectory() const;
-    // A symbolic link itself; false when nothing is there.
+    // Whether the path itself is a symbolic link; false if it does not exist.
     bool IsSymbolicLink() const;
-    // The entries in byte order of their names, without "." and "..", subdirectories not entered.
-    // `limit` -1 means all, else the first so many. Throws IOException when the directory cannot be
-    // opened or read.
+    // The entries sorted by the bytes of their names, without "." and ".."; not recursive. Returns
+    // the first `limit` ones, or all for -1. Throws IOException when the directory cannot be opened
+    // or read.
     std::vector<Ref<File>> List(int limit) const;
-    // Moves the file, replacing what stands at `newPath`. No handle when that failed; the reason
-    // is logged at level 3.
+    // Moves the file, replacing the one at `newPath`. On failure logs the reason at level 3 and
+    // returns an empty reference.
     Ref<File> Rename(const std::string& newPath) const;
-    // Makes a link at `linkPath` to this path as it is written. Never throws: a failure (EEXIST
-    // too) is logged at level 3 on the default logger. `flag` is 1.
+    // Creates a link at `linkPath` whose target is this path as it is written. Never throws: logs a
+    // failure (including EEXIST) at level 3 on the default logger. `flag` is 1.
     void CreateSymbolicLink(const std::string& linkPath, int flag) const;
-    // The path, as log lines show the handle.
+    // The path, which identifies the handle in log lines.
     std::string ToString() const override { return path; }
 
   private:
     const std::string path;
 };
 
-// Writes one new file. Gathers small writes; one thread at a time. A writer that is dropped
-// unclosed leaves the file as it is, with what was gathered last missing.
+// Writes one new file and gathers small writes. One thread at a time. A writer destroyed before
+// Close leaves the file without the bytes gathered last.
 class FileWriter : public ObjectImpl {
   public:
-    // Taken from SystemFactory::CreateFileWriter. Makes a new, empty file of mode 0640 (whatever
-    // the umask) exclusively: what stands at `path` (a file, any link, a FIFO) is removed first,
-    // never followed or emptied; a directory is not. Throws IOException.
+    // Use SystemFactory::CreateFileWriter. Creates a new, empty file of mode 0640 (whatever the
+    // umask) exclusively: an existing file, link or FIFO at `path` is first removed, never followed
+    // or truncated; a directory is left alone. Throws IOException.
     explicit FileWriter(const std::string& path);
 
-    // Throws IOException when bytes could not be written, which closes the writer, or it is closed.
+    // Throws IOException if the writer is closed or a write fails, which closes it.
     void Write(const char* bytes, std::size_t count);
-    // Writes what is gathered and closes. Throws IOException when either failed; closed either way.
-    // Does nothing when closed.
+    // Writes the gathered bytes and closes. Throws IOException if either fails; the writer is
+    // closed in any case. Does nothing if already closed.
     void Close();
     std::string ToString() const override { return path; }
 
@@ -66,7 +66,7 @@ class FileWriter : public ObjectImpl {
 
     const std::string path;
     Sys::OwnedFd descriptor;
-    std::unique_ptr<char[]> gathered;  // made at the first small write
+    std::unique_ptr<char[]> gathered;  // allocated for the first small write
     std::size_t gatheredCount = 0;
 };
 

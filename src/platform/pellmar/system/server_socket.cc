@@ -1,5 +1,4 @@
-// Finds the addresses of a name and listens on all of them or on none. Accepting is left to the
-// HTTP service.
+// Finds the addresses of a name and listens on all of them or none. The HTTP service accepts.
 #include "platform/pellmar/system/server_socket.h"
 
 #include "platform/pellmar/exceptions.h"
@@ -23,7 +22,7 @@ namespace Pellmar::System {
 
 namespace {
 
-// Connections that wait to be accepted; the kernel cuts it to net.core.somaxconn.
+// Pending connections; the kernel limits it to net.core.somaxconn.
 constexpr int kListenBacklog = 1024;
 
 struct Address {
@@ -77,9 +76,8 @@ std::vector<Address> LoopbackAddresses(int port) {
     return {AddressOf(v4), AddressOf(v6)};
 }
 
-// What the host's resolver knows. Not restricted to the families of configured addresses
-// (AI_ADDRCONFIG), which leaves loopback addresses out of account. `problem` says why there is
-// none.
+// Asks the host's resolver. Without AI_ADDRCONFIG, which ignores loopback addresses. If it returns
+// nothing, `problem` says why.
 std::vector<Address> Resolve(const std::string& host, int port, std::string& problem) {
     addrinfo hints{};
     hints.ai_socktype = SOCK_STREAM;
@@ -99,8 +97,8 @@ std::vector<Address> Resolve(const std::string& host, int port, std::string& pro
     return addresses;
 }
 
-// Without duplicates. The name "localhost" always stands for the loopback interface (RFC 6761
-// section 6.3), and for nothing else, whatever the host's resolver says.
+// Without duplicates. The name "localhost" always means the loopback interface (RFC 6761 section
+// 6.3) and nothing else, whatever the host's resolver says.
 std::vector<Address> AddressesToListenOn(const std::string& host, int port) {
     std::string problem;
     std::vector<Address> addresses;
@@ -127,14 +125,14 @@ bool SetOption(int descriptor, int level, int option) {
     return ::setsockopt(descriptor, level, option, &on, sizeof on) == 0;
 }
 
-// Returns 0, or the error number.
+// Returns 0 or the error number.
 int Listen(const Address& address, Sys::OwnedFd& listener) {
     const int family = address.storage.ss_family;
     listener.Reset(::socket(family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, IPPROTO_TCP));
     const int descriptor = listener.Get();
     const bool listens =
         listener.IsOpen() && SetOption(descriptor, SOL_SOCKET, SO_REUSEADDR) &&
-        SetOption(descriptor, IPPROTO_TCP, TCP_NODELAY) &&  // accepted sockets inherit it
+        SetOption(descriptor, IPPROTO_TCP, TCP_NODELAY) &&  // inherited by accepted sockets
         (family != AF_INET6 || SetOption(descriptor, IPPROTO_IPV6, IPV6_V6ONLY)) &&
         ::bind(descriptor, address.Get(), address.length) == 0 &&
         ::listen(descriptor, kListenBacklog) == 0;

@@ -1,4 +1,4 @@
-// The listening side of a framework service.
+// A socket that listens on all addresses of a host name.
 #pragma once
 
 #include "platform/pellmar/object.h"
@@ -11,15 +11,15 @@ namespace Pellmar::System {
 
 class ServerSocket : public ObjectImpl {
   public:
-    // Listens on `port` at every address that `host` resolves to; "localhost" is 127.0.0.1, ::1 and
-    // what other loopback addresses the host's resolver knows for it. Accepted sockets have
-    // TCP_NODELAY set. A family that the host lacks is no failure as long as one address works.
-    // Throws InvalidArgumentException when the port is not in 1 to 65535, IOException with host,
-    // port, address and reason when the name does not resolve or an address cannot be listened on;
-    // then nothing is left open.
+    // Listens on `port` at every address that `host` resolves to; "localhost" means 127.0.0.1, ::1
+    // and the other loopback addresses that the host's resolver returns for it. Accepted sockets
+    // have TCP_NODELAY set. An address family that the host lacks is ignored if another address
+    // works. Throws InvalidArgumentException if the port is not in 1 to 65535, and IOException with
+    // host, port, address and reason if the name does not resolve or listening on an address fails;
+    // nothing stays open then.
     void BindAndListen(const std::string& host, int port);
 
-    // Ends the listening; nothing may use the descriptors any more.
+    // Stops listening; the descriptors become invalid.
     void Close() { listeners.clear(); }
 
     // Descriptors of the listening sockets, non-blocking, owned by this object.

@@ -1,4 +1,3 @@
-// Makes the system objects; what they do stands in their own files.
 #include "platform/pellmar/system/system_factory.h"
 
 namespace Pellmar::System {

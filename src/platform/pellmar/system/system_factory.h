@@ -1,4 +1,4 @@
-// Where system objects come from: files, writers and server sockets.
+// Creates system objects: file handles, file writers and server sockets.
 #pragma once
 
 #include "platform/pellmar/system/file.h"
@@ -10,9 +10,9 @@ namespace Pellmar::System {
 
 class SystemFactory {
   public:
-    // A handle for `path`, whether or not anything exists there.
+    // A handle for `path`, whether or not it exists.
     static Ref<File> GetFile(const std::string& path);
-    // A writer on a new, empty file at `path`; `flag` is 0. Throws IOException.
+    // A writer for a new, empty file at `path`; `flag` is 0. Throws IOException.
     static Ref<FileWriter> CreateFileWriter(const std::string& path, int flag);
     // A socket that does not listen yet.
     static Ref<ServerSocket> CreateServerSocket();

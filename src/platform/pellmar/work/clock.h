@@ -1,4 +1,4 @@
-// The monotonic clock behind a seam, so that tests drive the time of what waits.
+// The interface of the monotonic clock, so that tests can control time.
 #pragma once
 
 #include "platform/sys/mutex.h"
@@ -7,20 +7,20 @@
 
 namespace Pellmar::System {
 
-// Any thread may use a clock. It outlives what waits on it.
+// Any thread. A clock outlives the objects that wait on it.
 class Clock {
   public:
     using TimePoint = std::chrono::steady_clock::time_point;
 
     virtual ~Clock() = default;
     virtual TimePoint Now() const = 0;
-    // Waits on `condition`, of `mutex` that the caller holds, until it is notified or `deadline`
-    // has passed on this clock; may return early.
+    // Waits on `condition`, whose `mutex` the caller holds, until it is notified or `deadline` has
+    // passed on this clock. May return early.
     virtual void WaitUntil(Sys::Condition& condition, Sys::Mutex& mutex, TimePoint deadline)
         REQUIRES(mutex) = 0;
 };
 
-// CLOCK_MONOTONIC: changes of the system clock change nothing.
+// CLOCK_MONOTONIC, which changes of the system time don't affect.
 Clock& MonotonicClock();
 
 }  // namespace Pellmar::System

@@ -1,5 +1,4 @@
-// One timer thread waits for the earliest time and hands what is due to the pool. Whether and when
-// a pool thread is free is the pool's business.
+// A timer thread waits for the earliest due time and passes due functions to the pool.
 #include "platform/pellmar/work/scheduler.h"
 
 #include "platform/pellmar/log/logger.h"
@@ -15,7 +14,7 @@ namespace {
 
 constexpr std::chrono::seconds kRetryDelay{1};
 
-// `delayMicroseconds` after `now`, or the end of time when that would lie behind it.
+// Returns `delayMicroseconds` after `now`, or the latest time point if the sum would exceed it.
 Clock::TimePoint DueTime(Clock::TimePoint now, std::int64_t delayMicroseconds) {
     using std::chrono::microseconds;
     const microseconds delay(std::max<std::int64_t>(delayMicroseconds, 0));
@@ -48,7 +47,8 @@ Scheduler::~Scheduler() {
         pending.swap(entries);
     }
     while (!pending.empty()) {
-        // Whoever keeps the item may be what its function holds: they would keep each other.
+        // The function may own the object that keeps the item, which would be a cycle of
+        // references.
         pending.top().item->function = nullptr;
         pending.pop();
     }
@@ -64,14 +64,14 @@ void Scheduler::Schedule(ScheduledItem::Function function, std::int64_t delayMic
         timer = std::thread([this] { TimerMain(); });
     }
     Enqueue(scheduled, DueTime(clock.Now(), delayMicroseconds));
-    item = scheduled;  // the function cannot run, and look at it, before the lock is released
+    item = scheduled;  // set before the lock is released, since the function may read it
 }
 
 void Scheduler::Enqueue(const Ref<ScheduledItem>& item, Clock::TimePoint due) {
     const std::uint64_t order = nextOrder++;
     entries.push({due, order, item});
     if (entries.top().order == order) {
-        wake.NotifyOne();  // the thread waits for a later time, or for none
+        wake.NotifyOne();  // the thread waits for a later time, or indefinitely
     }
 }
 
@@ -95,11 +95,11 @@ void Scheduler::TimerMain() {
     }
 }
 
-// A system that refuses a thread may give one later, so what is due is tried again.
+// If the system refuses a thread, tries again later.
 void Scheduler::Dispatch(const Ref<ScheduledItem>& item) {
     try {
         pool.Run([item] {
-            // Taken out, so that a kept item does not keep what its function captured.
+            // Moved out, so that an item that is kept does not keep the function's captures.
             const ScheduledItem::Function function = std::exchange(item->function, nullptr);
             function(item.Get());
         });

@@ -1,4 +1,4 @@
-// Runs functions later, on threads of the pool. One thread, started at first use, waits for the
+// Runs functions later, on threads of the pool. One thread, started on first use, waits for the due
 // times.
 #pragma once
 
@@ -15,7 +15,7 @@
 
 namespace Pellmar::System {
 
-// One pending run. May be kept or released at any time; releasing it does not cancel the run.
+// A pending call. It may be kept or released at any time; releasing it does not cancel the call.
 class ScheduledItem : public ObjectImpl {
   public:
     using Function = std::function<void(ScheduledItem*)>;
@@ -28,8 +28,8 @@ class ScheduledItem : public ObjectImpl {
     Function function;
 };
 
-// Any thread may call. The pool and the clock outlive the scheduler; what is still pending when it
-// is destroyed does not run.
+// Any thread. The pool and the clock outlive the scheduler; functions still pending at its
+// destruction do not run.
 class Scheduler {
   public:
     Scheduler(ThreadPool& pool, Clock& clock);
@@ -37,11 +37,11 @@ class Scheduler {
     Scheduler(const Scheduler&) = delete;
     Scheduler& operator=(const Scheduler&) = delete;
 
-    // Runs `function` now, on a thread of the framework; it may run for the life of the process.
+    // Runs `function` now on a pool thread, which it may occupy as long as the process runs.
     void RunNow(std::function<void()> function);
 
-    // Runs `function` once, `delayMicroseconds` from now on the monotonic clock (at once when not
-    // positive), on a thread of the framework. Due functions do not wait for each other.
+    // Runs `function` once on a pool thread, `delayMicroseconds` from now on the monotonic clock
+    // (immediately if not positive). Due functions do not wait for each other.
     void Schedule(ScheduledItem::Function function, std::int64_t delayMicroseconds,
                   Ref<ScheduledItem>& item) EXCLUDES(lock);
 

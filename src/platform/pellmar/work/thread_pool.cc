@@ -39,7 +39,7 @@ void ThreadPool::Run(Task task) {
         }
     }
     for (std::thread& thread : ended) {
-        thread.join();  // it has left the pool already and is about to end
+        thread.join();  // it has already left the pool and is about to exit
     }
     if (failure) {
         std::rethrow_exception(failure);
@@ -80,7 +80,7 @@ void ThreadPool::WorkerMain(std::list<std::thread>::iterator self) {
     wake.NotifyAll();
 }
 
-// False when the thread is to end: the pool stops, or there was nothing to do for kPoolIdleTime.
+// Returns false if the thread should exit: the pool is stopping, or it was idle for kPoolIdleTime.
 bool ThreadPool::TakeTask(Task& task) {
     const auto deadline = std::chrono::steady_clock::now() + kPoolIdleTime;
     Sys::MutexLock held(lock);

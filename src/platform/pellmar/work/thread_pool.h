@@ -1,5 +1,5 @@
-// The process's pool of threads: grows on demand to a bound, shrinks when idle. Runs tasks as they
-// come; the order within one subject is the business of work queues.
+// The process's thread pool: grows on demand up to a bound and shrinks when idle. Runs tasks in the
+// order of submission; work queues serialize the tasks of one subject.
 #pragma once
 
 #include "platform/pellmar/object.h"
@@ -20,7 +20,7 @@ namespace Pellmar::System {
 inline constexpr std::size_t kMaxPoolThreads = 512;
 inline constexpr std::chrono::seconds kPoolIdleTime{10};
 
-// Any thread may call. Destruction waits for the tasks that run and drops those that did not begin.
+// Any thread. The destructor waits for running tasks and drops those that have not started.
 class ThreadPool {
   public:
     using Task = std::function<void()>;
@@ -30,22 +30,22 @@ class ThreadPool {
     ThreadPool(const ThreadPool&) = delete;
     ThreadPool& operator=(const ThreadPool&) = delete;
 
-    // Runs `task` on a pool thread as soon as one is free. An exception that leaves it is logged.
-    // Throws a std::exception, and does not run it, when none is free and the system refuses
-    // another thread.
+    // Runs `task` on a pool thread as soon as one is free. Logs an exception that leaves it. Throws
+    // a std::exception, without running the task, if no thread is free and the system refuses
+    // another one.
     void Run(Task task) EXCLUDES(lock);
 
-    // A queue named `name` that runs its jobs on this pool one at a time, in order.
+    // Creates a queue that runs its jobs on this pool, one at a time and in order.
     Ref<WorkQueue> CreateWorkQueue(std::string_view name);
 
   private:
     friend class WorkQueue;
     friend class DeferredQueue;
 
-    // Runs the jobs of `queue` on a thread of the pool.
+    // Runs the jobs of `queue` on a pool thread.
     void Schedule(const Ref<WorkQueue>& queue) EXCLUDES(lock);
 
-    // Starts a thread. Returns what kept it from that, or nothing.
+    // Starts a thread. Returns the exception that prevented it, or null.
     std::exception_ptr Grow() REQUIRES(lock);
     void WorkerMain(std::list<std::thread>::iterator self) EXCLUDES(lock);
     bool TakeTask(Task& task) EXCLUDES(lock);
@@ -59,7 +59,7 @@ class ThreadPool {
     bool stopping GUARDED_BY(lock) = false;
 };
 
-// The pool of the process, made at first use and never destroyed.
+// The process's pool, created on first use and never destroyed.
 ThreadPool& GetThreadPool();
 
 }  // namespace Pellmar::System

@@ -1,5 +1,5 @@
-// Named queues of jobs. The jobs of one queue run one at a time, in the order in which they were
-// submitted; those of different queues run side by side on the pool's threads.
+// Named queues of jobs. The jobs of one queue run one at a time, in the order of submission; those
+// of different queues run in parallel on the pool's threads.
 #pragma once
 
 #include "platform/pellmar/object.h"
@@ -18,11 +18,11 @@ class WorkQueue : public ObjectImpl {
   public:
     using Job = std::function<void()>;
 
-    // By ThreadPool::CreateWorkQueue only. The pool outlives the queue.
+    // Use ThreadPool::CreateWorkQueue. The pool outlives the queue.
     WorkQueue(std::string_view name, ThreadPool& pool);
 
-    // Appends a job. Any thread, a job included. An exception that leaves the job is logged, and
-    // the queue goes on with its next job. The job is destroyed before the next one begins.
+    // Appends a job. Any thread, including one that runs a job. If an exception leaves the job, it
+    // is logged and the queue continues. The job is destroyed before the next one starts.
     void Submit(Job job) EXCLUDES(lock);
 
     const std::string& GetName() const { return name; }
@@ -32,9 +32,9 @@ class WorkQueue : public ObjectImpl {
     friend class ThreadPool;
     friend class DeferredQueue;
 
-    // Runs jobs until none is left.
+    // Runs jobs until the queue is empty.
     void RunAll() EXCLUDES(lock);
-    // Runs the oldest job; true when more are left.
+    // Runs the oldest job; returns true if more are left.
     bool RunOne() EXCLUDES(lock);
 
     const std::string name;
@@ -44,9 +44,8 @@ class WorkQueue : public ObjectImpl {
     bool running GUARDED_BY(lock) = false;
 };
 
-// While one lives on a thread, the first queue that this thread wakes is not handed to another
-// thread: RunDeferred runs it here. For code that calls a handler and has nothing else to do
-// afterwards.
+// While it exists on a thread, the first queue that the thread wakes is not passed to another
+// thread; RunDeferred runs it here. For code that calls a handler and is idle afterwards.
 class DeferredQueue {
   public:
     DeferredQueue();
@@ -54,7 +53,7 @@ class DeferredQueue {
     DeferredQueue(const DeferredQueue&) = delete;
     DeferredQueue& operator=(const DeferredQueue&) = delete;
 
-    // Runs the queue that was woken, if any, until it is empty. Queues woken from now on go to the
+    // Runs the queue that was woken, if any, until it is empty. Queues woken afterwards go to the
     // pool.
     void RunDeferred();
 
