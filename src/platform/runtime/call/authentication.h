@@ -1,5 +1,5 @@
-// What authenticates a call: the border between the authentication filter and the handlers of one
-// scheme each.
+// The interfaces of authentication and entitlement checks, which the filters call and an
+// authentication scheme implements.
 #pragma once
 
 #include "platform/runtime/call/call.h"
@@ -9,12 +9,11 @@ namespace Quon::Authn {
 class AsyncAuthenticationHandler {
   public:
     virtual ~AsyncAuthenticationHandler() = default;
-    // Answers who calls, an anonymous caller when nothing came with the call, or an error. Never
-    // throws.
+    // Delivers the caller (anonymous if the call carries no credentials) or an error. Never throws.
     virtual void Authenticate(const CallContext& context,
                               AsyncResult<AuthenticationData> result) = 0;
-    // Who calls when Authenticate would answer a caller who is not anonymous. Says nothing of a
-    // token that it would refuse.
+    // Returns the caller if Authenticate would deliver one who is not anonymous. Returns nothing
+    // for a token that it would refuse.
     virtual std::optional<AuthenticationData> Recognize(const CallContext& context) = 0;
 };
 
@@ -22,7 +21,7 @@ class AsyncAuthenticationHandler {
 
 namespace Quon::Authz {
 
-// Decides whether a caller holds a privilege.
+// Decides whether a caller has a privilege.
 class EntitlementChecker {
   public:
     virtual ~EntitlementChecker() = default;

@@ -1,5 +1,5 @@
-// The link of the chain that finds out who calls. How, is the handler's; what the caller may do,
-// the authorization filter's.
+// The link of the call chain that authenticates the caller through a handler. The authorization
+// filter then decides what the caller may do.
 #pragma once
 
 #include "platform/runtime/call/authentication.h"
@@ -16,9 +16,9 @@ class AsyncAuthnFilter : public AsyncApiProvider {
     AsyncAuthnFilter(std::shared_ptr<AsyncAuthenticationHandler> handler,
                      std::shared_ptr<AsyncApiProvider> next);
 
-    // A call that already carries authentication data goes on as it is. For every other one the
-    // handler is asked: its error ends the call, its answer becomes the call's authentication data,
-    // and the name of a caller who is not anonymous is recorded at the call's observer.
+    // Passes on a call that already has authentication data. For any other it asks the handler: an
+    // error ends the call, a caller becomes the call's authentication data, and the name of a
+    // caller who is not anonymous is recorded with the call's observer.
     void Invoke(std::shared_ptr<Call> call, CallResult result) override;
     std::vector<OperationId> Operations() const override { return next->Operations(); }
     bool Recognize(CallContext& context) override;

@@ -1,4 +1,4 @@
-// The link of the chain that lets through who may call an operation, and nobody else.
+// The link of the call chain that refuses callers without the privileges for an operation.
 #pragma once
 
 #include "platform/runtime/call/authentication.h"
@@ -14,16 +14,16 @@ namespace Quon::Authz::Filter {
 // Immutable.
 class AsyncAuthzFilter : public AsyncApiProvider {
   public:
-    // Null when an operation of `next` is neither open nor has authorization metadata: it could be
-    // called by every holder of a token. Each one is logged as an error then.
+    // Returns null, and logs an error for each operation concerned, if an operation of `next` is
+    // neither open nor has authorization metadata: any holder of a token could call it.
     static std::shared_ptr<AsyncAuthzFilter> Create(std::shared_ptr<AsyncApiProvider> next,
                                                     std::shared_ptr<EntitlementChecker> checker,
                                                     AuthzInfo info, std::shared_ptr<Logger> logger);
 
-    // Open operations go on for everybody. Callers who are anonymous, or of whom nothing is known,
-    // get no further than that (unauthenticated); callers without a privilege that the operation
-    // needs do not either (unauthorized). An operation without metadata goes on, so that the
-    // provider says that there is no such operation.
+    // Passes on open operations for everybody. Refuses callers who are anonymous or not
+    // authenticated (unauthenticated), and callers without a privilege that the operation requires
+    // (unauthorized). Passes on an operation without metadata, so that the provider reports that it
+    // does not exist.
     void Invoke(std::shared_ptr<Call> call, CallResult result) override;
     std::vector<OperationId> Operations() const override { return next->Operations(); }
 
@@ -32,7 +32,7 @@ class AsyncAuthzFilter : public AsyncApiProvider {
                      std::shared_ptr<EntitlementChecker> checker, AuthzInfo info,
                      std::shared_ptr<Logger> logger);
 
-    // An empty error when the call may go on.
+    // Returns an empty error if the call may proceed.
     Data::ErrorValue Judge(const Call& call) const;
 
     const std::shared_ptr<AsyncApiProvider> next;

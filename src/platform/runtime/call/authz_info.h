@@ -1,5 +1,5 @@
-// What it takes to call each operation, as the metadata file says it. Who holds a privilege is said
-// by the caller's token; who is let through, by the authorization filter.
+// The privileges that each operation requires, according to the metadata file. The caller's token
+// lists the caller's privileges; the authorization filter compares the two.
 #pragma once
 
 #include "platform/runtime/call/call.h"
@@ -16,21 +16,21 @@ namespace Quon::Authz {
 inline constexpr std::string_view kNoAuthenticationScheme =
     "com.korvex.quon.std.security.no_authentication";
 
-// Filled before it is shared, immutable then.
+// Filled before it is shared, then immutable.
 class AuthzInfo {
   public:
-    // `openOperations` need no token whatever a metadata file says.
+    // `openOperations` never require a token, whatever a metadata file says.
     AuthzInfo(std::string unauthenticatedScheme, std::set<OperationId> openOperations);
 
-    // States that `operation` may be called by those who authenticate by one of `schemes` and hold
-    // all of `privileges`. With the unauthenticated scheme among them it is open to everybody.
-    // False, with nothing stated, when the operation already has metadata, or is open and yet needs
-    // privileges.
+    // Declares that `operation` requires authentication by one of `schemes`, and all of
+    // `privileges`. If `schemes` include the unauthenticated one, the operation is open to
+    // everybody. Returns false and changes nothing if the operation already has metadata, or is
+    // open but requires privileges.
     [[nodiscard]] bool Add(const OperationId& operation, const std::vector<std::string>& schemes,
                            std::vector<std::string> privileges);
 
     bool IsOpen(const OperationId& operation) const { return openOperations.count(operation) > 0; }
-    // Null for an operation without authorization metadata; an open one needs none.
+    // Null for an operation without authorization metadata; open ones need none.
     const std::vector<std::string>* Privileges(const OperationId& operation) const;
 
   private:

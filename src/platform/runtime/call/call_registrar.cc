@@ -23,7 +23,7 @@ void CallRegistrar::Invoke(std::shared_ptr<Call> call, CallResult result) {
     if (const auto& caller = call->context.authentication; caller && !caller->anonymous) {
         context->RecordUser(caller->userName);
     }
-    // A receiver can be copied, a result cannot.
+    // A receiver must be copyable, but a result is not.
     auto receiver = std::make_shared<CallResult>(std::move(result));
     CallResult audited(
         [context = std::move(context), receiver, audit = audit](Outcome<Data::DataValue> outcome) {

@@ -1,5 +1,5 @@
-// The outermost link of the chain: keeps account of each call from its beginning to its one end and
-// hands the account over. Where accounts are kept is for the one who is given them.
+// The outermost link of the call chain: keeps an audit record of each call and passes it to a
+// callback when the call ends.
 #pragma once
 
 #include "platform/runtime/call/call.h"
@@ -12,11 +12,11 @@
 
 namespace Quon::Api {
 
-// What is told of a call: "eventID" ("api.call"), "subject" (the caller's name; empty as long as it
-// is unknown) and "object" (service, ":", operation).
+// The audit record of a call: "eventID" ("api.call"), "subject" (the caller's name; empty while
+// unknown) and "object" (service, ":", operation).
 using AuditMap = std::map<std::string, std::string>;
 
-// The account of one call.
+// Keeps the audit record of one call.
 class AuditContext : public CallObserver {
   public:
     AuditContext(const std::string& service, const std::string& operation);
@@ -35,13 +35,13 @@ namespace Quon::Observer {
 // Immutable.
 class CallRegistrar : public AsyncApiProvider {
   public:
-    // `success` tells whether the call ended with a value. Does not throw.
+    // `success` is whether the call ended with a value. Must not throw.
     using AuditCallback = std::function<void(Api::AuditMap audit, bool success)>;
 
     CallRegistrar(std::shared_ptr<AsyncApiProvider> next, AuditCallback audit);
 
-    // The callback is called exactly once, on the thread that ends the call and before the caller
-    // gets the outcome; also for a call whose result is dropped. Becomes the call's observer.
+    // Calls the callback exactly once, on the thread that ends the call and before the caller gets
+    // the outcome, even if the result is dropped. The record becomes the call's observer.
     void Invoke(std::shared_ptr<Call> call, CallResult result) override;
     std::vector<OperationId> Operations() const override { return next->Operations(); }
     bool Recognize(CallContext& context) override { return next->Recognize(context); }

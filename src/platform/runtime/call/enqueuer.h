@@ -1,4 +1,4 @@
-// Where the runtime's tasks run: one after another, on the thread of the I/O context.
+// Runs the runtime's tasks one after another on the thread of the I/O context.
 #pragma once
 
 #include <functional>
@@ -12,7 +12,7 @@ namespace Quon {
 class Enqueuer {
   public:
     virtual ~Enqueuer() = default;
-    // Runs `task` soon, never inside this call. `task` does not throw.
+    // Runs `task` soon, but never within this call. `task` must not throw.
     virtual void Enqueue(std::function<void()> task) = 0;
 };
 
@@ -20,7 +20,7 @@ class Enqueuer {
 
 namespace Quon::Asio {
 
-// Posts each task onto the context, which outlives the enqueuer.
+// Posts tasks to the context, which outlives the enqueuer.
 class Enqueuer : public Quon::Enqueuer {
   public:
     explicit Enqueuer(boost::asio::io_context& context) : context(context) {}

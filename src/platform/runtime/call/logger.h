@@ -1,5 +1,5 @@
-// The runtime's view of a log: it knows levels and texts, not where lines go. The host of the
-// runtime gives it an adapter.
+// The log interface of the runtime, which knows only levels and texts. The host of the runtime
+// implements it.
 #pragma once
 
 #include <string_view>
@@ -8,13 +8,13 @@ namespace Quon {
 
 enum class LogLevel { Trace = 0, Debug = 1, Info = 2, Warning = 3, Error = 4 };
 
-// Any thread may call. Neither call throws.
+// Any thread. Never throws.
 class Logger {
   public:
     virtual ~Logger() = default;
-    // Asked before a text that costs something is put together.
+    // Call it before composing an expensive text.
     virtual bool IsOn(LogLevel level) const noexcept = 0;
-    // `text` may hold any bytes, also what clients sent.
+    // `text` may contain any bytes, including what clients sent.
     virtual void Log(LogLevel level, std::string_view text) noexcept = 0;
 };
 

@@ -1,7 +1,7 @@
-// From C++ types to the values of the API and back, driven by one definition a type
-// (native_traits.h shows one). The same definitions give the parameter checks, the serialization,
-// the metadata and the introspection, so that a new field is one new row. This header is the door
-// to all of it:
+// Converts C++ types to values of the API and back, by one definition for each type
+// (native_traits.h has an example). The same definitions drive the parameter checks, the
+// serialization, the metadata and the introspection, so a new field takes one new row. This header
+// includes:
 //
 //   native_traits.h      StructureOf, EnumerationOf, Field
 //   native_definition.h  TypeOf, DescribeFields, DescribeStructure, DescribeEnumeration

@@ -1,5 +1,5 @@
-// What makes an operation of the API of a C++ function: its parameters are read into a structure,
-// and its result, a shared native value, becomes the answer.
+// Turns a C++ function into an operation of the API: converts the parameters to a structure, and
+// the shared native result to a value.
 #pragma once
 
 #include "platform/runtime/call/call.h"
@@ -16,9 +16,10 @@
 
 namespace Quon::Native {
 
-// The operation of that definition. `handler` is called as
+// Binds `handler` to the operation of that definition. It is called as
 //   handler(Parameters parameters, const CallContext& context, CallResult result)
-// with parameters that fit; others are answered with an invalid argument that names the member.
+// with valid parameters; for others the operation delivers an invalid argument that names the
+// member.
 template <IsStructure Parameters, typename Handler>
 Provider::ApiOperation BindOperation(Definition::Operation definition, Handler handler) {
     auto invoke = [handler = std::move(handler)](const Data::StructureValue& parameters,
@@ -33,11 +34,11 @@ Provider::ApiOperation BindOperation(Definition::Operation definition, Handler h
     return {std::move(definition), std::move(invoke)};
 }
 
-// Takes the native result of a call and answers it through `result`, converted as ToData does for a
-// shared value. A null pointer counts as no result.
+// Returns a result that converts a native value by ToData for shared values and delivers it through
+// `result`. A null pointer counts as no result.
 template <typename T>
 AsyncResult<std::shared_ptr<const T>> ToNativeResult(CallResult result) {
-    // A receiver can be copied, a result cannot.
+    // A receiver must be copyable, but a result is not.
     const auto shared = std::make_shared<CallResult>(std::move(result));
     return AsyncResult<std::shared_ptr<const T>>(
         [shared](Outcome<std::shared_ptr<const T>> outcome) {

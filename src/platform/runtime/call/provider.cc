@@ -43,14 +43,13 @@ const ApiOperation* FindOperation(const ApiInterface& api, const std::string& na
     return found == api.operations.end() ? nullptr : &*found;
 }
 
-// As the method of the request had it.
+// The method as in the request.
 std::string NameOf(const Call& call) {
     return call.service.empty() ? call.operation : call.service + "." + call.operation;
 }
 
-// The way of one outcome to the caller. As long as the operation has not returned, the outcome
-// waits: an operation that throws has failed, whatever it has set, and it drops its result on the
-// way out.
+// Delivers one outcome to the caller, but not before the operation has returned: an operation that
+// throws has failed, whatever outcome it has set, and destroys its result while unwinding.
 class Delivery {
   public:
     explicit Delivery(CallResult caller) : caller(std::move(caller)) {}
@@ -62,14 +61,14 @@ class Delivery {
             held = std::move(outcome);
         }
     }
-    // The operation has returned.
+    // Call it when the operation has returned.
     void Release() {
         isHeld = false;
         if (held) {
             caller.Set(std::move(*held));
         }
     }
-    // The operation has thrown. What it may still set goes nowhere.
+    // Call it when the operation has thrown. Outcomes set later are ignored.
     void Fail(Data::ErrorValue error) { caller.SetError(std::move(error)); }
 
   private:
@@ -89,7 +88,7 @@ void Run(const ApiOperation& operation, const Call& call, CallResult result, Log
     } catch (const std::exception& exception) {
         logger.Log(LogLevel::Error,
                    "The operation " + NameOf(call) + " failed: " + exception.what());
-        // Why is for the log alone: it may tell of files and of what is in them.
+        // Only the log gets the reason, which may reveal files and their content.
         delivery->Fail(
             Std::MakeError(Std::ErrorType::InternalServerError,
                            {L10n::MakeMessage("quon.operation.failed", {NameOf(call)})}));
@@ -104,7 +103,7 @@ AsyncLocalProvider::AsyncLocalProvider(
     : container(std::move(container)), enqueuer(std::move(enqueuer)), logger(std::move(logger)) {}
 
 void AsyncLocalProvider::Invoke(std::shared_ptr<Call> call, CallResult result) {
-    // A task can be copied, a result cannot.
+    // A task must be copyable, but a result is not.
     auto caller = std::make_shared<CallResult>(std::move(result));
     enqueuer->Enqueue([call = std::move(call), caller = std::move(caller), container = container,
                        logger = logger] {

@@ -1,6 +1,5 @@
-// The services of this process behind one provider: what a service offers to it, the container that
-// holds them, and the local provider, which finds the operation of a call, checks its parameters
-// and runs it.
+// The services of this process: what a service provides, the container of all services, and the
+// local provider, which finds the operation of a call and runs it.
 #pragma once
 
 #include "platform/runtime/call/call.h"
@@ -17,9 +16,9 @@
 
 namespace Quon::Provider {
 
-// One operation, ready to be called. `invoke` checks the parameters against the definition
-// (native.h makes it do so) and answers an invalid argument itself; it may throw a std::exception,
-// which the provider turns into an internal server error.
+// A callable operation. `invoke` checks the parameters against the definition (BindOperation
+// implements that) and itself delivers an invalid argument; it may throw a std::exception, which
+// the provider turns into an internal server error.
 struct ApiOperation {
     using Invoke = std::function<void(const Data::StructureValue& parameters,
                                       const CallContext& context, CallResult result)>;
@@ -28,7 +27,7 @@ struct ApiOperation {
     Invoke invoke;
 };
 
-// One service, ready to be called. Immutable.
+// A callable service. Immutable.
 struct ApiInterface {
     std::string service;  // its identifier
     std::string documentation;
@@ -41,7 +40,7 @@ class AsyncApiInterfaceConcurrentContainer {
   public:
     void Add(std::shared_ptr<const ApiInterface> api);
     void Add(const ApiInterfaces& apis);
-    // Null when there is none of that identifier.
+    // Null if the identifier is unknown.
     std::shared_ptr<const ApiInterface> Find(std::string_view service) const;
     // In the order in which they were added.
     ApiInterfaces All() const;
@@ -51,13 +50,13 @@ class AsyncApiInterfaceConcurrentContainer {
     ApiInterfaces interfaces GUARDED_BY(lock);
 };
 
-// Runs every operation as a task of the enqueuer, one at a time. The innermost link of the chain.
+// The innermost link of the chain. Runs operations as tasks of the enqueuer, one at a time.
 class AsyncLocalProvider : public AsyncApiProvider {
   public:
     AsyncLocalProvider(std::shared_ptr<AsyncApiInterfaceConcurrentContainer> container,
                        std::shared_ptr<Enqueuer> enqueuer, std::shared_ptr<Logger> logger);
 
-    // Answers operation_not_found when there is no such service or operation.
+    // Delivers operation_not_found for an unknown service or operation.
     void Invoke(std::shared_ptr<Call> call, CallResult result) override;
     std::vector<OperationId> Operations() const override;
 

@@ -1,6 +1,6 @@
-// What a service is made of, described by values: its operations, their parameters and results, the
-// structures and enumerations they use. Derived from the one definition of a service (native.h);
-// read by the introspection services and by the writer of the metadata file.
+// Describes a service as values: its operations, their parameters and results, and the structures
+// and enumerations that they use. Derived from the service's definition (native.h); used by the
+// introspection services and by the writer of the metadata file.
 #pragma once
 
 #include <memory>
@@ -14,12 +14,12 @@ enum class TypeKind { Boolean, Integer, String, DateTime, Enumeration, Structure
 struct Type {
     TypeKind kind = TypeKind::String;
     bool optional = false;
-    std::string name;                     // of an enumeration or a structure, else empty
+    std::string name;                     // of an enumeration or structure, else empty
     std::shared_ptr<const Type> element;  // of a list or a set, else null
 };
 
-// "string", "datetime", "list<com.korvex.oru.observability.reports.summary>"; optionality is not
-// part of it.
+// Such as "string", "datetime", "list<com.korvex.oru.observability.reports.summary>"; leaves out
+// whether it is optional.
 std::string ToText(const Type& type);
 
 struct Field {
@@ -37,7 +37,7 @@ struct Structure {
 struct Enumeration {
     std::string name;
     std::string documentation;
-    std::vector<std::string> values;  // in the order of their ordinals
+    std::vector<std::string> values;  // by ordinal
 };
 
 struct Operation {
@@ -45,8 +45,8 @@ struct Operation {
     std::string documentation;
     std::vector<Field> parameters;
     Type result;
-    std::vector<std::string> errors;      // names of the errors that it documents
-    std::vector<std::string> privileges;  // all of them are needed to call it
+    std::vector<std::string> errors;      // names of the documented errors
+    std::vector<std::string> privileges;  // required to call it, all of them
 };
 
 struct Service {

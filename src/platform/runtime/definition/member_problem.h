@@ -1,4 +1,4 @@
-// What a client is told of parameters that do not fit: which member, named by its path, and why.
+// Composes messages to clients about invalid parameters: the member, by its path, and the reason.
 #pragma once
 
 #include "platform/runtime/definition/definition.h"
@@ -14,24 +14,24 @@
 
 namespace Quon::Native {
 
-// Where a value stands, as a chain of steps that live on the stack of the reader; the text is made
-// only when something does not fit.
+// The path of a value, as a chain of objects on the reader's stack; composes the text only for an
+// invalid value.
 class MemberPath {
   public:
     // The parameters as a whole.
     MemberPath() = default;
-    // `parent` and what `member` is a view of live longer than the path.
+    // `parent` and the text of `member` outlive the path.
     MemberPath(const MemberPath* parent, std::string_view member)
         : parent(parent), member(member) {}
     MemberPath(const MemberPath* parent, std::size_t index) : parent(parent), index(index) {}
 
-    // "filter.names[2]"
+    // Such as "filter.names[2]".
     std::string ToString() const;
 
   private:
     const MemberPath* parent = nullptr;
     std::string_view member;
-    std::optional<std::size_t> index;  // set for an element of a list
+    std::optional<std::size_t> index;  // set for a list element
 };
 
 L10n::LocalizableMessage MissingMember(const MemberPath& path, const Definition::Type& type);

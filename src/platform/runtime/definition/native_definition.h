@@ -1,4 +1,4 @@
-// From the definition of a C++ type to the values that describe it (definition.h).
+// Describes C++ types by the values of definition.h.
 #pragma once
 
 #include "platform/runtime/definition/definition.h"
@@ -43,7 +43,7 @@ Definition::Type TypeOf() {
     }
 }
 
-// The fields in declared order; of the parameters of an operation too, which are a structure.
+// The fields in declared order, for structures and for an operation's parameters.
 template <IsStructure T>
 std::vector<Definition::Field> DescribeFields() {
     std::vector<Definition::Field> fields;

@@ -1,6 +1,5 @@
-// From values of the API, as they come from clients, to C++ values, by the definitions of their
-// types: every member is known, none is missing, each has its type. The converse is
-// native_to_data.h.
+// Converts clients' values of the API to C++ values by the definitions of their types: refuses
+// unknown members, missing members and wrong types. native_to_data.h does the reverse.
 #pragma once
 
 #include "platform/runtime/definition/member_problem.h"
@@ -25,7 +24,7 @@
 
 namespace Quon::Native {
 
-// What does not fit, in words for the client; nothing when the value was converted.
+// The message to the client about an invalid value; nothing if the value was converted.
 using Problem = std::optional<L10n::LocalizableMessage>;
 
 template <typename T>
@@ -57,7 +56,7 @@ Problem ReadStructure(const Data::StructureValue& value, const MemberPath& path,
     return problem;
 }
 
-// A list or a set.
+// `T` is a list or set.
 template <typename T>
 Problem ReadElements(const Data::ListValue& list, const MemberPath& path, T& native) {
     for (std::size_t index = 0; index < list.size(); ++index) {
@@ -120,9 +119,9 @@ Problem ReadValue(const Data::DataValue& value, const MemberPath& path, T& nativ
     return WrongType(path, TypeOf<T>(), value);
 }
 
-// Reads the members of a structure. What was not sent, or sent as null, leaves an optional member
-// unset. After a problem, which names the member by its path ("filter.names[2]"), `native` holds
-// what was read up to there.
+// Reads the members of a structure. An optional member that is absent or null stays unset. On a
+// problem, which names the member by its path ("filter.names[2]"), `native` contains what was read
+// before it.
 template <IsStructure T>
 Problem FromData(const Data::StructureValue& value, T& native) {
     return ReadStructure(value, MemberPath{}, native);

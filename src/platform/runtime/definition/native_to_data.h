@@ -1,5 +1,5 @@
-// From C++ values to values of the API, by the definitions of their types. The converse is
-// native_from_data.h.
+// Converts C++ values to values of the API by the definitions of their types. native_from_data.h
+// does the reverse.
 #pragma once
 
 #include "platform/runtime/definition/native_traits.h"
@@ -15,15 +15,15 @@
 
 namespace Quon::Native {
 
-// What keeps a native value alive while its lists are written; null when nothing does.
+// Keeps a native value alive while its lists are written; may be null.
 using Owner = std::shared_ptr<const void>;
 
-// The text of an enumerator. A value without a text never reaches the wire: it is written as
-// kOtherTexts where the enumeration has one, else as its last text.
+// The text of an enumerator. An invalid value never reaches the wire: it is written as kOtherTexts
+// if the enumeration has it, else as the last text.
 template <IsEnumeration E>
 std::string_view TextOf(E value) {
     using Traits = EnumerationOf<E>;
-    const auto ordinal = static_cast<std::size_t>(value);  // a negative one becomes a huge one
+    const auto ordinal = static_cast<std::size_t>(value);  // a negative value becomes a huge one
     if (ordinal < Traits::kTexts.size()) {
         return Traits::kTexts[ordinal];
     }
@@ -37,7 +37,7 @@ std::string_view TextOf(E value) {
 template <typename T>
 Data::DataValue ToOwnedData(const T& native, const Owner& owner);
 
-// A list of structures in its native form. `elements` shares the ownership of what they are in.
+// A list of native structures. `elements` shares ownership with the object that contains them.
 template <typename Element>
 class NativeListSource : public Data::ListSource {
   public:
@@ -111,15 +111,15 @@ Data::DataValue ToOwnedData(const T& native, const Owner& owner) {
     }
 }
 
-// A value of any type of the API, held by the result alone.
+// Converts a value of any API type; the result does not refer to it.
 template <typename T>
 Data::DataValue ToData(const T& native) {
     return ToOwnedData(native, nullptr);
 }
 
-// The same, where texts and lists of structures stay in their native form and keep `native` alive:
-// each element is converted while it is written, so that a long answer is not held twice. `native`
-// is not null and does not change any more.
+// Converts the same way, but texts and lists of structures refer to `native` and keep it alive:
+// list elements are converted while they are written, so a long result is not in memory twice.
+// `native` must not be null and must not change any more.
 template <typename T>
 Data::DataValue ToData(const std::shared_ptr<const T>& native) {
     return ToOwnedData(*native, native);

@@ -1,5 +1,5 @@
-// The definition of a type of the API, written once: a tuple of fields for a structure, a table of
-// texts for an enumeration. What is derived from it stands in the other native_*.h.
+// The definitions of API types, each written once: a tuple of fields for a structure, a table of
+// texts for an enumeration. The other native_*.h are derived from them.
 //
 //   template <>
 //   struct Quon::Native::StructureOf<Info> {
@@ -34,13 +34,13 @@ struct Field {
 template <typename Owner, typename Member>
 Field(const char*, Member Owner::*, const char*) -> Field<Owner, Member>;
 
-// Specialised for each structure: kName, kDocumentation, kFields.
+// Specialise it for each structure: kName, kDocumentation, kFields.
 template <typename T>
 struct StructureOf;
 
-// Specialised for each enumeration: kName, kDocumentation, kTexts (an array of string views, the
-// text of ordinal i at i) and, when a text that is none of them is not an error, kOtherTexts (the
-// value that it counts as).
+// Specialise it for each enumeration: kName, kDocumentation, kTexts (an array of string views,
+// indexed by ordinal) and, if unknown texts are accepted, kOtherTexts (the value that they stand
+// for).
 template <typename T>
 struct EnumerationOf;
 
@@ -69,7 +69,7 @@ inline constexpr bool kIsSet = false;
 template <typename T>
 inline constexpr bool kIsSet<std::set<T>> = true;
 
-// Calls `visit` with each Field of the structure, in declared order.
+// Calls `visit` with each Field of the structure in declared order.
 template <IsStructure T, typename Visitor>
 void ForEachField(const Visitor& visit) {
     std::apply([&visit](const auto&... fields) { (visit(fields), ...); }, StructureOf<T>::kFields);

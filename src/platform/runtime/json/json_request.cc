@@ -12,10 +12,10 @@ namespace Quon::Protocol::Json {
 namespace {
 
 constexpr std::string_view kBlanks = " \t\n\r";
-// What may stand before a value: a byte order mark too.
+// What may precede a value, including a byte order mark.
 constexpr std::string_view kBlanksAndMark = " \t\n\r\xEF\xBB\xBF";
 
-// The texts of the values of the members that count; empty when there is no such member.
+// The texts of the envelope's member values; empty for missing members.
 struct Envelope {
     std::string_view version;
     std::string_view method;
@@ -52,7 +52,7 @@ bool IsEmptyList(std::string_view value) {
            value.find_first_not_of(kBlanks, 1) == value.size() - 1;
 }
 
-// Whether a JSON string stands for at most `maxBytes`; an escape of six bytes is one of them.
+// Whether a JSON string decodes to at most `maxBytes`; one byte may be written as an escape of six.
 bool IsWithin(std::size_t maxBytes, std::string_view quoted) {
     return quoted.size() <= 6 * maxBytes + 2 && ::Json::Unescape(quoted).size() <= maxBytes;
 }
@@ -64,7 +64,7 @@ JsonRequestError Refuse(std::string id, int code, std::string_view messageId,
                            {L10n::MakeMessage(messageId, std::move(args))})};
 }
 
-// Why the members are no JSON-RPC 2.0 request, or nothing.
+// Returns why the members are not a JSON-RPC 2.0 request; nothing if they are.
 std::optional<JsonRequestError> FindProblem(const Envelope& envelope) {
     const bool hasId = IsString(envelope.id) || IsNumber(envelope.id);
     const bool hasShortId = hasId && envelope.id.size() <= kMaxIdBytes;

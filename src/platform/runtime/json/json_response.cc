@@ -35,7 +35,7 @@ std::int64_t CodeOf(const ErrorValue& error, std::optional<int> readerCode) {
     return isInvalid ? kInvalidParams : kOtherError;
 }
 
-// The field of that name when it is a text, else null.
+// The text field of that name; null if it is absent or not a text.
 const std::string* FindText(const StructureValue& structure, std::string_view field) {
     const DataValue* value = structure.Find(field);
     return value != nullptr ? value->As<std::string>() : nullptr;

@@ -1,4 +1,4 @@
-// The response document of a call: with the JSON-RPC 2.0 envelope around the value or the error, or
+// Serializes the response document of a call: the value or error in a JSON-RPC 2.0 envelope, or
 // bare.
 #pragma once
 
@@ -12,14 +12,14 @@
 
 namespace Quon::Protocol::Json {
 
-// The text of a response, produced piece by piece.
+// The text of a response, produced in pieces.
 class ResponseDocument {
   public:
     ResponseDocument(std::string prefix, Data::DataValue value, std::string suffix);
 
-    // Appends the next piece to `piece`: at least `wantedBytes`, or what is left. Returns whether
-    // anything is left, so that the call that returns false has appended the end. Throws
-    // std::bad_alloc, and what a ListSource throws: the document is of no use then.
+    // Appends the next piece, of at least `wantedBytes`, or the rest to `piece`. Returns whether
+    // anything is left; the call that returns false has appended the end. Throws std::bad_alloc and
+    // whatever a ListSource throws, after which the document is unusable.
     bool Next(std::string& piece, std::size_t wantedBytes);
 
   private:
@@ -28,7 +28,7 @@ class ResponseDocument {
     std::string suffix;
 };
 
-// Whether the document ends with a line feed, as the stream formats have it.
+// Whether the document ends with a line feed, which the stream formats require.
 enum class DocumentEnd { Nothing, LineFeed };
 
 // {"jsonrpc":"2.0","id":<id>,"result":<value>} or {"jsonrpc":"2.0","id":<id>,"error":{"code":..,
@@ -36,15 +36,15 @@ enum class DocumentEnd { Nothing, LineFeed };
 class JsonApiResponseSerializer {
   public:
     static ResponseDocument Result(std::string_view id, Data::DataValue value, DocumentEnd end);
-    // The code is the error value's integer field "code"; else `readerCode`, the JSON-RPC code of a
-    // request that could not be read; else -32601 for operation_not_found, -32602 for
-    // invalid_argument and -32000 for every other error. The message is its field "message", else
-    // its first message's default text, else its name.
+    // The code is the error value's integer field "code"; else `readerCode`, the JSON-RPC code of
+    // an unreadable request; else -32601 for operation_not_found, -32602 for invalid_argument and
+    // -32000 for other errors. The message is the field "message", else the default text of the
+    // first message, else the error's name.
     static ResponseDocument Error(std::string_view id, const Data::ErrorValue& error,
                                   std::optional<int> readerCode, DocumentEnd end);
 };
 
-// The value or the error value alone.
+// The bare value or error value.
 class JsonApiDirectResponseSerializer {
   public:
     static ResponseDocument Result(Data::DataValue value, DocumentEnd end);

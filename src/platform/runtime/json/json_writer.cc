@@ -41,7 +41,7 @@ void AppendEscape(char byte, std::string& json) {
     json += kHexDigits[code & 0xFU];
 }
 
-// Writes what is no container; false for a container.
+// Writes scalar values; returns false for a container.
 class ScalarWriter {
   public:
     explicit ScalarWriter(std::string& json) : json(json) {}
@@ -50,7 +50,7 @@ class ScalarWriter {
     bool operator()(bool value) const { return Put(value ? "true" : "false"); }
     bool operator()(std::int64_t value) const { return PutNumber(value); }
     bool operator()(double value) const {
-        return std::isfinite(value) ? PutNumber(value) : Put("null");  // JSON has no other word
+        return std::isfinite(value) ? PutNumber(value) : Put("null");  // JSON cannot express it
     }
     bool operator()(const std::string& value) const {
         AppendString(value, json);

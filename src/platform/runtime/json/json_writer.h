@@ -1,5 +1,4 @@
-// Values as JSON text, written piece by piece, so that a long answer never stands in memory as one
-// text.
+// Writes values as JSON in pieces, so that a long response is never in memory as one text.
 #pragma once
 
 #include "platform/runtime/values/data_value.h"
@@ -11,32 +10,32 @@
 
 namespace Quon::Protocol::Json {
 
-// Appends `text` as a JSON string. Bytes that are not UTF-8 become U+FFFD; non-ASCII characters
-// stay as they are.
+// Appends `text` as a JSON string. Replaces bytes that are not UTF-8 by U+FFFD; does not escape
+// non-ASCII characters.
 void AppendString(std::string_view text, std::string& json);
 
-// Writes one value: compact, fields in declared order, unset ones left out. Lists of a ListSource
-// are asked for one element at a time.
+// Writes one value: compact, fields in declared order, without unset ones. Asks a ListSource for
+// one element at a time.
 class ValueWriter {
   public:
     explicit ValueWriter(Data::DataValue value);
 
-    // Appends the next part to `json`: at least `wantedBytes`, or what is left, and more by no more
-    // than one scalar value. Returns whether anything is left. What a ListSource throws passes
-    // through; the writer is of no use then.
+    // Appends the next part, of at least `wantedBytes`, or the rest to `json`; exceeds
+    // `wantedBytes` by at most one scalar value. Returns whether anything is left. Passes on what a
+    // ListSource throws, after which the writer is unusable.
     bool Next(std::string& json, std::size_t wantedBytes);
 
   private:
-    // A container that is open.
+    // An open container.
     struct Level {
         Data::DataValue container;
         std::size_t next;  // the index of its next field or element
-        bool isAtStart;    // nothing of it is written yet
+        bool isAtStart;    // nothing of its content is written yet
     };
 
-    // Writes a scalar value, or the opening of a container.
+    // Writes a scalar value or opens a container.
     void Begin(const Data::DataValue& value, std::string& json);
-    // Goes on by one field, element or closing of the innermost container.
+    // Writes the next field, element or closing bracket of the innermost container.
     void Step(std::string& json);
     void Separate(std::string& json);
     void End(char closing, std::string& json);

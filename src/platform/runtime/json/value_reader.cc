@@ -15,7 +15,7 @@ namespace {
 using Data::DataValue;
 using nlohmann::json;
 
-// As deep as the text is nested.
+// Recurses as deep as the text is nested, which the caller has bounded.
 DataValue Convert(json& value);
 
 DataValue ConvertObject(json& object) {

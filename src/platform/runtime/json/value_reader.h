@@ -1,5 +1,5 @@
-// JSON text of clients as values of the API. What the members are called and must be is checked
-// against the definition of an operation (native_from_data.h), not here.
+// Converts clients' JSON text to values of the API. native_from_data.h checks names and types of
+// members against the definition of an operation.
 #pragma once
 
 #include "platform/runtime/values/data_value.h"
@@ -8,11 +8,10 @@
 
 namespace Quon::Protocol::Json {
 
-// The value that `text` stands for: objects as structures without a name, lists as such, integers
-// of 64 bits with a sign as integers, all other numbers as fractions, texts as texts. The last of
-// equal names of an object holds. `text` is known to be well-formed, within the bounds of size and
-// of depth (JsonApiRequestDeserializer); std::invalid_argument is thrown when it is not JSON after
-// all, and std::bad_alloc.
+// Converts `text`: objects become structures without a name, signed 64-bit integers become
+// integers, other numbers doubles. Of equal names in an object the last one counts. `text` must be
+// well-formed and within the bounds of size and depth (JsonApiRequestDeserializer). Throws
+// std::invalid_argument if it is not JSON after all, and std::bad_alloc.
 Data::DataValue ReadValue(std::string_view text);
 
 }  // namespace Quon::Protocol::Json

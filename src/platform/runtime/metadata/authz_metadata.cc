@@ -24,7 +24,7 @@ Schemes SchemesOf(const MetadataModel::AuthenticationSection& authentication) {
     return schemes;
 }
 
-// Nothing when everything was added.
+// Returns nothing once everything has been added.
 Native::Problem AddAll(const MetadataModel::AuthorizationSection& authorization,
                        const Schemes& schemes, AuthzInfo& info) {
     for (const MetadataModel::OperationPrivileges& entry : authorization.operations) {

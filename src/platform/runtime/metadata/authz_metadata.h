@@ -1,4 +1,4 @@
-// Reads from the metadata file what a call of each operation needs.
+// Reads the privileges that each operation requires from the metadata file.
 #pragma once
 
 #include "platform/runtime/call/authz_info.h"
@@ -12,9 +12,9 @@ namespace Quon::Authz::Metadata {
 
 class LoadAuthzInfoMetadata {
   public:
-    // Adds what the sections "authentication" (the schemes) and "authorization" (the privileges) of
-    // a metadata file say. False on failure, also of a stream that could not be opened: `messages`
-    // tells why, and `info` is of no use then. Does not throw.
+    // Adds the content of the sections "authentication" (the schemes) and "authorization" (the
+    // privileges) of a metadata file. On failure, also of a stream that could not be opened,
+    // returns false and sets `messages` to the reasons; `info` is then unusable. Does not throw.
     [[nodiscard]] static bool Load(std::istream& file, AuthzInfo& info, Logger& logger,
                                    std::vector<L10n::LocalizableMessage>& messages);
 };

@@ -40,7 +40,7 @@ Collection DescribeProvider(const std::string& providerId, const Collection& ser
 
 ApiInterfaces IntrospectionInterfaces(
     std::weak_ptr<const AsyncApiInterfaceConcurrentContainer> container, std::string providerId) {
-    // The container will hold the services, so they must not hold the container.
+    // A weak reference, since the container will own these services.
     const auto source = [container = std::move(container),
                          providerId = std::move(providerId)](std::string_view collection) {
         const auto held = container.lock();

@@ -1,4 +1,4 @@
-// What a provider tells of itself: the services OperationSvc, ProviderSvc and ServiceSvc.
+// The services with which a provider describes itself: OperationSvc, ProviderSvc and ServiceSvc.
 #pragma once
 
 #include "platform/runtime/call/provider.h"
@@ -8,9 +8,9 @@
 
 namespace Quon::Provider {
 
-// "com.korvex.quon.std.introspection.operation", ".provider" and ".service". They tell of every
-// service that is in the container when they are called, themselves included once they are in it.
-// `providerId` is how ProviderSvc calls the provider.
+// Creates "com.korvex.quon.std.introspection.operation", ".provider" and ".service". They describe
+// all services in the container at the time of a call, including themselves once added.
+// `providerId` is the provider's identifier in ProviderSvc.
 ApiInterfaces IntrospectionInterfaces(
     std::weak_ptr<const AsyncApiInterfaceConcurrentContainer> container, std::string providerId);
 

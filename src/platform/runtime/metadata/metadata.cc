@@ -59,7 +59,7 @@ Data::ErrorValue Load(const std::string& package, const std::string& path, std::
     if (error) {
         return Unusable(path, error.message() + ".");
     }
-    if (!isRegular) {  // a FIFO would not even open
+    if (!isRegular) {  // opening a FIFO would block
         return Unusable(path, "It is no regular file.");
     }
     std::ifstream file(rootedPath, std::ios::binary);

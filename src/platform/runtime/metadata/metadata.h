@@ -1,6 +1,6 @@
-// The metadata services: containers for three of the sections of a metadata file, their loaders,
-// and the services that answer from them. The format is metadata_model.h's; the fourth section,
-// authorization, is authz_info.h's.
+// The metadata services: containers for three sections of a metadata file, their loaders, and the
+// services that publish them. metadata_model.h describes the file; authz_info.h keeps the fourth
+// section, authorization.
 #pragma once
 
 #include "platform/runtime/call/provider.h"
@@ -14,17 +14,17 @@
 
 namespace Quon::Provider::Metadata {
 
-// One section, of a type of its own so that no loader fills and no service reads another's. One
-// thread; services that were made of it keep what it held then.
+// A section, with a type of its own so that loaders and services cannot confuse sections. One
+// thread; services keep the content from the time of their creation.
 template <typename Model>
 class SectionContainer {
   public:
-    // A new one, without any entry.
+    // Creates an empty container.
     static std::shared_ptr<SectionContainer> GetInstance() {
         return std::make_shared<SectionContainer>();
     }
 
-    // Null while nothing was loaded.
+    // Null until a section is loaded.
     const std::shared_ptr<const MetadataModel::Section>& Get() const { return section; }
     void Set(std::shared_ptr<const MetadataModel::Section> loaded) { section = std::move(loaded); }
 
@@ -44,9 +44,9 @@ using MetadataContainer = SectionContainer<MetadataModel::AuthenticationSection>
 
 class ProviderHelper {
   public:
-    // Fills the container with a section of the metadata file of that package at `path`, a host
-    // path, in place of what it held. On failure the container is unchanged, and the error names
-    // the file and what is wrong in it. Does not throw.
+    // Replaces the container's content by a section of that package's metadata file at the host
+    // path `path`. On failure leaves the container unchanged; the error names the file and the
+    // reason. Does not throw.
     static Data::ErrorValue LoadCliMetadataFile(
         const std::string& package, const std::string& path,
         const std::shared_ptr<Cli::MetadataContainer>& container);
@@ -57,7 +57,7 @@ class ProviderHelper {
         const std::string& package, const std::string& path,
         const std::shared_ptr<Authentication::MetadataContainer>& container);
 
-    // The services that tell what the container holds.
+    // Create the services that publish the container's content.
     static ApiInterfaces CliInterfaces(const std::shared_ptr<Cli::MetadataContainer>& container);
     static ApiInterfaces MetamodelInterfaces(
         const std::shared_ptr<Metamodel::MetadataContainer>& container);

@@ -1,4 +1,4 @@
-// Names and meanings of the metadata structures' fields, for reading, checking and writing them.
+// The names and descriptions of the metadata structures' fields, for reading, checking and writing.
 #pragma once
 
 #include "platform/runtime/call/native.h"

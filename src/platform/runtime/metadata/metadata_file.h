@@ -1,5 +1,4 @@
-// Reads metadata files, within bounds, and takes their sections apart. What is done with a section
-// is for those who keep it.
+// Reads metadata files within bounds and splits them into sections.
 #pragma once
 
 #include "platform/runtime/call/native.h"
@@ -17,11 +16,11 @@ namespace Quon::MetadataModel {
 // Longer files are refused.
 inline constexpr std::size_t kMaxFileBytes = 1024 * 1024;
 
-// The document in a file: always an object, nested at most Json::kMaxDepth deep, without equal
-// names. Nothing, with `problem` set, when the file is not like that or cannot be read.
+// Parses the document in a file: an object, nested at most Json::kMaxDepth deep, without equal
+// names. Returns nothing and sets `problem` if the file is anything else or cannot be read.
 std::optional<Data::DataValue> ReadDocument(std::istream& file, L10n::LocalizableMessage& problem);
 
-// Reads one member of a document. After a problem, which names the place, `member` is of no use.
+// Reads one member of a document. On a problem, which names the position, `member` is unusable.
 template <typename T>
 Native::Problem ReadMember(const Data::StructureValue& document, std::string_view name, T& member) {
     const Native::MemberPath root;

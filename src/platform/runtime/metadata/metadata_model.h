@@ -1,6 +1,6 @@
-// The structures of the metadata file, which the metadata and introspection services answer with as
-// well. The file is one JSON object of MetadataFile's shape; each section has lists of structures
-// that are told apart by their "id".
+// The structures of the metadata file, which the metadata and introspection services also return.
+// The file is one JSON object in the form of MetadataFile; each section contains lists of
+// structures, identified by their "id".
 //
 //   {"package": "com.example", "cli": {..}, "metamodel": {..}, "authentication": {..},
 //    "authorization": {..}}
@@ -13,7 +13,7 @@
 
 namespace Quon::MetadataModel {
 
-// What the parts of an API are.
+// The parts of an API.
 
 struct FieldInfo {
     std::string name;
@@ -45,7 +45,7 @@ struct EnumerationInfo {
 };
 struct ResourceInfo {
     std::string id;
-    std::vector<std::string> models;  // structures that tell of it
+    std::vector<std::string> models;  // structures that describe it
 };
 struct PackageInfo {
     std::string id;
@@ -62,8 +62,8 @@ struct ProviderInfo {
     std::string fingerprint;  // changes when an operation does
 };
 
-// How a command line reaches the operations: one namespace a service, one command an operation, one
-// option a parameter or, where that is a structure, one for each field of it.
+// How a command line maps to the operations: each service is a namespace, each operation a command,
+// and each parameter, or each field of a parameter that is a structure, an option.
 
 struct OptionInfo {
     std::string name;       // "filter-names", without the leading "--"
@@ -86,8 +86,8 @@ struct NamespaceInfo {
     std::vector<std::string> commands;
 };
 
-// By which security schemes callers may authenticate, one of them. What is said of an operation
-// holds before what is said of its service, and that before what is said of the package.
+// The security schemes by which callers may authenticate; one of them suffices. The schemes of an
+// operation override those of its service, which override those of the package.
 
 struct OperationSchemes {
     std::string name;
@@ -103,7 +103,7 @@ struct PackageSchemes {
     std::vector<std::string> schemes;
 };
 
-// Which privileges an operation takes, all of them.
+// The privileges that an operation requires, all of them.
 struct OperationPrivileges {
     std::string service;
     std::string operation;

@@ -1,4 +1,4 @@
-// Makes services of collections: the rows of the table of operations, bound to what they ask.
+// Creates services that query collections, from the rows of the table of operations.
 #pragma once
 
 #include "platform/runtime/call/provider.h"
@@ -11,12 +11,12 @@
 
 namespace Quon::Provider {
 
-// Gives the collection of that name, one of those that the group's rows name. Never null.
+// Returns the collection with one of the names in the group's rows. Never null.
 using CollectionSource =
     std::function<std::shared_ptr<const MetadataModel::Collection>(std::string_view name)>;
 
-// One service for each service of the group's rows, in their order. An identifier that its
-// collection does not have is answered with not_found. `source` is asked at every call.
+// Creates a service for each service in the group's rows, in their order. An identifier that its
+// collection does not contain results in not_found. Calls `source` for each call.
 ApiInterfaces BindGroup(OperationGroup group, const CollectionSource& source);
 
 }  // namespace Quon::Provider

@@ -1,5 +1,5 @@
-// Metadata as it is kept for the services that tell of it: finished answers, found by identifier,
-// and fingerprints. What the services make of them is metadata_queries.h's.
+// The metadata in the form that its services return: finished values, found by identifier, and
+// fingerprints. metadata_queries.h creates the services.
 #pragma once
 
 #include "platform/runtime/values/data_value.h"
@@ -14,9 +14,9 @@
 
 namespace Quon::MetadataModel {
 
-// 64-bit FNV-1a of the compact JSON of values, as 16 hexadecimal digits. It tells versions of
-// metadata apart, for which a collision (one in 2^64 for two versions) is no concern; it does not
-// withstand somebody who looks for one.
+// 64-bit FNV-1a of the compact JSON of values, as 16 hexadecimal digits. It distinguishes versions
+// of metadata, for which accidental collisions (one in 2^64 for two versions) do not matter; it
+// does not resist deliberate ones.
 class Fingerprint {
   public:
     void Add(const Data::DataValue& value);
@@ -29,16 +29,16 @@ class Fingerprint {
 // Immutable once it is shared.
 struct Collection {
     std::map<std::string, Data::DataValue, std::less<>> entries;  // structures by identifier
-    std::string fingerprint;  // of "components": that of all collections together
+    std::string fingerprint;  // for "components": of all collections together
 };
 using Section = std::map<std::string, std::shared_ptr<const Collection>, std::less<>>;
 
-// A collection for each field of `structure`, which is ToData of one of the sections of
-// metadata_model.h. Nothing, with `problem` set, when two structures of a list have the same "id".
+// Creates a collection for each field of `structure`, a section of metadata_model.h converted by
+// ToData. Returns nothing and sets `problem` if two structures of a list have the same "id".
 std::optional<Section> MakeSection(const Data::StructureValue& structure,
                                    L10n::LocalizableMessage& problem);
 
-// The text field of that name; the structure has it.
+// The text field of that name, which the structure must have.
 const std::string& TextField(const Data::StructureValue& structure, const char* field);
 
 }  // namespace Quon::MetadataModel

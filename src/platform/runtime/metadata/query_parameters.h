@@ -1,5 +1,4 @@
-// The parameters that the metadata and introspection operations take: what is asked for, by its
-// identifier.
+// The parameters of the metadata and introspection operations: the identifiers of what to return.
 #pragma once
 
 #include "platform/runtime/definition/native_traits.h"

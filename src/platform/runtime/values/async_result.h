@@ -1,4 +1,4 @@
-// The one answer of an asynchronous operation.
+// The outcome of an asynchronous operation.
 #pragma once
 
 #include "platform/runtime/values/error_value.h"
@@ -12,15 +12,15 @@ namespace Quon {
 template <typename T>
 using Outcome = std::variant<T, Data::ErrorValue>;
 
-// Takes exactly one outcome and hands it to the one who waits. Move-only; the owner calls one of
-// SetValue, SetError and Set once. Dropped without either, it delivers an internal server error, so
-// that nobody waits for ever.
+// Takes exactly one outcome and passes it to the receiver. Move-only; the owner calls SetValue,
+// SetError or Set once. If it is destroyed first, it delivers an internal server error, so that
+// nobody waits forever.
 template <typename T>
 class AsyncResult {
   public:
     using Receiver = std::function<void(Outcome<T>)>;
 
-    // `receiver` is called once, on the thread that sets the outcome. It does not throw.
+    // `receiver` is called once, on the thread that sets the outcome. It must not throw.
     explicit AsyncResult(Receiver receiver) : receiver(std::move(receiver)) {}
     AsyncResult(AsyncResult&& other) noexcept : receiver(std::exchange(other.receiver, nullptr)) {}
     AsyncResult& operator=(AsyncResult&&) = delete;
@@ -32,7 +32,7 @@ class AsyncResult {
 
     void SetValue(T value) { std::exchange(receiver, nullptr)(std::move(value)); }
     void SetError(Data::ErrorValue error) { std::exchange(receiver, nullptr)(std::move(error)); }
-    // One of the two, for links that pass an outcome on as it is.
+    // Passes on an outcome as it is.
     void Set(Outcome<T> outcome) { std::exchange(receiver, nullptr)(std::move(outcome)); }
 
   private:

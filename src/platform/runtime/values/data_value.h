@@ -1,6 +1,5 @@
-// Values as the runtime carries them between the services and the protocol: a tree of immutable
-// parts that can be shared. What is in them is said by the definitions of native.h; how they look
-// on the wire, by json_writer.h.
+// The values that pass between the services and the protocol: a tree of immutable parts that can be
+// shared. The definitions of native.h describe their content, json_writer.h their form on the wire.
 #pragma once
 
 #include "platform/runtime/values/date_time.h"
@@ -22,10 +21,9 @@ class DataValue;
 
 using ListValue = std::vector<DataValue>;
 
-// An unset value (JSON null), a truth value, a number, a text (bytes, meant to be UTF-8; one of a
-// native value is shared with it), a time, a list, a structure, or a list whose elements are made
-// when they are asked for. Enumerations are
-// carried as the text of their value. A number with a fraction only ever comes in from clients.
+// An unset value (JSON null), a boolean, a number, a text (bytes, meant to be UTF-8; possibly
+// shared with a native value), a time, a list, a structure, or a list that creates its elements on
+// demand. An enumeration is the text of its value. Doubles only come from clients.
 class DataValue {
   public:
     using Variant =
@@ -40,7 +38,7 @@ class DataValue {
     explicit DataValue(std::string value) : content(std::move(value)) {}
     explicit DataValue(const char* value) : content(std::string(value)) {}
     explicit DataValue(DateTime value) : content(value) {}
-    // None of the pointers is null.
+    // None of the pointers may be null.
     explicit DataValue(std::shared_ptr<const std::string> value) : content(std::move(value)) {}
     explicit DataValue(std::shared_ptr<const ListValue> value) : content(std::move(value)) {}
     explicit DataValue(std::shared_ptr<const StructureValue> value) : content(std::move(value)) {}
@@ -51,7 +49,7 @@ class DataValue {
     bool IsUnset() const { return std::holds_alternative<std::monostate>(content); }
     const Variant& Content() const { return content; }
 
-    // The value when it is of that kind, else null.
+    // The value if it has this type, else null.
     template <typename T>
     const T* As() const {
         return std::get_if<T>(&content);
@@ -68,7 +66,7 @@ struct FieldValue {
     DataValue value;
 };
 
-// Named fields in declared order. A field that is unset is left out.
+// Named fields in declared order. Unset fields are omitted.
 class StructureValue {
   public:
     // `name` identifies the structure's definition, such as
@@ -76,12 +74,12 @@ class StructureValue {
     explicit StructureValue(std::string name = {}) : name(std::move(name)) {}
 
     const std::string& Name() const { return name; }
-    // Makes room for that many fields.
+    // Reserves memory for that many fields.
     void Reserve(std::size_t fieldCount) { fields.reserve(fieldCount); }
-    // Appends a field; the caller does not append a name twice.
+    // Appends a field; callers never append a name twice.
     void Add(std::string field, DataValue value);
     const std::vector<FieldValue>& Fields() const { return fields; }
-    // The field of that name; null when it is not there or unset.
+    // The field of that name; null if it is absent or unset.
     const DataValue* Find(std::string_view field) const;
 
   private:
@@ -89,8 +87,8 @@ class StructureValue {
     std::vector<FieldValue> fields;
 };
 
-// A long list that is held once, in its native form: each element becomes a DataValue while it is
-// written. Immutable; one thread at a time.
+// A long list in its native form, each element of which becomes a DataValue while it is written.
+// Immutable; one thread at a time.
 class ListSource {
   public:
     virtual ~ListSource() = default;

@@ -25,7 +25,7 @@ using std::chrono::year_month_day;
 constexpr sys_seconds kFirst = sys_days(year(1) / 1 / 1);
 constexpr sys_seconds kEnd = sys_days(year(10000) / 1 / 1);
 
-// What a text says, before it is known what moment that is.
+// The fields of a text before they are converted to a point in time.
 struct Fields {
     int year = 0;
     int month = 0;
@@ -34,7 +34,7 @@ struct Fields {
     int minute = 0;
     int second = 0;
     int millisecond = 0;
-    std::optional<minutes> zone;  // east of UTC; none: the host's local time
+    std::optional<minutes> zone;  // east of UTC; unset: the host's local time
 
     year_month_day Date() const {
         return {std::chrono::year(year), std::chrono::month(static_cast<unsigned>(month)),
@@ -42,7 +42,7 @@ struct Fields {
     }
 };
 
-// Takes a text apart from left to right. A call returns false when something else stands there.
+// Reads a text from left to right. Each call returns false if the text does not match.
 class Reader {
   public:
     explicit Reader(std::string_view text) : rest(text) {}
@@ -70,7 +70,7 @@ class Reader {
         return true;
     }
 
-    // One to nine digits behind the point, of which three are kept.
+    // Reads one to nine digits after the point and keeps three.
     bool TakeFraction(int& millisecond) {
         constexpr std::size_t kMaxDigits = 9;
         const std::size_t digits = std::min(rest.find_first_not_of("0123456789"), rest.size());
@@ -90,7 +90,7 @@ class Reader {
     std::string_view rest;
 };
 
-// A zone with hours and minutes out of their range is left for the caller to find.
+// The caller checks the range of a zone's hours and minutes.
 bool TakeZone(Reader& reader, int& hours, int& minutes, bool& isWest) {
     isWest = reader.IsAt('-');
     return reader.TakeOneOf("+-") && reader.TakeNumber(2, hours) && reader.TakeOneOf(":") &&
@@ -127,7 +127,7 @@ std::error_code ReadFields(std::string_view text, Fields& fields) {
     return isInRange ? std::error_code() : DateTimeError::Range;
 }
 
-// The moment at which the host's clocks on the wall show the fields.
+// Converts fields in the host's local time.
 std::error_code FromLocalTime(const Fields& fields, sys_seconds& moment) {
     std::tm local{};
     local.tm_year = fields.year - 1900;
@@ -137,9 +137,9 @@ std::error_code FromLocalTime(const Fields& fields, sys_seconds& moment) {
     local.tm_min = fields.minute;
     local.tm_sec = fields.second;
     local.tm_isdst = -1;
-    local.tm_wday = -1;  // still so after a failure, for which -1 alone is no sign
+    local.tm_wday = -1;  // unchanged after a failure; mktime's result -1 alone is ambiguous
     moment = sys_seconds(seconds(std::mktime(&local)));
-    // A moment that is skipped when the clocks go forward comes back as another one.
+    // mktime changes a time that is skipped when the clocks go forward.
     const bool exists = local.tm_wday != -1 && local.tm_hour == fields.hour &&
                         local.tm_min == fields.minute && local.tm_sec == fields.second &&
                         local.tm_mday == fields.day;

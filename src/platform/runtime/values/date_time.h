@@ -1,4 +1,4 @@
-// A point in time as the API carries it: RFC 3339 texts in and out, milliseconds in between.
+// A point in time of the API: RFC 3339 text on the wire, milliseconds internally.
 #pragma once
 
 #include <chrono>
@@ -9,24 +9,24 @@
 
 namespace Quon {
 
-// Why a text is no date-time; the messages say it in words for a person.
+// Why a text is not a date-time.
 enum class DateTimeError {
     Syntax = 1,  // not "YYYY-MM-DDTHH:MM:SS[.fraction][zone]"
-    Range,       // a field out of its range, or a day that its month does not have
+    Range,       // a field out of range, or a day that the month lacks
     Year,        // outside 0001 to 9999, in UTC
-    LocalTime    // no zone, and the host's local time has no such moment
+    LocalTime    // no zone, and the time does not exist in the host's local time
 };
 std::error_code make_error_code(DateTimeError error);
 
-// UTC. Always within the years 0001 to 9999. A value.
+// In UTC, always within the years 0001 to 9999. A value type.
 class DateTime {
   public:
     // The epoch, 1970-01-01T00:00:00.000Z.
     DateTime() = default;
 
-    // Reads RFC 3339 section 5.6: "T", "t", "Z" and "z", a zone "+hh:mm" or "-hh:mm", a fraction of
-    // one to nine digits of which three are kept (cut, not rounded), seconds up to 59. Without a
-    // zone the text is the host's local time. On failure `error` is set and the epoch is returned.
+    // Parses RFC 3339 section 5.6: "T", "t", "Z" and "z", a zone "+hh:mm" or "-hh:mm", a fraction
+    // of one to nine digits, truncated to three, seconds up to 59. A text without a zone is in the
+    // host's local time. On failure sets `error` and returns the epoch.
     static DateTime Create(std::string_view text, std::error_code& error);
 
     std::int64_t MillisecondsSinceEpoch() const { return sinceEpoch.count(); }

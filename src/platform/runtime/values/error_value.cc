@@ -10,7 +10,7 @@ namespace Quon {
 
 namespace {
 
-// By ordinal.
+// Indexed by ordinal.
 constexpr std::array<std::string_view, 18> kErrorTypeTexts = {"ERROR",
                                                               "ALREADY_EXISTS",
                                                               "CANCELED",

@@ -1,5 +1,5 @@
-// Failures as values: what a call ends with instead of a result. The standard errors, and the
-// errors of other names that the transport makes.
+// The errors of calls as values: the standard errors, and errors of other names that the transport
+// creates.
 #pragma once
 
 #include "platform/runtime/values/data_value.h"
@@ -12,8 +12,7 @@
 
 namespace Quon::Data {
 
-// A named structure that says why something failed, or nothing: an empty one means success, where
-// an operation returns it.
+// A named structure that says why a call failed. An empty one means success.
 class ErrorValue {
   public:
     ErrorValue() = default;
@@ -23,7 +22,7 @@ class ErrorValue {
     explicit operator bool() const { return !structure.Name().empty(); }
     const std::string& Name() const { return structure.Name(); }
     const StructureValue& Structure() const { return structure; }
-    // For a log: the name, then the default text of each message.
+    // For logs: the name and the default text of each message.
     std::string ToString() const;
 
   private:
@@ -34,7 +33,7 @@ class ErrorValue {
 
 namespace Quon::Std {
 
-// The kinds of standard errors; the ordinals are part of the contract, the texts are on the wire.
+// The kinds of standard errors. The ordinals are part of the contract; the wire uses the texts.
 enum class ErrorType : std::int32_t {
     Error = 0,
     AlreadyExists = 1,
@@ -56,16 +55,15 @@ enum class ErrorType : std::int32_t {
     Unauthorized = 17
 };
 
-// "com.korvex.quon.std.errors.not_found" for ErrorType::NotFound.
+// Such as "com.korvex.quon.std.errors.not_found" for ErrorType::NotFound.
 std::string ErrorName(ErrorType type);
-// "NOT_FOUND" for ErrorType::NotFound.
+// Such as "NOT_FOUND" for ErrorType::NotFound.
 std::string_view ErrorTypeText(ErrorType type);
 
-// The error of that type: "messages", no "data", "errorType".
+// Creates the error of that type: "messages", no "data", "errorType".
 Data::ErrorValue MakeError(ErrorType type,
                            const std::vector<L10n::LocalizableMessage>& messages = {});
-// The error of an operation that ended without a result. Without the memory for it, an error that
-// has no name.
+// The error of an operation that ended without a result; without a name when memory is exhausted.
 Data::ErrorValue MakeNoResultError() noexcept;
 
 }  // namespace Quon::Std

@@ -16,9 +16,9 @@ struct CatalogueRow {
     std::string_view text;
 };
 
-// Every message of the runtime.
+// All messages of the runtime.
 constexpr CatalogueRow kCatalogue[] = {
-    // Requests that the transport turns away
+    // Requests that the transport refuses
     {"quon.invalid.request",
      "The request cannot be served. Send it with POST, with the content type application/json and "
      "no other, and with one JSON-RPC 2.0 request object as its whole body."},
@@ -30,7 +30,7 @@ constexpr CatalogueRow kCatalogue[] = {
      "with fewer names."},
     {"quon.recv.failed", "Receiving from the client failed: %1. The connection is closed."},
     {"quon.send.failed", "Sending to the client failed: %1. The connection is closed."},
-    // Requests that cannot be read
+    // Unreadable requests
     {"quon.request.not.json",
      "The request is not JSON: at line %1, column %2, %3. Send one JSON-RPC 2.0 request object."},
     {"quon.request.not.an.object",
@@ -50,7 +50,7 @@ constexpr CatalogueRow kCatalogue[] = {
     {"quon.request.params",
      "The member \"params\" is not an object. Give the parameters by their names, or leave "
      "\"params\" out when there are none."},
-    // Calls that are turned away
+    // Refused calls
     {"quon.operation.not.found",
      "There is no operation \"%1\". Check the method of the request; the introspection services "
      "list every operation."},
@@ -60,7 +60,7 @@ constexpr CatalogueRow kCatalogue[] = {
     {"quon.unauthorized",
      "The operation \"%1\" needs the privilege \"%2\", which the token does not grant. Ask the "
      "issuer of the token for it."},
-    // Parameters that do not fit
+    // Invalid parameters
     {"quon.member.missing", "The member \"%1\" is missing. Add it; it is %2."},
     {"quon.member.unknown",
      "There is no member \"%1\" here. Leave it out, or check its name; known are: %2."},
@@ -94,7 +94,7 @@ constexpr CatalogueRow kCatalogue[] = {
      "with the server's log."},
 };
 
-// The text of the message, or the identifier when there is none.
+// The text of the message, or its identifier if unknown.
 std::string_view FindText(std::string_view id) {
     const auto* const found = std::find_if(std::begin(kCatalogue), std::end(kCatalogue),
                                            [id](const CatalogueRow& row) { return row.id == id; });

@@ -1,5 +1,5 @@
-// The messages that people read in the runtime's answers: identifiers with their default texts in
-// one catalogue, and the texts put together from them.
+// The messages in the runtime's responses: a catalogue of identifiers with default texts, and the
+// composition of messages from it.
 #pragma once
 
 #include "platform/runtime/values/data_value.h"
@@ -11,33 +11,33 @@
 
 namespace Quon::L10n {
 
-// A message that can be translated: its identifier, its text in the default locale with the
-// arguments filled in, and the arguments by themselves.
+// A translatable message: its identifier, its default text with the arguments filled in, and the
+// arguments.
 struct LocalizableMessage {
     std::string id;
     std::string defaultMessage;
     std::vector<std::string> args;
 };
 
-// The structure {"id", "defaultMessage", "args"}.
+// Converts to the structure {"id", "defaultMessage", "args"}.
 Data::DataValue ToData(const LocalizableMessage& message);
 
-// An argument may come from a client. Longer ones are cut at a character's border, and "..." is
-// added.
+// Limits arguments, which may come from clients. Longer ones are cut at a character boundary, and
+// "..." is appended.
 inline constexpr std::size_t kMaxArgumentBytes = 256;
 
-// Texts for one list of locales, the preferred first. The only catalogue is that of "en_US", which
-// stands in for every other locale. Any thread.
+// Composes messages for a list of locales in order of preference. The only catalogue is "en_US",
+// which stands in for every other locale. Any thread.
 class Localizer {
   public:
     explicit Localizer(const std::vector<std::string>& /*locales*/) {}
 
-    // The message of that identifier, "%1" to "%4" of its text replaced by `args`, which are cut to
-    // kMaxArgumentBytes. Of an unknown identifier the text is the identifier itself.
+    // The message with that identifier, "%1" to "%4" of its text replaced by `args`, each cut to
+    // kMaxArgumentBytes. An unknown identifier becomes the text itself.
     LocalizableMessage Localize(std::string_view id, std::vector<std::string> args = {}) const;
 };
 
-// Localize under the default context ("en_US").
+// Localizes in the default locale ("en_US").
 LocalizableMessage MakeMessage(std::string_view id, std::vector<std::string> args = {});
 
 }  // namespace Quon::L10n
