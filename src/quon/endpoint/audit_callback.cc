@@ -9,7 +9,7 @@ namespace Sentrel::HealthApi {
 
 namespace {
 
-// Takes the value out of the record.
+// Removes the value from the record and returns it.
 std::string Take(std::map<std::string, std::string>& record, const char* key) {
     auto node = record.extract(key);
     return node.empty() ? std::string() : std::move(node.mapped());

@@ -1,4 +1,4 @@
-// One audited call of the API, on its way to the host's audit log.
+// Writes an audited call of the API to the host's audit log.
 #pragma once
 
 #include <map>
@@ -6,9 +6,9 @@
 
 namespace Sentrel::HealthApi {
 
-// Sends `record` with its "eventID", "subject" and "object" (empty when it has none) and the call's
-// `success`; every other key goes along as a pair. Never throws: the log reports what it cannot
-// take.
+// Writes `record`: its "eventID", "subject" and "object" (empty if absent), all other keys as
+// pairs, and whether the call succeeded. Never throws: the log reports records that it cannot
+// write.
 void AuditCall(std::map<std::string, std::string> record, bool success);
 
 }  // namespace Sentrel::HealthApi

@@ -80,7 +80,7 @@ std::shared_ptr<Quon::AsyncApiProvider> Authorize(std::shared_ptr<Quon::AsyncApi
     return filter;
 }
 
-// The handlers of the schemes by which a call may be authenticated.
+// One handler for each authentication scheme.
 std::vector<std::shared_ptr<Quon::Authn::AsyncAuthenticationHandler>> AuthenticationHandlers() {
     const Ref<Pellmar::Service::ConfigReader> settings =
         Pellmar::Service::GetApp().GetConfig()->GetReaderOf("token", "authn", "oru");

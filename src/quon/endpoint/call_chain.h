@@ -1,5 +1,5 @@
-// The chain of call handlers, from the audit of every call down to the services: what stands in it
-// and in which order. How each link works is the runtime's.
+// Builds the chain of call handlers, from the audit of every call to the services. The runtime
+// implements the links.
 #pragma once
 
 #include "platform/pellmar/log/logger.h"
@@ -17,13 +17,12 @@ namespace Sentrel::HealthApi {
 // The package of the reports service.
 inline constexpr std::string_view kPackage = "com.korvex.oru.observability";
 
-// What a broken set-up panics with: the host's usual format, the source, and a number for each
-// check.
+// A broken set-up panics with the host's usual format, the source and a number for each check.
 inline constexpr const char* kVerifyFormat = "VERIFY %s:%d\n";
 inline constexpr const char* kVerifySource = "apps/sentrel/quon/endpoint";
 
-// The outermost link. `logger` is the endpoint's; the reports of `reportDirectory` are published.
-// Stops the process (Panic) when the authorization metadata cannot be used.
+// Returns the outermost link, which publishes the reports in `reportDirectory`. `logger` is the
+// endpoint's. Stops the process (Panic) if the authorization metadata is unusable.
 std::shared_ptr<Quon::AsyncApiProvider> CreateLocalProvider(
     const std::shared_ptr<Quon::Enqueuer>& enqueuer,
     const std::shared_ptr<Quon::Provider::Metadata::Cli::MetadataContainer>& cliMetadata,

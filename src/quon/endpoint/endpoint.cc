@@ -32,7 +32,7 @@ constexpr std::size_t kRequestSizeLimitInBytes = 2'500'000;
 constexpr std::chrono::minutes kReadTimeout{20};
 constexpr std::chrono::minutes kWriteTimeout{30};
 
-// The texts and the number of one of the three checks of the metadata.
+// The messages and the number of one of the three metadata checks.
 struct MetadataCheck {
     const char* announcement;
     const char* error;
@@ -62,8 +62,8 @@ void LoadMetadata(const MetadataCheck& check, const Pellmar::Ref<Logger>& logger
     }
 }
 
-// Until the context is stopped. What a handler throws is logged and the next handlers run: one call
-// must not end the API. An error of the context itself ends the run.
+// Runs until the context is stopped. Logs what a handler throws and continues with the next one: a
+// single call must not end the API. An error of the context itself ends the run.
 void RunContext(boost::asio::io_context& context, const Pellmar::Ref<Logger>& logger) {
     for (;;) {
         try {
@@ -131,8 +131,8 @@ void Endpoint::StartServer(std::shared_ptr<Quon::AsyncApiProvider> provider) {
                                                 PaxQuon::PellmarWrapLoggger(logger),
                                                 std::move(configuration));
     LogInternal(logger, 5, "Starting quon endpoint at %1", port);
-    // Without a listener there is no API, which its log lines say; the daemon collects all the
-    // same.
+    // Without a listener the API is not served, which the server logs; the daemon still collects
+    // reports.
     (void)server->Start();
 }
 

@@ -1,5 +1,5 @@
-// The reports API on the network: joins metadata, reports service, call chain, server and the
-// thread that runs it all. Each of these is somebody else's.
+// The reports API on the network: connects metadata, reports service, call chain and server, and
+// runs them on one thread.
 #pragma once
 
 #include "platform/pellmar/log/logger.h"
@@ -18,18 +18,17 @@ class AsioTcpApiServer;
 
 namespace Sentrel::HealthApi {
 
-// Made, started once and released by the main thread.
+// The main thread creates it, starts it once and releases it.
 class Endpoint : public Pellmar::ObjectImpl {
   public:
-    // `port` is that of both loopback addresses. The context outlives the endpoint.
+    // Serves on `port` of both loopback addresses. The context outlives the endpoint.
     Endpoint(std::uint16_t port, boost::asio::io_context& ioService);
-    // Stops the context and returns once its run has returned, so that the context may be destroyed
-    // then.
+    // Stops the context and waits until its run has returned, so that it can be destroyed.
     ~Endpoint() override;
 
-    // Serves the reports below `reportDirectory`, which ends in "/" or is empty, when it returns.
-    // Stops the process (Panic) when the metadata file cannot be used, or names an operation short.
-    // A port that is taken is logged and survived. Throws what is none of these.
+    // Serves the reports below `reportDirectory`, which ends in "/" or is empty. Stops the process
+    // (Panic) if the metadata file is unusable or lacks an operation. Logs a port that is in use
+    // and continues. Throws any other error.
     void Start(const std::string& reportDirectory);
 
   private:
@@ -39,8 +38,7 @@ class Endpoint : public Pellmar::ObjectImpl {
     const Pellmar::Ref<Pellmar::Service::Logger> logger;
     boost::asio::io_context& ioService;
     std::shared_ptr<Quon::Transport::PicoHttp::AsioTcpApiServer> server;
-    std::future<void>
-        runEnd;  // ready when the context has been left for good; invalid before Start
+    std::future<void> runEnd;  // ready once the context's run has returned; invalid before Start
 };
 
 }  // namespace Sentrel::HealthApi

@@ -1,4 +1,4 @@
-// The runtime's log lines in the framework's loggers.
+// Adapts the framework's loggers to the runtime's log interface.
 #pragma once
 
 #include "platform/pellmar/log/logger.h"
@@ -9,8 +9,7 @@
 
 namespace PaxQuon {
 
-// A runtime logger on `logger`: a line of runtime level L is written at framework level 7 - L, when
-// the framework logger's level is at least that.
+// Creates a runtime logger that writes a line of runtime level L to `logger` at level 7 - L.
 std::shared_ptr<Quon::Logger> PellmarWrapLoggger(
     const Pellmar::Ref<Pellmar::Service::Logger>& logger);
 

@@ -12,7 +12,7 @@ namespace {
 
 namespace Errors = Com::Korvex::Quon::Std::Errors;
 
-// No restriction when empty.
+// Empty means no restriction.
 std::vector<std::string> RequestedNames(const std::optional<FilterSpec>& filter) {
     if (!filter || !filter->names) {
         return {};

@@ -1,5 +1,5 @@
-// The reports service itself: what its operations ask the publisher, and which failures they
-// answer. What results are made of is result_builders.h's, how calls arrive the binder's.
+// Implements the operations of the reports service: queries the publisher and maps its failures to
+// errors. result_builders.h builds the results; the binder receives the calls.
 #pragma once
 
 #include "platform/bindings/reports_svc.h"
@@ -14,24 +14,24 @@
 
 namespace Com::Korvex::Oru::Observability::ReportsSvc {
 
-// The texts that one result holds: reports beyond it are left out.
+// The bound on the texts in one result; reports beyond it are left out.
 inline constexpr std::size_t kMaxResultTextBytes = 64 * 1024 * 1024;
 
 // Immutable: any thread. Every outcome is delivered before the operation returns. Only
-// std::bad_alloc is thrown, and nothing has been delivered then.
+// std::bad_alloc is thrown, and then no outcome has been delivered.
 class ReportsImpl : public AsyncServiceInterface {
   public:
     // Logs through a child of `logger` named "ReportsImpl". `publisher` is not null.
     ReportsImpl(const Pellmar::Ref<Pellmar::Service::Logger>& logger,
                 std::shared_ptr<const Sentrel::Publisher> publisher);
 
-    // Delivers not_found when there is no report of that name, and the generic error when there
-    // are several or when the report's time is none.
+    // Delivers not_found if the report does not exist, and the generic error if several have that
+    // name or the report's time is invalid.
     void Get(const std::string& name, const ::Quon::CallContext& context,
              ::Quon::AsyncResult<std::shared_ptr<const Info>> result) override;
 
-    // Delivers a listing: the full one for FULL, else the brief one. Reports whose time is none are
-    // left out. Only a full one that is abandoned on the way delivers the generic error.
+    // Delivers a full listing for FULL, otherwise a brief one. Leaves out reports with an invalid
+    // time. Delivers the generic error only for a full listing that the client has abandoned.
     void List(const std::optional<FilterSpec>& filter, std::optional<DetailLevel> detail,
               const ::Quon::CallContext& context,
               ::Quon::AsyncResult<std::shared_ptr<const ListResult>> result) override;

@@ -1,5 +1,5 @@
-// From the publisher's records to the result structures of the reports service. A record whose time
-// text is none gives no result, which is logged at level 3.
+// Converts the publisher's records to the results of the reports service. A record with an invalid
+// time gives no result, which is logged at level 3.
 #pragma once
 
 #include "platform/bindings/reports_svc.h"
@@ -14,18 +14,18 @@
 
 namespace Com::Korvex::Oru::Observability::ReportsSvc {
 
-// The status of a report's code; UNKNOWN for a code that is none.
+// The status with that code; UNKNOWN for an unknown code.
 Status ToStatus(std::int32_t code);
 
-// The brief listing, in the order of `files`.
+// Builds a brief listing in the order of `files`.
 std::shared_ptr<const ListResult> BuildBriefListing(
     std::vector<Sentrel::ReportFile> files, const Pellmar::Ref<Pellmar::Service::Logger>& logger);
 
-// The full listing, in the order of `reports`. Their texts, which can be long, are moved.
+// Builds a full listing in the order of `reports`, moving their texts, which may be long.
 std::shared_ptr<const ListResult> BuildFullListing(
     std::vector<Sentrel::Report> reports, const Pellmar::Ref<Pellmar::Service::Logger>& logger);
 
-// Null when the report's time text is none.
+// Null if the report's time is invalid.
 std::shared_ptr<const Info> BuildInfo(Sentrel::Report report,
                                       const Pellmar::Ref<Pellmar::Service::Logger>& logger);
 

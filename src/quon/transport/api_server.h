@@ -1,5 +1,5 @@
-// The HTTP server of the API: its two listeners. What happens on a connection is connection.h, how
-// many there are is connection_table.h.
+// The HTTP server of the API with its two listeners. connection.h handles a connection,
+// connection_table.h bounds their number.
 #pragma once
 
 #include "platform/runtime/call/call.h"
@@ -19,23 +19,23 @@ class ConnectionTable;
 class Listener;
 struct ConnectionServices;
 
-// Plain HTTP. Runs on the one thread of the I/O context, without locks. Made, started and destroyed
-// while no other thread is in the context's run; the context outlives the server.
+// Plain HTTP. Runs without locks on the one thread of the I/O context. Create, start and destroy it
+// while no other thread runs the context; the context outlives the server.
 class AsioTcpApiServer {
   public:
     AsioTcpApiServer(boost::asio::io_context& context, std::shared_ptr<AsyncApiProvider> provider,
                      std::shared_ptr<Logger> logger, ServerConfiguration configuration);
-    // Closes all sockets. Calls in progress may end later; nobody gets their answers.
+    // Closes all sockets. Calls in progress may end later; their results are dropped.
     ~AsioTcpApiServer();
     AsioTcpApiServer(const AsioTcpApiServer&) = delete;
     AsioTcpApiServer& operator=(const AsioTcpApiServer&) = delete;
 
-    // Listens on both endpoints. A listener that fails is logged and tries again; false when both
-    // failed. Throws
-    // boost::system::system_error ("set_option") when the IPv6 socket cannot be kept to IPv6. Once.
+    // Listens on both endpoints. Logs a listener that fails, which then tries again; returns false
+    // if both failed. Throws boost::system::system_error ("set_option") if the IPv6 socket cannot
+    // be restricted to IPv6. Call it once.
     bool Start();
 
-    // The ports in use; 0 without a listener.
+    // The ports in use; 0 for one that does not listen.
     std::uint16_t Port4() const;
     std::uint16_t Port6() const;
 

@@ -1,5 +1,5 @@
-// A request body as it is put together from the bytes that arrive. Where these come from, and for
-// how long, is the connection's business.
+// Assembles a request body from the bytes that arrive. The connection receives them and limits the
+// time.
 #pragma once
 
 #include "platform/http1/chunked_decoder.h"
@@ -14,27 +14,27 @@
 
 namespace Quon::Transport::PicoHttp {
 
-// One body. Grows with what arrived; what a head declares takes no memory.
+// One body. Its memory grows with the bytes that arrive, not with the declared length.
 class BodyReader {
   public:
     BodyReader(const RequestFacts& facts, std::size_t maxBytes);
 
     enum class Progress { NeedsMore, Complete, Failed };
 
-    // Takes the bytes of this body off the front of `received`: all of them when it needs more.
+    // Consumes the bytes of this body from the front of `received`: all of them if it needs more.
     // Throws std::bad_alloc.
     Progress Take(std::string_view& received);
 
-    // Whether bytes of the client are wanted at all: not of an empty body or one that is too long
-    // by its own word. Before the first Take.
+    // Whether to receive anything at all: not for an empty body, nor for one whose declared length
+    // is too large. Call it before the first Take.
     bool WantsBytes() const { return isChunked || (missing > 0 && !Error()); }
-    // Why it failed, or is going to.
+    // Why it has failed, or will fail.
     const std::error_code& Error() const { return error; }
 
     std::size_t Size() const { return body.size(); }
-    // The memory it holds, in bytes.
+    // Its memory in bytes.
     std::size_t HeldBytes() const { return body.capacity(); }
-    // The body; to be called once, at its end.
+    // Moves the complete body out. Call it once.
     std::string Release() { return std::move(body); }
 
   private:

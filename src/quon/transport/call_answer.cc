@@ -12,14 +12,14 @@ namespace Quon::Transport::PicoHttp {
 
 namespace {
 
-// The failure's own words come second: they are not always of use to who called.
+// The failure's own text comes second, since it does not always help the caller.
 Data::ErrorValue SerializationError(const std::exception& failure) {
     return Std::MakeError(Std::ErrorType::InternalServerError,
                           {L10n::MakeMessage("quon.internal.error"),
                            {"quon.result.serialization.failed", failure.what(), {}}});
 }
 
-// RFC 9112 section 7.1.
+// The first line of a chunk (RFC 9112 section 7.1).
 std::string ChunkSizeLine(std::size_t size) {
     std::array<char, 2 * sizeof(size)> digits;
     const auto result = std::to_chars(digits.data(), digits.data() + digits.size(), size, 16);

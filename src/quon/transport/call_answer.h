@@ -1,5 +1,5 @@
-// The answer of a call as it goes out: a head, then the document in chunks, produced piece by piece
-// so that a long one never stands in memory as text.
+// The response to a call: a head, then the document in chunks, produced in pieces so that a long
+// document is never in memory as text.
 #pragma once
 
 #include "platform/runtime/call/call.h"
@@ -14,17 +14,18 @@ namespace Quon::Transport::PicoHttp {
 
 class CallAnswer {
   public:
-    // With the head and the first piece. A result whose first piece cannot be produced is answered
-    // with an internal server error that says why. Throws when that cannot be produced either.
+    // Produces the head and the first piece. If the first piece of a result cannot be produced, the
+    // response becomes an internal server error that says why. Throws if that cannot be produced
+    // either.
     CallAnswer(const RequestFacts& facts, std::string_view id, Outcome<Data::DataValue> outcome);
 
-    // The present piece goes out as these two, one after the other; the second may be empty.
+    // The current piece consists of First and Second, in that order; Second may be empty.
     std::string_view First() const { return framing; }
     std::string_view Second() const { return data; }
     bool IsLast() const { return isLast; }
 
-    // Replaces the present piece by the next; not after the last. Throws what producing it throws:
-    // the client cannot be told any more, and the answer is of no use then.
+    // Produces the next piece; not after the last. Throws whatever producing it throws: the client
+    // cannot be told any more, and the response is then unusable.
     void Next();
 
   private:

@@ -1,6 +1,6 @@
-// The connections whose call waits for its turn, and the pace of the calls without a valid token,
-// each of which leaves a record in the audit log. Whether there is a place for a call at all is
-// connection_table.h's.
+// Queues the connections whose calls wait for their turn, and limits the rate of calls without a
+// valid token, each of which adds a record to the audit log. connection_table.h decides whether a
+// call may start at all.
 #pragma once
 
 #include <chrono>
@@ -15,27 +15,27 @@ class Connection;
 
 enum class Caller { Anonymous, Verified };
 
-// First come, first served; those with a valid token before the anonymous. One thread.
+// First come, first served; callers with a valid token before anonymous ones. One thread.
 class CallQueue {
   public:
     using TimePoint = std::chrono::steady_clock::time_point;
 
-    // In no second do more than `anonymousPerSecond` anonymous calls get their turn.
+    // In any second at most `anonymousPerSecond` anonymous calls get their turn.
     explicit CallQueue(std::size_t anonymousPerSecond) : latestTurns(anonymousPerSecond) {}
 
     void Add(Connection& connection, Caller caller);
     void Remove(const Connection& connection);
     bool IsEmpty() const { return verified.empty() && anonymous.empty(); }
 
-    // Takes the one whose turn it is; null when nobody waits or the pace allows none.
+    // Takes the next connection; null if none waits or the rate limit forbids it.
     Connection* Take(TimePoint now);
-    // When the pace allows the next anonymous call that waits; nothing when none waits.
+    // When the rate limit permits the next waiting anonymous call; nothing if none waits.
     std::optional<TimePoint> NextAnonymousTurn() const;
 
   private:
     std::deque<Connection*> verified;
     std::deque<Connection*> anonymous;
-    std::vector<TimePoint> latestTurns;  // of the anonymous, a ring
+    std::vector<TimePoint> latestTurns;  // of anonymous calls, a ring buffer
     std::size_t oldestTurn = 0;
 };
 

@@ -1,4 +1,4 @@
-// A socket without a process has no inode, or no row at all, in /proc/net/tcp (proc(5)):
+// A socket without a process has inode 0, or no row at all, in /proc/net/tcp (proc(5)):
 //
 //   sl local_address rem_address st tx_queue:rx_queue tr:tm->when retrnsmt uid timeout inode ...
 //    7: 0100007F:D2F4 0100007F:2700 05 00000000:00000000 00:00000000 00000000 1000 0 0 ...
@@ -18,7 +18,7 @@ namespace Quon::Transport::PicoHttp {
 
 namespace {
 
-// An address as the rows have it: each 32 bits of it as a number of this machine.
+// An address in the form of the rows: each 32 bits of it as a number in host byte order.
 struct RowAddress {
     explicit RowAddress(const sockaddr_storage& address) {
         std::array<char, 48> text{};
@@ -40,7 +40,7 @@ struct RowAddress {
     bool operator==(const char* row) const { return row == plain || row == mapped; }
 
     std::string plain;
-    std::string mapped;  // of an IPv4 address, as an IPv6 socket shows it
+    std::string mapped;  // an IPv4 address as an IPv6 socket shows it
 };
 
 bool HasProcess(const RowAddress& local, const RowAddress& remote) {

@@ -1,11 +1,11 @@
-// Whether the client of a loopback connection is still there. The end of its stream does not tell:
-// a client that has sent all it has to say may end its side and wait for the answer.
+// Detects whether the client of a loopback connection still exists. The end of its stream does not
+// tell: a client may shut down its sending side after the request and wait for the response.
 #pragma once
 
 namespace Quon::Transport::PicoHttp {
 
-// Whether no process holds the other end of the connected `socket` any more. False where that
-// cannot be found out. Does not wait; costs a walk over the host's TCP sockets once the stream has
+// Whether no process has the other end of the connected `socket` open any more. False if that
+// cannot be determined. Does not block; reads the host's table of TCP sockets once the stream has
 // ended.
 bool HasClientLeft(int socket);
 

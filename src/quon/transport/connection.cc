@@ -1,4 +1,4 @@
-// The frame of a connection: its waits, its heads, and what comes after an answer.
+// Handles the waits and heads of a connection, and what follows a response.
 #include "quon/transport/connection.h"
 
 #include "quon/transport/connection_table.h"
@@ -32,7 +32,8 @@ bool Connection::HoldsStalledAnswer() const {
            (*waitingSince <= now - limits.answerGrace || answeringSince <= now - limits.answerTime);
 }
 
-// The memory of the request goes now: what was under way may hold the connection for a while.
+// Frees the request's memory now, since an operation in progress may keep the object alive for a
+// while.
 void Connection::Close() {
     if (!isOpen) {
         return;
@@ -109,7 +110,7 @@ void Connection::OnHeadBytes(const std::error_code& error, std::size_t count) {
         return input.Unread().empty() ? Close() : RefuseHead(TransportError::HeadersParse);
     }
     if (input.Unread().empty()) {
-        BeginWait(services->configuration.readTimeout);  // until here, it was for a request at all
+        BeginWait(services->configuration.readTimeout);  // until here it was the idle timeout
     }
     input.Add(count);
     TakeHead();
@@ -146,7 +147,7 @@ void Connection::RefuseHead(const std::error_code& reason) {
     SendText(BadRequestResponse(reason), &Connection::OnLastTextSent);
 }
 
-// A request that is here already takes its turn after those of the other connections.
+// A request that has already arrived takes its turn after those of the other connections.
 void Connection::FinishRequest() {
     Log(kTracing, "Request handled");
     idle.since = std::chrono::steady_clock::now();
@@ -171,8 +172,8 @@ void Connection::OnLastTextSent(const std::error_code& error, std::size_t) {
     Linger();
 }
 
-// A socket that is closed with bytes unread sends a reset, which would overtake the answer: what
-// the client is still sending is dropped, for a while, until the client has seen the end.
+// Closing a socket with unread bytes sends a reset, which would overtake the response: so further
+// input is discarded for a while, until the client has seen the end.
 void Connection::Linger() {
     stream.FinishSending();
     BeginWait(services->configuration.limits.linger);

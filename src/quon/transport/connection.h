@@ -1,12 +1,12 @@
-// One client: requests are read, handed to the chain of call handlers and answered, one after the
-// other, until one side ends it.
+// A client connection: reads requests, passes them to the call chain and sends the responses, one
+// after the other, until one side closes it.
 //
 //   head --> body --> call --> answer --+--> (kept) head
 //     |        |                        |
 //     +--------+--> fixed or rejection -+--> (closed) what still comes is dropped, end
 //
-// Each arrow that waits for the client has a deadline. How many connections there are, whose
-// deadline has passed and who has to go when there are too many is connection_table.h.
+// Each arrow that waits for the client has a deadline. connection_table.h limits the number of
+// connections and closes those whose deadline has passed.
 #pragma once
 
 #include "platform/http1/connection_bound.h"
@@ -34,7 +34,7 @@ namespace Quon::Transport::PicoHttp {
 
 class ConnectionTable;
 
-// What all connections of a server work with. Immutable.
+// What all connections of a server share. Immutable.
 struct ConnectionServices {
     const std::shared_ptr<AsyncApiProvider> provider;
     const std::shared_ptr<Logger> logger;
@@ -43,60 +43,59 @@ struct ConnectionServices {
         configuration.requestSizeLimitInBytes};
 };
 
-// The thread of the I/O context. The table and every operation under way own it; a call in progress
-// does not, so that it may outlive both.
+// For the thread of the I/O context. The table and every operation in progress own it; a call in
+// progress does not, so the call may outlive both.
 class Connection : public std::enable_shared_from_this<Connection> {
   public:
     using TimePoint = std::chrono::steady_clock::time_point;
 
-    // `table` outlives the connection, or closes it. Throws what Stream throws.
+    // `table` outlives the connection, or closes it. Throws what Stream's constructor throws.
     Connection(boost::asio::io_context& context, Sys::OwnedFd socket,
                std::shared_ptr<const ConnectionServices> services, ConnectionTable& table);
 
     void Start();
-    // Ends it without another word. Does nothing to a closed one.
+    // Closes it without sending anything. Idempotent.
     void Close();
-    // Its deadline has passed.
+    // Call it when the deadline has passed.
     void TimeOut();
 
-    // Since when it has been waiting for its client in the present step; nothing during a call.
+    // Since when the current step has been waiting for the client; nothing during a call.
     const std::optional<TimePoint>& WaitingSince() const { return waitingSince; }
-    // When the wait is given up; nothing during a call.
+    // When the wait ends; nothing during a call.
     const std::optional<TimePoint>& Deadline() const { return deadline; }
-    // Whether its last call came with a valid token.
+    // Whether its last call carried a valid token.
     bool IsVerified() const { return idle.isVerified; }
-    // Since when it has been idle, for the bound of connections.
+    // The facts that decide which connection gives way at the bound.
     const Http1::WaitingConnection& Idle() const { return idle; }
-    // Memory of an unfinished body, or of a call that waits for its turn, in bytes.
+    // The memory in bytes of an incomplete body, or of a call that waits for its turn.
     std::size_t HeldBodyBytes() const;
-    // Whether a call on it is in progress, or it holds a result, more of which is to be sent than
-    // the present piece.
+    // Whether a call is in progress, or a result has pieces left after the current one.
     bool HoldsPlace() const { return isCalling || HoldsAnswer(); }
-    // Whether it holds such a result whose client takes too long for it.
+    // Whether such a result is sent too slowly because of the client.
     bool HoldsStalledAnswer() const;
 
-    // The turn of the call has come that waits on it.
+    // Starts the waiting call, whose turn has come.
     void BeginCall();
 
   private:
     using Step = void (Connection::*)(const std::error_code& error, std::size_t count);
 
-    // Every entry from outside goes through here: not into a closed connection, and what is thrown
-    // ends this connection alone.
+    // The entry point of every callback: ignores them on a closed connection, and an exception
+    // closes only this connection.
     template <typename Action>
     void Run(const Action& action) noexcept;
-    // A callback that goes on with `step`.
+    // Creates a callback that continues with `step`.
     Stream::OnDone Then(Step step);
     void BeginWait(std::chrono::nanoseconds timeout);
     void EndWait();
-    // Sends `text`, then goes on with `step`.
+    // Sends `text`, then continues with `step`.
     void SendText(std::string text, Step step);
     void Fail(std::string_view reason);
     void Fail(std::string_view operation, const std::error_code& error);
     void Log(LogLevel level, std::string_view text) const;
     bool HoldsAnswer() const { return answer && !answer->IsLast(); }
 
-    // connection.cc: heads, and what follows an answer
+    // Implemented in connection.cc: heads, and what follows a response.
     void DoReadHead();
     void OnHeadBytes(const std::error_code& error, std::size_t count);
     void TakeHead();
@@ -107,7 +106,7 @@ class Connection : public std::enable_shared_from_this<Connection> {
     void OnDropped(const std::error_code& error, std::size_t count);
     void OnLastTextSent(const std::error_code& error, std::size_t count);
 
-    // connection_request.cc: bodies and calls
+    // Implemented in connection_request.cc: bodies and calls.
     void HandleRequest();
     void OnContinueSent(const std::error_code& error, std::size_t count);
     void TakeBody();
@@ -126,19 +125,19 @@ class Connection : public std::enable_shared_from_this<Connection> {
     void ProduceNextPiece();
 
     const std::shared_ptr<const ConnectionServices> services;
-    ConnectionTable& table;  // used while open
+    ConnectionTable& table;  // used only while open
     Stream stream;
     InputBuffer input;
-    Http1::HeadScanner scanner;  // of the head that `input` begins with
+    Http1::HeadScanner scanner;  // of the head at the front of `input`
     bool isOpen = true;
     Http1::WaitingConnection idle{.since = std::chrono::steady_clock::now()};
     std::optional<TimePoint> waitingSince;
     std::optional<TimePoint> deadline;
-    std::size_t droppedBytes = 0;  // since the last answer
-    bool tookMuchMemory = false;   // since it was last given back
+    std::size_t droppedBytes = 0;  // since the last response
+    bool tookMuchMemory = false;   // since memory was last released
     bool isCalling = false;
 
-    // Of the present request.
+    // State of the current request.
     RequestFacts facts;
     std::optional<BodyReader> body;
     std::string requestId;  // JSON text
@@ -146,16 +145,16 @@ class Connection : public std::enable_shared_from_this<Connection> {
     std::string outgoing;
     std::optional<CallAnswer> answer;
     TimePoint answeringSince;
-    std::size_t answerBytes = 0;  // so far
+    std::size_t answerBytes = 0;  // sent so far
 };
 
-// The runtime's levels by their use here: the framework writes its level 7 - L for level L.
+// The framework level is 7 minus the runtime level.
 inline constexpr LogLevel kFailure = LogLevel::Error;     // 3
 inline constexpr LogLevel kMilestone = LogLevel::Info;    // 5
 inline constexpr LogLevel kPerRequest = LogLevel::Debug;  // 6
 inline constexpr LogLevel kTracing = LogLevel::Trace;     // 7
 
-// How failures of the socket are reported.
+// The messages about socket failures.
 inline constexpr std::string_view kReceiveFailed = "quon.recv.failed";
 inline constexpr std::string_view kSendFailed = "quon.send.failed";
 

@@ -1,4 +1,4 @@
-// One request on a connection, after its head: expectation, body, call and answer.
+// Handles a request after its head: expectation, body, call and response.
 #include "quon/transport/connection.h"
 #include "quon/transport/connection_table.h"
 #include "quon/transport/responses.h"
@@ -56,7 +56,7 @@ void Connection::TakeBody() {
 
 void Connection::DoReadBody() {
     table.BoundBodies();
-    if (isOpen) {  // it may have been this one that had to go
+    if (isOpen) {  // BoundBodies may have closed this connection
         stream.Receive(input.Room(), Then(&Connection::OnBodyBytes));
     }
 }
@@ -94,7 +94,7 @@ void Connection::OnRejectionSent(const std::error_code& error, std::size_t count
 void Connection::HandleDocument(std::string document) {
     idle.hasSentRequest = true;
     auto read = services->deserializer.Deserialize(document);
-    document = std::string();  // a call may take long and need memory
+    document = std::string();  // frees memory during a call that may take long
     if (const auto* error = std::get_if<Protocol::Json::JsonRequestError>(&read)) {
         return SendText(ReaderErrorResponse(facts, *error), &Connection::OnReaderErrorSent);
     }
@@ -114,13 +114,13 @@ void Connection::HandleDocument(std::string document) {
     waitingCall = call;
     BeginWait(services->configuration.readTimeout);
     table.BoundBodies();
-    if (isOpen) {  // it may have been this one that had to go
+    if (isOpen) {  // BoundBodies may have closed this connection
         table.AwaitTurn(*this, hasToken ? Caller::Verified : Caller::Anonymous);
     }
 }
 
 void Connection::BeginCall() {
-    const auto holder = shared_from_this();  // it may be closed below
+    const auto holder = shared_from_this();  // keeps this object alive if it is closed below
     Run([this] {
         if (stream.HasClientLeft()) {
             return Fail("the client has left before its call began");
@@ -184,7 +184,7 @@ void Connection::OnPieceSent(const std::error_code& error, std::size_t) {
     FinishPiece();
 }
 
-// Other connections have their turn between two pieces.
+// Other connections get their turn between two pieces.
 void Connection::FinishPiece() {
     if (!answer->IsLast()) {
         return stream.Post(
@@ -194,7 +194,7 @@ void Connection::FinishPiece() {
     FinishRequest();
 }
 
-// Once the head is out, the only way to say that something failed is to cut the answer.
+// Once the head is sent, cutting the response short is the only way to report a failure.
 void Connection::ProduceNextPiece() {
     try {
         answer->Next();

@@ -53,7 +53,7 @@ void ConnectionTable::Admit(Sys::OwnedFd socket) {
 }
 
 void ConnectionTable::CloseAll() {
-    beginsCalls = true;  // so that none does any more
+    beginsCalls = true;  // prevents further calls from starting
     while (!connections.empty()) {
         (*connections.begin())->Close();
     }
@@ -123,7 +123,7 @@ void ConnectionTable::AwaitTurn(Connection& connection, Caller caller) {
 
 void ConnectionTable::BeginCalls() {
     if (waitingCalls.IsEmpty() || beginsCalls) {
-        return;  // a call that begins may end inside the loop below, which goes on then
+        return;  // a call that starts may end within the loop below, which then continues
     }
     beginsCalls = true;
     const TimePoint now = std::chrono::steady_clock::now();
@@ -152,7 +152,8 @@ bool ConnectionTable::HasPlaceForCall() const {
     return static_cast<std::size_t>(inUse) < services->configuration.limits.maxCalls;
 }
 
-// Only from the timer: what clients have taken by then is known, however long a call took before.
+// Called only from the timer: by then it is known what clients have received, however long a call
+// took.
 void ConnectionTable::CloseStalledAnswer() {
     if (waitingCalls.IsEmpty() || HasPlaceForCall()) {
         return;
@@ -167,7 +168,7 @@ void ConnectionTable::CloseStalledAnswer() {
     }
 }
 
-// The allocator keeps free memory below what is in use, which can be much after large bodies.
+// The allocator keeps free memory below allocated memory, which can be much after large bodies.
 void ConnectionTable::ReleaseMemory() {
     if (std::exchange(releasesMemory, true)) {
         return;
@@ -175,12 +176,12 @@ void ConnectionTable::ReleaseMemory() {
     boost::asio::post(context, [weak = weak_from_this()] {
         if (const auto self = weak.lock()) {
             self->releasesMemory = false;
-            (void)::malloc_trim(0);  // whether there was anything does not matter
+            (void)::malloc_trim(0);  // the result does not matter
         }
     });
 }
 
-// Null when none waits.
+// The connection to close at the bound; null if none waits.
 std::shared_ptr<Connection> ConnectionTable::FindWhoGivesWay() const {
     const TimePoint now = std::chrono::steady_clock::now();
     std::shared_ptr<Connection> first;
@@ -193,7 +194,7 @@ std::shared_ptr<Connection> ConnectionTable::FindWhoGivesWay() const {
     return first;
 }
 
-// Null when none that waits meets the condition.
+// The one that meets the condition and has waited longest; null if there is none.
 std::shared_ptr<Connection> ConnectionTable::FindLongestWaiting(Condition condition) const {
     std::shared_ptr<Connection> longest;
     for (const std::shared_ptr<Connection>& connection : connections) {

@@ -1,5 +1,5 @@
-// The open connections of a server: owns them, keeps their number and memory within bounds, and
-// ends those whose client takes too long.
+// Owns the open connections of a server, bounds their number and memory, and closes those whose
+// clients take too long.
 #pragma once
 
 #include "platform/sys/owned_fd.h"
@@ -12,38 +12,38 @@
 
 namespace Quon::Transport::PicoHttp {
 
-// The thread of the I/O context.
+// For the thread of the I/O context.
 class ConnectionTable : public std::enable_shared_from_this<ConnectionTable> {
   public:
     using TimePoint = Connection::TimePoint;
 
-    // The context outlives it.
+    // The context outlives the table.
     ConnectionTable(boost::asio::io_context& context,
                     std::shared_ptr<const ConnectionServices> services);
     ~ConnectionTable();
 
-    // Serves the client at the other end of `socket`. At the bound of connections one of those that
-    // wait for their client gives way (Http1::GivesWayBefore), or `socket` when none waits. Throws
-    // what Connection throws.
+    // Serves the client of `socket`. At the bound, closes a connection that waits for its client
+    // (see Http1::GivesWayBefore), or `socket` if none waits. Throws what Connection's constructor
+    // throws.
     void Admit(Sys::OwnedFd socket);
-    // Before the table is destroyed; none is admitted any more.
+    // Call it before destroying the table, with no Admit afterwards.
     void CloseAll();
 
-    // For connections.
+    // The following operations are for connections.
     //
-    // `connection` was closed.
+    // Removes `connection`, which was closed.
     void Remove(const std::shared_ptr<Connection>& connection);
-    // A connection has set this deadline.
+    // Sets the timer for a deadline that a connection has set.
     void Watch(TimePoint deadline);
-    // A connection may hold more of its unfinished body: closes the longest waiting ones without a
-    // verified token while they hold too much together.
+    // Call it after receiving more of an incomplete body: while those bodies exceed their bound,
+    // closes the connection without a verified token that has waited longest.
     void BoundBodies();
-    // `connection` has a call to make: has it begin now, or when its turn comes.
+    // Starts the call of `connection` now or when its turn comes.
     void AwaitTurn(Connection& connection, Caller caller);
-    // A connection may have given up its place for a call: lets those begin that have waited.
+    // Starts waiting calls for which places have become free.
     void BeginCalls();
-    // A connection took much memory and has no use for it any more: what is free by then is given
-    // back to the system, once those in work had their turn.
+    // Call it when a connection no longer needs much memory: returns free memory to the system
+    // after pending operations had their turn.
     void ReleaseMemory();
 
   private:
@@ -60,8 +60,9 @@ class ConnectionTable : public std::enable_shared_from_this<ConnectionTable> {
     boost::asio::io_context& context;
     const std::shared_ptr<const ConnectionServices> services;
     std::set<std::shared_ptr<Connection>> connections;
-    // One timer for all: it is moved only to an earlier time, so that a deadline like those before
-    // costs no system call. It comes early for deadlines that were moved back, and looks again.
+    // One timer for all. It is only set to earlier times, so a deadline similar to earlier ones
+    // costs no system call. It fires too early for deadlines that were extended, and is then set
+    // again.
     const std::unique_ptr<Timer> timer;
     TimePoint timerTime = TimePoint::max();
     CallQueue waitingCalls;

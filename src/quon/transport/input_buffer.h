@@ -1,4 +1,4 @@
-// The bytes that arrived on a connection and were not used yet.
+// The bytes received on a connection and not used yet.
 #pragma once
 
 #include "quon/transport/limits.h"
@@ -11,21 +11,22 @@
 
 namespace Quon::Transport::PicoHttp {
 
-// As large as the largest head.
+// Its size is the maximum size of a head.
 class InputBuffer {
   public:
     std::string_view Unread() const { return {bytes.get() + begin, end - begin}; }
     void Consume(std::size_t count) { begin += count; }
     void Clear() { begin = end = 0; }
 
-    // Where to receive to; empty when all of the buffer is unread. Moves what is unread.
+    // The free part for receiving; empty if the whole buffer is unread. Moves the unread bytes to
+    // the front.
     std::span<char> Room() {
         std::memmove(bytes.get(), bytes.get() + begin, end - begin);
         end -= begin;
         begin = 0;
         return {bytes.get() + end, kMaxHeadBytes - end};
     }
-    // Of the room, that many bytes were filled.
+    // Marks `count` bytes of Room as received.
     void Add(std::size_t count) { end += count; }
 
   private:

@@ -1,5 +1,5 @@
-// The bounds of the API port: what one client, and all of them together, can hold. The times of the
-// single operations and the size of a request come with the configuration.
+// The API server's bounds on the resources of one client and of all together. The configuration has
+// the timeouts of single operations and the maximum size of a request.
 #pragma once
 
 #include <chrono>
@@ -7,40 +7,40 @@
 
 namespace Quon::Transport::PicoHttp {
 
-// A head with its closing empty line, and what a connection reads ahead.
+// The maximum size of a head including its closing empty line, and of the input buffer.
 inline constexpr std::size_t kMaxHeadBytes = 16 * 1024;
-// What is produced of an answer before it is sent; a client that does not read holds one of these.
+// The size of a response's pieces; a client that does not read keeps one of them in memory.
 inline constexpr std::size_t kPieceBytes = 64 * 1024;
-// What a connection that was answered early may still send before it is cut.
+// How much a connection with an early response may still send before it is closed.
 inline constexpr std::size_t kMaxLingerBytes = 16 * 1024 * 1024;
-// Of an unfinished body, what counts against nobody: most requests stay below it.
+// The part of an incomplete body that counts towards no bound: most requests are smaller.
 inline constexpr std::size_t kFreeBodyBytes = 16 * 1024;
-// A request that took more, for its body or its answer, has the free memory of the process given
-// back to the system after it.
+// After a request that used more memory, for its body or response, the process returns its free
+// memory to the system.
 inline constexpr std::size_t kMuchMemoryBytes = 1024 * 1024;
-// Connections that the kernel keeps ready for a listener.
+// The backlog of pending connections of a listener.
 inline constexpr int kListenBacklog = 128;
 
-// As they are outside tests.
+// Tests use other values.
 struct ServerLimits {
-    // Open connections. For each further one, an idle one is closed.
+    // Open connections. For each further one an idle one is closed.
     std::size_t maxConnections = 256;
-    // Unfinished bodies of all connections that never showed a good token. Beyond it, the one that
-    // has been sending longest is closed.
+    // The total size of incomplete bodies on connections without a verified token. Beyond it, the
+    // one that has waited longest is closed.
     std::size_t maxUnverifiedBodyBytes = 40'000'000;
-    // Calls in progress and answers of more than one piece that are not out yet, each of which
-    // holds its result in memory. A further call waits. While one does, those answers are closed
-    // whose client takes no piece for the grace, or not the whole within the time.
+    // Calls in progress and unfinished responses of several pieces, each of which keeps its result
+    // in memory. Further calls wait; meanwhile a response is closed if its client receives no piece
+    // for `answerGrace`, or not all of it within `answerTime`.
     std::size_t maxCalls = 4;
     std::chrono::nanoseconds answerGrace = std::chrono::seconds(5);
     std::chrono::nanoseconds answerTime = std::chrono::seconds(60);
-    // Calls without a valid token, of all connections together; a further one waits.
+    // Calls without a valid token on all connections together; further ones wait.
     std::size_t anonymousCallsPerSecond = 100;
-    // For a client to see its answer before the connection is closed.
+    // For a client to see its response before the connection is closed.
     std::chrono::nanoseconds linger = std::chrono::seconds(5);
-    // Before a listener that failed to bind tries again.
+    // Between attempts of a listener to bind.
     std::chrono::nanoseconds bindDelay = std::chrono::seconds(5);
-    // After the descriptors have run out.
+    // After running out of descriptors.
     std::chrono::nanoseconds acceptDelay = std::chrono::milliseconds(500);
 };
 

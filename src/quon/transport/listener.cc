@@ -35,7 +35,7 @@ std::string ToText(const Tcp::endpoint& endpoint) {
 
 error_code SystemError(int error) { return {error, boost::system::system_category()}; }
 
-// Closed at exec, which Asio's own sockets are not.
+// Close-on-exec, unlike Asio's own sockets.
 error_code OpenSocket(Tcp::acceptor& acceptor, const Tcp& protocol) {
     Sys::OwnedFd socket(::socket(protocol.family(), SOCK_STREAM | SOCK_CLOEXEC, 0));
     if (!socket.IsOpen()) {
@@ -49,7 +49,7 @@ error_code OpenSocket(Tcp::acceptor& acceptor, const Tcp& protocol) {
     return error;
 }
 
-// Leaves the acceptor listening when no error is returned.
+// Leaves the acceptor listening if it returns no error.
 error_code OpenAcceptor(Tcp::acceptor& acceptor, const Tcp::endpoint& endpoint) {
     error_code error = OpenSocket(acceptor, endpoint.protocol());
     if (!error) acceptor.set_option(Tcp::acceptor::reuse_address(true), error);
@@ -62,8 +62,8 @@ error_code OpenAcceptor(Tcp::acceptor& acceptor, const Tcp::endpoint& endpoint) 
     return error;
 }
 
-// What to do so that the API is served there; empty where this host lacks such addresses, so that
-// nothing is amiss.
+// What to do so that the API is served on this address; empty if the host lacks such addresses,
+// which is not a problem.
 std::string AdviceFor(const std::error_code& error) {
     switch (error.value()) {
         case EAFNOSUPPORT:
@@ -126,7 +126,7 @@ void Listener::LogListenError(AddressFamily family, const std::error_code& error
     logger->Log(kMilestone, std::string(family == AddressFamily::V4 ? "IPv4" : "IPv6") +
                                 " Failed to listen on: " + address + " ec: " +
                                 error.category().name() + ":" + std::to_string(error.value()));
-    // The milestone names neither cause nor cure, and wakes nobody.
+    // The milestone says neither why nor what to do, and is easily overlooked.
     if (const std::string advice = AdviceFor(error); !advice.empty()) {
         logger->Log(kFailure,
                     "The API is not served on " + address + ": " + error.message() + advice);
@@ -144,7 +144,7 @@ void Listener::DelayListen() {
             if (!self->Listen()) {
                 return;
             }
-        } catch (const boost::system::system_error&) {  // as any other failure by now
+        } catch (const boost::system::system_error&) {  // handled like any other failure by now
             self->Close();
         }
         self->DelayListen();
@@ -152,7 +152,7 @@ void Listener::DelayListen() {
 }
 
 void Listener::Close() {
-    error_code ignored;  // the socket is closed whatever it says
+    error_code ignored;  // the socket is closed whatever it reports
     sockets->acceptor.close(ignored);
     sockets->delay.cancel();
 }
@@ -172,7 +172,7 @@ void Listener::DoAccept() {
         });
 }
 
-// One connection at a time, so that those that are open have their turn in between.
+// Accepts one connection at a time, so that open ones get their turn in between.
 void Listener::Accept() {
     Sys::OwnedFd accepted(::accept4(sockets->acceptor.native_handle(), nullptr, nullptr,
                                     SOCK_NONBLOCK | SOCK_CLOEXEC));
@@ -193,7 +193,7 @@ void Listener::OnAcceptFailed(int error) {
     switch (error) {
         case EAGAIN:
         case EINTR:
-        case ECONNABORTED:  // the client has gone again: nothing is wrong with the listener
+        case ECONNABORTED:  // the client has gone; the listener is fine
         case EPROTO:
             return DoAccept();
         case EMFILE:

@@ -1,4 +1,4 @@
-// One listening socket of the API: opens it and hands the connections that it accepts on.
+// A listening socket of the API: opens it and passes on accepted connections.
 #pragma once
 
 #include "platform/runtime/call/logger.h"
@@ -21,21 +21,21 @@ class ConnectionTable;
 
 enum class AddressFamily { V4, V6 };
 
-// The thread of the I/O context, which outlives it.
+// For the thread of the I/O context, which outlives it.
 class Listener : public std::enable_shared_from_this<Listener> {
   public:
-    // The connections go to `connections`.
+    // Passes accepted connections to `connections`.
     Listener(boost::asio::io_context& context, std::shared_ptr<Logger> logger,
              const ServerLimits& limits, std::shared_ptr<ConnectionTable> connections);
     ~Listener();
 
-    // Listens and accepts from now on. A failure is logged and false returned; the listener then
-    // tries again every `bindDelay` of its limits and logs nothing until it succeeds. Throws
-    // boost::system::system_error ("set_option") when an IPv6 socket cannot be kept to IPv6. Once.
+    // Starts to listen and accept. Logs a failure and returns false; the listener then tries again
+    // every `bindDelay`, logging nothing until it succeeds. Throws boost::system::system_error
+    // ("set_option") if an IPv6 socket cannot be restricted to IPv6. Call it once.
     bool Start(AddressFamily family, const ListenEndpoint& endpoint);
     void Close();
 
-    // In use; 0 when it does not listen.
+    // The port in use; 0 if it does not listen.
     std::uint16_t Port() const;
 
   private:
@@ -54,7 +54,7 @@ class Listener : public std::enable_shared_from_this<Listener> {
     const ServerLimits limits;
     const std::shared_ptr<ConnectionTable> connections;
     const std::unique_ptr<Sockets> sockets;
-    std::string address;  // wanted, then bound, such as "[::1]:9984"
+    std::string address;  // as configured, then as bound, such as "[::1]:9984"
 };
 
 }  // namespace Quon::Transport::PicoHttp

@@ -29,7 +29,7 @@ constexpr std::array kMediaTypes{
     MediaType{kCleanStreamJson, "application/vnd.korvex.quon.clean.stream.json"}};
 
 constexpr std::string_view kAuthorization = "authorization";
-// Fields that carry credentials, a token that was sent in the wrong one included.
+// Fields that contain credentials, including those in which a token may be sent by mistake.
 constexpr std::array<std::string_view, 3> kCredentialFields{kAuthorization, "proxy-authorization",
                                                             "cookie"};
 
@@ -46,7 +46,7 @@ bool ContainsIgnoringCase(std::string_view text, std::string_view part) {
     return false;
 }
 
-// The values of all fields of that name as one list (RFC 9110 section 5.3).
+// The values of all fields with that name as one list (RFC 9110 section 5.3).
 std::optional<std::string> JoinedValue(const RequestHead& head, std::string_view name) {
     std::optional<std::string> joined;
     for (const Http1::HeaderField& field : head) {
@@ -58,8 +58,7 @@ std::optional<std::string> JoinedValue(const RequestHead& head, std::string_view
     return joined;
 }
 
-// A list such as "5, 5" is not a number, though RFC 9110 section 8.6 lets a recipient take it
-// for 5.
+// A list such as "5, 5" is not a number here, though RFC 9110 section 8.6 allows reading it as 5.
 bool ListsLengths(const RequestHead& head) {
     return std::any_of(head.begin(), head.end(), [](const Http1::HeaderField& field) {
         return EqualsIgnoringCase(field.name, "content-length") && Contains(field.value, ",");
@@ -79,8 +78,8 @@ bool CarriesCredentials(std::string_view name) {
                        [name](std::string_view field) { return EqualsIgnoringCase(name, field); });
 }
 
-// Sets how the body is framed. Wherever another reader of this head could see another end of the
-// request, the connection ends with it.
+// Determines the framing of the body. If another reader could see the request end elsewhere, the
+// connection is closed after it.
 void SettleBody(const RequestHead& head, RequestFacts& facts) {
     const auto coding = JoinedValue(head, "transfer-encoding");
     const bool hasNoBody = HasNoBody(head.Method());

@@ -16,7 +16,7 @@ using Protocol::Json::ResponseDocument;
 
 using HeadField = std::pair<std::string_view, std::string_view>;
 
-// Fields without a value are left out.
+// Leaves out fields without a value.
 std::string BuildHead(std::string_view statusAndReason, std::optional<std::size_t> bodyLength,
                       std::initializer_list<HeadField> fields) {
     std::string head("HTTP/1.1 ");
@@ -34,7 +34,7 @@ std::string BuildHead(std::string_view statusAndReason, std::optional<std::size_
     return head.append("Server: quon-PicoHttp\r\n\r\n");
 }
 
-// For documents that are short by what is in them.
+// For documents that are known to be short.
 std::string WholeText(ResponseDocument document) {
     std::string text;
     while (document.Next(text, std::numeric_limits<std::size_t>::max())) {

@@ -1,5 +1,5 @@
-// The answers as bytes: the fixed ones, the rejection, the error of the document's reader, and the
-// heads. Answers of calls, which may be long, are call_answer.h.
+// Composes responses as bytes: the fixed ones, rejections, errors of the document reader, and
+// heads. call_answer.h handles the responses to calls, which may be long.
 #pragma once
 
 #include "platform/runtime/json/json_request.h"
@@ -21,24 +21,25 @@ inline constexpr std::string_view kExpectationFailed =
 // After the last chunk, without trailers.
 inline constexpr std::string_view kLastChunk = "0\r\n\r\n";
 
-// To a head that cannot be read. The error's text follows its end, for people who look at bytes.
+// For a head that cannot be parsed. The error's text follows the end of the response, for people
+// who look at the bytes.
 std::string BadRequestResponse(const std::error_code& error);
 
-// To a request that cannot be served, saying why: no fitting content type, a declared length over
-// `maxBodyBytes`, or anything else.
+// For a request that cannot be served; says why: an unsupported content type, a declared length
+// over `maxBodyBytes`, or anything else.
 std::string RejectedResponse(const RequestFacts& facts, std::size_t maxBodyBytes,
                              const L10n::Localizer& localizer);
 
-// To a document that cannot be read.
+// For a document that cannot be read.
 std::string ReaderErrorResponse(const RequestFacts& facts,
                                 const Protocol::Json::JsonRequestError& error);
 
-// The head of the answer of a call. `errorName` is empty for a result. Without `bodyLength` the
-// body is in chunks.
+// The head of the response to a call. `errorName` is empty for a result. Without `bodyLength` the
+// body is chunked.
 std::string OperationHead(const RequestFacts& facts, std::string_view errorName,
                           std::optional<std::size_t> bodyLength);
 
-// The document in the response format (one bit) of the request; `id` is JSON text.
+// Create the document in the response format (one bit) of the request; `id` is JSON text.
 Protocol::Json::ResponseDocument ResultDocument(unsigned responseFormat, std::string_view id,
                                                 Data::DataValue value);
 Protocol::Json::ResponseDocument ErrorDocument(unsigned responseFormat, std::string_view id,

@@ -32,11 +32,11 @@ struct Stream::Socket {
 
 Stream::Stream(Net::io_context& context, Sys::OwnedFd accepted)
     : socket(std::make_unique<Socket>(context)) {
-    // The family does not matter to a socket that is connected.
+    // The address family of a connected socket does not matter.
     socket->connection.assign({AF_UNSPEC, IPPROTO_TCP}, accepted.Get());
     (void)accepted.Release();
     socket->connection.non_blocking(true);
-    error_code ignored;  // it fails for clients that are gone already: reading says so
+    error_code ignored;  // fails if the client is gone, which reading reports
     socket->connection.set_option(Net::ip::tcp::no_delay(true), ignored);
 }
 
@@ -88,12 +88,12 @@ bool Stream::HasClientLeft() {
 }
 
 void Stream::FinishSending() {
-    error_code ignored;  // it fails only when the client is gone already
+    error_code ignored;  // fails only if the client is gone
     socket->connection.shutdown(Net::socket_base::shutdown_send, ignored);
 }
 
 void Stream::Close() {
-    error_code ignored;  // the socket is closed whatever it says
+    error_code ignored;  // the socket is closed whatever it reports
     socket->connection.close(ignored);
 }
 

@@ -1,5 +1,4 @@
-// The connected socket of one client on the I/O context. What is said on it is the connection's
-// business.
+// The connected socket of a client on the I/O context, without knowledge of the protocol.
 #pragma once
 
 #include "platform/sys/owned_fd.h"
@@ -19,36 +18,37 @@ class io_context;
 
 namespace Quon::Transport::PicoHttp {
 
-// The thread of the context. Callbacks are called by the context, never inside the call they were
-// given to, and never once the context is gone; memory given to an operation stays where it is
-// until then or until Close.
+// For the thread of the context. The context calls callbacks, never within the call that passed
+// them, and never after it is destroyed; memory passed to an operation must stay valid until then
+// or until Close.
 class Stream {
   public:
     using OnDone = std::function<void(const std::error_code& error, std::size_t count)>;
-    // They go out one after the other, in one system call where the socket takes them.
+    // Sent one after the other, in one system call if the socket accepts them.
     using Parts = std::array<std::string_view, 2>;
 
-    // `socket` is connected. Throws what is derived from std::exception when it cannot be used.
+    // `socket` is connected. Throws an exception derived from std::exception if it is unusable.
     Stream(boost::asio::io_context& context, Sys::OwnedFd socket);
     ~Stream();
 
-    // Receives what has arrived, or what comes first. At the end of the stream the count is 0. One
-    // at a time.
+    // Receives what has arrived, or else the next bytes. The count is 0 at the end of the stream.
+    // One call at a time.
     void Receive(std::span<char> buffer, OnDone done);
 
-    // Sends all of `parts`. True when that is done: `done` is dropped then. One at a time.
+    // Sends all of `parts`. Returns true if it is already done, without calling `done`. One call at
+    // a time.
     bool Send(const Parts& parts, OnDone done);
 
-    // Calls `task` when what is waiting in the context had its turn.
+    // Calls `task` after everything pending in the context had its turn.
     void Post(std::function<void()> task);
 
-    // Whether the client was seen to have gone, though nothing is received. Looks every 100 ms, and
-    // never again once it has.
+    // Whether the client is known to have gone although no data is being received. Checks every 100
+    // ms until it has gone.
     bool HasClientLeft();
 
-    // Ends the sending side, so that the client sees the end of the answer.
+    // Shuts down the sending side, so that the client sees the end of the response.
     void FinishSending();
-    // Operations under way end with an error.
+    // Closes the socket; operations in progress end with an error.
     void Close();
 
   private:

@@ -1,5 +1,4 @@
-// What can be wrong with the bytes on a connection, as error codes. What goes wrong with the socket
-// itself has the codes of the system.
+// Error codes for invalid bytes on a connection. Errors of the socket itself use system codes.
 #pragma once
 
 #include <string>
@@ -7,7 +6,7 @@
 
 namespace Quon::Transport::PicoHttp {
 
-// The numbers are part of the contract; the texts follow the fixed answer to a bad head.
+// The numbers are part of the contract; the fixed response to a bad head ends with the text.
 enum class TransportError {
     HeadersParse = 1,
     ChunkParse = 2,
@@ -21,7 +20,7 @@ enum class TransportError {
 // Of the category "quon Transport PicoHttp".
 std::error_code make_error_code(TransportError error);
 
-// For a log: "system:24 Too many open files".
+// For logs, such as "system:24 Too many open files".
 std::string Describe(const std::error_code& error);
 
 }  // namespace Quon::Transport::PicoHttp
