@@ -1,4 +1,4 @@
-// The parts are fields, so that an exception on the way leaves them as they are: a failed start
+// The parts are members, so that an exception during the start leaves them in place: a failed start
 // ends the process at once.
 #include "core/daemon.h"
 
@@ -43,7 +43,7 @@ void Daemon::Start(const std::string& reportDirectory) {
     intakeEndpoint->Start(configReader, reportDirectory);
     PluginLauncher::GetInstance()->Start();
     intakeEndpoint->ReserveNames(PluginLauncher::GetInstance()->PluginNames());
-    // The first launch is half a minute away; what to reserve is known now.
+    // The first launch is half a minute away, so this is early enough.
     const std::int32_t poolSizeMB = Plugin::sResourcePoolSizeMB;
     Kernel::PrepareGroups(kPluginGroupPath, static_cast<unsigned>(poolSizeMB),
                           PluginGroupLimits(configReader, poolSizeMB));

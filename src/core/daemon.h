@@ -1,5 +1,5 @@
-// The daemon's run phase: its parts, started in order, the wait for the end, the teardown. Getting
-// the framework ready and reading the command line is main's.
+// The daemon's run phase: starts the parts in order, waits for the end, stops the parts. main.cc
+// prepares the framework and reads the command line.
 #pragma once
 
 #include "intake/endpoint.h"
@@ -12,15 +12,15 @@
 
 namespace Sentrel {
 
-// One a process. Main thread, after InitApp.
+// One per process. Main thread, after InitApp.
 class Daemon {
   public:
     Daemon();
     ~Daemon();
 
-    // Runs until the framework ends the application and then ends the process: with status 0 after
-    // the teardown; or with status 1, one level-3 line and nothing torn down, when a part cannot be
-    // started or the run loop fails. `reportDirectory` ends in "/", or is empty.
+    // Runs until the framework ends the application, stops the parts and exits with status 0. If a
+    // part fails to start or the run loop fails, logs one line at level 3 and exits with status 1
+    // without stopping anything. `reportDirectory` ends in "/" or is empty.
     [[noreturn]] void Run(const std::string& reportDirectory);
 
   private:

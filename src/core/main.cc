@@ -1,5 +1,5 @@
-// The daemon's start-up order: framework, exited children, command line, then the run phase. What
-// fails before the run phase ends the process with status 1.
+// The daemon's start-up: framework, reaping of children, command line, then the run phase. A
+// failure before the run phase ends the process with status 1.
 #include "core/daemon.h"
 #include "core/settings/settings.h"
 #include "platform/hostlib/hostlib.h"
@@ -26,8 +26,7 @@ using Pellmar::Ref;
 using Pellmar::Service::Logger;
 using Pellmar::Service::LogInternal;
 
-// Fixed when the program is built: SENTREL_VERSION is that of the project, and the build system may
-// define another number.
+// The build sets the version and may override the build number.
 #ifdef SENTREL_BUILD_NUMBER
 constexpr std::uint32_t kBuildNumber = SENTREL_BUILD_NUMBER;
 #else
@@ -42,8 +41,8 @@ Tabulon::StoreEntry DaemonStoreEntry() {
             .last = ""};
 }
 
-// False, with one line on standard error, when the framework cannot be made ready. There is no
-// logger yet.
+// Returns false after printing a line to standard error, since no logger exists yet, if the
+// framework fails to initialise.
 bool InitFramework() {
     try {
         FeatureState_InitSilentMode();
@@ -59,17 +58,17 @@ bool InitFramework() {
     } catch (const std::exception& exception) {
         const std::string line = std::string(Sys::ErrorPrefix()) +
                                  "Initializing FSS/Pellmar failed: " + exception.what() + "\n";
-        (void)std::fputs(line.c_str(), stderr);  // there is nowhere else to say it
+        (void)std::fputs(line.c_str(), stderr);  // there is nowhere else to report it
         return false;
     }
 }
 
-// Makes the kernel reap exited children at once: plugins never become zombies, and their exit
-// statuses are never collected.
+// Makes the kernel reap children when they exit: plugins never become zombies, and their exit
+// statuses are lost.
 bool IgnoreChildExits(const Ref<Logger>& logger) {
     struct sigaction action = {};
     action.sa_handler = SIG_IGN;
-    (void)sigemptyset(&action.sa_mask);  // cannot fail on a set of our own
+    (void)sigemptyset(&action.sa_mask);  // cannot fail for a local set
     if (sigaction(SIGCHLD, &action, nullptr) == -1) {
         const int errorNumber = errno;
         LogInternal(logger, 3, "%1: sigaction() failed %2 %3", "SignalHandlerInit", errorNumber,
@@ -79,8 +78,8 @@ bool IgnoreChildExits(const Ref<Logger>& logger) {
     return true;
 }
 
-// The directory of the last -r, ending in "/"; empty without -r. Nothing, after getopt's own line
-// on standard error, when the command line holds anything else that looks like an option.
+// The directory of the last -r, ending in "/"; empty without -r. Nothing, after getopt's message on
+// standard error, for an unknown option.
 std::optional<std::string> ReadReportDirectory(int argc, char* argv[], const Ref<Logger>& logger) {
     std::string reportDirectory;
     int option = 0;

@@ -15,7 +15,7 @@ std::int32_t GetHttpPort(const Pellmar::Ref<Pellmar::Service::ConfigReader>& rea
 std::int32_t GetMaxReportNames(const Pellmar::Ref<Pellmar::Service::ConfigReader>& reader,
                                const Pellmar::Ref<Pellmar::Service::Logger>& logger) {
     std::int32_t names = kDefaultMaxReportNames;
-    (void)reader->GetInt("max_report_names", names);  // the default when missing
+    (void)reader->GetInt("max_report_names", names);  // keeps the default when missing
     if (names < 1) {
         Pellmar::Service::LogInternal(logger, 3, "max_report_names %1 is invalid; using %2", names,
                                       kDefaultMaxReportNames);

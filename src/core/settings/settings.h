@@ -1,5 +1,5 @@
-// The daemon's own settings: the name of its entry in the configuration store, and the reading of
-// those of the intake. Settings that one part alone reads are that part's.
+// The name of the daemon's entry in the configuration store, and the settings of the intake. Each
+// other part reads its own settings.
 #pragma once
 
 #include "platform/pellmar/config.h"
@@ -9,27 +9,27 @@
 
 namespace Sentrel {
 
-// The store entry that holds the daemon's settings.
+// The store entry with the daemon's settings.
 inline constexpr const char* kDaemonEntryKey = "sentrel";
 inline constexpr const char* kDaemonEntryGroup = "health";
 inline constexpr const char* kDaemonEntryComponent = "oru";
 
-// How many report names the intake takes when "max_report_names" is not set.
+// The number of report names that the intake accepts when "max_report_names" is not set.
 inline constexpr std::int32_t kDefaultMaxReportNames = 4096;
 
-// Where plugins post their reports when "http_port" is not set.
+// The port on which plugins post their reports when "http_port" is not set.
 inline constexpr std::int32_t kDefaultHttpPort = 9996;
 
 // The port of the reports API, which no setting changes.
 inline constexpr std::uint16_t kApiPort = 9984;
 
-// The intake port: the setting "http_port", whatever integer it is, or kDefaultHttpPort when it is
-// absent, which `logger` is told at level 3. Each call reads, and tells, anew.
+// The intake port: the setting "http_port" as it is, or kDefaultHttpPort when it is absent, which
+// is logged at level 3. Each call reads the setting and logs again.
 std::int32_t GetHttpPort(const Pellmar::Ref<Pellmar::Service::ConfigReader>& reader,
                          const Pellmar::Ref<Pellmar::Service::Logger>& logger);
 
-// How many report names the intake takes: the setting "max_report_names", or the default when it is
-// absent or, which `logger` is told at level 3, less than 1.
+// The number of report names that the intake accepts: the setting "max_report_names", or the
+// default when it is absent or, which is logged at level 3, less than 1.
 std::int32_t GetMaxReportNames(const Pellmar::Ref<Pellmar::Service::ConfigReader>& reader,
                                const Pellmar::Ref<Pellmar::Service::Logger>& logger);
 
