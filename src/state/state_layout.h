@@ -1,20 +1,20 @@
-// The layout of the state file, /run/korvex/sentrel/state: what the running daemon knows of its
-// plugins, and what it has counted. Byte order and alignment are those of the machine; times are
-// microseconds. The daemon holds an exclusive flock(2) on the file for as long as it runs.
+// The layout of the state file, /run/korvex/sentrel/state: what the running daemon knows about its
+// plugins, and its counters. Byte order and alignment are the machine's; times are in microseconds.
+// The running daemon holds an exclusive flock(2) on the file.
 //
 //      0   8  "SENTRELS"
 //      8   4  version: 1
-//     12   4  plugins that follow
-//     16   8  when the daemon started, since 1970
+//     12   4  number of plugins
+//     16   8  start of the daemon, since 1970
 //     24  64  eight counters of 8 bytes, in the order of StateCount
-//     88      one plugin after another, 304 bytes each:
+//     88      one entry of 304 bytes for each plugin:
 //
-//      0   4  sequence: odd while the daemon is writing here; a reader takes what lies between two
-//             equal even ones
+//      0   4  sequence: odd while the daemon writes the entry; a reader's copy is consistent if the
+//             sequence was the same even number before and after
 //      4   4  queue: 0 fast, 1 medium, 2 slow
 //      8   8  next launch, by CLOCK_MONOTONIC
 //     16   8  last run: start, since 1970; 0 before the first
-//     24   8  last run: end, since 1970; 0 while it runs, and of one that did not start
+//     24   8  last run: end, since 1970; 0 while it runs, or if it did not start
 //     32   4  last run: process id
 //     36   4  last run: RunState
 //     40   4  last run: error number that prevented the start
@@ -28,21 +28,21 @@
 
 namespace Sentrel {
 
-// Below the host root.
+// Host paths.
 inline constexpr const char* kStateDirectory = "/run/korvex/sentrel";
 inline constexpr const char* kStatePath = "/run/korvex/sentrel/state";
 
 inline constexpr std::array<char, 8> kStateMagic{'S', 'E', 'N', 'T', 'R', 'E', 'L', 'S'};
 inline constexpr std::uint32_t kStateVersion = 1;
-// Further plugins are launched without an entry.
+// Plugins beyond this number run without an entry.
 inline constexpr std::size_t kMaxStatePlugins = 4096;
 
 enum class StateCount : std::uint8_t {
     PostsStored,
     PostsRefused,
     Launches,
-    LaunchesRefused,  // by the checks of the resource group, or since the program did not execute
-    Kills,            // SIGTERM to plugins that outlived their turn
+    LaunchesRefused,  // by the check of the resource group, or because the exec failed
+    Kills,            // SIGTERM to plugins still running at their next turn
     MemoryKills,      // by the kernel, in the plugins' group
     CallsSucceeded,   // of the API
     CallsFailed
@@ -52,10 +52,10 @@ inline constexpr std::size_t kStateCounts = 8;
 enum class RunState : std::uint32_t {
     None,  // not launched yet
     Running,
-    Ended,       // by itself, or by a signal of somebody else
+    Ended,       // by itself, or by another process's signal
     Terminated,  // after the daemon's SIGTERM
-    MemoryKill,  // when the kernel killed in the plugins' group for lack of memory
-    NotStarted   // refused, or not executed
+    MemoryKill,  // the kernel killed a process in the plugins' group for lack of memory
+    NotStarted   // launch refused, or exec failed
 };
 
 struct StateHeader {

@@ -1,4 +1,4 @@
-// The file is read, not mapped: whoever may shorten it could end a reader of a mapping.
+// Reads the file instead of mapping it: truncating the file would kill a process that maps it.
 #include "state/state_reader.h"
 
 #include "platform/sys/host_root.h"
@@ -26,10 +26,10 @@ bool ReadAt(int descriptor, std::size_t offset, void* target, std::size_t size) 
            static_cast<ssize_t>(size);
 }
 
-// The daemon that created the file runs and still has it: only then the lock cannot be had.
+// Only while the daemon that created the file is running is the lock unavailable.
 bool IsKept(int descriptor) { return ::flock(descriptor, LOCK_SH | LOCK_NB) != 0; }
 
-// Between two reads of the same even sequence nobody wrote.
+// The entry is consistent if the sequence was the same even number before and after reading it.
 bool ReadEntry(int descriptor, std::size_t index, StateEntry& entry) {
     const std::size_t offset = sizeof(StateHeader) + index * sizeof(StateEntry);
     for (int attempt = 0; attempt < kMaxAttempts; ++attempt) {
@@ -44,7 +44,7 @@ bool ReadEntry(int descriptor, std::size_t index, StateEntry& entry) {
             return entry.nameLength < entry.name.size();
         }
     }
-    return false;  // its writer was killed in between
+    return false;  // the writer was killed in the middle of a change
 }
 
 system_clock::time_point FromMicroseconds(std::int64_t since1970) {

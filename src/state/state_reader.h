@@ -1,4 +1,4 @@
-// The tool's side of the state file (state_layout).
+// Reads the state file (state_layout.h), for the operator's tool.
 #pragma once
 
 #include "state/state_layout.h"
@@ -17,12 +17,12 @@ struct PluginState {
     std::string name;
     std::uint32_t queue = 0;  // 0 fast, 1 medium, 2 slow
     std::chrono::system_clock::time_point nextLaunch;
-    // Of the last run, or of the launch that was prevented; unset before the first.
+    // The start of the last run, or of the launch that failed; unset before the first.
     std::optional<std::chrono::system_clock::time_point> start;
     std::optional<std::chrono::system_clock::time_point> end;  // unset while it runs
     RunState run = RunState::None;
     std::int32_t pid = 0;
-    int error = 0;  // error number that prevented the start, or 0
+    int error = 0;  // the error number that prevented the start, or 0
 };
 
 struct DaemonState {
@@ -30,12 +30,12 @@ struct DaemonState {
     std::array<std::uint64_t, kStateCounts> counts{};  // by StateCount
     std::vector<PluginState> plugins;                  // in the order of discovery
 
-    // Null when the daemon does not know the plugin.
+    // Null if the daemon does not know the plugin.
     const PluginState* Find(std::string_view name) const;
 };
 
-// What the running daemon knows. Nothing when it keeps no file that this user may read, or does not
-// run: what an earlier one left does not count. Never fails otherwise.
+// Reads the state of the running daemon. Returns nothing if it is not running or this user cannot
+// read its file; the file of an earlier daemon is ignored. Never fails otherwise.
 std::optional<DaemonState> ReadDaemonState();
 
 }  // namespace Sentrel

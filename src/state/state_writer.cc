@@ -34,8 +34,8 @@ StateLayout* MapLayout(int descriptor, int flags) {
     return static_cast<StateLayout*>(memory);
 }
 
-// Makes the file's blocks up to `size`: a store into a page that the file system cannot provide
-// would end the process.
+// Allocates the file's blocks up to `size`: storing into a mapped page that the file system cannot
+// provide would kill the process.
 int Allocate(int descriptor, std::size_t size) {
     return ::posix_fallocate(descriptor, 0, static_cast<off_t>(size));
 }
@@ -54,9 +54,9 @@ std::int64_t MonotonicNow() {
     return now.tv_sec * 1'000'000 + now.tv_nsec / 1000;
 }
 
-// A new file, locked, whose path is not yet that of the state. Throws Pellmar::IOException.
+// Creates a new, locked file, to be renamed to the state file later. Throws Pellmar::IOException.
 Sys::OwnedFd CreateLocked(const std::string& path) {
-    (void)::unlink(path.c_str());  // a leftover; what else stands there is refused below
+    (void)::unlink(path.c_str());  // a leftover; anything that remains is refused below
     Sys::OwnedFd file(
         ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0640));
     if (!file.IsOpen() || ::flock(file.Get(), LOCK_EX | LOCK_NB) != 0) {
@@ -70,7 +70,7 @@ Sys::OwnedFd CreateLocked(const std::string& path) {
 
 }  // namespace
 
-// Marks an entry as changing while this object lives.
+// Marks an entry as changing while this object exists.
 class StateWriter::Change {
   public:
     explicit Change(StateEntry& entry) : sequence(entry.sequence) {
@@ -95,7 +95,7 @@ StateWriter& StateWriter::OfThisProcess() {
 StateWriter::StateWriter() : layout(MapLayout(-1, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE)) {}
 
 StateWriter::~StateWriter() {
-    (void)::munmap(layout, sizeof(StateLayout));  // cannot fail for a mapping of our own
+    (void)::munmap(layout, sizeof(StateLayout));  // cannot fail for its own mapping
 }
 
 void StateWriter::Open(const Pellmar::Ref<Pellmar::Service::Logger>& logger) {
@@ -110,7 +110,7 @@ void StateWriter::Open(const Pellmar::Ref<Pellmar::Service::Logger>& logger) {
         mapped->header.magic = kStateMagic;
         if (std::rename(newPath.c_str(), path.c_str()) != 0) {
             const int error = errno;
-            (void)::munmap(mapped, sizeof(StateLayout));  // cannot fail for a mapping of our own
+            (void)::munmap(mapped, sizeof(StateLayout));  // cannot fail for its own mapping
             throw Pellmar::IOException("Cannot rename it to " + path, error);
         }
         (void)::munmap(layout, sizeof(StateLayout));  // likewise

@@ -1,5 +1,5 @@
-// The daemon's side of the state file (state_layout): keeps it while the daemon runs. Nothing
-// depends on it; only the operator's tool reads it.
+// Maintains the state file (state_layout.h) while the daemon runs. Only the operator's tool reads
+// it; the daemon does not depend on it.
 #pragma once
 
 #include "platform/pellmar/log/logger.h"
@@ -14,35 +14,35 @@
 
 namespace Sentrel {
 
-// All operations but Open and AddPlugin are stores into memory, without a system call; any thread.
+// All operations but Open and AddPlugin only write to memory, without a system call; any thread.
 class StateWriter {
   public:
-    // The daemon's, which its parts tell what happens. Never destroyed.
+    // The daemon's instance, which its parts notify. Never destroyed.
     static StateWriter& OfThisProcess();
 
-    // Keeps its knowledge to itself until Open.
+    // Keeps the state in memory until Open.
     StateWriter();
     ~StateWriter();
     StateWriter(const StateWriter&) = delete;
     StateWriter& operator=(const StateWriter&) = delete;
 
-    // Creates the file, and its directory, and fills it from now on. On failure one level-5 line
-    // says why, and nothing changes. Once, before another thread uses this object and before
+    // Creates the file and its directory and maintains it from now on. On failure logs the reason
+    // at level 5 and changes nothing. Call it once, before other threads use this object and before
     // AddPlugin.
     void Open(const Pellmar::Ref<Pellmar::Service::Logger>& logger);
 
     void Count(StateCount what, std::uint64_t number = 1);
 
-    // Main thread, during the start. Makes room in the file; a plugin for which there is none is
-    // left out. Later calls that name an unknown plugin do nothing.
+    // Adds an entry to the file. Main thread, during the start. A plugin beyond the file's capacity
+    // is left out; later calls with an unknown plugin do nothing.
     void AddPlugin(std::string_view name, std::uint32_t queue);
     void SetNextLaunch(std::string_view name, std::chrono::seconds fromNow) EXCLUDES(lock);
     void SetStarted(std::string_view name, std::int32_t pid) EXCLUDES(lock);
-    // `error` is an error number, or 0 when the launch was refused.
+    // `error` is an error number, or 0 if the launch was refused.
     void SetNotStarted(std::string_view name, int error) EXCLUDES(lock);
-    // The daemon sent SIGTERM to the plugin with that process id.
+    // Records that the daemon sent SIGTERM to the plugin with that process id.
     void SetTerminated(std::int32_t pid) EXCLUDES(lock);
-    // Does nothing when a later run of the plugin has begun.
+    // Does nothing if a later run of the plugin has started.
     void SetEnded(std::string_view name, std::int32_t pid,
                   std::chrono::system_clock::time_point time, bool wasMemoryKill) EXCLUDES(lock);
 
@@ -51,9 +51,9 @@ class StateWriter {
 
     StateEntry* Find(std::string_view name) REQUIRES(lock);
 
-    Sys::OwnedFd file;    // none until Open succeeds
-    StateLayout* layout;  // of the file, or of memory of its own
-    Sys::Mutex lock;      // orders the changes of the entries
+    Sys::OwnedFd file;    // empty until Open succeeds
+    StateLayout* layout;  // mapped from the file, or allocated before Open
+    Sys::Mutex lock;      // serializes changes of the entries
 };
 
 }  // namespace Sentrel
