@@ -1,4 +1,4 @@
-// Everything goes to one handler, whatever its method and path.
+// Passes every request to one handler, whatever its method and path.
 #include "intake/endpoint.h"
 
 #include "core/settings/settings.h"
@@ -30,7 +30,7 @@ void Endpoint::Start(const Ref<Pellmar::Service::ConfigReader>& configReader,
     LogInternal(logger, 7, "HTTP port: %1", port);
     const Ref<Pellmar::System::ServerSocket> socket =
         Pellmar::System::SystemFactory::CreateServerSocket();
-    // By name, so that every loopback address of the host is bound and no other.
+    // By name, so that it binds every loopback address of the host and no other.
     socket->BindAndListen("localhost", port);
     handler =
         Pellmar::MakeRef<SentrelHandler>(reportDirectory, GetMaxReportNames(configReader, logger));

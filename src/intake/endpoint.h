@@ -1,5 +1,5 @@
-// The loopback HTTP server on which plugins post their reports: joins port, socket, service and
-// handler, and decides nothing about a request.
+// The loopback HTTP server on which plugins post their reports: connects port, socket, service and
+// handler.
 #pragma once
 
 #include "intake/sentrel_handler.h"
@@ -13,19 +13,19 @@
 
 namespace Sentrel {
 
-// Made, started once and released by the main thread.
+// The main thread creates it, starts it once and releases it.
 class Endpoint : public Pellmar::ObjectImpl {
   public:
     Endpoint();
     // Stops the service first.
     ~Endpoint() override;
 
-    // Listens on "localhost" at the configured port when it returns. `reportDirectory` ends in "/",
-    // or is empty. Catches nothing: whatever the socket, the handler or the service throws (a port
-    // in use, for one) is the caller's.
+    // Listens on "localhost" at the configured port. `reportDirectory` ends in "/" or is empty.
+    // Passes on every exception of the socket, the handler and the service, such as for a port in
+    // use.
     void Start(const Pellmar::Ref<Pellmar::Service::ConfigReader>& configReader,
                const std::string& reportDirectory);
-    // Names that the bound of report names never refuses; see SentrelHandler. After Start.
+    // Exempts these names from the bound on report names; see SentrelHandler. Call it after Start.
     void ReserveNames(std::vector<std::string> pluginNames);
 
   private:

@@ -1,4 +1,4 @@
-// Which posts are reports: the rules that need nothing but the head of the request.
+// Decides from the head of a post whether it is a report.
 #pragma once
 
 #include "platform/pellmar/http/http_message.h"
@@ -10,13 +10,13 @@
 
 namespace Sentrel {
 
-// The status that a post is refused with, which `logger` is told at level 3; nothing when it is a
-// report. The order of the rules is part of the intake's interface: a request with several faults
-// gets the answer of the first. Whether the name can be used is not looked at.
+// Returns the status with which to refuse the post, and logs the reason at level 3; nothing if it
+// is a report. The order of the rules is part of the intake's interface: a request with several
+// faults gets the status of the first. Does not check the report name.
 std::optional<Pellmar::Http::ResponseCode> FindRefusal(
     const Pellmar::Http::Request& request, const Pellmar::Ref<Pellmar::Service::Logger>& logger);
 
-// What follows the last "/" of a request's URL; the whole when there is none.
+// The part after the last "/" of a request's URL; the whole URL if it contains none.
 std::string_view ReportNameOf(std::string_view url);
 
 }  // namespace Sentrel

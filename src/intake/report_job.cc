@@ -1,4 +1,4 @@
-// The body goes through one small buffer straight into the file; it is never held as a whole.
+// Copies the body through one small buffer into the file; it is never in memory as a whole.
 #include "intake/report_job.h"
 
 #include "platform/pellmar/exceptions.h"
@@ -18,7 +18,7 @@ using Pellmar::Service::LogInternal;
 
 constexpr std::size_t kChunkSize = 512;
 
-// Writes the body through `writer`. Returns the status to answer with.
+// Writes the body through `writer`. Returns the response's status.
 ResponseCode ReceiveBody(Pellmar::Http::Request& request, Pellmar::System::FileWriter& writer,
                          const Ref<Logger>& logger) {
     char buffer[kChunkSize];

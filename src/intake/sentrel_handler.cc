@@ -50,7 +50,7 @@ void SentrelHandler::HandlePost(const Ref<Request>& request, const Ref<Response>
     Name* const entry = BeginPost(name);
     if (entry == nullptr) {
         StateWriter::OfThisProcess().Count(StateCount::PostsRefused);
-        // Without the lock: a client that does not read its answer holds up nobody else.
+        // Without the lock: a client that does not read its response delays nobody else.
         response->Reply(ResponseCode::InternalServerError);
         return;
     }
@@ -79,8 +79,8 @@ SentrelHandler::Name* SentrelHandler::BeginPost(std::string_view name) {
     return entry;
 }
 
-// Asks the file system about the report directory under the lock: once a name, and so that two
-// first posts of a name cannot make two rollers.
+// Checks the report directory under the lock: once for each name, and so that two concurrent first
+// posts of a name do not create two rollers.
 SentrelHandler::Name* SentrelHandler::CreateEntry(std::string_view name) {
     Entry entry;
     try {

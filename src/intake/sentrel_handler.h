@@ -1,5 +1,5 @@
-// The request handler of the report intake: checks a post, finds what belongs to its report name,
-// and queues the job that receives the report. The body is the job's business.
+// The request handler of the intake: checks a post, finds the roller and queue of its report name,
+// and queues the job that receives the report.
 #pragma once
 
 #include "platform/hostlib/exclusive_lock.h"
@@ -19,30 +19,30 @@
 
 namespace Sentrel {
 
-// POST to any path whose last segment is the report name stores the body as the newest report of
-// that name; other methods are the framework's to answer. Any thread may call.
+// POST to any path whose last segment is a report name stores the body as the newest report of that
+// name; the framework answers other methods. Any thread.
 class SentrelHandler : public Pellmar::Http::RequestHandlerMixin, public Pellmar::ObjectImpl {
   public:
-    // `reportDirectory` ends in "/", or is empty; that it is a directory is looked at when a name
-    // is first posted. Beyond `maxNames` names a new one is refused.
+    // `reportDirectory` ends in "/" or is empty; whether it is a directory is checked when a name
+    // is first posted. Names beyond `maxNames` are refused.
     SentrelHandler(const std::string& reportDirectory, std::int32_t maxNames);
 
-    // From now on the bound refuses none of these names, and none that begins with one and a ".".
+    // Exempts these names, and names that consist of one of them, "." and a suffix, from the bound.
     void ReserveNames(std::vector<std::string> names) EXCLUDES(lock);
 
-    // Answers at once with 400, 206, 411, 413 or 500 when the request is refused, each with one
-    // level-3 line; else queues a job that answers, and returns.
+    // Refuses a post at once with 400, 206, 411, 413 or 500 and logs why at level 3; otherwise
+    // queues a job that responds, and returns.
     void HandlePost(const Pellmar::Ref<Pellmar::Http::Request>& request,
                     const Pellmar::Ref<Pellmar::Http::Response>& response) override;
 
   private:
-    // What one report name has for the life of the daemon, from its first report on.
+    // The resources of a report name, kept from its first report until the process exits.
     struct Entry {
         Pellmar::Ref<ReportRoller> roller;
         Pellmar::Ref<Pellmar::System::WorkQueue> queue;
-        std::size_t posts = 0;  // whose jobs are queued or run; under the handler's lock
+        std::size_t posts = 0;  // whose jobs are queued or running; guarded by the handler's lock
     };
-    // Lets a name be looked up as it stands in the URL, without a string made of it.
+    // Looks up a name in the URL without copying it to a string.
     struct NameHash {
         // NOLINTNEXTLINE(readability-identifier-naming): the standard library looks for this name
         using is_transparent = void;
@@ -52,15 +52,15 @@ class SentrelHandler : public Pellmar::Http::RequestHandlerMixin, public Pellmar
     };
 
     using Table = std::unordered_map<std::string, Entry, NameHash, std::equal_to<>>;
-    // One name and its entry, which stay where they are while a post is counted.
+    // A name and its entry, which stay at their address while posts of the name are counted.
     using Name = Table::value_type;
 
-    // Counts a post of the name. Null, which is logged, when the name or the report directory
-    // cannot be used.
+    // Counts a post of the name. Returns null, which is logged, if the name or the report directory
+    // is unusable.
     Name* BeginPost(std::string_view name) EXCLUDES(lock);
     Name* CreateEntry(std::string_view name) REQUIRES(lock);
     bool IsReserved(std::string_view name) const REQUIRES(lock);
-    // The job of a post is over. The last one of a name without any file takes its entry along.
+    // Ends a post. The last one of a name without any file removes its entry.
     void EndPost(Name& name) EXCLUDES(lock);
     struct PostEnd {
         SentrelHandler& handler;
