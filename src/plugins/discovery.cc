@@ -39,8 +39,8 @@ void LogMissingKey(const Ref<Logger>& logger, const std::string& name, const cha
     LogInternal(logger, 3, "Failed to locate Tabulon key: %1.%2", name, key);
 }
 
-// Fills in what the store says of the plugin; what it leaves out stays as it is. False, with the
-// problem, when the store can't provide the plugin's entry.
+// Fills in the plugin's settings from the store; missing ones keep their defaults. Returns false
+// and sets the problem if the store cannot provide the plugin's entry.
 bool LoadPluginConfig(PluginEntry& entry, const Ref<Logger>& logger) {
     PluginInfo& info = entry.info;
     try {
@@ -59,7 +59,7 @@ bool LoadPluginConfig(PluginEntry& entry, const Ref<Logger>& logger) {
         } else {
             LogMissingKey(logger, info.name, "log_level");
         }
-        (void)reader->GetBool("sandbox", info.sandbox);  // confined unless told
+        (void)reader->GetBool("sandbox", info.sandbox);  // sandboxed by default
         if (!reader->GetBool("enabled", info.enabled)) {
             LogMissingKey(logger, info.name, "enabled");
             return true;
@@ -82,7 +82,7 @@ bool LoadPluginConfig(PluginEntry& entry, const Ref<Logger>& logger) {
 PluginVerdict Examine(const Pellmar::System::File& file, PluginEntry& entry,
                       const Ref<Logger>& logger) {
     const PluginInfo& info = entry.info;
-    std::error_code error;  // an entry whose type cannot be found out counts as a plugin
+    std::error_code error;  // an entry of unknown type counts as a plugin
     if (std::filesystem::is_directory(std::filesystem::status(file.GetPath(), error))) {
         LogInternal(logger, 6, "Skipping the directory: %1", info.path);
         return PluginVerdict::Directory;

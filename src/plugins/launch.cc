@@ -56,7 +56,7 @@ Launch LaunchPlugin(const Plugin& plugin, const Ref<Logger>& logger, Sys::PidFd*
     if (result.status != Kernel::kStatusSuccess) {
         LogInternal(logger, 3, {.plugin = name}, "Plugin launch failed: %1",
                     ErrorText(launchError));
-        (void)LogGroupMemory(logger);  // for whoever reads the failure; nothing depends on it
+        (void)LogGroupMemory(logger);  // informs the reader of the failure; nothing depends on it
         return {.result = Launch::Result::Failed, .pid = pid, .error = launchError};
     }
     if (process != nullptr) {

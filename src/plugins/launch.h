@@ -1,5 +1,5 @@
-// Starting one plugin through the host's spawn call. When that is done, and when a plugin is ended,
-// is the launcher's business.
+// Starts one plugin through the host's spawn call. The launcher decides when to start and terminate
+// plugins.
 #pragma once
 
 #include "platform/pellmar/log/logger.h"
@@ -13,24 +13,23 @@ namespace Sentrel {
 
 struct Launch {
     enum class Result {
-        Started,  // it may have ended since
-        Refused,  // the kernel interface or the resource group is not fit for it: nothing was tried
-        Failed    // `error` kept the program from being executed
+        Started,  // though it may have exited since
+        Refused,  // by the check of kernel interface and resource group; nothing was started
+        Failed    // the exec failed with `error`
     };
     Result result = Result::Started;
-    std::int32_t pid = 0;  // of a started one, which Kernel::Kill knows then
-    int error = 0;         // of a failed one: an error number
+    std::int32_t pid = 0;  // if started; Kernel::Kill can signal it
+    int error = 0;         // if failed: an error number
 };
 
-// Whether a plugin runs in the sandbox when this process launches it: it would have the same user,
-// which is not root, and its entry does not lift it.
+// Whether a plugin launched by this process runs in the sandbox: the process is not root, and the
+// plugin's entry does not switch the sandbox off.
 bool IsSandboxed(const PluginInfo& info);
 
 // Checks the resource group and starts the plugin in it, with the descriptors 0 to 2 of this
-// process, in the sandbox if IsSandboxed says so. `logger` is told each step, and why there is none
-// further. Any thread.
+// process, in the sandbox if IsSandboxed. Logs each step and why a launch ends early. Any thread.
 //
-// `process`, where given, holds the started process, even if it has ended.
+// If `process` is given, it is set to the started process, even if that has already exited.
 Launch LaunchPlugin(const Plugin& plugin, const Pellmar::Ref<Pellmar::Service::Logger>& logger,
                     Sys::PidFd* process = nullptr);
 

@@ -1,4 +1,4 @@
-// One enabled plugin: what its configuration says and the command line that it is launched with.
+// An enabled plugin: its settings and the command line that it is launched with.
 #pragma once
 
 #include "platform/pellmar/config.h"
@@ -11,27 +11,26 @@
 
 namespace Sentrel {
 
-// What discovery finds out about one entry of the plugin directory.
+// The result of examining an entry of the plugin directory.
 struct PluginInfo {
     bool enabled = true;
     std::uint32_t frequency = 0;  // queue index: 0 fast, 1 medium, 2 slow
     std::string logLevel;         // one of "debug" to "critical", or empty
-    std::string name;             // key in the configuration store, label in messages
-    std::string path;             // the executable, without the host root
-    bool sandbox = true;          // whether it is confined where the daemon is not root
+    std::string name;             // key in the configuration store, also shown in messages
+    std::string path;             // the executable's path, without the host root
+    bool sandbox = true;          // whether to confine it when the daemon is not root
 };
 
 // Immutable after construction; any thread may read.
 class Plugin {
   public:
-    // Megabytes reserved for all plugins together, as their command lines say it. Set once, before
-    // the first plugin is made.
+    // Megabytes reserved for all plugins together, as stated in their command lines. Set once,
+    // before the first plugin is created.
     static std::int32_t sResourcePoolSizeMB;
 
-    // Composes the command line; the intake port in it is read from the application's
-    // configuration.
+    // Composes the command line with the intake port from the application's configuration.
     explicit Plugin(const PluginInfo& info);
-    // The same with the intake port of `settings`, the daemon's, where it is not the application.
+    // Takes the intake port from `settings`, the daemon's, for programs other than the daemon.
     Plugin(const PluginInfo& info, const Pellmar::Ref<Pellmar::Service::ConfigReader>& settings);
     ~Plugin();
     Plugin(const Plugin&) = delete;
@@ -40,18 +39,19 @@ class Plugin {
     const std::string& GetName() const { return info.name; }
     const std::string& GetPath() const { return info.path; }
     const PluginInfo& GetInfo() const { return info; }
-    // path, "++group=…", "-u", the intake's URL, perhaps "--loglevel=…", null. Owned by the plugin.
+    // path, "++group=…", "-u", the intake's URL, optionally "--loglevel=…", null. Owned by the
+    // plugin.
     char* const* GetArgv() const { return argv.data(); }
 
   private:
     void ComposeCommandLine(std::int32_t port);
 
     const PluginInfo info;
-    std::vector<char*> argv;  // of the C allocator
+    std::vector<char*> argv;  // allocated by the C allocator
     const Pellmar::Ref<Pellmar::Service::Logger> logger;
 };
 
-// The command line for messages: every argument followed by one blank.
+// The command line for messages: every argument followed by a blank.
 std::string FormatCommandLine(const Plugin& plugin);
 
 }  // namespace Sentrel

@@ -163,7 +163,7 @@ void PluginLauncher::ApplyTimetable() {
     slow->initialDelay = table.slow.initialDelay;
 }
 
-// Runs inside Start alone and appends to `items` without the lock: every first run is at least
+// Called only from Start, so it appends to `items` without the lock: every first run is at least
 // kFirstDelaySeconds away.
 void PluginLauncher::ScheduleLaunches(Queue& queue) {
     for (std::size_t batch = 0; batch * queue->batchSize < queue->plugins.size(); ++batch) {
@@ -228,8 +228,7 @@ void PluginLauncher::LaunchBatch(std::size_t firstPlugin, PluginCategory& queue)
     }
 }
 
-// The kernel gives the number of a process that has ended to a new one: an old entry must not stand
-// for the new process.
+// The kernel reuses the numbers of exited processes: an old entry must not stand for a new process.
 void PluginLauncher::Forget(std::int32_t pid) {
     for (const Queue* queue : {&fast, &medium, &slow}) {
         std::erase((*queue)->pids, pid);
@@ -243,7 +242,7 @@ std::int32_t PluginLauncher::LaunchPlugin(const std::shared_ptr<Plugin>& plugin)
         StateWriter::OfThisProcess().SetNotStarted(plugin->GetName(), launch.error);
     }
     if (launch.pid != 0) {
-        // First: the watch may tell of its end at once.
+        // Before adding it to the watch, which may report its end at once.
         StateWriter::OfThisProcess().SetStarted(plugin->GetName(), launch.pid);
         try {
             watch.Add(plugin->GetName(), launch.pid, std::move(process));

@@ -1,5 +1,5 @@
-// Runs the plugins: lays out in time those that discovery finds, and launches each in its batch,
-// again and again, for the life of the process.
+// Runs the plugins: discovers them, lays out their schedule, and launches each in its batch,
+// repeatedly, as long as the process runs.
 #pragma once
 
 #include "platform/hostlib/exclusive_lock.h"
@@ -21,8 +21,8 @@ namespace Sentrel {
 // The batches of all queues run on threads of the framework, one at a time: each holds `pidLock`.
 class PluginLauncher : public std::enable_shared_from_this<PluginLauncher> {
   public:
-    // One queue. Its plugins are fixed once they have been discovered; `items` and `pids` change
-    // under the launcher's lock only, once it has started.
+    // One queue. Its plugins are fixed after discovery; `items` and `pids` change only under the
+    // launcher's lock after the start.
     struct PluginCategory {
         std::uint64_t batchSize = kBatchSize;  // plugins launched per batch
         std::uint64_t period = 0;        // seconds from the end of one run of a batch to its next
@@ -30,25 +30,27 @@ class PluginLauncher : public std::enable_shared_from_this<PluginLauncher> {
         // Seconds between the first runs of consecutive batches.
         std::uint64_t throttleTimeout = kThrottleTimeoutSeconds;
         std::vector<std::shared_ptr<Plugin>> plugins;
-        // One slot a batch: its pending next run; empty until it has run once.
+        // One slot for each batch: its pending next run; empty until it has run once.
         std::vector<Pellmar::Ref<Pellmar::System::ScheduledItem>> items;
-        // Processes that the queue's batches launched and did not end yet.
+        // Processes that the queue's batches launched and have not terminated.
         std::vector<std::int32_t> pids;
     };
 
-    // The launcher of the process, made at the first call. Stops the process when its lock cannot
-    // be made. Main thread, before any other one uses it.
+    // The launcher of the process, created by the first call. Stops the process if its lock cannot
+    // be created. Main thread, before any other thread uses it.
     static std::shared_ptr<PluginLauncher>& GetInstance();
 
-    // Use GetInstance. Not started: no logger, no queues.
+    // Use GetInstance. The launcher is not started: it has no logger and no queues.
     PluginLauncher();
-    // Sends SIGTERM to what still runs. Pending batches hold the launcher, so none is pending.
+    // Sends SIGTERM to plugins that still run. Pending batches own the launcher, so none is
+    // pending.
     ~PluginLauncher();
     PluginLauncher(const PluginLauncher&) = delete;
     PluginLauncher& operator=(const PluginLauncher&) = delete;
 
-    // Reads the settings, discovers the plugins and schedules their first runs. Once, on the main
-    // thread. Exceptions of the framework pass, such as a plugin directory that cannot be listed.
+    // Reads the settings, discovers the plugins and schedules their first runs. Call it once, on
+    // the main thread. Passes on exceptions of the framework, such as for a plugin directory that
+    // cannot be listed.
     void Start();
 
     // The names of the plugins that Start found enabled.
@@ -70,22 +72,22 @@ class PluginLauncher : public std::enable_shared_from_this<PluginLauncher> {
 
     void ScheduleLaunches(Queue& queue);
     void ScheduleEachBatch(std::size_t batch, std::size_t firstPlugin, Queue& queue);
-    // The function that runs one batch, holding the launcher until it has run.
+    // Creates the function that runs one batch; it owns the launcher until it has run.
     Pellmar::System::ScheduledItem::Function BatchFunction(std::size_t batch,
                                                            std::size_t firstPlugin, Queue& queue);
-    // Tells the state file that the batch is due in `delay` seconds.
+    // Writes to the state file that the batch is due in `delay` seconds.
     static void KeepNextLaunch(const PluginCategory& queue, std::size_t firstPlugin,
                                std::uint64_t delay);
     void LaunchBatch(std::size_t firstPlugin, PluginCategory& queue) REQUIRES(pidLock);
     void Forget(std::int32_t pid) REQUIRES(pidLock);
 
-    // The process id, or 0 when no process was started.
+    // Returns the process id, or 0 if no process was started.
     std::int32_t LaunchPlugin(const std::shared_ptr<Plugin>& plugin) REQUIRES(pidLock);
-    // Sends SIGTERM to those that still run. The list stays as it is. Under the lock, but for the
-    // destructor.
+    // Sends SIGTERM to those that still run; does not change the list. Call it under the lock,
+    // except from the destructor.
     void KillTracked(const std::vector<std::int32_t>& pids) const;
 
-    // Thread of the watch. What is to be known of a plugin's end begins here.
+    // Handles the end of a plugin. Called on the thread of the watch.
     void TakeEnd(const PluginEnd& end) const;
 
     Pellmar::Ref<Pellmar::Service::Logger> logger;

@@ -44,7 +44,7 @@ PluginWatch::~PluginWatch() {
 void PluginWatch::Add(std::string name, std::int32_t pid, Sys::PidFd process) {
     const Sys::MutexLock guard(lock);
     if (!isWatching) {
-        // Kills before this launch, when no plugin ran, are of what plugins had left behind.
+        // Earlier kills, when no plugin ran, hit processes that plugins had left behind.
         knownMemoryKills = countMemoryKills();
         Pellmar::System::GetThreadPool().Run([this] { Watch(); });
         isWatching = true;
@@ -61,7 +61,7 @@ void PluginWatch::Watch() {
     }
 }
 
-// False when there is nothing to watch any more.
+// Returns false if nothing is left to watch.
 bool PluginWatch::TakeAdded(std::vector<Running>& running) {
     const Sys::MutexLock guard(lock);
     std::move(added.begin(), added.end(), std::back_inserter(running));
@@ -82,9 +82,9 @@ void PluginWatch::AwaitEnd(const std::vector<Running>& running) const {
         }
         entries.push_back({plugin.process.Get(), POLLIN, 0});
     }
-    (void)::poll(entries.data(), entries.size(), -1);  // interrupted: look again
+    (void)::poll(entries.data(), entries.size(), -1);  // interrupted: the caller checks again
     eventfd_t count = 0;
-    (void)::eventfd_read(wake.Get(), &count);  // fails when nobody woke this thread
+    (void)::eventfd_read(wake.Get(), &count);  // fails unless another thread has woken this one
 }
 
 void PluginWatch::TellEnded(std::vector<Running>& running) {
@@ -93,7 +93,7 @@ void PluginWatch::TellEnded(std::vector<Running>& running) {
             return false;
         }
         const std::uint64_t kills = countMemoryKills();
-        // fewer than before: the group was created anew
+        // Fewer than before: the group was recreated.
         const std::uint64_t newKills =
             kills > knownMemoryKills ? kills - knownMemoryKills : std::uint64_t{0};
         knownMemoryKills = kills;

@@ -1,5 +1,5 @@
-// Watches the launched plugins and tells of each when it has ended. Why it ended is known as far as
-// the kernel's kills for lack of memory go: exit statuses are never collected.
+// Watches the launched plugins and reports when each has exited, along with the kernel's kills for
+// lack of memory. Exit statuses are not available.
 #pragma once
 
 #include "platform/sys/mutex.h"
@@ -18,16 +18,17 @@ struct PluginEnd {
     std::string name;
     std::int32_t pid = 0;
     std::chrono::system_clock::time_point time;
-    // Processes of the plugins' group that the kernel killed for lack of memory since the previous
-    // end of a plugin: this plugin, what it started, or, when several run, what another started.
+    // Processes of the plugins' group that the kernel has killed for lack of memory since the
+    // previous plugin exited: this plugin, a process it started, or, if several plugins run, one of
+    // another.
     std::uint64_t memoryKills = 0;
 };
 
-// Waits on a thread of the pool, and on none while no plugin runs. Any thread.
+// Waits on a pool thread, and uses none while no plugin runs. Any thread.
 class PluginWatch {
   public:
-    // `countMemoryKills` gives the kernel's kills in the group so far. Both are called by the
-    // watching thread; `take` may not call this object. Throws Pellmar::IOException when the system
+    // `countMemoryKills` returns the kernel's kills in the group so far. The watching thread calls
+    // both functions; `take` must not call this object. Throws Pellmar::IOException if the system
     // refuses a descriptor.
     PluginWatch(std::function<std::uint64_t()> countMemoryKills,
                 std::function<void(const PluginEnd&)> take);
@@ -36,8 +37,8 @@ class PluginWatch {
     PluginWatch(const PluginWatch&) = delete;
     PluginWatch& operator=(const PluginWatch&) = delete;
 
-    // Watches a plugin from its launch on. An empty `process` has ended. Throws what the pool
-    // throws when the system refuses a thread; the plugin is not watched then.
+    // Watches a launched plugin. An empty `process` counts as exited. Throws what the pool throws
+    // if the system refuses a thread; the plugin is then not watched.
     void Add(std::string name, std::int32_t pid, Sys::PidFd process) EXCLUDES(lock);
 
   private:
@@ -54,8 +55,8 @@ class PluginWatch {
 
     const std::function<std::uint64_t()> countMemoryKills;
     const std::function<void(const PluginEnd&)> take;
-    const Sys::OwnedFd wake;             // an event counter: something was added, or stop
-    std::uint64_t knownMemoryKills = 0;  // the watching thread's
+    const Sys::OwnedFd wake;             // an event counter, signalled by Add and the destructor
+    std::uint64_t knownMemoryKills = 0;  // used by the watching thread
     Sys::Mutex lock;
     Sys::Condition stopped;
     std::vector<Running> added GUARDED_BY(lock);

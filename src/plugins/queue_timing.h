@@ -1,6 +1,5 @@
-// The timetable of the plugins, as pure arithmetic: which queue's batches run when. What runs in
-// them is the launcher's business. All times are seconds after the launcher's start unless said
-// otherwise.
+// Computes the schedule of the plugins' batches. All times are seconds after the launcher's start
+// unless stated otherwise.
 #pragma once
 
 #include <cstddef>
@@ -8,7 +7,7 @@
 
 namespace Sentrel {
 
-// The distance between the first runs of consecutive batches: the slot of one plugin.
+// The interval between the first runs of consecutive batches: the slot of one plugin.
 inline constexpr std::uint64_t kThrottleTimeoutSeconds = 30;
 inline constexpr std::uint64_t kFirstDelaySeconds = 30;
 inline constexpr std::uint64_t kBatchSize = 1;
@@ -16,8 +15,8 @@ inline constexpr std::int64_t kDefaultFastPeriodMinutes = 5;
 inline constexpr std::uint64_t kMediumPeriodSeconds = 3600;
 inline constexpr std::uint64_t kSlowPeriodSeconds = 86400;
 
-// The fast queue's period for what the setting "fast_queue/time_period_in_mins" says (0: nothing),
-// which counts only when it is longer than the default. Both in minutes.
+// The fast queue's period in minutes for the setting "fast_queue/time_period_in_mins" (0 if
+// absent), which is used only if it is longer than the default.
 constexpr std::int64_t FastPeriodMinutes(std::int32_t setting) {
     return setting > kDefaultFastPeriodMinutes ? setting : kDefaultFastPeriodMinutes;
 }
@@ -26,7 +25,7 @@ struct QueueTiming {
     std::uint64_t period = 0;  // from the end of one run of a batch to its next
     std::uint64_t initialDelay = 0;
 
-    // When the batch of that index runs first.
+    // When the batch with that index first runs.
     std::uint64_t FirstRun(std::size_t batch) const {
         return initialDelay + batch * kThrottleTimeoutSeconds;
     }
@@ -42,13 +41,13 @@ struct Timetable {
     QueueTiming fast;
     QueueTiming medium;
     QueueTiming slow;
-    // A slot for each plugin of all queues: the fast queue's period is no shorter.
+    // One slot for each plugin of all queues; the fast queue's period is at least this.
     std::uint64_t minimumPeriod = 0;
     bool fastPeriodWasRaised = false;
 };
 
-// The plugins of all queues run first one after another, a slot apart: fast, then medium, then
-// slow.
+// The first runs of all plugins follow each other at the interval of a slot: fast, then medium,
+// then slow.
 Timetable MakeTimetable(const PluginCounts& counts, std::int64_t fastPeriodMinutes);
 
 }  // namespace Sentrel

@@ -65,7 +65,7 @@ MSK_ReturnStatus CountMemberGroups(std::int64_t groupId, std::size_t& count) {
     return status;
 }
 
-// Kilobytes at an unaligned place of the statistics, in whole megabytes upwards.
+// The kilobytes at an unaligned position of the statistics, rounded up to megabytes.
 std::uint64_t MegabytesAt(const unsigned char* statistics, std::size_t offset) {
     std::uint64_t kilobytes = 0;
     std::memcpy(&kilobytes, statistics + offset, sizeof(kilobytes));
@@ -94,7 +94,7 @@ std::int32_t MemoryLimitMB(std::int32_t configured, std::int32_t poolSizeMB) {
 Kernel::GroupLimits PluginGroupLimits(const Ref<Pellmar::Service::ConfigReader>& reader,
                                       std::int32_t poolSizeMB) {
     std::int32_t megabytes = kDefaultMemoryLimitMB;
-    (void)reader->GetInt("plugin_memory_limit_MB", megabytes);  // the default when missing
+    (void)reader->GetInt("plugin_memory_limit_MB", megabytes);  // keeps the default when missing
     return {.memoryMB = static_cast<unsigned>(MemoryLimitMB(megabytes, poolSizeMB)),
             .processes = kMaxPluginProcesses};
 }

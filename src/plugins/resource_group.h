@@ -1,4 +1,5 @@
-// The kernel's resource group of the plugins: whether it is fit for a launch, what it has used.
+// The plugins' resource group: checks it before a launch, reads its settings, and logs its memory
+// usage.
 #pragma once
 
 #include "platform/kernel/groups/group_backend.h"
@@ -12,36 +13,36 @@ namespace Sentrel {
 
 inline constexpr const char* kPluginGroupPath = "host/pax/kolbern/sentrel-plugins";
 
-// Megabytes that are reserved for all plugins together. Only more than the default replaces it.
+// Megabytes reserved for all plugins together. The setting can only raise this default.
 inline constexpr std::int32_t kDefaultResourcePoolSizeMB = 40;
 inline constexpr std::int32_t kMaxResourcePoolSizeMB = 500;
 
-// Megabytes and processes that all plugins together may use.
+// The bounds on megabytes and processes of all plugins together.
 inline constexpr std::int32_t kDefaultMemoryLimitMB = 256;
 inline constexpr unsigned kMaxPluginProcesses = 512;
 
 // Whether a configured size replaces the default.
 bool IsResourcePoolSize(std::int32_t megabytes);
 
-// The size that the setting "plugin_resource_pool_size_MB" gives; the default when it is absent or
-// outside the limits, of which nothing is logged here.
+// The size that the setting "plugin_resource_pool_size_MB" results in: the default if it is absent
+// or outside the limits, which is not logged here.
 std::int32_t ConfiguredResourcePoolSizeMB(
     const Pellmar::Ref<Pellmar::Service::ConfigReader>& reader);
 
-// The memory limit in effect for the setting "plugin_memory_limit_MB": 0 for none, never below the
-// pool's size; the default for a negative one.
+// The memory limit that the setting "plugin_memory_limit_MB" results in: 0 for no limit, otherwise
+// at least the pool's size; a negative setting means the default.
 std::int32_t MemoryLimitMB(std::int32_t configured, std::int32_t poolSizeMB);
 
-// What the group is limited to by the settings.
+// The limits of the group according to the settings.
 Kernel::GroupLimits PluginGroupLimits(const Pellmar::Ref<Pellmar::Service::ConfigReader>& reader,
                                       std::int32_t poolSizeMB);
 
-// Before every launch: the kernel interface agrees, the group exists and answers. False, with one
-// level-3 line, at the first check that fails.
+// Checks before every launch that the kernel interface matches and the group exists and can be
+// queried. On the first failure logs a line at level 3 and returns false.
 bool CheckResourcePool(const Pellmar::Ref<Pellmar::Service::Logger>& logger);
 
-// Logs the group's peak reservations at level 5. False, with one level-3 line, when they cannot be
-// read.
+// Logs the group's peak reservations at level 5. If they cannot be read, logs a line at level 3 and
+// returns false.
 bool LogGroupMemory(const Pellmar::Ref<Pellmar::Service::Logger>& logger);
 
 }  // namespace Sentrel
