@@ -1,5 +1,4 @@
-// Compares numbers and names only; how names compare and how times are read is report_name's and
-// report_time's.
+// Compares numbers and names. report_name compares names, report_time parses times.
 #include "store/filters.h"
 
 #include "store/report_name.h"
@@ -27,7 +26,7 @@ std::string WordsOf(const std::vector<std::int32_t>& statuses) {
 
 }  // namespace
 
-// FNV-1a.
+// FNV-1a over the capitalised bytes.
 std::size_t NameFilter::CaseBlindHash::operator()(std::string_view name) const {
     std::uint64_t hash = 0xCBF29CE484222325;
     for (const char byte : name) {
@@ -75,7 +74,7 @@ bool TimeFilter::Apply(const Report& report) const {
     using std::chrono::seconds;
     LogInternal(logger, 6, "Time filter: Start time: %1 Report creation time: %2",
                 std::chrono::duration_cast<seconds>(start).count(), *created);
-    // In seconds: the nanoseconds of a year such as 9999 do not fit.
+    // In seconds, since the nanoseconds of a year such as 9999 overflow.
     return seconds(*created) >= std::chrono::ceil<seconds>(start);
 }
 

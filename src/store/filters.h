@@ -1,5 +1,5 @@
-// What a query of stored reports keeps. Each filter serves one query: it refers to the caller's
-// lists, which outlive it, and tells its reasons through the publisher's logger.
+// The filters of a query of stored reports. Each filter serves one query: it refers to the caller's
+// lists, which must outlive it, and logs through the publisher's logger.
 #pragma once
 
 #include "platform/pellmar/log/logger.h"
@@ -16,10 +16,10 @@
 
 namespace Sentrel {
 
-// As a start time: there is none.
+// Stands for no start time.
 inline constexpr std::int64_t kNoStartTime = std::numeric_limits<std::int64_t>::min();
 
-// Judges a report by its name, before its file is read.
+// Decides by a report's name, before its file is read.
 class Prefilter {
   public:
     // Whether to keep the report.
@@ -27,7 +27,7 @@ class Prefilter {
     virtual ~Prefilter() = default;
 };
 
-// Keeps the names of a list, compared without regard to ASCII case; all names when it is empty.
+// Keeps the names in a list, compared ignoring ASCII case; all names if the list is empty.
 class NameFilter : public Prefilter {
   public:
     NameFilter(const std::vector<std::string>& names,
@@ -42,22 +42,23 @@ class NameFilter : public Prefilter {
         bool operator()(std::string_view one, std::string_view other) const;
     };
 
-    // Views of the caller's list: it may be as long as the directory, and is asked for each link.
+    // Views of the caller's list, which may be as long as the directory and is searched for each
+    // link.
     const std::unordered_set<std::string_view, CaseBlindHash, CaseBlindEqual> names;
     const Pellmar::Ref<Pellmar::Service::Logger> logger;
 };
 
-// Judges a report that was read.
+// Decides by a report's content.
 class Filter {
   public:
     // Whether to keep the report.
     virtual bool Apply(const Report& report) const = 0;
-    // What the log calls the filter.
+    // The filter's name in log lines.
     virtual std::string_view Name() const = 0;
     virtual ~Filter() = default;
 };
 
-// Keeps the status codes of a list; every code when it is empty.
+// Keeps the status codes in a list; all codes if the list is empty.
 class StatusFilter : public Filter {
   public:
     StatusFilter(const std::vector<std::int32_t>& statuses,
@@ -70,8 +71,9 @@ class StatusFilter : public Filter {
     const Pellmar::Ref<Pellmar::Service::Logger> logger;
 };
 
-// Keeps reports made at `startTime`, in nanoseconds since 1970, or later. The report's time is the
-// host's local time; one that cannot be read is refused, which is logged at level 3.
+// Keeps reports created at `startTime`, in nanoseconds since 1970, or later. The report's time is
+// in the host's local time; a report with an unreadable time is refused, which is logged at level
+// 3.
 class TimeFilter : public Filter {
   public:
     TimeFilter(std::int64_t startTime, const Pellmar::Ref<Pellmar::Service::Logger>& logger);

@@ -1,4 +1,4 @@
-// The two queries: the links of the directory one after another, then their reports through the
+// Runs the two queries: walks the links of the directory, then reads their reports and applies the
 // filters.
 #include "store/publisher.h"
 
@@ -24,13 +24,13 @@ using Pellmar::Service::LogInternal;
 
 std::string SystemText(int errorNumber) { return std::system_category().message(errorNumber); }
 
-// As std::filesystem::path::stem: a dot at the front begins no extension.
+// Like std::filesystem::path::stem: a leading dot does not start an extension.
 std::string_view StemOf(std::string_view fileName) {
     const std::size_t dot = fileName.rfind('.');
     return dot == 0 ? fileName : fileName.substr(0, dot);
 }
 
-// Where the entry points, when it is a link. NUL-terminated.
+// The target of an entry that is a link, NUL-terminated.
 std::optional<std::string_view> TargetOf(ReportWalk& walk, const Ref<Logger>& logger) {
     std::error_code failure;
     const bool isLink = walk.IsSymbolicLink(failure);
@@ -50,7 +50,7 @@ std::optional<std::string_view> TargetOf(ReportWalk& walk, const Ref<Logger>& lo
     return target;
 }
 
-// When the link's target, NUL-terminated, was written, when that is a regular file.
+// When the link's target (NUL-terminated) was modified, if it is a regular file.
 std::optional<std::filesystem::file_time_type> ModifiedTimeOf(std::string_view target,
                                                               const std::string& link,
                                                               const Ref<Logger>& logger) {
@@ -146,7 +146,7 @@ std::vector<Report> Publisher::FilterReports(const Prefilter& prefilter,
     return reports;
 }
 
-// Asks every filter, so that the log tells all that refuse.
+// Applies every filter, so that the log shows all that reject the report.
 bool Publisher::PassesAll(const Report& report,
                           const std::vector<std::shared_ptr<Filter>>& filters) const {
     bool passes = true;

@@ -1,5 +1,5 @@
-// Takes the members in a fixed order, so that a document with several faults always tells the same
-// one. The library's own texts are kept: they name the member or the type.
+// Reads the members in a fixed order, so that a document with several faults always reports the
+// same one. Keeps the library's texts, which name the member or the type.
 #include "store/report.h"
 
 #include "platform/json/json_scanner.h"
@@ -39,8 +39,7 @@ std::int32_t Clamped(double number) {
     return number >= Limits::max() ? Limits::max() : static_cast<std::int32_t>(number);
 }
 
-// get<std::int32_t> would take booleans for numbers; the library's own type of integers refuses
-// them.
+// get<std::int32_t> would accept booleans; the library's own integer type refuses them.
 std::int32_t StatusOf(const json& value) {
     return value.is_number_float() ? Clamped(value.get<double>())
                                    : static_cast<std::int32_t>(value.get<json::number_integer_t>());
@@ -55,7 +54,7 @@ Report Convert(const json& document) {
         report.status = StatusOf(*status);
     }
     report.unstructured = document.at("unstructured").dump();
-    report.unstructured.shrink_to_fit();  // the library leaves up to as much again unused
+    report.unstructured.shrink_to_fit();  // the library may have reserved twice as much
     return report;
 }
 
@@ -72,7 +71,7 @@ json ParseReportText(std::string_view text) {
                            "nested deeper than " + std::to_string(Json::kMaxDepth) + " levels");
     }
     json document = json::parse(text);
-    // The library takes a NUL byte between tokens for the end of the text.
+    // The library treats a NUL byte between tokens as the end of the text.
     if (const std::size_t nul = text.find('\0'); nul != std::string_view::npos) {
         throw ParseErrorAt(nul, "unexpected NUL byte; expected end of input");
     }

@@ -1,5 +1,5 @@
-// Matched by hand: std::regex recurses once a character, so a client's long name would exhaust the
-// stack, and a compiled expression costs kilobytes a name.
+// Matches by hand: std::regex recurses for each character, so a client's long name would exhaust
+// the stack, and a compiled expression takes kilobytes for each name.
 #include "store/report_name.h"
 
 #include <algorithm>
@@ -12,7 +12,7 @@ namespace {
 constexpr std::string_view kExtension = ".json";
 constexpr std::size_t kHyphenAndDigit = 2;
 
-// std::isalnum and its kin follow the locale; the rule is ASCII.
+// std::isalnum depends on the locale; the rule is ASCII.
 bool IsNameCharacter(char c) {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' ||
            c == '.' || c == '-';

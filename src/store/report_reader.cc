@@ -1,5 +1,5 @@
-// Publisher::ReadReport: one stored report from its file to the record. The file may be anything
-// that somebody put behind a link, so it is opened without waiting and its size is bounded.
+// Implements Publisher::ReadReport, which reads one stored report. A link may lead to any file, so
+// it is opened without blocking and its size is bounded.
 #include "platform/sys/read_file.h"
 #include "store/publisher.h"
 
@@ -48,7 +48,8 @@ Report Publisher::ReadReport(const std::filesystem::path& path, std::size_t unus
         struct stat status{};
         const bool isLonger = ::fstat(file.Get(), &status) == 0 &&
                               static_cast<std::uintmax_t>(status.st_size) > maxSize;
-        // Read in part when it grew since, not at all when it is known to be too long.
+        // Reads only the allowed part of a file that has grown, and nothing of one known to be too
+        // long.
         if (!isLonger && Sys::ReadAll(file.Get(), maxSize + 1, text) != 0) {
             LogInternal(logger, 3, "Error reading file: %1", path.native());
             return {};

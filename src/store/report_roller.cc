@@ -1,5 +1,4 @@
-// See the header for the files. Every question to the file system is a system call of each post, so
-// none is asked twice.
+// Each query of the file system is a system call for every post, so none is made twice.
 #include "store/report_roller.h"
 
 #include "platform/hostlib/hostlib.h"
@@ -65,7 +64,7 @@ bool ReportRoller::OpenTemporaryReport(Ref<FileWriter>& writer, Ref<File>& file)
     } catch (const Pellmar::Exception& exception) {
         LogInternal(logger, 3, {.report = reportName},
                     "Caught %1 while attempting to create file: %2", exception.what(), path);
-        // What stands there stays, so the next report has to take the next index.
+        // The remaining entry blocks this index, so the next report has to take the next one.
         hasFiles = hasFiles || SystemFactory::GetFile(path)->Exists();
         return false;
     }
@@ -93,9 +92,9 @@ void ReportRoller::Rotate(const Ref<File>& temporaryFile) {
 }
 
 void ReportRoller::RenewLink(const File& storedFile) const {
-    // Covers "exists", too: nothing is no symbolic link.
+    // Covers a missing entry too, which is not a symbolic link.
     if (SystemFactory::GetFile(symlinkName)->IsSymbolicLink()) {
-        (void)File_UnlinkNoFollow(symlinkName);  // the next step reports what is still there
+        (void)File_UnlinkNoFollow(symlinkName);  // the next step reports a remaining entry
     }
     storedFile.CreateSymbolicLink(symlinkName, kSymbolicLink);
 }
@@ -109,8 +108,8 @@ std::int32_t ReportRoller::NextIndex() {
     return index;
 }
 
-// Asks for the ten names that can match: the directory holds the files of every name, so listing it
-// for each takes long. The "." of a name stands for any byte; only a listing finds those.
+// Checks the ten names that can match: the directory contains the files of every name, so listing
+// it for each takes long. A "." in the name matches any byte; only a listing finds those files.
 void ReportRoller::FindHighestIndex() {
     if (reportName.find('.') != std::string::npos) {
         FindHighestListedIndex();
@@ -129,7 +128,7 @@ void ReportRoller::FindHighestIndex() {
 
 void ReportRoller::FindHighestListedIndex() {
     for (const Ref<File>& entry : SystemFactory::GetFile(baseDirectory)->List(kAllEntries)) {
-        // The name decides first: asking what an entry is costs a system call.
+        // Checks the name first: the type of an entry costs a system call.
         const std::optional<int> found = MatchesStoredFile(reportName, entry->GetName());
         if (found && *found > index && IsStoredReport(*entry)) {
             index = *found;

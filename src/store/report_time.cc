@@ -1,5 +1,5 @@
-// A listing formats one time a name, so digits are put in place by hand: strftime would ask for the
-// locale and gmtime for the zone each time.
+// A listing formats one time for each name, so digits are written by hand: strftime would look up
+// the locale and gmtime the time zone each time.
 #include "store/report_time.h"
 
 #include <chrono>
@@ -21,7 +21,7 @@ using std::chrono::sys_days;
 using std::chrono::sys_seconds;
 using std::filesystem::file_time_type;
 
-// Whole seconds well inside what nanoseconds since the clock's epoch can count.
+// Whole seconds safely within the range of nanoseconds since the clock's epoch.
 const sys_seconds kFirstFileTime =
     file_clock::to_sys(floor<seconds>(file_time_type::min()) + seconds(2));
 const sys_seconds kLastFileTime =
@@ -34,7 +34,7 @@ void PutDigits(char* end, int width, unsigned number) {
     }
 }
 
-// To seconds before the change of clocks: the sum of the nanoseconds would not fit.
+// Rounds to seconds before converting between the clocks: the sum in nanoseconds would overflow.
 sys_seconds WholeSeconds(file_time_type modified) {
     const sys_seconds below = file_clock::to_sys(floor<seconds>(modified));
     const bool hasFraction = modified.time_since_epoch() % seconds(1) != seconds(0);
@@ -53,7 +53,7 @@ std::string FormatModifiedTime(file_time_type modified) {
     const auto put = [&text](std::size_t end, int width, std::int64_t number) {
         PutDigits(text.data() + end, width, static_cast<unsigned>(number));
     };
-    put(4, 4, static_cast<int>(date.year()));  // the clock's range is within four digits
+    put(4, 4, static_cast<int>(date.year()));  // the clock's range has four-digit years
     put(7, 2, static_cast<unsigned>(date.month()));
     put(10, 2, static_cast<unsigned>(date.day()));
     put(13, 2, time.hours().count());

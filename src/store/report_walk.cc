@@ -1,5 +1,5 @@
-// System calls relative to the open directory, and one path that grows and shrinks: a listing of
-// ten thousand names asks for nothing twice.
+// Makes system calls relative to the open directory and extends and shortens one path, so that a
+// listing of ten thousand names looks up nothing twice.
 #include "store/report_walk.h"
 
 #include "platform/sys/owned_fd.h"
@@ -24,13 +24,13 @@ unsigned char TypeOf(mode_t mode) {
     if (S_ISLNK(mode)) {
         return DT_LNK;
     }
-    return S_ISDIR(mode) ? DT_DIR : DT_REG;  // the rest is treated like regular files
+    return S_ISDIR(mode) ? DT_DIR : DT_REG;  // everything else is treated like a regular file
 }
 
 }  // namespace
 
 void ReportWalk::DirectoryCloser::operator()(DIR* directory) const {
-    (void)::closedir(directory);  // only read from, so there is nothing to lose
+    (void)::closedir(directory);  // opened for reading, so no data can be lost
 }
 
 ReportWalk::ReportWalk(std::string directory) : path(std::move(directory)) {}
@@ -70,7 +70,7 @@ bool ReportWalk::Enter(int parent, const char* name, int flags) {
         error = SystemError(errno);
         return false;
     }
-    (void)opened.Release();  // it is the stream's now
+    (void)opened.Release();  // now owned by the stream
     if (path.back() != '/') {
         path += '/';
     }

@@ -1,5 +1,5 @@
-// The walk over a report directory and its subdirectories, and what can be asked of an entry
-// without reading it. Links are not followed. Which entries are reports is the publisher's.
+// Walks a report directory and its subdirectories and queries entries without reading them. Does
+// not follow links. The publisher decides which entries are reports.
 #pragma once
 
 #include <array>
@@ -14,25 +14,25 @@
 
 namespace Sentrel {
 
-// Entries come in the order of the file system, a directory before what is in it. One thread.
+// Entries come in the order of the file system, a directory before its content. One thread.
 class ReportWalk {
   public:
-    // Opens nothing yet. `directory` may be relative; a slash at its end may be missing.
+    // Opens nothing yet. `directory` may be relative, with or without a trailing slash.
     explicit ReportWalk(std::string directory);
 
-    // Goes to the next entry. False at the end, and when the walk cannot go on, which Error tells:
-    // a directory that cannot be opened or read ends the whole walk.
+    // Moves to the next entry. Returns false at the end, and on a failure, which Error returns: a
+    // directory that cannot be opened or read ends the whole walk.
     bool Next();
     const std::error_code& Error() const { return error; }
 
-    // Of the entry, until the next Next. The path begins with the directory as it was given.
+    // The current entry, valid until Next is called. The path starts with the directory as given.
     const std::string& Path() const { return path; }
     std::string_view Name() const { return std::string_view(path).substr(directories.back().size); }
 
-    // Whether the entry itself is a symbolic link. Sets `failure` when that cannot be found out.
+    // Whether the entry itself is a symbolic link. Sets `failure` if that cannot be determined.
     bool IsSymbolicLink(std::error_code& failure);
-    // Where the link points, as it stands there; NUL-terminated, until the next call. Sets
-    // `failure` when it cannot be read.
+    // The link's target as stored in the link; NUL-terminated, valid until the next call. Sets
+    // `failure` if it cannot be read.
     std::string_view ReadLink(std::error_code& failure);
 
   private:
@@ -45,13 +45,13 @@ class ReportWalk {
     };
 
     bool Enter(int parent, const char* name, int flags);
-    // Makes the entry's type known where the file system leaves it open.
+    // Queries the entry's type if the file system has not reported it.
     void FindType(std::error_code& failure);
     const char* EntryName() const { return path.c_str() + directories.back().size; }
 
     std::string path;
     std::vector<OpenDirectory> directories;  // the innermost last
-    unsigned char type = DT_DIR;             // of the entry; the directory itself at first
+    unsigned char type = DT_DIR;             // of the entry; initially of the directory itself
     std::error_code error;
     std::array<char, PATH_MAX> target;
 };
