@@ -18,7 +18,6 @@ struct Fault {
 
 // Each call starts at the token's first byte and moves `offset` past the token. When it returns a
 // fault, `offset` is meaningless.
-//
 
 // `text[offset]` is '"'. Checks escapes, surrogate pairs and UTF-8.
 std::optional<Fault> TakeString(std::string_view text, std::size_t& offset);

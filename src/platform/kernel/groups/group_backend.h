@@ -77,7 +77,6 @@ class GroupBackend {
 
     // Provisioning, outside the launch path. Throws Pellmar::InvalidArgumentException for an
     // invalid path, Pellmar::NotFoundException, and Pellmar::IOException when the system refuses.
-    //
 
     // Creates the group and the directories above it if missing, and reserves `reservationMB` for
     // it (0 removes a reservation). Returns why nothing is reserved, in words; empty if the

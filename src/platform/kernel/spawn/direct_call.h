@@ -17,7 +17,6 @@ namespace Kernel {
 // SystemCall(): returns what the kernel returns, a negated error number on failure; leaves errno
 // unchanged.
 //
-//
 // CloneAndRun(): calls clone3. `arguments.stack` is a stack for the child, 16-byte aligned at both
 // ends. The child calls `run(start)`, which never returns, at the top of that stack without a frame
 // of the caller below it. Returns only in the parent, with the child's pid or a negated error

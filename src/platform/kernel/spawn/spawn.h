@@ -52,7 +52,6 @@ enum class Confinement {
 // the terminating null; `reserved` is -1; `descriptors` are 0, 1 and 2, as many as the record says.
 // See CloneChild for the program's other attributes.
 //
-//
 // Returns once the program has been executed, or with the error number of the failure:
 //   EINVAL, EFAULT   an argument other than described above, or no "++group=" argument
 //   ESRCH            no such group

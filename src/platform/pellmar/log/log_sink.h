@@ -1,7 +1,6 @@
 // Writes log messages to standard error or to the journal, one write each, without ever blocking.
 // Chooses one of three forms and counts the messages that it had to drop.
 //
-//
 //   plain     2024-05-01T12:00:00.123Z 3 NAME: MESSAGE
 //   record    MESSAGE=MESSAGE            to the journal's own socket, one field a line
 //             PRIORITY=3                 the level, within 0 to 7
