@@ -29,7 +29,7 @@ bool TakePrefix(std::string_view& text, std::string_view prefix) {
     return true;
 }
 
-// A plain decimal number from 1 on; 0 for anything else.
+// Parses a plain decimal number from 1 on; returns 0 for anything else.
 int ParsePositive(std::string_view text) {
     int number = 0;
     const char* end = text.data() + text.size();
@@ -53,7 +53,7 @@ std::string ParseName(std::string_view path) {
 }
 
 bool IsAddress(const std::string& host) {
-    in6_addr ignored{};  // as large as both kinds
+    in6_addr ignored{};  // large enough for either family
     return ::inet_pton(AF_INET, host.c_str(), &ignored) == 1 ||
            ::inet_pton(AF_INET6, host.c_str(), &ignored) == 1;
 }
@@ -116,7 +116,7 @@ CommandLine ReadCommandLine(const std::vector<std::string>& arguments) {
 }
 
 std::string HostRootOf(std::string_view executable) {
-    constexpr std::string_view kReplaced = " (deleted)";  // by an update, while it runs
+    constexpr std::string_view kReplaced = " (deleted)";  // replaced by an update while it runs
     if (executable.size() > kReplaced.size() &&
         executable.substr(executable.size() - kReplaced.size()) == kReplaced) {
         executable.remove_suffix(kReplaced.size());

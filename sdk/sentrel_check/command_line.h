@@ -1,4 +1,4 @@
-// The command line that the daemon gives to a plugin, and where the plugin's host root is.
+// Parses the command line that the daemon passes to a plugin, and finds the plugin's host root.
 #pragma once
 
 #include <stdexcept>
@@ -8,18 +8,18 @@
 
 namespace SentrelCheck {
 
-// Where reports are posted to.
+// The address for posting reports.
 struct IntakeAddress {
     std::string host;  // "localhost", or an IPv4 or IPv6 address without brackets
     int port = 0;
 };
 
 struct CommandLine {
-    std::string path;      // of the plugin, without the host root
-    std::string name;      // the last component of `path`: the plugin's and its report's name
-    int poolSizeMB = 0;    // memory that all plugins share, in MiB
-    IntakeAddress intake;  // of "-u"
-    std::string logLevel;  // debug, info, warning, error, critical; empty when not given
+    std::string path;      // the plugin's path, without the host root
+    std::string name;      // the last component of `path`: the name of the plugin and of its report
+    int poolSizeMB = 0;    // memory shared by all plugins, in MiB
+    IntakeAddress intake;  // from "-u"
+    std::string logLevel;  // debug, info, warning, error or critical; empty if absent
 };
 
 class UsageError : public std::runtime_error {
@@ -27,18 +27,18 @@ class UsageError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-// Reads PATH "++group=sentrel-plugins,mem=N" "-u" "http://HOST:PORT" ["--loglevel=LEVEL"], the
-// arguments of main with the program's own at their front. Throws UsageError, whose text says what
-// is wrong and what is expected, when anything is missing, additional or malformed.
+// Parses PATH "++group=sentrel-plugins,mem=N" "-u" "http://HOST:PORT" ["--loglevel=LEVEL"], the
+// arguments of main including the program's own path. Throws UsageError, whose text says what is
+// wrong and what is expected, if anything is missing, superfluous or malformed.
 CommandLine ReadCommandLine(const std::vector<std::string>& arguments);
 
-// The directory below which the host's files are, without a slash at its end, so empty for "/":
-// `executable` without "/usr/lib/korvex/sentrel/plugins/bin/NAME" at its end. Empty too when it
-// ends in anything else, as for a plugin that is run from where it was built.
+// The host root without a trailing slash, so empty for "/": `executable` without
+// "/usr/lib/korvex/sentrel/plugins/bin/NAME" at its end. Also empty if it ends in anything else, as
+// for a plugin run from its build directory.
 std::string HostRootOf(std::string_view executable);
 
-// The same for the running program, by /proc/self/exe. Of a program that is run by an interpreter
-// this is the interpreter, so it serves compiled plugins only.
+// The host root of the running program, from /proc/self/exe. For a script that is the interpreter's
+// path, so this works for compiled plugins only.
 std::string HostRoot();
 
 }  // namespace SentrelCheck

@@ -26,7 +26,7 @@ constexpr std::size_t kMaxAnswerBytes = 16 * 1024;
 constexpr int kOk = 200;
 constexpr int kFirstServerError = 500;
 
-// Why a try failed, and whether another one may do better.
+// Why an attempt failed, and whether another one may succeed.
 class TryError : public std::runtime_error {
   public:
     enum class Again { Worthwhile, Useless };
@@ -49,7 +49,7 @@ void Await(int socket, short events, SteadyTime deadline, const std::string& act
         pollfd entry{socket, events, 0};
         const int ready = ::poll(&entry, 1, std::max(static_cast<int>(left.count()), 0));
         if (ready > 0) {
-            return;  // an error or a hang-up is told by the next call on the socket
+            return;  // the next call on the socket reports an error or hang-up
         }
         if (ready == 0) {
             FailTry(action + ": no answer in time");
@@ -77,7 +77,7 @@ Sys::OwnedFd Connect(const std::string& host, int port, SteadyTime deadline) {
     if (!socket.IsOpen()) {
         FailTry(action, errno);
     }
-    // The socket interface takes both kinds of address through one type.
+    // The socket interface takes both families through one type.
     const auto* address = is4 ? reinterpret_cast<const sockaddr*>(&address4)
                               : reinterpret_cast<const sockaddr*>(&address6);
     const socklen_t length = is4 ? sizeof address4 : sizeof address6;
@@ -107,7 +107,8 @@ Sys::OwnedFd ConnectToIntake(const IntakeAddress& intake, SteadyTime deadline) {
     }
 }
 
-// Ends early when the intake closes: it answers a refused post without reading all of it.
+// Stops early if the intake closes the connection: it responds to a refused post without reading
+// all of it.
 void Send(int socket, std::string_view bytes, SteadyTime deadline) {
     while (!bytes.empty()) {
         const ssize_t count = ::send(socket, bytes.data(), bytes.size(), MSG_NOSIGNAL);
@@ -121,8 +122,8 @@ void Send(int socket, std::string_view bytes, SteadyTime deadline) {
     }
 }
 
-// The status of the final response at the front of `answer`, 0 when it is not complete; interim
-// ones before it are removed. Throws TryError when it is no HTTP response.
+// The status of the final response at the front of `answer`, or 0 if it is incomplete; removes
+// interim responses before it. Throws TryError if it is not an HTTP response.
 int TakeStatus(std::string& answer) {
     constexpr std::string_view kHttp = "HTTP/1.";
     for (;;) {

@@ -1,4 +1,4 @@
-// Values as JSON text (RFC 8259), for documents that are written once from front to back.
+// Writes values as JSON text (RFC 8259), for documents written in one pass.
 #pragma once
 
 #include <string>
@@ -6,11 +6,12 @@
 
 namespace SentrelCheck {
 
-// With its quotes. Control characters are escaped; bytes that are not UTF-8 (RFC 3629: no
-// surrogates, no overlong forms) become U+FFFD each, since a path or a unit's name may hold any.
+// A JSON string with its quotes. Escapes control characters and replaces each byte that is not
+// UTF-8 (RFC 3629: no surrogates, no overlong forms) by U+FFFD, since paths and unit names may
+// contain any bytes.
 std::string JsonString(std::string_view text);
 
-// The shortest text that gives `value` again. `value` is finite.
+// The shortest text that parses to `value` again. `value` is finite.
 std::string JsonNumber(double value);
 
 }  // namespace SentrelCheck

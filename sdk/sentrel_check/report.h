@@ -1,5 +1,5 @@
-// What a check found: judged metrics, a status, its reason in words; and the document in which the
-// intake takes it. Sending it is left to intake_client.
+// The result of a check: metrics with verdicts, a status, and its reason in words; and the document
+// that the intake accepts. intake_client posts it.
 #pragma once
 
 #include <chrono>
@@ -11,22 +11,22 @@
 
 namespace SentrelCheck {
 
-// The codes of the report document.
+// The status codes of the report document.
 enum class Status {
     Ok = 0,
     Warning = 1,
     Error = 2,
-    None = 3,     // the host lacks what the check is about
-    Unknown = 4,  // the check could not find out
+    None = 3,     // the host lacks what the check examines
+    Unknown = 4,  // the check could not determine it
 };
 
-// Values from which on a metric is bad; an absent one never is.
+// The values from which on a metric is bad; an unset limit never is reached.
 struct Limits {
     std::optional<double> warning;
     std::optional<double> critical;
 };
 
-// Which values are bad: those that reach a limit, or those below it.
+// Whether values are bad when they reach a limit or when they are below it.
 enum class Bad { High, Low };
 
 struct Metric {
@@ -36,32 +36,32 @@ struct Metric {
     Limits limits{};
 };
 
-// `value` with at most two decimals, without zeros at its end, as reasons show it.
+// `value` with at most two decimals and no trailing zeros, as in reasons.
 std::string ToWords(double value);
 
-// A plain value. The status is the worst of all findings (error, warning, unknown, none, ok), and
-// ok as long as there is none.
+// A value type. The status is the worst of all findings (in the order error, warning, unknown,
+// none, ok), and ok without findings.
 class Report {
   public:
     explicit Report(std::string name) : name(std::move(name)) {}
 
-    // Adds a metric without an opinion on it; its limits are for the reader only. Throws
-    // std::invalid_argument when the value is not finite, which JSON can't hold.
+    // Adds a metric without judging it; its limits only inform the reader. Throws
+    // std::invalid_argument if the value is not finite, which JSON cannot express.
     void AddMetric(const Metric& metric);
-    // The same, and the finding that follows when it crosses a limit. `subject` opens the sentence:
-    // "memory available" makes "memory available 3.1 % is below 5 %".
+    // Adds a metric and, if it crosses a limit, a finding. `subject` starts its sentence: "memory
+    // available" leads to "memory available 3.1 % is below 5 %".
     void Judge(std::string_view subject, const Metric& metric, Bad bad);
-    // Records that something is in this status and why.
+    // Adds a finding.
     void Find(Status status, std::string reason);
-    // A sentence for the reason of a report that has no findings.
+    // Adds a sentence to the reason for a report without findings.
     void Summarize(std::string sentence);
-    // A further member of "unstructured". Not "reason" or "metrics".
+    // Adds a member to "unstructured", other than "reason" and "metrics".
     void AddText(std::string member, std::string text);
 
     Status GetStatus() const;
-    // The findings, worst first, or the summary; joined by "; ". Never empty.
+    // The findings, worst first, or else the summary, joined by "; ". Never empty.
     std::string Reason() const;
-    // The document, whose "time" is `now` in UTC with its zone. Bytes that are no UTF-8 appear as
+    // The document, whose "time" is `now` in UTC with its zone. Bytes that are not UTF-8 become
     // U+FFFD.
     std::string ToJson(std::chrono::system_clock::time_point now) const;
 

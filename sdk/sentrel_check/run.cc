@@ -19,10 +19,10 @@ constexpr int kStored = 0;
 constexpr int kNotStored = 1;
 constexpr int kWrongUsage = 2;
 
-// One write a line, so that the lines of plugins that run side by side do not mix.
+// Uses one write for each line, so that the lines of concurrent plugins do not mix.
 void Tell(const std::string& name, const std::string& message) {
     const std::string line = name + ": " + message + "\n";
-    (void)!::write(STDERR_FILENO, line.data(), line.size());  // there is nobody else to tell
+    (void)!::write(STDERR_FILENO, line.data(), line.size());  // nowhere else to report it
 }
 
 Report MakeReport(const CommandLine& line, const CheckFunction& check) {
@@ -43,7 +43,7 @@ Report MakeReport(const CommandLine& line, const CheckFunction& check) {
 }  // namespace
 
 int RunCheck(int argc, char* argv[], const CheckFunction& check) {
-    (void)std::signal(SIGPIPE, SIG_IGN);  // a reader of standard error that went away ends nothing
+    (void)std::signal(SIGPIPE, SIG_IGN);  // a closed standard error must not end the plugin
     CommandLine line;
     try {
         line = ReadCommandLine(std::vector<std::string>(argv, argv + argc));

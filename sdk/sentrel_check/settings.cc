@@ -19,8 +19,8 @@ namespace {
 
 constexpr std::size_t kMaxBytes = 64 * 1024;
 
-// All of the file at `path`, "{}" when there is none; of a file that is longer than the parser
-// takes, the start. False with the reason when it can't be had.
+// Reads the file at `path`: "{}" if it does not exist, only the start if it is longer than the
+// parser accepts. Returns false and sets `reason` if it cannot be read.
 bool ReadText(const std::string& path, std::string& text, std::string& reason) {
     const int error = Sys::ReadRegularFile(path, kMaxBytes + 1, text);
     if (error == ENOENT) {
@@ -36,7 +36,7 @@ bool ReadText(const std::string& path, std::string& text, std::string& reason) {
 struct Settings::Document {
     nlohmann::json root = nlohmann::json::object();
 
-    // Null when there is no such member.
+    // Null if the member does not exist.
     const nlohmann::json* Find(const std::string& key) const {
         const auto found = root.find(key);
         return found == root.end() ? nullptr : &*found;

@@ -1,5 +1,5 @@
 // A check's own settings: /etc/korvex/sentrel/checks/NAME.json below the host root, one JSON
-// object, comments allowed. What is not in it has the check's default.
+// object, comments allowed. Missing members have the check's defaults.
 //
 //   {
 //       "pressure": {"warning": 50, "critical": 80},    null in place of a number: no such limit
@@ -21,27 +21,27 @@ class SettingsError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-// Every call but the destructor throws SettingsError, whose text names the file, what is wrong in
-// it and what is expected. A check asks for all its settings first, then calls RefuseUnknown.
+// All calls but the destructor throw SettingsError, whose text names the file, what is wrong in it
+// and what is expected. A check reads all its settings first, then calls RefuseUnknown.
 class Settings {
   public:
-    // No file at `path` is the same as an empty object. A file that can't be read, is no JSON
-    // object or is larger than 64 KiB is an error.
+    // A missing file at `path` is the same as an empty object. A file that cannot be read, is not a
+    // JSON object or is larger than 64 KiB is an error.
     explicit Settings(std::string path);
     ~Settings();
     Settings(const Settings&) = delete;
     Settings& operator=(const Settings&) = delete;
 
-    // Of an object with "warning" and "critical"; one that is left out has its default. An error
-    // when the critical limit would be met before the warning.
+    // An object with "warning" and "critical"; a missing one has its default. It is an error if the
+    // critical limit would be reached before the warning.
     Limits GetLimits(const std::string& key, const Limits& defaults, Bad bad);
     bool GetBool(const std::string& key, bool preset);
     std::string GetString(const std::string& key, const std::string& preset);
-    // A list of strings; empty when it is left out.
+    // A list of strings; empty if absent.
     std::vector<std::string> GetList(const std::string& key);
 
-    // An error when the file has a member that nobody asked for: a name that is written wrongly
-    // would leave a default in force that somebody believes to have changed.
+    // Fails if the file has a member that no call has read: a misspelt name would leave a default
+    // in force without notice.
     void RefuseUnknown() const;
 
   private:
@@ -54,8 +54,7 @@ class Settings {
     std::vector<std::string> knownKeys;
 };
 
-// Whether one of `patterns` matches the whole of `name`; "*" stands for any characters, "?" for
-// one.
+// Whether one of `patterns` matches the whole `name`; "*" matches any characters, "?" a single one.
 bool MatchesAny(const std::vector<std::string>& patterns, const std::string& name);
 
 }  // namespace SentrelCheck
