@@ -13,7 +13,7 @@ API_PORT = 9984
 SIZES = (10, 100, 1000, 10000)  # names in the report directory
 RING_FILES = 3
 LARGE_ANSWERS = 50
-SLICES = 3  # of a round, so that the targets take turns more often than the load on the machine changes
+SLICES = 3  # per round, so that targets alternate more often than the load on the machine changes
 LIST = "com.korvex.oru.observability.reports.list"
 GET = "com.korvex.oru.observability.reports.get"
 
@@ -100,7 +100,7 @@ class ApiBench:
         self.store = Store(self.daemon.reports)
         self.document = os.path.join(self.folder, "document")
         self.servers = {}
-        self.bytes = {}  # of the answer of each row
+        self.bytes = {}  # of the response in each row
         self.results = collections.defaultdict(Samples)  # (row, target)
 
     def run(self, stack):
@@ -176,7 +176,7 @@ class ApiBench:
 
     def measure_memory(self):
         """Of large answers: what stays of them, and what one takes at its peak."""
-        # The directory does not shrink, so only the largest will do.
+        # The directory never shrinks, so only the largest is suitable.
         row = next((row for row in self.rows if row.work == "full" and row.names == self.store.names), None)
         if row is None:
             return
@@ -188,7 +188,7 @@ class ApiBench:
         process_stats.forget_peak(pid)
         self.load(row, "sentrel", "--calls", 1)
         peak = process_stats.peak_kib(pid)
-        self.load(row, "sentrel", "--calls", LARGE_ANSWERS - 3)  # each load begins with one that is not measured
+        self.load(row, "sentrel", "--calls", LARGE_ANSWERS - 3)  # each load starts with one that is not measured
         after = process_stats.memory_kib(pid)["Rss"]
         print(f"sentrel memory of {row.name} ({self.bytes[row] // 1024} KiB an answer): Rss {before} KiB before, at "
               f"most {peak} KiB within, {after} KiB after {LARGE_ANSWERS} answers", flush=True)

@@ -1,6 +1,6 @@
-// The floor under an API call: a server that does for it what cannot be left out and answers with
-// a body of the wanted size that was made before. What the daemon takes longer than this is what
-// its HTTP, its records and its answer cost.
+// The floor of an API call: a server that does only the indispensable work and responds with a body
+// of the wanted size prepared in advance. The daemon's additional time is the cost of its HTTP,
+// records and results.
 #include "command_line.h"
 #include "load_connection.h"
 #include "platform/sys/owned_fd.h"
@@ -52,7 +52,7 @@ std::string ReadStream(const std::string& path) {
     return text;
 }
 
-// A token and the one key that is trusted, both as they are after parsing.
+// A token and the only trusted key, both already parsed.
 class Signature {
   public:
     Signature(const std::string& jwksPath, const std::string& tokenPath)
@@ -77,12 +77,12 @@ class Signature {
     Token::Jwt jwt;
 };
 
-// The report directory and the work on it: the same system calls as the daemon's, nothing kept.
+// The report directory and the work on it: the daemon's system calls, without keeping results.
 class Store {
   public:
     explicit Store(std::string directory) : directory(std::move(directory)) {}
 
-    // Looks at every link and gives its target to `work`. Leaves the last one in `target`.
+    // Examines every link and passes its target to `work`. Leaves the last target in `target`.
     template <typename Work>
     void Walk(const Work& work) {
         const std::unique_ptr<DIR, int (*)(DIR*)> stream(::opendir(directory.c_str()), ::closedir);
@@ -128,12 +128,13 @@ class Store {
     std::string text;
 };
 
-// One connection: requests in, canned answers out.
+// One connection: receives requests and sends prepared responses.
 class Exchange {
   public:
     explicit Exchange(Sys::OwnedFd socket) : socket(std::move(socket)) {}
 
-    // The target of the next request, whose body is read too; empty at the end of the connection.
+    // Reads the next request with its body and returns the target; empty at the end of the
+    // connection.
     std::string NextTarget() {
         std::size_t head = 0;
         while ((head = received.find("\r\n\r\n")) == std::string::npos) {
@@ -189,7 +190,7 @@ class Exchange {
 
 Sys::OwnedFd Listen(std::uint16_t port) {
     Sys::OwnedFd socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    const int on = 1;  // TCP_NODELAY passes to the accepted connections
+    const int on = 1;  // accepted connections inherit TCP_NODELAY
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_port = htons(port);

@@ -1,5 +1,5 @@
-// Load on an API: the same call again and again on one kept connection, timed from its first byte
-// to the last of its answer, whether that comes in chunks or whole. Every answer is judged.
+// Puts load on an API: repeats one call on a persistent connection and times it from its first byte
+// to the last of the response, chunked or not. Checks every response.
 #include "command_line.h"
 #include "http_answer.h"
 #include "load_connection.h"
@@ -33,13 +33,13 @@ constexpr std::size_t kMaxBodyBytes = std::size_t{1} << 30U;
 struct Plan {
     std::uint16_t port = 0;
     std::string request;
-    std::size_t bodyBytes = 0;              // of the right answer; 0: as the first
+    std::size_t bodyBytes = 0;              // of a correct response; 0: like the first one
     std::chrono::milliseconds duration{0};  // no measured call starts later than this
     std::uint64_t calls = 0;                // measured calls; 0: as many as the time allows
     std::string answerPath;
 };
 
-// One call after the other; `Body` is that of the last answer.
+// Makes one call after the other. `Body` returns the last response's body.
 class Caller {
   public:
     explicit Caller(std::uint16_t port) : socket(ConnectTo(port)), buffer(kReadBytes, '\0') {}
@@ -63,7 +63,7 @@ class Caller {
     const std::string& Body() const { return body; }
 
   private:
-    // What comes next, until the next call.
+    // Receives the next bytes; valid until the next call.
     std::string_view Read() {
         const ssize_t count = ::recv(socket.Get(), buffer.data(), buffer.size(), 0);
         if (count < 0) {
@@ -131,7 +131,7 @@ Measurement Run(Plan plan) {
     return result;
 }
 
-// The whole file; nothing for no path. Throws std::runtime_error when it cannot be read.
+// The whole file; empty for an empty path. Throws std::runtime_error when it cannot be read.
 std::string ReadText(const std::string& path) {
     if (path.empty()) {
         return {};
@@ -173,7 +173,7 @@ Plan ReadPlan(CommandLine line) {
     return plan;
 }
 
-// 1 when an answer was not as expected, else 0.
+// Returns 1 if a response was not as expected, else 0.
 int Run(CommandLine line) {
     Measurement measurement = Run(ReadPlan(std::move(line)));
     const bool isGood = measurement.errors == 0;

@@ -1,4 +1,4 @@
-// The command line of the bench programs: pairs of "--name value", read by name.
+// Parses the command line of the benchmark programs: pairs "--name value", read by name.
 #pragma once
 
 #include <charconv>
@@ -12,7 +12,7 @@ namespace Bench {
 
 class CommandLine {
   public:
-    // Throws std::invalid_argument when the arguments are no pairs of "--name value".
+    // Throws std::invalid_argument if the arguments are not pairs "--name value".
     CommandLine(int count, char** arguments) {
         for (int position = 1; position < count; position += 2) {
             const std::string_view name = arguments[position];
@@ -24,7 +24,7 @@ class CommandLine {
         }
     }
 
-    // The value of --name, or `fallback` when it is not given. Each name is taken once.
+    // The value of --name, or `fallback` if absent. Take each name only once.
     std::string TakeText(const std::string& name, std::string fallback) {
         const auto found = values.find(name);
         if (found == values.end()) {
@@ -35,7 +35,7 @@ class CommandLine {
         return value;
     }
 
-    // The same for a whole number from 0. Throws std::invalid_argument when the value is none.
+    // The same for a whole number from 0. Throws std::invalid_argument for any other value.
     std::uint64_t TakeNumber(const std::string& name, std::uint64_t fallback) {
         const std::string text = TakeText(name, std::to_string(fallback));
         std::uint64_t number = 0;
@@ -48,7 +48,7 @@ class CommandLine {
         return number;
     }
 
-    // To be called when every known name was taken. Throws std::invalid_argument when one is left.
+    // Call it after taking all known names. Throws std::invalid_argument if others are left.
     void RefuseOthers() const {
         if (!values.empty()) {
             throw std::invalid_argument("there is no option --" + values.begin()->first);

@@ -1,5 +1,5 @@
-// Reads the head of an answer: a status line and fields (RFC 9112 section 4). Its body is the
-// caller's.
+// Parses the head of a response: a status line and fields (RFC 9112 section 4). The caller reads
+// the body.
 #pragma once
 
 #include <algorithm>
@@ -15,15 +15,15 @@ namespace Bench {
 
 struct Answer {
     int status = 0;
-    std::size_t bytes = 0;      // of its head, the closing empty line included
-    std::size_t bodyBytes = 0;  // when it is not chunked
+    std::size_t bytes = 0;      // of the head, including its closing empty line
+    std::size_t bodyBytes = 0;  // unless chunked
     bool isChunked = false;
-    bool isError = false;  // an API call has ended with an error
+    bool isError = false;  // an API call ended with an error
     bool closes = false;   // the server will close the connection
 };
 
-// The answer at the start of `received`, or nothing while its head is not complete. Throws
-// std::runtime_error when it is no answer, or does not tell how its body is framed.
+// The response at the start of `received`; nothing while its head is incomplete. Throws
+// std::runtime_error if it is not a response, or its body's framing is unknown.
 inline std::optional<Answer> ReadAnswer(std::string_view received) {
     constexpr std::string_view kEnd = "\r\n\r\n";
     const std::size_t end = received.find(kEnd);

@@ -1,5 +1,5 @@
-// The floor under a post: the file system calls by which a report is stored and linked, in a loop
-// and without HTTP. What the daemon takes longer than this is what its HTTP and its queues cost.
+// The floor of a post: the file system calls that store and link a report, in a loop without HTTP.
+// The daemon's additional time is the cost of its HTTP and queues.
 #include "command_line.h"
 #include "measurement.h"
 #include "platform/sys/owned_fd.h"
@@ -30,14 +30,14 @@ constexpr char kUsage[] =
     "Stores reports named floor0, floor1, ... below DIR (an existing directory) for that time and\n"
     "prints one line of JSON. The names are shared out among the threads.\n";
 
-// Ends the thread's work when a call of the floor failed.
+// Ends the thread's work if a call of the floor failed.
 void Require(bool done, const char* call, const std::string& path) {
     if (!done) {
         throw std::system_error(errno, std::generic_category(), std::string(call) + " " + path);
     }
 }
 
-// The files of one report name, written as the daemon's report writer does. One thread at a time.
+// The files of one report name, written like the daemon's report roller. One thread at a time.
 class Ring {
   public:
     Ring(const std::string& directory, const std::string& name)
@@ -87,14 +87,14 @@ struct Plan {
     std::chrono::milliseconds duration{0};
 };
 
-// Posts to every `threads`th name from `first` on, in turn, until the time is over.
+// Posts to every `threads`th name from `first` on, in turn, until the time is up.
 Measurement PostUntilTimeIsOver(const Plan& plan, std::size_t first) {
     std::vector<Ring> rings;
     for (std::size_t name = first; name < plan.names; name += plan.threads) {
         rings.emplace_back(plan.directory, "floor" + std::to_string(name));
     }
     Measurement result;
-    for (std::size_t round = 0; round < kRingFiles; ++round) {  // from here on every slot is taken
+    for (std::size_t round = 0; round < kRingFiles; ++round) {  // from here on every slot is used
         for (Ring& ring : rings) {
             ring.Post(plan.body);
             ++result.posts;
@@ -113,7 +113,7 @@ Measurement PostUntilTimeIsOver(const Plan& plan, std::size_t first) {
     return result;
 }
 
-// Runs the threads and adds their posts up. Throws what the first failed thread threw.
+// Runs the threads and sums up their posts. Throws what the first failed thread threw.
 Measurement Run(const Plan& plan) {
     std::vector<Measurement> parts(plan.threads);
     std::vector<std::exception_ptr> failures(plan.threads);

@@ -1,6 +1,7 @@
-// Load on an intake: posts reports over loopback in a closed loop, one request in flight on each
-// connection, and times each from its first byte (from its connect, on new connections) to its
-// answer. Every answer is read and judged. One thread: what it costs is the same for every server.
+// Puts load on an intake: posts reports over loopback in a closed loop, with one request in flight
+// on each connection, and times each from its first byte (on new connections from the connect) to
+// its response. Checks every response. Uses one thread, so its own cost is the same for every
+// server.
 #include "command_line.h"
 #include "http_answer.h"
 #include "load_connection.h"
@@ -43,11 +44,10 @@ struct Plan {
     std::chrono::milliseconds duration{0};  // no measured post starts later than this
     std::uint64_t posts = 0;                // measured posts; 0: as many as the time allows
     std::set<int> expected;
-    bool connectsAnew = false;  // each post on a connection of its own
+    bool connectsAnew = false;  // a new connection for each post
 };
 
-// A report document of exactly `bytes` bytes. Throws std::invalid_argument when it cannot be so
-// short.
+// A report document of exactly `bytes` bytes. Throws std::invalid_argument if that is too short.
 std::string MakeReport(std::size_t bytes) {
     std::string report =
         R"({"structured":{"name":"load","time":"2025-01-01T00:00:00","status":0},"unstructured":{"fill":")";
@@ -86,8 +86,8 @@ class Load {
         }
     }
 
-    // Posts once on each connection, then for the time or number wanted. Throws when the server
-    // fails; answers of another status are counted.
+    // Posts once on each connection, then for the wanted time or number of posts. Throws if the
+    // server fails; counts responses with another status than expected.
     Measurement Run() {
         if (!plan.connectsAnew) {
             for (Connection& connection : connections) {
@@ -122,7 +122,7 @@ class Load {
         }
     }
 
-    // Starts the next post of a connection unless all that were wanted have been started.
+    // Starts the next post of a connection unless all the wanted posts have been started.
     void StartPost(Connection& connection, Clock::time_point now) {
         if (isMeasuring &&
             (now - start >= plan.duration || (plan.posts > 0 && startedPosts == plan.posts))) {
@@ -140,7 +140,7 @@ class Load {
         connection.Send();
     }
 
-    // Until every post that was started is answered.
+    // Runs until every post that was started has its response.
     void Drive() {
         std::array<epoll_event, 64> events{};
         while (inFlight > 0) {
@@ -195,14 +195,14 @@ class Load {
 
     const Plan plan;
     const std::string body;
-    std::vector<std::string> heads;  // one a name
+    std::vector<std::string> heads;  // one for each name
     std::vector<Connection> connections;
     Sys::OwnedFd epoll;
     Measurement result;
     bool isMeasuring = false;
     Clock::time_point start;
     Clock::time_point end;
-    std::uint64_t startedPosts = 0;  // measured ones
+    std::uint64_t startedPosts = 0;  // only measured ones
     std::size_t inFlight = 0;
 };
 
@@ -239,7 +239,7 @@ Plan ReadPlan(CommandLine line) {
     return plan;
 }
 
-// 1 when an answer was not as expected, else 0.
+// Returns 1 if a response was not as expected, else 0.
 int Run(CommandLine line) {
     Measurement measurement = Load(ReadPlan(std::move(line))).Run();
     const bool isGood = measurement.errors == 0;

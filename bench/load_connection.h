@@ -1,5 +1,5 @@
-// One connection of the load: connects, sends one request at a time as far as the socket takes it,
-// and reads its answer. When to do which is left to the load.
+// A connection of the load: connects, sends one request at a time as far as the socket accepts it,
+// and reads the response. The load decides when.
 #pragma once
 
 #include "http_answer.h"
@@ -24,15 +24,14 @@
 
 namespace Bench {
 
-inline constexpr int kSilenceMilliseconds =
-    10'000;  // a server that is silent for so long has failed
+inline constexpr int kSilenceMilliseconds = 10'000;  // a server silent for this long has failed
 
 [[noreturn]] inline void FailWithErrno(const std::string& what) {
     throw std::system_error(errno, std::generic_category(), what);
 }
 
-// A connection to the port on 127.0.0.1. Connecting, sending and reading, where they block, give up
-// when the server is silent. Throws std::system_error.
+// Connects to the port on 127.0.0.1. Connecting, blocking sends and reads fail if the server is
+// silent. Throws std::system_error.
 inline Sys::OwnedFd ConnectTo(std::uint16_t port) {
     Sys::OwnedFd socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
     const int on = 1;
@@ -51,10 +50,10 @@ inline Sys::OwnedFd ConnectTo(std::uint16_t port) {
     return socket;
 }
 
-// One connection and the request that is in flight on it.
+// A connection and the request in flight on it.
 class Connection {
   public:
-    // `name` is the first of its names, the others follow in steps of the number of connections.
+    // `name` is the first of its names; the others follow in steps of the number of connections.
     explicit Connection(std::size_t name) : nextName(name) {}
 
     // Connects to the port on 127.0.0.1. Throws std::system_error.
@@ -64,12 +63,12 @@ class Connection {
 
     int Descriptor() const { return socket.Get(); }
 
-    // The name of the next post; `step` further each time, below `names`.
+    // The name of the next post: `step` further each time, modulo `names`.
     std::size_t TakeName(std::size_t step, std::size_t names) {
         return std::exchange(nextName, (nextName + step) % names);
     }
 
-    // Takes a request to send; both strings must stay. The time of the post runs from `now`.
+    // Sets the request to send; both strings must stay valid. The time of the post starts at `now`.
     void Begin(const std::string& requestHead, const std::string& requestBody,
                Clock::time_point now) {
         head = &requestHead;
@@ -80,7 +79,7 @@ class Connection {
 
     Clock::time_point Started() const { return started; }
 
-    // Sends as much as the socket takes. Throws std::system_error.
+    // Sends as much as the socket accepts. Throws std::system_error.
     void Send() {
         while (sent < head->size() + body->size()) {
             std::array<iovec, 2> pieces{};
@@ -103,8 +102,8 @@ class Connection {
         }
     }
 
-    // The answer, once it is there whole. Throws std::runtime_error when there is none to come, and
-    // when there is more than the answer, or an answer before the whole request was sent.
+    // The response, once complete. Throws std::runtime_error if none will arrive, if bytes follow
+    // it, or if it arrives before the whole request was sent.
     std::optional<Answer> Receive() {
         std::array<char, 1024> bytes{};
         const ssize_t count = ::recv(socket.Get(), bytes.data(), bytes.size(), MSG_DONTWAIT);
@@ -132,7 +131,7 @@ class Connection {
     }
 
   private:
-    // sendmsg takes its pieces without const and leaves them as they are.
+    // sendmsg takes its pieces without const but does not modify them.
     static iovec Piece(const std::string& text, std::size_t from) {
         return {const_cast<char*>(text.data()) + from, text.size() - from};
     }

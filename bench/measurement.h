@@ -1,4 +1,4 @@
-// What a bench program measures and the one line of JSON that it prints of it.
+// The measurements of a benchmark program and the line of JSON that it prints.
 #pragma once
 
 #include <algorithm>
@@ -15,13 +15,13 @@ namespace Bench {
 using Clock = std::chrono::steady_clock;
 
 struct Measurement {
-    std::vector<std::chrono::nanoseconds> latencies{};  // one a measured post
-    std::chrono::nanoseconds elapsed{0};                // the time in which these were made
-    std::uint64_t posts = 0;                            // all posts, those to warm up too
-    std::uint64_t errors = 0;                           // answers with another status than expected
+    std::vector<std::chrono::nanoseconds> latencies{};  // one for each measured post
+    std::chrono::nanoseconds elapsed{0};  // the time in which the measured posts were made
+    std::uint64_t posts = 0;              // all posts, including warm-up
+    std::uint64_t errors = 0;             // answers with another status than expected
 };
 
-// The latency in microseconds that `fraction` (0 to 1) of the samples do not exceed; 0 without
+// The latency in microseconds that a `fraction` (0 to 1) of the samples does not exceed; 0 without
 // samples. Reorders the samples.
 inline double Percentile(std::vector<std::chrono::nanoseconds>& samples, double fraction) {
     if (samples.empty()) {
@@ -34,10 +34,10 @@ inline double Percentile(std::vector<std::chrono::nanoseconds>& samples, double 
     return std::chrono::duration<double, std::micro>(*nth).count();
 }
 
-// Processor time of this process so far, all threads, in microseconds.
+// Processor time of all threads of this process so far, in microseconds.
 inline double ProcessorMicroseconds() {
     rusage usage{};
-    (void)::getrusage(RUSAGE_SELF, &usage);  // fails for a bad argument only
+    (void)::getrusage(RUSAGE_SELF, &usage);  // fails for an invalid argument only
     const auto microseconds = [](const timeval& time) {
         return static_cast<double>(time.tv_sec) * 1e6 + static_cast<double>(time.tv_usec);
     };

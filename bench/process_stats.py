@@ -6,7 +6,7 @@ import time
 
 def cpu_seconds(pid):
     """Processor time of all its threads so far, ended ones too."""
-    return time.clock_gettime(~pid << 3 | 2)  # the clock that clock_getcpuclockid(3) names
+    return time.clock_gettime(~pid << 3 | 2)  # the clock of clock_getcpuclockid(3)
 
 
 def voluntary_switches(pid):
@@ -18,7 +18,7 @@ def voluntary_switches(pid):
                 counts[thread] = next(int(line.split()[1]) for line in file
                                       if line.startswith("voluntary_ctxt_switches:"))
         except (FileNotFoundError, ProcessLookupError):
-            pass  # this thread has just ended
+            pass  # the thread has just exited
     return counts
 
 

@@ -2,7 +2,7 @@
 
 import statistics
 
-WIDTH = 8  # of a figure
+WIDTH = 8  # of a column
 
 
 class Samples:
@@ -86,10 +86,10 @@ def calls_text(path, requests):
     return f"{sum(counts.values()):.1f} system calls a request: {calls}"
 
 
-# How many times the floor's processor time a call may take; from AIM_NAMES names on, where more than one is listed.
+# The maximum processor time of a call, in multiples of the floor's; for listings from AIM_NAMES names on.
 AIMS = {"brief": 1.5, "get": 1.5, "full": 1.3, "token": 1.2}
 AIM_NAMES = 100
-FLAT_AIM = 1.2  # a name among the most, to one among a tenth of them
+FLAT_AIM = 1.2  # the time per name with the most names, relative to a tenth of them
 
 
 def api_table_text(rows, targets, results, sizes):
@@ -123,7 +123,7 @@ def flatness_text(rows, targets, results):
     """What a name costs in lists of each length, by work and target."""
     lines = []
     for work in ("brief", "full"):
-        for target in [target for target in targets if target != "nginx"]:  # it serves a file, however long
+        for target in [target for target in targets if target != "nginx"]:  # it serves a file of any length
             costs = {row.names: results[row, target].median("server") / row.names for row in rows if row.work == work}
             text = ", ".join(f"{cost:.2f} of {names}" for names, cost in costs.items())
             most = max(costs, default=0)

@@ -16,7 +16,7 @@ import time
 
 import process_stats
 
-START_SECONDS = 10  # a server that is not ready after so long has failed
+START_SECONDS = 10  # a server not ready after this time has failed
 STOP_SECONDS = 10
 LOG_TAIL_BYTES = 2000
 
@@ -47,7 +47,7 @@ class Server:
 
     def spawn(self, command, environment=None):
         with open(self.log_path, "ab") as log:
-            # In a session of its own, so that an interrupt ends this program first, which then ends the server.
+            # In its own session, so that an interrupt ends only this program, which then stops the server.
             self.process = subprocess.Popen(command, env=environment, stdin=subprocess.DEVNULL, stdout=log,
                                             stderr=log, start_new_session=True)
 
@@ -107,7 +107,7 @@ class Server:
             status = None
         finally:
             try:
-                os.killpg(self.process.pid, signal.SIGKILL)  # its group may outlive it
+                os.killpg(self.process.pid, signal.SIGKILL)  # its process group may outlive it
             except ProcessLookupError:
                 pass
             self.process.wait()
@@ -133,7 +133,7 @@ class Daemon(Server):
         os.makedirs(self.reports)
         write_file(os.path.join(self.root, "etc/korvex/tabulon/oru/health/sentrel.json"),
                    json.dumps({"http_port": self.port, "plugin_resource_pool_size_MB": 64}))
-        os.makedirs(os.path.join(self.root, "usr/lib/korvex/sentrel/plugins/bin"))  # empty: nothing is launched
+        os.makedirs(os.path.join(self.root, "usr/lib/korvex/sentrel/plugins/bin"))  # empty: no plugins to launch
         metadata = os.path.join(os.path.dirname(binary), "../observability_quon_metadata.json")
         if not os.path.exists(metadata):
             raise BenchFailure(f"{metadata} is missing; run ./dev bench, which builds it first")
@@ -241,7 +241,7 @@ http {{
     }}
 }}
 """
-    BODY_BUFFER = "1m"  # of 16k, 64k and 1m the one with which nginx was fastest
+    BODY_BUFFER = "1m"  # nginx was the fastest with this one of 16k, 64k and 1m
 
     def __init__(self, folder):
         super().__init__("nginx", folder)
@@ -257,7 +257,7 @@ http {{
         self.configuration = os.path.join(folder, "nginx.conf")
         write_file(self.configuration,
                    self.CONFIGURATION.format(folder=folder, port=self.port, body_buffer=self.BODY_BUFFER))
-        # The first PUT of a file is answered with 201, those that replace it with 204.
+        # The first PUT of a file is answered with 201, later ones with 204.
         self.load_arguments = ["--port", str(self.port), "--method", "PUT", "--expect", "201,204"]
 
     def start(self):

@@ -1,5 +1,5 @@
-// What a launch costs a daemon that has touched much memory: the spawn call against posix_spawn of
-// the same program, interleaved, and the resource group's checks before each launch.
+// Measures the cost of a launch for a daemon that uses much memory: the spawn call against
+// posix_spawn of the same program, alternating, and the resource group's checks before each launch.
 #include "platform/kernel/spawn/spawn.h"
 #include "command_line.h"
 #include "measurement.h"
@@ -44,7 +44,7 @@ constexpr const char* kProgram = "/bin/true";
 constexpr const char* kGroup = "host/pax/kolbern/sentrel-plugins";
 constexpr const char* kGroupArgument = "++group=sentrel-plugins,mem=40";
 
-// A resource group for the time of the run: in a cgroup of its own, or in the process's table.
+// A resource group for the time of the run: a cgroup of its own, or in the process table.
 class Group {
   public:
     Group() {
@@ -59,7 +59,7 @@ class Group {
             }
             Kernel::UseGroups(std::make_unique<Kernel::CgroupBackend>(root));
         }
-        (void)Kernel::EnsureGroup(kGroup, 0);  // no reservation, so nothing to tell
+        (void)Kernel::EnsureGroup(kGroup, 0);  // without a reservation nothing can be missing
     }
     ~Group() {
         try {
@@ -68,7 +68,7 @@ class Group {
             (void)std::fprintf(stderr, "the group stays behind: %s\n", exception.what());
         }
         if (!root.empty()) {
-            (void)::rmdir(root.c_str());  // told above when it cannot be empty
+            (void)::rmdir(root.c_str());  // reported above if it is not empty
         }
     }
     Group(const Group&) = delete;
@@ -80,7 +80,7 @@ class Group {
     std::string root;
 };
 
-// The arguments of a launch: both ways get the same command line and the empty environment.
+// The arguments of a launch: both ways use the same command line and an empty environment.
 struct Launch {
     std::string program = kProgram;
     std::string group = kGroupArgument;
@@ -100,7 +100,7 @@ std::int32_t SpawnOnce(const Launch& launch) {
     return pid;
 }
 
-// What a plugin is promised as far as posix_spawn can give it: default signals, a session.
+// The guarantees for a plugin as far as posix_spawn can give them: default signals, a new session.
 class PosixSpawn {
   public:
     PosixSpawn() {
@@ -144,7 +144,7 @@ std::int64_t FindId() {
     return id;
 }
 
-// All that is asked of the resource group before a launch, as the launcher asks it.
+// Everything that the launcher queries from the resource group before a launch.
 bool CheckGroup() {
     std::array<char, Kernel::kSignatureDateBytes> date{};
     const char* programDate = nullptr;
@@ -163,7 +163,7 @@ bool CheckGroup() {
     return agrees && answered;
 }
 
-// Blocks until the program has ended, so that no launch competes with the end of another.
+// Blocks until the program has exited, so that launches do not compete with exiting programs.
 void AwaitEnd(pid_t pid) {
     const Sys::PidFd process(Sys::OwnedFd(static_cast<int>(::syscall(SYS_pidfd_open, pid, 0))));
     pollfd entry{process.Get(), POLLIN, 0};
@@ -171,7 +171,7 @@ void AwaitEnd(pid_t pid) {
     }
 }
 
-// Adds how long `work` takes, and gives its result.
+// Times `work`, adds a sample, and returns the result.
 template <typename Work>
 auto Measure(std::vector<std::chrono::nanoseconds>& samples, const Work& work) {
     const Clock::time_point start = Clock::now();
@@ -193,7 +193,8 @@ void Run(std::uint64_t megabytes, std::uint64_t launches) {
         if (!Measure(checks, CheckGroup)) {
             throw std::runtime_error("the resource group's checks fail on this host");
         }
-        for (const bool ours : {round % 2 == 0, round % 2 != 0}) {  // each is first in turn
+        for (const bool ours :
+             {round % 2 == 0, round % 2 != 0}) {  // each of the two goes first in turn
             AwaitEnd(ours ? Measure(spawns, [&] { return SpawnOnce(launch); })
                           : Measure(posixSpawns, [&] { return posixSpawn.Once(launch); }));
         }
