@@ -1,4 +1,4 @@
-// What the targets share: the abort when a promise breaks, and the cutting of inputs into pieces.
+// Shared by the targets: aborts when a guarantee is violated, and splits inputs into pieces.
 #pragma once
 
 #include <cstddef>
@@ -11,7 +11,7 @@ inline void Check(bool holds) {
     }
 }
 
-// Lengths of pieces: always 1 for seed 0, else 1 to 16 by a small generator.
+// Generates lengths of pieces: always 1 for seed 0, else pseudo-random ones from 1 to 16.
 class PieceLengths {
   public:
     explicit PieceLengths(std::uint8_t seed) : state(seed) {}

@@ -1,6 +1,6 @@
-// Feeds bytes to the decoder of chunked bodies in pieces that the first byte chooses, and aborts
-// when it comes to another end, other data or another place than at once, or gives more data than
-// allowed. Also puts the bytes into chunks and expects them back.
+// Decodes the bytes in pieces that the first byte chooses, and aborts if result, data or end differ
+// from decoding them at once, or if the data exceed the bound. Also encodes the bytes in chunks and
+// expects the decoder to return them.
 #include "checking.h"
 #include "platform/http1/chunked_decoder.h"
 
@@ -33,7 +33,7 @@ Outcome DecodeAtOnce(std::string_view bytes, std::size_t maxBody) {
     return outcome;
 }
 
-// Also after a final result, which must change nothing.
+// Continues after a final result, after which nothing may change.
 Outcome DecodeInPieces(std::string_view bytes, std::size_t maxBody, PieceLengths lengths) {
     Outcome outcome;
     Http1::ChunkedDecoder decoder(maxBody);

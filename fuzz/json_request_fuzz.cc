@@ -1,6 +1,6 @@
-// Feeds a request document to its reader and aborts when a promise breaks: what is let through is
-// what the library reads too, its parameters can be built and written again, and every answer, to a
-// refused document too, is JSON.
+// Parses a request document and aborts when a guarantee is violated: the library accepts every
+// accepted document with the same content, its parameters can be converted and written again, and
+// every response, even to a refused document, is JSON.
 #include "checking.h"
 #include "platform/runtime/json/json_request.h"
 #include "platform/runtime/json/json_response.h"

@@ -1,6 +1,6 @@
-// Runs a fuzz target once over each file of a corpus folder, so that the kept inputs are a
-// regression test in builds without libFuzzer. Usage: NAME_replay FOLDER; a fault ends the process,
-// as under the fuzzer.
+// Runs a fuzz target once on each file of a corpus directory, which makes the corpus a regression
+// test in builds without libFuzzer. Usage: NAME_replay DIRECTORY. A fault ends the process, as
+// under the fuzzer.
 
 #include <cstddef>
 #include <cstdint>
@@ -11,7 +11,7 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
-// A copy of exactly the input's size: the address sanitizer then sees a read beyond its end.
+// A copy of exactly the input's size, so that the address sanitizer notices a read beyond its end.
 static std::vector<std::uint8_t> ReadInput(const std::filesystem::path& input) {
     std::ifstream stream(input, std::ios::binary);
     stream.exceptions(std::ios::badbit | std::ios::failbit);
@@ -29,7 +29,7 @@ int main(int argc, char** argv) {
     for (const auto& entry : std::filesystem::directory_iterator(argv[1])) {
         const std::vector<std::uint8_t> bytes = ReadInput(entry);
         std::printf("%s\n", entry.path().c_str());
-        std::fflush(stdout);  // names the input if the target does not return from it
+        std::fflush(stdout);  // shows the input if the target never returns
         LLVMFuzzerTestOneInput(bytes.data(), bytes.size());
         ++count;
     }

@@ -1,7 +1,6 @@
-// Feeds bytes to the parser of stored reports and what it accepts to the record's conversion, and
-// aborts when a promise breaks: an exception that is not the library's, a text that the rest of the
-// system would judge otherwise, a record that is half filled or does not say what the document
-// says.
+// Parses and converts a stored report and aborts when a guarantee is violated: no exceptions but
+// the library's, the same verdict on the text as the rest of the system, and a record that is
+// either unchanged or matches the document.
 #include "checking.h"
 #include "platform/json/bounded_json.h"
 #include "platform/pellmar/log/logger.h"
@@ -18,7 +17,7 @@ namespace {
 
 using nlohmann::json;
 
-// Null when the text is refused; a document that is null says as little.
+// Null for a refused text and for a document that is null.
 json ParseOrNull(std::string_view text) {
     json ofSystem;
     Json::JsonError error;
@@ -47,11 +46,11 @@ void CheckRecord(const json& document, const Sentrel::Report& report) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    Pellmar::Service::Logger::sDefaultLogger->SetLevel(0);  // refusals are not told here
+    Pellmar::Service::Logger::sDefaultLogger->SetLevel(0);  // suppresses the log lines of refusals
     const json document = ParseOrNull({reinterpret_cast<const char*>(data), size});
     Sentrel::Report report{"", "", -7, "unfilled"};
     Sentrel::ReportFromJson(document, report);
-    if (report.unstructured == "unfilled") {  // no JSON: nothing was assigned
+    if (report.unstructured == "unfilled") {  // not JSON: nothing was assigned
         Check(report.name.empty() && report.time.empty() && report.status == -7);
     } else {
         CheckRecord(document, report);

@@ -1,7 +1,6 @@
-// Feeds bytes to the request head's scanner in pieces that the first byte chooses, and to the
-// parser, and aborts when either breaks a promise: the same end however the bytes are cut, views
-// inside the buffer, no control bytes, the parser accepting nothing that the scanner measures
-// differently.
+// Scans a request head in pieces that the first byte chooses, parses it, and aborts when a
+// guarantee is violated: the same end however the bytes are split, views inside the buffer, no
+// control bytes, and the parser accepts only what the scanner accepts with the same length.
 #include "checking.h"
 #include "platform/http1/request_head.h"
 
@@ -12,8 +11,8 @@
 
 namespace {
 
-// Scans `bytes` piece by piece up to the scanner's verdict or the end of the bytes, and once more
-// at once.
+// Scans `bytes` in pieces up to the scanner's verdict or the end of the bytes, and compares with
+// scanning them at once.
 Http1::HeadScanner ScanInPieces(std::string_view bytes, PieceLengths lengths) {
     Http1::HeadScanner inPieces;
     Http1::HeadScan result = Http1::HeadScan::Incomplete;
@@ -88,7 +87,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     } else {
         Check(head.begin() == head.end() && head.Method().empty() && head.Path().empty());
     }
-    // Bytes that nobody measured: accepted only when the scanner measures them just so.
+    // Unmeasured bytes: accepted only if the scanner measures exactly these.
     if (head.Parse(bytes)) Check(scanner.HeadLength() == bytes.size());
     return 0;
 }

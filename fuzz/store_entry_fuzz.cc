@@ -1,7 +1,7 @@
-// Feeds two texts, parted by the first NUL byte, to the configuration store as the vendor's and the
-// host's file of one entry, and aborts when a promise breaks: our scanner and the library take the
-// same texts for JSON, errors stand inside the text and on one line, and every type of every key
-// can be asked for.
+// Reads two texts, separated by the first NUL byte, as the vendor's and the host's file of a store
+// entry, and aborts when a guarantee is violated: our scanner and the library agree on what is
+// JSON, errors have a position within the text and take one line, and every key can be read as
+// every type.
 #include "checking.h"
 #include "platform/json/bounded_json.h"
 #include "platform/pellmar/exceptions.h"
@@ -54,7 +54,7 @@ json ParseOrEmpty(const std::string& path, std::string_view text) {
     }
 }
 
-// Asks for each member of `values` by its key, two levels deep.
+// Reads each member of `values` by its key, two levels deep.
 void ReadAll(const Pellmar::Service::ConfigReader& reader, const json& values,
              const std::string& prefix, int levels) {
     for (const auto& member : values.items()) {
@@ -75,7 +75,8 @@ void ReadAll(const Pellmar::Service::ConfigReader& reader, const json& values,
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    Pellmar::Service::Logger::sDefaultLogger->SetLevel(0);  // wrong types are not told here
+    Pellmar::Service::Logger::sDefaultLogger->SetLevel(
+        0);  // suppresses the log lines of wrong types
     const std::string_view bytes(reinterpret_cast<const char*>(data), size);
     const std::size_t vendorEnd = std::min(bytes.find('\0'), size);
     const std::string_view vendorText = bytes.substr(0, vendorEnd);

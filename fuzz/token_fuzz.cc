@@ -1,7 +1,6 @@
-// Feeds bytes to the reading of tokens in each place where others choose them: as a token, as what
-// the parts of a token hold (parted by NUL bytes), as claims, and as a trust set. Aborts when a
-// promise breaks: what is taken can be written in no other way and is within its bounds, and what
-// is refused has a reason.
+// Parses the bytes in each role in which they can come from outside: as a token, as the parts of a
+// token (separated by NUL bytes), as claims, and as a trust set. Aborts when a guarantee is
+// violated: accepted input is canonical and within its bounds, and every refusal has a reason.
 #include "checking.h"
 #include "platform/json/bounded_json.h"
 #include "platform/pellmar/exceptions.h"
@@ -47,7 +46,7 @@ void CheckToken(std::string_view token) {
     CheckClaims(claims);
 }
 
-// The bytes up to the first NUL, which are taken away with it.
+// The bytes up to the first NUL. Removes them and the NUL from `bytes`.
 std::string_view TakePart(std::string_view& bytes) {
     const std::string_view part = bytes.substr(0, bytes.find('\0'));
     bytes.remove_prefix(std::min(part.size() + 1, bytes.size()));
