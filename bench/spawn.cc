@@ -193,8 +193,7 @@ void Run(std::uint64_t megabytes, std::uint64_t launches) {
         if (!Measure(checks, CheckGroup)) {
             throw std::runtime_error("the resource group's checks fail on this host");
         }
-        for (const bool ours :
-             {round % 2 == 0, round % 2 != 0}) {  // each of the two goes first in turn
+        for (const bool ours : {round % 2 == 0, round % 2 != 0}) {  // each goes first in turn
             AwaitEnd(ours ? Measure(spawns, [&] { return SpawnOnce(launch); })
                           : Measure(posixSpawns, [&] { return posixSpawn.Once(launch); }));
         }

@@ -75,8 +75,7 @@ void ReadAll(const Pellmar::Service::ConfigReader& reader, const json& values,
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    Pellmar::Service::Logger::sDefaultLogger->SetLevel(
-        0);  // suppresses the log lines of wrong types
+    Pellmar::Service::Logger::sDefaultLogger->SetLevel(0);  // no lines about wrong types
     const std::string_view bytes(reinterpret_cast<const char*>(data), size);
     const std::size_t vendorEnd = std::min(bytes.find('\0'), size);
     const std::string_view vendorText = bytes.substr(0, vendorEnd);
