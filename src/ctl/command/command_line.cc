@@ -118,7 +118,7 @@ class Parser {
         line.arguments.options.Add(option->name, std::string(value));
     }
 
-    // Empty when the next argument is none: the value was forgotten before another option.
+    // Empty if the next argument is an option: the value was forgotten.
     std::string_view TakeValue() {
         if (next == arguments.size() || std::string_view(arguments[next]).starts_with("--")) {
             return "";
@@ -126,7 +126,7 @@ class Parser {
         return arguments[next++];
     }
 
-    // As far as it is known.
+    // The command's name, as far as it is known.
     std::string_view Name() const {
         return line.command == nullptr ? std::string_view(line.family) : line.command->name;
     }

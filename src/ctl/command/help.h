@@ -9,11 +9,11 @@
 
 namespace Ctl {
 
-// All commands with their summaries, or those of one family.
+// Writes all commands with their summaries, or those of one family.
 void WriteOverview(std::span<const Command> commands, std::string_view family,
                    std::ostream& output);
 
-// Usage, meaning, options and an example of one command.
+// Writes usage, description, options and an example of one command.
 void WriteCommandHelp(const Command& command, std::ostream& output);
 
 }  // namespace Ctl
