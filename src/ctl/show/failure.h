@@ -1,11 +1,11 @@
-// Why a command has no result, as fields: main prints them as one line.
+// The exception of a command that has no result: its fields, which main prints as one line.
 #pragma once
 
 #include "platform/pellmar/exceptions.h"
 
 namespace Ctl {
 
-// What the tool itself throws. The daemon's code throws other exceptions of the family.
+// The exception of the tool's own code. The daemon's code throws others of the family.
 class Failure : public Pellmar::Exception {
   public:
     using Exception::Exception;

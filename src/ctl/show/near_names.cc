@@ -14,10 +14,10 @@ namespace {
 
 constexpr std::size_t kMaxDistance = 2;
 constexpr std::size_t kMostNames = 3;
-// Shorter ones stand in too many others.
+// A shorter name is part of too many others.
 constexpr std::size_t kLeastPart = 2;
 
-// Letters to insert, remove or replace (Levenshtein), row by row.
+// The edit distance (Levenshtein), computed row by row.
 std::size_t DistanceOf(std::string_view one, std::string_view other) {
     std::vector<std::size_t> row(other.size() + 1);
     std::iota(row.begin(), row.end(), std::size_t{0});

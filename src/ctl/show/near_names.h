@@ -1,4 +1,4 @@
-// Which of some names a person may have meant.
+// Finds the names that a person may have meant.
 #pragma once
 
 #include <string>
@@ -7,8 +7,8 @@
 
 namespace Ctl {
 
-// Those of `names` that differ from `name` in two letters at most, or have it in them, or stand in
-// it; case aside, the nearest first, at most three.
+// The names that differ from `name` in at most two letters, contain it or are contained in it,
+// ignoring case; the nearest first, at most three.
 std::vector<std::string> FindNearNames(std::string_view name,
                                        const std::vector<std::string>& names);
 

@@ -1,14 +1,14 @@
-// What a command says beside its result, on standard error.
+// Notes of a command on standard error, besides its result.
 #pragma once
 
 #include <string>
 
 namespace Ctl {
 
-// "sentrelctl: TEXT", a line of its own; nothing when the same has been said. One thread.
+// Prints "sentrelctl: TEXT" as a line, once per text. Not thread-safe.
 void NoteOnce(const std::string& text);
 
-// From now on nothing is noted, for a command whose result tells all of it.
+// Suppresses all further notes, for a command whose result contains them.
 void SilenceNotes();
 
 }  // namespace Ctl

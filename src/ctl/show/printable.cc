@@ -13,8 +13,8 @@ namespace {
 
 constexpr std::string_view kReplacement = "\uFFFD";
 
-// The next character of `text`, which loses it; one byte where that is not UTF-8. `isFit`: whether
-// it may be shown.
+// Removes the next character from `text` and returns it; a byte that is not UTF-8 counts as one.
+// `isFit`: whether it is safe to print.
 std::string_view TakeCharacter(std::string_view& text, bool& isFit) {
     const std::size_t length = Sys::Utf8LengthAt(text, 0);
     const std::string_view character = text.substr(0, std::max<std::size_t>(length, 1));

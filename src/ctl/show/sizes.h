@@ -1,4 +1,4 @@
-// Sizes of memory and files.
+// The text of sizes of memory and files.
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,4 @@
-// Small tables for people.
+// Tables for people.
 #pragma once
 
 #include "ctl/show/terminal.h"
@@ -12,14 +12,15 @@
 
 namespace Ctl {
 
-// Columns are as wide as their widest cell, with two blanks between. Cells are made printable.
+// A table whose columns are as wide as their widest cell, with two blanks between them. Makes its
+// cells printable.
 class Table {
   public:
     enum class Align { Left, Right };
     struct Column {
-        std::string heading;  // all empty: no line of headings
+        std::string heading;  // if all are empty, no line of headings is written
         Align align = Align::Left;
-        bool isCut = false;  // where the terminal is too narrow; at most one of the columns
+        bool isCut = false;  // on a narrow terminal; at most one column
     };
 
     struct Cell {
@@ -35,11 +36,12 @@ class Table {
 
     explicit Table(std::vector<Column> columns);
 
-    // As many cells as there are columns.
+    // Adds a row: as many cells as columns.
     void Add(std::vector<Cell> cells);
-    // On a terminal the cells of the column that may be cut end in "…" where they do not fit.
+    // Writes the table. On a terminal, cells of the column that may be cut end in "…" if they do
+    // not fit.
     void Write(std::ostream& output) const;
-    // The same for an output of `width` columns.
+    // Writes the table for an output of `width` columns.
     void Write(std::ostream& output, std::size_t width) const;
 
   private:
@@ -48,7 +50,7 @@ class Table {
                   std::ostream& output) const;
 
     const std::vector<Column> columns;
-    std::vector<std::vector<Cell>> rows;  // the headings are the first, if there are any
+    std::vector<std::vector<Cell>> rows;  // the headings, if any, are the first row
 };
 
 }  // namespace Ctl

@@ -1,4 +1,4 @@
-// What a terminal can show that a file should not hold: colours, and no more columns than it has.
+// What the terminal can display: colours, characters outside ASCII, and its width.
 #pragma once
 
 #include <cstddef>
@@ -18,11 +18,11 @@ bool ShowsColours();
 // Whether the user's locale writes UTF-8, so that marks and bars can be shown (locale(7)).
 bool ShowsUnicode();
 
-// The columns of the terminal that standard output is; nothing for a file or a pipe.
+// The width of the terminal on standard output; nothing for a file or a pipe.
 std::optional<std::size_t> TerminalWidth();
 
-// `text` between the sequences of that colour (ECMA-48, SGR); as it is for Plain, and when no
-// colours are shown.
+// `text` between the escape sequences of the colour (ECMA-48, SGR); unchanged for Plain, or if
+// colours are off.
 std::string Paint(std::string_view text, Colour colour);
 
 struct PaintedPart {

@@ -35,7 +35,7 @@ std::optional<std::chrono::seconds> AgeOf(const std::string& time,
     if (error) {
         return std::nullopt;
     }
-    using std::chrono::milliseconds;  // in which all years fit, as they do not in nanoseconds
+    using std::chrono::milliseconds;  // holds all years, unlike nanoseconds
     return std::chrono::duration_cast<std::chrono::seconds>(
         std::chrono::duration_cast<milliseconds>(now.time_since_epoch()) -
         milliseconds(parsed.MillisecondsSinceEpoch()));

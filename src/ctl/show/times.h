@@ -1,4 +1,4 @@
-// Points in time: as UTC texts, and as ages.
+// Points in time, as UTC texts and as ages.
 #pragma once
 
 #include <chrono>
@@ -7,22 +7,22 @@
 
 namespace Ctl {
 
-// "2024-03-05T14:07:09Z" (RFC 3339), cut off to the second.
+// "2024-03-05T14:07:09Z" (RFC 3339), rounded down to the second.
 std::string UtcText(std::chrono::system_clock::time_point time);
 
-// "14:07:09Z": the time of the day.
+// The time of day: "14:07:09Z".
 std::string UtcTimeOfDay(std::chrono::system_clock::time_point time);
 
-// `time` (RFC 3339, of any zone) as the API writes it, "2024-03-05T14:07:09.000Z"; empty when it is
-// not a time.
+// `time` (RFC 3339, in any zone) in the API's form, "2024-03-05T14:07:09.000Z"; empty if it is not
+// a time.
 std::string NormalTime(const std::string& time);
 
-// From `time` (RFC 3339) to `now`, in whole seconds, negative when it is later; nothing when it is
-// not a time.
+// Whole seconds from `time` (RFC 3339) to `now`, negative if it is later; nothing if it is not a
+// time.
 std::optional<std::chrono::seconds> AgeOf(const std::string& time,
                                           std::chrono::system_clock::time_point now);
 
-// DurationText for an age, "in the future" for a negative one, "unknown" for none.
+// An age as DurationText; "in the future" if negative, "unknown" if unset.
 std::string AgeText(const std::optional<std::chrono::seconds>& age);
 
 }  // namespace Ctl
