@@ -34,7 +34,7 @@ std::int32_t FindIntakePort() {
 std::optional<DaemonProcess> FindDaemonProcess() {
     const std::int32_t port = Sentrel::GetHttpPort(ReadDaemonSettingsOrDefaults(), SilentLogger());
     if (port <= 0 || port > std::numeric_limits<std::uint16_t>::max()) {
-        return std::nullopt;  // nobody can listen there
+        return std::nullopt;  // no process can listen there
     }
     std::vector<ListeningSocket> sockets = FindListeningSockets(static_cast<std::uint16_t>(port));
     std::erase_if(sockets, [](const ListeningSocket& socket) {

@@ -1,4 +1,4 @@
-// The daemon that runs on this host now: the process that listens on the intake port.
+// The running daemon of this host: the process that listens on the intake port.
 #pragma once
 
 #include <chrono>
@@ -10,7 +10,7 @@
 
 namespace Ctl {
 
-// What the daemon's process calls itself.
+// The name of the daemon's process.
 inline constexpr std::string_view kDaemonName = "sentrel";
 
 struct DaemonProcess {
@@ -18,13 +18,12 @@ struct DaemonProcess {
     std::chrono::system_clock::time_point started;
 };
 
-// The process that listens on the intake port of this host's settings, whatever program it runs;
-// nothing when none does, or when it belongs to a user whose descriptors this one may not see.
-// Throws what ReadDaemonSettings throws.
+// The process that listens on the configured intake port, whatever program it runs; nothing if none
+// does, or if this user may not see its descriptors. Throws what ReadDaemonSettings throws.
 std::optional<DaemonProcess> FindDaemonProcess();
 
-// The intake port: of the settings, or, where these are broken, that on which the running daemon
-// listens besides the API's, as far as this user may see it, else the default.
+// The configured intake port. If the settings are broken: the port other than the API's on which
+// the running daemon listens, if this user may see it, else the default.
 std::int32_t FindIntakePort();
 
 }  // namespace Ctl

@@ -11,7 +11,7 @@ namespace Ctl {
 
 namespace {
 
-// An entry without files, in which no setting is set.
+// A store entry without files, so every setting is missing.
 const Tabulon::StoreEntry kAbsentEntry = {.first = "",
                                           .key = "sentrel-defaults",
                                           .group = Sentrel::kDaemonEntryGroup,

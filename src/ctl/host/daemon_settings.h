@@ -10,11 +10,12 @@ namespace Ctl {
 // Throws Failure when the store entry is broken.
 Pellmar::Ref<Pellmar::Service::ConfigReader> ReadDaemonSettings();
 
-// The same; where the entry is broken all defaults, which is said once on standard error.
+// Like ReadDaemonSettings, but if the entry is broken returns the defaults and says so once on
+// standard error.
 Pellmar::Ref<Pellmar::Service::ConfigReader> ReadDaemonSettingsOrDefaults();
 
-// For the daemon's code that this program runs: writes nothing, and from then on neither does the
-// default logger, since all that the tool has to say is its result or its one line of failure.
+// A logger that writes nothing, for daemon code that the tool calls. Also silences the default
+// logger from then on, since the tool prints only its result or one line of failure.
 Pellmar::Ref<Pellmar::Service::Logger> SilentLogger();
 
 }  // namespace Ctl

@@ -1,5 +1,5 @@
-// The host that a command looks at and the ways to it: what the command line says of them, and what
-// a command has found out once for all its parts.
+// The host that a command inspects: the options of its command line about the host and the API, and
+// facts that the command has found out once for all its parts.
 #pragma once
 
 #include "ctl/command/command.h"
@@ -17,12 +17,11 @@
 namespace Ctl {
 
 struct Host {
-    // What the command line says.
+    // From the command line.
     std::chrono::system_clock::time_point now = {};  // when the command began
-    std::string root = {};                           // that --root names; empty without the option
-    // Where the reports are: a path of this machine, not below the host root any more, that ends in
-    // "/". The daemon's default unless --reports names another one or "doctor" has seen the
-    // daemon's own.
+    std::string root = {};  // the value of --root; empty without the option
+    // The report directory: a path of this machine that includes the host root and ends in "/". The
+    // daemon's default, unless --reports names another or "doctor" has found the daemon's own.
     std::string reportDirectory = {};
     bool hasNamedReports = false;  // by --reports
     bool isOffline = false;        // reports are read from the directory, not through the API
@@ -30,14 +29,16 @@ struct Host {
     std::string tokenFile =
         {};  // "-": standard input; empty: a token is signed here, where possible
 
-    // What is found out, by the commands that need it; empty for the others.
+    // Found out by the commands that need it; empty for others.
     std::optional<DaemonProcess> daemon = {};
-    std::optional<Sentrel::DaemonState> state = {};  // that the daemon keeps for this user to read
-    RunUser user = {};                               // that plugins run as
-    std::int32_t intakePort = 0;                     // of the settings; 0: they cannot be read
-    std::string settingsProblem = {};                // then: why
-    std::optional<ProcessStat> portHolder = {};      // of the intake port, whatever program it is
-    std::string reportProblem = {};  // why the daemon stores no report; empty: it does
+    std::optional<Sentrel::DaemonState> state =
+        {};                            // from the daemon's state file, if this user may read it
+    RunUser user = {};                 // the user that plugins run as
+    std::int32_t intakePort = 0;       // from the settings; 0: they cannot be read
+    std::string settingsProblem = {};  // why they cannot be read
+    std::optional<ProcessStat> portHolder =
+        {};                          // the process on the intake port, whatever its program
+    std::string reportProblem = {};  // why the daemon cannot store reports; empty: it can
 };
 
 inline constexpr Option kOfflineOption = {"--offline", "",
@@ -54,8 +55,8 @@ inline constexpr Option kTokenFileOption = {"--token-file", "FILE",
 
 inline constexpr std::string_view kDefaultApiUrl = "http://127.0.0.1:9984";
 
-// What the options say; one that is not given, or not the command's, leaves the default. Looks at
-// nothing.
+// The host of these options; an option that is not given, or not one of the command's, leaves the
+// default. Inspects nothing.
 Host HostOf(const GivenOptions& options);
 
 // The report directory. Throws Failure when this user cannot read it.

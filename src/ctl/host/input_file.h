@@ -1,4 +1,5 @@
-// Whole files within a bound: those that a user names, and those that lie where others may write.
+// Reads whole files up to a size: files that a user names, and files in directories that others can
+// write to.
 #pragma once
 
 #include <cstddef>
@@ -6,13 +7,13 @@
 
 namespace Ctl {
 
-// The bytes of the file, or of standard input for "-": at most `maxBytes`, and one more when there
-// are more. Throws Failure when it cannot be read; `what`, such as "the token file",
-// begins the text.
+// The bytes of the file, or of standard input for "-": at most `maxBytes`, or one more if it is
+// longer. Throws Failure, whose text begins with `what`, such as "the token file", if it cannot be
+// read.
 std::string ReadInputFile(const std::string& path, std::size_t maxBytes, const std::string& what);
 
-// The same of a file that nobody has named here. What is no regular file is refused, so that no
-// FIFO is waited for and no device read.
+// Like ReadInputFile, for a file that the user has not named. Refuses a file that is not regular,
+// so that it neither waits for a FIFO nor reads a device.
 std::string ReadRegularFile(const std::string& path, std::size_t maxBytes, const std::string& what);
 
 }  // namespace Ctl

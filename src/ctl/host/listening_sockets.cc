@@ -22,7 +22,7 @@ namespace Ctl {
 namespace {
 
 constexpr std::string_view kListen = "0A";
-constexpr std::size_t kGroupDigits = 8;  // of four bytes
+constexpr std::size_t kGroupDigits = 8;  // hexadecimal digits of a group of four bytes
 // A program listens before it serves, so its listening sockets are among its first descriptors.
 constexpr std::size_t kMaxDescriptors = 1024;
 
@@ -38,7 +38,7 @@ bool ParseNumber(std::string_view text, Number& number, int base = 10) {
     return error == std::errc{} && stop == text.data() + text.size() && !text.empty();
 }
 
-// The address's bytes in the order of the network; none when the text is none.
+// The bytes of the address in network order; none if the text is not an address.
 std::vector<std::uint8_t> ParseAddress(std::string_view digits) {
     std::vector<std::uint8_t> bytes(digits.size() / 2);
     for (std::size_t group = 0; group * kGroupDigits < digits.size(); ++group) {
@@ -76,7 +76,7 @@ std::string AddressText(const std::vector<std::uint8_t>& address) {
                                                                                     : text.data();
 }
 
-// Nothing when the line is none of a socket.
+// The fields of one line of the table.
 struct SocketLine {
     std::string local;
     std::string state;
@@ -91,7 +91,7 @@ std::optional<SocketLine> ReadLine(const std::string& line) {
     return fields ? std::optional(std::move(read)) : std::nullopt;
 }
 
-// False when it is of another port than `port`; 0 stands for all.
+// Reads the address; false if its port is not `port`. 0 matches every port.
 bool TakeAddress(SocketLine& read, std::uint16_t port) {
     const std::size_t colon = read.local.find(':');
     std::uint16_t ownPort = 0;
@@ -117,7 +117,7 @@ void AddListening(std::istream& lines, std::uint16_t port, std::vector<Listening
     while (std::getline(lines, line)) {
         std::optional<SocketLine> read = ReadLine(line);
         if (read && read->state != kListen) {
-            return;  // so is all the rest, which may be very long
+            return;  // no listening socket follows, and the rest may be very long
         }
         if (read && TakeAddress(*read, port)) {
             sockets.push_back(std::move(read->socket));
@@ -131,9 +131,9 @@ bool HoldsSocket(int processes, const std::string& pid,
         ::openat(processes, (pid + "/fd").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     const DirectoryStream stream(directory.IsOpen() ? ::fdopendir(directory.Get()) : nullptr);
     if (!stream) {
-        return false;  // it has ended, or this user may not look
+        return false;  // it has exited, or this user may not see its descriptors
     }
-    const int descriptors = directory.Release();  // the stream's now
+    const int descriptors = directory.Release();  // now owned by the stream
     std::size_t looked = 0;
     // NOLINTNEXTLINE(concurrency-mt-unsafe): the stream is this function's own
     for (const dirent* entry = ::readdir(stream.get());
@@ -150,8 +150,8 @@ bool HoldsSocket(int processes, const std::string& pid,
     return false;
 }
 
-// All processes: those of these users and that name first, then those of the users, then the
-// others.
+// Lists all processes: first those with both one of these users and that name, then those of the
+// users, then the others.
 std::vector<std::string> ListProcesses(DIR* processes, const std::vector<ListeningSocket>& sockets,
                                        std::string_view likelyName) {
     std::vector<std::string> named;
@@ -161,7 +161,7 @@ std::vector<std::string> ListProcesses(DIR* processes, const std::vector<Listeni
         return std::any_of(sockets.begin(), sockets.end(),
                            [user](const auto& socket) { return socket.user == user; });
     };
-    const bool isRoots = isOfUser(0);  // as most processes are: the names tell more
+    const bool isRoots = isOfUser(0);  // most processes are root's, so names distinguish better
     // NOLINTNEXTLINE(concurrency-mt-unsafe): the stream is this function's caller's own
     while (const dirent* entry = ::readdir(processes)) {
         if (entry->d_name[0] < '1' || entry->d_name[0] > '9') {

@@ -21,7 +21,7 @@ namespace {
 constexpr std::array<std::string_view, 4> kStates = {"enabled", "disabled", "directory",
                                                      "no configuration"};
 
-// False when there is none.
+// Whether the plugin directory exists.
 bool HasPluginDirectory() {
     const std::string directory = Sys::HostPath(Sentrel::kPluginDirectory);
     if (::access(directory.c_str(), R_OK | X_OK) == 0) {

@@ -1,5 +1,5 @@
-// The plugins of this host as the daemon would find them at a start now: each entry of the plugin
-// directory with what becomes of it, and the timetable of those that run.
+// The plugins of this host as the daemon would find them if it started now: each entry of the
+// plugin directory, how it is classified, and the schedule of the enabled ones.
 #pragma once
 
 #include "plugins/discovery.h"
@@ -17,7 +17,7 @@ namespace Ctl {
 struct SurveyedPlugin {
     Sentrel::PluginEntry entry;
     std::string location;  // below the host root
-    // Of enabled ones.
+    // Only of enabled plugins.
     std::size_t batch = 0;            // its place in its queue, from 0
     std::chrono::seconds firstRun{};  // after the daemon's start
     std::chrono::seconds period{};    // from one run to the next
@@ -35,11 +35,11 @@ struct PluginSurvey {
     std::int32_t poolSizeMB = 0;  // reserved for all plugins together
 };
 
-// Without a plugin directory, which the daemon does not start without, there are no entries. Throws
-// a std::exception, with what to do, when the directory cannot be listed.
+// Examines the plugin directory. If it is missing, in which case the daemon does not start, returns
+// no entries. Throws a std::exception, with what to do, if it cannot be listed.
 PluginSurvey SurveyPlugins();
 
-// Throws Failure when there is no plugin directory.
+// Throws Failure if there is no plugin directory.
 void RequireDirectory(const PluginSurvey& survey);
 
 // "fast", "medium" or "slow".
@@ -48,11 +48,11 @@ std::string_view QueueOf(const SurveyedPlugin& plugin);
 // "enabled", "disabled", "directory", "no configuration".
 std::string_view StateOf(const SurveyedPlugin& plugin);
 
-// Whether the text chooses a queue; any other one silently counts as "fast".
+// Whether the text selects a queue; any other text silently means "fast".
 bool NamesQueue(const std::string& frequency);
 
-// Why the plugin is in or out, and what the daemon takes its configuration for where that is not
-// what stands there; in words for a person.
+// Why the plugin is enabled or not, and how the daemon interprets a configuration that it does not
+// take literally; in words for a person.
 std::string WhyOf(const SurveyedPlugin& plugin);
 
 // The files of the store that configure a plugin, as plain host paths: the vendor's defaults, and

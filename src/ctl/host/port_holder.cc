@@ -24,7 +24,7 @@ constexpr const char* kEndIt = "end that process, then run \"systemctl restart s
 constexpr std::string_view kMapped = "::ffff:";  // before an IPv4 address
 
 struct Endpoint {
-    std::string address;  // of IPv4 where it is mapped into IPv6
+    std::string address;  // in IPv4 form if it is an IPv4-mapped IPv6 address
     std::uint16_t port = 0;
 
     bool IsLoopback() const { return address.starts_with("127.") || address == "::1"; }
@@ -51,7 +51,8 @@ Endpoint EndpointOf(const sockaddr_storage& peer) {
     return {std::string(WithoutMapping(text.data())), ntohs(port)};
 }
 
-// Those that can have taken a connection to the address: bound to it, else to every address.
+// The sockets that can have accepted a connection to the address: those bound to it, or else those
+// bound to every address.
 std::vector<ListeningSocket> FindTakers(const Endpoint& peer) {
     const std::vector<ListeningSocket> sockets = FindListeningSockets(peer.port);
     std::vector<ListeningSocket> takers;
@@ -102,7 +103,8 @@ void RequireTrustedListener(const sockaddr_storage& peer) {
     }
     std::vector<ListeningSocket> takers = FindTakers(endpoint);
     if (takers.empty()) {
-        takers = FindTakers(endpoint);  // a list read while sockets come and go may lack one
+        takers = FindTakers(
+            endpoint);  // read again: a list that changes while it is read may lack a socket
     }
     const auto stranger = std::find_if(takers.begin(), takers.end(),
                                        [](const auto& socket) { return !IsTrusted(socket.user); });

@@ -1,4 +1,4 @@
-// Who holds a port of this host, and whether what answers there may be believed.
+// Finds who holds a port of this host, and whether to trust its answers.
 #pragma once
 
 #include "ctl/host/listening_sockets.h"
@@ -12,21 +12,21 @@
 
 namespace Ctl {
 
-// "process 12 (nginx) of user www"; "a process of user www" when this user may not see which one.
+// "process 12 (nginx) of user www", or "a process of user www" if this user may not see which one.
 std::string DescribeHolder(const std::vector<ListeningSocket>& sockets);
 
-// The holder of a port, when this user can see that it is not sentrel; else empty.
+// The holder of a port if this user can see that it is not sentrel; else empty.
 std::string StrangerOn(std::uint16_t port);
 
-// What is listening is another user's program.
+// The port is held by another user's program.
 class UntrustedListener : public Failure {
   public:
     using Failure::Failure;
 };
 
-// Throws UntrustedListener unless what listens at `peer`, to which a socket of this process is
-// connected, belongs to root, to sentrel's user or to this user, who has all that could be sent
-// there. Addresses that are not loopback are not looked at.
+// Throws UntrustedListener unless the listener at `peer`, to which a socket of this process is
+// connected, belongs to root, to sentrel's user, or to this user, who already has all that could be
+// sent. Does not check addresses outside loopback.
 void RequireTrustedListener(const sockaddr_storage& peer);
 
 }  // namespace Ctl

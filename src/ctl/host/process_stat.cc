@@ -12,16 +12,17 @@ namespace Ctl {
 
 namespace {
 
-// The fields behind the name, which begins the second one: a blank before each.
+// Field numbers of proc(5). The name is the second field; from kFirstField on, a blank precedes
+// each field.
 constexpr std::size_t kParentField = 4;
 constexpr std::size_t kSessionField = 6;
 constexpr std::size_t kStartField = 22;
 constexpr std::size_t kFirstField = 3;
 
-// Since the machine's start, the time in which it slept included: what field 22 counts.
+// Time since the machine's start, including suspend: the clock of field 22.
 std::chrono::milliseconds Uptime() {
     timespec now{};
-    (void)::clock_gettime(CLOCK_BOOTTIME, &now);  // cannot fail for a clock that there is
+    (void)::clock_gettime(CLOCK_BOOTTIME, &now);  // cannot fail for an existing clock
     return std::chrono::duration_cast<std::chrono::milliseconds>(
         std::chrono::seconds(now.tv_sec) + std::chrono::nanoseconds(now.tv_nsec));
 }
@@ -36,7 +37,7 @@ bool ParseField(std::string_view field, Number& number) {
 
 std::optional<ProcessStat> ParseProcessStat(std::string_view text, long ticksPerSecond) {
     const std::size_t open = text.find(" (");
-    const std::size_t close = text.rfind(") ");  // the name may hold any of these
+    const std::size_t close = text.rfind(") ");  // the name may contain parentheses and blanks
     if (open == std::string_view::npos || close == std::string_view::npos || close < open + 2) {
         return std::nullopt;
     }

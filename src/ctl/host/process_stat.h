@@ -1,4 +1,4 @@
-// What /proc tells about one process: which it is, whose child, since when it runs.
+// One process as /proc shows it: its name, its parent, its start.
 #pragma once
 
 #include <chrono>
@@ -12,19 +12,20 @@ namespace Ctl {
 
 struct ProcessStat {
     pid_t pid = 0;
-    std::string name;  // as the process calls itself; any bytes
+    std::string name;  // set by the process itself; any bytes
     pid_t parent = 0;
     pid_t session = 0;                 // the pid of the session's leader
-    std::chrono::milliseconds uptime;  // of the machine, when the process started
+    std::chrono::milliseconds uptime;  // the machine's uptime when the process started
 };
 
-// Of a running process, or of a zombie; nothing when there is none of that number.
+// Reads a running process or a zombie; nothing if there is none with that number.
 std::optional<ProcessStat> ReadProcessStat(pid_t pid);
 
-// The text of /proc/PID/stat (proc(5)); nothing when it is none. `ticksPerSecond` is its unit.
+// Parses the text of /proc/PID/stat (proc(5)), whose times are in ticks of 1/`ticksPerSecond` s;
+// nothing if it is invalid.
 std::optional<ProcessStat> ParseProcessStat(std::string_view text, long ticksPerSecond);
 
-// How long the process has been running, and since when by the clock on the wall, as it stands now.
+// How long the process has been running, and its start by the present wall clock.
 std::chrono::milliseconds AgeOf(const ProcessStat& process);
 std::chrono::system_clock::time_point StartOf(const ProcessStat& process);
 

@@ -19,13 +19,13 @@ namespace Ctl {
 
 namespace {
 
-// The numbers in a field of /proc/PID/status.
+// The numbers of a field in /proc/PID/status.
 std::vector<unsigned> NumbersOf(const std::string& status, std::string_view field) {
     std::istringstream text{std::string(Sys::StatusField(status, field))};
     return {std::istream_iterator<unsigned>(text), {}};
 }
 
-// No capability but CAP_DAC_OVERRIDE, which the change of users has left permitted.
+// Drops every capability except CAP_DAC_OVERRIDE, which the change of users has kept permitted.
 bool KeepFileAccess() {
     __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
     std::array<__user_cap_data_struct, _LINUX_CAPABILITY_U32S_3> sets{};

@@ -1,4 +1,4 @@
-// The user that plugins run as: the daemon's, whoever runs the tool.
+// The user that plugins run as: the daemon's, not the caller's.
 #pragma once
 
 #include <optional>
@@ -12,18 +12,18 @@ namespace Ctl {
 struct RunUser {
     uid_t user = 0;
     gid_t group = 0;
-    std::vector<gid_t> groups;  // the supplementary ones
+    std::vector<gid_t> groups;  // supplementary groups
 };
 
-// That of the process; nothing when /proc does not tell it.
+// The user of the process; nothing if /proc does not show it.
 std::optional<RunUser> UserOf(pid_t process);
 
-// Makes this process, which is root's, one of that user for good. What it keeps until it executes
-// a program is the right to use files of others, since the cgroup of its plugins may be one. False,
-// with errno set, when the system refuses.
+// Makes this process, which runs as root, permanently one of that user. Until it executes a program
+// it keeps the right to use other users' files, because the plugins' cgroup may be one. Returns
+// false, with errno set, if the system refuses.
 bool Become(const RunUser& user);
 
-// The name of a user, or the number when it has none.
+// The name of a user, or the number if it has no name.
 std::string NameOfUser(uid_t user);
 
 }  // namespace Ctl
