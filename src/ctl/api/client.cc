@@ -23,8 +23,8 @@ struct Explanation {
     std::string advice = {};
 };
 
-// What the caller of the tool is told for an error of that name: the API's own message is worded
-// for its clients, who write requests.
+// The explanation of an API error for a person: the API's own message is worded for authors of
+// clients.
 Explanation Explain(const std::string& name, const std::string& message, bool hasToken) {
     if (name.ends_with(".unauthenticated")) {
         return hasToken
@@ -63,7 +63,7 @@ Explanation Explain(const std::string& name, const std::string& message, bool ha
     throw ApiError(name, explanation.happened, explanation.advice);
 }
 
-// "localhost" and literal addresses of loopback.
+// Whether the host is "localhost" or a literal address of loopback.
 bool NamesLoopback(std::string_view host) {
     return host == "localhost" || host == "::1" || host.starts_with("127.");
 }
@@ -121,12 +121,12 @@ OrderedJson ApiClient::Call(std::string_view method, const OrderedJson& paramete
 
 std::string ApiClient::StrangersName() const {
     std::uint16_t number = 0;
-    (void)std::from_chars(port.data(), port.data() + port.size(), number);  // judged above
+    (void)std::from_chars(port.data(), port.data() + port.size(), number);  // checked above
     const std::string holder = NamesLoopback(host) ? StrangerOn(number) : "";
     return holder.empty() ? "" : ": port " + port + " is held by " + holder;
 }
 
-// The body of the answer.
+// Sends the document and returns the body of the answer.
 std::string ApiClient::Exchange(std::string document) const {
     try {
         return Send({.host = host,

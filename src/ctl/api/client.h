@@ -1,5 +1,4 @@
-// The reports API as the tool calls it: one JSON-RPC request over HTTP, its result or a failure
-// worded for a person.
+// A client of the reports API: one JSON-RPC request over HTTP, with failures worded for a person.
 #pragma once
 
 #include "ctl/host/host.h"
@@ -13,13 +12,13 @@
 
 namespace Ctl {
 
-// The API answered with an error.
+// An error in the API's answer.
 class ApiError : public Failure {
   public:
     ApiError(std::string name, const std::string& happened, const std::string& advice)
         : Failure(happened, advice), name(std::move(name)) {}
 
-    // Such as "com.korvex.quon.std.errors.not_found"; empty when the answer names none.
+    // Such as "com.korvex.quon.std.errors.not_found"; empty if the answer has no name.
     const std::string& Name() const { return name; }
 
   private:
@@ -28,23 +27,23 @@ class ApiError : public Failure {
 
 class ApiClient {
   public:
-    // `url` is "http://HOST[:PORT]", HOST a name or an address, of IPv6 in brackets. An empty token
-    // sends none. Each call may take `timeout`. Throws Failure when the URL is invalid.
+    // `url` is "http://HOST[:PORT]", HOST a name or an address, IPv6 in brackets. With an empty
+    // token none is sent. Each call may take `timeout`. Throws Failure if the URL is invalid.
     ApiClient(const std::string& url, std::string token,
               std::chrono::milliseconds timeout = std::chrono::minutes(10));
 
     bool IsOnLoopback() const;
     bool HasToken() const { return !token.empty(); }
 
-    // The result of `method`. Throws ApiError when the API refuses or fails, UntrustedListener when
-    // another user's program listens there, and Failure when the API cannot be reached (ETIMEDOUT:
-    // in time) or answers with anything else.
+    // The result of `method`. Throws ApiError if the API returns an error, UntrustedListener if
+    // another user's program holds the port, and Failure if the API cannot be reached (ETIMEDOUT:
+    // in time) or the answer is invalid.
     nlohmann::ordered_json Call(std::string_view method,
                                 const nlohmann::ordered_json& parameters) const;
 
   private:
     std::string Exchange(std::string document) const;
-    // ": " and who else holds the port, when that is seen on this host.
+    // ": " and the holder of the port, if this user can see that it is another program.
     std::string StrangersName() const;
 
     std::string url;
@@ -54,8 +53,8 @@ class ApiClient {
     std::chrono::milliseconds timeout;
 };
 
-// A client for the API and the token that `host` says. Throws Failure when there is no token file
-// for an API that is not on this host's loopback.
+// A client for the API and the token of `host`. Throws Failure if the API is not on this host's
+// loopback and no token file is given.
 ApiClient ConnectApi(const Host& host,
                      std::chrono::milliseconds timeout = std::chrono::minutes(10));
 

@@ -31,7 +31,7 @@ namespace http = boost::beast::http;
 using Clock = std::chrono::steady_clock;
 using Parser = http::response_parser<http::string_body>;
 
-// A listing holds texts of at most 64 MiB, which JSON makes at most twice as long.
+// A listing has at most 64 MiB of texts; JSON escapes can double that.
 constexpr std::uint64_t kMaxAnswerBytes = std::uint64_t{192} << 20;
 constexpr std::size_t kReadBytes = std::size_t{64} * 1024;
 
@@ -43,8 +43,8 @@ struct AddressesDeleter {
     void operator()(addrinfo* first) const { ::freeaddrinfo(first); }
 };
 
-// A connection whose operations end at one deadline, or earlier when nothing comes or goes for too
-// long. All of them throw HttpFailure.
+// A connection with one deadline for all its operations, and a shorter limit for silence. Every
+// operation throws HttpFailure.
 class Connection {
   public:
     explicit Connection(const HttpPost& post)
@@ -67,7 +67,7 @@ class Connection {
         Fail(error);
     }
 
-    // Throws UntrustedListener too.
+    // Also throws UntrustedListener.
     void RequireTrust() const {
         sockaddr_storage peer{};
         socklen_t size = sizeof peer;
@@ -88,7 +88,7 @@ class Connection {
         }
     }
 
-    // What there is, at most `room` bytes; 0 when the other side has ended the connection.
+    // Reads what has arrived, at most `room` bytes; 0 at the end of the connection.
     std::size_t Read(char* bytes, std::size_t room) const {
         for (;;) {
             const ssize_t received = ::recv(socket.Get(), bytes, room, 0);
@@ -163,7 +163,7 @@ std::string RequestBytes(const HttpPost& post) {
     return bytes + "Content-Length: " + std::to_string(post.body.size()) + "\r\n\r\n" + post.body;
 }
 
-// Gives `parser` what has come, and keeps the rest for the next time: a head is parsed as a whole.
+// Feeds `parser` the received bytes, and keeps the rest for later: a head is parsed as a whole.
 void Parse(Parser& parser, std::string& received) {
     boost::beast::error_code error;
     while (!received.empty() && !parser.is_done()) {

@@ -1,5 +1,5 @@
-// One POST over a connection of its own, within a time, and on loopback only to a program that may
-// be believed. What the answer means is the caller's.
+// Sends one POST over a connection of its own, within a time limit, and on loopback only to a
+// trusted program. The caller interprets the answer.
 #pragma once
 
 #include "ctl/show/failure.h"
@@ -10,14 +10,15 @@
 namespace Ctl {
 
 struct HttpPost {
-    std::string host;  // a name or an address, of IPv6 without brackets
+    std::string host;  // a name or an address, IPv6 without brackets
     std::string port;
     std::string target = "/";
     std::string authorization = {};  // the field's value; empty: none
     std::string body;                // JSON
     std::chrono::milliseconds timeout =
-        std::chrono::minutes(10);  // for all but the look-up of `host`
-    std::chrono::milliseconds silence = std::chrono::seconds(10);  // without a byte
+        std::chrono::minutes(10);  // for everything except the look-up of `host`
+    std::chrono::milliseconds silence =
+        std::chrono::seconds(10);  // the longest time without a byte
 };
 
 struct HttpAnswer {
@@ -25,14 +26,14 @@ struct HttpAnswer {
     std::string body;
 };
 
-// The text is the system's reason alone.
+// Its text is only the system's reason.
 class HttpFailure : public Failure {
   public:
     using Failure::Failure;
 };
 
-// Throws HttpFailure when no whole answer comes, with ETIMEDOUT when none comes in time, and
-// UntrustedListener, before it sends anything, as RequireTrustedListener does.
+// Throws HttpFailure if no complete answer arrives (ETIMEDOUT: in time), and UntrustedListener, as
+// RequireTrustedListener does, before anything is sent.
 HttpAnswer Send(const HttpPost& post);
 
 }  // namespace Ctl

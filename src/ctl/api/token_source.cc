@@ -27,7 +27,7 @@ std::string UserName() {
 }  // namespace
 
 std::string ReadTokenFrom(const std::string& path) {
-    // one byte more than a token may have and a line end, so that what is longer shows
+    // one byte more than a token and a line feed may have, so that a longer file is noticed
     std::string text = ReadInputFile(path, Token::kMaxTokenBytes + 1, "the token file");
     constexpr std::string_view kBlanks = " \t\r\n";
     text.erase(text.find_last_not_of(kBlanks) + 1);

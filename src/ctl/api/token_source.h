@@ -1,17 +1,17 @@
-// Where the token of a call comes from.
+// Finds the token of a call.
 #pragma once
 
 #include <string>
 
 namespace Ctl {
 
-// That of `file`, as ReadTokenFrom reads it. Without a file, a token of one minute, signed here
-// for this user with the privilege to read reports, when this user may read the signing key; else
-// empty. Throws Failure when a file cannot be used.
+// The token in `file`, as ReadTokenFrom reads it. If `file` is empty: a token signed here for this
+// user, valid for one minute, with the privilege to read reports, if this user may read the signing
+// key; else empty. Throws Failure if a file cannot be used.
 std::string FindToken(const std::string& file);
 
-// The token in a file, or in standard input for "-", without the blanks around it. Throws Failure
-// when there is none.
+// The token in a file, or on standard input for "-", without surrounding blanks. Throws Failure if
+// there is none.
 std::string ReadTokenFrom(const std::string& path);
 
 }  // namespace Ctl
