@@ -1,5 +1,5 @@
-// Every setting there is: the daemon's, its framework's, those of its tokens, and three of each
-// plugin. What the files of a host say of them is setting_state's business.
+// The catalogue of all settings: the daemon's, its framework's, those of tokens, and those of each
+// plugin. settings/state.h has their values in this host's files.
 #pragma once
 
 #include "ctl/show/finding.h"
@@ -17,53 +17,53 @@ namespace Ctl {
 
 enum class SettingType { Integer, Boolean, Text };
 
-// std::monostate: none.
+// std::monostate: no value.
 using SettingValue = std::variant<std::monostate, bool, std::int32_t, std::string>;
 
-// What is to be said of a value of the right type. Good: nothing.
+// A remark about a value of the right type; nothing to say if Good.
 struct Judgement {
     Severity severity = Severity::Good;
-    std::string text;    // goes on after the value: "is the port of the API, ..."
-    std::string remedy;  // empty: set another value
+    std::string text;    // continues after the value: "is the port of the API, ..."
+    std::string remedy;  // what to do; empty: set another value
 };
 
 struct Setting {
-    std::string_view key;  // as the daemon asks for it, such as "log/level"
+    std::string_view key;  // as the daemon reads it, such as "log/level"
     SettingType type = SettingType::Text;
-    SettingValue byDefault;  // what the daemon takes when the files say nothing
+    SettingValue byDefault;  // the daemon's value if the files have none
     std::string_view meaning;
     std::string_view unit = "";
-    // Of an integer: what does what it says.
+    // The range in which an integer takes effect as it stands.
     std::int32_t least = std::numeric_limits<std::int32_t>::min();
     std::int32_t most = std::numeric_limits<std::int32_t>::max();
-    // What happens to an integer beyond them, when it is taken all the same.
+    // A remark about an integer outside the range that is accepted nevertheless.
     Judgement beyond{};
-    // Of a text: what it may be. Empty: any.
+    // The possible values of a text. Empty: any.
     std::span<const char* const> words{};
-    // What the daemon makes of a stored value; null: it takes it as it is.
+    // Maps a stored value to the one in effect; null: it takes effect unchanged.
     SettingValue (*inEffect)(const SettingValue& stored) = nullptr;
-    // What else can be wrong with a value; null: nothing.
+    // Finds other faults of a value; null: there are none.
     Judgement (*judge)(const SettingValue& stored) = nullptr;
-    // Whether the daemon complains in its log when the files say nothing.
+    // Whether the daemon logs that the setting is missing.
     bool isMissed = false;
 };
 
 struct SettingEntry {
-    std::string name;  // what stands before the dot of "ENTRY.KEY"
+    std::string name;  // the part of "ENTRY.KEY" before the dot
     Tabulon::StoreEntry entry;
     std::span<const Setting> settings;
     bool isPlugin = false;
 };
 
 struct Catalogue {
-    std::vector<SettingEntry> entries;  // the fixed ones, then the plugins in byte order
-    // Plugins that cannot be told from a fixed entry, since they have its name.
+    std::vector<SettingEntry> entries;  // the fixed entries, then the plugins in byte order
+    // Plugins that have the name of a fixed entry, which hides them.
     std::vector<std::string> hiddenPlugins;
-    // Why the plugin directory cannot be listed; empty when it can.
+    // Why the plugin directory cannot be listed; empty if it can.
     std::string pluginProblem;
 };
 
-// Of this host: looks which plugins are installed.
+// The catalogue of this host, with its installed plugins.
 Catalogue ReadCatalogue();
 
 }  // namespace Ctl

@@ -25,7 +25,7 @@ const std::string& PathOf(Origin origin, const EntryState& state) {
     return origin == Origin::VendorFile ? state.paths.vendor : state.paths.host;
 }
 
-// As it stands in the file: a text in quotes.
+// The value as in the file: a text in quotes.
 std::string Quoted(const SettingValue& value) {
     return std::holds_alternative<std::string>(value) ? "\"" + TextOf(value) + "\"" : TextOf(value);
 }

@@ -1,4 +1,4 @@
-// Whether the configuration store of this host is in order: "config check", and a part of "doctor".
+// Checks the configuration store of this host, for "config check" and "doctor".
 #pragma once
 
 #include "ctl/show/finding.h"
@@ -7,8 +7,8 @@
 
 namespace Ctl {
 
-// What is to be said of the store files of all known entries; one Good finding when there is
-// nothing. Only looks.
+// The findings about the store files of all known entries; one Good finding if there are no others.
+// Changes nothing.
 std::vector<Finding> CheckConfiguration();
 
 }  // namespace Ctl

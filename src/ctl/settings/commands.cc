@@ -37,7 +37,7 @@ constexpr std::array<Option, 3> kSetOptions = {{
 }};
 constexpr std::array<Option, 1> kCheckOptions = {{kJsonOption}};
 
-// Why the value in effect is not what stands in the files; empty when it is.
+// Why the value in effect differs from the files; empty if it does not.
 std::string RemarkOn(const SettingState& state) {
     if (!state.fault.empty()) {
         return "\"" + state.faultyKey + "\" in the " + NameOf(state.storedIn) + " " + state.fault;

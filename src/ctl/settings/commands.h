@@ -1,4 +1,4 @@
-// The sub-commands "config ...": the settings of this host, shown, changed and checked.
+// The sub-commands "config ...", which show, change and check the settings of this host.
 #pragma once
 
 #include "ctl/command/command.h"

@@ -47,7 +47,7 @@ const char* AdviceFor(int errorNumber) {
     throw Failure(path + " cannot be written", error.value(), AdviceFor(error.value()));
 }
 
-// False when somebody else holds the lock for longer than any change takes.
+// False if another process holds the lock for longer than any change takes.
 bool Lock(int folder) {
     using Clock = std::chrono::steady_clock;
     constexpr std::chrono::seconds kPatience(5);
@@ -62,7 +62,7 @@ bool Lock(int folder) {
     return true;
 }
 
-// An object. Empty when there is no file.
+// The file's object; empty if there is no file.
 OrderedJson ReadInOrder(const std::string& path, Comments comments) {
     const std::optional<std::string> text = Tabulon::ReadEntryFile(path);
     if (!text) {
@@ -92,7 +92,7 @@ void Set(OrderedJson& document, std::string_view key, const SettingValue& value)
     (*object)[std::string(key)] = ToJson(value);
 }
 
-// With the objects that have nothing else in them. As deep as the key is.
+// Removes the key, and the objects that become empty by that. Recursion is as deep as the key.
 void Remove(OrderedJson& object, std::string_view key) {
     const std::size_t slash = key.find('/');
     const std::string name(key.substr(0, slash));

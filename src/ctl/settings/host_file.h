@@ -1,4 +1,4 @@
-// Changes of the files with the host's values, one at a time and whole or not at all.
+// Changes files with the host's values, one at a time and atomically.
 #pragma once
 
 #include "ctl/settings/catalog.h"
@@ -12,11 +12,11 @@
 
 namespace Ctl {
 
-// Whoever holds it is the only one that changes files in the folder of one.
+// A lock on the directory of a file: only its holder changes files there.
 class HostFileLock {
   public:
-    // Of the file at the plain path `path`; makes its folder with that mode when it is missing, and
-    // waits for others, for some seconds at most. Throws Failure.
+    // Locks the directory of the file at the plain path `path`, which is created with that mode if
+    // it is missing. Waits a few seconds at most for other holders. Throws Failure.
     explicit HostFileLock(const std::string& path, mode_t folderMode = 0755);
 
   private:
@@ -25,10 +25,10 @@ class HostFileLock {
 
 enum class Comments { Kept, Discarded };
 
-// Gives `key` that value in the file at the plain path `path`, or takes it away when there is none;
-// other members, and their order, stay. Under its lock. Throws a std::exception, with what to do,
-// when the file is broken, is a link, has comments that are to be kept, or cannot be replaced; it
-// is as before then.
+// Sets `key` in the file at the plain path `path`, or removes it if there is no value; keeps other
+// members and their order. The caller holds the lock. Throws a std::exception, with what to do, if
+// the file is broken, is a link, has comments that are to be kept, or cannot be replaced; the file
+// is unchanged then.
 void ChangeHostFile(const std::string& path, std::string_view key,
                     const std::optional<SettingValue>& value, Comments comments);
 

@@ -29,7 +29,7 @@ std::string KeysOf(const SettingEntry& entry) {
     return Enumerated(keys);
 }
 
-// What to do next.
+// The advice about an unknown name.
 std::string Advice(const Catalogue& catalogue, const std::string& name) {
     std::vector<std::string> names;
     for (const SettingEntry& entry : catalogue.entries) {

@@ -1,4 +1,4 @@
-// Settings as a person names them: "ENTRY.KEY", such as "sentrel.http_port".
+// Finds settings by the name that a person uses: "ENTRY.KEY", such as "sentrel.http_port".
 #pragma once
 
 #include "ctl/settings/catalog.h"
@@ -14,8 +14,8 @@ struct NamedSetting {
     const Setting& setting;
 };
 
-// The key begins behind the last dot, since names of plugins may have dots. Throws
-// Failure that says which settings there are when `name` is none of them.
+// The key begins after the last dot, since names of plugins may contain dots. Throws Failure, which
+// lists the settings, if `name` is not one.
 NamedSetting FindSetting(const Catalogue& catalogue, const std::string& name);
 
 }  // namespace Ctl

@@ -1,4 +1,4 @@
-// What a setting accepts, what the daemon makes of a value, and what is to be said of it.
+// The rules of a setting: which values it accepts, which value takes effect, and remarks about it.
 #pragma once
 
 #include "ctl/settings/catalog.h"
@@ -9,23 +9,24 @@
 
 namespace Ctl {
 
-// The value as a person types it, without quotes; empty for none.
+// The value as a person types it, without quotes; empty if there is none.
 std::string TextOf(const SettingValue& value);
 
 // "an integer from 41 to 500", "fast, medium or slow".
 std::string AcceptedValues(const Setting& setting);
 
-// What the daemon takes when the files say `stored`, a value of the setting's type.
+// The value in effect if the files have `stored`, a value of the setting's type.
 SettingValue InEffect(const Setting& setting, const SettingValue& stored);
 
-// Whether `stored` counts, perhaps as the word that it begins with, or the default holds instead.
+// Whether `stored` takes effect, perhaps as the word that it begins with; if not, the default
+// holds.
 bool Counts(const Setting& setting, const SettingValue& stored);
 
-// What a value of the setting's type does that somebody should know.
+// The remark about a value of the setting's type.
 Judgement Judge(const Setting& setting, const SettingValue& stored);
 
-// The value that `text` is, exactly as written. Nothing, and `problem` goes on after the text in
-// quotes, when it is none that the setting accepts.
+// Parses `text`, exactly as written. Nothing if the setting does not accept it; `problem` then
+// continues after the quoted text.
 std::optional<SettingValue> ParseValue(const Setting& setting, std::string_view text,
                                        std::string& problem);
 

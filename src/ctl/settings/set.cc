@@ -28,13 +28,13 @@ constexpr const char* kRestart = "systemctl restart sentrel";
 struct Change {
     std::string name;
     std::string path;                   // the host's file
-    std::optional<SettingValue> value;  // nothing: it is taken away
+    std::optional<SettingValue> value;  // nothing: it is removed
     SettingState before;
-    SettingState after;  // the same as before when there was nothing to change
+    SettingState after;  // equal to before if nothing changed
     bool isMade = false;
 };
 
-// Nothing: --unset.
+// The wanted value; nothing for --unset.
 std::optional<SettingValue> WantedValue(const NamedSetting& named, const Arguments& arguments) {
     const bool hasValue = arguments.operands.size() > 1;
     if (hasValue == arguments.options.Has("--unset")) {
@@ -74,7 +74,7 @@ Change MakeChange(const NamedSetting& named, std::optional<SettingValue> value, 
     change.value = std::move(value);
     change.before = change.after = ReadState(named);
     if (IsSo(change.before, change.value)) {
-        return change;  // found out without a lock, which not everybody can have
+        return change;  // read without a lock, which not every user can take
     }
     const HostFileLock lock(change.path);
     change.before = change.after = ReadState(named);
@@ -91,7 +91,7 @@ std::string ValueAndOrigin(const SettingState& state) {
     return (isNone ? "none" : TextOf(state.inEffect)) + " (" + NameOf(state.origin) + ")";
 }
 
-// What somebody should know of the new value; empty when there is nothing.
+// The note about the new value; empty if there is none.
 std::string NoteOn(const Change& change) {
     const Judgement judgement =
         change.value ? Judge(*change.after.setting, *change.value) : Judgement{};
@@ -114,7 +114,7 @@ void Write(const Change& change, std::ostream& output) {
         facts.Add({"Mind", note});
     }
     facts.Write(output);
-    // The unit is that of the host itself, not of one in a directory.
+    // The unit belongs to this machine, not to a host root in a directory.
     const bool isOwnHost = Sys::HostPath("").empty();
     output << "\nThe daemon takes it at its next start"
            << (isOwnHost ? std::string(": ") + kRestart : ".") << '\n';

@@ -1,4 +1,4 @@
-// "config set": the change of one of this host's values, and what is told of it.
+// "config set": changes one of this host's values and reports the effect.
 #pragma once
 
 #include "ctl/command/command.h"

@@ -42,7 +42,7 @@ std::string_view WantedType(SettingType type) {
     }
 }
 
-// False when there is no file; true with an empty object when it cannot be used.
+// False if there is no file; true with an empty object if it cannot be used.
 bool ReadDocument(const std::string& path, json& document, std::vector<FileFault>& faults) {
     document = json::object();
     try {
@@ -96,8 +96,8 @@ SettingState StateOf(const Setting& setting, const json& vendor, const json& hos
     return state;
 }
 
-// The members of `value`, an object that the key `prefix` leads to, with which no key of the
-// settings begins. As deep as the keys are.
+// Adds the members of `value`, an object at the key `prefix`, with which no key of the settings
+// begins. Recursion is as deep as the keys.
 void FindUnknown(std::span<const Setting> settings, const json& value, const std::string& prefix,
                  const std::string& path, std::vector<UnknownMember>& unknown) {
     for (const auto& [name, member] : value.items()) {

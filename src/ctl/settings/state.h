@@ -1,5 +1,5 @@
-// What the two files of an entry say of its settings, read and merged as the daemon does it at its
-// start. Judging the values is setting_rules' business.
+// The settings of an entry, read from its two files and merged as the daemon does when it starts.
+// settings/rules.h judges the values.
 #pragma once
 
 #include "ctl/settings/catalog.h"
@@ -19,28 +19,28 @@ enum class Origin { Default, VendorFile, HostFile };
 std::string NameOf(Origin origin);
 
 struct SettingState {
-    const Setting* setting = nullptr;  // never null; of the entry that was read
-    SettingValue inEffect;             // what the daemon takes
-    Origin origin = Origin::Default;   // where that comes from
-    // What the files say, when it is of the right type, and which one says it.
+    const Setting* setting = nullptr;  // never null; points into the entry that was read
+    SettingValue inEffect;             // the daemon's value
+    Origin origin = Origin::Default;   // the source of inEffect
+    // The value in the files, if it has the right type, and its file.
     std::optional<SettingValue> stored;
     Origin storedIn = Origin::Default;
-    // How it is of a wrong one, so that it counts as missing: the key that leads to what is wrong,
-    // and what goes on after it, "is a string, not ...". Empty when it is not.
+    // A value of the wrong type, which counts as missing: the key that leads to it, and a text that
+    // continues after it, "is a string, not ...". Empty otherwise.
     std::string faultyKey;
     std::string fault;
-    // What each file has for this key, whatever it is, as JSON; nothing when it has nothing.
+    // The JSON of this key in each file, whatever its type; nothing if the file lacks it.
     std::optional<std::string> vendorText;
     std::optional<std::string> hostText;
 };
 
 struct UnknownMember {
     std::string key;   // from the root of the document, "/" between levels
-    std::string path;  // the plain path of the file that has it
+    std::string path;  // the plain path of its file
 };
 
 struct FileFault {
-    std::string text;    // with the path of the file, and the place
+    std::string text;    // includes the path of the file, line and column
     std::string advice;  // what to do with the file
 };
 
@@ -48,16 +48,16 @@ struct EntryState {
     Tabulon::EntryPaths paths;
     bool hasVendorFile = false;
     bool hasHostFile = false;
-    // Why files cannot be used, one each. Then all settings have their defaults.
+    // Why files cannot be used, one fault for each. All settings then have their defaults.
     std::vector<FileFault> faults;
     std::vector<SettingState> settings;  // in the catalogue's order
     std::vector<UnknownMember> unknown;
 };
 
-// Refers to `entry`. Does not throw for what the files are like.
+// The result refers to `entry`. Faults of the files do not throw.
 EntryState ReadEntryState(const SettingEntry& entry);
 
-// As JSON: null for none.
+// The value as JSON; null if there is none.
 nlohmann::ordered_json ToJson(const SettingValue& value);
 
 }  // namespace Ctl

@@ -27,7 +27,7 @@ bool Look(const std::string& path, struct stat& status) {
     return ::stat(path.c_str(), &status) == 0;
 }
 
-// Root, and for a root in a directory of somebody's own, whoever has that.
+// Root; and for a host root in a user's directory, the owner of that directory.
 bool IsTrusted(uid_t user) {
     struct stat root{};
     return user == 0 || (Look(Sys::HostPath("/"), root) && user == root.st_uid);
@@ -68,7 +68,7 @@ void CheckAccess(const std::string& path, std::vector<Finding>& findings) {
 
 std::vector<std::string> NamesIn(const std::string& directory) {
     std::vector<std::string> names;
-    std::error_code error;  // one that is not there has none, and CheckAccess tells of the others
+    std::error_code error;  // missing files have no fault, and CheckAccess reports the others
     for (std::filesystem::directory_iterator entry(Sys::HostPath(directory), error), end;
          !error && entry != end; entry.increment(error)) {
         names.push_back(entry->path().filename().string());
@@ -77,7 +77,7 @@ std::vector<std::string> NamesIn(const std::string& directory) {
     return names;
 }
 
-// What a change that did not come to its end leaves: "cpu.json" with a dot and six more characters.
+// Whether an interrupted change left this file: "cpu.json" with a dot and six more characters.
 bool IsLeftOver(std::string_view name) {
     constexpr std::size_t kRandomCharacters = 6;
     if (name.size() < kEnding.size() + 1 + kRandomCharacters) {
@@ -155,7 +155,7 @@ std::string FolderOf(const std::string& path) { return path.substr(0, path.rfind
 }  // namespace
 
 void CheckStoreFiles(const Catalogue& catalogue, std::vector<Finding>& findings) {
-    // One entry of each folder that is read, whether there is such a plugin or not.
+    // An entry of each directory that is read, even if there is no such plugin.
     std::vector<Tabulon::StoreEntry> entries = {Sentrel::EntryOfPlugin("test_")};
     for (const SettingEntry& entry : catalogue.entries) {
         entries.push_back(entry.entry);

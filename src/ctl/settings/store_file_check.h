@@ -1,5 +1,5 @@
-// The files of the configuration store as files: whose they are, who may write them, and which ones
-// nobody reads. What is in them is config_check's business.
+// Checks the files of the configuration store as files: their owners, their permissions, and files
+// that are never read. settings/check.h checks their contents.
 #pragma once
 
 #include "ctl/settings/catalog.h"
@@ -9,7 +9,7 @@
 
 namespace Ctl {
 
-// Adds what is wrong. Only looks.
+// Adds a finding for each problem. Changes nothing.
 void CheckStoreFiles(const Catalogue& catalogue, std::vector<Finding>& findings);
 
 }  // namespace Ctl
