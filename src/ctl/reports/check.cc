@@ -25,7 +25,7 @@ const Document& Schema() {
     return sSchema;
 }
 
-// The document that the text is; nothing, with `problem` set, when it is none.
+// Parses the text; nothing, with `problem` set, if it is not a document.
 std::optional<Document> ReadDocument(std::string_view text, std::string& problem) {
     Document document;
     Json::JsonError error;
@@ -56,7 +56,7 @@ std::string Explain(const SchemaViolation& violation) {
                : path + " is " + Shown(*violation.value) + ", not " + violation.wanted;
 }
 
-// The text at that place; nothing when something else, or nothing, stands there.
+// The text at that place; nothing if it is missing or not a text.
 std::optional<std::string> TextAt(const Document& report, const char* place) {
     const Document::json_pointer pointer(place);
     return report.contains(pointer) && report.at(pointer).is_string()
@@ -64,10 +64,10 @@ std::optional<std::string> TextAt(const Document& report, const char* place) {
                : std::nullopt;
 }
 
-// Of a time that is not as the schema says, or that may be no moment: why, or nothing.
+// The problem of a time that does not match the schema or may not exist; nothing if it is valid.
 std::optional<std::string> FindProblemOfTime(const std::string& time, bool hasForm) {
     std::error_code error;
-    (void)Quon::DateTime::Create(time, error);  // the value does not matter
+    (void)Quon::DateTime::Create(time, error);  // only validity matters
     const std::string what = "structured.time " + Shown(time);
     if (error) {
         return what + " is no time such as 2024-03-05T14:07:09Z: " + error.message();
@@ -94,11 +94,11 @@ std::vector<std::string> FindProblems(std::string_view document, std::string_vie
     bool hasTimeForm = true;
     for (const SchemaViolation& violation : FindViolations(Schema(), *report)) {
         if (time && violation.path == "structured.time") {
-            hasTimeForm = false;  // why is told below
+            hasTimeForm = false;  // the reason is added below
             continue;
         }
         if (violation.path == "structured.name") {
-            written.reset();  // this is enough said of it
+            written.reset();  // one problem of the time is enough
         }
         problems.push_back(Explain(violation));
     }

@@ -1,6 +1,6 @@
-// What is wrong with a report document before it is posted, by the description that is installed
-// (report_schema.h) and what no schema can say: the daemon stores whatever comes, and
-// leaves out of its answers what is no report.
+// Checks a report document before it is posted, by the installed schema (reports/schema.h) and by
+// rules that a schema cannot express. The daemon itself stores any document, and its answers omit
+// those that are not reports.
 #pragma once
 
 #include <string>
@@ -10,7 +10,7 @@
 namespace Ctl {
 
 // One text for each problem of the document as the report `name`, such as "structured.time has no
-// zone"; none when it is good.
+// zone"; none if it is valid.
 std::vector<std::string> FindProblems(std::string_view document, std::string_view name);
 
 }  // namespace Ctl

@@ -25,7 +25,7 @@ namespace Ctl {
 
 namespace {
 
-// In fewer and plainer words than the library's.
+// A shorter and plainer text than the library's.
 std::string WhyNotJson(const std::string& text, const std::string& libraryText) {
     const std::optional<Json::Fault> fault =
         Json::FindFault(text, Json::Comments::Refused, Json::Root::AnyValue);
@@ -37,7 +37,7 @@ std::string WhyNotJson(const std::string& text, const std::string& libraryText) 
            std::to_string(error.column) + ": " + error.Text();
 }
 
-// The same rules as the daemon's, but each failure is told.
+// Applies the daemon's rules, but records each failure.
 void Read(const std::filesystem::path& path, const std::string& name, HistoricReport& historic) {
     std::string text;
     try {
@@ -64,8 +64,7 @@ void Read(const std::filesystem::path& path, const std::string& name, HistoricRe
 
 using ModifiedReport = std::pair<std::filesystem::file_time_type, HistoricReport>;
 
-// What is stored in the file of the entry; nothing when it is gone by now, or holds no report of a
-// ring.
+// The stored report of the entry; nothing if the file is gone, or does not belong to a ring.
 std::optional<ModifiedReport> ReadEntry(const std::filesystem::directory_entry& entry,
                                         const std::string& directory) {
     const std::string fileName = entry.path().filename();
@@ -103,11 +102,11 @@ std::vector<HistoricReport> NewestFirst(std::vector<ModifiedReport>&& files) {
     return history;
 }
 
-// Of the names that `isWanted` takes, by name.
+// The stored reports of the names that `isWanted` accepts, by name.
 template <typename Predicate>
 std::map<std::string, std::vector<ModifiedReport>> ReadFiles(const std::string& directory,
                                                              const Predicate& isWanted) {
-    (void)SilentLogger();  // what is wrong with a document is in its row
+    (void)SilentLogger();  // the faults of a document are in its row
     std::map<std::string, std::vector<ModifiedReport>> files;
     for (const auto& entry : std::filesystem::directory_iterator(directory)) {
         const std::string fileName = entry.path().filename();

@@ -1,4 +1,4 @@
-// The stored reports of one name: the ring in the report directory.
+// Reads the stored reports of a name: its ring in the report directory.
 #pragma once
 
 #include "ctl/reports/source.h"
@@ -10,18 +10,18 @@
 namespace Ctl {
 
 struct HistoricReport {
-    std::string file;       // the name of its file
+    std::string file;       // the file's name
     std::string stored;     // when the file was written: UTC, RFC 3339
-    StoredReport report;    // as in a listing: no status when it cannot be read
+    StoredReport report;    // as in a listing; no status if it cannot be read
     std::string fault;      // why it cannot be read; else empty
-    bool isNewest = false;  // the link of the name points at it
+    bool isNewest = false;  // the name's link points to it
 };
 
-// Those of `name`, case aside, newest first. `directory` ends in "/". Throws std::system_error when
-// it cannot be listed.
+// The stored reports of `name`, ignoring case, newest first. `directory` ends in "/". Throws
+// std::system_error if it cannot be listed.
 std::vector<HistoricReport> ReadHistory(const std::string& directory, const std::string& name);
 
-// The same of all names, as their files have them.
+// The stored reports of all names, spelled as in their files.
 std::map<std::string, std::vector<HistoricReport>> ReadHistories(const std::string& directory);
 
 }  // namespace Ctl

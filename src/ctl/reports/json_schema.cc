@@ -18,7 +18,7 @@ namespace {
 
 using Json = nlohmann::json;
 
-// They say something to people and to other programs, and judge nothing.
+// Keywords for people and other programs, which constrain nothing.
 constexpr std::array<std::string_view, 8> kAnnotations = {
     "$schema", "$id", "$defs", "title", "description", "default", "examples", "format"};
 
@@ -53,7 +53,7 @@ bool IsOfType(const Json& value, const std::string& type) {
     throw std::invalid_argument("the schema names a type \"" + type + "\", which is not known");
 }
 
-// Not std::regex: it recurses once a character, and the text may be long.
+// Not std::regex, which recurses once per character: the text may be long.
 class Pattern {
   public:
     explicit Pattern(const std::string& text) {
@@ -87,7 +87,7 @@ class Judge {
         }
     }
 
-    // Throws for what is not known in the schema, and in those that it is made of.
+    // Throws for an unknown keyword in the schema or in its subschemas.
     void RefuseUnknown(const Json& schema) {
         if (!schema.is_object()) {
             throw std::invalid_argument("a part of the schema is no object");
@@ -116,13 +116,13 @@ class Judge {
   private:
     struct Case {
         const Json& schema;
-        const Json& rule;  // what the keyword says
+        const Json& rule;  // the keyword's value
         const Json& value;
         const std::string& path;
     };
     using Rule = void (Judge::*)(const Case&);
 
-    // Asks for every type, so that none is unknown.
+    // Visits every type, so that an unknown one is found.
     static bool IsOneOf(const Json& value, const Json& types) {
         const Json list = types.is_array() ? types : Json::array({types});
         return std::count_if(list.begin(), list.end(), [&value](const Json& type) {

@@ -23,7 +23,7 @@ std::string TextMember(const Json& object, const char* member) {
     return found != object.end() && found->is_string() ? found->get<std::string>() : "";
 }
 
-// Nothing when `value` is no metric.
+// Nothing if `value` is not a metric.
 std::optional<Metric> ToMetric(const std::string& name, const Json& value) {
     if (value.is_number()) {
         return Metric{.name = name, .value = value.get<double>()};

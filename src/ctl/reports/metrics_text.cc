@@ -46,7 +46,7 @@ std::string Number(double number) {
 }
 
 std::string Seconds(system_clock::duration duration) {
-    using std::chrono::microseconds;  // a double holds these of any date
+    using std::chrono::microseconds;  // microseconds of any date fit into a double
     constexpr double kPerSecond = 1e6;
     const auto count = std::chrono::duration_cast<microseconds>(duration).count();
     return Number(static_cast<double>(count) / kPerSecond);
@@ -54,7 +54,7 @@ std::string Seconds(system_clock::duration duration) {
 
 std::string Timestamp(system_clock::time_point time) { return Seconds(time.time_since_epoch()); }
 
-// Both formats call a counter otherwise, so it has no type.
+// The two formats name counters differently, so counters get no type.
 enum class Kind { Gauge, Counter };
 
 // One metric family; nothing when it has no samples.
@@ -68,8 +68,8 @@ class Family {
         head += "# HELP " + this->name + " " + std::string(help) + "\n";
     }
 
-    // `labels`: without the braces. Of values that only differ in what cannot be shown the first
-    // counts: parsers refuse the whole text when labels repeat.
+    // `labels` has no braces. If values differ only in unprintable characters, the first sample
+    // counts: parsers refuse the whole text if labels repeat.
     void Add(const std::string& labels, const std::string& value) {
         if (known.insert(labels).second) {
             samples += name + (labels.empty() ? "" : "{" + labels + "}") + " " + value + "\n";

@@ -14,11 +14,11 @@ namespace Ctl {
 
 struct HostMetrics {
     std::vector<JudgedReport> reports;  // names are UTF-8, and no two are the same
-    std::optional<bool> isUp;           // whether the daemon runs; unset: not known
+    std::optional<bool> isUp;           // whether the daemon runs; unset: unknown
     std::optional<Sentrel::DaemonState> state;
 };
 
-// Ends with "# EOF" and a line feed.
+// The text ends with "# EOF" and a line feed.
 std::string MetricsText(const HostMetrics& host);
 
 }  // namespace Ctl

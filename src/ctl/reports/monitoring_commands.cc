@@ -1,4 +1,4 @@
-// "check" by the convention of monitoring plugins, "metrics" as OpenMetrics text.
+// Implements "check", by the convention of monitoring plugins, and "metrics", as OpenMetrics text.
 #include "ctl/reports/monitoring_commands.h"
 
 #include "ctl/host/host.h"
@@ -30,7 +30,7 @@ namespace Ctl {
 
 namespace {
 
-constexpr mode_t kTextFileMode = 0644;  // whoever exports it is another user
+constexpr mode_t kTextFileMode = 0644;  // the exporter runs as another user
 
 constexpr std::array<Option, 5> kCheckOptions = {
     {kJsonOption, kOfflineOption, kReportsOption, kApiOption, kTokenFileOption}};
@@ -47,8 +47,8 @@ enum class CheckStatus { Ok = 0, Warning = 1, Critical = 2, Unknown = 3 };
 
 struct Verdict {
     CheckStatus status = CheckStatus::Unknown;
-    std::string text;             // of one report or all
-    std::string performanceData;  // the convention's, empty when there is none
+    std::string text;             // of one report or of all
+    std::string performanceData;  // in the convention's form; empty if there is none
 };
 
 CheckStatus StatusOf(ReportState state) {
@@ -64,7 +64,7 @@ CheckStatus StatusOf(ReportState state) {
     }
 }
 
-// What is not known is worse than what is well, and less than what surely is not.
+// UNKNOWN is worse than OK, and better than WARNING and CRITICAL.
 int Severity(CheckStatus status) {
     constexpr int kSeverities[] = {0, 2, 3, 1};
     return kSeverities[static_cast<int>(status)];
@@ -75,8 +75,8 @@ const char* NameOf(CheckStatus status) {
     return kNames[static_cast<int>(status)];
 }
 
-// 'label'=value[unit];[warning];[critical], where quotes are doubled, "=" is not allowed, and only
-// some units are known; a value of another unit goes without.
+// 'label'=value[unit];[warning];[critical]: quotes are doubled, "=" is not allowed, and only some
+// units are known; any other unit is omitted.
 std::string PerformanceData(const std::string& label, const Metric& metric) {
     constexpr const char* kUnits[] = {"s", "ms", "us", "%", "B", "KB", "MB", "GB", "TB"};
     std::string data = "'";
@@ -95,7 +95,7 @@ std::string PerformanceData(const std::string& label, const Metric& metric) {
     return data;
 }
 
-// `isOnly`: the labels need not tell which report they are of.
+// `isOnly`: it is the only report, so labels need not name it.
 Verdict JudgeOne(const JudgedReport& row, bool isOnly) {
     Verdict verdict{StatusOf(row.state), row.report.name + " " + std::string(NameOf(row.state)),
                     ""};
@@ -119,7 +119,7 @@ Verdict FindAndJudge(const std::vector<JudgedReport>& rows, const std::string& n
             ""};
 }
 
-// The worst first; its status is that of all.
+// Joins the verdicts, the worst first, whose status is that of all.
 Verdict Join(std::vector<Verdict> verdicts) {
     std::stable_sort(verdicts.begin(), verdicts.end(), [](const Verdict& a, const Verdict& b) {
         return Severity(a.status) > Severity(b.status);
@@ -144,7 +144,7 @@ void WriteVerdict(Verdict verdict, bool asJson, std::ostream& output) {
         return;
     }
     std::string text = PrintableText(verdict.text);
-    std::replace(text.begin(), text.end(), '|', '/');  // it begins the performance data
+    std::replace(text.begin(), text.end(), '|', '/');  // "|" would begin the performance data
     output << NameOf(verdict.status) << " - " << text;
     output << (verdict.performanceData.empty() ? "" : " | ") << verdict.performanceData << '\n';
 }
@@ -169,7 +169,7 @@ int JudgeReports(const Arguments& arguments, std::ostream& output) {
     return status;
 }
 
-// What the daemon of this host says of itself. Returns why it says nothing; empty when it does.
+// Adds the numbers of this host's daemon. Returns why there are none; empty on success.
 std::string ReadDaemon(HostMetrics& metrics) {
     const std::string path = Sys::HostPath(Sentrel::kStatePath);
     metrics.state = Sentrel::ReadDaemonState();
@@ -187,7 +187,7 @@ std::string ReadDaemon(HostMetrics& metrics) {
 
 void RunMetrics(const Arguments& arguments, std::ostream& output) {
     HostMetrics metrics{ReadJudgedReports(HostOf(arguments.options), {}), {}, {}};
-    // The API may be another host's.
+    // With --api the reports may be another host's.
     const std::string missing = arguments.options.Has("--api") ? "" : ReadDaemon(metrics);
     const std::string text = MetricsText(metrics);
     if (arguments.options.Has("--textfile")) {

@@ -45,7 +45,7 @@ class Finder {
         }
     }
 
-    // Each name that stands for files of `name`, whose case is that of the name.
+    // Adds each name that equals a file of `name`, whose spelling has its case.
     void FindSharedFiles(const std::string& name) {
         if (const std::string hidden = "." + name; names.contains(hidden)) {
             conflicts.push_back({name, hidden,

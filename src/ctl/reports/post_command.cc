@@ -38,7 +38,7 @@ void RefuseBadDocument(const std::string& document, const std::string& name) {
     throw Failure(text, "mend that and post it again");
 }
 
-// `intake` answers with `status`: why it did not store the report, and what to do.
+// Why `intake`, which answered with `status`, did not store the report, and what to do.
 Failure ExplainRefusal(const std::string& intake, unsigned status) {
     const std::string refused = intake + " refuses the report: ";
     switch (status) {
@@ -82,9 +82,10 @@ constexpr std::array<Command, 1> kCommands = {{
     {"post",
      "check a report document and post it",
      "Checks a report document, from a file or from standard input (\"-\"), and posts it to the\n"
-     "intake of the daemon when it is good: its name is NAME, its time has a zone, its status is\n"
-     "one of 0 to 4, and no member is missing. Otherwise nothing is posted, and each problem is\n"
-     "told.\n",
+     "intake of the daemon if it is valid: its name is NAME, its time has a zone, its status, if\n"
+     "it has one, is a number from 0 to 4, and it has the member \"unstructured\". Otherwise "
+     "posts\n"
+     "nothing and reports each problem.\n",
      "printf '{\"structured\": {\"name\": \"demo\", \"time\": \"%s\"}, \"unstructured\": {}}' "
      "$(date -u +%FT%TZ) | sentrelctl post demo -",
      kPostOptions,

@@ -1,5 +1,5 @@
-// The description of the report document, as it is installed for others to use. The build makes the
-// constant of dist/schema/report.schema.json.
+// The schema of the report document, as it is installed for other programs. The build generates the
+// constant from dist/schema/report.schema.json.
 #pragma once
 
 #include <string_view>

@@ -40,13 +40,13 @@ struct CaseBlindLess {
 using ReportMap = std::map<std::string, StoredReport, CaseBlindLess>;
 
 constexpr std::string_view kList = "com.korvex.oru.observability.reports.list";
-// The API leaves out what exceeds 64 MiB of texts in a listing. From here on it may have: less than
-// the longest report was left.
+// The API omits reports beyond 64 MiB of texts in a listing. A listing of at least this size may
+// lack reports: the remaining space was less than the longest report.
 constexpr std::size_t kNearlyFull = (std::size_t{64} << 20) - Sentrel::kMaxStoredSize;
 constexpr std::size_t kNamesOfGroup = 32;
 
-// What was read replaces what was not. The name stays that of the link, and of two links whose
-// names differ in case the newer report counts.
+// A report that was read replaces one that was not. The name stays that of the link; of two links
+// whose names differ in case, the newer report counts.
 void Add(StoredReport report, ReportMap& reports) {
     const auto [entry, isNew] = reports.try_emplace(report.name, report);
     StoredReport& known = entry->second;
@@ -56,7 +56,7 @@ void Add(StoredReport report, ReportMap& reports) {
     }
 }
 
-// The bytes of the texts that came.
+// Adds the reports of a listing, and returns the size of their texts in bytes.
 std::size_t AddListing(const ApiClient& api, const char* detail,
                        const std::vector<std::string>& names, ReportMap& reports) {
     OrderedJson parameters = {{"detail", detail}};
@@ -78,7 +78,7 @@ std::size_t AddListing(const ApiClient& api, const char* detail,
     return bytes;
 }
 
-// Of those that are wanted.
+// The wanted names whose reports were not read.
 std::vector<std::string> UnreadNames(const ReportMap& reports,
                                      const std::vector<std::string>& names) {
     std::vector<std::string> unread;
@@ -96,7 +96,8 @@ std::vector<std::string> UnreadNames(const ReportMap& reports,
     return unread;
 }
 
-// Asks again for what a full answer left out: it holds something each time, so this ends.
+// Requests the reports that a full answer left out. Each answer contains at least one report, so
+// this ends.
 void AddInGroups(const ApiClient& api, std::vector<std::string> names, ReportMap& reports) {
     while (!names.empty()) {
         const auto start =
@@ -116,7 +117,7 @@ ReportMap ReadThroughApi(const ApiClient& api, const std::vector<std::string>& n
     if (AddListing(api, "FULL", names, reports) >= kNearlyFull) {
         AddInGroups(api, UnreadNames(reports, names), reports);
     } else if (!names.empty()) {
-        // once more: the link of a name is gone for an instant while it is renewed
+        // read again: a link is missing for an instant while it is renewed
         const std::vector<std::string> again = UnreadNames(reports, names);
         if (!again.empty()) {
             (void)AddListing(api, "FULL", again, reports);
@@ -125,7 +126,7 @@ ReportMap ReadThroughApi(const ApiClient& api, const std::vector<std::string>& n
     return reports;
 }
 
-// Throws Failure when reports are stored or asked for, though the API lists none.
+// Throws Failure if reports are stored or requested, although the API lists none.
 void ExplainEmptyListing(const Host& host, const std::vector<std::string>& names) {
     const std::string& directory = host.reportDirectory;
     if (::access(directory.c_str(), R_OK | X_OK) == 0) {
@@ -152,7 +153,7 @@ void ExplainEmptyListing(const Host& host, const std::vector<std::string>& names
     NoteOnce(happened + "; " + advice);
 }
 
-// As the API writes it: what is not UTF-8 becomes U+FFFD.
+// The name as the API writes it: bytes that are not UTF-8 become U+FFFD.
 std::string NormalName(const std::string& name) {
     return OrderedJson::parse(
                OrderedJson(name).dump(-1, ' ', false, OrderedJson::error_handler_t::replace))

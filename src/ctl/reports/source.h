@@ -1,4 +1,4 @@
-// Where the commands have the newest reports from: the API, or the report directory itself.
+// Reads the newest reports, through the API or from the report directory.
 #pragma once
 
 #include "ctl/host/host.h"
@@ -11,17 +11,17 @@ namespace Ctl {
 // The newest report of one name.
 struct StoredReport {
     std::string name;
-    // UTC, RFC 3339: when it was made; when its file was written, if it cannot be read.
+    // UTC, RFC 3339: the report's time; the file's time if the report cannot be read.
     std::string time;
-    std::string status = {};        // "OK", ...; empty when it cannot be read
+    std::string status = {};        // "OK", ...; empty if it cannot be read
     std::string unstructured = {};  // JSON text
 };
 
-// All reports, sorted by name, each name once, case aside. Read are those of `names`, or all when
-// there are none; of the others the name and the file's time are known. Through the API in two
-// calls, with a third for names that are missing and more where an answer was full; or, when `host`
-// is offline or this user has no token, from its directory. Throws what ApiClient throws, and
-// Failure when the directory cannot be read.
+// Lists all reports by name, names that differ only in case once. Reads the reports in `names`
+// (all, if empty); the others have name and file time only. Uses the API, with two calls, a third
+// for missing names, and more if an answer was full. If `host` is offline or this user has no
+// token, uses the report directory instead. Throws what ApiClient throws, and Failure if the
+// directory cannot be read.
 std::vector<StoredReport> ReadReports(const Host& host, const std::vector<std::string>& names);
 
 // The names of all reports with the times of their files, by one brief call of the API. Throws what
@@ -32,7 +32,7 @@ std::vector<StoredReport> ListReports(const Host& host);
 std::vector<StoredReport> ReadStoredReports(const std::string& directory,
                                             const std::vector<std::string>& names);
 
-// What a report's status code is called; UNKNOWN for other codes.
+// The name of a report's status code; UNKNOWN for other codes.
 std::string StatusName(int code);
 
 }  // namespace Ctl
