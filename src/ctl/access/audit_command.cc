@@ -31,8 +31,8 @@ struct AuditView {
     bool deniedOnly = false;
 };
 
-// The records as rows whose columns need not be known before: TIME, RESULT and USER are about as
-// wide as their texts.
+// Prints records as rows while they arrive; the widths of TIME, RESULT and USER are fixed, since
+// later texts are unknown.
 class AuditPrinter {
   public:
     AuditPrinter(AuditView view, std::ostream& output) : view(view), output(output) {}
@@ -47,7 +47,7 @@ class AuditPrinter {
             return;
         }
         if (view.asJson) {
-            // a line that was cut, by a full disk for instance, is none of this output
+            // skips a line that is not a record, such as one cut by a full disk
             if (isRecord) {
                 WriteJson(record, output);
             }
@@ -97,7 +97,7 @@ void RunAudit(const Arguments& arguments, std::ostream& output) {
             printer.Print(line);
         }
         if (follow && !output.flush()) {
-            return;  // nobody reads any more
+            return;  // the reader of the output has gone
         }
     } while (follow && reader.WaitForMore());
     if (!printer.HasPrinted() && !view.asJson) {

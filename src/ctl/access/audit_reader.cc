@@ -20,7 +20,7 @@ namespace Ctl {
 
 namespace {
 
-// Of a longer line, which no daemon writes, the rest is dropped.
+// The daemon writes no longer line; the rest of one is dropped.
 constexpr std::size_t kMaxLineBytes = 1024 * 1024;
 
 const char* AdviceFor(int errorNumber) {
@@ -47,7 +47,8 @@ bool IsSameFile(const Sys::OwnedFd& one, const Sys::OwnedFd& other) {
 
 }  // namespace
 
-// Opened from the newest to the oldest: a file that is renamed meanwhile is met twice, not missed.
+// Opens the files from the newest to the oldest: a file that is renamed meanwhile is met twice, not
+// missed.
 AuditReader::AuditReader(const std::string& path) : location(Sys::HostPath(path)) {
     bool isFound = Open(location);
     for (int number = 1; number <= Audit::kKeptFiles; ++number) {
@@ -60,7 +61,7 @@ AuditReader::AuditReader(const std::string& path) : location(Sys::HostPath(path)
     laterFiles.pop_back();
 }
 
-// False when it is missing.
+// False if it is missing.
 bool AuditReader::Open(const std::string& path) {
     Sys::OwnedFd opened;
     const int errorNumber = Sys::OpenRegularFile(path, opened);
@@ -78,7 +79,7 @@ bool AuditReader::Open(const std::string& path) {
 }
 
 bool AuditReader::Next(std::string& line) {
-    for (std::size_t from = begin;;) {  // no line ends before
+    for (std::size_t from = begin;;) {  // no line feed before this position
         const std::size_t end = buffer.find('\n', from);
         if (end != std::string::npos) {
             line.assign(buffer, begin, end - begin);
@@ -102,12 +103,12 @@ bool AuditReader::Next(std::string& line) {
         if (!WasReplaced()) {
             return false;
         }
-        // A last look at the old file: it may have grown before it was moved away.
+        // Reads the old file once more: it may have grown before it was renamed.
         if (!ReadMore()) {
             buffer.clear();
             from = 0;
             if (Sys::OpenRegularFile(location, file) != 0) {
-                return false;  // until the directory changes again
+                return false;  // wait until the directory changes again
             }
         }
     }
@@ -124,7 +125,7 @@ bool AuditReader::ReadMore() {
     return true;
 }
 
-// By a file; when there is none at the path, the daemon has not made it yet.
+// Whether another file has the path; if none has, the daemon has not created it yet.
 bool AuditReader::WasReplaced() const {
     struct stat atPath{};
     struct stat open{};
@@ -138,7 +139,7 @@ bool AuditReader::WaitForMore() {
     if (!changes.IsOpen()) {
         changes = Sys::OwnedFd(::inotify_init1(IN_CLOEXEC));
         const std::string directory = std::filesystem::path(location).parent_path();
-        // Lines that came before are found by the look that follows.
+        // Next, which follows, finds lines that were written before this.
         return changes.IsOpen() && ::inotify_add_watch(changes.Get(), directory.c_str(),
                                                        IN_MODIFY | IN_CREATE | IN_MOVED_TO) >= 0;
     }

@@ -1,4 +1,4 @@
-// The lines of a log that grows and is renamed now and then, after those of its older files.
+// Reads the lines of a log that grows and is renamed now and then, after those of its older files.
 #pragma once
 
 #include "platform/sys/owned_fd.h"
@@ -11,13 +11,13 @@ namespace Ctl {
 class AuditReader {
   public:
     // `path` is a host path; older files are PATH.1, the newest, to PATH.8 (Audit::kKeptFiles).
-    // Throws Failure, with what to do, when one of them cannot be read, or none exists.
+    // Throws Failure, with what to do, if one of them cannot be read or none exists.
     explicit AuditReader(const std::string& path);
 
-    // The next whole line, without its line feed. False when there is none yet. When another file
-    // has taken the path's place, its lines follow those of the one before.
+    // The next whole line, without its line feed; false if there is none yet. Continues with the
+    // new file once the path names another.
     bool Next(std::string& line);
-    // Blocks until there may be more lines. False when that cannot be waited for any more.
+    // Blocks until there may be more lines; false if waiting is no longer possible.
     bool WaitForMore();
 
   private:
@@ -26,11 +26,11 @@ class AuditReader {
     bool ReadMore();
 
     const std::string location;            // below the host root
-    std::vector<Sys::OwnedFd> laterFiles;  // the next one last
+    std::vector<Sys::OwnedFd> laterFiles;  // in reverse order: the next one is last
     Sys::OwnedFd file;
-    Sys::OwnedFd changes;  // inotify, of the directory; none until the first wait
+    Sys::OwnedFd changes;  // inotify on the directory; empty until the first wait
     std::string buffer;
-    std::size_t begin = 0;  // of what is not yet taken from `buffer`
+    std::size_t begin = 0;  // of the unread part of `buffer`
 };
 
 }  // namespace Ctl

@@ -39,7 +39,7 @@ constexpr std::array<Option, 1> kInspectOptions = {{kJsonOption}};
 
 constexpr mode_t kKeyFolderMode = 0700;
 
-// The key that is there, or a new one: one, too, when several ask for it at once.
+// The existing key, or a new one: the same one if several processes ask at once.
 std::pair<Token::SigningKey, bool> FindOrMakeKey() {
     const std::string path(kSigningKeyPath);
     const HostFileLock lock(path, kKeyFolderMode);
@@ -87,9 +87,9 @@ void RunIssue(const Arguments& arguments, std::ostream& output) {
     output << IssueToken(subject, arguments.options.Values("--entitlement"), *lifetime) << '\n';
 }
 
-// Why the daemon of this host would refuse the token now; empty when it would take it.
+// Why the daemon of this host would refuse the token now; empty if it would accept it.
 std::string FindFault(const std::string& token) {
-    // The trust set's own complaints come through the reason.
+    // The reason includes the faults of the trust set.
     Token::TokenVerifier verifier(ReadTrustSettings(), SilentLogger());
     Token::TokenClaims claims;
     std::string reason;
