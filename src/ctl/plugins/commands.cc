@@ -37,7 +37,7 @@ using OrderedJson = nlohmann::ordered_json;
 constexpr std::array<Option, 1> kListOptions = {{kJsonOption}};
 constexpr std::array<Option, 2> kReportOptions = {{kJsonOption, kReportsOption}};
 
-// As the daemon knows it: null when it does not, or keeps no state.
+// The plugin in the daemon's state; null if the daemon does not know it, or has no state file.
 const Sentrel::PluginState* FindKnown(const std::optional<Sentrel::DaemonState>& state,
                                       const SurveyedPlugin& plugin) {
     return state ? state->Find(plugin.Name()) : nullptr;
@@ -120,13 +120,13 @@ void RunList(const Arguments& arguments, std::ostream& output) {
     table.Write(output);
 }
 
-// The entry that the operand names, by its name or as a file in the plugin directory; null for
+// The entry that the operand names, by its name or by its path in the plugin directory; null for
 // another file.
 const SurveyedPlugin* FindEntry(const PluginSurvey& survey, const std::string& operand) {
     const bool isFile = operand.find('/') != std::string::npos;
     const std::string name = isFile ? operand.substr(operand.rfind('/') + 1) : operand;
     for (const SurveyedPlugin& plugin : survey.entries) {
-        std::error_code error;  // then the directories are not the same
+        std::error_code error;  // an error means that the directories differ
         if (plugin.Name() == name &&
             (!isFile || std::filesystem::equivalent(
                             std::filesystem::absolute(operand).parent_path(),

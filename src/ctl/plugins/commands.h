@@ -1,5 +1,4 @@
-// The sub-commands that show plugins, judge them and make new ones. "plugin run" stands in
-// plugin_run.h.
+// The sub-commands that show, check and create plugins. "plugin run" is in plugin_run/command.h.
 #pragma once
 
 #include "ctl/command/command.h"

@@ -22,7 +22,7 @@ bool IsMember(const RunUser& user, gid_t group) {
            std::find(user.groups.begin(), user.groups.end(), group) != user.groups.end();
 }
 
-// Whether the file's mode gives that user the permission, one of S_IRUSR and S_IXUSR.
+// Whether the file's mode grants that user the permission, S_IRUSR or S_IXUSR.
 bool Permits(const struct stat& status, const RunUser& user, mode_t permission) {
     constexpr mode_t kAnyExecute = S_IXUSR | S_IXGRP | S_IXOTH;
     if (user.user == 0) {
@@ -32,7 +32,7 @@ bool Permits(const struct stat& status, const RunUser& user, mode_t permission) 
     return (status.st_mode & (permission >> shift)) != 0;
 }
 
-// Why nothing is found at `path`, which `errorNumber` says.
+// Why `path` cannot be opened, from the error number.
 Finding ExplainMissing(const std::string& subject, const std::string& path, int errorNumber) {
     std::error_code error;
     const std::string target = std::filesystem::read_symlink(path, error);
@@ -124,7 +124,7 @@ std::vector<Finding> CheckOwnership(const std::string& subject, const std::strin
                                     const RunUser& user) {
     std::vector<Finding> findings;
     CheckOne(subject, path, user, findings);
-    std::error_code error;  // then there is no link to follow
+    std::error_code error;  // an error means that it is not a link
     const std::filesystem::path target = std::filesystem::canonical(path, error);
     const std::filesystem::path parent = std::filesystem::path(path).parent_path();
     const std::filesystem::path place = std::filesystem::canonical(parent, error);

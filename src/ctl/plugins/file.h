@@ -1,4 +1,4 @@
-// The file of a plugin: whether the kernel would execute it, and who could change what it does.
+// Checks the file of a plugin: whether the kernel would execute it, and who could change it.
 #pragma once
 
 #include "ctl/host/run_user.h"
@@ -9,13 +9,13 @@
 
 namespace Ctl {
 
-// What keeps that user from executing the file at `path`, of this machine: its permissions, a link
-// to nothing, its first line, the processor it is for. None when nothing does.
+// Finds what keeps that user from executing the file at `path`, a path of this machine: its
+// permissions, a dangling link, its first line, its processor. No findings if nothing does.
 std::vector<Finding> CheckExecutable(const std::string& subject, const std::string& path,
                                      const RunUser& user);
 
-// Who but root and that user could change the file or directory, or replace it: wrong owners, and
-// permissions to write. Links are followed. None when nobody could, or it is not there.
+// Finds who besides root and that user could change or replace the file or directory: other owners,
+// and write permissions. Follows links. No findings if nobody could, or if it is missing.
 std::vector<Finding> CheckOwnership(const std::string& subject, const std::string& path,
                                     const RunUser& user);
 

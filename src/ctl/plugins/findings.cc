@@ -30,17 +30,17 @@ void Append(std::vector<Finding> more, std::vector<Finding>& findings) {
 
 struct StoredNames {
     std::vector<std::string> links;
-    // Of stored files too: a name has them, but no link, where another name has taken its place.
+    // Includes names of stored files: a name has no link if another name has taken its place.
     std::vector<std::string> all;
 };
 
-// Without the links of subdirectories, which no daemon makes.
+// Ignores links in subdirectories, which the daemon never creates.
 StoredNames ReadNames(const std::string& directory) {
     StoredNames names;
     std::error_code error;
     for (const auto& entry : std::filesystem::directory_iterator(directory, error)) {
         const std::string file = entry.path().filename();
-        std::error_code failure;  // then it is no link
+        std::error_code failure;  // an error means that it is not a link
         const std::optional<std::string_view> link = Sentrel::NameOfLink(file);
         const std::optional<std::string_view> stored = Sentrel::NameOfStoredFile(file);
         if (link && entry.is_symlink(failure)) {
@@ -74,7 +74,7 @@ std::vector<Finding> CheckConflicts(const std::string& subject, const std::strin
     return findings;
 }
 
-// Between reports that no plugin has the name of.
+// Conflicts between reports that do not have a plugin's name.
 std::vector<Finding> CheckOtherConflicts(const PluginSurvey& survey,
                                          const std::vector<NameConflict>& conflicts) {
     std::vector<Finding> findings;
@@ -139,7 +139,7 @@ std::vector<Finding> ExplainNoConfiguration(const std::string& subject,
                  " and restart the daemon"}};
 }
 
-// Of an entry that is not launched.
+// Explains why an entry is not launched.
 std::vector<Finding> ExplainLeftOut(const std::string& subject, const SurveyedPlugin& plugin) {
     switch (plugin.entry.verdict) {
         case Sentrel::PluginVerdict::Directory:

@@ -1,5 +1,5 @@
-// When a plugin is launched next and what became of its last run: from the daemon's state file;
-// without it, an estimate of the first and nothing of the second.
+// A plugin's next launch and the outcome of its last run, from the daemon's state file. Without
+// that file, the next launch is an estimate and the last run is unknown.
 #pragma once
 
 #include "ctl/host/host.h"
@@ -33,8 +33,8 @@ std::string_view NameOf(Sentrel::RunState run);
 std::string LastRunText(const Sentrel::PluginState& known,
                         std::chrono::system_clock::time_point now);
 
-// What the daemon does otherwise than the plugin's files say, since it read them at its start, and
-// what went wrong with the last run. Nothing without a state file.
+// Finds where the daemon differs from the plugin's files, because it read them when it started, and
+// what went wrong in the last run. No findings without a state file.
 std::vector<Finding> CheckLaunches(const std::string& subject, const SurveyedPlugin& plugin,
                                    const Host& host);
 

@@ -31,10 +31,11 @@ namespace {
 constexpr mode_t kProgramMode = 0755;
 constexpr mode_t kTextMode = 0644;
 constexpr std::string_view kPlaceholder = "@NAME@";
-// The service framework's settings, which are beside those of the plugins and the daemon.
+// The entry of the service framework's settings, in the same directory as those of the plugins and
+// the daemon.
 constexpr std::string_view kFrameworkEntryKey = "pellmar";
 
-// What the command line asks for.
+// The new plugin as the command line describes it.
 struct NewPlugin {
     std::string name;
     std::string language;   // one of kPluginLanguages
@@ -111,7 +112,7 @@ std::string FillIn(std::string_view text, const std::string& name) {
     return filled;
 }
 
-// The program or its source, and the entry of the store.
+// The files of the plugin: the program or its source, and the store entry.
 std::vector<NewFile> NewFiles(const NewPlugin& plugin) {
     const std::string& name = plugin.name;
     const std::string& folder = plugin.directory;
@@ -157,7 +158,7 @@ void Write(const NewFile& file) {
     }
 }
 
-// Both or none.
+// Writes both files or none.
 void WriteAll(const std::vector<NewFile>& files, const std::string& storeFolder) {
     if (!storeFolder.empty()) {
         std::error_code error;

@@ -1,4 +1,4 @@
-// The sub-command "plugin new": a plugin to start from, with its configuration.
+// The sub-command "plugin new", which creates a complete plugin and its configuration.
 #pragma once
 
 #include "ctl/command/command.h"

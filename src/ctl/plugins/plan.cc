@@ -33,7 +33,7 @@ using OrderedJson = nlohmann::ordered_json;
 using std::chrono::seconds;
 using std::chrono::system_clock;
 
-// The command line as the daemon composes it, an argument each.
+// The arguments of the plugin's command line, as the daemon composes it.
 std::vector<std::string> ArgumentsOf(const SurveyedPlugin& plugin,
                                      const Pellmar::Ref<Pellmar::Service::ConfigReader>& settings) {
     const Sentrel::Plugin launched(plugin.entry.info, settings);
@@ -56,7 +56,7 @@ std::vector<PlannedPlugin> MakePlan(const PluginSurvey& survey, const Host& host
     const PluginReports reports = ReadPluginReports(host, survey);
     const auto settings = ReadDaemonSettingsOrDefaults();
     Sentrel::Plugin::sResourcePoolSizeMB = survey.poolSizeMB;
-    (void)SilentLogger();  // of the port that is not set
+    (void)SilentLogger();  // silences the warning about a port that is not set
     std::vector<PlannedPlugin> plan;
     for (const SurveyedPlugin* plugin : InLaunchOrder(survey)) {
         plan.push_back({*plugin, GuaranteedRunTime(survey, *plugin), MayBeEndedBy(survey, *plugin),

@@ -1,4 +1,4 @@
-// The sub-command "plugin plan": the timetable of the plugins, as the daemon lays it out.
+// The sub-command "plugin plan", which shows the daemon's schedule of the plugins.
 #pragma once
 
 #include "ctl/command/command.h"

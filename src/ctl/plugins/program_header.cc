@@ -16,7 +16,7 @@ namespace Ctl {
 
 namespace {
 
-constexpr std::size_t kLineBytes = 255;  // as much of a script as the kernel looks at
+constexpr std::size_t kLineBytes = 255;  // the part of a script that the kernel reads
 constexpr std::size_t kMaxLoaderPath = 4096;
 constexpr std::string_view kBlanks = " \t";
 
@@ -44,7 +44,7 @@ std::string ReadLoader(int file, const Elf64_Ehdr& header) {
             break;
         }
         if (segment.p_type == PT_INTERP && segment.p_filesz <= kMaxLoaderPath) {
-            return ReadAt(file, segment.p_filesz, segment.p_offset).c_str();  // to its NUL
+            return ReadAt(file, segment.p_filesz, segment.p_offset).c_str();  // up to its NUL
         }
     }
     return "";
@@ -53,7 +53,7 @@ std::string ReadLoader(int file, const Elf64_Ehdr& header) {
 void ReadElf(int file, ProgramHeader& program) {
     Elf64_Ehdr header{};
     if (!ReadRecord(file, 0, header)) {
-        return;  // of no machine, then
+        return;  // too short for an ELF header; machine stays 0
     }
     program.type = header.e_type;
     program.machine = header.e_machine;
@@ -67,7 +67,7 @@ unsigned OwnMachine() {
     return own.IsOpen() ? ReadProgramHeader(own.Get()).machine : 0;
 }
 
-// Processors run the programs of their 32-bit forerunners where the kernel was built for it.
+// Processors also run programs of their 32-bit predecessors, if the kernel supports it.
 bool MayRun(unsigned machine, unsigned own) {
     return machine == own || (own == EM_X86_64 && machine == EM_386) ||
            (own == EM_AARCH64 && machine == EM_ARM);
@@ -75,7 +75,7 @@ bool MayRun(unsigned machine, unsigned own) {
 
 bool IsProgram(const std::string& path) { return ::access(path.c_str(), X_OK) == 0; }
 
-// The kernel looks for interpreters and loaders from "/", whatever the host root.
+// The kernel looks up interpreters and loaders from "/", not from the host root.
 std::optional<HeaderFault> FindMissing(const std::string& what, const std::string& path) {
     if (IsProgram(path)) {
         return std::nullopt;
@@ -91,7 +91,7 @@ std::optional<HeaderFault> FindMissing(const std::string& what, const std::strin
         isBelowRoot ? "run it on the host whose root that is" : "install it, or name another one"};
 }
 
-// "env" finds programs without PATH in the system's default one.
+// Without PATH, "env" searches the system's default path.
 std::optional<HeaderFault> FindEnvFault(const std::string& interpreter,
                                         const std::string& argument) {
     if (!interpreter.ends_with("/env") || argument.empty() || argument.starts_with("-S")) {

@@ -28,7 +28,7 @@ std::vector<Finding> ExplainSilence(const std::string& subject, const SurveyedPl
     if (host.state) {
         const Sentrel::PluginState* const known = host.state->Find(plugin.Name());
         if (known == nullptr || !known->end) {
-            return {};  // said by CheckLaunches, or to come
+            return {};  // CheckLaunches reports it, or its first launch is still to come
         }
         return {{Severity::Warning, subject,
                  "no report, although its last run ended " +
@@ -54,7 +54,7 @@ std::vector<Finding> ExplainSilence(const std::string& subject, const SurveyedPl
              "see what it does: sentrelctl plugin run " + plugin.Name()}};
 }
 
-// Whether the daemon leaves the newest report of that name out of its answers.
+// Whether the daemon's answers omit the newest report of that name.
 bool IsLeftOut(const std::string& directory, const std::string& report) {
     const std::vector<HistoricReport> history = ReadHistory(directory, report);
     return std::any_of(history.begin(), history.end(), [](const HistoricReport& historic) {
@@ -70,7 +70,7 @@ void CheckReport(const std::string& subject, const std::string& directory,
         problems =
             FindProblems(ReadRegularFile(path, Sentrel::kMaxStoredSize, "the report"), report);
     } catch (const Failure& failure) {
-        // Else its link is being renewed just now.
+        // Otherwise its link is just being renewed.
         if (::access(path.c_str(), F_OK) == 0) {
             findings.push_back({Severity::Warning, subject, failure.WhatHappened(),
                                 ::geteuid() == 0 ? "remove what stands there"

@@ -1,4 +1,4 @@
-// What the stored reports tell of a plugin: that they are wrong, or that there are none.
+// Checks the stored reports of a plugin: invalid or missing ones.
 #pragma once
 
 #include "ctl/host/plugin_survey.h"
@@ -12,7 +12,8 @@ namespace Ctl {
 struct Host;
 struct PluginReports;
 
-// Of an enabled plugin. None when its newest reports are good, or it has had no time to report.
+// The findings about an enabled plugin; none if its newest reports are valid, or if it has not had
+// time to report.
 std::vector<Finding> CheckReports(const std::string& subject, const SurveyedPlugin& plugin,
                                   const Host& host, const PluginReports& reports);
 

@@ -1,5 +1,5 @@
-// The texts of new plugins, from the files in templates/. Each is complete, keeps the whole plugin
-// contract and needs nothing that a host lacks; "@NAME@" in it stands for the plugin's name.
+// The texts of new plugins, embedded from templates/. Each is complete, keeps the whole plugin
+// contract and needs only what every host has; "@NAME@" stands for the plugin's name.
 #pragma once
 
 #include <string_view>

@@ -21,11 +21,11 @@ bool IsSameQueue(const SurveyedPlugin& one, const SurveyedPlugin& other) {
 
 system_clock::time_point ChangeTime(const std::string& path) {
     struct stat status{};
-    (void)::lstat(path.c_str(), &status);  // what is gone has not changed lately
+    (void)::lstat(path.c_str(), &status);  // a missing file counts as unchanged
     return system_clock::from_time_t(status.st_ctim.tv_sec);
 }
 
-// When the newest of its reports was stored.
+// When the newest of the plugin's reports was stored.
 std::optional<system_clock::time_point> NewestReport(const SurveyedPlugin& plugin,
                                                      const PluginReports& reports) {
     std::optional<system_clock::time_point> newest;

@@ -1,4 +1,4 @@
-// When plugins are launched and how long they may run, worked out from the daemon's timetable.
+// Computes from the daemon's schedule when plugins are launched and how long they may run.
 #pragma once
 
 #include "ctl/host/plugin_survey.h"
@@ -11,25 +11,27 @@
 
 namespace Ctl {
 
-// The enabled ones, in the order of their first runs.
+// The enabled plugins, in the order of their first runs.
 std::vector<const SurveyedPlugin*> InLaunchOrder(const PluginSurvey& survey);
 
-// How long an enabled plugin may run before the plan has it sent SIGTERM: until the next batch of
-// its own queue, in any round, or, in the first round after the daemon's start, until the first
-// batch of any queue.
+// How long an enabled plugin may run before it is sent SIGTERM: in any round until the next batch
+// of its own queue, and in the first round after the daemon's start until the first batch of any
+// queue.
 std::chrono::seconds GuaranteedRunTime(const PluginSurvey& survey, const SurveyedPlugin& plugin);
 
-// The plugins that open the other queues. Their batches end whatever runs; in later rounds they may
-// come at any time, since each batch counts its period from the end of its own last run.
+// The first plugins of the other queues, whose batches terminate every running plugin. In later
+// rounds they may come at any time, since each batch counts its period from the end of its own last
+// run.
 std::vector<std::string> MayBeEndedBy(const PluginSurvey& survey, const SurveyedPlugin& plugin);
 
-// Whether the plugin's file or its configuration changed after the daemon's start, at which it
-// looks for plugins once.
+// Whether the plugin's file or configuration changed after the daemon's start, when it looks for
+// plugins.
 bool IsNewerThan(const SurveyedPlugin& plugin, const DaemonProcess& daemon);
 
-// An estimate: a period after the newest stored report, which is about when it was launched last,
-// or what the plan says for a daemon that started when this one did. Nothing without a daemon,
-// and for a plugin that is newer than it and has not reported to it.
+// Estimates the next launch: one period after the newest stored report, which is about the time of
+// the last launch, or, without a report, the plan of a daemon that started when this one did.
+// Nothing without a daemon, and for a plugin that is newer than the daemon and has not reported to
+// it.
 std::optional<std::chrono::system_clock::time_point> EstimateNextLaunch(
     const SurveyedPlugin& plugin, const Host& host, const PluginReports& reports);
 
