@@ -28,8 +28,8 @@ struct Ensured {
     GroupLocation location;
     bool isNew = false;
     std::int32_t poolSizeMB = 0;
-    std::string problem;       // why nothing is reserved; empty when the reservation stands
-    std::string limitProblem;  // why a limit is not in force; empty when both are
+    std::string problem;       // why nothing is reserved; empty if memory is reserved
+    std::string limitProblem;  // why a limit is not in force; empty if both are
     Kernel::GroupState state;
 };
 
@@ -93,7 +93,7 @@ void RunEnsure(const Arguments& arguments, std::ostream& output) {
     }
 }
 
-// Whether launches into the group are refused, since nothing in it runs.
+// Whether the group is frozen, so that launches into it fail.
 bool IsFrozen(const Kernel::GroupState& state) {
     Kernel::CgroupDirectory directory;
     return Kernel::CgroupDirectory::Open(state.directory, directory) == 0 && directory.IsFrozen();

@@ -1,5 +1,4 @@
-// The sub-commands "group ...": the resource group that the plugins run in, made, looked at,
-// cleared.
+// The sub-commands "group ...", which create, show and clear the plugins' resource group.
 #pragma once
 
 #include "ctl/command/command.h"

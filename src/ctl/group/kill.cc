@@ -21,7 +21,7 @@ namespace {
 using std::chrono::milliseconds;
 using Clock = std::chrono::steady_clock;
 
-constexpr std::size_t kMaxTargets = 256;  // at a time: each takes a descriptor
+constexpr std::size_t kMaxTargets = 256;  // at a time, since each takes a descriptor
 constexpr milliseconds kPatience{5000};
 constexpr milliseconds kPatienceOfOneRound{1000};
 
@@ -39,8 +39,8 @@ bool Contains(const std::vector<Member>& members, const Member& wanted) {
                        [&](const Member& member) { return IsSame(member, wanted); });
 }
 
-// A descriptor names what has its number when it is opened. So the group is read again after that:
-// what is still there, and has not ended by then, is the process that the descriptor names.
+// Opens a pidfd for each member, then reads the group again: a member that is still there, and has
+// not exited, is the process that the pidfd names.
 std::vector<Target> Hold(const std::string& directory, const std::vector<Member>& wanted) {
     std::vector<Target> targets;
     for (const Member& member : wanted) {
@@ -74,10 +74,10 @@ void EndEach(const std::vector<Target>& targets) {
     }
 }
 
-// As long as it lives the processes of the cgroup stand still, so that none can begin another one.
-// The kernel's own file for it, cgroup.kill, does not do: some kernels (6.18 is one) kill after
-// that whatever clone3 starts in the cgroup from another one, which is how plugins are launched. A
-// cgroup that cannot be frozen, or is already, stays as it is.
+// Freezes the cgroup while this object lives, so nothing in it can fork. cgroup.kill is not an
+// alternative: after a write to it some kernels (6.18 is one) kill every process that clone3 starts
+// in the cgroup from outside, which is how plugins are launched. A cgroup that is already frozen,
+// or cannot be frozen, stays as it is.
 class Standstill {
   public:
     explicit Standstill(const std::string& directory) {
@@ -87,7 +87,7 @@ class Standstill {
     }
     ~Standstill() {
         if (isOurs) {
-            (void)group.SetFrozen(false);  // as it could be frozen
+            (void)group.SetFrozen(false);  // it could be frozen, so this works too
         }
     }
     Standstill(const Standstill&) = delete;
@@ -106,7 +106,7 @@ void AwaitEnds(const std::vector<Target>& targets, Clock::time_point deadline) {
     }
 }
 
-// Which of the members are to be ended, from one look at the group to the next.
+// Selects the members to kill, from one reading of the group to the next.
 class Selection {
   public:
     explicit Selection(std::optional<milliseconds> longest) : longest(longest) {}
@@ -124,10 +124,10 @@ class Selection {
 
   private:
     const std::optional<milliseconds> longest;
-    std::set<pid_t> sessions;  // of those that are to be ended
+    std::set<pid_t> sessions;  // of the selected members
 };
 
-// One look at the group after the other.
+// Reads the group and kills the selected members, until none is left.
 class Killer {
   public:
     Killer(std::string directory, std::optional<milliseconds> longest)
@@ -153,7 +153,7 @@ class Killer {
     }
 
   private:
-    // Those that are to be ended and were sent nothing yet.
+    // The selected members that were not signalled yet.
     std::vector<Member> FindWanted() {
         std::vector<Member> wanted = ReadMembers(directory);
         outcome.spared = wanted.size();
@@ -182,7 +182,7 @@ class Killer {
     const std::string directory;
     Selection selection;
     std::optional<Standstill> standstill;
-    std::vector<Target> held;  // were sent SIGKILL and have not ended
+    std::vector<Target> held;  // were sent SIGKILL and have not exited
     KillOutcome outcome;
 };
 

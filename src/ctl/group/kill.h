@@ -1,4 +1,4 @@
-// Ends processes of the plugins' resource group, and tells which.
+// Kills processes of the plugins' resource group, and reports which.
 #pragma once
 
 #include "ctl/group/survivors.h"
@@ -13,15 +13,15 @@ namespace Ctl {
 
 struct KillOutcome {
     std::vector<Member> ended;
-    std::vector<Member> held;  // were sent SIGKILL and still are there
-    std::size_t spared = 0;    // may run on
-    bool isBeaten = false;     // more are left: they begin faster than they can be ended
+    std::vector<Member> held;  // were sent SIGKILL and still exist
+    std::size_t spared = 0;    // not selected
+    bool isBeaten = false;     // processes remain, because they fork faster than they can be killed
 };
 
-// Sends SIGKILL to what is older than `longest` (see IsSurvivor) in the cgroup `directory`, and to
-// what begins in the sessions of such orphans meanwhile, or to all when there is no `longest`;
-// again until none is left, for a few seconds at most. No process outside of the cgroup is
-// signalled. Throws Pellmar::Exception, with what to do, when this user may not.
+// Sends SIGKILL to the processes in the cgroup `directory` that are older than `longest` (see
+// IsSurvivor), and to those that start in their sessions meanwhile; to all if `longest` is unset.
+// Repeats this until none is left, for a few seconds at most. Signals no process outside the
+// cgroup. Throws Pellmar::Exception, with what to do, if this user may not.
 KillOutcome KillMembers(const std::string& directory,
                         std::optional<std::chrono::milliseconds> longest);
 

@@ -32,7 +32,7 @@ std::chrono::seconds SecondsOf(const Member& member) {
 
 std::string CountText(std::size_t count) { return Counted(count, "process", "processes"); }
 
-// Throws Failure when not all that was asked for could be done.
+// Throws Failure if a requested process was not killed.
 void RequireSuccess(const KillOutcome& outcome, bool isForAll) {
     if (outcome.isBeaten) {
         throw Failure("after " + CountText(outcome.ended.size()) +
@@ -97,7 +97,7 @@ void RunGroupKill(const Arguments& arguments, std::ostream& output) {
     if (arguments.options.Has("--json")) {
         WriteOutcomeJson(outcome, directory, output);
     } else {
-        // not what is left of it to a daemon that has just been started
+        // the full time, even if the daemon has just started
         WriteOutcome(outcome, DurationText(LongestRunTime(std::nullopt)), output);
     }
 }

@@ -1,4 +1,4 @@
-// The sub-command "group kill": ends what outlived its batch, and shows what that was.
+// The sub-command "group kill", which kills and lists the processes that outlived their run.
 #pragma once
 
 #include "ctl/command/command.h"

@@ -55,7 +55,7 @@ std::optional<DaemonProcess> FindDaemonIfAny() {
     try {
         return FindDaemonProcess();
     } catch (const Failure&) {
-        return std::nullopt;  // who needs the settings will say it
+        return std::nullopt;  // the caller that needs the settings reports the fault
     }
 }
 

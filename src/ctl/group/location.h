@@ -1,5 +1,5 @@
-// Which directory the plugins' resource group is looked for below: that of the daemon, wherever the
-// tool itself runs.
+// Finds the directory of the plugins' resource group: the daemon's, in whatever cgroup the tool
+// itself runs.
 #pragma once
 
 #include "ctl/host/daemon_process.h"
@@ -12,21 +12,21 @@ namespace Ctl {
 
 struct GroupLocation {
     Kernel::GroupRoot root;
-    pid_t daemon = 0;  // whose root it is; 0: the one that a daemon started here would choose
+    pid_t daemon = 0;  // the daemon whose root this is; 0: chosen as a daemon started here would
 };
 
-// The root that SENTREL_CGROUP_ROOT names to this program, else that of `daemon`, else the one that
-// a daemon started by this user would choose.
+// The root that SENTREL_CGROUP_ROOT names, else that of `daemon`, else the one that a daemon
+// started by this user would choose.
 GroupLocation FindGroupLocation(const std::optional<DaemonProcess>& daemon);
 
-// Why it is that directory, in words: "the delegated unit of the daemon, process 123".
+// The source of the directory, for a person: "the delegated unit of the daemon, process 123".
 std::string OriginOf(const GroupLocation& location);
 
-// Has Kernel::Groups work there. Throws Pellmar::Exception, with what to do, when the groups are
-// kept in a process, which no other one can see.
+// Makes Kernel::Groups use that directory. Throws Pellmar::Exception, with what to do, if the
+// daemon keeps the groups in its own process table.
 void UseGroupLocation(const GroupLocation& location);
 
-// The daemon that runs now; none where its settings cannot be read, with which none starts.
+// The running daemon; none if its settings cannot be read, since then none starts.
 std::optional<DaemonProcess> FindDaemonIfAny();
 
 }  // namespace Ctl

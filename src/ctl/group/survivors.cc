@@ -32,12 +32,12 @@ std::vector<Member> ReadMembers(const std::string& directory) {
     }
     std::vector<Member> members;
     for (const pid_t pid : group.Processes()) {
-        if (std::optional<ProcessStat> process = ReadProcessStat(pid)) {  // else it has ended
+        if (std::optional<ProcessStat> process = ReadProcessStat(pid)) {  // else it has exited
             const std::chrono::milliseconds age = AgeOf(*process);
             members.push_back({std::move(*process), age, true});
         }
     }
-    // a number is not given to another process as long as a session has it
+    // a pid is not reused while a session has that number
     for (Member& member : members) {
         const auto leader = std::find_if(members.begin(), members.end(), [&](const Member& other) {
             return other.process.pid == member.process.session;
