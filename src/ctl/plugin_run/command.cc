@@ -1,5 +1,5 @@
-// The order matters: the port is listened on before the plugin runs, and threads that answer on it
-// begin only after the fork that starts the plugin.
+// Runs one plugin. The order matters: the port is bound before the plugin runs, and the threads
+// that answer on it start only after the fork that starts the plugin.
 #include "ctl/plugin_run/command.h"
 
 #include "core/settings/settings.h"
@@ -86,7 +86,7 @@ void TellWhetherItIsRun(const SurveyedPlugin& plugin, PluginRun& run) {
     }
 }
 
-// Has the launch look for the group where the daemon has it.
+// Makes the launch use the daemon's resource group.
 void UseGroup(const std::optional<DaemonProcess>& daemon, PluginRun& run) {
     const GroupLocation location = FindGroupLocation(daemon);
     if (location.root.kind != Kernel::GroupRoot::Kind::None) {
@@ -95,7 +95,7 @@ void UseGroup(const std::optional<DaemonProcess>& daemon, PluginRun& run) {
         return;
     }
     Kernel::UseGroups(std::make_unique<Kernel::EmbeddedBackend>(Kernel::ProcessTable::Spawned()));
-    (void)Kernel::EnsureGroup(Sentrel::kPluginGroupPath, 0);  // the table reserves nothing
+    (void)Kernel::EnsureGroup(Sentrel::kPluginGroupPath, 0);  // the process table reserves nothing
 }
 
 void ReadGroupPeak(PluginRun& run) {
@@ -114,7 +114,7 @@ void ReadLimits(std::uint64_t killsBefore, PluginRun& run) {
     run.memoryKills = kills - std::min(kills, killsBefore);
 }
 
-// Whom the plugin runs as, if that is in the sandbox.
+// The user that the plugin runs as, if it runs in the sandbox.
 std::optional<RunUser> FindSandboxUser(const Sentrel::PluginInfo& plugin,
                                        const std::optional<RunUser>& other) {
     const std::optional<RunUser> user = other ? other : UserOf(::getpid());
@@ -123,8 +123,8 @@ std::optional<RunUser> FindSandboxUser(const Sentrel::PluginInfo& plugin,
     return isSandboxed ? user : std::nullopt;
 }
 
-// Who takes the posts now; empty when nobody does. Throws when it is another user's, into whose
-// group this one may not start anything.
+// The process that receives posts now, as a text; empty if none does. Throws if it is another
+// user's, since this user may not start a process in its group.
 std::string FindIntake(std::int32_t port, const std::optional<DaemonProcess>& daemon) {
     if (daemon) {
         const std::optional<ProcessStat> stat = ReadProcessStat(daemon->pid);
@@ -150,7 +150,7 @@ std::string FindIntake(std::int32_t port, const std::optional<DaemonProcess>& da
     return "";
 }
 
-// The daemon's, which only root can become.
+// The user to become: the daemon's, if this process runs as root and the daemon does not.
 std::optional<RunUser> FindUser(const std::optional<DaemonProcess>& daemon, PluginRun& run) {
     run.user = NameOfUser(::geteuid());
     if (::geteuid() != 0 || !daemon) {

@@ -1,4 +1,4 @@
-// The sub-command "plugin run": one run of a plugin as the daemon would do it, and what came of it.
+// The sub-command "plugin run", which runs a plugin once as the daemon would and judges the run.
 #pragma once
 
 #include "ctl/command/command.h"

@@ -1,5 +1,5 @@
-// Landlock reports to nobody what it refuses, so the plugin's own words are searched: "/a/file:
-// Permission denied", "[Errno 13] Permission denied: '/a/file'" and their like.
+// Landlock does not report refusals, so this searches the plugin's output for "/a/file: Permission
+// denied", "[Errno 13] Permission denied: '/a/file'" and similar texts.
 #include "ctl/plugin_run/confinement.h"
 
 #include "ctl/show/sizes.h"
@@ -20,7 +20,8 @@ constexpr std::string_view kDenied = "ermission denied";
 constexpr std::string_view kBeforePath = " \t'\"`(=";
 constexpr std::string_view kAfterPath = " \t'\"`):;,";
 
-// The last absolute path in a line, since a shell puts that of the script first; empty without one.
+// The last absolute path in a line, since a shell puts the script's path first; empty if there is
+// none.
 std::string LastPathOf(const std::string& line) {
     std::string path;
     for (std::size_t start = line.find('/'); start != std::string::npos;) {
@@ -39,7 +40,7 @@ bool IsWritableInSandbox(const std::string& path) {
         [&path](const std::string& directory) { return path.starts_with(directory + "/"); });
 }
 
-// By the modes alone, of the file or, where it is missing, of its directory.
+// By permissions alone: of the file or, if it is missing, of its directory.
 bool MayWrite(const std::string& path, const RunUser& user) {
     struct stat status{};
     if (::stat(path.c_str(), &status) != 0 &&

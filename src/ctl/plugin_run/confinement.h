@@ -1,4 +1,4 @@
-// What the sandbox of a plugin and the limits of the plugins' group refused during a run.
+// Finds what the sandbox and the memory limit of the plugins' group refused during a run.
 #pragma once
 
 #include "ctl/plugin_run/result.h"
@@ -8,8 +8,8 @@
 
 namespace Ctl {
 
-// The files that the sandbox kept a plugin from writing: those that its standard error says it was
-// denied although the permissions let its user write there.
+// The files that the sandbox kept a plugin from writing: its standard error says that permission
+// was denied, but the permissions allow its user to write.
 std::vector<std::string> FilesRefusedBySandbox(const std::string& standardError,
                                                const RunUser& user);
 

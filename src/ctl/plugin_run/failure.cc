@@ -17,7 +17,7 @@ namespace {
 
 const std::string kGroup = Sentrel::kPluginGroupPath;
 
-// The same question as the launch has asked.
+// Repeats the check that the launch has made.
 Failure ExplainRefusal() {
     std::int64_t id = 0;
     const int error = Kernel::Groups().FindId(kGroup, id);
@@ -39,7 +39,7 @@ bool IsRegularFile(const std::string& path) {
     return ::stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
 }
 
-// Of an error number that may come from the file, or from entering the group.
+// The advice for an error number that may come from the file or from entering the group.
 std::string AdviceFor(int error, const std::string& file) {
     switch (error) {
         case ENOENT:

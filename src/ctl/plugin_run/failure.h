@@ -1,4 +1,4 @@
-// Why a plugin was not started, and what to do about it.
+// Explains why a plugin was not started, and what to do.
 #pragma once
 
 #include "ctl/show/failure.h"
@@ -9,10 +9,10 @@
 
 namespace Ctl {
 
-// `launch` has started nothing.
+// Explains a `launch` that has started nothing.
 Failure ExplainFailure(const Sentrel::Plugin& plugin, const Sentrel::Launch& launch);
 
-// The same of a user who may not execute its file.
+// Explains the failure of a user who may not execute the plugin's file.
 Failure ExplainUserFailure(const Sentrel::Plugin& plugin, uid_t user, int error);
 
 }  // namespace Ctl

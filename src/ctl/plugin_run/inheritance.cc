@@ -37,7 +37,7 @@ Inheritance InheritanceOf(pid_t process) {
             inheritance.limits[resource] = limit;
         }
     }
-    errno = 0;  // -1 is a niceness too
+    errno = 0;  // -1 is a valid niceness
     const int niceness = ::getpriority(PRIO_PROCESS, static_cast<id_t>(process));
     if (errno == 0) {
         inheritance.niceness = niceness;
@@ -49,7 +49,8 @@ void Inherit(const Inheritance& inheritance) {
     if (inheritance.fileMask) {
         (void)::umask(*inheritance.fileMask);  // cannot fail
     }
-    // What follows fails where this user may not; it is the same for most users.
+    // The following calls fail if this user lacks the privilege; most users have the same values
+    // anyway.
     const Sys::OwnedFd score(::open("/proc/self/oom_score_adj", O_WRONLY | O_CLOEXEC));
     if (score.IsOpen() && !inheritance.oomScoreAdjust.empty()) {
         const std::string& text = inheritance.oomScoreAdjust;

@@ -1,5 +1,5 @@
-// What a plugin inherits from the process that launches it, beside the user: how the daemon's unit,
-// not the shell of whoever runs the tool, has set it.
+// The attributes that a plugin inherits from the process that launches it, besides the user: they
+// are to be those of the daemon's unit, not those of the caller's shell.
 #pragma once
 
 #include <array>
@@ -13,15 +13,15 @@ namespace Ctl {
 
 struct Inheritance {
     std::optional<mode_t> fileMask;
-    std::array<std::optional<rlimit>, RLIM_NLIMITS> limits;  // by the number of the resource
+    std::array<std::optional<rlimit>, RLIM_NLIMITS> limits;  // indexed by resource
     std::optional<int> niceness;
-    std::string oomScoreAdjust;  // as /proc has it; empty: not known
+    std::string oomScoreAdjust;  // as in /proc; empty: unknown
 };
 
-// That of the process, without what this user may not see.
+// The attributes of the process that this user may see.
 Inheritance InheritanceOf(pid_t process);
 
-// Gives it to this process, for good, but for what this user may not set.
+// Applies the attributes to this process permanently, except those that this user may not set.
 void Inherit(const Inheritance& inheritance);
 
 }  // namespace Ctl

@@ -26,7 +26,7 @@ bool CanBeStored(std::string_view name) {
     return Sentrel::IsReportName(name) && Sentrel::TemporaryFileName(name, 0).size() <= NAME_MAX;
 }
 
-// Appends the body to `document`. Throws Pellmar::IOException when it breaks off.
+// Appends the body to `document`. Throws Pellmar::IOException if it ends early.
 void ReadBody(Request& request, std::string& document) {
     char piece[4096];
     for (int count = 0; (count = request.ReadBody(piece, sizeof(piece))) != -1;) {
@@ -36,7 +36,7 @@ void ReadBody(Request& request, std::string& document) {
 
 }  // namespace
 
-// Each answer is noted before it is sent: whoever has its answer may end at once.
+// Records each answer before sending it: a client that has its answer may exit at once.
 class StandInIntake::Handler : public Pellmar::Http::RequestHandlerMixin,
                                public Pellmar::ObjectImpl {
   public:
@@ -52,7 +52,7 @@ class StandInIntake::Handler : public Pellmar::Http::RequestHandlerMixin,
                 ReadBody(*request, post.document);
             } catch (const Pellmar::IOException&) {
                 Note(std::move(post));
-                throw;  // the service ends the connection as it does for the daemon
+                throw;  // the service closes the connection, as in the daemon
             }
         }
         const ResponseCode code = refusal.value_or(ResponseCode::Ok);

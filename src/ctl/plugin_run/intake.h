@@ -1,5 +1,5 @@
-// Takes in what a plugin posts when no daemon does, by the rules of the daemon's intake, and keeps
-// it in memory.
+// Receives a plugin's posts if no daemon runs, by the rules of the daemon's intake, and keeps them
+// in memory.
 #pragma once
 
 #include "platform/pellmar/http/http_service.h"
@@ -14,29 +14,29 @@
 
 namespace Ctl {
 
-// More of one run are answered and counted, but not kept.
+// Further posts of a run are answered and counted, but not kept.
 inline constexpr std::size_t kMaxKeptPosts = 100;
 
-// One post, or what was sent instead of one.
+// One request: a post, or an invalid one.
 struct Post {
     std::string method = "POST";
     std::string name;      // the last segment of its URL
-    std::string document;  // empty when it was refused
-    int answer = 0;        // the status; 0: none, since the body broke off
+    std::string document;  // empty if it was refused
+    int answer = 0;        // the status; 0: none, since the body ended early
 };
 
 class StandInIntake {
   public:
-    // Listens on the loopback addresses, and answers nothing yet. Throws Pellmar::Exception, with
-    // what to do, when it cannot.
+    // Listens on the loopback addresses, without answering yet. Throws Pellmar::Exception, with
+    // what to do, if it cannot.
     explicit StandInIntake(std::int32_t port);
     ~StandInIntake();
     StandInIntake(const StandInIntake&) = delete;
     StandInIntake& operator=(const StandInIntake&) = delete;
 
-    // Begins to answer; starts threads.
+    // Starts answering; creates threads.
     void Start();
-    // Ends the listening. Gives what was posted, in the order of the answers.
+    // Stops listening. Returns the posts in the order of their answers.
     std::vector<Post> Stop();
 
   private:

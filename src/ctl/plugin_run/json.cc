@@ -1,4 +1,4 @@
-// How a run is told to programs.
+// Writes a run as JSON.
 #include "ctl/plugin_run/result.h"
 #include "ctl/show/json_output.h"
 
@@ -20,7 +20,7 @@ Json OutputJson(const PluginOutput& output) {
     return {{"bytes", output.bytes}, {"text", output.text}};
 }
 
-// Null for what did not happen.
+// Members are null for events that did not happen.
 Json EndJson(const PluginEnd& end) {
     Json left = Json::array();
     for (const LeftProcess& process : end.left) {

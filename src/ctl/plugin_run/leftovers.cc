@@ -23,7 +23,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::seconds kTermPatience{1};
-constexpr std::chrono::seconds kPatience{3};  // for all
+constexpr std::chrono::seconds kPatience{3};  // for all processes together
 constexpr int kLookMilliseconds = 50;
 
 struct Descendant {
@@ -31,7 +31,7 @@ struct Descendant {
     ProcessStat stat;
 };
 
-// The process of that number, held before it is asked what it is.
+// Opens a pidfd for the process before reading what it is.
 Descendant Hold(pid_t pid) {
     Descendant held{Sys::PidFd::Open(pid), {}};
     if (const std::optional<ProcessStat> stat = ReadProcessStat(pid)) {
@@ -42,7 +42,7 @@ Descendant Hold(pid_t pid) {
 
 std::map<pid_t, ProcessStat> ReadAllProcesses() {
     std::map<pid_t, ProcessStat> all;
-    std::error_code error;  // without /proc there are none
+    std::error_code error;  // without /proc none are found
     for (const auto& entry : std::filesystem::directory_iterator("/proc", error)) {
         const std::string name = entry.path().filename();
         pid_t pid = 0;
@@ -57,7 +57,7 @@ std::map<pid_t, ProcessStat> ReadAllProcesses() {
     return all;
 }
 
-// Whether the parents of `process` lead to this one.
+// Whether this process is an ancestor of `process`.
 bool IsDescendant(const ProcessStat& process, const std::map<pid_t, ProcessStat>& all) {
     pid_t parent = process.parent;
     for (std::size_t steps = 0; steps < all.size() && parent != ::getpid(); ++steps) {
@@ -78,7 +78,7 @@ std::vector<Descendant> FindDescendants() {
             continue;
         }
         Descendant held = Hold(pid);
-        // still the same one
+        // it is still the same process
         if (held.stat.pid == pid && held.stat.uptime == stat.uptime && !held.process.HasEnded()) {
             descendants.push_back(std::move(held));
         }
@@ -86,8 +86,8 @@ std::vector<Descendant> FindDescendants() {
     return descendants;
 }
 
-// Reaps what has ended; false when nothing is left: what has no other parent is a child of this
-// process. A look at /proc can miss those that end and start others meanwhile.
+// Reaps exited children; false if no child is left. Orphaned descendants are children of this
+// process. A reading of /proc can miss processes that fork and exit meanwhile.
 bool HasChildren() {
     pid_t reaped = 0;
     do {
@@ -127,7 +127,7 @@ std::vector<LeftProcess> EndDescendants() {
         }
         if (!descendants.empty()) {
             pollfd entry{descendants.front().process.Get(), POLLIN, 0};
-            (void)::poll(&entry, 1, kLookMilliseconds);  // or look again after that time
+            (void)::poll(&entry, 1, kLookMilliseconds);  // read again after this time at the latest
         }
     }
     return left;

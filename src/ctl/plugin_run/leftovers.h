@@ -1,4 +1,5 @@
-// What a plugin leaves running: all processes that descend from it, which this process has adopted.
+// Kills the processes that a plugin leaves running: its descendants, which this process has
+// adopted.
 #pragma once
 
 #include "ctl/plugin_run/process.h"
@@ -7,8 +8,8 @@
 
 namespace Ctl {
 
-// Ends all descendants of this process: SIGTERM, a second later SIGKILL. Gives those that there
-// were, by their numbers; what starts new ones without end is given up after three seconds.
+// Sends SIGTERM to all descendants of this process, and SIGKILL a second later. Returns those
+// found, by pid. Gives up after three seconds if they keep forking.
 std::vector<LeftProcess> EndDescendants();
 
 }  // namespace Ctl

@@ -24,7 +24,7 @@ namespace {
 
 constexpr int kStored = 200;
 
-// The name of the report that is stored in that file; empty when it is none, or arrives just now.
+// The name of the report in a stored file; empty if the file is not a complete stored report.
 std::string NameOfStored(const std::string& fileName) {
     return fileName.starts_with('.')
                ? ""
@@ -36,7 +36,7 @@ bool IsOfPlugin(std::string_view report, std::string_view plugin) {
            (report.size() == plugin.size() || report[plugin.size()] == '.');
 }
 
-// Why what was sent is not stored, and what to send instead.
+// Why a request was not stored, and what to send instead.
 std::string ExplainAnswer(const Post& post) {
     switch (post.answer) {
         case 0:
@@ -60,7 +60,7 @@ std::string ExplainAnswer(const Post& post) {
 }
 
 void ReadState(PostJudgement& judgement) {
-    (void)SilentLogger();  // what is wrong with the document is among the problems
+    (void)SilentLogger();  // the faults of the document are among the problems
     Sentrel::Report report;
     try {
         Sentrel::ReportFromJson(Sentrel::ParseReportText(judgement.post.document), report);
@@ -83,7 +83,7 @@ std::map<std::string, StoredReports::Version> StoredReports::List(const std::str
     std::map<std::string, Version> versions;
     for (const auto& entry : std::filesystem::directory_iterator(directory)) {
         struct stat status{};
-        std::error_code error;  // it may be gone by now
+        std::error_code error;  // it may have been removed
         const Time modified = entry.last_write_time(error);
         if (!error && ::lstat(entry.path().c_str(), &status) == 0 && S_ISREG(status.st_mode)) {
             versions.emplace(entry.path().filename(), Version(modified, status.st_ino));
@@ -110,7 +110,7 @@ std::vector<Post> StoredReports::FindNew() const {
                                                          Sentrel::kMaxReportSize, fileName),
                              .answer = kStored});
         } catch (const Failure&) {
-            continue;  // the ring has come round to it
+            continue;  // the ring has replaced it
         }
     }
     return posts;

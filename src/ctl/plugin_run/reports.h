@@ -1,4 +1,4 @@
-// What a run has reported: where it is found when a daemon has stored it, and whether it is good.
+// Finds the reports of a run among those that the daemon has stored, and checks them.
 #pragma once
 
 #include "ctl/plugin_run/intake.h"
@@ -15,16 +15,15 @@
 
 namespace Ctl {
 
-// The stored reports of a report directory, so that those which a run adds can be told from the
-// others.
+// The stored reports of a report directory before a run, to distinguish those that the run adds.
 class StoredReports {
   public:
-    // Notes what is there now. `directory` ends in "/". Throws std::system_error when it cannot be
+    // Records the present files. `directory` ends in "/". Throws std::system_error if it cannot be
     // listed.
     explicit StoredReports(std::string directory);
 
-    // What has been stored since, in the order of its arrival; of each name at most the three
-    // newest. Others than the run may have posted it. Throws std::system_error.
+    // The reports stored since, in the order of arrival; at most the three newest of each name.
+    // Other clients may have posted them. Throws std::system_error.
     std::vector<Post> FindNew() const;
 
   private:
@@ -38,13 +37,13 @@ class StoredReports {
 
 struct PostJudgement {
     Post post;
-    bool isOfPlugin = false;            // it is called like the plugin, or like it and "." and more
-    std::vector<std::string> problems;  // of the document; and why it was not taken in
-    std::string state;                  // "OK", ...; empty when it does not say
+    bool isOfPlugin = false;  // its name is the plugin's, or the plugin's, "." and a suffix
+    std::vector<std::string> problems;  // of the document; and why it was refused
+    std::string state;                  // "OK", ...; empty if the report has none
     std::string reason;
     std::vector<Metric> metrics;
 
-    // Taken in, without fault, and under a name by which the plugin's reports are found.
+    // Accepted, valid, and under a name that belongs to the plugin.
     bool IsGood() const { return isOfPlugin && problems.empty(); }
 };
 

@@ -1,4 +1,4 @@
-// How a run is told to people.
+// Writes a run for people.
 #include "ctl/plugin_run/result.h"
 #include "ctl/show/durations.h"
 #include "ctl/show/printable.h"
@@ -62,7 +62,8 @@ void WriteIndented(std::string_view text, std::ostream& output) {
     while (!text.empty()) {
         const std::size_t end = std::min(text.find('\n'), text.size());
         std::string line(text.substr(0, end));
-        std::replace(line.begin(), line.end(), '\t', ' ');  // which is not printable otherwise
+        std::replace(line.begin(), line.end(), '\t',
+                     ' ');  // a tab would be replaced as unprintable
         output << kIndent << PrintableText(line) << '\n';
         text.remove_prefix(std::min(end + 1, text.size()));
     }

@@ -1,4 +1,4 @@
-// What is to be said of a run.
+// Judges a run: adds its findings.
 #include "ctl/plugin_run/confinement.h"
 #include "ctl/show/durations.h"
 #include "ctl/show/words.h"
