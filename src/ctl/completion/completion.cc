@@ -10,7 +10,8 @@ namespace Ctl {
 
 namespace {
 
-// As the parser takes it up to there. "--help" lets nothing be missing.
+// Parses the words as far as they go. The added "--help" keeps the parser from reporting missing
+// operands.
 CommandLine ReadBeginning(std::span<const Command> commands, std::span<const char* const> words) {
     std::vector<const char*> beginning = {"--help"};
     beginning.insert(beginning.end(), words.begin(), words.end());
@@ -26,7 +27,7 @@ std::vector<Option> OptionsOf(const Command* command) {
     return options;
 }
 
-// The option of that name, when it takes a value.
+// The option with that name, if it takes a value.
 std::optional<Option> FindValued(const Command* command, std::string_view name) {
     for (const Option& option : OptionsOf(command)) {
         if (option.name == name && !option.value.empty()) {
@@ -45,7 +46,7 @@ void CompleteValue(const Option& option, Completion& completion) {
 
 void CompleteOption(const CommandLine& line, Completion& completion) {
     for (const Option& option : OptionsOf(line.command)) {
-        // "--help" was put there to read the beginning
+        // ReadBeginning has added "--help"
         if (option.name == "--help" || !line.arguments.options.Has(option.name)) {
             completion.candidates.push_back(
                 {std::string(option.name), std::string(option.summary)});
@@ -53,7 +54,7 @@ void CompleteOption(const CommandLine& line, Completion& completion) {
     }
 }
 
-// The next word of the commands' names; a family's once, with the words that follow it.
+// Adds the next word of the commands' names; a family's once, with the words that follow it.
 void CompleteCommand(std::span<const Command> commands, const std::string& family,
                      Completion& completion) {
     for (const Command& command : commands) {
@@ -99,7 +100,7 @@ Completion Find(std::span<const Command> commands, std::span<const char* const> 
     completion.typed = last;
     if (!before.empty() && !onlyOperands && !last.starts_with("--") &&
         std::string_view(before.back()).starts_with("--")) {
-        // nothing else can stand behind an option that takes a value
+        // only a value can follow an option that takes one
         const CommandLine line = ReadBeginning(commands, before.first(before.size() - 1));
         if (const std::optional<Option> option = FindValued(line.command, before.back())) {
             completion.options = line.arguments.options;

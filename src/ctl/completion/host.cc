@@ -1,5 +1,5 @@
-// WriteCandidates: what the host knows of names. A person waits with a half-typed word, so reports
-// are not read, and a daemon that is busy is not waited for.
+// WriteCandidates: the names of the host. A person is waiting, so this neither reads reports nor
+// waits for a busy daemon.
 #include "ctl/host/host.h"
 #include "ctl/api/client.h"
 #include "ctl/completion/completion.h"
@@ -30,11 +30,11 @@ namespace {
 using Candidates = std::vector<Candidate>;
 
 bool Fits(const std::string& word, const std::string& typed) {
-    return word.starts_with(':') ||  // the shell's to judge
+    return word.starts_with(':') ||  // the shell completes it
            Sentrel::IsSameReportName(std::string_view(word).substr(0, typed.size()), typed);
 }
 
-constexpr std::chrono::milliseconds kPatience{300};  // with the API
+constexpr std::chrono::milliseconds kPatience{300};  // the longest wait for the API
 
 std::string AgeOfReport(const std::string& time) {
     return AgeText(AgeOf(time, std::chrono::system_clock::now())) + " old";
@@ -139,10 +139,10 @@ void WriteCandidates(const Completion& completion, std::ostream& output) {
         const Candidates more = CandidatesOfHost(completion);
         candidates.insert(candidates.end(), more.begin(), more.end());
     } catch (const std::exception&) {
-        // nobody asked for a reason
+        // completion shows no errors
     }
     for (const Candidate& candidate : candidates) {
-        // a name that does not survive a terminal would not survive the shell either
+        // skips names that a terminal or shell would not reproduce
         if (!Fits(candidate.word, completion.typed) ||
             PrintableText(candidate.word) != candidate.word) {
             continue;
