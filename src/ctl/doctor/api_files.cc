@@ -1,4 +1,4 @@
-// Of "doctor": the files that the API writes and reads beside the reports.
+// "doctor": the files that the API writes and reads, except the reports.
 #include "ctl/doctor/subjects.h"
 #include "ctl/host/input_file.h"
 #include "ctl/show/sizes.h"
@@ -21,7 +21,7 @@ namespace {
 constexpr std::size_t kMaxMetadataBytes = std::size_t{4} << 20;
 constexpr const char* kReinstall = "install the package anew: apt install --reinstall sentrel";
 
-// Of the audit log at `path`, such as "1.2 MiB" or "1.2 MiB and 3 older files of 192 MiB".
+// The size of the audit log at `path`, such as "1.2 MiB" or "1.2 MiB and 3 older files of 192 MiB".
 std::string AuditSizes(const std::string& path, const struct stat& newest) {
     std::uintmax_t olderSize = 0;
     std::size_t olderFiles = 0;
@@ -50,7 +50,7 @@ void CheckAuditLog(const Host& host, Findings& findings) {
     if (file && !fault) {
         fault = FindAccessFault(path, host.user, W_OK);
     }
-    // what is missing the daemon makes, where it may
+    // the daemon creates a missing file, if it may
     if (fault && (StatOf(folder) || host.user.user != 0)) {
         findings.push_back(
             {Severity::Error, subject, fault->text + ": no call of the API is recorded",
@@ -69,7 +69,7 @@ void CheckAuditLog(const Host& host, Findings& findings) {
                             path + " (" + OwnerAndMode(*file) + ") is open to everybody",
                             "chmod o= " + path});
     }
-    // the daemon tries again at each further 64 MiB
+    // the daemon retries at every further 64 MiB
     if (file && file->st_size >= 2 * Audit::kMaxFileBytes) {
         findings.push_back(
             {Severity::Warning, subject,

@@ -25,7 +25,7 @@ constexpr std::array<Option, 2> kOptions = {
       Completes::Directory}}};
 
 struct Subject {
-    const char* name;  // of what is said when it cannot be looked at
+    const char* name;  // the subject's name, for the finding that it cannot be inspected
     void (*check)(const Host& host, Findings& findings);
 };
 

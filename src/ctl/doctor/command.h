@@ -1,4 +1,4 @@
-// The sub-command "doctor": everything at one look, and what to do about each finding.
+// The sub-command "doctor", which inspects the host and says how to fix each problem.
 #pragma once
 
 #include "ctl/command/command.h"
@@ -10,7 +10,7 @@
 
 namespace Ctl {
 
-// What "doctor" finds on `host`, which LookAtDaemon has filled.
+// The findings about `host`, which LookAtDaemon has filled.
 std::vector<Finding> Inspect(const Host& host);
 
 std::span<const Command> DoctorCommands();

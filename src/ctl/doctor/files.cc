@@ -14,7 +14,7 @@ namespace Ctl {
 
 namespace {
 
-// The bits of the mode that count for that user, as R_OK, W_OK and X_OK; root may do all.
+// The permissions that the mode grants that user, as R_OK, W_OK and X_OK; root has all.
 int WaysOf(const struct stat& status, const RunUser& user) {
     constexpr mode_t kAnyExecute = S_IXUSR | S_IXGRP | S_IXOTH;
     if (user.user == 0) {
@@ -49,7 +49,7 @@ std::optional<struct stat> StatOf(const std::string& path) {
 std::optional<AccessFault> FindAccessFault(const std::string& path, const RunUser& user, int ways) {
     std::filesystem::path target = std::filesystem::path(path);
     if (!target.has_filename()) {
-        target = target.parent_path();  // without the slash at its end
+        target = target.parent_path();  // removes the trailing slash
     }
     std::filesystem::path reached;
     for (const std::filesystem::path& part : target) {

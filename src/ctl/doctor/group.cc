@@ -1,4 +1,4 @@
-// Of "doctor": the plugins' resource group.
+// "doctor": the plugins' resource group.
 #include "ctl/doctor/subjects.h"
 #include "ctl/group/location.h"
 #include "ctl/group/survivors.h"
@@ -67,7 +67,7 @@ void CheckLimits(const Kernel::GroupState& state, std::uint64_t configuredKB, Fi
     }
 }
 
-// A daemon that has been started as a delegated unit makes its own.
+// A daemon in a delegated unit creates its own group.
 Finding ExplainMissing(const Host& host, const GroupLocation& location) {
     const std::string directory = location.root.directory + "/" + Sentrel::kPluginGroupPath;
     if (host.daemon || location.root.kind == Kind::Named) {

@@ -37,7 +37,7 @@ RunUser UserOfDaemon(const std::optional<DaemonProcess>& daemon) {
     return entry == nullptr ? RunUser{} : RunUser{entry->pw_uid, entry->pw_gid, {}};
 }
 
-// The last value of -r on the command line of a process; nothing when it has none.
+// The last value of -r on a process's command line; nothing without one.
 std::optional<std::string> OptionR(pid_t process) {
     std::istringstream arguments(
         Sys::ReadProcFile("/proc/" + std::to_string(process) + "/cmdline"));

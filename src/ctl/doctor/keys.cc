@@ -1,4 +1,4 @@
-// Of "doctor": the key that signs tokens, and the set of keys that the daemon trusts.
+// "doctor": the key that signs tokens, and the keys that the daemon trusts.
 #include "ctl/api/signing.h"
 #include "ctl/doctor/subjects.h"
 #include "ctl/host/daemon_settings.h"
@@ -21,7 +21,7 @@ namespace {
 
 constexpr const char* kInit = "sentrelctl token init";
 
-// Whether the text, a JWK Set, gives away a private half (RFC 7518, sections 6.2.2 and 6.3.2) or a
+// Whether the text, a JWK Set, contains a private key (RFC 7518, sections 6.2.2 and 6.3.2) or a
 // shared secret (6.4.1).
 bool HoldsSecrets(const std::string& text) {
     const nlohmann::json set = nlohmann::json::parse(text, nullptr, false);
@@ -32,7 +32,7 @@ bool HoldsSecrets(const std::string& text) {
            });
 }
 
-// Whether the daemon would believe a token that is signed here; else why not.
+// Why the daemon would refuse a token signed here; empty if it would accept one.
 std::string TrialProblem(const Token::TrustSettings& settings) {
     const auto now = std::chrono::system_clock::now();
     const std::string token = IssueToken("doctor", {}, std::chrono::minutes(1));
@@ -72,7 +72,8 @@ void CheckSigningKey(const Host& /*host*/, Findings& findings) {
     if (!CanSign()) {
         throw CannotLook(path + " may not be read");
     }
-    (void)Token::SigningKey::Load(std::string(kSigningKeyPath));  // throws with what to do
+    (void)Token::SigningKey::Load(
+        std::string(kSigningKeyPath));  // throws, with what to do, if the key cannot be used
     if (findings.size() == before) {
         findings.push_back(
             {Severity::Good, subject, path + " (" + OwnerAndMode(*status) + ")", ""});

@@ -1,4 +1,4 @@
-// Of "doctor": settings and plugins, which have commands of their own that look closer.
+// "doctor": settings and plugins, which "config check" and "plugin check" inspect in detail.
 #include "ctl/doctor/subjects.h"
 #include "ctl/host/plugin_survey.h"
 #include "ctl/plugins/findings.h"
@@ -24,18 +24,18 @@ std::string CountsOf(const PluginSurvey& survey) {
 
 void CheckSettings(const Host& /*host*/, Findings& findings) {
     Findings found = CheckConfiguration();
-    // what it says of plugins, CheckPlugins says too
+    // CheckPlugins reports those about plugins
     std::erase_if(found, [](const Finding& one) { return one.subject.starts_with("plugin "); });
     std::move(found.begin(), found.end(), std::back_inserter(findings));
 }
 
 void CheckAllPlugins(const Host& host, Findings& findings) {
     if (!host.settingsProblem.empty()) {
-        return;  // said of the settings
+        return;  // CheckSettings reports it
     }
     const PluginSurvey survey = SurveyPlugins();
     PluginReports reports = ReadPluginReports(host, survey);
-    reports.problem = "";  // said of the report directory
+    reports.problem = "";  // CheckReportDirectory reports it
     Findings found = CheckPlugins(survey, host, reports);
     std::erase_if(found, [](const Finding& one) { return one.severity == Severity::Good; });
     const bool isAllWell = std::none_of(found.begin(), found.end(), [](const Finding& one) {

@@ -1,4 +1,4 @@
-// Of "doctor": the two ports, who can reach them, and whether the API answers.
+// "doctor": the two ports, where they are reachable from, and whether the API answers.
 #include "core/settings/settings.h"
 #include "ctl/api/client.h"
 #include "ctl/doctor/subjects.h"
@@ -28,7 +28,8 @@ std::string AddressesOf(const std::vector<ListeningSocket>& sockets) {
     return Abridged(addresses);
 }
 
-// `mayDo`: what those can do who reach it. False when others than programs of this host do.
+// Checks that only programs of this host can reach the port; false if others can. `mayDo`: what a
+// program that reaches it can do.
 bool CheckReach(const std::string& subject, std::uint16_t port, const std::string& mayDo,
                 const std::vector<ListeningSocket>& sockets, Findings& findings) {
     bool isLocal = true;
@@ -50,7 +51,7 @@ bool CheckReach(const std::string& subject, std::uint16_t port, const std::strin
     return isLocal;
 }
 
-// Why the API gives no answer; empty when it does.
+// Why the API does not answer; empty if it does.
 std::string AskApi() {
     try {
         (void)ApiClient(std::string(kDefaultApiUrl), "", kPatience)
@@ -68,7 +69,7 @@ std::string AskApi() {
 void CheckIntakePort(const Host& host, Findings& findings) {
     const std::string subject = "intake port";
     if (host.intakePort <= 0 || host.intakePort > 65535) {
-        return;  // of which the settings say more
+        return;  // CheckSettings reports more
     }
     const auto port = static_cast<std::uint16_t>(host.intakePort);
     const std::vector<ListeningSocket> sockets = FindListeningSockets(port);

@@ -1,4 +1,4 @@
-// Of "doctor": the report directory, its room, and what lies in it.
+// "doctor": the report directory, its free space, and its contents.
 #include "ctl/doctor/subjects.h"
 #include "ctl/show/sizes.h"
 #include "ctl/show/words.h"
@@ -23,14 +23,14 @@ namespace {
 namespace Files = std::filesystem;
 
 constexpr const char* kSubject = "report directory";
-// A name needs a link, its files, and one that arrives.
+// A name needs a link, its files, and one for an arriving report.
 constexpr std::uintmax_t kInodesOfName = Sentrel::kFilesPerName + 2;
 constexpr std::uintmax_t kBytesOfName =
     std::uintmax_t{Sentrel::kFilesPerName} * Sentrel::kMaxReportSize;
 
 struct Content {
-    std::set<std::string> names;      // of links
-    std::vector<std::string> broken;  // links to nothing
+    std::set<std::string> names;      // the names of links
+    std::vector<std::string> broken;  // dangling links
     std::vector<std::string> foreign;
     std::size_t storedFiles = 0;
     std::uintmax_t storedBytes = 0;
@@ -42,7 +42,7 @@ Content ReadContent(const std::string& directory) {
     for (Files::directory_iterator entry(directory, error), end; !error && entry != end;
          entry.increment(error)) {
         const std::string file = entry->path().filename();
-        std::error_code failure;  // it has gone meanwhile
+        std::error_code failure;  // the file was removed meanwhile
         const std::optional<std::string_view> name = Sentrel::NameOfLink(file);
         if (name && entry->is_symlink(failure)) {
             content.names.emplace(*name);

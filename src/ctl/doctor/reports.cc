@@ -1,4 +1,4 @@
-// Of "doctor": what the newest reports say, and when they say that they were made.
+// "doctor": the states and the times of the newest reports.
 #include "ctl/doctor/subjects.h"
 #include "ctl/host/daemon_settings.h"
 #include "ctl/host/plugin_survey.h"
@@ -18,8 +18,8 @@ namespace Ctl {
 
 namespace {
 
-// Throws CannotLook when this user may not read it. False when there is none, which is said of the
-// directory.
+// Throws CannotLook if this user may not read it. False if it is missing, which another check
+// reports.
 bool HasReadableDirectory(const Host& host) {
     if (::access(host.reportDirectory.c_str(), R_OK | X_OK) == 0) {
         return true;
@@ -34,7 +34,7 @@ bool HasReadableDirectory(const Host& host) {
 struct StateRow {
     ReportState state;
     Severity severity;
-    const char* text;  // follows the number of reports
+    const char* text;  // follows the count of reports
     const char* remedy;
 };
 constexpr StateRow kStateRows[] = {
@@ -50,7 +50,7 @@ constexpr StateRow kStateRows[] = {
      "wait for its first launch: sentrelctl plugin plan"},
 };
 
-// Whether the text ends in "Z" or in "+hh:mm".
+// Whether the time ends in "Z" or "+hh:mm".
 bool HasZone(const std::string& time) {
     const std::size_t size = time.size();
     return size > 6 &&

@@ -1,5 +1,5 @@
-// Of "doctor": what keeps plugins from the daemon's files and processes, and what this kernel
-// leaves open.
+// "doctor": the sandbox that protects the daemon's files and processes from plugins, and its gaps
+// on this kernel.
 #include "platform/kernel/spawn/sandbox.h"
 
 #include "ctl/doctor/subjects.h"

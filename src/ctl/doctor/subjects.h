@@ -1,5 +1,6 @@
-// The subjects of "doctor", each of which adds what it finds, one Good finding when all is well.
-// They throw CannotLook, or a std::exception whose text says what to do, where they could not look.
+// The subjects of "doctor". Each adds its findings, one Good finding if there is no problem, and
+// throws CannotLook, or a std::exception whose text says what to do, if it cannot inspect
+// something.
 #pragma once
 
 #include "ctl/doctor/host.h"
@@ -10,7 +11,7 @@ void CheckDaemon(const Host& host, Findings& findings);
 void CheckIntakePort(const Host& host, Findings& findings);
 void CheckApiPort(const Host& host, Findings& findings);
 void CheckSettings(const Host& host, Findings& findings);
-// Whether what the daemon read at its start has changed since.
+// Checks whether the files that the daemon read when it started have changed since.
 void CheckFreshness(const Host& host, Findings& findings);
 void CheckAllPlugins(const Host& host, Findings& findings);
 void CheckReportDirectory(const Host& host, Findings& findings);
@@ -21,7 +22,7 @@ void CheckTrustSet(const Host& host, Findings& findings);
 void CheckAuditLog(const Host& host, Findings& findings);
 void CheckMetadataFile(const Host& host, Findings& findings);
 void CheckGroup(const Host& host, Findings& findings);
-// What confines plugins, and what this kernel leaves open.
+// Checks the sandbox of plugins, and its gaps on this kernel.
 void CheckSandbox(const Host& host, Findings& findings);
 
 }  // namespace Ctl
