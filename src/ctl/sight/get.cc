@@ -26,7 +26,7 @@ constexpr std::array<Option, 5> kGetOptions = {
     {kJsonOption, kOfflineOption, kReportsOption, kApiOption, kTokenFileOption}};
 constexpr std::array<Option, 2> kHistoryOptions = {{kJsonOption, kReportsOption}};
 
-// The one report of that name, which can be shown.
+// The report with that name; throws if there is none that can be shown.
 const ViewedReport& RequireReport(const std::string& name, const HostView& view, const Host& host) {
     for (const ViewedReport& report : view.reports) {
         if (!Sentrel::IsSameReportName(report.judged.report.name, name)) {

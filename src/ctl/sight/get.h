@@ -1,4 +1,5 @@
-// The sub-commands "get" and "history": one report in full, and the stored ones of a name.
+// The sub-commands "get" and "history", which show a report in full and the stored reports of a
+// name.
 #pragma once
 
 #include "ctl/command/command.h"

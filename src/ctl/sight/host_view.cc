@@ -17,7 +17,7 @@ namespace Ctl {
 
 namespace {
 
-// Of each enabled plugin for which it is known, by its name.
+// The known next launches of the enabled plugins, by name.
 std::map<std::string, NextLaunch> NextLaunches(const Host& host, const PluginSurvey& survey) {
     const PluginReports reports =
         host.state ? PluginReports() : ReadPluginReports(host, survey);  // for estimates alone
@@ -63,7 +63,7 @@ HostView ViewJudged(const Host& host, std::vector<JudgedReport> reports,
     try {
         AddLaunches(host, survey, view);
     } catch (const std::exception&) {
-        // the reports are told without the launches, of which "plugin plan" says what is wrong
+        // reports are shown without launches; "plugin plan" explains the fault
     }
     view.now = std::chrono::system_clock::now();
     return view;
@@ -112,7 +112,7 @@ void AddStoredReports(const Host& host, HostView& view) {
             report.stored = std::move(histories[report.judged.report.name]);
         }
     } catch (const std::exception&) {
-        // the page then shows the newest report of each name alone
+        // the page then shows only the newest report of each name
     }
 }
 

@@ -42,7 +42,7 @@ constexpr std::array<Option, 10> kOptions = {{
     kTokenFileOption,
 }};
 
-// The words of a comma-separated list, each one of `known`.
+// The words of a comma-separated list; throws if one is not in `known`.
 std::vector<std::string> WordsOf(const std::string& option, std::string_view list,
                                  std::span<const char* const> known) {
     std::vector<std::string> words;
@@ -70,7 +70,7 @@ void Sort(const std::string& key, std::vector<ViewedReport>& reports) {
             return age(one) < age(other);
         }
         return key == "name" && one.judged.report.name < other.judged.report.name;
-    });  // by state they are
+    });  // they are sorted by state already
 }
 
 Table::Cell CellOf(const std::string& column, const ViewedReport& report, const HostView& view) {
@@ -112,7 +112,7 @@ void WriteTable(const HostView& view, const std::vector<std::string>& columns, b
     output << '\n' << SummaryText(view.reports) << '\n';
 }
 
-// What to say of names that were asked for and are not there.
+// The failure about requested names that do not exist.
 Failure FailureOf(const std::vector<std::string>& wanted, const std::vector<std::string>& missing,
                   const Host& host) {
     std::vector<std::string> known;

@@ -1,4 +1,4 @@
-// The sub-command "list": the newest report of each name as a table, the worst first.
+// The sub-command "list", which shows the newest report of each name as a table, the worst first.
 #pragma once
 
 #include "ctl/command/command.h"

@@ -10,7 +10,7 @@ namespace Ctl {
 
 namespace {
 
-constexpr double kMaxWhole = 1e15;  // beyond it a double no longer holds every whole number
+constexpr double kMaxWhole = 1e15;  // a double holds every smaller whole number
 constexpr double kFourDigits = 1000;
 constexpr double kWholePercent = 100;
 

@@ -1,4 +1,4 @@
-// How a metric compares with its limits, and how a bar shows it.
+// Compares a metric with its limits, and draws it as a bar.
 #pragma once
 
 #include "ctl/reports/metrics.h"
@@ -10,8 +10,8 @@
 
 namespace Ctl {
 
-// Positions are fractions of the bar, 0 to 1. The bar spans 0 to the larger of value and limits, to
-// 100 for percentages.
+// Positions are fractions of the bar, 0 to 1. The bar spans 0 to the largest of value and limits,
+// and to 100 for percentages.
 struct MetricView {
     std::string value;   // "61.4 %"
     std::string limits;  // "warning 80, critical 90", "critical below 2"; empty without limits
@@ -21,11 +21,11 @@ struct MetricView {
     std::optional<double> criticalAt;
 };
 
-// Low values are bad when the critical limit is below the warning, and when a single limit is
-// reached in a report whose `state` is better than that limit says.
+// Low values are bad if the critical limit is below the warning, or if a single limit is reached
+// although the report's `state` is better than that limit.
 MetricView ViewOf(const Metric& metric, ReportState state);
 
-// `number` with at most four significant digits, but never without its whole part.
+// `number` with at most four significant digits, but always with its whole part.
 std::string ShortNumber(double number);
 
 // The bar in `width` columns, filled to an eighth of a column, with marks at the limits.

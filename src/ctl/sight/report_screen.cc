@@ -76,7 +76,7 @@ std::string ScalarText(const OrderedJson& value) {
 
 bool IsNested(const OrderedJson& value) { return value.is_structured() && !value.empty(); }
 
-// One member a line, those of an object below its name, further in.
+// Writes one member per line, members of an object indented below its name.
 void WriteMembers(const OrderedJson& object, std::size_t indent, std::ostream& output) {
     std::size_t width = 0;
     for (const auto& [name, value] : object.items()) {

@@ -1,4 +1,4 @@
-// One report as a person reads it.
+// Writes a report for people.
 #pragma once
 
 #include "ctl/sight/host_view.h"
@@ -9,12 +9,12 @@
 
 namespace Ctl {
 
-// Its state and reason, its age and when the next is due, its metrics as bars against their limits,
-// and what else it holds, indented.
+// Writes state, reason, age and next launch, metrics as bars against their limits, and the
+// remaining members, indented.
 void WriteReport(const ViewedReport& report, std::chrono::system_clock::time_point now,
                  std::ostream& output);
 
-// Which metrics differ between the stored reports, newest first; nothing when none does.
+// Writes the metrics that differ between the stored reports, newest first; nothing if none does.
 void WriteChanges(const std::vector<HistoricReport>& history, std::ostream& output);
 
 }  // namespace Ctl

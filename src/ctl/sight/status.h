@@ -1,4 +1,4 @@
-// The sub-command "status": the host at a glance, in eight lines at most.
+// The sub-command "status", which shows the host in at most eight lines.
 #pragma once
 
 #include "ctl/command/command.h"
