@@ -46,7 +46,7 @@ std::string PolicyHash(std::string_view inlineText) {
     std::array<unsigned char, EVP_MAX_MD_SIZE> digest{};
     unsigned int length = 0;
     (void)EVP_Digest(inlineText.data(), inlineText.size(), digest.data(), &length, EVP_sha256(),
-                     nullptr);  // a wrong hash only keeps the style or script from being used
+                     nullptr);  // with a wrong hash the browser only ignores the style or script
     std::array<unsigned char, 2 * EVP_MAX_MD_SIZE> encoded{};
     (void)EVP_EncodeBlock(encoded.data(), digest.data(), static_cast<int>(length));
     return std::string("sha256-") + reinterpret_cast<const char*>(encoded.data());

@@ -1,4 +1,4 @@
-// Text in an HTML document.
+// Escapes text for an HTML document.
 #pragma once
 
 #include <string>
@@ -6,12 +6,12 @@
 
 namespace Ctl {
 
-// `text` as character data, or as the value of an attribute in double quotes. What could change the
-// direction of other text or is not a character is replaced, and beyond 16 KiB the text is cut.
+// `text` as character data, or as an attribute's value in double quotes. Replaces characters that
+// could change the direction of other text, and invalid ones; cuts the text after 16 KiB.
 std::string Html(std::string_view text);
 
-// "sha256-...": what names an inline style or script in a Content-Security-Policy (CSP Level 3,
-// section 2.3.1).
+// "sha256-...": the hash that allows an inline style or script in a Content-Security-Policy (CSP
+// Level 3, section 2.3.1).
 std::string PolicyHash(std::string_view inlineText);
 
 }  // namespace Ctl

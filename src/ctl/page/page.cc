@@ -52,7 +52,7 @@ bool IsProblem(const ViewedReport& report) {
     return report.judged.state != ReportState::Ok && report.judged.state != ReportState::None;
 }
 
-// Every launch within an hour of `view.now`, the next first.
+// All launches within an hour of `view.now`, the next first.
 std::vector<ViewedLaunch> HourOfLaunches(const HostView& view) {
     std::vector<ViewedLaunch> launches;
     for (ViewedLaunch launch : view.launches) {

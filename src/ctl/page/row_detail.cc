@@ -52,7 +52,7 @@ std::string MetricsHtml(const ViewedReport& report) {
                               rows + "</tbody></table></div>";
 }
 
-// A line of the comparison, by its heading: one text a stored report, newest first.
+// Lines of the comparison by heading: one text per stored report, newest first.
 using Comparison = std::map<std::string, std::vector<std::string>>;
 
 Comparison CompareMetrics(const std::vector<HistoricReport>& stored) {
@@ -67,7 +67,7 @@ Comparison CompareMetrics(const std::vector<HistoricReport>& stored) {
     return lines;
 }
 
-// A value that differs from that of the report before it is marked.
+// Marks values that differ from those of the report before.
 std::string LineHtml(const std::string& heading, const std::vector<std::string>& texts) {
     std::string html = "<tr><th scope=\"row\">" + Html(heading) + "</th>";
     for (std::size_t index = 0; index < texts.size(); ++index) {

@@ -1,4 +1,4 @@
-// What an opened row of the page shows of a report.
+// The details of a report in an opened row of the page.
 #pragma once
 
 #include "ctl/sight/host_view.h"
@@ -7,8 +7,8 @@
 
 namespace Ctl {
 
-// Its metrics with bars, its stored reports side by side with what changed, and the rest of what it
-// holds.
+// The report's metrics with bars, its stored reports side by side with their changes, and its
+// remaining members.
 std::string RowDetailHtml(const ViewedReport& report);
 
 }  // namespace Ctl
