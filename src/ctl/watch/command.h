@@ -1,4 +1,4 @@
-// The sub-command "watch".
+// The sub-command "watch", which shows changes of reports as they happen.
 #pragma once
 
 #include "ctl/command/command.h"

@@ -12,7 +12,7 @@ namespace Ctl {
 
 namespace {
 
-// A stored file is complete before its link is created, so the links alone are looked at.
+// A stored file is complete before its link is created, so only events of links matter.
 constexpr std::uint32_t kWatched = IN_CREATE | IN_MOVED_TO | IN_MOVED_FROM | IN_DELETE |
                                    IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR;
 constexpr std::uint32_t kLost = IN_Q_OVERFLOW | IN_IGNORED | IN_DELETE_SELF | IN_MOVE_SELF;

@@ -1,4 +1,4 @@
-// Which report names have changed in a report directory, as inotify(7) tells it.
+// Finds the report names that have changed in a report directory, by inotify(7).
 #pragma once
 
 #include "platform/sys/owned_fd.h"
@@ -10,15 +10,15 @@ namespace Ctl {
 
 class DirectoryEvents {
   public:
-    // Begins to watch; throws nothing: IsWatching tells whether that was possible.
+    // Starts watching. Does not throw; IsWatching says whether it succeeded.
     explicit DirectoryEvents(std::string directory);
 
     bool IsWatching() const { return isWatching; }
-    // Readable when there are events. -1 where the kernel has no inotify for this user.
+    // Readable when there are events. -1 if the kernel grants this user no inotify instance.
     int Descriptor() const { return events.Get(); }
 
-    // Takes the events that are there and adds the names of the links that were created, renamed or
-    // removed. False when events were lost or the directory itself went away, so that every name
+    // Reads the pending events and adds the names of the links that were created, renamed or
+    // removed. False if events were lost or the directory itself was removed, so that every name
     // may have changed; Restart then watches it again.
     bool AddChangedNames(std::set<std::string>& names);
     void Restart();

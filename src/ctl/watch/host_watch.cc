@@ -26,7 +26,7 @@ using std::chrono::steady_clock;
 
 constexpr std::chrono::seconds kRound{10};
 constexpr std::chrono::seconds kRoundWithoutDaemon{2};
-// A post renames, unlinks and links: what follows within this time is read once.
+// A post renames, unlinks and links: changes within this time are read once.
 constexpr std::chrono::milliseconds kSettling{100};
 
 void WaitOn(int readiness, int descriptor) {
@@ -101,7 +101,7 @@ HostWatch::HostWatch(Host host, std::vector<std::string> names)
 HostChanges HostWatch::Look() {
     std::uint64_t expirations = 0;
     [[maybe_unused]] const ssize_t ignored =
-        ::read(alarm.Get(), &expirations, sizeof expirations);  // only makes it wait again
+        ::read(alarm.Get(), &expirations, sizeof expirations);  // reading rearms it
     const TimePoint now = steady_clock::now();
     const bool hasEnded = daemon.IsOpen() && daemon.HasEnded();
     const bool isRound = now >= nextRound || hasEnded;
@@ -125,7 +125,7 @@ HostChanges HostWatch::Look() {
             }
             ReadChanged();
             changes = Renew();
-            runs = runs || !directory;  // its API answers
+            runs = runs || !directory;  // the API of the daemon answers
         } catch (const std::exception& exception) {
             view.problem = exception.what();
             runs = runs && directory.has_value();
@@ -137,7 +137,7 @@ HostChanges HostWatch::Look() {
     return changes;
 }
 
-// The daemon, what it tells of itself, and the plugins, which it knows since its start.
+// Reads the daemon, its state, and the plugins that it has known since its start.
 void HostWatch::LookAtHost() {
     Host looked = given;
     looked.now = std::chrono::system_clock::now();
@@ -156,7 +156,7 @@ bool HostWatch::FindDaemon() {
         daemon = {};
         const auto port =
             static_cast<std::uint16_t>(host.intakePort > 0 ? host.intakePort : Sentrel::kApiPort);
-        // it may be there and not visible to this user
+        // it may run, but be invisible to this user
         return !host.portHolder && !FindListeningSockets(port).empty();
     }
     if (!daemon.IsOpen() || daemon.HasEnded()) {
@@ -226,7 +226,7 @@ void HostWatch::AskForChangedNames() {
     listed = std::move(now);
 }
 
-// Names that are not a report's: stored and temporary files end in ".json" like links do.
+// Forgets names that are not reports: stored and temporary files end in ".json", like links.
 void HostWatch::ForgetTransients() {
     std::erase_if(changedNames, [this](const std::string& name) {
         std::error_code error;

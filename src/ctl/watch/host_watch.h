@@ -1,6 +1,6 @@
-// Tells what changes on a host: its reports, and whether its daemon runs. Learns of it by inotify
-// where the report directory can be read and no other API is named, else by one brief call of the
-// API every ten seconds and a full one for the names that changed.
+// Watches a host for changes of its reports, and for the start and end of its daemon. Uses inotify
+// if the report directory can be read and no other API is named; otherwise a brief API call every
+// ten seconds, and a full one for the names that changed.
 #pragma once
 
 #include "ctl/host/plugin_survey.h"
@@ -23,25 +23,26 @@ struct ReportChange {
     std::optional<ReportState> before;  // unset: the report is new
     std::optional<ReportState> state;   // unset: it was removed
     std::string reason = {};
-    std::string time = {};  // of the report; of the change when it was removed
+    std::string time = {};  // the report's time, or that of its removal
 };
 
 struct HostChanges {
-    std::vector<ReportChange> reports;  // by name; those that were renewed in the same state too
-    bool isDaemon = false;              // the daemon came or went
+    std::vector<ReportChange> reports;  // by name; includes reports renewed in the same state
+    bool isDaemon = false;              // the daemon started or exited
 };
 
-// One thread. An idle one wakes its user every ten seconds, when reports may have become STALE.
+// Not thread-safe. When idle, it wakes its user every ten seconds, since reports may have become
+// STALE.
 class HostWatch {
   public:
-    // Looks for the first time. `names`: the reports to watch, case aside; all when empty. Throws
-    // what ReadReports throws.
+    // Reads the host for the first time. `names`: the reports to watch, ignoring case; all if
+    // empty. Throws what ReadReports throws.
     HostWatch(Host host, std::vector<std::string> names);
 
-    // For poll and the like: readable when it is time for Look.
+    // For poll(2): readable when Look should be called.
     int Descriptor() const { return readiness.Get(); }
-    // What has changed since the last look. Does not wait, but for the API. Reports that cannot be
-    // read at present stay as they were: then View().problem says why.
+    // The changes since the last call. Waits only for the API. Reports that cannot be read at
+    // present stay unchanged; View().problem then says why.
     HostChanges Look();
 
     const HostView& View() const { return view; }
@@ -55,7 +56,7 @@ class HostWatch {
     bool FindDaemon();
     void ReadAll();
     void ReadChanged();
-    // The names whose file time differs from that of the last listing.
+    // Adds to changedNames the names whose file time differs from that in the API's last listing.
     void AskForChangedNames();
     void ForgetTransients();
     HostChanges Renew();
@@ -65,14 +66,14 @@ class HostWatch {
     const std::vector<std::string> names;
     Host host;
     PluginSurvey plugins;
-    Sys::OwnedFd readiness;  // an epoll instance over what follows
+    Sys::OwnedFd readiness;  // an epoll instance over the following members
     Sys::OwnedFd alarm;
     Sys::PidFd daemon;
-    std::optional<DirectoryEvents> directory;  // none: the API is asked
+    std::optional<DirectoryEvents> directory;  // unset: the API is used
     std::map<std::string, StoredReport> stored;
-    std::map<std::string, std::string> listed;  // file times by name, of the API
+    std::map<std::string, std::string> listed;  // file times by name, from the API
     std::set<std::string> changedNames;
-    bool mayHaveLost = false;            // events: all is read again
+    bool mayHaveLost = false;            // events were lost: read everything again
     std::optional<TimePoint> settlesAt;  // while a change is in progress
     TimePoint nextRound;
     bool runs = false;

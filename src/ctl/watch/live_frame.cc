@@ -1,4 +1,4 @@
-// How the live screen draws its frames.
+// Draws the frames of the live screen.
 #include "ctl/show/durations.h"
 #include "ctl/show/times.h"
 #include "ctl/show/words.h"
@@ -20,7 +20,7 @@ constexpr int kGap = 2;
 constexpr int kMarkWidth = 2;
 constexpr int kAgeWidth = 11;    // "23 h 59 min"
 constexpr int kStateWidth = 7;   // "WARNING", "UNKNOWN", "INVALID"
-constexpr int kLeastTrend = 70;  // columns of a screen that has room for it
+constexpr int kLeastTrend = 70;  // the least width of a screen with trends
 constexpr int kFootLines = 2;
 constexpr int kHeadLines = 2;
 constexpr std::size_t kMaxLaunches = 4;
@@ -42,7 +42,7 @@ constexpr std::array<std::string_view, 12> kKeys = {
 
 using Line = std::vector<PaintedPart>;
 
-// The lines of a text in colours, those longer than `width` characters broken.
+// The lines of a coloured text, broken after `width` characters.
 std::vector<Line> LinesOf(const std::string& painted, std::size_t width) {
     std::vector<Line> lines(1);
     std::size_t used = 0;
@@ -99,7 +99,8 @@ void LiveList::DrawRows(TerminalScreen& screen) {
     });
     const int index = found == rows.end() ? 0 : static_cast<int>(found - rows.begin());
     int nameWidth = 4;
-    for (const ViewedReport& report : watch.View().reports) {  // those left out by the filter too
+    for (const ViewedReport& report :
+         watch.View().reports) {  // includes those that the filter hides
         nameWidth = std::max(nameWidth, static_cast<int>(report.judged.report.name.size()));
     }
     nameWidth = std::min(nameWidth, std::max(screen.Columns() / 4, 12));
@@ -170,7 +171,7 @@ void LiveList::DrawReport(TerminalScreen& screen) {
     }
 }
 
-// What there is to say of the daemon; empty while it runs as before.
+// The message about the daemon; empty while it runs as before.
 std::string LiveList::DaemonWord() const {
     const std::string& problem = watch.View().problem;
     const std::string since = daemonChange ? " since " + UtcTimeOfDay(*daemonChange) : "";

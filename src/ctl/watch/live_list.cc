@@ -61,7 +61,7 @@ std::vector<const ViewedReport*> LiveList::Rows() const {
         return order == Order::Age
                    ? age(one) < age(other)
                    : order == Order::Name && one->judged.report.name < other->judged.report.name;
-    });  // by state they are
+    });  // they are sorted by state already
     return rows;
 }
 
@@ -138,7 +138,7 @@ bool LiveList::PressCharacter(const std::string& character) {
     return character != "q";
 }
 
-// The selection, or the lines of a report.
+// Moves the selection, or scrolls the lines of a report.
 void LiveList::Move(int count) {
     if (shown != Shown::List) {
         top = std::max(top + count, 0);
@@ -157,7 +157,7 @@ void LiveList::Move(int count) {
     selected = rows[static_cast<std::size_t>(next)]->judged.report.name;
 }
 
-// The selected report, as it is now, with those stored before it.
+// Opens the selected report: its present state, and the reports stored before it.
 void LiveList::Open() {
     const std::vector<const ViewedReport*> rows = Rows();
     const auto found = std::find_if(rows.begin(), rows.end(), [this](const ViewedReport* report) {

@@ -1,5 +1,5 @@
-// What the live screen shows: the list of reports with what changed, one report in full, or the
-// keys. Knows no terminal but the frame that it draws.
+// The contents of the live screen: the list of reports with their changes, one report in full, or
+// the keys. Does not depend on the terminal, except on the frame that it draws.
 #pragma once
 
 #include "ctl/watch/host_watch.h"
@@ -19,9 +19,9 @@ class LiveList {
     explicit LiveList(const HostWatch& watch);
 
     void Take(const HostChanges& changes);
-    // False when the user leaves.
+    // False if the user quits.
     bool Press(const KeyPress& press);
-    // The whole frame, as it is at this moment.
+    // Draws the whole present frame.
     void Draw(TerminalScreen& screen);
 
   private:
@@ -30,7 +30,7 @@ class LiveList {
     enum class Order { State, Name, Age };
     struct Mark {
         ReportState before;
-        TimePoint end;  // of its display
+        TimePoint end;  // when its display ends
     };
 
     std::vector<const ViewedReport*> Rows() const;
@@ -49,14 +49,14 @@ class LiveList {
     const HostWatch& watch;
     const std::string hostName;
     Trends trends;
-    std::map<std::string, Mark> marks;  // by the report's name, of the changed ones
+    std::map<std::string, Mark> marks;  // marks of changed reports, by name
     Shown shown = Shown::List;
     Order order = Order::State;
     std::string filter;
-    bool isTyping = false;  // the filter
+    bool isTyping = false;  // the user is typing the filter
     std::string selected;   // a report's name
-    int top = 0;            // the first row, or line of the report, that is shown
-    int page = 1;           // rows of the last frame
+    int top = 0;            // the first visible row, or line of the report
+    int page = 1;           // the number of rows of the last frame
     std::optional<ViewedReport> opened;
     TimePoint now;
     std::optional<TimePoint> daemonChange;

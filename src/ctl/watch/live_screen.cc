@@ -1,4 +1,4 @@
-// One loop over the host, the keys, the signals and the next full second.
+// Runs one loop over the host, the keys, the signals and the next full second.
 #include "ctl/watch/live_screen.h"
 
 #include "ctl/show/failure.h"
@@ -19,8 +19,8 @@ namespace Ctl {
 
 namespace {
 
-// Blocks the signals that end or resize a screen and tells them by a descriptor; restores what was
-// blocked before.
+// Blocks the signals that end or resize a screen and delivers them through a descriptor; unblocks
+// them at its end.
 class ScreenSignals {
   public:
     ScreenSignals() {
@@ -40,7 +40,7 @@ class ScreenSignals {
     ScreenSignals& operator=(const ScreenSignals&) = delete;
 
     int Descriptor() const { return descriptor.Get(); }
-    // 0 when there is none.
+    // The next signal; 0 if there is none.
     int Next() const {
         signalfd_siginfo signal{};
         return ::read(descriptor.Get(), &signal, sizeof signal) == sizeof signal
@@ -59,7 +59,7 @@ int MillisecondsToNextSecond() {
     return 1000 - static_cast<int>(now.count() % 1000);
 }
 
-// False when one of them ends the screen.
+// Handles the signals; false if one of them ends the screen.
 bool TakeSignals(const ScreenSignals& signals, TerminalScreen& screen) {
     while (const int signal = signals.Next()) {
         if (signal != SIGWINCH) {

@@ -69,7 +69,7 @@ void WriteChanges(const HostChanges& changes, bool daemonRuns, std::ostream& out
     output.flush();
 }
 
-// "cpu is ERROR": of each watched report that is not in the state.
+// The watched reports that are not in the state: "cpu is ERROR".
 std::vector<std::string> OthersThan(ReportState state, const HostView& view,
                                     const std::vector<std::string>& names) {
     std::vector<std::string> others;
@@ -90,10 +90,12 @@ std::vector<std::string> OthersThan(ReportState state, const HostView& view,
     return others;
 }
 
-// False when nobody reads standard output any more. `timeout`: in milliseconds, or -1.
+// Waits for a change; false if the reader of standard output has gone. `timeout`: in milliseconds,
+// or -1.
 bool Await(const HostWatch& watch, int timeout) {
     std::array<pollfd, 2> entries = {{{watch.Descriptor(), POLLIN, 0}, {STDOUT_FILENO, 0, 0}}};
-    (void)::poll(entries.data(), entries.size(), timeout);  // interrupted: looks in vain
+    (void)::poll(entries.data(), entries.size(),
+                 timeout);  // if interrupted, the caller finds no change
     return (entries[1].revents & POLLERR) == 0;
 }
 

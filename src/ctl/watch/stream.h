@@ -1,4 +1,4 @@
-// A watch for programs: changes as lines of JSON, or the wait for a state.
+// Watches for programs: writes changes as lines of JSON, or waits for a state.
 #pragma once
 
 #include "ctl/watch/host_watch.h"
@@ -12,14 +12,14 @@
 namespace Ctl {
 
 struct StreamOptions {
-    bool asJson = false;               // a line a change, and one for each report at the beginning
-    std::optional<ReportState> until;  // ends when all watched reports are in it
+    bool asJson = false;               // a line for each report at the start, then one per change
+    std::optional<ReportState> until;  // return once all watched reports have this state
     std::optional<std::chrono::seconds> timeout;  // for `until`
-    std::vector<std::string> names;               // those that must exist for `until`
+    std::vector<std::string> names;               // the reports that must exist for `until`
 };
 
-// Ends when `until` is fulfilled, or when nobody reads `output`, which is standard output, any
-// more. Throws Failure when the time is over.
+// Returns when `until` is fulfilled, or when the reader of `output`, which is standard output, has
+// gone. Throws Failure after the timeout.
 void Stream(HostWatch& watch, const StreamOptions& options, std::ostream& output);
 
 }  // namespace Ctl

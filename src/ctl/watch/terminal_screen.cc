@@ -45,13 +45,13 @@ void PreparePairs() {
     if (!ShowsColours() || start_color() == ERR) {
         return;
     }
-    (void)use_default_colors();  // else on black
+    (void)use_default_colors();  // fails on terminals without default colours, which use black
     for (std::size_t index = 0; index < kPairs.size(); ++index) {
         (void)init_pair(static_cast<short>(index + 1), kPairs[index].second, -1);
     }
 }
 
-// UTF-8 as the wide characters of the locale that take a column or two; "?" for all others.
+// Converts UTF-8 to wide characters of the locale that take one or two columns; others become "?".
 std::wstring WideText(std::string_view text) {
     std::wstring wide;
     while (!text.empty()) {
@@ -91,7 +91,7 @@ struct TerminalScreen::Terminal {
 
 TerminalScreen::TerminalScreen() : terminal(std::make_unique<Terminal>()) {
     // NOLINTNEXTLINE(concurrency-mt-unsafe): the process has one thread
-    (void)std::setlocale(LC_CTYPE, "");  // a locale that is missing: ASCII
+    (void)std::setlocale(LC_CTYPE, "");  // if the locale is missing, ASCII is used
     terminal->screen = ::newterm(nullptr, stdout, stdin);
     if (terminal->screen == nullptr || ::tigetstr("cup") == nullptr) {
         if (terminal->screen != nullptr) {
@@ -106,7 +106,7 @@ TerminalScreen::TerminalScreen() : terminal(std::make_unique<Terminal>()) {
     (void)::keypad(stdscr, true);
     (void)::nodelay(stdscr, true);
     (void)::set_escdelay(kEscapeDelay);
-    (void)::curs_set(0);  // some cannot hide it
+    (void)::curs_set(0);  // some terminals cannot hide the cursor
     PreparePairs();
 }
 
@@ -123,7 +123,7 @@ void TerminalScreen::Resize() {
     winsize size{};
     if (::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_row > 0 && size.ws_col > 0) {
         (void)::resizeterm(size.ws_row, size.ws_col);
-        (void)::clearok(curscr, true);  // terminals move what they show in ways of their own
+        (void)::clearok(curscr, true);  // terminals move their contents differently after a resize
     }
 }
 
@@ -138,7 +138,8 @@ int TerminalScreen::Put(int row, int column, int width, std::string_view text, S
         Sys::CutUtf8(text, kMaxBytesPerColumn * static_cast<std::size_t>(fitting + 1));
     const std::wstring shown = Cut(WideText(PrintableText(fits)), fitting);
     (void)::attr_set(AttributesOf(style), PairOf(style.colour), nullptr);
-    // the cursor cannot move behind the last cell of the screen, which is an error to ncurses
+    // ncurses returns an error for the last cell of the screen, since the cursor cannot move past
+    // it
     (void)::mvaddnwstr(row, column, shown.c_str(), static_cast<int>(shown.size()));
     return ColumnsOf(shown);
 }
@@ -174,7 +175,7 @@ KeyPress TerminalScreen::ReadKey() {
                     return {key};
                 }
             }
-            continue;  // one without a meaning here
+            continue;  // a key without a function
         }
         if (code == '\n' || code == '\r') {
             return {Key::Enter};

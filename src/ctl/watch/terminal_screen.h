@@ -1,5 +1,5 @@
-// The terminal as a screen of cells, by ncurses, and its keys. Nothing is sent but the cells that
-// differ from what the terminal shows.
+// The terminal as a screen of cells, and its keys, by ncurses. Only cells that differ from the
+// terminal's contents are sent.
 #pragma once
 
 #include "ctl/show/terminal.h"
@@ -12,7 +12,7 @@ namespace Ctl {
 
 struct KeyPress {
     enum class Key {
-        None,  // nothing was typed
+        None,  // no key was pressed
         Character,
         Up,
         Down,
@@ -34,10 +34,10 @@ struct Style {
     bool isReverse = false;
 };
 
-// At most one at a time. The terminal is as it was before when it is gone.
+// Restores the terminal when destroyed. At most one object may exist at a time.
 class TerminalScreen {
   public:
-    // Throws Failure when standard output is a terminal that cannot move its cursor.
+    // Throws Failure if standard output is a terminal that cannot move its cursor.
     TerminalScreen();
     ~TerminalScreen();
     TerminalScreen(const TerminalScreen&) = delete;
@@ -45,20 +45,20 @@ class TerminalScreen {
 
     int Rows() const;
     int Columns() const;
-    // Takes the terminal's new size.
+    // Adopts the terminal's new size.
     void Resize();
 
-    // The next frame begins, empty.
+    // Begins the next frame, which is empty.
     void Clear();
-    // Writes UTF-8 text at a place of the frame. What exceeds `width` columns, or the row, is cut
-    // and ends in "…". Gives the columns written.
+    // Writes UTF-8 text at a position of the frame. Text beyond `width` columns, or beyond the row,
+    // is cut and ends in "…". Returns the columns written.
     int Put(int row, int column, int width, std::string_view text, Style style = {});
-    // Writes it so that it ends before `end`.
+    // Writes text so that it ends before column `end`.
     void PutRight(int row, int end, std::string_view text, Style style = {});
-    // The frame is shown.
+    // Shows the frame.
     void Show();
 
-    // Without waiting, but for the rest of a key's sequence.
+    // The next key; waits only for the rest of a key's sequence.
     KeyPress ReadKey();
 
   private:

@@ -38,7 +38,7 @@ void Trends::Add(const ViewedReport& report) {
     }
     Course& course = courses[report.judged.report.name];
     if (course.time == report.judged.report.time) {
-        return;  // the same report in another state
+        return;  // the same report in a new state
     }
     course.time = report.judged.report.time;
     course.values.push_back(metrics.front().value);

@@ -1,4 +1,4 @@
-// The course of each report's first metric, as small bars.
+// The recent values of each report's first metric, as small bars.
 #pragma once
 
 #include "ctl/sight/host_view.h"
@@ -12,12 +12,12 @@ namespace Ctl {
 
 class Trends {
   public:
-    static constexpr int kColumns = 8;  // a value each
+    static constexpr int kColumns = 8;  // one value per column
 
-    // Begins with the newest value of each report.
+    // Starts with the newest value of each report.
     explicit Trends(const HostView& view);
 
-    // Adds the values of the reports that are new.
+    // Adds the values of new reports.
     void Take(const HostChanges& changes, const HostView& view);
     // The last values, the newest at the right: "▁▂▅▇". Empty for a report without metrics.
     std::string TextOf(const std::string& report) const;
