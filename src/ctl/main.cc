@@ -1,5 +1,5 @@
-// The operator's tool: the table of its sub-commands, and their exit statuses. 0 on success, 1 if
-// the operation failed, 2 if the command line is wrong, unless the command has its own; a failure
+// The operator's tool: the table of its sub-commands, and how each of them ends. Status 0, 1 when
+// the operation failed, 2 when the command line is wrong, unless the command has its own; a failure
 // is one line on standard error.
 #include "ctl/access/audit_command.h"
 #include "ctl/access/token_commands.h"
@@ -47,19 +47,18 @@ std::vector<Ctl::Command> AllCommands() {
     return commands;
 }
 
-// Call before the first use of the host root, which is read once.
+// Before the first use of the host root, which is read once.
 void SetHostRoot(const Ctl::GivenOptions& options) {
     if (options.Has("--root")) {
         // NOLINTNEXTLINE(concurrency-mt-unsafe): the process has one thread
-        (void)::setenv("SENTREL_ROOT", options.Value("--root").c_str(),
-                       1);  // fails only if memory is exhausted
+        (void)::setenv("SENTREL_ROOT", options.Value("--root").c_str(), 1);  // out of memory only
     }
     if (const std::string problem = Sys::HostRootProblem(); !problem.empty()) {
         throw Ctl::UsageError((options.Has("--root") ? "option \"--root\": " : "") + problem);
     }
 }
 
-// Runs the command and returns the exit status.
+// The exit status.
 int Run(const std::vector<Ctl::Command>& commands, const Ctl::CommandLine& line) {
     if (line.arguments.options.Has("--help")) {
         if (line.command != nullptr) {
@@ -77,7 +76,7 @@ int Run(const std::vector<Ctl::Command>& commands, const Ctl::CommandLine& line)
     return 0;
 }
 
-// Writes candidates for a shell, which cannot show messages.
+// For a shell, which has no place for messages.
 void Complete(const std::vector<Ctl::Command>& commands, std::span<const char* const> words) {
     try {
         const Ctl::Completion completion = Ctl::FindCompletion(commands, words);
@@ -85,20 +84,20 @@ void Complete(const std::vector<Ctl::Command>& commands, std::span<const char* c
         Ctl::WriteCandidates(completion, std::cout);
         std::cout.flush();
     } catch (const std::exception&) {
-        // nothing to complete
+        // there is nothing to offer
     }
 }
 
 int Fail(std::string_view text, int status) {
     const std::string line = "sentrelctl: " + Ctl::PrintableText(text) + "\n";
-    (void)std::fputs(line.c_str(), stderr);  // nothing else can report it
+    (void)std::fputs(line.c_str(), stderr);  // there is nowhere else to say it
     return status;
 }
 
 }  // namespace
 
 int main(int argc, char* argv[]) {
-    (void)std::signal(SIGPIPE, SIG_IGN);  // a failed write is reported below
+    (void)std::signal(SIGPIPE, SIG_IGN);  // a failed write is told below
     int failureStatus = 0;
     const auto statusOr = [&failureStatus](int usual) {
         return failureStatus != 0 ? failureStatus : usual;

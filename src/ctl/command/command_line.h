@@ -1,4 +1,4 @@
-// Parses the arguments of the program into a sub-command and its options. Runs nothing and writes
+// From the arguments of the program to a sub-command and its options. Runs nothing and writes
 // nothing.
 #pragma once
 
@@ -11,13 +11,13 @@
 
 namespace Ctl {
 
-// The options of every command. They may also precede the command's name.
+// What every command takes. They may stand before the command's name too.
 inline constexpr std::array<Option, 2> kCommonOptions = {{
     {"--root", "DIR", "the host below DIR, as SENTREL_ROOT names it", Completes::Directory},
     {"--help", "", "print this help"},
 }};
 
-// An invalid command line.
+// The command line cannot be understood.
 class UsageError : public Failure {
   public:
     static constexpr int kStatus = 2;
@@ -34,12 +34,12 @@ class UsageError : public Failure {
 
 struct CommandLine {
     const Command* command = nullptr;  // null with --help only
-    std::string family;                // with --help and no command: the family, or empty
+    std::string family;                // with --help and no command: of which family, or empty
     Arguments arguments;
 };
 
-// Parses the arguments, without the program's name. An option's value is the next argument or
-// follows "="; after "--" every argument is an operand. Throws UsageError.
+// Reads the arguments, the program's name left out. An option's value is the next argument or
+// follows a "="; behind "--" every argument is an operand. Throws UsageError.
 CommandLine ParseCommandLine(std::span<const Command> commands,
                              std::span<const char* const> arguments);
 

@@ -10,7 +10,7 @@ namespace Ctl {
 
 namespace {
 
-constexpr int kNameWidth = 18;  // the width of the longest option, --discard-comments
+constexpr int kNameWidth = 18;  // of the widest option, --discard-comments
 
 std::string WithValue(const Option& option) {
     const std::string value = option.value.empty() ? "" : " " + std::string(option.value);

@@ -1,4 +1,4 @@
-// "doctor": the daemon's process, and whether it runs with the current files.
+// Of "doctor": the daemon's process, and whether it has read what is there now.
 #include "ctl/doctor/subjects.h"
 #include "ctl/host/listening_sockets.h"
 #include "ctl/show/durations.h"
@@ -17,7 +17,7 @@ namespace {
 
 constexpr const char* kRestart = "systemctl restart sentrel";
 
-// The finding if no process with the daemon's name holds the port.
+// What nobody of the daemon's name holds.
 Finding ExplainNoDaemon(const Host& host) {
     const std::string port = std::to_string(host.intakePort);
     if (host.portHolder) {
@@ -36,7 +36,7 @@ Finding ExplainNoDaemon(const Host& host) {
             "systemctl start sentrel; if it does not start: journalctl -u sentrel"};
 }
 
-// When the file's contents or name last changed; nothing if unknown.
+// When the file, or its name, was last changed; nothing when that is not known.
 std::optional<std::chrono::system_clock::time_point> ChangeTime(const std::filesystem::path& path) {
     struct stat status{};
     if (::lstat(path.c_str(), &status) != 0) {
@@ -53,12 +53,11 @@ bool IsNewer(const std::filesystem::path& path, std::chrono::system_clock::time_
     return changed && *changed > start;
 }
 
-// Adds the store files in `folder` that are newer than `start`, and the directory itself if a file
-// was removed.
+// The store files in `folder` that are newer than `start`; the folder itself when one was removed.
 void AddNewer(const std::string& folder, std::chrono::system_clock::time_point start,
               std::vector<std::string>& newer) {
     const std::size_t before = newer.size();
-    std::error_code error;  // the directory is missing, or another check reports the error
+    std::error_code error;  // then there is none, or it is said elsewhere
     for (const auto& entry : std::filesystem::directory_iterator(folder, error)) {
         if (entry.path().extension() == ".json" && IsNewer(entry.path(), start)) {
             newer.push_back(entry.path().string());

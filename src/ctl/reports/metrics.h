@@ -1,4 +1,4 @@
-// The metrics of a report, from the member "metrics" of "unstructured":
+// The numbers that a report tells below the member "metrics" of "unstructured":
 //
 //   "metrics": {"mounts": 4, "space_free:/var": {"value": 8.2, "unit": "%", "warning": 10}}
 #pragma once
@@ -17,14 +17,14 @@ struct Metric {
     std::optional<double> critical = {};
 };
 
-// The metrics of a report, in byte order of their names; skips members that are not metrics.
-// `unstructured` is JSON text.
+// Those of a report, in byte order of their names; what is no metric is left out. `unstructured` is
+// JSON text.
 std::vector<Metric> MetricsOf(const std::string& unstructured);
 
-// The report's reason for its state; empty if it has none.
+// What the report gives as the reason of its state; empty when it gives none.
 std::string ReasonOf(const std::string& unstructured);
 
-// The shortest decimal text that reads back as this number, without an exponent.
+// The shortest decimal text that stands for this number, without an exponent.
 std::string DecimalText(double number);
 
 }  // namespace Ctl

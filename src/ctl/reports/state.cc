@@ -22,7 +22,7 @@ constexpr std::string_view kNames[] = {"OK",      "WARNING", "ERROR", "NONE",
 struct Look {
     int rank;
     std::string_view mark;
-    std::string_view plainMark;  // if the locale's encoding is not UTF-8
+    std::string_view plainMark;  // where the locale does not write UTF-8
     Colour colour;
 };
 
@@ -174,7 +174,7 @@ std::vector<JudgedReport> ReadJudgedReports(const Host& host,
     };
     std::vector<PluginPeriod> plugins = ReadPluginPeriods();
     std::vector<StoredReport> reports = ReadReports(host, names);
-    // judged by the present time: some reports are newer than the command's start
+    // by the clock of now: some are newer than the command
     std::vector<JudgedReport> judged =
         JudgeReports(std::move(reports), plugins, std::chrono::system_clock::now());
     std::erase_if(judged, [&](const JudgedReport& row) { return !isWanted(row.report.name); });

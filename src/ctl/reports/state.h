@@ -1,5 +1,5 @@
-// Judges the state of a report: the state that it gives, or STALE, NEVER or INVALID. No other code
-// judges this.
+// What state a report is in: that which it says, or that it is too old, missing or unreadable. The
+// one place where this is judged.
 #pragma once
 
 #include "ctl/reports/source.h"
@@ -21,48 +21,49 @@ inline constexpr ReportState kReportStates[] = {
 
 // "OK", "WARNING", ...
 std::string_view NameOf(ReportState state);
-// The urgency of a state; 0 is the most urgent.
+// How urgent a state is: 0 is the most urgent.
 int RankOf(ReportState state);
 // "✖", "▲", ...: one column wide.
 std::string_view MarkOf(ReportState state);
-// The mark for a terminal, whose locale may not use UTF-8.
+// The same for a terminal, whose locale may not write UTF-8.
 std::string_view TerminalMarkOf(ReportState state);
 Colour ColourOf(ReportState state);
-// The state with that name, ignoring case.
+// The state of that name, in any case.
 std::optional<ReportState> ParseState(std::string_view name);
 // The same for the value of an option. Throws UsageError for any other name.
 ReportState RequireState(const std::string& option, const std::string& name);
 
-// An enabled plugin. Its reports have its name, or its name, "." and a suffix.
+// An enabled plugin. Its reports are those named like it, or like it and a "." and more.
 struct PluginPeriod {
     std::string name;
     std::chrono::seconds period;
 };
 
 struct JudgedReport {
-    StoredReport report;  // if the plugin has no report, only its name
+    StoredReport report;  // of a plugin without a report: its name alone
     ReportState state = ReportState::Unknown;
-    std::optional<std::chrono::seconds> age;  // only if the report can be read
+    std::optional<std::chrono::seconds> age;  // of a report that can be read
 };
 
 // How far the time of a report may be ahead of this host's clock.
 inline constexpr std::chrono::seconds kToleratedLead{60};
 bool IsInFuture(const JudgedReport& judged);
 
-// The reason for the state, for a person; empty if the report gives none.
+// Why it is in its state, in words for a person; empty when the report does not say.
 std::string ReasonOf(const JudgedReport& judged);
 
 struct PluginSurvey;
 
-// The enabled plugins of the survey, by name.
+// The enabled plugins among those found, in the order of their names.
 std::vector<PluginPeriod> PeriodsOf(const PluginSurvey& survey);
 
-// The enabled plugins of this host with their periods, by the daemon's own rules; none if there is
-// no plugin directory. Throws a std::exception, with what to do, if the directory cannot be listed.
+// The enabled plugins of this host with their periods, by the daemon's own rules; none when there
+// is no plugin directory. Throws a std::exception, with what to do, when the directory cannot be
+// listed.
 std::vector<PluginPeriod> ReadPluginPeriods();
 
-// The index of the plugin that a report belongs to: of two candidates, the one with the longer
-// name; the number of plugins if there is none.
+// The index of the plugin that made the report, the one with the longer name when two could have;
+// the number of plugins when none did.
 std::size_t FindMaker(const std::string& report, const std::vector<PluginPeriod>& plugins);
 
 // Sorted by name, with the plugins that have no report among them. A report older than one and a
@@ -72,15 +73,15 @@ std::vector<JudgedReport> JudgeReports(std::vector<StoredReport> reports,
                                        const std::vector<PluginPeriod>& plugins,
                                        std::chrono::system_clock::time_point now);
 
-// Reads and judges the reports of these names, or all.
+// The reports of these names, or all, judged at the time when they have been read.
 std::vector<JudgedReport> ReadJudgedReports(const Host& host,
                                             const std::vector<std::string>& names);
 
-// The names that no row has, in quotes.
+// Those of `names` that no row has, in quotes.
 std::vector<std::string> MissingNames(const std::vector<JudgedReport>& rows,
                                       const std::vector<std::string>& names);
 
-// Warnings about names among the rows that share files.
+// What to tell of names among the rows that share files.
 std::vector<std::string> WarningsOf(const std::vector<JudgedReport>& rows);
 
 }  // namespace Ctl

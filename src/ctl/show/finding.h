@@ -1,4 +1,4 @@
-// A finding of a command that inspects the host: its text, and how to fix the problem.
+// What a command that looks for faults has found: one text a finding, and what to do about it.
 #pragma once
 
 #include <iosfwd>
@@ -9,24 +9,24 @@
 namespace Ctl {
 
 enum class Severity {
-    Good,     // inspected, nothing to do
-    Notice,   // worth knowing; nothing to do
-    Warning,  // it works, but not as expected
+    Good,     // looked at, nothing to do
+    Notice,   // worth knowing; nothing has to be done
+    Warning,  // it works, but will surprise
     Error     // it does not work
 };
 
 struct Finding {
     Severity severity = Severity::Good;
-    std::string subject;     // what was inspected: "daemon", "plugin cpu", a setting, a file
-    std::string text;        // what was found
-    std::string remedy;      // what to do, if possible a command; empty for Good
-    bool isSkipped = false;  // this user may not inspect it, but root may
+    std::string subject;     // what was looked at: "daemon", "plugin cpu", a setting, a file
+    std::string text;        // what is so
+    std::string remedy;      // what to do, a command where there is one; empty for Good
+    bool isSkipped = false;  // this user may not look at it, but root may
 };
 
 // "ok", "notice", "warning", "error".
 std::string_view NameOf(Severity severity);
 
-// The worst severity; Good if there are no findings.
+// Good when there is none.
 Severity WorstOf(std::span<const Finding> findings);
 
 // For people: a line each, the remedy on a line of its own, a line with the counts at the end.

@@ -1,4 +1,4 @@
-// Writes and reads the tool's JSON documents.
+// JSON documents as the tool writes and reads them.
 #pragma once
 
 #include <nlohmann/json_fwd.hpp>
@@ -8,11 +8,11 @@
 
 namespace Ctl {
 
-// Writes the document in one line. Bytes that are not UTF-8 become U+FFFD; characters that are
-// unsafe on a terminal are escaped.
+// In one line. Bytes that are not UTF-8 become U+FFFD; characters that are not fit to be shown are
+// escaped.
 void WriteJson(const nlohmann::ordered_json& document, std::ostream& output);
 
-// The text of a member; empty if it is missing, is not a text, or `object` is not an object.
+// The text that member of an object has; empty when it has none, or `object` is none.
 std::string TextOf(const nlohmann::ordered_json& object, const char* member);
 
 }  // namespace Ctl

@@ -15,9 +15,9 @@ namespace Ctl {
 namespace {
 
 constexpr std::size_t kGap = 2;
-constexpr std::size_t kLeastCut = 12;  // the least width of a cut column
+constexpr std::size_t kLeastCut = 12;  // a column is not cut to less
 
-// The number of characters of a UTF-8 text: its bytes, except continuation bytes.
+// Characters of a UTF-8 text: its bytes but for those that continue one.
 std::size_t WidthOf(std::string_view text) {
     return text.size() - static_cast<std::size_t>(
                              std::count_if(text.begin(), text.end(), Sys::IsUtf8Continuation));
@@ -87,7 +87,7 @@ std::vector<std::size_t> Table::FittedWidths(std::size_t width) const {
 void Table::WriteRow(const std::vector<Cell>& cells, const std::vector<std::size_t>& widths,
                      std::ostream& output) const {
     std::string line;
-    std::size_t blanks = 0;  // pending: a line does not end in blanks
+    std::size_t blanks = 0;  // not written yet: a line does not end in blanks
     for (std::size_t index = 0; index < cells.size(); ++index) {
         const Cell cell{CutToWidth(cells[index].text, widths[index]), cells[index].colour};
         const std::size_t padding = widths[index] - WidthOf(cell.text);

@@ -1,4 +1,4 @@
-// Converts reports to JSON.
+// Reports as JSON, for programs.
 #pragma once
 
 #include "ctl/reports/state.h"
@@ -7,10 +7,10 @@
 
 namespace Ctl {
 
-// The API's members and the judged state; "unstructured" is JSON text.
+// The members that the API gives, and what was judged; "unstructured" is JSON text.
 nlohmann::ordered_json ToJson(const JudgedReport& report);
 
-// Like ToJson, with "unstructured" as a JSON value.
+// The same with "unstructured" as the value that it is.
 nlohmann::ordered_json ToDecodedJson(const JudgedReport& report);
 
 }  // namespace Ctl

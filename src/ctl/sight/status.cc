@@ -24,18 +24,18 @@ namespace {
 
 using OrderedJson = nlohmann::ordered_json;
 
-constexpr std::size_t kMaxWorst = 4;     // lines for reports that are not OK
-constexpr std::size_t kMaxLaunches = 3;  // next launches shown
+constexpr std::size_t kMaxWorst = 4;     // lines for what is not OK
+constexpr std::size_t kMaxLaunches = 3;  // next launches
 
 constexpr std::array<Option, 5> kOptions = {
     {kJsonOption, kOfflineOption, kReportsOption, kApiOption, kTokenFileOption}};
 
-// NONE is not a problem: the host lacks what the check is about.
+// NONE is fine: the host lacks what the check is about.
 bool IsFine(const ViewedReport& report) {
     return report.judged.state == ReportState::Ok || report.judged.state == ReportState::None;
 }
 
-// "11: 1 ERROR, 10 OK", "11, all OK", or why the reports cannot be read.
+// "11: 1 ERROR, 10 OK", "11, all OK", or why they cannot be seen.
 std::string ReportsText(const HostView& view) {
     if (!view.problem.empty()) {
         return "not visible: " + view.problem;
