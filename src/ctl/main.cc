@@ -14,6 +14,7 @@
 #include "ctl/plugins/commands.h"
 #include "ctl/reports/monitoring_commands.h"
 #include "ctl/reports/post_command.h"
+#include "ctl/serve/command.h"
 #include "ctl/settings/commands.h"
 #include "ctl/show/printable.h"
 #include "ctl/sight/get.h"
@@ -39,7 +40,7 @@ std::vector<Ctl::Command> AllCommands() {
     std::vector<Ctl::Command> commands;
     for (const std::span<const Ctl::Command> family :
          {Ctl::StatusCommands(), Ctl::ListCommands(), Ctl::GetCommands(), Ctl::WatchCommands(),
-          Ctl::PageCommands(), Ctl::CallCommands(), Ctl::MonitoringCommands(), Ctl::PostCommands(),
+          Ctl::PageCommands(), Ctl::ServeCommands(), Ctl::CallCommands(), Ctl::MonitoringCommands(), Ctl::PostCommands(),
           Ctl::AuditCommands(), Ctl::TokenCommands(), Ctl::ConfigCommands(), Ctl::PluginCommands(),
           Ctl::PluginRunCommands(), Ctl::GroupCommands(), Ctl::DoctorCommands()}) {
         commands.insert(commands.end(), family.begin(), family.end());

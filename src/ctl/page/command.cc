@@ -1,11 +1,9 @@
 #include "ctl/page/command.h"
 
-#include "ctl/doctor/command.h"
 #include "ctl/page/page.h"
 #include "ctl/sight/daemon_text.h"
 #include "platform/sys/atomic_file.h"
 
-#include <algorithm>
 #include <array>
 #include <ostream>
 
@@ -22,10 +20,7 @@ void RunPage(const Arguments& arguments, std::ostream& output) {
     const Host host = HostInView(arguments.options);
     HostView view = ViewReports(host, {});
     AddStoredReports(host, view);
-    view.findings = Inspect(host);
-    std::stable_sort(
-        view.findings.begin(), view.findings.end(),
-        [](const auto& one, const auto& other) { return one.severity > other.severity; });
+    AddFindings(host, view);
     const std::string& file = arguments.operands.front();
     const std::string page = PageHtml(
         view, {HostName(), SENTREL_VERSION, DaemonText(host), "sentrelctl page " + file, ""});

@@ -21,6 +21,25 @@ std::string StateHtml(ReportState state) {
            " </span>" + std::string(NameOf(state)) + "</span>";
 }
 
+// What the script of a live page counts up or down; a time that is not known stands.
+std::string Counting(std::chrono::seconds seconds, int step) {
+    return seconds.count() < 0 ? ""
+                               : " data-seconds=\"" + std::to_string(seconds.count()) +
+                                     "\" data-step=\"" + std::to_string(step) + "\"";
+}
+
+std::string AgeCounting(const ViewedReport& report) {
+    return Counting(report.judged.age.value_or(std::chrono::seconds(-1)), 1);
+}
+
+std::string NextCounting(const ViewedReport& report, const HostView& view) {
+    return !report.next.time || report.next.isEstimate
+               ? ""
+               : Counting(
+                     std::chrono::duration_cast<std::chrono::seconds>(*report.next.time - view.now),
+                     -1);
+}
+
 std::string AgeCell(const ViewedReport& report) {
     return report.judged.age ? AgeText(report.judged.age) : "–";
 }
@@ -43,7 +62,8 @@ std::string CardHtml(const ViewedReport& report) {
     std::string html = "<article class=\"card " + std::string(NameOf(state)) + "\"><header>" +
                        StateHtml(state) + "<h3>" + Html(report.judged.report.name) + "</h3>";
     if (report.judged.age) {
-        html += "<span class=\"quiet\">" + AgeText(report.judged.age) + " ago</span>";
+        html += "<span class=\"quiet\"><span" + Counting(*report.judged.age, 1) + ">" +
+                AgeText(report.judged.age) + "</span> ago</span>";
     }
     return html + "</header><p>" + Html(report.reason) + "</p></article>";
 }
@@ -68,16 +88,10 @@ std::vector<ViewedLaunch> HourOfLaunches(const HostView& view) {
     return launches;
 }
 
-std::string Policy(const std::string& events) {
-    return "default-src 'none'; base-uri 'none'; form-action 'none'; style-src '" +
-           PolicyHash(kPageStyle) + "'; script-src '" + PolicyHash(kPageScript) + "'" +
-           (events.empty() ? "" : "; connect-src 'self'");
-}
-
 std::string HeadHtml(const PageFacts& facts) {
     return "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
            "<meta http-equiv=\"Content-Security-Policy\" content=\"" +
-           Policy(facts.events) +
+           PagePolicy(facts.events) +
            "\">\n<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"
            "<meta name=\"referrer\" content=\"no-referrer\">\n<title>" +
            Html(facts.host) + ": health</title>\n<style>" + std::string(kPageStyle) +
@@ -85,6 +99,16 @@ std::string HeadHtml(const PageFacts& facts) {
 }
 
 }  // namespace
+
+std::string PagePolicy(const std::string& events) {
+    return "default-src 'none'; base-uri 'none'; form-action 'none'; style-src '" +
+           PolicyHash(kPageStyle) + "'; script-src '" + PolicyHash(kPageScript) + "'" +
+           (events.empty() ? "" : "; connect-src 'self'");
+}
+
+std::string NoticeHtml(const std::string& text) {
+    return text.empty() ? "" : "<span class=\"state ERROR\">" + Html(text) + "</span>";
+}
 
 std::string PillsHtml(const HostView& view) {
     std::string html;
@@ -118,7 +142,8 @@ std::string RowHtml(const ViewedReport& report, const HostView& view) {
            "\" data-state=\"" + state + "\" data-rank=\"" + std::to_string(RankOf(judged.state)) +
            "\" data-age=\"" + std::to_string(age) + "\"><details><summary><span class=\"name\">" +
            Html(judged.report.name) + "</span>" + StateHtml(judged.state) +
-           "<span class=\"age number\">" + AgeCell(report) + "</span><span class=\"next number\">" +
+           "<span class=\"age number\"" + AgeCounting(report) + ">" + AgeCell(report) +
+           "</span><span class=\"next number\"" + NextCounting(report, view) + ">" +
            NextCell(report, view) + "</span><span class=\"reason\">" + Html(report.reason) +
            "</span></summary><div class=\"detail\">" + RowDetailHtml(report) +
            "</div></details></li>\n";
@@ -183,7 +208,8 @@ std::string PageHtml(const HostView& view, const PageFacts& facts) {
             PillsHtml(view) +
             "</span><input type=\"search\" placeholder=\"Filter reports\" "
             "aria-label=\"Filter reports\" hidden></nav></header>\n<main>\n"
-            "<h2>Needs attention</h2><section id=\"problems\">" +
+            "<p id=\"notice\" role=\"status\">" +
+            NoticeHtml(facts.notice) + "</p><h2>Needs attention</h2><section id=\"problems\">" +
             ProblemsHtml(view) +
             "</section>\n<h2>All reports</h2><section><div class=\"heads\">"
             "<button data-key=\"name\">Name</button>"

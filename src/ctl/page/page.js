@@ -95,9 +95,40 @@
         }
         sort();
         filter();
+        count();
+    }
+
+    // Ages count up and next launches down; nothing else moves on its own.
+    const begins = new WeakMap();
+
+    function durationText(seconds) {
+        const units = [[86400, " d"], [3600, " h"], [60, " min"], [1, " s"]];
+        const largest = units.findIndex(([size]) => seconds >= size);
+        let left = seconds;
+        const parts = units.slice(largest, largest + 2).map(([size, name]) => {
+            const count = Math.floor(left / size);
+            left %= size;
+            return count === 0 ? "" : count + name;
+        });
+        return parts.filter((part) => part !== "").join(" ") || "0 s";
+    }
+
+    function count() {
+        for (const element of document.querySelectorAll("[data-seconds]")) {
+            if (!begins.has(element)) {
+                begins.set(element, Date.now());
+            }
+            const passed = Math.floor((Date.now() - begins.get(element)) / 1000);
+            const text = durationText(Math.max(Number(element.dataset.seconds) + passed * element.dataset.step, 0));
+            if (element.textContent !== text) {
+                element.textContent = text;
+            }
+        }
     }
 
     if (document.body.dataset.events) {
+        count();
+        setInterval(count, 1000);
         const asOf = document.getElementById("as-of");
         const source = new EventSource(document.body.dataset.events);
         source.addEventListener("open", () => { asOf.textContent = "live"; });

@@ -1,5 +1,6 @@
 #include "ctl/sight/host_view.h"
 
+#include "ctl/doctor/command.h"
 #include "ctl/doctor/host.h"
 #include "ctl/host/plugin_survey.h"
 #include "ctl/plugins/findings.h"
@@ -114,6 +115,13 @@ void AddStoredReports(const Host& host, HostView& view) {
     } catch (const std::exception&) {
         // the page then shows only the newest report of each name
     }
+}
+
+void AddFindings(const Host& host, HostView& view) {
+    view.findings = Inspect(host);
+    std::stable_sort(
+        view.findings.begin(), view.findings.end(),
+        [](const auto& one, const auto& other) { return one.severity > other.severity; });
 }
 
 std::string CountsText(const std::vector<ViewedReport>& reports) {

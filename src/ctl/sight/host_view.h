@@ -56,6 +56,9 @@ HostView ViewHost(const Host& host);
 // Adds the stored reports of each name where the report directory can be read.
 void AddStoredReports(const Host& host, HostView& view);
 
+// Adds what doctor finds, the worst first.
+void AddFindings(const Host& host, HostView& view);
+
 // "1 ERROR, 1 STALE, 9 OK": how many are in each state, the worst first.
 std::string CountsText(const std::vector<ViewedReport>& reports);
 

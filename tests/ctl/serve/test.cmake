@@ -1,0 +1,1 @@
+set(slowTests Serve.ShowsALivePageInABrowser)

@@ -1,0 +1,1 @@
+set(slowTests Watch.AsksTheApiThatIsNamed:Watch.ShowsAScreenThatFollowsChanges)
