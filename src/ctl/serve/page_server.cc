@@ -148,6 +148,8 @@ class PageServer::Connection : public std::enable_shared_from_this<Connection> {
         } else if (target == "/") {
             response.set(Http::field::content_type, "text/html; charset=utf-8");
             Answer(Http::status::ok, server.page.Document(), LivePage::Policy());
+        } else if (target == "/favicon.ico") {
+            Answer(Http::status::no_content, "");  // else browsers note an error
         } else if (target.starts_with(kEventsPath)) {
             BeginEvents(VersionOf(request, target));
         } else {
