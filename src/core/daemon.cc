@@ -3,6 +3,7 @@
 #include "core/daemon.h"
 
 #include "core/settings/settings.h"
+#include "core/status_line.h"
 #include "platform/kernel/groups/groups.h"
 #include "platform/kernel/spawn/sandbox.h"
 #include "platform/pellmar/log/logger.h"
@@ -38,6 +39,7 @@ void Daemon::Run(const std::string& reportDirectory) {
 
 void Daemon::Start(const std::string& reportDirectory) {
     StateWriter::OfThisProcess().Open(Pellmar::Service::GetApp().GetLogger());
+    KeepStatusLine();
     configReader = Pellmar::Service::GetApp().GetConfig()->GetReader();
     intakeEndpoint = Pellmar::MakeRef<Endpoint>();
     intakeEndpoint->Start(configReader, reportDirectory);

@@ -97,6 +97,7 @@ SentrelHandler::Name* SentrelHandler::CreateEntry(std::string_view name) {
     entry.queue =
         Pellmar::System::GetThreadPool().CreateWorkQueue(std::string("work-queue-").append(name));
     Name& created = *reportEntries.emplace(name, std::move(entry)).first;
+    StateWriter::OfThisProcess().SetNames(reportEntries.size());
     LogInternal(logger, 7, "Created report rotation and workqueue object for report name: %1",
                 name);
     return &created;
@@ -114,6 +115,7 @@ void SentrelHandler::EndPost(Name& name) {
     Entry& entry = name.second;
     if (--entry.posts == 0 && !entry.roller->HasFiles()) {
         reportEntries.erase(reportEntries.find(name.first));
+        StateWriter::OfThisProcess().SetNames(reportEntries.size());
     }
 }
 

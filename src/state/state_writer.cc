@@ -4,7 +4,7 @@
 #include "platform/sys/host_root.h"
 
 #include <algorithm>
-#include <atomic>
+#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <ctime>
@@ -48,13 +48,30 @@ std::int64_t Since1970(system_clock::time_point time) {
     return std::chrono::duration_cast<microseconds>(time.time_since_epoch()).count();
 }
 
+std::string Counted(std::uint64_t count, const char* one, const std::string& more = "") {
+    return std::to_string(count) + " " +
+           (count == 1     ? one
+            : more.empty() ? std::string(one) + "s"
+                           : more);
+}
+
 std::int64_t MonotonicNow() {
     timespec now{};
     (void)::clock_gettime(CLOCK_MONOTONIC, &now);  // cannot fail for this clock
     return now.tv_sec * 1'000'000 + now.tv_nsec / 1000;
 }
 
-// Creates a new, locked file, to be renamed to the state file later. Throws Pellmar::IOException.
+// "09:15:12Z": the time of the day in UTC of a time by CLOCK_MONOTONIC.
+std::string TimeOfDay(std::int64_t monotonic) {
+    const std::time_t time =
+        system_clock::to_time_t(system_clock::now() + microseconds(monotonic - MonotonicNow()));
+    std::tm utc{};
+    (void)::gmtime_r(&time, &utc);  // fails for years beyond an int only
+    std::array<char, 16> text{};
+    return {text.data(), std::strftime(text.data(), text.size(), "%H:%M:%SZ", &utc)};
+}
+
+// A new file, locked, whose path is not yet that of the state. Throws Pellmar::IOException.
 Sys::OwnedFd CreateLocked(const std::string& path) {
     (void)::unlink(path.c_str());  // a leftover; anything that remains is refused below
     Sys::OwnedFd file(
@@ -125,6 +142,38 @@ void StateWriter::Open(const Pellmar::Ref<Pellmar::Service::Logger>& logger) {
 void StateWriter::Count(StateCount what, std::uint64_t number) {
     std::atomic_ref(layout->header.counts[static_cast<std::size_t>(what)])
         .fetch_add(number, std::memory_order_relaxed);
+    if (what == StateCount::PostsStored || what == StateCount::Launches) {
+        TellChange();
+    }
+}
+
+void StateWriter::SetNames(std::size_t count) { names = count; }
+
+void StateWriter::TellChanges(std::function<void()> changeListener) {
+    listener = std::move(changeListener);
+}
+
+void StateWriter::TellChange() const {
+    if (listener) {
+        listener();
+    }
+}
+
+std::string StateWriter::StatusText() {
+    const auto count = [this](StateCount what) {
+        return std::atomic_ref(layout->header.counts[static_cast<std::size_t>(what)])
+            .load(std::memory_order_relaxed);
+    };
+    std::string text = Counted(names, "name") + ", " +
+                       Counted(count(StateCount::PostsStored), "post") + ", " +
+                       Counted(count(StateCount::Launches), "launch", "launches");
+    const Sys::MutexLock guard(lock);
+    std::int64_t next = 0;
+    for (std::size_t i = 0; i < layout->header.pluginCount; ++i) {
+        const std::int64_t own = layout->plugins[i].nextLaunch;
+        next = next == 0 || (own != 0 && own < next) ? own : next;
+    }
+    return next == 0 ? text : text + "; next launch " + TimeOfDay(next);
 }
 
 void StateWriter::AddPlugin(std::string_view name, std::uint32_t queue) {

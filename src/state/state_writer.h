@@ -8,8 +8,12 @@
 #include "platform/sys/owned_fd.h"
 #include "state/state_layout.h"
 
+#include <atomic>
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
+#include <functional>
+#include <string>
 #include <string_view>
 
 namespace Sentrel {
@@ -32,6 +36,14 @@ class StateWriter {
     void Open(const Pellmar::Ref<Pellmar::Service::Logger>& logger);
 
     void Count(StateCount what, std::uint64_t number = 1);
+    // How many report names are stored.
+    void SetNames(std::size_t count);
+
+    // Calls `listener` after each stored post and each launch, on its thread and maybe under locks
+    // of the caller. Once, before another thread uses this object.
+    void TellChanges(std::function<void()> listener);
+    // "3 names, 12 posts, 4 launches; next launch 09:15:12Z".
+    std::string StatusText() EXCLUDES(lock);
 
     // Adds an entry to the file. Main thread, during the start. A plugin beyond the file's capacity
     // is left out; later calls with an unknown plugin do nothing.
@@ -50,10 +62,13 @@ class StateWriter {
     class Change;
 
     StateEntry* Find(std::string_view name) REQUIRES(lock);
+    void TellChange() const;
 
-    Sys::OwnedFd file;    // empty until Open succeeds
-    StateLayout* layout;  // mapped from the file, or allocated before Open
-    Sys::Mutex lock;      // serializes changes of the entries
+    Sys::OwnedFd file;    // none until Open succeeds
+    StateLayout* layout;  // of the file, or of memory of its own
+    Sys::Mutex lock;      // orders the changes of the entries
+    std::atomic<std::size_t> names{0};
+    std::function<void()> listener;  // may be empty
 };
 
 }  // namespace Sentrel

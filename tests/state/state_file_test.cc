@@ -88,6 +88,16 @@ TEST_F(StateFile, TellsWhatBecameOfEachPlugin) {
     EXPECT_FALSE(state->Find("never")->start);
     EXPECT_EQ(state->Find("unknown"), nullptr);
     EXPECT_THAT(state->counts, ElementsAre(0, 0, 9, 1, 1, 0, 0, 0));
+    int told = 0;
+    writer.TellChanges([&told] { ++told; });
+    writer.Count(StateCount::PostsRefused);
+    writer.Count(StateCount::PostsStored);
+    writer.SetStarted("again", 8);
+    EXPECT_EQ(told, 2);
+    writer.SetNames(3);
+    EXPECT_THAT(writer.StatusText(),
+                testing::MatchesRegex("3 names, 1 post, 10 launches; next launch "
+                                      "[0-9][0-9]:[0-9][0-9]:[0-9][0-9]Z"));
     struct stat status{};
     ASSERT_EQ(::stat(file.c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 0777U, 0640U);

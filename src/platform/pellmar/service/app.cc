@@ -119,10 +119,29 @@ System::Scheduler& App::GetScheduler() {
 }
 
 void App::Run() {
-    const ServiceManager serviceManager;
-    serviceManager.TellReady();
-    AwaitEndingSignal(serviceManager);
-    serviceManager.TellStopping();
+    const auto manager = std::make_shared<const ServiceManager>();
+    manager->TellReady();
+    {
+        const Sys::MutexLock guard(lock);
+        serviceManager = manager;
+    }
+    AwaitEndingSignal(*manager);
+    {
+        const Sys::MutexLock guard(lock);
+        serviceManager.reset();
+    }
+    manager->TellStopping();
+}
+
+void App::TellStatus(const std::string& line) {
+    std::shared_ptr<const ServiceManager> manager;
+    {
+        const Sys::MutexLock guard(lock);
+        manager = serviceManager;
+    }
+    if (manager) {
+        manager->TellStatus(line);
+    }
 }
 
 void SetAppInfo(const AppInfo& info) { GetApp().info = info; }

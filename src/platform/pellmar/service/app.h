@@ -6,11 +6,15 @@
 #include "platform/pellmar/log/logger.h"
 #include "platform/pellmar/object.h"
 #include "platform/pellmar/work/scheduler.h"
+#include "platform/sys/mutex.h"
 
 #include <cstdint>
+#include <memory>
 #include <string>
 
 namespace Pellmar::Service {
+
+class ServiceManager;
 
 struct AppInfo {
     std::string name;
@@ -32,10 +36,14 @@ class App {
     // Replaces the scheduler by one on a test's clock; null restores the original. Call it while no
     // other thread uses the scheduler.
     void UseScheduler(System::Scheduler* scheduler) { replacement = scheduler; }
-    // Blocks until SIGTERM or SIGINT arrives, or has arrived since InitApp. Logs and ignores
-    // SIGHUP. Sends READY=1 on entry and STOPPING=1 at the end to the service manager, and feeds
-    // its watchdog. Main thread. Throws IOException when waiting for signals fails.
-    void Run();
+    // Blocks until SIGTERM or SIGINT arrives (one that arrived since InitApp ends it at once).
+    // SIGHUP is logged and changes nothing. Tells the service manager READY=1 on entry and
+    // STOPPING=1 at the end, and feeds its watchdog. Main thread. Throws IOException when waiting
+    // for signals fails.
+    void Run() EXCLUDES(lock);
+    // Tells the service manager a line for people on the state of this process; nothing while Run
+    // does not run. Any thread.
+    void TellStatus(const std::string& line) EXCLUDES(lock);
 
   private:
     friend void InitApp(const Ref<Config>& config);
@@ -47,6 +55,8 @@ class App {
     AppInfo info;
     Ref<Config> config;
     System::Scheduler* replacement = nullptr;
+    Sys::Mutex lock;
+    std::shared_ptr<const ServiceManager> serviceManager GUARDED_BY(lock);  // while Run runs
 };
 
 // Sets the identity. Call it before InitApp.

@@ -8,7 +8,7 @@
 
 namespace Pellmar::Service {
 
-// Without a service manager, notifications do nothing. One thread.
+// Without a service manager every notification does nothing. Any thread.
 class ServiceManager {
   public:
     // Reads NOTIFY_SOCKET ("/path", or "@name" for an abstract socket), WATCHDOG_USEC and
@@ -21,6 +21,8 @@ class ServiceManager {
     void TellReady() const { Notify("READY=1"); }
     void TellStopping() const { Notify("STOPPING=1"); }
     void FeedWatchdog() const { Notify("WATCHDOG=1"); }
+    // A line for people, such as `systemctl status` shows.
+    void TellStatus(const std::string& line) const { Notify("STATUS=" + line); }
 
   private:
     // Logs a failure at level 3.

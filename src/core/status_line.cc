@@ -1,0 +1,44 @@
+#include "core/status_line.h"
+
+#include "platform/pellmar/service/app.h"
+#include "platform/pellmar/work/scheduler.h"
+#include "state/state_writer.h"
+
+#include <atomic>
+#include <chrono>
+#include <cstdlib>
+
+namespace Sentrel {
+
+namespace {
+
+constexpr std::chrono::microseconds kInterval = std::chrono::seconds(10);
+
+// Set from the first change on until the line is told, so that one run is pending at most.
+std::atomic<bool>& IsPending() {
+    static std::atomic<bool> isPending{false};
+    return isPending;
+}
+
+void Tell(Pellmar::System::ScheduledItem* /*item*/) {
+    IsPending() = false;
+    Pellmar::Service::GetApp().TellStatus(StateWriter::OfThisProcess().StatusText());
+}
+
+void TellLater() {
+    if (!IsPending().exchange(true)) {
+        Pellmar::Ref<Pellmar::System::ScheduledItem> item;
+        Pellmar::Service::GetApp().GetScheduler().Schedule(Tell, kInterval.count(), item);
+    }
+}
+
+}  // namespace
+
+void KeepStatusLine() {
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): nothing in this process changes the environment
+    if (std::getenv("NOTIFY_SOCKET") != nullptr) {
+        StateWriter::OfThisProcess().TellChanges(TellLater);
+    }
+}
+
+}  // namespace Sentrel
