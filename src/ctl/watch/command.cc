@@ -3,6 +3,7 @@
 #include "ctl/command/command_line.h"
 #include "ctl/show/durations.h"
 #include "ctl/show/failure.h"
+#include "ctl/show/note.h"
 #include "ctl/watch/live_screen.h"
 #include "ctl/watch/stream.h"
 
@@ -58,6 +59,7 @@ void RunWatch(const Arguments& arguments, std::ostream& output) {
     if (isStream) {
         Stream(watch, options, output);
     } else {
+        SilenceNotes();  // they would stand in the middle of the screen
         ShowLive(watch);
     }
 }
