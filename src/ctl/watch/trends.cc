@@ -37,11 +37,12 @@ void Trends::Add(const ViewedReport& report) {
         return;
     }
     Course& course = courses[report.judged.report.name];
-    if (course.time == report.judged.report.time) {
-        return;  // the same report in a new state
+    const double value = metrics.front().value;
+    if (course.time == report.judged.report.time && course.values.back() == value) {
+        return;  // the same report in another state
     }
     course.time = report.judged.report.time;
-    course.values.push_back(metrics.front().value);
+    course.values.push_back(value);
     if (course.values.size() > kColumns) {
         course.values.pop_front();
     }

@@ -27,9 +27,9 @@ class Watch : public ToolHost {
   protected:
     void SetUp() override { (void)OutputOf({"token", "init"}); }
 
-    static void Post(const char* name, int status) {
-        const ReportText report{
-            .name = name, .status = status, .unstructured = R"({"reason": "why"})"};
+    static void Post(const char* name, int status,
+                     const char* unstructured = R"({"reason": "why"})") {
+        const ReportText report{.name = name, .status = status, .unstructured = unstructured};
         ASSERT_EQ(HttpClient().Post(std::string("/") + name, report.Document()), 200);
     }
 };
@@ -74,7 +74,7 @@ TEST_F(Watch, TellsEachChangeInALine) {
     EXPECT_EQ(watch.Next(), Event("initial", "raid", nullptr, "WARNING"));
     Post("raid", 2);
     EXPECT_EQ(watch.Next(), Event("changed", "raid", "WARNING", "ERROR"));
-    Post("raid", 2);
+    Post("raid", 2, R"({"reason": "why", "disks": 1})");
     EXPECT_EQ(watch.Next(), Event("renewed", "raid", "ERROR", "ERROR"));
     Post("new", 0);
     EXPECT_EQ(watch.Next(), Event("new", "new", nullptr, "OK"));

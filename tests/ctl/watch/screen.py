@@ -88,7 +88,7 @@ def main():
     watch.wait('^✖ raid')
     watch.press('s')
     watch.wait(r'^. plain .*\n. raid[\s\S]*s sort \(name\)')
-    watch.press('\x1b[B\x1b[B\r')
+    watch.press('\x1bOB\x1bOB\r')
     watch.wait(r'^✖ raid  ERROR[\s\S]*METRIC[\s\S]*disks +1[\s\S]*Esc back')
     assert ' end' in watch.text(), watch.text()
     watch.resize(60, 10)
