@@ -17,8 +17,9 @@ namespace Ctl {
 
 namespace {
 
-constexpr std::array<Option, 2> kOptions = {
-    {kJsonOption,
+constexpr std::array<Option, 3> kOptions = {
+    {{"--all", "", "list the checks that passed too"},
+     kJsonOption,
      {"--reports", "DIR",
       "the report directory; by default that of the daemon that runs, else "
       "/var/lib/korvex/sentrel/reports",
@@ -52,7 +53,7 @@ Finding Explain(const char* subject, const Pellmar::Throwable& failure) {
         return {Severity::Notice, subject, failure.WhatHappened(), "run this as root", true};
     }
     return {Severity::Error, subject, failure.WhatHappened(),
-            failure.Advice().empty() ? "mend that, and run this again" : failure.Advice()};
+            failure.Advice().empty() ? "fix it and run this again" : failure.Advice()};
 }
 
 void Look(const Subject& subject, const Host& host, Findings& findings) {
@@ -74,19 +75,19 @@ int RunDoctor(const Arguments& arguments, std::ostream& output) {
     Host host = HostOf(arguments.options);
     SilenceNotes();
     LookAtDaemon(host);
-    return TellFindings(Inspect(host), arguments.options.Has("--json"), output);
+    return TellFindings(Inspect(host), arguments.options.Has("--json"), output,
+                        arguments.options.Has("--all") ? Shown::All : Shown::AllButGood);
 }
 
 constexpr std::array<Command, 1> kCommands = {{
     {"doctor",
-     "look at everything, and say what to do",
-     "Looks at the daemon and its ports, settings, plugins and their resource group, reports, "
+     "find problems, and say what to do",
+     "Inspects the daemon and its ports, settings, plugins and their resource group, reports, "
      "keys,\n"
-     "audit log and metadata, and changes nothing. Says one line on what is well, and on each "
-     "fault\n"
-     "what to do. Ends with 1 when there is an error: something that does not work. A user who "
-     "may\n"
-     "not look at a thing is told so; root may look at all.\n",
+     "audit log and metadata, and changes nothing. Lists problems, the worst first, each with "
+     "what\n"
+     "to do; --all lists the checks that passed too. Exits with 1 when something does not work.\n"
+     "The last line says what only root can inspect.\n",
      "sentrelctl doctor",
      kOptions,
      {},
@@ -101,6 +102,7 @@ std::vector<Finding> Inspect(const Host& host) {
     for (const Subject& subject : kSubjects) {
         Look(subject, host, findings);
     }
+    DropConsequences(findings);
     return findings;
 }
 

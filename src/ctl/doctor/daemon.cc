@@ -16,12 +16,13 @@ namespace Ctl {
 namespace {
 
 constexpr const char* kRestart = "systemctl restart sentrel";
+constexpr const char* kSubject = "daemon";
 
-// What nobody of the daemon's name holds.
+// The finding when no sentrel process holds the port.
 Finding ExplainNoDaemon(const Host& host) {
     const std::string port = std::to_string(host.intakePort);
     if (host.portHolder) {
-        return {Severity::Error, "daemon",
+        return {Severity::Error, kSubject,
                 "the intake port " + port + " is held by process " +
                     std::to_string(host.portHolder->pid) + " (" + host.portHolder->name +
                     "), not by sentrel, which cannot start",
@@ -30,9 +31,10 @@ Finding ExplainNoDaemon(const Host& host) {
     const bool isHeld = host.intakePort > 0 && host.intakePort <= 65535 &&
                         !FindListeningSockets(static_cast<std::uint16_t>(host.intakePort)).empty();
     if (isHeld) {
-        throw CannotLook("who listens on the intake port " + port + " may not be seen");
+        throw CannotLook("cannot see which process listens on port " + port +
+                         ": permission denied");
     }
-    return {Severity::Error, "daemon", "nobody listens on the intake port " + port,
+    return {Severity::Error, kSubject, "nothing is listening on port " + port,
             "systemctl start sentrel; if it does not start: journalctl -u sentrel"};
 }
 
@@ -72,8 +74,11 @@ void AddNewer(const std::string& folder, std::chrono::system_clock::time_point s
 
 void CheckDaemon(const Host& host, Findings& findings) {
     if (!host.settingsProblem.empty() && !host.daemon) {
-        findings.push_back({Severity::Error, "daemon", "it cannot start with its settings",
-                            "mend what is said of the settings, then: systemctl start sentrel"});
+        findings.push_back({.severity = Severity::Error,
+                            .subject = kSubject,
+                            .text = "cannot start: " + host.settingsProblem,
+                            .remedy = "fix that, then: systemctl start sentrel",
+                            .followsFrom = "entry sentrel"});
         return;
     }
     if (!host.daemon) {
@@ -82,7 +87,7 @@ void CheckDaemon(const Host& host, Findings& findings) {
     }
     const auto age =
         std::chrono::duration_cast<std::chrono::seconds>(host.now - host.daemon->started);
-    findings.push_back({Severity::Good, "daemon",
+    findings.push_back({Severity::Good, kSubject,
                         "process " + std::to_string(host.daemon->pid) + " of " +
                             NameOfUser(host.user.user) + ", since " +
                             UtcText(host.daemon->started) + " (" + DurationText(age) + ")",
@@ -106,7 +111,7 @@ void CheckFreshness(const Host& host, Findings& findings) {
     }
     if (newer.empty()) {
         findings.push_back({Severity::Good, "changes",
-                            "settings, plugin directory and metadata are those that it read", ""});
+                            "the daemon runs with the current settings, plugins and metadata", ""});
         return;
     }
     findings.push_back({Severity::Warning, "changes",

@@ -74,9 +74,11 @@ Finding ExplainMissing(const Host& host, const GroupLocation& location) {
         return {Severity::Error, kSubject, directory + " is missing: every launch is refused",
                 kEnsure};
     }
-    return {Severity::Notice, kSubject, "there is none as long as no daemon runs",
-            "start the daemon, whose unit makes one; where it runs outside of its unit: " +
-                std::string(kEnsure)};
+    return {.severity = Severity::Notice,
+            .subject = kSubject,
+            .text = "the daemon's unit creates the group when it starts",
+            .remedy = "start the daemon; outside of its unit, first: " + std::string(kEnsure),
+            .followsFrom = "daemon"};
 }
 
 void CheckSurvivors(const Host& host, const std::string& directory, Findings& findings) {
@@ -100,7 +102,7 @@ void CheckSurvivors(const Host& host, const std::string& directory, Findings& fi
 void CheckGroup(const Host& host, Findings& findings) {
     const GroupLocation location = FindGroupLocation(host.daemon);
     if (!host.daemon && ::geteuid() != 0 && location.root.kind != Kind::Named) {
-        throw CannotLook("which group a daemon of another user has may not be seen");
+        throw CannotLook("cannot see the group of another user's daemon");
     }
     if (location.root.kind == Kind::None) {
         findings.push_back({Severity::Notice, kSubject,

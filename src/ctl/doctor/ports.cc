@@ -95,10 +95,11 @@ void CheckApiPort(const Host& host, Findings& findings) {
     const std::string port = std::to_string(Sentrel::kApiPort);
     if (sockets.empty()) {
         if (host.daemon) {
-            findings.push_back({Severity::Error, subject,
-                                "nobody listens on port " + port + ", though the daemon runs",
-                                "see why in its log (journalctl -u sentrel), then: systemctl "
-                                "restart sentrel"});
+            findings.push_back(
+                {Severity::Error, subject,
+                 "nothing is listening on port " + port + ", although the daemon runs",
+                 "see why in its log (journalctl -u sentrel), then: systemctl "
+                 "restart sentrel"});
         }
         return;
     }

@@ -42,9 +42,8 @@ constexpr StateRow kStateRows[] = {
      "INVALID (they cannot be read, and full listings leave them out)",
      "sentrelctl list --state INVALID; sentrelctl history NAME says why"},
     {ReportState::Error, Severity::Warning, "ERROR", "sentrelctl list --full --state ERROR"},
-    {ReportState::Stale, Severity::Warning,
-     "STALE (older than one and a half periods of the plugin, or dated in the future)",
-     "see what the plugin does: sentrelctl plugin run NAME"},
+    {ReportState::Stale, Severity::Warning, "STALE (older than expected)",
+     "see why: sentrelctl list --full --state STALE"},
     {ReportState::Warning, Severity::Notice, "WARNING", "sentrelctl list --full --state WARNING"},
     {ReportState::Never, Severity::Notice, "NEVER (the plugin has not reported yet)",
      "wait for its first launch: sentrelctl plugin plan"},
@@ -75,15 +74,19 @@ void CheckReportStates(const Host& host, Findings& findings) {
     for (const StateRow& row : kStateRows) {
         std::vector<std::string> names;
         for (const JudgedReport& report : judged) {
-            if (report.state == row.state) {
+            if (report.state == row.state && !IsInFuture(report)) {  // said of its time
                 names.push_back(report.report.name);
             }
         }
         if (!names.empty()) {
+            // a host without a daemon gets no new reports
+            const bool isDue = row.state == ReportState::Stale || row.state == ReportState::Never;
             findings.push_back(
-                {row.severity, "reports",
-                 std::to_string(names.size()) + " " + row.text + ": " + Abridged(names),
-                 row.remedy});
+                {.severity = row.severity,
+                 .subject = "reports",
+                 .text = std::to_string(names.size()) + " " + row.text + ": " + Abridged(names),
+                 .remedy = row.remedy,
+                 .followsFrom = isDue ? "daemon" : ""});
             isAllWell = isAllWell && row.severity <= Severity::Notice;
         }
     }

@@ -138,7 +138,7 @@ void WriteRun(const PluginRun& run, std::ostream& output) {
     }
     output << '\n';
     if (!run.findings.empty()) {
-        WriteFindings(run.findings, output);
+        WriteFindings(run.findings, Shown::All, output);
     }
     output << LastLine(WorstOf(run.findings)) << '\n';
 }

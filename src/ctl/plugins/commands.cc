@@ -162,7 +162,8 @@ std::vector<Finding> FindAll(const Arguments& arguments) {
 }
 
 int JudgePlugins(const Arguments& arguments, std::ostream& output) {
-    const std::vector<Finding> findings = FindAll(arguments);
+    std::vector<Finding> findings = FindAll(arguments);
+    DropConsequences(findings);
     return TellFindings(findings, arguments.options.Has("--json"), output);
 }
 

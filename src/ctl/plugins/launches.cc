@@ -95,9 +95,12 @@ std::vector<Finding> CheckLaunches(const std::string& subject, const SurveyedPlu
                             kRestart});
     }
     if (known->run == RunState::NotStarted) {
-        findings.push_back({Severity::Error, subject,
-                            "the daemon could not launch it: " + ReasonText(*known),
-                            "see why in the log: journalctl SENTREL_PLUGIN=" + plugin.Name()});
+        findings.push_back(
+            {.severity = Severity::Error,
+             .subject = subject,
+             .text = "the daemon could not launch it: " + ReasonText(*known),
+             .remedy = "see why in the log: journalctl SENTREL_PLUGIN=" + plugin.Name(),
+             .followsFrom = known->error == 0 ? "group" : subject});
     }
     if (known->run == RunState::MemoryKill) {
         findings.push_back({Severity::Error, subject,

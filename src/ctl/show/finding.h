@@ -5,6 +5,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace Ctl {
 
@@ -18,9 +19,11 @@ enum class Severity {
 struct Finding {
     Severity severity = Severity::Good;
     std::string subject;     // what was looked at: "daemon", "plugin cpu", a setting, a file
-    std::string text;        // what is so
+    std::string text;        // what was found
     std::string remedy;      // what to do, a command where there is one; empty for Good
     bool isSkipped = false;  // this user may not look at it, but root may
+    // The subject whose error, where it has one, is the cause of this finding; else empty.
+    std::string followsFrom = {};
 };
 
 // "ok", "notice", "warning", "error".
@@ -29,13 +32,22 @@ std::string_view NameOf(Severity severity);
 // Good when there is none.
 Severity WorstOf(std::span<const Finding> findings);
 
-// For people: a line each, the remedy on a line of its own, a line with the counts at the end.
-void WriteFindings(std::span<const Finding> findings, std::ostream& output);
+// Removes the findings that follow from an error which is among them.
+void DropConsequences(std::vector<Finding>& findings);
+
+// Which findings people are shown.
+enum class Shown { All, AllButGood };
+
+// For people: the worst first, a line each, the same finding of several subjects once, the remedy
+// on a line of its own. Then how many are good, where these are not shown, and last a line with the
+// counts, which also tells what was skipped.
+void WriteFindings(std::span<const Finding> findings, Shown shown, std::ostream& output);
 
 // For programs: {"worst": "warning", "findings": [{"severity", "subject", "text", "remedy"}]}.
 void WriteFindingsJson(std::span<const Finding> findings, std::ostream& output);
 
 // Writes them in one of the two ways; gives the exit status: 1 when one is an Error, else 0.
-int TellFindings(std::span<const Finding> findings, bool asJson, std::ostream& output);
+int TellFindings(std::span<const Finding> findings, bool asJson, std::ostream& output,
+                 Shown shown = Shown::All);
 
 }  // namespace Ctl

@@ -1,6 +1,7 @@
 #include "ctl/show/table.h"
 
 #include "ctl/show/printable.h"
+#include "ctl/show/wrap.h"
 #include "platform/pellmar/log/escape.h"
 #include "platform/sys/utf8.h"
 
@@ -16,12 +17,6 @@ namespace {
 
 constexpr std::size_t kGap = 2;
 constexpr std::size_t kLeastCut = 12;  // a column is not cut to less
-
-// Characters of a UTF-8 text: its bytes but for those that continue one.
-std::size_t WidthOf(std::string_view text) {
-    return text.size() - static_cast<std::size_t>(
-                             std::count_if(text.begin(), text.end(), Sys::IsUtf8Continuation));
-}
 
 std::string CutToWidth(const std::string& text, std::size_t width) {
     if (WidthOf(text) <= width) {

@@ -272,7 +272,7 @@ TEST_F(ConfigCommands, CheckEndsWithStatus1ForErrorsAlone) {
     WriteFile(host.Root() + "/etc/korvex/oru/token/jwks.json", "{}");
     host.WriteVendorEntry("sentrel", R"({"http_port": 9996, "plugin_resource_pool_size_MB": 64})");
     EXPECT_EQ(Run({"check"}).output,
-              "ok       settings  13 settings in 4 entries are valid\nNothing has to be done.\n");
+              "ok       settings  13 settings in 4 entries are valid\n\nNo problems found.\n");
     const std::string file = host.WriteStoreEntry("cpu", R"({"frequency": "slow"})");
     std::filesystem::permissions(file, std::filesystem::perms(0666));
     const ToolResult warned = Run({"check"});

@@ -1,6 +1,7 @@
 #include "ctl/show/table.h"
 
 #include "ctl/show/printable.h"
+#include "ctl/show/wrap.h"
 
 #include <gtest/gtest.h>
 
@@ -19,6 +20,23 @@ TEST(Table, AlignsCellsByCharactersAndKeepsNamesOnTheirLine) {
               "  PID  NAME     SIZE\n"
               "    7  größe    1\n"
               "12345  a\uFFFD\uFFFD[2J\uFFFD\n");
+}
+
+TEST(Wrapping, BreaksBetweenWordsAndKeepsTheIndent) {
+    const struct {
+        const char* text;
+        std::size_t indent;
+        const char* wrapped;
+    } rows[] = {
+        {"one two three", 0, "one two\nthree"},
+        {"one two three", 4, "one\n    two\n    three"},
+        {"größer als das", 0, "größer als\ndas"},
+        {"longer-than-all x", 0, "longer-than-all\nx"},
+        {"a\n\n  b cccc dddd\n", 0, "a\n\n  b cccc\n  dddd\n"},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(Ctl::Wrapped(row.text, row.indent, 10), row.wrapped) << row.text;
+    }
 }
 
 TEST(Printable, LeavesNothingThatMovesOrReordersText) {
