@@ -1,6 +1,6 @@
 // The operator's tool: the table of its sub-commands, and how each of them ends. Status 0, 1 when
 // the operation failed, 2 when the command line is wrong, unless the command has its own; a failure
-// is one line on standard error.
+// is one line on standard error, and with --json also a document on standard output.
 #include "ctl/access/audit_command.h"
 #include "ctl/access/token_commands.h"
 #include "ctl/api/call_command.h"
@@ -16,18 +16,22 @@
 #include "ctl/reports/post_command.h"
 #include "ctl/serve/command.h"
 #include "ctl/settings/commands.h"
+#include "ctl/show/json_output.h"
 #include "ctl/show/printable.h"
 #include "ctl/sight/get.h"
 #include "ctl/sight/list.h"
 #include "ctl/sight/status.h"
 #include "ctl/watch/command.h"
+#include "platform/pellmar/exceptions.h"
 #include "platform/sys/host_root.h"
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <iostream>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -61,6 +65,10 @@ void SetHostRoot(const Ctl::GivenOptions& options) {
 
 // The exit status.
 int Run(const std::vector<Ctl::Command>& commands, const Ctl::CommandLine& line) {
+    if (line.asksVersion) {
+        std::cout << "sentrelctl " << SENTREL_VERSION << '\n';
+        return 0;
+    }
     if (line.arguments.options.Has("--help")) {
         if (line.command != nullptr) {
             Ctl::WriteCommandHelp(*line.command, std::cout);
@@ -89,10 +97,25 @@ void Complete(const std::vector<Ctl::Command>& commands, std::span<const char* c
     }
 }
 
+// Whether the command line asks for JSON, which also a failure to understand the rest is told in.
+bool AsksJson(std::span<const char* const> arguments) {
+    const auto end = std::find(arguments.begin(), arguments.end(), std::string_view("--"));
+    return std::find(arguments.begin(), end, std::string_view("--json")) != end;
+}
+
 int Fail(std::string_view text, int status) {
     const std::string line = "sentrelctl: " + Ctl::PrintableText(text) + "\n";
     (void)std::fputs(line.c_str(), stderr);  // there is nowhere else to say it
     return status;
+}
+
+// The same for a program too, on standard output.
+int FailInJson(const std::exception& failure, int status) {
+    const auto* const ours = dynamic_cast<const Pellmar::Throwable*>(&failure);
+    Ctl::WriteFailureJson(ours == nullptr ? failure.what() : ours->WhatHappened(),
+                          ours == nullptr ? "" : ours->Advice(), status, std::cout);
+    std::cout.flush();  // when this fails too, the status is left
+    return Fail(failure.what(), status);
 }
 
 }  // namespace
@@ -103,8 +126,11 @@ int main(int argc, char* argv[]) {
     const auto statusOr = [&failureStatus](int usual) {
         return failureStatus != 0 ? failureStatus : usual;
     };
+    const std::vector<const char*> arguments(argv + (argc > 0 ? 1 : 0), argv + argc);
+    const auto fail = [&arguments](const std::exception& failure, int status) {
+        return AsksJson(arguments) ? FailInJson(failure, status) : Fail(failure.what(), status);
+    };
     try {
-        const std::vector<const char*> arguments(argv + (argc > 0 ? 1 : 0), argv + argc);
         const std::vector<Ctl::Command> commands = AllCommands();
         if (!arguments.empty() && arguments.front() == Ctl::kCompleteCommand) {
             Complete(commands, std::span(arguments).subspan(1));
@@ -119,8 +145,8 @@ int main(int argc, char* argv[]) {
         }
         return status;
     } catch (const Ctl::UsageError& error) {
-        return Fail(error.what(), statusOr(error.ExitStatus()));
+        return fail(error, statusOr(error.ExitStatus()));
     } catch (const std::exception& exception) {
-        return Fail(exception.what(), statusOr(kFailed));
+        return fail(exception, statusOr(kFailed));
     }
 }

@@ -32,7 +32,8 @@ constexpr std::array<Option, 3> kIssueOptions = {{
     {"--subject", "NAME",
      "whom the token is for, always needed; this name stands in the audit log"},
     {"--entitlement", "PRIVILEGE",
-     "a privilege that it grants, such as observability.reports.read; may be repeated"},
+     "a privilege that it grants, such as observability.reports.read; may be repeated",
+     Completes::Privilege},
     {"--ttl", "TIME", "how long it is valid, such as 90s, 15m, 1h (by default) or 7d"},
 }};
 constexpr std::array<Option, 1> kInspectOptions = {{kJsonOption}};

@@ -21,9 +21,11 @@ enum class Completes {
     Directory,
     ReportName,
     PluginName,
-    State,      // of a report
-    Operation,  // of the API
-    Setting     // ENTRY.KEY
+    State,         // of a report
+    Operation,     // of the API
+    Setting,       // ENTRY.KEY
+    SettingValue,  // of the setting that is the first operand
+    Privilege      // that a token may grant
 };
 
 struct Option {
@@ -32,6 +34,7 @@ struct Option {
     std::string_view summary;  // one line
     Completes completes = Completes::Nothing;  // its value
     std::span<const char* const> words{};      // the values that there are, where they are few
+    bool isList = false;                       // several of them, separated by commas
 };
 
 // Of every command that can.

@@ -1,7 +1,9 @@
 #include "ctl/command/command_line.h"
 
+#include "ctl/show/near_names.h"
 #include "ctl/show/words.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <string_view>
 
@@ -52,7 +54,7 @@ class Parser {
                 TakeWord(argument);
             }
         }
-        if (!line.arguments.options.Has("--help")) {
+        if (!line.arguments.options.Has("--help") && !line.asksVersion) {
             RefuseMissing();
         }
     }
@@ -60,6 +62,10 @@ class Parser {
     void TakeWord(std::string_view word) {
         if (line.command != nullptr) {
             TakeOperand(word);
+            return;
+        }
+        if (line.family.empty() && word == kHelpWord) {
+            line.arguments.options.Add("--help", "");
             return;
         }
         const std::string name =
@@ -74,9 +80,38 @@ class Parser {
             std::any_of(commands.begin(), commands.end(),
                         [&name](const Command& command) { return IsInFamily(command, name); });
         if (!isFamily) {
-            throw UsageError("there is no command " + Quoted(name), HelpAdvice(line.family));
+            throw UsageError("unknown command " + Quoted(name),
+                             NearNamesAdvice(name, CommandNames(), HelpAdvice(line.family)));
         }
         line.family = name;
+    }
+
+    // Those that could stand here, with the word of their family.
+    std::vector<std::string> CommandNames() const {
+        std::vector<std::string> names = {std::string(kHelpWord)};
+        for (const Command& command : commands) {
+            const bool isHere = line.family.empty() || IsInFamily(command, line.family);
+            std::string name(isHere ? command.name : "");
+            if (line.family.empty()) {
+                name.resize(std::min(name.find(' '), name.size()));
+            }
+            if (isHere && name != names.back()) {
+                names.push_back(std::move(name));
+            }
+        }
+        return names;
+    }
+
+    std::vector<std::string> OptionNames() const {
+        std::vector<std::string> names;
+        const auto add = [&names](std::span<const Option> options) {
+            for (const Option& option : options) {
+                names.emplace_back(option.name);
+            }
+        };
+        add(kCommonOptions);
+        add(line.command == nullptr ? std::span(&kVersionOption, 1) : line.command->options);
+        return names;
     }
 
     void TakeOperand(std::string_view word) {
@@ -92,14 +127,18 @@ class Parser {
     void TakeOption(std::string_view argument) {
         const std::size_t sign = argument.find('=');
         const std::string_view name = argument.substr(0, sign);
+        if (argument == kVersionOption.name && line.command == nullptr) {
+            line.asksVersion = true;
+            return;
+        }
         const Option* option = FindOption(kCommonOptions, name);
         if (option == nullptr && line.command != nullptr) {
             option = FindOption(line.command->options, name);
         }
         if (option == nullptr) {
-            throw UsageError("there is no option " + Quoted(name) +
+            throw UsageError("unknown option " + Quoted(name) +
                                  (line.command == nullptr ? " before a command" : ""),
-                             HelpAdvice(Name()));
+                             NearNamesAdvice(name, OptionNames(), HelpAdvice(Name())));
         }
         const bool hasValue = sign != std::string_view::npos;
         if (option->value.empty()) {

@@ -8,8 +8,14 @@
 #include <array>
 #include <span>
 #include <string>
+#include <string_view>
 
 namespace Ctl {
+
+// Of no command: takes none, and prints the version of the program.
+inline constexpr Option kVersionOption = {"--version", "", "print the version"};
+// A word before a command that stands for --help behind it.
+inline constexpr std::string_view kHelpWord = "help";
 
 // What every command takes. They may stand before the command's name too.
 inline constexpr std::array<Option, 2> kCommonOptions = {{
@@ -33,8 +39,9 @@ class UsageError : public Failure {
 };
 
 struct CommandLine {
-    const Command* command = nullptr;  // null with --help only
+    const Command* command = nullptr;  // null with --help or --version only
     std::string family;                // with --help and no command: of which family, or empty
+    bool asksVersion = false;          // alone, without a command
     Arguments arguments;
 };
 

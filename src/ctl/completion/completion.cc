@@ -39,12 +39,21 @@ std::optional<Option> FindValued(const Command* command, std::string_view name) 
 
 void CompleteValue(const Option& option, Completion& completion) {
     completion.completes = option.completes;
+    if (option.isList) {
+        const std::size_t start = completion.typed.rfind(',') + 1;  // 0 where there is none
+        completion.before += completion.typed.substr(0, start);
+        completion.typed.erase(0, start);
+    }
     for (const char* word : option.words) {
         completion.candidates.push_back({word, ""});
     }
 }
 
 void CompleteOption(const CommandLine& line, Completion& completion) {
+    if (line.command == nullptr) {
+        completion.candidates.push_back(
+            {std::string(kVersionOption.name), std::string(kVersionOption.summary)});
+    }
     for (const Option& option : OptionsOf(line.command)) {
         // ReadBeginning has added "--help"
         if (option.name == "--help" || !line.arguments.options.Has(option.name)) {
@@ -82,12 +91,16 @@ void CompleteWord(std::span<const Command> commands, const CommandLine& line,
                   Completion& completion) {
     if (line.command == nullptr) {
         CompleteCommand(commands, line.family, completion);
+        if (line.family.empty()) {
+            completion.candidates.push_back({std::string(kHelpWord), "show the help of a command"});
+        }
         return;
     }
     const Operands& operands = line.command->operands;
     const std::size_t count = line.arguments.operands.size();
     if (count < operands.most) {
         completion.completes = count == 0 ? operands.first : operands.others;
+        completion.operands = line.arguments.operands;
     }
 }
 

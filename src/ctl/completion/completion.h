@@ -32,6 +32,7 @@ struct Completion {
     std::string typed;                         // what the candidates begin with, ASCII case aside
     std::string before;                        // what stands before them in the last word
     GivenOptions options;                      // of the words before
+    std::vector<std::string> operands;         // that stand before the last word
 };
 
 // `words` are the arguments of the program up to the cursor; the last one is to be completed and

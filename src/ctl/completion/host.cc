@@ -2,11 +2,13 @@
 // waits for a busy daemon.
 #include "ctl/host/host.h"
 #include "ctl/api/client.h"
+#include "ctl/api/signing.h"
 #include "ctl/completion/completion.h"
 #include "ctl/host/daemon_settings.h"
 #include "ctl/host/plugin_survey.h"
 #include "ctl/reports/state.h"
 #include "ctl/settings/name.h"
+#include "ctl/settings/rules.h"
 #include "ctl/show/failure.h"
 #include "ctl/show/json_output.h"
 #include "ctl/show/printable.h"
@@ -109,6 +111,29 @@ Candidates Settings() {
     return candidates;
 }
 
+// Of a switch or a choice all, of the others the value in effect by default.
+Candidates SettingValues(const Completion& completion) {
+    const Catalogue catalogue = ReadCatalogue();
+    const Setting& setting = FindSetting(catalogue, completion.operands.front()).setting;
+    Candidates candidates;
+    if (setting.type == SettingType::Boolean) {
+        candidates = {{"true", ""}, {"false", ""}};
+    }
+    for (const char* word : setting.words) {
+        candidates.push_back({word, ""});
+    }
+    const std::string byDefault = TextOf(setting.byDefault);
+    const auto same =
+        std::find_if(candidates.begin(), candidates.end(),
+                     [&byDefault](const Candidate& other) { return other.word == byDefault; });
+    if (same != candidates.end()) {
+        same->description = "default";
+    } else if (!byDefault.empty()) {
+        candidates.push_back({byDefault, "default"});
+    }
+    return candidates;
+}
+
 Candidates CandidatesOfHost(const Completion& completion) {
     switch (completion.completes) {
         case Completes::Nothing:
@@ -127,6 +152,10 @@ Candidates CandidatesOfHost(const Completion& completion) {
             return Operations();
         case Completes::Setting:
             return Settings();
+        case Completes::SettingValue:
+            return SettingValues(completion);
+        case Completes::Privilege:
+            return {{std::string(kReadPrivilege), "read health reports"}};
     }
     return {};
 }

@@ -173,7 +173,7 @@ constexpr std::array<Command, 4> kCommands = {{
      "quotes. The daemon reads its settings once, at its start.\n",
      "sentrelctl config set sentrel.fast_queue/time_period_in_mins 15",
      kSetOptions,
-     {"ENTRY.KEY [VALUE]", 1, 2, Completes::Setting},
+     {"ENTRY.KEY [VALUE]", 1, 2, Completes::Setting, Completes::SettingValue},
      RunConfigSet},
     {"config check",
      "look for broken files, unknown keys and values that do nothing",

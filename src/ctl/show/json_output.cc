@@ -15,6 +15,11 @@ void WriteJson(const OrderedJson& document, std::ostream& output) {
            << '\n';
 }
 
+void WriteFailureJson(const std::string& message, const std::string& advice, int code,
+                      std::ostream& output) {
+    WriteJson({{"error", {{"message", message}, {"advice", advice}, {"code", code}}}}, output);
+}
+
 std::string TextOf(const OrderedJson& object, const char* member) {
     const auto found = object.find(member);
     return found != object.end() && found->is_string() ? found->get<std::string>() : "";

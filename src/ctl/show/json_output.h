@@ -12,6 +12,11 @@ namespace Ctl {
 // escaped.
 void WriteJson(const nlohmann::ordered_json& document, std::ostream& output);
 
+// How a command with --json fails: {"error": {"message", "advice", "code"}}, in one line; `code` is
+// the exit status.
+void WriteFailureJson(const std::string& message, const std::string& advice, int code,
+                      std::ostream& output);
+
 // The text that member of an object has; empty when it has none, or `object` is none.
 std::string TextOf(const nlohmann::ordered_json& object, const char* member);
 

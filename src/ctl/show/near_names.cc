@@ -71,7 +71,7 @@ std::string NearNamesAdvice(std::string_view name, const std::vector<std::string
     for (std::string& quoted : near) {
         quoted = "\"" + quoted + "\"";
     }
-    return near.empty() ? otherwise : "do you mean " + Enumerated(near, "or") + "?";
+    return near.empty() ? otherwise : "did you mean " + Enumerated(near, "or") + "?";
 }
 
 }  // namespace Ctl

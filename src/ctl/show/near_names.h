@@ -12,7 +12,7 @@ namespace Ctl {
 std::vector<std::string> FindNearNames(std::string_view name,
                                        const std::vector<std::string>& names);
 
-// "do you mean \"a\" or \"b\"?", or `otherwise` when there is none.
+// "did you mean \"a\" or \"b\"?", or `otherwise` when there is none.
 std::string NearNamesAdvice(std::string_view name, const std::vector<std::string>& names,
                             const std::string& otherwise);
 

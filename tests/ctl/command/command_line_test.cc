@@ -21,18 +21,20 @@ TEST(CommandLine, TellsEachMistakeInOneLineWithStatus2) {
     };
     const Row rows[] = {
         {{}, "a command is missing; see \"sentrelctl --help\""},
-        {{"grop"}, "there is no command \"grop\"; see \"sentrelctl --help\""},
-        {{"gr\noup"}, "there is no command \"gr\uFFFDoup\"; see \"sentrelctl --help\""},
+        {{"grop"}, "unknown command \"grop\"; did you mean \"group\"?"},
+        {{"gr\noup"}, "unknown command \"gr\uFFFDoup\"; did you mean \"group\"?"},
         {{"group"},
          "\"group\" needs one of its commands: ensure, show, kill; see \"sentrelctl group "
          "--help\""},
-        {{"group", "make"}, "there is no command \"group make\"; see \"sentrelctl group --help\""},
+        {{"group", "make"}, "unknown command \"group make\"; see \"sentrelctl group --help\""},
         {{"group", "show", "all"},
          "\"group show\" takes no argument \"all\"; see \"sentrelctl group show --help\""},
         {{"group", "show", "--all"},
-         "there is no option \"--all\"; see \"sentrelctl group show --help\""},
+         "unknown option \"--all\"; see \"sentrelctl group show --help\""},
         {{"--json", "group", "show"},
-         "there is no option \"--json\" before a command; see \"sentrelctl --help\""},
+         "unknown option \"--json\" before a command; see \"sentrelctl --help\""},
+        {{"group", "shwo"}, "unknown command \"group shwo\"; did you mean \"group show\"?"},
+        {{"group", "show", "--jsno"}, "unknown option \"--jsno\"; did you mean \"--json\"?"},
         {{"group", "show", "--json=yes"},
          "option \"--json\" takes no value; see \"sentrelctl group show --help\""},
         {{"group", "show", "--root"}, "option \"--root\" needs a value: write --root DIR"},
@@ -46,8 +48,18 @@ TEST(CommandLine, TellsEachMistakeInOneLineWithStatus2) {
         const ToolResult result = RunTool(row.arguments);
         EXPECT_EQ(result.error, "sentrelctl: " + std::string(row.error) + "\n");
         EXPECT_EQ(result.status, 2) << row.error;
-        EXPECT_EQ(result.output, "") << row.error;
+        const bool asJson = std::count(row.arguments.begin(), row.arguments.end(), "--json") != 0;
+        EXPECT_EQ(result.output.substr(0, 9), asJson ? "{\"error\":" : "") << row.error;
     }
+}
+
+TEST(CommandLine, AFailureIsToldInJsonToo) {
+    const ToolResult result = RunTool({"token", "inspect", "--json", "/none"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.error.substr(0, 12), "sentrelctl: ");
+    EXPECT_THAT(result.output,
+                testing::MatchesRegex("\\{\"error\":\\{\"message\":\".+\",\"advice\":"
+                                      "\".*\",\"code\":1\\}\\}\n"));
 }
 
 TEST(CommandLine, RefusesABadRootOfTheEnvironment) {
@@ -64,6 +76,9 @@ TEST(CommandLine, HelpNeedsNothingAndEndsWell) {
     const Row rows[] = {
         {{"--help"}, {"Usage: sentrelctl COMMAND", "group ensure", "group show", "--root DIR"}},
         {{"-h"}, {"Usage: sentrelctl COMMAND"}},
+        {{"--version"}, {"sentrelctl "}},
+        {{"help"}, {"Usage: sentrelctl COMMAND"}},
+        {{"help", "group", "show"}, {"Usage: sentrelctl group show"}},
         {{"group", "--help"}, {"Usage: sentrelctl group COMMAND", "group ensure", "group show"}},
         {{"group", "ensure", "--help"},
          {"Usage: sentrelctl group ensure [--json] [--root DIR]",

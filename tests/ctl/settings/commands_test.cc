@@ -282,7 +282,7 @@ TEST_F(ConfigCommands, CheckEndsWithStatus1ForErrorsAlone) {
     const ToolResult failed = Run({"check"});
     EXPECT_EQ(failed.status, 1);
     EXPECT_THAT(failed.output, HasSubstr("-> sentrelctl config set new.enabled true\n"));
-    EXPECT_THAT(failed.output, EndsWith("1 error, 1 warning.\n"));
+    EXPECT_THAT(failed.output, EndsWith("1 error, 1 warning\n"));
 }
 
 }  // namespace
