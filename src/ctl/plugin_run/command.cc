@@ -176,7 +176,7 @@ void TakeStored(const StoredReports& stored, PluginRun& run) {
 }
 
 void Run(const Sentrel::Plugin& plugin, const PluginStarter& starter, const Host& host,
-         PluginRun& run) {
+         LiveOutput* live, PluginRun& run) {
     std::optional<StoredReports> stored;
     std::optional<StandInIntake> standIn;
     if (run.intake.empty()) {
@@ -189,7 +189,7 @@ void Run(const Sentrel::Plugin& plugin, const PluginStarter& starter, const Host
     if (standIn) {
         standIn->Start();
     }
-    run.end = process.Await(run.timeout);
+    run.end = process.Await(run.timeout, live);
     if (stored) {
         TakeStored(*stored, run);
     } else {
@@ -222,11 +222,13 @@ int RunPlugin(const Arguments& arguments, std::ostream& output) {
     }
     run.sandboxUser = FindSandboxUser(found.entry.info, starter.user);
     const std::uint64_t killsBefore = Kernel::Groups().CountMemoryKills(Sentrel::kPluginGroupPath);
-    Run(plugin, starter, host, run);
+    const bool asJson = arguments.options.Has("--json");
+    LiveOutput live(output, run.timeout);
+    Run(plugin, starter, host, asJson ? nullptr : &live, run);
     ReadGroupPeak(run);
     ReadLimits(killsBefore, run);
     JudgeRun(run);
-    if (arguments.options.Has("--json")) {
+    if (asJson) {
         WriteRunJson(run, output);
     } else {
         WriteRun(run, output);

@@ -189,13 +189,17 @@ void PluginProcess::Start(const Sentrel::Plugin& plugin, const PluginStarter& st
     error.socket = std::move(errorEnds.own);
 }
 
-PluginEnd PluginProcess::Await(std::chrono::seconds timeout) {
+PluginEnd PluginProcess::Await(std::chrono::seconds timeout, LiveOutput* shown) {
+    live = shown;
     PluginEnd end;
     Watch(timeout, end);
     end.wallTime = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - started);
     Reap(end);
     Drain(output);
     Drain(error);
+    if (live != nullptr) {
+        live->Finish();
+    }
     end.output = std::move(output.taken);
     end.error = std::move(error.taken);
     end.left = EndDescendants();
@@ -209,14 +213,16 @@ void PluginProcess::Watch(std::chrono::seconds timeout, PluginEnd& end) {
                                           {signals.Get(), POLLIN, 0},
                                           {output.socket.Get(), POLLIN, 0},
                                           {error.socket.Get(), POLLIN, 0}}};
-        const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
-        const auto wait = std::clamp(left, std::chrono::milliseconds(0),
-                                     std::chrono::milliseconds(std::chrono::minutes(1)));
-        if (::poll(entries.data(), entries.size(), static_cast<int>(wait.count())) < 0) {
+        const auto wait = static_cast<int>(TimeToWait(deadline).count());
+        if (::poll(entries.data(), entries.size(), wait) < 0) {
             continue;  // interrupted: look again
         }
         Take(output);
         Take(error);
+        if (live != nullptr) {
+            live->ShowTime(
+                std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - started));
+        }
         if (entries[0].revents != 0) {
             return;
         }
@@ -235,6 +241,18 @@ void PluginProcess::Watch(std::chrono::seconds timeout, PluginEnd& end) {
             deadline = Clock::now() + std::chrono::hours(1);
         }
     }
+}
+
+// Until the deadline, or until the time that is shown changes.
+std::chrono::milliseconds PluginProcess::TimeToWait(Clock::time_point deadline) const {
+    using std::chrono::milliseconds;
+    const auto now = Clock::now();
+    const auto left = std::chrono::ceil<milliseconds>(deadline - now);
+    const auto most =
+        live == nullptr ? milliseconds(std::chrono::minutes(1))
+                        : std::chrono::ceil<milliseconds>(
+                              std::chrono::seconds(1) - (now - started) % std::chrono::seconds(1));
+    return std::clamp(left, milliseconds(0), most);
 }
 
 bool PluginProcess::TakeSignal() const {
@@ -268,7 +286,11 @@ void PluginProcess::Take(Capture& capture) {
         const auto bytes = static_cast<std::size_t>(count);
         capture.taken.bytes += bytes;
         const std::size_t room = kMaxKeptOutput - capture.taken.text.size();
-        capture.taken.text.append(piece.data(), std::min(bytes, room));
+        const std::string_view kept(piece.data(), std::min(bytes, room));
+        capture.taken.text += kept;
+        if (live != nullptr) {
+            live->Take(&capture == &output ? LiveOutput::Output : LiveOutput::Error, kept);
+        }
     }
 }
 

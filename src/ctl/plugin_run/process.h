@@ -4,6 +4,7 @@
 
 #include "ctl/host/run_user.h"
 #include "ctl/plugin_run/inheritance.h"
+#include "ctl/plugin_run/live_output.h"
 #include "platform/sys/owned_fd.h"
 #include "platform/sys/pid_fd.h"
 #include "plugins/plugin.h"
@@ -78,8 +79,8 @@ class PluginProcess {
     pid_t Pid() const { return pid; }
     // Watches it to its end. Sends it SIGTERM when `timeout` after its start is over, or when this
     // program gets one of these signals, and SIGKILL kEndPatience later, or at a second such
-    // signal. Ends what it left behind. Once.
-    PluginEnd Await(std::chrono::seconds timeout);
+    // signal. Ends what it left behind. Shows what it does on `live`, unless that is null. Once.
+    PluginEnd Await(std::chrono::seconds timeout, LiveOutput* live);
 
   private:
     using Clock = std::chrono::steady_clock;
@@ -92,10 +93,11 @@ class PluginProcess {
 
     void Start(const Sentrel::Plugin& plugin, const PluginStarter& starter);
     void Watch(std::chrono::seconds timeout, PluginEnd& end);
+    std::chrono::milliseconds TimeToWait(Clock::time_point deadline) const;
     bool TakeSignal() const;
     void Reap(PluginEnd& end);
-    static void Take(Capture& capture);
-    static void Drain(Capture& capture);
+    void Take(Capture& capture);
+    void Drain(Capture& capture);
 
     Sys::OwnedFd signals;
     Capture output;
@@ -104,6 +106,7 @@ class PluginProcess {
     pid_t pid = 0;
     Clock::time_point started;
     std::uint64_t inheritedPeakKB = 0;
+    LiveOutput* live = nullptr;
 };
 
 }  // namespace Ctl

@@ -1,5 +1,7 @@
 // Writes a run for people.
 #include "ctl/plugin_run/result.h"
+
+#include "ctl/reports/state.h"
 #include "ctl/show/durations.h"
 #include "ctl/show/printable.h"
 #include "ctl/show/sizes.h"
@@ -8,6 +10,8 @@
 #include "ctl/show/words.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <optional>
 #include <ostream>
 #include <string_view>
 
@@ -35,6 +39,16 @@ std::string EndText(const PluginEnd& end) {
     return how + ": " + why + (end.signal == SIGTERM ? "" : ", and it was sent SIGTERM");
 }
 
+// The text itself was shown as it came.
+std::string SizeOf(const PluginOutput& written) {
+    return written.bytes == 0
+               ? "nothing"
+               : SizeText(written.bytes) +
+                     (written.bytes > written.text.size()
+                          ? ", of which the first " + SizeText(written.text.size()) + " are shown"
+                          : "");
+}
+
 void WriteFacts(const PluginRun& run, std::ostream& output) {
     const PluginEnd& end = run.end;
     Table facts({{}, {}});
@@ -55,6 +69,8 @@ void WriteFacts(const PluginRun& run, std::ostream& output) {
                              ? "this program, since nobody listens on port " +
                                    std::to_string(run.port) + "; it stores nothing"
                              : run.intake + ", on port " + std::to_string(run.port)});
+    facts.Add({"Output", SizeOf(end.output)});
+    facts.Add({"Errors", SizeOf(end.error)});
     facts.Write(output);
 }
 
@@ -67,20 +83,6 @@ void WriteIndented(std::string_view text, std::ostream& output) {
         output << kIndent << PrintableText(line) << '\n';
         text.remove_prefix(std::min(end + 1, text.size()));
     }
-}
-
-void WriteOutput(std::string_view what, const PluginOutput& written, std::ostream& output) {
-    output << '\n' << what << ": ";
-    if (written.bytes == 0) {
-        output << "nothing\n";
-        return;
-    }
-    output << SizeText(written.bytes);
-    if (written.bytes > written.text.size()) {
-        output << ", the first " << SizeText(written.text.size()) << " of which are";
-    }
-    output << '\n';
-    WriteIndented(written.text, output);
 }
 
 Colour ColourOf(std::string_view state) {
@@ -116,23 +118,37 @@ void WritePost(const PostJudgement& judged, std::ostream& output) {
     WriteIndented(MetricsText(judged.metrics), output);
 }
 
-std::string LastLine(Severity worst) {
-    switch (worst) {
-        case Severity::Error:
-            return Paint("Not fine for production.", Colour::Red);
-        case Severity::Warning:
-            return Paint("Fine for production, but for the warnings.", Colour::Yellow);
-        default:
-            return Paint("Fine for production.", Colour::Green);
+// "WARNING" of the worst good report; empty when that is OK, or NONE.
+std::string TroubleOf(const PluginRun& run) {
+    std::string trouble;
+    for (const PostJudgement& post : run.posts) {
+        const std::optional<ReportState> state = ParseState(post.state);
+        if (post.IsGood() && state && *state != ReportState::Ok && *state != ReportState::None &&
+            (trouble.empty() || RankOf(*state) < RankOf(*ParseState(trouble)))) {
+            trouble = post.state;
+        }
     }
+    return trouble;
+}
+
+std::string LastLine(const PluginRun& run) {
+    if (WorstOf(run.findings) == Severity::Error) {
+        return Paint("Not ready for production.", Colour::Red);
+    }
+    const auto warnings = static_cast<std::size_t>(std::count_if(
+        run.findings.begin(), run.findings.end(),
+        [](const Finding& finding) { return finding.severity == Severity::Warning; }));
+    const std::string trouble = TroubleOf(run);
+    const std::string line = "Ready for production" +
+                             (warnings == 0 ? "" : ", with " + Counted(warnings, "warning")) +
+                             (trouble.empty() ? "." : "; it reports " + trouble + ".");
+    return Paint(line, warnings == 0 && trouble.empty() ? Colour::Green : Colour::Yellow);
 }
 
 }  // namespace
 
 void WriteRun(const PluginRun& run, std::ostream& output) {
     WriteFacts(run, output);
-    WriteOutput("Standard output", run.end.output, output);
-    WriteOutput("Standard error", run.end.error, output);
     for (const PostJudgement& post : run.posts) {
         WritePost(post, output);
     }
@@ -140,7 +156,7 @@ void WriteRun(const PluginRun& run, std::ostream& output) {
     if (!run.findings.empty()) {
         WriteFindings(run.findings, Shown::All, output);
     }
-    output << LastLine(WorstOf(run.findings)) << '\n';
+    output << LastLine(run) << '\n';
 }
 
 }  // namespace Ctl

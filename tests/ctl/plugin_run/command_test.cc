@@ -123,10 +123,13 @@ TEST_F(PluginRun, GivesItWhatTheDaemonGives) {
     const ToolResult result = RunIt();
     EXPECT_EQ(result.status, 0) << result.output;
     EXPECT_THAT(result.output,
-                HasSubstr("\n  4 ++group=sentrel-plugins,mem=40 -u http://localhost:9996 "
-                          "--loglevel=warning\n  /\n  0 1 2 255 /dev/null\n  leads\n"));
+                HasSubstr("stdout  4 ++group=sentrel-plugins,mem=40 -u http://localhost:9996 "
+                          "--loglevel=warning\nstdout  /\nstdout  0 1 2 255 /dev/null\n"
+                          "stdout  leads\n\nCommand "));
     EXPECT_THAT(result.output, HasSubstr("\nReport plug: WARNING, "));
-    EXPECT_THAT(result.output, HasSubstr(", good\n  so so\n  load 1.5\n\nFine for production.\n"));
+    EXPECT_THAT(
+        result.output,
+        HasSubstr(", good\n  so so\n  load 1.5\n\nReady for production; it reports WARNING.\n"));
 }
 
 TEST_F(PluginRun, KeepsTheBeginningOfLongOutputAndEndsWhatItLeaves) {
@@ -166,13 +169,13 @@ TEST_F(PluginRun, GivesItWhatItWouldInheritFromTheDaemon) {
     EXPECT_EQ(::setrlimit(RLIMIT_NOFILE, &limit), 0);
     (void)::umask(mask);
     Install("umask; ulimit -n; nice; post /plug $json \"$good\"");
-    EXPECT_THAT(RunIt().output, HasSubstr("\n  0027\n  300\n  5\n"));
+    EXPECT_THAT(RunIt().output, HasSubstr("stdout  0027\nstdout  300\nstdout  5\n"));
 }
 
 TEST_F(PluginRun, SaysWhyItCannotBeStarted) {
     ExpectFailure(RunIt(), "there is no plugin \"plug\"");
     Install("");
-    ExpectFailure(RunTool({"plugin", "run", "lug"}, environment), "do you mean \"plug\"?");
+    ExpectFailure(RunTool({"plugin", "run", "lug"}, environment), "did you mean \"plug\"?");
     fs::permissions(File(), fs::perms::owner_read);
     ExpectFailure(RunIt(), "Permission denied; make it executable: chmod +x ");
     fs::remove(File());
