@@ -12,9 +12,10 @@
 #include "ctl/page/command.h"
 #include "ctl/plugin_run/command.h"
 #include "ctl/plugins/commands.h"
+#include "ctl/reports/forget_command.h"
 #include "ctl/reports/monitoring_commands.h"
 #include "ctl/reports/post_command.h"
-#include "ctl/serve/command.h"
+#include "ctl/reports/silence_command.h"
 #include "ctl/settings/commands.h"
 #include "ctl/show/json_output.h"
 #include "ctl/show/printable.h"
@@ -22,7 +23,6 @@
 #include "ctl/sight/list.h"
 #include "ctl/sight/status.h"
 #include "ctl/watch/command.h"
-#include "platform/pellmar/exceptions.h"
 #include "platform/sys/host_root.h"
 
 #include <algorithm>
@@ -44,9 +44,10 @@ std::vector<Ctl::Command> AllCommands() {
     std::vector<Ctl::Command> commands;
     for (const std::span<const Ctl::Command> family :
          {Ctl::StatusCommands(), Ctl::ListCommands(), Ctl::GetCommands(), Ctl::WatchCommands(),
-          Ctl::PageCommands(), Ctl::ServeCommands(), Ctl::CallCommands(), Ctl::MonitoringCommands(), Ctl::PostCommands(),
-          Ctl::AuditCommands(), Ctl::TokenCommands(), Ctl::ConfigCommands(), Ctl::PluginCommands(),
-          Ctl::PluginRunCommands(), Ctl::GroupCommands(), Ctl::DoctorCommands()}) {
+          Ctl::PageCommands(), Ctl::CallCommands(), Ctl::MonitoringCommands(), Ctl::PostCommands(),
+          Ctl::ForgetCommands(), Ctl::SilenceCommands(), Ctl::AuditCommands(), Ctl::TokenCommands(),
+          Ctl::ConfigCommands(), Ctl::PluginCommands(), Ctl::PluginRunCommands(),
+          Ctl::GroupCommands(), Ctl::DoctorCommands()}) {
         commands.insert(commands.end(), family.begin(), family.end());
     }
     return commands;
@@ -111,9 +112,7 @@ int Fail(std::string_view text, int status) {
 
 // The same for a program too, on standard output.
 int FailInJson(const std::exception& failure, int status) {
-    const auto* const ours = dynamic_cast<const Pellmar::Throwable*>(&failure);
-    Ctl::WriteFailureJson(ours == nullptr ? failure.what() : ours->WhatHappened(),
-                          ours == nullptr ? "" : ours->Advice(), status, std::cout);
+    Ctl::WriteFailureJson(failure, status, std::cout);
     std::cout.flush();  // when this fails too, the status is left
     return Fail(failure.what(), status);
 }

@@ -68,13 +68,15 @@ void CheckReportStates(const Host& host, Findings& findings) {
     if (host.settingsProblem.empty()) {
         plugins = PeriodsOf(SurveyPlugins());
     }
-    const std::vector<JudgedReport> judged =
+    std::vector<JudgedReport> judged =
         JudgeReports(ReadStoredReports(host.reportDirectory, {}), plugins, host.now);
+    AddSilences(judged, host.now);
     bool isAllWell = true;
     for (const StateRow& row : kStateRows) {
         std::vector<std::string> names;
         for (const JudgedReport& report : judged) {
-            if (report.state == row.state && !IsInFuture(report)) {  // said of its time
+            // what is in the future is said of its time
+            if (report.state == row.state && !IsInFuture(report) && !report.silence) {
                 names.push_back(report.report.name);
             }
         }
@@ -89,6 +91,17 @@ void CheckReportStates(const Host& host, Findings& findings) {
                  .followsFrom = isDue ? "daemon" : ""});
             isAllWell = isAllWell && row.severity <= Severity::Notice;
         }
+    }
+    std::vector<std::string> silenced;
+    for (const JudgedReport& report : judged) {
+        if (report.silence) {
+            silenced.push_back(report.report.name);
+        }
+    }
+    if (!silenced.empty()) {
+        findings.push_back({Severity::Notice, "reports",
+                            std::to_string(silenced.size()) + " silenced: " + Abridged(silenced),
+                            "sentrelctl silence"});
     }
     if (isAllWell) {
         const auto good = std::count_if(judged.begin(), judged.end(), [](const auto& report) {

@@ -8,7 +8,8 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
-#include <map>
+#include <optional>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -48,28 +49,46 @@ std::string NextCell(const ViewedReport& report, const HostView& view) {
     return report.next.time ? NextText(report.next, view.now) : "–";
 }
 
-std::map<int, std::pair<ReportState, std::size_t>> CountStates(const HostView& view) {
-    std::map<int, std::pair<ReportState, std::size_t>> counts;
-    for (const ViewedReport& report : view.reports) {
-        const ReportState state = report.judged.state;
-        ++counts.try_emplace(RankOf(state), state, 0).first->second.second;
-    }
-    return counts;
+// The pill to which the report belongs, and by which it is filtered.
+std::string PillOf(const JudgedReport& judged) {
+    return judged.silence ? "silenced" : std::string(NameOf(judged.state));
 }
 
-std::string CardHtml(const ViewedReport& report) {
+// Of the class of its state, and of its own.
+std::string ClassOf(const JudgedReport& judged) {
+    return std::string(NameOf(judged.state)) + (judged.silence ? " silenced" : "");
+}
+
+std::string SilenceHtml(const ViewedReport& report, const HostView& view) {
+    const std::optional<Silence>& silence = report.judged.silence;
+    return silence ? "<p class=\"quiet\">" + Html(SilenceText(*silence, view.now)) + "</p>" : "";
+}
+
+// How many reports each pill has, by its name, in their order.
+std::vector<std::pair<std::string, std::size_t>> CountPills(const HostView& view) {
+    std::vector<std::pair<std::string, std::size_t>> pills;
+    for (const ViewedReport& report : view.reports) {
+        const std::string name = PillOf(report.judged);
+        auto pill = std::find_if(pills.begin(), pills.end(),
+                                 [&name](const auto& other) { return other.first == name; });
+        if (pill == pills.end()) {
+            pill = pills.insert(pill, {name, 0});
+        }
+        ++pill->second;
+    }
+    return pills;
+}
+
+std::string CardHtml(const ViewedReport& report, const HostView& view) {
     const ReportState state = report.judged.state;
-    std::string html = "<article class=\"card " + std::string(NameOf(state)) + "\"><header>" +
+    std::string html = "<article class=\"card " + ClassOf(report.judged) + "\"><header>" +
                        StateHtml(state) + "<h3>" + Html(report.judged.report.name) + "</h3>";
     if (report.judged.age) {
         html += "<span class=\"quiet\"><span" + Counting(*report.judged.age, 1) + ">" +
                 AgeText(report.judged.age) + "</span> ago</span>";
     }
-    return html + "</header><p>" + Html(report.reason) + "</p></article>";
-}
-
-bool IsProblem(const ViewedReport& report) {
-    return report.judged.state != ReportState::Ok && report.judged.state != ReportState::None;
+    return html + "</header><p>" + Html(report.reason) + "</p>" + SilenceHtml(report, view) +
+           "</article>";
 }
 
 // All launches within an hour of `view.now`, the next first.
@@ -112,11 +131,11 @@ std::string NoticeHtml(const std::string& text) {
 
 std::string PillsHtml(const HostView& view) {
     std::string html;
-    for (const auto& [rank, count] : CountStates(view)) {
-        const std::string name(NameOf(count.first));
-        html += "<button class=\"pill " + name + "\" data-state=\"" + name +
-                "\" aria-pressed=\"false\">" + std::string(MarkOf(count.first)) + " " +
-                std::to_string(count.second) + " " + name + "</button>";
+    for (const auto& [name, count] : CountPills(view)) {
+        const ReportState look = ParseState(name).value_or(ReportState::None);  // of "silenced"
+        html += "<button class=\"pill " + std::string(NameOf(look)) + "\" data-state=\"" + name +
+                "\" aria-pressed=\"false\">" + std::string(MarkOf(look)) + " " +
+                std::to_string(count) + " " + name + "</button>";
     }
     return html;
 }
@@ -124,7 +143,7 @@ std::string PillsHtml(const HostView& view) {
 std::string ProblemsHtml(const HostView& view) {
     std::string html;
     for (const ViewedReport& report : view.reports) {
-        html += IsProblem(report) ? CardHtml(report) : "";
+        html += IsFine(report.judged) ? "" : CardHtml(report, view);
     }
     if (!html.empty()) {
         return html;
@@ -136,17 +155,16 @@ std::string ProblemsHtml(const HostView& view) {
 
 std::string RowHtml(const ViewedReport& report, const HostView& view) {
     const JudgedReport& judged = report.judged;
-    const std::string state(NameOf(judged.state));
     const long long age = judged.age ? judged.age->count() : -1;
-    return "<li class=\"" + state + "\" data-name=\"" + Html(judged.report.name) +
-           "\" data-state=\"" + state + "\" data-rank=\"" + std::to_string(RankOf(judged.state)) +
+    const int rank = 2 * RankOf(judged.state) + (judged.silence ? 1 : 0);
+    return "<li class=\"" + ClassOf(judged) + "\" data-name=\"" + Html(judged.report.name) +
+           "\" data-state=\"" + PillOf(judged) + "\" data-rank=\"" + std::to_string(rank) +
            "\" data-age=\"" + std::to_string(age) + "\"><details><summary><span class=\"name\">" +
            Html(judged.report.name) + "</span>" + StateHtml(judged.state) +
-           "<span class=\"age number\"" + AgeCounting(report) + ">" + AgeCell(report) +
-           "</span><span class=\"next number\"" + NextCounting(report, view) + ">" +
-           NextCell(report, view) + "</span><span class=\"reason\">" + Html(report.reason) +
-           "</span></summary><div class=\"detail\">" + RowDetailHtml(report) +
-           "</div></details></li>\n";
+           "<span class=\"age number\">" + AgeCell(report) + "</span><span class=\"next number\">" +
+           NextCell(report, view) + "</span><span class=\"reason\">" +
+           Html(RemarkOn(report, view.now)) + "</span></summary><div class=\"detail\">" +
+           RowDetailHtml(report) + "</div></details></li>\n";
 }
 
 std::string HourHtml(const HostView& view) {

@@ -33,6 +33,7 @@ namespace Ctl {
 namespace {
 
 constexpr std::size_t kPieceBytes = 65536;
+constexpr std::chrono::milliseconds kMostWait{1000};  // after which the time is shown anew
 // After the plugin's end its sockets hold no more than that, unless others go on writing.
 constexpr int kMaxDrainPieces = 16;
 
@@ -213,8 +214,9 @@ void PluginProcess::Watch(std::chrono::seconds timeout, PluginEnd& end) {
                                           {signals.Get(), POLLIN, 0},
                                           {output.socket.Get(), POLLIN, 0},
                                           {error.socket.Get(), POLLIN, 0}}};
-        const auto wait = static_cast<int>(TimeToWait(deadline).count());
-        if (::poll(entries.data(), entries.size(), wait) < 0) {
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
+        const auto wait = std::clamp(left, std::chrono::milliseconds(0), kMostWait);
+        if (::poll(entries.data(), entries.size(), static_cast<int>(wait.count())) < 0) {
             continue;  // interrupted: look again
         }
         Take(output);
@@ -241,18 +243,6 @@ void PluginProcess::Watch(std::chrono::seconds timeout, PluginEnd& end) {
             deadline = Clock::now() + std::chrono::hours(1);
         }
     }
-}
-
-// Until the deadline, or until the time that is shown changes.
-std::chrono::milliseconds PluginProcess::TimeToWait(Clock::time_point deadline) const {
-    using std::chrono::milliseconds;
-    const auto now = Clock::now();
-    const auto left = std::chrono::ceil<milliseconds>(deadline - now);
-    const auto most =
-        live == nullptr ? milliseconds(std::chrono::minutes(1))
-                        : std::chrono::ceil<milliseconds>(
-                              std::chrono::seconds(1) - (now - started) % std::chrono::seconds(1));
-    return std::clamp(left, milliseconds(0), most);
 }
 
 bool PluginProcess::TakeSignal() const {

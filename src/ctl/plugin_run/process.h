@@ -93,7 +93,6 @@ class PluginProcess {
 
     void Start(const Sentrel::Plugin& plugin, const PluginStarter& starter);
     void Watch(std::chrono::seconds timeout, PluginEnd& end);
-    std::chrono::milliseconds TimeToWait(Clock::time_point deadline) const;
     bool TakeSignal() const;
     void Reap(PluginEnd& end);
     void Take(Capture& capture);

@@ -2,8 +2,10 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <array>
 #include <charconv>
+#include <cstdint>
 #include <utility>
 
 namespace Ctl {
@@ -60,6 +62,19 @@ std::vector<Metric> MetricsOf(const std::string& unstructured) {
 std::string ReasonOf(const std::string& unstructured) {
     const Json document = Json::parse(unstructured, nullptr, false);
     return document.is_object() ? TextMember(document, "reason") : "";
+}
+
+std::optional<std::chrono::seconds> ValidForOf(const std::string& unstructured) {
+    constexpr double kMost = 1e9;  // seconds: some thirty years
+    if (unstructured.find("\"validFor\"") == std::string::npos) {
+        return std::nullopt;  // as mostly, so that nothing is parsed
+    }
+    const Json document = Json::parse(unstructured, nullptr, false);
+    const auto number = document.is_object() ? NumberOf(document, "validFor") : std::nullopt;
+    if (!number || *number <= 0) {
+        return std::nullopt;
+    }
+    return std::chrono::seconds(static_cast<std::int64_t>(std::min(*number, kMost)));
 }
 
 std::string DecimalText(double number) {

@@ -3,6 +3,7 @@
 //   "metrics": {"mounts": 4, "space_free:/var": {"value": 8.2, "unit": "%", "warning": 10}}
 #pragma once
 
+#include <chrono>
 #include <optional>
 #include <string>
 #include <vector>
@@ -23,6 +24,10 @@ std::vector<Metric> MetricsOf(const std::string& unstructured);
 
 // What the report gives as the reason of its state; empty when it gives none.
 std::string ReasonOf(const std::string& unstructured);
+
+// How long the report says to be valid, in whole seconds: "validFor"; nothing when it does not say
+// so in a positive number.
+std::optional<std::chrono::seconds> ValidForOf(const std::string& unstructured);
 
 // The shortest decimal text that stands for this number, without an exponent.
 std::string DecimalText(double number);

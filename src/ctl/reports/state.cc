@@ -4,6 +4,9 @@
 #include "ctl/host/plugin_survey.h"
 #include "ctl/reports/metrics.h"
 #include "ctl/reports/name_conflicts.h"
+#include "ctl/show/durations.h"
+#include "ctl/show/failure.h"
+#include "ctl/show/note.h"
 #include "ctl/show/times.h"
 #include "ctl/show/words.h"
 #include "store/report_name.h"
@@ -53,6 +56,27 @@ bool IsReportOf(std::string_view report, std::string_view plugin) {
            (report.size() == plugin.size() || report[plugin.size()] == '.');
 }
 
+bool IsExpired(const JudgedReport& judged) {
+    return judged.validFor && judged.age && *judged.age > *judged.validFor;
+}
+
+// Why it is stale, and what it said last unless that was OK.
+std::string StaleReason(const JudgedReport& judged) {
+    std::string reason;
+    if (IsInFuture(judged)) {
+        reason = "its time is in the future";
+    } else {
+        reason = "last report " + AgeText(judged.age) + " ago, " +
+                 (IsExpired(judged) ? "valid for " + DurationText(*judged.validFor)
+                                    : "expected every " + DurationText(*judged.period));
+    }
+    if (judged.report.status == NameOf(ReportState::Ok)) {
+        return reason;
+    }
+    const std::string last = ReasonOf(judged.report.unstructured);
+    return reason + "; it said " + judged.report.status + (last.empty() ? "" : ": " + last);
+}
+
 // `period`: of its plugin, if it has one.
 JudgedReport Judge(StoredReport report, std::optional<std::chrono::seconds> period,
                    std::chrono::system_clock::time_point now) {
@@ -62,8 +86,10 @@ JudgedReport Judge(StoredReport report, std::optional<std::chrono::seconds> peri
     } else {
         judged.state = ParseState(report.status).value_or(ReportState::Unknown);
         judged.age = AgeOf(report.time, now);
-        const bool isOld = period && judged.age && *judged.age * 2 > *period * 3;
-        if (isOld || IsInFuture(judged)) {
+        judged.period = period;
+        judged.validFor = ValidForOf(report.unstructured);
+        const bool isOverdue = period && judged.age && *judged.age * 2 > *period * 3;
+        if (isOverdue || IsExpired(judged) || IsInFuture(judged)) {
             judged.state = ReportState::Stale;
         }
     }
@@ -72,6 +98,10 @@ JudgedReport Judge(StoredReport report, std::optional<std::chrono::seconds> peri
 }
 
 }  // namespace
+
+bool IsFine(const JudgedReport& judged) {
+    return judged.state == ReportState::Ok || judged.state == ReportState::None;
+}
 
 bool IsInFuture(const JudgedReport& judged) { return judged.age && *judged.age < -kToleratedLead; }
 
@@ -112,8 +142,7 @@ std::string ReasonOf(const JudgedReport& judged) {
         case ReportState::Invalid:
             return "it cannot be read; see \"sentrelctl history " + judged.report.name + "\"";
         case ReportState::Stale:
-            return (IsInFuture(judged) ? "its time is in the future; reported " : "reported ") +
-                   judged.report.status + ": " + ReasonOf(judged.report.unstructured);
+            return StaleReason(judged);
         default:
             return ReasonOf(judged.report.unstructured);
     }
@@ -156,13 +185,32 @@ std::vector<JudgedReport> JudgeReports(std::vector<StoredReport> reports,
     }
     for (std::size_t plugin = 0; plugin < plugins.size(); ++plugin) {
         if (!hasReport[plugin]) {
-            judged.push_back({{.name = plugins[plugin].name, .time = ""}, ReportState::Never, {}});
+            judged.push_back({.report = {.name = plugins[plugin].name, .time = ""},
+                              .state = ReportState::Never});
         }
     }
     std::sort(judged.begin(), judged.end(), [](const JudgedReport& a, const JudgedReport& b) {
         return a.report.name < b.report.name;
     });
     return judged;
+}
+
+void AddSilences(std::vector<JudgedReport>& reports, std::chrono::system_clock::time_point now) {
+    std::vector<Silence> silences;
+    try {
+        silences = ReadSilences(now);
+    } catch (const Failure& failure) {
+        NoteOnce(failure.what());
+    }
+    for (JudgedReport& report : reports) {
+        const auto found =
+            std::find_if(silences.begin(), silences.end(), [&report](const Silence& silence) {
+                return Sentrel::IsSameReportName(silence.name, report.report.name);
+            });
+        if (found != silences.end() && !IsFine(report)) {
+            report.silence = *found;
+        }
+    }
 }
 
 std::vector<JudgedReport> ReadJudgedReports(const Host& host,
@@ -175,9 +223,10 @@ std::vector<JudgedReport> ReadJudgedReports(const Host& host,
     std::vector<PluginPeriod> plugins = ReadPluginPeriods();
     std::vector<StoredReport> reports = ReadReports(host, names);
     // by the clock of now: some are newer than the command
-    std::vector<JudgedReport> judged =
-        JudgeReports(std::move(reports), plugins, std::chrono::system_clock::now());
+    const auto now = std::chrono::system_clock::now();
+    std::vector<JudgedReport> judged = JudgeReports(std::move(reports), plugins, now);
     std::erase_if(judged, [&](const JudgedReport& row) { return !isWanted(row.report.name); });
+    AddSilences(judged, now);
     return judged;
 }
 

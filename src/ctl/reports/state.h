@@ -2,6 +2,7 @@
 // one place where this is judged.
 #pragma once
 
+#include "ctl/reports/silence.h"
 #include "ctl/reports/source.h"
 #include "ctl/show/terminal.h"
 
@@ -42,8 +43,14 @@ struct PluginPeriod {
 struct JudgedReport {
     StoredReport report;  // of a plugin without a report: its name alone
     ReportState state = ReportState::Unknown;
-    std::optional<std::chrono::seconds> age;  // of a report that can be read
+    std::optional<std::chrono::seconds> age = {};       // of a report that can be read
+    std::optional<std::chrono::seconds> period = {};    // of its plugin
+    std::optional<std::chrono::seconds> validFor = {};  // that the report says of itself
+    std::optional<Silence> silence = {};                // of a report that is not fine
 };
+
+// OK, or NONE: the host lacks what the check is about.
+bool IsFine(const JudgedReport& judged);
 
 // How far the time of a report may be ahead of this host's clock.
 inline constexpr std::chrono::seconds kToleratedLead{60};
@@ -67,13 +74,17 @@ std::vector<PluginPeriod> ReadPluginPeriods();
 std::size_t FindMaker(const std::string& report, const std::vector<PluginPeriod>& plugins);
 
 // Sorted by name, with the plugins that have no report among them. A report older than one and a
-// half periods of its plugin, or dated in the future, is stale; a report that two plugins could
-// have made is of the one with the longer name.
+// half periods of its plugin, or than it says to be valid for, or dated in the future, is stale; a
+// report that two plugins could have made is of the one with the longer name.
 std::vector<JudgedReport> JudgeReports(std::vector<StoredReport> reports,
                                        const std::vector<PluginPeriod>& plugins,
                                        std::chrono::system_clock::time_point now);
 
-// The reports of these names, or all, judged at the time when they have been read.
+// Gives each report that is not fine its silence. A note says when the silences cannot be read.
+void AddSilences(std::vector<JudgedReport>& reports, std::chrono::system_clock::time_point now);
+
+// The reports of these names, or all, judged at the time when they have been read, with their
+// silences.
 std::vector<JudgedReport> ReadJudgedReports(const Host& host,
                                             const std::vector<std::string>& names);
 

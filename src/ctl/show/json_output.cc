@@ -1,6 +1,7 @@
 #include "ctl/show/json_output.h"
 
 #include "ctl/show/printable.h"
+#include "platform/pellmar/exceptions.h"
 
 #include <nlohmann/json.hpp>
 
@@ -15,9 +16,13 @@ void WriteJson(const OrderedJson& document, std::ostream& output) {
            << '\n';
 }
 
-void WriteFailureJson(const std::string& message, const std::string& advice, int code,
-                      std::ostream& output) {
-    WriteJson({{"error", {{"message", message}, {"advice", advice}, {"code", code}}}}, output);
+void WriteFailureJson(const std::exception& failure, int code, std::ostream& output) {
+    const auto* const ours = dynamic_cast<const Pellmar::Throwable*>(&failure);
+    WriteJson({{"error",
+                {{"message", ours == nullptr ? failure.what() : ours->WhatHappened()},
+                 {"advice", ours == nullptr ? "" : ours->Advice()},
+                 {"code", code}}}},
+              output);
 }
 
 std::string TextOf(const OrderedJson& object, const char* member) {

@@ -3,6 +3,7 @@
 
 #include <nlohmann/json_fwd.hpp>
 
+#include <exception>
 #include <iosfwd>
 #include <string>
 
@@ -14,8 +15,7 @@ void WriteJson(const nlohmann::ordered_json& document, std::ostream& output);
 
 // How a command with --json fails: {"error": {"message", "advice", "code"}}, in one line; `code` is
 // the exit status.
-void WriteFailureJson(const std::string& message, const std::string& advice, int code,
-                      std::ostream& output);
+void WriteFailureJson(const std::exception& failure, int code, std::ostream& output);
 
 // The text that member of an object has; empty when it has none, or `object` is none.
 std::string TextOf(const nlohmann::ordered_json& object, const char* member);

@@ -74,8 +74,8 @@ HostView ViewJudged(const Host& host, std::vector<JudgedReport> reports,
 
 void SortByUrgency(std::vector<JudgedReport>& reports) {
     std::stable_sort(reports.begin(), reports.end(), [](const auto& one, const auto& other) {
-        return std::tuple(RankOf(one.state), one.report.name) <
-               std::tuple(RankOf(other.state), other.report.name);
+        return std::tuple(RankOf(one.state), one.silence.has_value(), one.report.name) <
+               std::tuple(RankOf(other.state), other.silence.has_value(), other.report.name);
     });
 }
 
@@ -92,9 +92,10 @@ HostView ViewReports(const Host& host, const std::vector<std::string>& names) {
 
 HostView ViewStored(const Host& host, std::vector<StoredReport> reports,
                     const PluginSurvey& survey) {
-    return ViewJudged(
-        host, JudgeReports(std::move(reports), PeriodsOf(survey), std::chrono::system_clock::now()),
-        survey);
+    const auto now = std::chrono::system_clock::now();
+    std::vector<JudgedReport> judged = JudgeReports(std::move(reports), PeriodsOf(survey), now);
+    AddSilences(judged, now);
+    return ViewJudged(host, std::move(judged), survey);
 }
 
 HostView ViewHost(const Host& host) {
@@ -117,19 +118,23 @@ void AddStoredReports(const Host& host, HostView& view) {
     }
 }
 
-void AddFindings(const Host& host, HostView& view) {
-    view.findings = Inspect(host);
-    std::stable_sort(
-        view.findings.begin(), view.findings.end(),
-        [](const auto& one, const auto& other) { return one.severity > other.severity; });
+std::string RemarkOn(const ViewedReport& report, std::chrono::system_clock::time_point now) {
+    if (!report.judged.silence) {
+        return report.reason;
+    }
+    return SilenceText(*report.judged.silence, now) +
+           (report.reason.empty() ? "" : "; " + report.reason);
 }
 
 std::string CountsText(const std::vector<ViewedReport>& reports) {
-    std::map<int, std::pair<std::size_t, std::string_view>> counts;
+    // by rank; the silenced ones stand behind what needs somebody
+    std::map<std::pair<int, bool>, std::pair<std::size_t, std::string_view>> counts;
     for (const ViewedReport& report : reports) {
-        auto& [count, name] = counts[RankOf(report.judged.state)];
+        const bool isSilenced = report.judged.silence.has_value();
+        const ReportState state = isSilenced ? ReportState::Warning : report.judged.state;
+        auto& [count, name] = counts[{RankOf(state), isSilenced}];
         ++count;
-        name = NameOf(report.judged.state);
+        name = isSilenced ? "silenced" : NameOf(state);
     }
     std::vector<std::string> words;
     for (const auto& [rank, count] : counts) {

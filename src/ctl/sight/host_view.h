@@ -30,7 +30,7 @@ struct ViewedLaunch {
 
 struct HostView {
     std::chrono::system_clock::time_point now;
-    std::vector<ViewedReport> reports;   // the worst first, then by name
+    std::vector<ViewedReport> reports;   // as SortByUrgency sorts them
     std::vector<ViewedLaunch> launches;  // of all enabled plugins, the next first
     std::vector<Finding> findings;       // of doctor; empty where they were not asked for
     std::string problem;                 // why the reports, or the launches, cannot be seen
@@ -39,7 +39,7 @@ struct HostView {
 // The host of these options with its daemon and what the daemon tells of itself.
 Host HostInView(const GivenOptions& options);
 
-// The worst first, then by name.
+// The worst first, silenced ones after the others of their state, then by name.
 void SortByUrgency(std::vector<JudgedReport>& reports);
 
 // Reads the reports of these names, or all, and the next launches as far as they are known. Throws
@@ -56,10 +56,11 @@ HostView ViewHost(const Host& host);
 // Adds the stored reports of each name where the report directory can be read.
 void AddStoredReports(const Host& host, HostView& view);
 
-// Adds what doctor finds, the worst first.
-void AddFindings(const Host& host, HostView& view);
+// What a line of a table says of the report: until when it is silenced and why, and its reason.
+std::string RemarkOn(const ViewedReport& report, std::chrono::system_clock::time_point now);
 
-// "1 ERROR, 1 STALE, 9 OK": how many are in each state, the worst first.
+// "1 ERROR, 1 STALE, 1 silenced, 9 OK": how many are in each state, the worst first, without those
+// that are silenced.
 std::string CountsText(const std::vector<ViewedReport>& reports);
 
 // "11 reports, all OK", "11 reports: 1 ERROR, 10 OK".

@@ -33,7 +33,7 @@ constexpr std::array<Option, 10> kOptions = {{
      Completes::Nothing, kSortKeys},
     {"--reverse", "", "reverse the order"},
     {"--columns", "LIST", "columns to show, from name,state,age,reason,next", Completes::Nothing,
-     kColumnNames},
+     kColumnNames, /*isList=*/true},
     {"--full", "", "show reasons in full on a terminal too"},
     kJsonOption,
     kOfflineOption,
@@ -75,19 +75,20 @@ void Sort(const std::string& key, std::vector<ViewedReport>& reports) {
 
 Table::Cell CellOf(const std::string& column, const ViewedReport& report, const HostView& view) {
     const JudgedReport& judged = report.judged;
+    const Colour usual = judged.silence ? Colour::Faint : Colour::Plain;
     if (column == "name") {
-        return judged.report.name;
+        return {judged.report.name, usual};
     }
     if (column == "state") {
-        return {std::string(NameOf(judged.state)), ColourOf(judged.state)};
+        return {std::string(NameOf(judged.state)), judged.silence ? usual : ColourOf(judged.state)};
     }
     if (column == "age") {
-        return judged.age ? AgeText(judged.age) : "-";
+        return {judged.age ? AgeText(judged.age) : "-", usual};
     }
     if (column == "reason") {
-        return report.reason;
+        return {RemarkOn(report, view.now), usual};
     }
-    return NextText(report.next, view.now);
+    return {NextText(report.next, view.now), usual};
 }
 
 void WriteTable(const HostView& view, const std::vector<std::string>& columns, bool full,
@@ -193,8 +194,8 @@ constexpr std::array<Command, 1> kCommands = {{
      "Lists the newest report of each name, or of the names given (case is ignored), with its\n"
      "state, age and reason, the worst first. On a terminal reasons are cut to its width.\n\n"
      "A state is what the report says (OK, WARNING, ERROR, NONE, UNKNOWN), or\n"
-     "  STALE    the report is older than one and a half periods of its plugin, or more than a\n"
-     "           minute in the future\n"
+     "  STALE    the report is older than one and a half periods of its plugin, or than it says\n"
+     "           to be valid for (validFor), or more than a minute in the future\n"
      "  NEVER    an enabled plugin has not reported yet\n"
      "  INVALID  what is stored is not a report\n\n"
      "Names that share files are warned about on standard error; --json has them in "

@@ -1,8 +1,14 @@
 #include "ctl/sight/report_json.h"
 
+#include "ctl/show/times.h"
+
 #include <nlohmann/json.hpp>
 
 namespace Ctl {
+
+nlohmann::ordered_json SilenceJson(const Silence& silence) {
+    return {{"until", UtcText(silence.until)}, {"because", silence.because}};
+}
 
 nlohmann::ordered_json ToJson(const JudgedReport& report) {
     nlohmann::ordered_json object = {{"name", report.report.name}, {"state", NameOf(report.state)}};
@@ -13,6 +19,9 @@ nlohmann::ordered_json ToJson(const JudgedReport& report) {
         object["ageSeconds"] = report.age->count();
         object["status"] = report.report.status;
         object["unstructured"] = report.report.unstructured;
+    }
+    if (report.silence) {
+        object["silence"] = SilenceJson(*report.silence);
     }
     return object;
 }

@@ -7,6 +7,9 @@
 
 namespace Ctl {
 
+// {"until", "because"}.
+nlohmann::ordered_json SilenceJson(const Silence& silence);
+
 // The members that the API gives, and what was judged; "unstructured" is JSON text.
 nlohmann::ordered_json ToJson(const JudgedReport& report);
 

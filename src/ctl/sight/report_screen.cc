@@ -32,6 +32,10 @@ void WriteHead(const ViewedReport& report, std::chrono::system_clock::time_point
     if (!report.reason.empty()) {
         output << "  " << PrintableText(report.reason) << '\n';
     }
+    if (judged.silence) {
+        output << "  " << Paint(PrintableText(SilenceText(*judged.silence, now)), Colour::Faint)
+               << '\n';
+    }
     output << "  reported " << AgeText(judged.age) << " ago (" << judged.report.time << ')';
     if (report.next.time && *report.next.time > now) {
         output << ", next in " << NextText(report.next, now);

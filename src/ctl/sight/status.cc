@@ -10,6 +10,7 @@
 #include "ctl/show/words.h"
 #include "ctl/sight/daemon_text.h"
 #include "ctl/sight/host_view.h"
+#include "ctl/sight/report_json.h"
 
 #include <nlohmann/json.hpp>
 
@@ -30,17 +31,17 @@ constexpr std::size_t kMaxLaunches = 3;  // next launches
 constexpr std::array<Option, 5> kOptions = {
     {kJsonOption, kOfflineOption, kReportsOption, kApiOption, kTokenFileOption}};
 
-// NONE is fine: the host lacks what the check is about.
-bool IsFine(const ViewedReport& report) {
-    return report.judged.state == ReportState::Ok || report.judged.state == ReportState::None;
-}
+bool IsWell(const ViewedReport& report) { return IsFine(report.judged); }
+
+// Nobody has to be told of it.
+bool IsQuiet(const ViewedReport& report) { return IsWell(report) || report.judged.silence; }
 
 // "11: 1 ERROR, 10 OK", "11, all OK", or why they cannot be seen.
 std::string ReportsText(const HostView& view) {
     if (!view.problem.empty()) {
         return "not visible: " + view.problem;
     }
-    const bool areOk = std::all_of(view.reports.begin(), view.reports.end(), IsFine);
+    const bool areOk = std::all_of(view.reports.begin(), view.reports.end(), IsWell);
     const std::string count = std::to_string(view.reports.size());
     return view.reports.empty() ? "none"
                                 : count + (areOk ? ", all OK" : ": " + CountsText(view.reports));
@@ -71,19 +72,24 @@ std::string DoctorText(std::size_t problems) {
 void WriteWorst(const HostView& view, std::ostream& output) {
     std::vector<const ViewedReport*> worst;
     for (const ViewedReport& report : view.reports) {
-        if (!IsFine(report)) {
+        if (!IsWell(report)) {
             worst.push_back(&report);
         }
     }
+    std::stable_partition(worst.begin(), worst.end(),
+                          [](const ViewedReport* report) { return !IsQuiet(*report); });
     const std::size_t shown = worst.size() > kMaxWorst ? kMaxWorst - 1 : worst.size();
     Table table({{}, {}, {}, {.heading = {}, .isCut = true}, {{}, Table::Align::Right}});
     for (const ViewedReport* report : std::span(worst).first(shown)) {
         const ReportState state = report->judged.state;
-        table.Add({{"  " + std::string(TerminalMarkOf(state)), ColourOf(state)},
-                   report->judged.report.name,
-                   {std::string(NameOf(state)), ColourOf(state)},
-                   report->reason,
-                   report->judged.age ? AgeText(report->judged.age) : "-"});
+        const bool isQuiet = IsQuiet(*report);
+        const Colour colour = isQuiet ? Colour::Faint : ColourOf(state);
+        const Colour usual = isQuiet ? Colour::Faint : Colour::Plain;
+        table.Add({{"  " + std::string(TerminalMarkOf(state)), colour},
+                   {report->judged.report.name, usual},
+                   {std::string(NameOf(state)), colour},
+                   {RemarkOn(*report, view.now), usual},
+                   {report->judged.age ? AgeText(report->judged.age) : "-", usual}});
     }
     table.Write(output);
     if (shown < worst.size()) {
@@ -104,9 +110,12 @@ OrderedJson ToJson(const Host& host, const HostView& view, std::size_t problems)
     for (const ViewedReport& report : view.reports) {
         const std::string state(NameOf(report.judged.state));
         states[state] = states.value(state, 0) + 1;
-        if (!IsFine(report)) {
+        if (!IsWell(report)) {
             worst.push_back(
                 {{"name", report.judged.report.name}, {"state", state}, {"reason", report.reason}});
+            if (report.judged.silence) {
+                worst.back()["silence"] = SilenceJson(*report.judged.silence);
+            }
         }
     }
     OrderedJson launches = OrderedJson::array();
@@ -128,7 +137,7 @@ int RunStatus(const Arguments& arguments, std::ostream& output) {
     const HostView view = ViewHost(host);
     const std::size_t problems = CountProblems(Inspect(host));
     const bool isFine = host.daemon && view.problem.empty() && problems == 0 &&
-                        std::all_of(view.reports.begin(), view.reports.end(), IsFine);
+                        std::all_of(view.reports.begin(), view.reports.end(), IsQuiet);
     if (arguments.options.Has("--json")) {
         WriteJson(ToJson(host, view, problems), output);
         return isFine ? 0 : 1;
@@ -146,7 +155,7 @@ constexpr std::array<Command, 1> kCommands = {{
      "show the host at a glance",
      "Shows the daemon, how many reports are in each state, the worst with their reasons, the\n"
      "next launches, and how many problems \"doctor\" finds. Exits with 0 when everything is OK,\n"
-     "and with 1 when something is not, or cannot be seen.\n",
+     "and with 1 when something is not, or cannot be seen; a silenced report does not count.\n",
      "sentrelctl status",
      kOptions,
      {},

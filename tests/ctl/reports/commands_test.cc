@@ -48,7 +48,7 @@ TEST_F(ReportCommands, ShowReports) {
                 HasSubstr("STATE  NAME\nOK     cpu\nERROR  disk.sda\n"));
     EXPECT_THAT(OutputOf({"list", "--sort", "name", "--reverse", "--columns", "name"}),
                 HasSubstr("NAME\ndisk.sda\ncpu\n"));
-    EXPECT_THAT(Run({"list", "disk.sdb"}).error, HasSubstr("; do you mean \"disk.sda\"?"));
+    EXPECT_THAT(Run({"list", "disk.sdb"}).error, HasSubstr("; did you mean \"disk.sda\"?"));
     const ToolResult some = Run({"list", "--full", "DISK.SDA", "none"});
     EXPECT_EQ(some.status, 1);
     EXPECT_THAT(some.error, HasSubstr("no report named \"none\"; "));
@@ -76,7 +76,7 @@ TEST_F(ReportCommands, ShowStatesThatNoReportSays) {
         "NAME      STATE +AGE  REASON\nbad       INVALID +-  it cannot .*\n"
         "disk.sda  STALE    " +
         kOld +
-        "  reported ERROR: full\n"
+        " +last report .* ago, expected every .*; it said ERROR: full\n"
         "late      NEVER +-  this plugin has not reported yet\n"
         "cpu       OK       " +
         kOld + "  fine\n\n4 reports: 1 INVALID, 1 STALE, 1 NEVER, 1 OK\n";

@@ -27,21 +27,30 @@ TEST(ReportState, IsWhatTheReportSaysUnlessItIsTooOldMissingOrUnreadable) {
         const char* time;
         const char* status;
         ReportState state;
+        const char* unstructured = "";
+        const char* reason = "";  // of a stale one
     };
     const Row rows[] = {
         {"Bad.one", "2024-03-05T14:07:09.000Z", "", ReportState::Invalid},
         {"CPU", "2024-03-05T13:59:39.000Z", "OK", ReportState::Ok},  // exactly 1.5 periods
-        {"cpu.0", "2024-03-05T13:59:38.000Z", "ERROR", ReportState::Stale},
+        {"backup", "2024-03-04T12:07:09.000Z", "OK", ReportState::Stale, R"({"validFor": 86400})",
+         "last report 1 d 2 h ago, valid for 1 d"},  // nobody's
+        {"backup2", "2024-03-04T14:07:09.000Z", "OK", ReportState::Ok, R"({"validFor": 86400})"},
+        {"backup3", "2020-01-01T00:00:00.000Z", "OK", ReportState::Ok, R"({"validFor": "x"})"},
+        {"cpu.0", "2024-03-05T13:59:38.000Z", "ERROR", ReportState::Stale, R"({"reason": "hot"})",
+         "last report 7 min 31 s ago, expected every 5 min; it said ERROR: hot"},
         {"cpux", "2020-01-01T00:00:00.000Z", "WARNING", ReportState::Warning},  // nobody's
         {"disk.sda.1", "2024-03-05T13:00:00.000Z", "NONE", ReportState::None},  // of disk.sda
-        {"future", "2024-03-05T14:08:10.000Z", "OK", ReportState::Stale},
-        {"last", "9999-12-31T23:59:59.999Z", "OK", ReportState::Stale},
+        {"future", "2024-03-05T14:08:10.000Z", "OK", ReportState::Stale, "",
+         "its time is in the future"},
+        {"last", "9999-12-31T23:59:59.999Z", "OK", ReportState::Stale, "",
+         "its time is in the future"},
         {"lead", "2024-03-05T14:08:09.000Z", "OK", ReportState::Ok},  // a clock a minute ahead
         {"odd", "2024-03-05T14:07:09.000Z", "SOMETHING", ReportState::Unknown},
     };
     std::vector<Ctl::StoredReport> reports;
     for (const Row& row : rows) {
-        reports.push_back({row.name, row.time, row.status});
+        reports.push_back({row.name, row.time, row.status, row.unstructured});
     }
     const std::vector<Ctl::JudgedReport> judged = Ctl::JudgeReports(reports, plugins, kNow);
     std::vector<std::string> never;
@@ -54,6 +63,9 @@ TEST(ReportState, IsWhatTheReportSaysUnlessItIsTooOldMissingOrUnreadable) {
         ASSERT_LT(next, std::size(rows));
         EXPECT_EQ(report.report.name, rows[next].name);
         EXPECT_EQ(Ctl::NameOf(report.state), Ctl::NameOf(rows[next].state)) << rows[next].name;
+        if (report.state == ReportState::Stale) {
+            EXPECT_EQ(Ctl::ReasonOf(report), rows[next].reason);
+        }
         EXPECT_EQ(report.age.has_value(), report.state != ReportState::Invalid);
         ++next;
     }

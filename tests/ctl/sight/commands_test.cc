@@ -58,6 +58,34 @@ TEST_F(SightCommands, StatusSaysWhatIsNotOkInEightLines) {
     EXPECT_EQ(answer["worst"].size(), 5);
 }
 
+TEST_F(SightCommands, ASilencedReportIsShownAndCountedApart) {
+    StartDaemon();
+    Post("raid", 2, R"({"reason": "degraded"})");
+    Post("fan", 2, "{}");
+    Post("fine", 0, "{}");
+    EXPECT_EQ(Run({"silence", "raid", "--for", "2h"}).status, 2);
+    EXPECT_THAT(Run({"silence", "Radi", "--for", "1h", "--because", "x"}).error,
+                HasSubstr("no report named \"Radi\" is stored; did you mean \"raid\"?"));
+    (void)OutputOf({"silence", "fan", "--for", "1h", "--because", "x"});
+    (void)OutputOf({"silence", "RAID", "--for", "2h", "--because", "disk is ordered"});
+    (void)OutputOf({"silence", "fan", "--end"});
+    EXPECT_THAT(Run({"silence", "fan", "--end"}).error, HasSubstr("\"fan\" is not silenced; "));
+    EXPECT_THAT(OutputOf({"silence"}), ContainsRegex("\nRAID +2.*Z  disk is ordered\n"));
+    EXPECT_THAT(
+        OutputOf({"list"}),
+        ContainsRegex("\nfan .*\nraid +ERROR .*  silenced until [-0-9 ]*..:..Z: disk "
+                      "is ordered; degraded\n.*\n\n3 reports: 1 ERROR, 1 silenced, 1 OK"));
+    const Json raid = Json::parse(OutputOf({"get", "raid", "--json"}));
+    EXPECT_EQ(raid["silence"]["because"], "disk is ordered");
+    EXPECT_EQ(Run({"check", "raid"}).status, 2);
+    EXPECT_EQ(OutputOf({"forget", "Fan"}), "Removed 2 files of fan\n");
+    const Json status = Json::parse(Run({"status", "--json"}).output);
+    EXPECT_EQ(status["worst"][0]["silence"]["because"], "disk is ordered");
+    EXPECT_THAT(Run({"doctor", "--json"}).output, HasSubstr("1 silenced: raid"));
+    WriteFile(host.Root() + "/var/lib/korvex/sentrel/silences.json", "[]");
+    EXPECT_THAT(Run({"list"}).error, HasSubstr("silences.json is not a list of silences"));
+}
+
 TEST_F(SightCommands, GetShowsMetricsAgainstTheirLimitsAndHistoryWhatChanged) {
     StartDaemon();
     Post("disk", 0, R"({"metrics": {"used": {"value": 70, "unit": "%"}, "mounts": 4}})");

@@ -1,0 +1,30 @@
+// Silences: reports whose trouble somebody is already working on, each for a time.
+#pragma once
+
+#include <chrono>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Ctl {
+
+struct Silence {
+    std::string name;  // of the report
+    std::chrono::system_clock::time_point until;
+    std::string because;
+};
+
+// Below the host root.
+inline constexpr const char* kSilenceFile = "/var/lib/korvex/sentrel/silences.json";
+
+// Those that have not ended at `now`, in the order of the file; none when the file is missing.
+// Throws Failure when it cannot be read, or is not what WriteSilences writes.
+std::vector<Silence> ReadSilences(std::chrono::system_clock::time_point now);
+
+// Replaces the file at once. The group of the report directory can read it. Throws Failure.
+void WriteSilences(const std::vector<Silence>& silences);
+
+// "silenced until 14:00Z: TEXT"; with the date, unless that is the day of `now` in UTC.
+std::string SilenceText(const Silence& silence, std::chrono::system_clock::time_point now);
+
+}  // namespace Ctl
