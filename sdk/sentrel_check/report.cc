@@ -56,11 +56,15 @@ std::string MetricToJson(const Metric& metric) {
     if (!metric.unit.empty()) {
         json += R"(,"unit":)" + JsonString(metric.unit);
     }
-    if (metric.limits.warning) {
-        json += R"(,"warning":)" + JsonNumber(*metric.limits.warning);
-    }
-    if (metric.limits.critical) {
-        json += R"(,"critical":)" + JsonNumber(*metric.limits.critical);
+    const std::pair<const char*, std::optional<double>> members[] = {
+        {"warning", metric.limits.warning},
+        {"critical", metric.limits.critical},
+        {"min", metric.min},
+        {"max", metric.max}};
+    for (const auto& [name, number] : members) {
+        if (number) {
+            json += "," + JsonString(name) + ":" + JsonNumber(*number);
+        }
     }
     return json + "}";
 }

@@ -34,6 +34,8 @@ struct Metric {
     double value = 0;
     std::string unit;  // such as "%", "s" or "MiB"; empty for a plain number
     Limits limits{};
+    std::optional<double> min{};  // the least and the greatest value that it can have
+    std::optional<double> max{};
 };
 
 // `value` with at most two decimals and no trailing zeros, as in reasons.
