@@ -219,15 +219,19 @@ constexpr std::array<Command, 4> kCommands = {{
      nullptr,
      JudgePlugins},
     {"plugin new",
-     "make a plugin to start from, in sh, Python or C++",
+     "make a plugin to start from, or around a check command",
      "Makes a plugin that works as it is and watches the host's open files, and its entry in the\n"
      "configuration store, which says how often it runs; then tells what to do next. With\n"
      "--directory both are put there, for who may not write to the host. A program in C++ has to\n"
      "be compiled first: its source is put into the current directory, and needs no library.\n"
-     "Nothing is overwritten.\n",
+     "Nothing is overwritten.\n\n"
+     "--wrap makes a plugin of a check that follows the convention of monitoring plugins: a link\n"
+     "to /usr/lib/korvex/sentrel/wrap, its configuration in /etc/korvex/sentrel/wrap/, and the\n"
+     "entry. The command is given after \"--\", its program by an absolute path:\n\n"
+     "    sentrelctl plugin new root --wrap -- /usr/lib/nagios/plugins/check_disk -w 10% -p /\n",
      "sentrelctl plugin new openfiles --language python --directory /tmp",
      kNewOptions,
-     {"NAME", 1, 1},
+     {"NAME [-- COMMAND...]", 1, 1000000},
      RunPluginNew},
 }};
 

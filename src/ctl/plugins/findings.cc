@@ -3,6 +3,7 @@
 #include "ctl/plugins/file.h"
 #include "ctl/plugins/launches.h"
 #include "ctl/plugins/report_findings.h"
+#include "ctl/plugins/wrapped.h"
 #include "ctl/reports/state.h"
 #include "ctl/show/failure.h"
 #include "platform/sys/host_root.h"
@@ -203,6 +204,7 @@ std::vector<Finding> CheckPlugin(const SurveyedPlugin& plugin, const Host& host,
     std::vector<Finding> findings = CheckExecutable(subject, plugin.location, host.user);
     Append(CheckOwnership(subject, plugin.location, host.user), findings);
     Append(CheckConfiguration(subject, plugin), findings);
+    Append(CheckWrapped(subject, plugin), findings);
     Append(CheckName(subject, plugin.Name()), findings);
     Append(CheckConflicts(subject, plugin.Name(), reports.conflicts), findings);
     Append(CheckLaunches(subject, plugin, host), findings);
@@ -233,6 +235,7 @@ std::vector<Finding> CheckPlugins(const PluginSurvey& survey, const Host& host,
     for (const SurveyedPlugin& plugin : survey.entries) {
         Append(CheckPlugin(plugin, host, reports), findings);
     }
+    Append(CheckUnusedWraps(survey), findings);
     Append(CheckOtherConflicts(survey, reports.conflicts), findings);
     return findings;
 }

@@ -5,15 +5,19 @@
 #include "ctl/host/host.h"
 #include "ctl/host/plugin_survey.h"
 #include "ctl/plugins/template.h"
+#include "ctl/plugins/wrapped.h"
 #include "ctl/reports/name_conflicts.h"
 #include "ctl/show/failure.h"
 #include "platform/sys/atomic_file.h"
 #include "platform/sys/host_root.h"
 #include "store/report_name.h"
 
+#include <nlohmann/json.hpp>
+
 #include <algorithm>
 #include <cerrno>
 #include <filesystem>
+#include <iterator>
 #include <ostream>
 #include <string>
 #include <string_view>
@@ -38,18 +42,20 @@ constexpr std::string_view kFrameworkEntryKey = "pellmar";
 // The new plugin as the command line describes it.
 struct NewPlugin {
     std::string name;
-    std::string language;   // one of kPluginLanguages
-    std::string frequency;  // one of Sentrel::kQueueNames
-    std::string directory;  // for the files; empty: the host's own directories
-    std::string root;       // as Host has it
+    std::string language;                   // one of kPluginLanguages
+    std::string frequency;                  // one of Sentrel::kQueueNames
+    std::string directory;                  // for the files; empty: the host's own directories
+    std::string root;                       // as Host has it
+    std::vector<std::string> command = {};  // to wrap; empty without --wrap
 
     bool IsCpp() const { return language == "cpp"; }
 };
 
 struct NewFile {
     std::string path;  // below the host root
-    std::string text;
+    std::string text;  // of a link: its target
     mode_t mode = kTextMode;
+    bool isLink = false;
 };
 
 std::string_view TemplateFor(const std::string& language) {
@@ -112,7 +118,16 @@ std::string FillIn(std::string_view text, const std::string& name) {
     return filled;
 }
 
-// The files of the plugin: the program or its source, and the store entry.
+// A wrapped check's link and configuration.
+std::vector<NewFile> WrapFiles(const NewPlugin& plugin) {
+    constexpr const char* kProgram = "../../wrap";  // seen from the plugin directory
+    const nlohmann::ordered_json configuration = {{"command", plugin.command}};
+    return {{Sys::HostPath(kWrapDirectory + plugin.name + ".json"),
+             configuration.dump(4, ' ', false, nlohmann::json::error_handler_t::replace) + "\n"},
+            {Sys::HostPath(Sentrel::kPluginDirectory + plugin.name), kProgram, 0, true}};
+}
+
+// The program or its source, and the entry of the store.
 std::vector<NewFile> NewFiles(const NewPlugin& plugin) {
     const std::string& name = plugin.name;
     const std::string& folder = plugin.directory;
@@ -129,6 +144,11 @@ std::vector<NewFile> NewFiles(const NewPlugin& plugin) {
                   "{\"enabled\": true, \"frequency\": \"" + plugin.frequency +
                       "\", \"log_level\": \"info\"}\n",
                   kTextMode};
+    if (!plugin.command.empty()) {
+        std::vector<NewFile> files = WrapFiles(plugin);
+        files.push_back(std::move(entry));
+        return files;
+    }
     return {std::move(program), std::move(entry)};
 }
 
@@ -151,6 +171,12 @@ void RefuseExisting(const std::vector<NewFile>& files) {
 
 // Never replaces a file that another process has created meanwhile.
 void Write(const NewFile& file) {
+    if (file.isLink) {
+        if (::symlink(file.text.c_str(), file.path.c_str()) != 0) {
+            ThrowUnwritable(file.path, errno);
+        }
+        return;
+    }
     try {
         Sys::CreateFile(file.path, file.text, file.mode);
     } catch (const std::system_error& error) {
@@ -158,20 +184,30 @@ void Write(const NewFile& file) {
     }
 }
 
-// Writes both files or none.
-void WriteAll(const std::vector<NewFile>& files, const std::string& storeFolder) {
-    if (!storeFolder.empty()) {
-        std::error_code error;
-        std::filesystem::create_directories(storeFolder, error);
-        if (error) {
-            ThrowUnwritable(storeFolder, error.value());
-        }
+void CreateFolderOf(const NewFile& file) {
+    const std::filesystem::path folder = std::filesystem::path(file.path).parent_path();
+    std::error_code error;
+    std::filesystem::create_directories(folder, error);
+    if (error) {
+        ThrowUnwritable(folder, error.value());
     }
-    Write(files.front());
+}
+
+// All or none.
+void WriteAll(const std::vector<NewFile>& files, bool areForHost) {
+    std::size_t written = 0;
     try {
-        Write(files.back());
+        for (const NewFile& file : files) {
+            if (areForHost) {
+                CreateFolderOf(file);
+            }
+            Write(file);
+            ++written;
+        }
     } catch (...) {
-        (void)::unlink(files.front().path.c_str());  // created above
+        while (written > 0) {
+            (void)::unlink(files[--written].path.c_str());  // created above
+        }
         throw;
     }
 }
@@ -195,7 +231,7 @@ void WriteAdvice(const NewPlugin& plugin, const std::vector<NewFile>& files, std
         output << "  " << tool << "check " << (built.find('/') == std::string::npos ? "./" : "")
                << built << '\n';
     }
-    if (built != program) {
+    if (built != program && plugin.command.empty()) {
         output << "  install -m 755 " << built << ' ' << program << '\n';
     }
     if (!isForHost) {
@@ -208,6 +244,32 @@ void WriteAdvice(const NewPlugin& plugin, const std::vector<NewFile>& files, std
     output << "  " << tool << "run " << name << '\n'
            << (isThisMachine ? "  systemctl restart sentrel\n"
                              : "  and restart the daemon of that host\n");
+    if (!plugin.command.empty()) {
+        output << "\nTo remove it:\n  rm";
+        for (const NewFile& file : files) {
+            output << ' ' << file.path;
+        }
+        output << '\n';
+    }
+}
+
+// Throws UsageError.
+void CheckCommand(const Arguments& arguments) {
+    const bool hasCommand = arguments.operands.size() > 1;
+    if (!arguments.options.Has("--wrap")) {
+        if (hasCommand) {
+            throw UsageError("unexpected operand \"" + arguments.operands[1] + "\"",
+                             "to make a plugin of a check command, add --wrap");
+        }
+        return;
+    }
+    if (!hasCommand || !arguments.operands[1].starts_with('/')) {
+        throw UsageError("--wrap needs a command whose program is an absolute path",
+                         "give it after --, for example -- /usr/lib/nagios/plugins/check_load");
+    }
+    if (arguments.options.Has("--language") || arguments.options.Has("--directory")) {
+        throw UsageError("--wrap goes with neither --language nor --directory", "leave them out");
+    }
 }
 
 }  // namespace
@@ -217,18 +279,19 @@ void RunPluginNew(const Arguments& arguments, std::ostream& output) {
     const auto valueOr = [&options](std::string_view option, const char* usual) {
         return options.Has(option) ? options.Value(option) : usual;
     };
-    const NewPlugin plugin{.name = arguments.operands.front(),
-                           .language = valueOr("--language", kPluginLanguages.front()),
-                           .frequency = valueOr("--frequency", Sentrel::kQueueNames.front()),
-                           .directory = options.Value("--directory"),
-                           .root = HostOf(options).root};
+    CheckCommand(arguments);
+    const NewPlugin plugin{
+        .name = arguments.operands.front(),
+        .language = valueOr("--language", kPluginLanguages.front()),
+        .frequency = valueOr("--frequency", Sentrel::kQueueNames.front()),
+        .directory = options.Value("--directory"),
+        .root = HostOf(options).root,
+        .command = {std::next(arguments.operands.begin()), arguments.operands.end()}};
     CheckNewName(plugin.name);
     const std::vector<NewFile> files = NewFiles(plugin);
     RefuseExisting(files);
     CheckConflicts(plugin.name, SurveyPlugins());
-    WriteAll(files, plugin.directory.empty()
-                        ? std::filesystem::path(files.back().path).parent_path()
-                        : "");
+    WriteAll(files, plugin.directory.empty());
     WriteAdvice(plugin, files, output);
 }
 

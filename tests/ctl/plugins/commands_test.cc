@@ -179,6 +179,36 @@ TEST_F(PluginCommands, NewPluginsWorkAsTheyAre) {
     }
 }
 
+TEST_F(PluginCommands, NewWrapsACheckCommand) {
+    const std::string wrap = host.Root() + "/usr/lib/korvex/sentrel/wrap";
+    const std::string file = host.Root() + "/etc/korvex/sentrel/wrap/disk.json";
+    AddPlugin("other", kScript, "{}");
+    WriteFile(wrap, kScript);
+    fs::permissions(wrap, fs::perms(0755));
+    const std::string made =
+        OutputOf({"plugin", "new", "disk", "--wrap", "--", "/bin/echo", "-w", "10%"});
+    EXPECT_THAT(made, HasSubstr("To remove it:\n  rm " + file + " " + PathOf("disk") + " "));
+    EXPECT_EQ(Json::parse(ReadFile(file)), Json({{"command", {"/bin/echo", "-w", "10%"}}}));
+    EXPECT_EQ(fs::canonical(PathOf("disk")), fs::canonical(wrap));
+    EXPECT_THAT(Run({"plugin", "check", "disk"}).output, Not(HasSubstr("error")));
+    for (const std::vector<std::string>& arguments :
+         std::vector<std::vector<std::string>>{{"--wrap"},
+                                               {"--wrap", "--", "echo"},
+                                               {"--", "/bin/echo"},
+                                               {"--wrap", "--language", "sh", "--", "/bin/echo"}}) {
+        std::vector<std::string> all{"plugin", "new", "x"};
+        all.insert(all.end(), arguments.begin(), arguments.end());
+        EXPECT_EQ(Run(all).status, 2) << testing::PrintToString(arguments);
+    }
+    WriteFile(file, R"({"command": ["/nonsense"]})");
+    EXPECT_THAT(Run({"plugin", "check", "disk"}).output, HasSubstr("cannot run /nonsense: "));
+    fs::remove(file);
+    EXPECT_THAT(Run({"plugin", "check", "disk"}).output, HasSubstr("cannot use " + file + ": "));
+    WriteFile(file, "{}");
+    fs::remove(PathOf("disk"));
+    EXPECT_THAT(Run({"plugin", "check"}).output, HasSubstr("configures a plugin that is missing"));
+}
+
 TEST_F(PluginCommands, NewRefusesNamesThatCannotWork) {
     AddPlugin("cpu", kScript, "{}");
     for (const char* name : {"a b", ".cpu", "cpu-1", "CPU", "sentrel"}) {
