@@ -35,13 +35,13 @@ SentrelHandler::SentrelHandler(const std::string& reportDirectory, std::int32_t 
 }
 
 void SentrelHandler::HandlePost(const Ref<Request>& request, const Ref<Response>& response) {
+    const std::string& url = request->GetUrl();
+    const std::string_view name = ReportNameOf(url);
     if (const std::optional<ResponseCode> refusal = FindRefusal(*request, logger)) {
-        StateWriter::OfThisProcess().Count(StateCount::PostsRefused);
+        StateWriter::OfThisProcess().SetRefused(name, refusal->status);
         response->Reply(*refusal);
         return;
     }
-    const std::string& url = request->GetUrl();
-    const std::string_view name = ReportNameOf(url);
     LogInternal(logger, 6, {.report = name}, "Report Name: %1", url);
     if (logger->GetLevel() >= kReportPathLevel) {
         LogInternal(logger, kReportPathLevel, {.report = name}, "Report Path: %1",
@@ -49,7 +49,7 @@ void SentrelHandler::HandlePost(const Ref<Request>& request, const Ref<Response>
     }
     Name* const entry = BeginPost(name);
     if (entry == nullptr) {
-        StateWriter::OfThisProcess().Count(StateCount::PostsRefused);
+        StateWriter::OfThisProcess().SetRefused(name, ResponseCode::InternalServerError.status);
         // Without the lock: a client that does not read its response delays nobody else.
         response->Reply(ResponseCode::InternalServerError);
         return;

@@ -3,12 +3,22 @@
 // The running daemon holds an exclusive flock(2) on the file.
 //
 //      0   8  "SENTRELS"
-//      8   4  version: 1
+//      8   4  version: 2
 //     12   4  number of plugins
 //     16   8  start of the daemon, since 1970
 //     24  64  eight counters of 8 bytes, in the order of StateCount
-//     88      one entry of 304 bytes for each plugin:
+//     88   4  sequence of the refused posts, like that of a plugin
+//     92   4  posts refused so far, modulo 2^32; number N stands at N modulo 16 of what follows
+//     96      the last 16 posts that were refused, 128 bytes each:
+//   2144      one entry of 312 bytes for each plugin:
 //
+//  Of a refused post:
+//      0   8  when, since 1970; 0: none yet
+//      8   4  status that it was answered with; 0: its body did not arrive whole
+//     12   4  length of the name
+//     16 112  name of the report, cut to that length
+//
+//  Of a plugin:
 //      0   4  sequence: odd while the daemon writes the entry; a reader's copy is consistent if the
 //             sequence was the same even number before and after
 //      4   4  queue: 0 fast, 1 medium, 2 slow
@@ -19,7 +29,8 @@
 //     36   4  last run: RunState
 //     40   4  last run: error number that prevented the start
 //     44   4  length of the name
-//     48 256  name, then zeros
+//     48   8  last kill by the kernel for lack of memory, since 1970; 0: none
+//     56 256  name, then zeros
 #pragma once
 
 #include <array>
@@ -33,7 +44,7 @@ inline constexpr const char* kStateDirectory = "/run/korvex/sentrel";
 inline constexpr const char* kStatePath = "/run/korvex/sentrel/state";
 
 inline constexpr std::array<char, 8> kStateMagic{'S', 'E', 'N', 'T', 'R', 'E', 'L', 'S'};
-inline constexpr std::uint32_t kStateVersion = 1;
+inline constexpr std::uint32_t kStateVersion = 2;
 // Plugins beyond this number run without an entry.
 inline constexpr std::size_t kMaxStatePlugins = 4096;
 
@@ -58,14 +69,29 @@ enum class RunState : std::uint32_t {
     NotStarted   // launch refused, or exec failed
 };
 
+struct StateRefusal {
+    std::int64_t time;
+    std::int32_t status;
+    std::uint32_t nameLength;
+    std::array<char, 112> name;
+};
+static_assert(sizeof(StateRefusal) == 128);
+
+struct StateRefusals {
+    std::uint32_t sequence;
+    std::uint32_t count;
+    std::array<StateRefusal, 16> last;
+};
+
 struct StateHeader {
     std::array<char, 8> magic;
     std::uint32_t version;
     std::uint32_t pluginCount;
     std::int64_t started;
     std::array<std::uint64_t, kStateCounts> counts;
+    StateRefusals refusals;
 };
-static_assert(sizeof(StateHeader) == 88);
+static_assert(offsetof(StateHeader, refusals) == 88 && sizeof(StateHeader) == 2144);
 
 struct StateEntry {
     std::uint32_t sequence;
@@ -77,9 +103,10 @@ struct StateEntry {
     RunState run;
     std::int32_t error;
     std::uint32_t nameLength;
+    std::int64_t memoryKill;
     std::array<char, 256> name;
 };
-static_assert(sizeof(StateEntry) == 304);
+static_assert(sizeof(StateEntry) == 312);
 
 struct StateLayout {
     StateHeader header;

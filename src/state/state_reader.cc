@@ -29,9 +29,10 @@ bool ReadAt(int descriptor, std::size_t offset, void* target, std::size_t size) 
 // Only while the daemon that created the file is running is the lock unavailable.
 bool IsKept(int descriptor) { return ::flock(descriptor, LOCK_SH | LOCK_NB) != 0; }
 
-// The entry is consistent if the sequence was the same even number before and after reading it.
-bool ReadEntry(int descriptor, std::size_t index, StateEntry& entry) {
-    const std::size_t offset = sizeof(StateHeader) + index * sizeof(StateEntry);
+// Reads an entry that begins with its sequence. The entry is consistent if the sequence was the
+// same even number before and after reading it.
+template <typename Entry>
+bool ReadEntry(int descriptor, std::size_t offset, Entry& entry) {
     for (int attempt = 0; attempt < kMaxAttempts; ++attempt) {
         std::uint32_t before = 0;
         std::uint32_t after = 0;
@@ -41,7 +42,7 @@ bool ReadEntry(int descriptor, std::size_t index, StateEntry& entry) {
             return false;
         }
         if (before == after && before % 2 == 0) {
-            return entry.nameLength < entry.name.size();
+            return true;
         }
     }
     return false;  // the writer was killed in the middle of a change
@@ -61,12 +62,25 @@ std::optional<system_clock::time_point> TimeIfSet(std::int64_t since1970) {
     return since1970 == 0 ? std::nullopt : std::optional(FromMicroseconds(since1970));
 }
 
+std::vector<RefusedPost> RefusalsOf(const StateRefusals& refusals) {
+    std::vector<RefusedPost> posts;
+    for (const StateRefusal& refusal : refusals.last) {
+        if (refusal.time != 0 && refusal.nameLength <= refusal.name.size()) {
+            posts.push_back({.time = FromMicroseconds(refusal.time),
+                             .status = refusal.status,
+                             .name = std::string(refusal.name.data(), refusal.nameLength)});
+        }
+    }
+    return posts;
+}
+
 PluginState StateOf(const StateEntry& entry) {
     return {.name = std::string(entry.name.data(), entry.nameLength),
             .queue = entry.queue,
             .nextLaunch = FromMonotonic(entry.nextLaunch),
             .start = TimeIfSet(entry.runStart),
             .end = TimeIfSet(entry.runEnd),
+            .memoryKill = TimeIfSet(entry.memoryKill),
             .run = entry.run,
             .pid = entry.pid,
             .error = entry.error};
@@ -89,11 +103,18 @@ std::optional<DaemonState> ReadDaemonState() {
         header.pluginCount > kMaxStatePlugins) {
         return std::nullopt;
     }
-    DaemonState state{
-        .started = FromMicroseconds(header.started), .counts = header.counts, .plugins = {}};
+    DaemonState state{.started = FromMicroseconds(header.started),
+                      .counts = header.counts,
+                      .plugins = {},
+                      .refusals = {}};
+    if (!ReadEntry(file.Get(), offsetof(StateHeader, refusals), header.refusals)) {
+        return std::nullopt;
+    }
+    state.refusals = RefusalsOf(header.refusals);
     for (std::size_t i = 0; i < header.pluginCount; ++i) {
         StateEntry entry{};
-        if (!ReadEntry(file.Get(), i, entry)) {
+        if (!ReadEntry(file.Get(), sizeof(StateHeader) + i * sizeof(StateEntry), entry) ||
+            entry.nameLength >= entry.name.size()) {
             return std::nullopt;
         }
         state.plugins.push_back(StateOf(entry));

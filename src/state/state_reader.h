@@ -20,15 +20,24 @@ struct PluginState {
     // The start of the last run, or of the launch that failed; unset before the first.
     std::optional<std::chrono::system_clock::time_point> start;
     std::optional<std::chrono::system_clock::time_point> end;  // unset while it runs
+    // Of any run: when the kernel last killed in it for lack of memory.
+    std::optional<std::chrono::system_clock::time_point> memoryKill;
     RunState run = RunState::None;
     std::int32_t pid = 0;
     int error = 0;  // the error number that prevented the start, or 0
+};
+
+struct RefusedPost {
+    std::chrono::system_clock::time_point time;
+    int status = 0;    // that it was answered with; 0: its body did not arrive whole
+    std::string name;  // of the report, cut to 112 bytes
 };
 
 struct DaemonState {
     std::chrono::system_clock::time_point started;
     std::array<std::uint64_t, kStateCounts> counts{};  // by StateCount
     std::vector<PluginState> plugins;                  // in the order of discovery
+    std::vector<RefusedPost> refusals;                 // the last few, in no order
 
     // Null if the daemon does not know the plugin.
     const PluginState* Find(std::string_view name) const;

@@ -87,10 +87,10 @@ Sys::OwnedFd CreateLocked(const std::string& path) {
 
 }  // namespace
 
-// Marks an entry as changing while this object exists.
+// Marks what has that sequence as changing while this object exists.
 class StateWriter::Change {
   public:
-    explicit Change(StateEntry& entry) : sequence(entry.sequence) {
+    explicit Change(std::uint32_t& word) : sequence(word) {
         sequence.store(sequence.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
         std::atomic_thread_fence(std::memory_order_release);
     }
@@ -176,6 +176,18 @@ std::string StateWriter::StatusText() {
     return next == 0 ? text : text + "; next launch " + TimeOfDay(next);
 }
 
+void StateWriter::SetRefused(std::string_view name, int status) {
+    Count(StateCount::PostsRefused);
+    const Sys::MutexLock guard(lock);
+    StateRefusals& refusals = layout->header.refusals;
+    const Change change(refusals.sequence);
+    StateRefusal& refusal = refusals.last[refusals.count++ % refusals.last.size()];
+    refusal.time = Since1970(system_clock::now());
+    refusal.status = status;
+    refusal.nameLength =
+        static_cast<std::uint32_t>(name.copy(refusal.name.data(), refusal.name.size()));
+}
+
 void StateWriter::AddPlugin(std::string_view name, std::uint32_t queue) {
     const std::size_t count = layout->header.pluginCount;
     if (count == kMaxStatePlugins || name.size() >= sizeof(StateEntry::name) ||
@@ -193,7 +205,7 @@ void StateWriter::AddPlugin(std::string_view name, std::uint32_t queue) {
 void StateWriter::SetNextLaunch(std::string_view name, std::chrono::seconds fromNow) {
     const Sys::MutexLock guard(lock);
     if (StateEntry* const entry = Find(name)) {
-        const Change change(*entry);
+        const Change change(entry->sequence);
         entry->nextLaunch = MonotonicNow() + microseconds(fromNow).count();
     }
 }
@@ -202,7 +214,7 @@ void StateWriter::SetStarted(std::string_view name, std::int32_t pid) {
     Count(StateCount::Launches);
     const Sys::MutexLock guard(lock);
     if (StateEntry* const entry = Find(name)) {
-        const Change change(*entry);
+        const Change change(entry->sequence);
         entry->runStart = Since1970(system_clock::now());
         entry->runEnd = 0;
         entry->pid = pid;
@@ -215,7 +227,7 @@ void StateWriter::SetNotStarted(std::string_view name, int error) {
     Count(StateCount::LaunchesRefused);
     const Sys::MutexLock guard(lock);
     if (StateEntry* const entry = Find(name)) {
-        const Change change(*entry);
+        const Change change(entry->sequence);
         entry->runStart = Since1970(system_clock::now());
         entry->runEnd = 0;
         entry->pid = 0;
@@ -230,7 +242,7 @@ void StateWriter::SetTerminated(std::int32_t pid) {
     for (std::size_t i = 0; i < layout->header.pluginCount; ++i) {
         StateEntry& entry = layout->plugins[i];
         if (entry.pid == pid && entry.run == RunState::Running) {
-            const Change change(entry);
+            const Change change(entry.sequence);
             entry.run = RunState::Terminated;
         }
     }
@@ -243,10 +255,11 @@ void StateWriter::SetEnded(std::string_view name, std::int32_t pid, system_clock
     if (entry == nullptr || entry->pid != pid || entry->runEnd != 0) {
         return;
     }
-    const Change change(*entry);
+    const Change change(entry->sequence);
     entry->runEnd = Since1970(time);
     if (wasMemoryKill) {
         entry->run = RunState::MemoryKill;
+        entry->memoryKill = entry->runEnd;
     } else if (entry->run == RunState::Running) {
         entry->run = RunState::Ended;
     }

@@ -45,6 +45,10 @@ class StateWriter {
     // "3 names, 12 posts, 4 launches; next launch 09:15:12Z".
     std::string StatusText() EXCLUDES(lock);
 
+    // Counts a refused post and keeps it as one of the last. `status` is its answer; 0: its body
+    // did not arrive whole.
+    void SetRefused(std::string_view name, int status) EXCLUDES(lock);
+
     // Adds an entry to the file. Main thread, during the start. A plugin beyond the file's capacity
     // is left out; later calls with an unknown plugin do nothing.
     void AddPlugin(std::string_view name, std::uint32_t queue);
@@ -64,11 +68,9 @@ class StateWriter {
     StateEntry* Find(std::string_view name) REQUIRES(lock);
     void TellChange() const;
 
-    Sys::OwnedFd file;    // none until Open succeeds
-    StateLayout* layout;  // of the file, or of memory of its own
-    Sys::Mutex lock;      // orders the changes of the entries
-    std::atomic<std::size_t> names{0};
-    std::function<void()> listener;  // may be empty
+    Sys::OwnedFd file;    // empty until Open succeeds
+    StateLayout* layout;  // mapped from the file, or allocated before Open
+    Sys::Mutex lock;      // serializes changes of the entries and refusals
 };
 
 }  // namespace Sentrel

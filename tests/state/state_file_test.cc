@@ -85,6 +85,9 @@ TEST_F(StateFile, TellsWhatBecameOfEachPlugin) {
         EXPECT_GT(plugin->nextLaunch, *plugin->start + seconds(3590));
         EXPECT_LT(plugin->nextLaunch, system_clock::now() + seconds(3610));
     }
+    writer.SetStarted("eater", 9);
+    EXPECT_EQ(ReadDaemonState()->Find("eater")->memoryKill, end);
+    EXPECT_FALSE(state->Find("ended")->memoryKill);
     EXPECT_FALSE(state->Find("never")->start);
     EXPECT_EQ(state->Find("unknown"), nullptr);
     EXPECT_THAT(state->counts, ElementsAre(0, 0, 9, 1, 1, 0, 0, 0));
@@ -99,6 +102,15 @@ TEST_F(StateFile, TellsWhatBecameOfEachPlugin) {
                 testing::MatchesRegex("3 names, 1 post, 10 launches; next launch "
                                       "[0-9][0-9]:[0-9][0-9]:[0-9][0-9]Z"));
     struct stat status{};
+    const std::string longName(200, 'n');
+    for (int i = 0; i < 20; ++i) {
+        writer.SetRefused(longName, 400 + i);
+    }
+    const auto refusals = ReadDaemonState()->refusals;
+    ASSERT_EQ(refusals.size(), 16U);
+    EXPECT_EQ(refusals[3].status, 419);
+    EXPECT_EQ(refusals[4].status, 404);
+    EXPECT_EQ(refusals[4].name, longName.substr(0, 112));
     ASSERT_EQ(::stat(file.c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 0777U, 0640U);
     EXPECT_THAT(log.Lines(), testing::IsEmpty());
@@ -114,7 +126,7 @@ TEST_F(StateFile, IsNothingWithoutItsDaemon) {
     EXPECT_FALSE(ReadDaemonState());
     writer.Open(Pellmar::Service::Logger::sDefaultLogger);
     EXPECT_TRUE(ReadDaemonState());
-    std::fstream(file, std::ios::in | std::ios::out).seekp(8).put('\2');  // another version
+    std::fstream(file, std::ios::in | std::ios::out).seekp(8).put('\3');  // another version
     EXPECT_FALSE(ReadDaemonState());
 }
 

@@ -8,16 +8,25 @@
 #include "ctl/show/durations.h"
 #include "ctl/show/failure.h"
 #include "ctl/show/json_output.h"
+#include "ctl/show/near_names.h"
+#include "ctl/show/note.h"
 #include "ctl/show/table.h"
+#include "ctl/show/times.h"
+#include "ctl/show/words.h"
 #include "platform/pellmar/exceptions.h"
+#include "platform/sys/host_root.h"
 #include "platform/token/jwt.h"
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <array>
 #include <chrono>
+#include <cstdint>
 #include <ostream>
+#include <string>
 #include <utility>
+#include <vector>
 
 namespace Ctl {
 
@@ -59,17 +68,36 @@ void RunInit(const Arguments& arguments, std::ostream& output) {
     key.AddToTrustSet(trustSet);
     if (arguments.options.Has("--json")) {
         const OrderedJson document = {{"made", isNew},
-                                      {"key", kSigningKeyPath},
+                                      {"key", Sys::HostPath(kSigningKeyPath)},
                                       {"kid", key.GetId()},
-                                      {"trustSet", trustSet}};
+                                      {"trustSet", Sys::HostPath(trustSet)}};
         WriteJson(document, output);
         return;
     }
     Table facts({{}, {}});
-    facts.Add({isNew ? "Made" : "Was there", std::string(kSigningKeyPath)});
+    facts.Add({isNew ? "Created" : "Exists", Sys::HostPath(kSigningKeyPath)});
     facts.Add({"Key id", key.GetId()});
-    facts.Add({"Trusted in", trustSet});
+    facts.Add({"Trusted in", Sys::HostPath(trustSet)});
     facts.Write(output);
+}
+
+// What makes a token that grants less than its owner expects.
+void WarnOfEntitlements(const std::vector<std::string>& entitlements) {
+    if (entitlements.empty()) {
+        NoteOnce(
+            "warning: the token has no entitlements, so it cannot read reports; add "
+            "--entitlement " +
+            std::string(kReadPrivilege));
+        return;
+    }
+    const std::vector<std::string> known = KnownPrivileges();
+    for (const std::string& entitlement : entitlements) {
+        if (std::find(known.begin(), known.end(), entitlement) == known.end()) {
+            NoteOnce("warning: no operation of the API needs the entitlement \"" + entitlement +
+                     "\"; " +
+                     NearNamesAdvice(entitlement, known, "the known ones: " + Joined(known)));
+        }
+    }
 }
 
 void RunIssue(const Arguments& arguments, std::ostream& output) {
@@ -85,7 +113,10 @@ void RunIssue(const Arguments& arguments, std::ostream& output) {
         throw UsageError("option \"--ttl\": \"" + text + "\" is not a duration",
                          "write a whole number with s, m, h or d, up to 3650d");
     }
-    output << IssueToken(subject, arguments.options.Values("--entitlement"), *lifetime) << '\n';
+    const std::vector<std::string> entitlements = arguments.options.Values("--entitlement");
+    const std::string token = IssueToken(subject, entitlements, *lifetime);
+    WarnOfEntitlements(entitlements);
+    output << token << '\n';
 }
 
 // Why the daemon of this host would refuse the token now; empty if it would accept it.
@@ -105,7 +136,24 @@ std::string ShownValue(const nlohmann::json& value) {
                              : value.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 }
 
-void RunInspect(const Arguments& arguments, std::ostream& output) {
+// Of a NumericDate (RFC 7519), such as "2024-03-05T14:07:09Z (3 min ago)".
+std::string DateText(double date) {
+    constexpr double kEndOfYear9999 = 253402300799;
+    if (date < 0 || date > kEndOfYear9999) {
+        return "beyond the year 9999";
+    }
+    const std::chrono::sys_seconds time{std::chrono::seconds(static_cast<std::int64_t>(date))};
+    const auto now = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
+    return UtcText(time) + (time > now ? " (in " + DurationText(time - now) + ")"
+                                       : " (" + DurationText(now - time) + " ago)");
+}
+
+std::string ClaimText(const std::string& name, const nlohmann::json& value) {
+    const bool isTime = (name == "exp" || name == "iat" || name == "nbf") && value.is_number();
+    return isTime ? DateText(value.get<double>()) : ShownValue(value);
+}
+
+int RunInspect(const Arguments& arguments, std::ostream& output) {
     const std::string token =
         arguments.operands.empty() ? ReadTokenFrom("-") : ReadTokenFrom(arguments.operands[0]);
     Token::Jwt jwt;
@@ -124,16 +172,17 @@ void RunInspect(const Arguments& arguments, std::ostream& output) {
             document["reason"] = fault;
         }
         WriteJson(document, output);
-        return;
+        return fault.empty() ? 0 : 1;
     }
     Table facts({{}, {}});
     facts.Add({"Trusted here", fault.empty() ? "yes" : "no: " + fault});
     facts.Add({"Algorithm", std::string(Token::NameOf(jwt.algorithm))});
     facts.Add({"Key id", jwt.keyId.value_or("none")});
     for (const auto& [name, value] : claims.items()) {
-        facts.Add({name, ShownValue(value)});
+        facts.Add({name, ClaimText(name, value)});
     }
     facts.Write(output);
+    return fault.empty() ? 0 : 1;
 }
 
 constexpr std::array<Command, 3> kCommands = {{
@@ -158,10 +207,15 @@ constexpr std::array<Command, 3> kCommands = {{
     {"token inspect",
      "show what a token says and whether it is trusted here",
      "Reads a token from a file, or from standard input, and shows its claims. It is never an\n"
-     "argument itself: every user of the host can read those.\n",
+     "argument itself: every user of the host can read those.\n"
+     "\n"
+     "Exit status: 0 when the token is trusted on this host, 1 when it is not, for example "
+     "because\n"
+     "it has expired.\n",
      "sentrelctl token issue --subject alice | sentrelctl token inspect",
      kInspectOptions,
      {"[FILE]", 0, 1, Completes::File},
+     nullptr,
      RunInspect},
 }};
 

@@ -12,6 +12,8 @@
 #include <system_error>
 #include <utility>
 
+#include <unistd.h>
+
 namespace Ctl {
 
 namespace {
@@ -31,10 +33,13 @@ Explanation Explain(const std::string& name, const std::string& message, bool ha
                    ? Explanation{"the API refuses the token",
                                  "\"sentrelctl token inspect\" says why it is not trusted, "
                                  "\"sentrelctl token init\" has this host's own tokens trusted"}
-                   : Explanation{"no token for the API",
-                                 "use --offline to read the report directory (group korvex), "
-                                 "--token-file FILE, or run this as root after \"sentrelctl "
-                                 "token init\""};
+                   : Explanation{
+                         "no token for the API",
+                         "use --offline to read the report directory (group korvex), "
+                         "--token-file FILE, or " +
+                             std::string(::geteuid() == 0
+                                             ? "create the signing key: sentrelctl token init"
+                                             : "run this as root")};
     }
     if (name.ends_with(".unauthorized")) {
         return {message + " (\"sentrelctl token issue\" takes it as --entitlement)"};
@@ -115,8 +120,9 @@ OrderedJson ApiClient::Call(std::string_view method, const OrderedJson& paramete
     if (answer.is_object() && answer.contains("error") && answer["error"].is_object()) {
         ThrowError(answer["error"], !token.empty());
     }
-    throw Failure(url + " answered, but is not the sentrel API" + StrangersName(),
-                  "name another address with --api");
+    const std::string stranger = StrangersName();
+    throw Failure(url + " answered, but is not the sentrel API" + stranger,
+                  stranger.empty() ? "name another address with --api" : kFreeApiPort);
 }
 
 std::string ApiClient::StrangersName() const {
@@ -139,8 +145,7 @@ std::string ApiClient::Exchange(std::string document) const {
         const std::string stranger = StrangersName();
         if (!stranger.empty()) {
             throw Failure(url + " is not the sentrel API" + stranger + ": " + failure.what(),
-                          "end that process; sentrel binds the port again within 5 s",
-                          failure.ErrorNumber());
+                          kFreeApiPort, failure.ErrorNumber());
         }
         throw Failure("the API at " + url + " cannot be reached: " + failure.what(),
                       "start sentrel (\"systemctl start sentrel\"), or name another address with "

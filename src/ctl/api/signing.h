@@ -17,6 +17,10 @@ inline constexpr std::string_view kReadPrivilege = "observability.reports.read";
 // The token settings of this host's daemon. Throws Pellmar::Exception if the store entry is broken.
 Token::TrustSettings ReadTrustSettings();
 
+// What the operations of this host's API need, by its metadata file; without one, what reading
+// reports needs.
+std::vector<std::string> KnownPrivileges();
+
 // A token signed with this host's key. Throws Pellmar::NotFoundException, with what to do, if there
 // is no key, and Pellmar::Exception if it cannot be used.
 std::string IssueToken(const std::string& subject, std::vector<std::string> entitlements,

@@ -46,6 +46,7 @@ constexpr Subject kSubjects[] = {
     {"trust set", CheckTrustSet},
     {"audit log", CheckAuditLog},
     {"metadata file", CheckMetadataFile},
+    {"metrics", CheckMetricsTimer},
 };
 
 Finding Explain(const char* subject, const Pellmar::Throwable& failure) {

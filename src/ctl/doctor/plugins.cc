@@ -24,8 +24,11 @@ std::string CountsOf(const PluginSurvey& survey) {
 
 void CheckSettings(const Host& /*host*/, Findings& findings) {
     Findings found = CheckConfiguration();
-    // CheckPlugins reports those about plugins
-    std::erase_if(found, [](const Finding& one) { return one.subject.starts_with("plugin "); });
+    // what it says of the trust set and of plugins as a whole, other subjects say too
+    std::erase_if(found, [](const Finding& one) {
+        return one.subject.starts_with("plugin ") ||
+               (one.subject == "token.jwks" && one.severity == Severity::Warning);
+    });
     std::move(found.begin(), found.end(), std::back_inserter(findings));
 }
 
@@ -37,7 +40,12 @@ void CheckAllPlugins(const Host& host, Findings& findings) {
     PluginReports reports = ReadPluginReports(host, survey);
     reports.problem = "";  // CheckReportDirectory reports it
     Findings found = CheckPlugins(survey, host, reports);
-    std::erase_if(found, [](const Finding& one) { return one.severity == Severity::Good; });
+    std::erase_if(found, [&findings](const Finding& one) {
+        return one.severity == Severity::Good ||
+               std::any_of(findings.begin(), findings.end(), [&one](const Finding& said) {
+                   return said.subject == one.subject && said.text == one.text;
+               });
+    });
     const bool isAllWell = std::none_of(found.begin(), found.end(), [](const Finding& one) {
         return one.severity > Severity::Notice;
     });

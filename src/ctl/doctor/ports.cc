@@ -106,7 +106,7 @@ void CheckApiPort(const Host& host, Findings& findings) {
     if (const std::string stranger = StrangerOn(Sentrel::kApiPort); !stranger.empty()) {
         findings.push_back({Severity::Error, subject,
                             "port " + port + " is held by " + stranger + ", not by sentrel",
-                            "end that process; sentrel binds the port again within 5 s"});
+                            kFreeApiPort});
         return;
     }
     const bool isLocal = CheckReach(subject, Sentrel::kApiPort, "can call it", sockets, findings);

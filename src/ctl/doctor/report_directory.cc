@@ -30,6 +30,7 @@ constexpr std::uintmax_t kBytesOfName =
 
 struct Content {
     std::set<std::string> names;      // the names of links
+    std::set<std::string> stored;     // names with files that may be their newest report
     std::vector<std::string> broken;  // dangling links
     std::vector<std::string> foreign;
     std::size_t storedFiles = 0;
@@ -52,6 +53,9 @@ Content ReadContent(const std::string& directory) {
         } else if (Sentrel::NameOfStoredFile(file) && entry->is_regular_file(failure)) {
             const std::uintmax_t size = entry->file_size(failure);
             content.storedBytes += failure ? 0 : size;
+            if (!file.starts_with('.')) {
+                content.stored.emplace(*Sentrel::NameOfStoredFile(file));
+            }
             ++content.storedFiles;
         } else {
             content.foreign.push_back(file);
@@ -95,12 +99,57 @@ void CheckRoom(const std::string& directory, const Content& content, Findings& f
     }
 }
 
+// Names with reports and no link: a crash came between the two, or the link could not be created.
+std::vector<std::string> FindUnlinked(const std::string& directory, const Content& content) {
+    std::vector<std::string> names;
+    for (const std::string& name : content.stored) {
+        std::error_code failure;  // a link is gone for an instant while it is renewed
+        if (!content.names.contains(name) &&
+            !Files::is_symlink(directory + Sentrel::LinkName(name), failure)) {
+            names.push_back(name);
+        }
+    }
+    return names;
+}
+
+// What the daemon sees at its report directory may be another file system than what stands there
+// now: one that was unmounted here stays in the daemon's mount namespace.
+void CheckViewOfDaemon(const Host& host, const struct stat& own, Findings& findings) {
+    const std::string& directory = host.reportDirectory;
+    if (!host.daemon || host.hasNamedReports || directory.starts_with("/proc/")) {
+        return;
+    }
+    struct stat seen{};
+    const std::string view = "/proc/" + std::to_string(host.daemon->pid) + "/root" + directory;
+    const int error = ::stat(view.c_str(), &seen) == 0 ? 0 : errno;
+    if (error == EACCES || error == EPERM) {
+        findings.push_back({Severity::Notice, kSubject,
+                            "cannot see which " + directory + " the daemon has", "run this as root",
+                            true});
+    } else if (error != 0 || seen.st_dev != own.st_dev || seen.st_ino != own.st_ino) {
+        findings.push_back({Severity::Error, kSubject,
+                            error != 0 ? "the daemon does not see " + directory
+                                       : "the daemon has another " + directory +
+                                             " than this one: a file system was mounted or "
+                                             "unmounted there after its start",
+                            "systemctl restart sentrel"});
+    }
+}
+
 void CheckContent(const std::string& directory, const Content& content, Findings& findings) {
     if (!content.broken.empty()) {
         findings.push_back(
             {Severity::Warning, kSubject,
              "links to nothing, so these reports are not served: " + Abridged(content.broken),
              "remove them, or wait for the next report of each name"});
+    }
+    if (const auto names = FindUnlinked(directory, content); !names.empty()) {
+        findings.push_back(
+            {Severity::Warning, kSubject,
+             "stored without a link, so these reports are not served: " + Abridged(names),
+             "they are served again after the next post of each name; if that does "
+             "not help: df -i " +
+                 directory});
     }
     if (!content.foreign.empty()) {
         findings.push_back({Severity::Notice, kSubject,
@@ -149,6 +198,7 @@ void CheckReportDirectory(const Host& host, Findings& findings) {
     }
     const std::size_t before = findings.size();
     CheckOwner(host, *status, findings);
+    CheckViewOfDaemon(host, *status, findings);
     const Content content = ReadContent(directory);
     CheckRoom(directory, content, findings);
     CheckContent(directory, content, findings);

@@ -66,7 +66,7 @@ void CheckReportStates(const Host& host, Findings& findings) {
     }
     std::vector<PluginPeriod> plugins;
     if (host.settingsProblem.empty()) {
-        plugins = PeriodsOf(SurveyPlugins());
+        plugins = PeriodsOf(SurveyPlugins(), host.state);
     }
     std::vector<JudgedReport> judged =
         JudgeReports(ReadStoredReports(host.reportDirectory, {}), plugins, host.now);

@@ -21,6 +21,8 @@ void CheckSigningKey(const Host& host, Findings& findings);
 void CheckTrustSet(const Host& host, Findings& findings);
 void CheckAuditLog(const Host& host, Findings& findings);
 void CheckMetadataFile(const Host& host, Findings& findings);
+// Says nothing when all is well, or the timer is off.
+void CheckMetricsTimer(const Host& host, Findings& findings);
 void CheckGroup(const Host& host, Findings& findings);
 // Checks the sandbox of plugins, and its gaps on this kernel.
 void CheckSandbox(const Host& host, Findings& findings);

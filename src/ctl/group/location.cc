@@ -6,6 +6,8 @@
 
 #include <memory>
 
+#include <unistd.h>
+
 namespace Ctl {
 
 using Kind = Kernel::GroupRoot::Kind;
@@ -46,9 +48,10 @@ void UseGroupLocation(const GroupLocation& location) {
                 location.root.reason,
             "start it as root or in a delegated unit, or give it SENTREL_CGROUP_ROOT");
     }
-    throw Failure("no resource group that lasts can be made here: " + location.root.reason,
-                  "run this as root where a cgroup v2 hierarchy is mounted, or set "
-                  "SENTREL_CGROUP_ROOT to a cgroup that this user may write");
+    throw Failure("cannot find the plugins' resource group: " + location.root.reason,
+                  ::geteuid() == 0 ? "mount cgroup v2, or set SENTREL_CGROUP_ROOT to a cgroup"
+                                   : "run this as root, or set SENTREL_CGROUP_ROOT to a cgroup "
+                                     "that this user may write");
 }
 
 std::optional<DaemonProcess> FindDaemonIfAny() {

@@ -3,6 +3,7 @@
 #include "core/settings/settings.h"
 #include "ctl/show/failure.h"
 #include "ctl/show/note.h"
+#include "platform/sys/host_root.h"
 #include "platform/tabulon/json_config.h"
 
 #include <string>
@@ -33,10 +34,11 @@ Pellmar::Ref<Pellmar::Service::ConfigReader> ReadDaemonSettings() {
         return config->GetReader();
     } catch (const Pellmar::Exception& exception) {
         const std::string advice = exception.Advice();
-        throw Failure("the daemon's settings cannot be read: " + exception.WhatHappened(),
-                      advice + (advice.empty() ? "" : "; ") +
-                          "make that file a readable JSON object, or remove it",
-                      exception.ErrorNumber());
+        throw Failure(
+            "the daemon's settings cannot be read: " + Sys::HostPath(exception.WhatHappened()),
+            advice + (advice.empty() ? "" : "; ") +
+                "make that file a readable JSON object, or remove it",
+            exception.ErrorNumber());
     }
 }
 

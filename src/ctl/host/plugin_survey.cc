@@ -2,7 +2,6 @@
 
 #include "ctl/host/daemon_settings.h"
 #include "ctl/show/failure.h"
-#include "ctl/show/words.h"
 #include "platform/pellmar/exceptions.h"
 #include "platform/sys/host_root.h"
 #include "plugins/resource_group.h"
@@ -11,7 +10,6 @@
 #include <cerrno>
 #include <utility>
 
-#include <strings.h>
 #include <unistd.h>
 
 namespace Ctl {
@@ -55,32 +53,7 @@ void ApplyTimetable(PluginSurvey& survey) {
     }
 }
 
-std::string WhyEnabled(const Sentrel::PluginEntry& entry) {
-    std::vector<std::string> why;
-    if (!entry.enabled) {
-        why.emplace_back("enabled is missing, which counts as true");
-    }
-    if (!entry.frequency) {
-        why.emplace_back("frequency is missing, which counts as fast");
-    } else if (!NamesQueue(*entry.frequency)) {
-        why.emplace_back("frequency \"" + *entry.frequency +
-                         "\" is not a queue and counts as fast");
-    }
-    if (entry.logLevel && entry.info.logLevel.empty()) {
-        why.emplace_back("log_level \"" + *entry.logLevel +
-                         "\" is not a log level and is not passed on");
-    }
-    return why.empty() ? "its configuration says so" : Joined(why, "; ");
-}
-
 }  // namespace
-
-bool NamesQueue(const std::string& frequency) {
-    Sentrel::PluginInfo info;
-    Sentrel::SetFrequency(info, frequency);
-    const std::string_view fast = Sentrel::kQueueNames.front();
-    return info.frequency != 0 || ::strncasecmp(frequency.c_str(), fast.data(), fast.size()) == 0;
-}
 
 PluginSurvey SurveyPlugins() {
     PluginSurvey survey;
@@ -106,9 +79,8 @@ PluginSurvey SurveyPlugins() {
 void RequireDirectory(const PluginSurvey& survey) {
     if (!survey.hasDirectory) {
         const std::string directory = Sys::HostPath(Sentrel::kPluginDirectory);
-        throw Failure(
-            "there is no plugin directory " + directory + ", so the daemon does not start",
-            "mkdir -p " + directory);
+        throw Failure(directory + " is missing, so the daemon does not start",
+                      "mkdir -p " + directory);
     }
 }
 
@@ -118,19 +90,6 @@ std::string_view QueueOf(const SurveyedPlugin& plugin) {
 
 std::string_view StateOf(const SurveyedPlugin& plugin) {
     return kStates[static_cast<std::size_t>(plugin.entry.verdict)];
-}
-
-std::string WhyOf(const SurveyedPlugin& plugin) {
-    switch (plugin.entry.verdict) {
-        case Sentrel::PluginVerdict::Enabled:
-            return WhyEnabled(plugin.entry);
-        case Sentrel::PluginVerdict::Disabled:
-            return "its configuration says \"enabled\": false";
-        case Sentrel::PluginVerdict::Directory:
-            return "a directory is no plugin";
-        default:
-            return plugin.entry.problem;
-    }
 }
 
 Tabulon::EntryPaths StoreFilesOf(const std::string& plugin) {

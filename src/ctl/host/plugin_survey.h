@@ -48,13 +48,6 @@ std::string_view QueueOf(const SurveyedPlugin& plugin);
 // "enabled", "disabled", "directory", "no configuration".
 std::string_view StateOf(const SurveyedPlugin& plugin);
 
-// Whether the text selects a queue; any other text silently means "fast".
-bool NamesQueue(const std::string& frequency);
-
-// Why the plugin is enabled or not, and how the daemon interprets a configuration that it does not
-// take literally; in words for a person.
-std::string WhyOf(const SurveyedPlugin& plugin);
-
 // The files of the store that configure a plugin, as plain host paths: the vendor's defaults, and
 // the host's values. Empty for a name that the store refuses.
 Tabulon::EntryPaths StoreFilesOf(const std::string& plugin);

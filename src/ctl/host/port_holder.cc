@@ -1,5 +1,6 @@
 #include "ctl/host/port_holder.h"
 
+#include "core/settings/settings.h"
 #include "ctl/host/daemon_process.h"
 #include "ctl/host/process_stat.h"
 #include "ctl/host/run_user.h"
@@ -114,7 +115,7 @@ void RequireTrustedListener(const sockaddr_storage& peer) {
     const std::vector<ListeningSocket> strangers(stranger, takers.end());
     throw UntrustedListener("port " + std::to_string(endpoint.port) + " of " + endpoint.address +
                                 " is held by " + DescribeHolder(strangers) + ", not by sentrel",
-                            kEndIt);
+                            endpoint.port == Sentrel::kApiPort ? kFreeApiPort : kEndIt);
 }
 
 }  // namespace Ctl

@@ -12,6 +12,10 @@
 
 namespace Ctl {
 
+// What to do about a stranger on the API's port: a daemon that runs tries to bind it every 5 s.
+inline constexpr const char* kFreeApiPort =
+    "end that process; sentrel, if it runs, binds the port within 5 s";
+
 // "process 12 (nginx) of user www", or "a process of user www" if this user may not see which one.
 std::string DescribeHolder(const std::vector<ListeningSocket>& sockets);
 

@@ -14,6 +14,7 @@
 #include "ctl/plugin_run/intake.h"
 #include "ctl/plugin_run/process.h"
 #include "ctl/plugin_run/result.h"
+#include "ctl/plugins/findings.h"
 #include "ctl/show/durations.h"
 #include "ctl/show/failure.h"
 #include "ctl/show/json_output.h"
@@ -22,6 +23,7 @@
 #include "platform/kernel/groups/groups.h"
 #include "platform/kernel/spawn/process_table.h"
 #include "platform/kernel/spawn/sandbox.h"
+#include "platform/sys/host_root.h"
 #include "plugins/queue_timing.h"
 #include "plugins/resource_group.h"
 
@@ -73,8 +75,9 @@ SurveyedPlugin FindPlugin(const PluginSurvey& survey, const std::string& name) {
         }
         names.push_back(plugin.Name());
     }
-    throw Failure("there is no plugin \"" + name + "\" in " + Sentrel::kPluginDirectory,
-                  NearNamesAdvice(name, names, "see \"sentrelctl plugin list\""));
+    throw Failure(
+        "there is no plugin \"" + name + "\" in " + Sys::HostPath(Sentrel::kPluginDirectory),
+        NearNamesAdvice(name, names, "see \"sentrelctl plugin list\""));
 }
 
 void TellWhetherItIsRun(const SurveyedPlugin& plugin, PluginRun& run) {
@@ -164,7 +167,15 @@ std::optional<RunUser> FindUser(const std::optional<DaemonProcess>& daemon, Plug
     return user;
 }
 
-void TakeStored(const StoredReports& stored, PluginRun& run) {
+// What the daemon stored and refused, as far as it is the plugin's.
+void TakePosts(const StoredReports& stored, std::chrono::system_clock::time_point start,
+               PluginRun& run) {
+    for (Post& post : FindRefused(start)) {
+        PostJudgement judgement = JudgePost(std::move(post), run.plugin);
+        if (judgement.isOfPlugin) {
+            run.posts.push_back(std::move(judgement));
+        }
+    }
     for (Post& post : stored.FindNew()) {
         PostJudgement judgement = JudgePost(std::move(post), run.plugin);
         if (judgement.isOfPlugin) {
@@ -184,6 +195,7 @@ void Run(const Sentrel::Plugin& plugin, const PluginStarter& starter, const Host
     } else {
         stored.emplace(RequireReportDirectory(host));
     }
+    const auto start = std::chrono::system_clock::now();
     PluginProcess process(plugin, starter);
     run.pid = process.Pid();
     if (standIn) {
@@ -191,7 +203,7 @@ void Run(const Sentrel::Plugin& plugin, const PluginStarter& starter, const Host
     }
     run.end = process.Await(run.timeout, live);
     if (stored) {
-        TakeStored(*stored, run);
+        TakePosts(*stored, start, run);
     } else {
         for (Post& post : standIn->Stop()) {
             run.posts.push_back(JudgePost(std::move(post), run.plugin));
@@ -251,7 +263,8 @@ constexpr std::array<Command, 1> kCommands = {{
      "system, do not hold here.\n"
      "\n"
      "Exit status: 0 when the plugin ended with status 0 and posted a good report under its name;\n"
-     "1 when it did not, or could not be started; 2 when the command line is wrong.\n",
+     "1 when it did not, wrote to standard error beside a report of UNKNOWN, or could not be\n"
+     "started; 2 when the command line is wrong.\n",
      "sentrelctl plugin run memory",
      kOptions,
      {"NAME", 1, 1, Completes::PluginName},

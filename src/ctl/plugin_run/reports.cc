@@ -3,10 +3,11 @@
 #include "ctl/host/daemon_settings.h"
 #include "ctl/host/input_file.h"
 #include "ctl/reports/check.h"
+#include "ctl/reports/intake_answer.h"
 #include "ctl/reports/source.h"
 #include "ctl/show/failure.h"
-#include "ctl/show/sizes.h"
 #include "intake/report_job.h"
+#include "state/state_reader.h"
 #include "store/report.h"
 #include "store/report_name.h"
 
@@ -14,6 +15,7 @@
 
 #include <algorithm>
 #include <exception>
+#include <optional>
 #include <system_error>
 
 #include <sys/stat.h>
@@ -34,29 +36,6 @@ std::string NameOfStored(const std::string& fileName) {
 bool IsOfPlugin(std::string_view report, std::string_view plugin) {
     return Sentrel::IsSameReportName(report.substr(0, plugin.size()), plugin) &&
            (report.size() == plugin.size() || report[plugin.size()] == '.');
-}
-
-// Why a request was not stored, and what to send instead.
-std::string ExplainAnswer(const Post& post) {
-    switch (post.answer) {
-        case 0:
-            return "its body broke off, so that nothing is stored; send as many bytes as "
-                   "Content-Length says, and read the answer";
-        case 206:
-            return "its path names no report; post to the URL behind -u with a \"/\" and the name "
-                   "added";
-        case 400:
-            return "its content type is another; send exactly \"Content-Type: application/json\"";
-        case 405:
-            return "the method is " + post.method + "; use POST";
-        case 411:
-            return "it has no Content-Length; send one, and no chunks";
-        case 413:
-            return "it is longer than " + SizeText(Sentrel::kMaxReportSize) + "; send less";
-        default:
-            return "its name cannot be stored: it may have " +
-                   std::string(Sentrel::kReportNameRule) + " only, and must not be too long";
-    }
 }
 
 void ReadState(PostJudgement& judgement) {
@@ -116,6 +95,18 @@ std::vector<Post> StoredReports::FindNew() const {
     return posts;
 }
 
+std::vector<Post> FindRefused(std::chrono::system_clock::time_point since) {
+    std::vector<Post> posts;
+    const std::optional<Sentrel::DaemonState> state = Sentrel::ReadDaemonState();
+    for (const Sentrel::RefusedPost& refused :
+         state ? state->refusals : std::vector<Sentrel::RefusedPost>{}) {
+        if (refused.time >= since) {
+            posts.push_back({.name = refused.name, .document = "", .answer = refused.status});
+        }
+    }
+    return posts;
+}
+
 PostJudgement JudgePost(Post post, const std::string& plugin) {
     PostJudgement judgement;
     judgement.post = std::move(post);
@@ -125,7 +116,7 @@ PostJudgement JudgePost(Post post, const std::string& plugin) {
         judgement.problems = FindProblems(judged.document, judged.name);
         ReadState(judgement);
     } else {
-        judgement.problems = {ExplainAnswer(judged)};
+        judgement.problems = {RefusalText(judged.answer)};
     }
     return judgement;
 }

@@ -4,6 +4,7 @@
 #include "ctl/plugin_run/intake.h"
 #include "ctl/reports/metrics.h"
 
+#include <chrono>
 #include <filesystem>
 #include <map>
 #include <string>
@@ -34,6 +35,10 @@ class StoredReports {
     const std::string directory;
     const std::map<std::string, Version> before;  // by file name
 };
+
+// The posts of others than the run, too, that the daemon has refused since then, without documents;
+// none where its state file cannot be read.
+std::vector<Post> FindRefused(std::chrono::system_clock::time_point since);
 
 struct PostJudgement {
     Post post;

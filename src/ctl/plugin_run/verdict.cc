@@ -1,10 +1,12 @@
 // Judges a run: adds its findings.
 #include "ctl/plugin_run/confinement.h"
+#include "ctl/reports/intake_answer.h"
 #include "ctl/show/durations.h"
 #include "ctl/show/words.h"
 
 #include <algorithm>
 #include <cstddef>
+#include <string_view>
 #include <utility>
 
 #include <signal.h>
@@ -13,6 +15,9 @@
 namespace Ctl {
 
 namespace {
+
+constexpr int kStored = 200;
+constexpr std::string_view kUnknown = "UNKNOWN";
 
 void Tell(PluginRun& run, Severity severity, std::string text, std::string remedy) {
     run.findings.push_back({severity, "plugin " + run.plugin, std::move(text), std::move(remedy)});
@@ -73,12 +78,23 @@ void TellNothingPosted(PluginRun& run) {
         run.end.error.bytes > 0 ? "what it wrote to standard error may say why; " : "";
     remedy += "it is to POST to http://localhost:" + std::to_string(run.port) + "/" + run.plugin +
               ", which is the URL behind -u with its name added; see sentrel-plugin(7)";
-    Tell(run, Severity::Error, "it has posted no report", remedy);
+    Tell(run, Severity::Error,
+         run.intake.empty() ? "posted no report" : "the daemon has stored no report from it",
+         remedy);
     if (!run.otherNames.empty()) {
         Tell(run, Severity::Warning, "meanwhile these have been stored: " + Joined(run.otherNames),
              "if it was this plugin that posted them, let it call them " + run.plugin + ", or " +
                  run.plugin + ". and more");
     }
+}
+
+// A check that could not look, which is a fault where it complains.
+void TellUnknown(PluginRun& run, const std::string& report) {
+    const bool complains = run.end.error.bytes > 0;
+    Tell(run, complains ? Severity::Error : Severity::Warning,
+         report + "says UNKNOWN" + (complains ? ", and it wrote to standard error" : ""),
+         complains ? "what it wrote to standard error may say why"
+                   : "its reason says what it could not find out");
 }
 
 void JudgePosts(PluginRun& run) {
@@ -93,12 +109,17 @@ void JudgePosts(PluginRun& run) {
     const Severity severity = good == 0 ? Severity::Error : Severity::Warning;
     for (const PostJudgement& judged : run.posts) {
         const std::string report = "its report \"" + judged.post.name + "\" ";
-        if (!judged.problems.empty()) {
-            Tell(run, severity, report + "is not good: " + Joined(judged.problems),
-                 "mend that; see sentrel-plugin(7)");
+        if (judged.post.answer != kStored) {
+            Tell(run, severity, report + "was " + RefusalText(judged.post.answer),
+                 ExplainAnswer(judged.post.answer).advice);
+        } else if (!judged.problems.empty()) {
+            Tell(run, severity, report + "is invalid: " + Joined(judged.problems),
+                 "fix it; see sentrel-report(5)");
         } else if (!judged.isOfPlugin) {
             Tell(run, severity, report + "is not called like it, so nobody knows whose it is",
                  "call it " + run.plugin + ", or " + run.plugin + ". and more");
+        } else if (judged.state == kUnknown) {
+            TellUnknown(run, report);
         }
     }
 }

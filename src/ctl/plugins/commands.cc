@@ -13,6 +13,7 @@
 #include "ctl/show/json_output.h"
 #include "ctl/show/table.h"
 #include "ctl/show/times.h"
+#include "platform/sys/host_root.h"
 
 #include <nlohmann/json.hpp>
 
@@ -135,8 +136,9 @@ const SurveyedPlugin* FindEntry(const PluginSurvey& survey, const std::string& o
         }
     }
     if (!isFile) {
-        throw Failure("there is no plugin \"" + name + "\" in " + Sentrel::kPluginDirectory,
-                      "see \"sentrelctl plugin list\", or write ./" + name + " for a file here");
+        throw Failure(
+            "there is no plugin \"" + name + "\" in " + Sys::HostPath(Sentrel::kPluginDirectory),
+            "see \"sentrelctl plugin list\", or write ./" + name + " for a file here");
     }
     return nullptr;
 }

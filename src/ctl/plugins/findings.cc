@@ -5,7 +5,9 @@
 #include "ctl/plugins/report_findings.h"
 #include "ctl/plugins/wrapped.h"
 #include "ctl/reports/state.h"
+#include "ctl/settings/check.h"
 #include "ctl/show/failure.h"
+#include "ctl/show/words.h"
 #include "platform/sys/host_root.h"
 #include "store/report_name.h"
 
@@ -93,53 +95,6 @@ std::vector<Finding> CheckOtherConflicts(const PluginSurvey& survey,
     return findings;
 }
 
-std::vector<Finding> CheckConfiguration(const std::string& subject, const SurveyedPlugin& plugin) {
-    const std::string file = Sys::HostPath(StoreFilesOf(plugin.Name()).host);
-    const Sentrel::PluginEntry& entry = plugin.entry;
-    std::vector<Finding> findings;
-    const auto add = [&](Severity severity, const std::string& text, const std::string& member) {
-        findings.push_back({severity, subject, text, "set " + member + " in " + file});
-    };
-    if (!entry.frequency) {
-        add(Severity::Warning, "its configuration has no text \"frequency\", so it is fast",
-            R"("frequency": "fast", "medium" or "slow")");
-    } else if (!NamesQueue(*entry.frequency)) {
-        add(Severity::Warning,
-            "its frequency \"" + *entry.frequency + "\" is no queue and silently counts as fast",
-            R"("frequency": "fast", "medium" or "slow")");
-    }
-    if (entry.logLevel && entry.info.logLevel.empty()) {
-        add(Severity::Warning,
-            "its log_level \"" + *entry.logLevel + "\" is none, so none is passed to it",
-            R"("log_level": "debug", "info", "warning", "error" or "critical")");
-    }
-    if (!entry.enabled) {
-        add(Severity::Notice, "its configuration has no \"enabled\", so it is enabled",
-            R"("enabled": true or false)");
-    }
-    return findings;
-}
-
-std::vector<Finding> ExplainNoConfiguration(const std::string& subject,
-                                            const SurveyedPlugin& plugin) {
-    const Tabulon::EntryPaths files = StoreFilesOf(plugin.Name());
-    const std::string file = Sys::HostPath(files.host);
-    const auto isThere = [](const std::string& path) {
-        return ::access(Sys::HostPath(path).c_str(), F_OK) == 0;
-    };
-    if (files.host.empty()) {
-        return {{Severity::Error, subject,
-                 "it is not run, since no configuration can have its name", "rename it"}};
-    }
-    if (isThere(files.host) || isThere(files.vendor)) {
-        return {{Severity::Error, subject, "it is not run: " + plugin.entry.problem,
-                 "correct that file and restart the daemon"}};
-    }
-    return {{Severity::Error, subject, "it is not run, since it has no configuration",
-             R"(write {"enabled": true, "frequency": "fast", "log_level": "info"} to )" + file +
-                 " and restart the daemon"}};
-}
-
 // Explains why an entry is not launched.
 std::vector<Finding> ExplainLeftOut(const std::string& subject, const SurveyedPlugin& plugin) {
     switch (plugin.entry.verdict) {
@@ -151,11 +106,30 @@ std::vector<Finding> ExplainLeftOut(const std::string& subject, const SurveyedPl
                      "to enable it: sentrelctl config set " + plugin.Name() +
                          ".enabled true; then restart the daemon"}};
         default:
-            return ExplainNoConfiguration(subject, plugin);
+            return CheckPluginSettings(plugin.Name());
     }
 }
 
 }  // namespace
+
+std::string WhyOf(const SurveyedPlugin& plugin) {
+    if (plugin.entry.verdict == Sentrel::PluginVerdict::Directory) {
+        return "a directory is not a plugin";
+    }
+    if (plugin.entry.verdict == Sentrel::PluginVerdict::Disabled) {
+        return "its configuration says \"enabled\": false";
+    }
+    std::vector<std::string> why;
+    const std::string ofSetting = plugin.Name() + ".";
+    for (const Finding& finding : CheckPluginSettings(plugin.Name())) {
+        const bool isOfSetting = finding.subject.starts_with(ofSetting);
+        if (!isOfSetting || finding.severity > Severity::Notice) {
+            why.push_back((isOfSetting ? finding.subject.substr(ofSetting.size()) + ": " : "") +
+                          finding.text);
+        }
+    }
+    return why.empty() ? "its configuration says so" : Joined(why, "; ");
+}
 
 PluginReports ReadPluginReports(const Host& host, const PluginSurvey& survey) {
     PluginReports reports;
@@ -169,7 +143,7 @@ PluginReports ReadPluginReports(const Host& host, const PluginSurvey& survey) {
         }
         reports.problem = failure.what();
     }
-    const std::vector<PluginPeriod> plugins = PeriodsOf(survey);
+    const std::vector<PluginPeriod> plugins = PeriodsOf(survey, host.state);
     for (const std::string& name : names.links) {
         if (const std::size_t maker = FindMaker(name, plugins); maker < plugins.size()) {
             reports.names[plugins[maker].name].push_back(name);
@@ -203,8 +177,7 @@ std::vector<Finding> CheckPlugin(const SurveyedPlugin& plugin, const Host& host,
     }
     std::vector<Finding> findings = CheckExecutable(subject, plugin.location, host.user);
     Append(CheckOwnership(subject, plugin.location, host.user), findings);
-    Append(CheckConfiguration(subject, plugin), findings);
-    Append(CheckWrapped(subject, plugin), findings);
+    Append(CheckPluginSettings(plugin.Name()), findings);
     Append(CheckName(subject, plugin.Name()), findings);
     Append(CheckConflicts(subject, plugin.Name(), reports.conflicts), findings);
     Append(CheckLaunches(subject, plugin, host), findings);

@@ -39,6 +39,10 @@ std::vector<Finding> CheckPlugin(const SurveyedPlugin& plugin, const Host& host,
 std::vector<Finding> CheckPlugins(const PluginSurvey& survey, const Host& host,
                                   const PluginReports& reports);
 
+// Why the plugin is enabled or not, and how the daemon interprets a configuration that it does not
+// take literally; in words for a person.
+std::string WhyOf(const SurveyedPlugin& plugin);
+
 // Checks a program outside the plugin directory: whether this user could run it as a plugin, and
 // whether its name can be a report's.
 std::vector<Finding> CheckPluginProgram(const std::string& path);

@@ -102,10 +102,13 @@ std::vector<Finding> CheckLaunches(const std::string& subject, const SurveyedPlu
              .remedy = "see why in the log: journalctl SENTREL_PLUGIN=" + plugin.Name(),
              .followsFrom = known->error == 0 ? "group" : subject});
     }
-    if (known->run == RunState::MemoryKill) {
-        findings.push_back({Severity::Error, subject,
-                            "the kernel killed processes for lack of memory in its last run",
-                            "make it use less memory, or raise plugin_memory_limit_MB"});
+    if (known->memoryKill) {
+        const bool isLastRun = known->run == RunState::MemoryKill;
+        findings.push_back({isLastRun ? Severity::Error : Severity::Warning, subject,
+                            "the kernel killed processes of it for lack of memory " +
+                                Between(*known->memoryKill, host.now) + " ago" +
+                                (isLastRun ? ", in its last run" : ""),
+                            "make it use less memory, or raise sentrel.plugin_memory_limit_MB"});
     }
     return findings;
 }

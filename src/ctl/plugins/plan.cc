@@ -77,6 +77,20 @@ std::string DaemonText(const Host& host) {
                       : "none that this user can see, so no next launch is known";
 }
 
+std::string CountsText(const Sentrel::DaemonState& state) {
+    using Sentrel::StateCount;
+    const auto count = [&state](StateCount what) {
+        return std::to_string(state.counts[static_cast<std::size_t>(what)]);
+    };
+    return "posts: " + count(StateCount::PostsStored) + " stored, " +
+           count(StateCount::PostsRefused) + " refused; launches: " + count(StateCount::Launches) +
+           ", and " + count(StateCount::LaunchesRefused) +
+           " refused; plugins ended: " + count(StateCount::Kills) + " by SIGTERM, " +
+           count(StateCount::MemoryKills) +
+           " for lack of memory; API calls: " + count(StateCount::CallsSucceeded) + ", and " +
+           count(StateCount::CallsFailed) + " failed";
+}
+
 void WriteTotals(const PluginSurvey& survey, const Host& host, std::ostream& output) {
     const std::size_t count = survey.counts.fast + survey.counts.medium + survey.counts.slow;
     const seconds slot(Sentrel::kThrottleTimeoutSeconds);
@@ -96,6 +110,9 @@ void WriteTotals(const PluginSurvey& survey, const Host& host, std::ostream& out
     totals.Add({"Memory",
                 SizeText(std::uintmax_t(survey.poolSizeMB) << 20) + ", for all plugins together"});
     totals.Add({"Daemon", DaemonText(host)});
+    if (host.state) {
+        totals.Add({"Since its start", CountsText(*host.state)});
+    }
     output << '\n';
     totals.Write(output);
 }

@@ -5,6 +5,7 @@
 #include "ctl/host/daemon_process.h"
 #include "ctl/host/input_file.h"
 #include "ctl/reports/check.h"
+#include "ctl/reports/intake_answer.h"
 #include "ctl/show/failure.h"
 #include "ctl/show/json_output.h"
 #include "ctl/show/sizes.h"
@@ -31,27 +32,11 @@ void RefuseBadDocument(const std::string& document, const std::string& name) {
     if (problems.empty()) {
         return;
     }
-    std::string text = "this is no good report \"" + name + "\": ";
+    std::string text = "invalid report \"" + name + "\": ";
     for (const std::string& problem : problems) {
         text += (&problem == &problems.front() ? "" : "; ") + problem;
     }
-    throw Failure(text, "mend that and post it again");
-}
-
-// Why `intake`, which answered with `status`, did not store the report, and what to do.
-Failure ExplainRefusal(const std::string& intake, unsigned status) {
-    const std::string refused = intake + " refuses the report: ";
-    switch (status) {
-        case 413:
-            return Failure(
-                refused + "it is longer than " + std::to_string(Sentrel::kMaxReportSize) + " bytes",
-                "make it shorter");
-        case 500:
-            return Failure(refused + "it cannot be stored", "the daemon's log says why");
-        default:
-            return Failure(refused + "it answers with " + std::to_string(status),
-                           "see whether sentrel listens on that port");
-    }
+    throw Failure(text, "fix it and post again");
 }
 
 void RunPost(const Arguments& arguments, std::ostream& output) {
@@ -69,7 +54,9 @@ void RunPost(const Arguments& arguments, std::ostream& output) {
                       "start sentrel, or set \"http_port\" to the port of its intake");
     }
     if (answer.status != kStored) {
-        throw ExplainRefusal(intake, answer.status);
+        const int status = static_cast<int>(answer.status);
+        throw Failure("report \"" + name + "\" was " + RefusalText(status) + " (" + intake + ")",
+                      ExplainAnswer(status).advice);
     }
     if (arguments.options.Has("--json")) {
         WriteJson({{"name", name}, {"bytes", document.size()}}, output);

@@ -56,29 +56,18 @@ bool IsReportOf(std::string_view report, std::string_view plugin) {
            (report.size() == plugin.size() || report[plugin.size()] == '.');
 }
 
-bool IsExpired(const JudgedReport& judged) {
-    return judged.validFor && judged.age && *judged.age > *judged.validFor;
+// Of a report of that age at `now`. While the daemon has not come round to the plugin, what counts
+// is how old the report was at the daemon's start.
+bool IsOld(const PluginPeriod& plugin, std::chrono::seconds age,
+           std::chrono::system_clock::time_point now) {
+    if (plugin.awaitedSince) {
+        age -= std::chrono::duration_cast<std::chrono::seconds>(now - *plugin.awaitedSince);
+    }
+    return age * 2 > plugin.period * 3;
 }
 
-// Why it is stale, and what it said last unless that was OK.
-std::string StaleReason(const JudgedReport& judged) {
-    std::string reason;
-    if (IsInFuture(judged)) {
-        reason = "its time is in the future";
-    } else {
-        reason = "last report " + AgeText(judged.age) + " ago, " +
-                 (IsExpired(judged) ? "valid for " + DurationText(*judged.validFor)
-                                    : "expected every " + DurationText(*judged.period));
-    }
-    if (judged.report.status == NameOf(ReportState::Ok)) {
-        return reason;
-    }
-    const std::string last = ReasonOf(judged.report.unstructured);
-    return reason + "; it said " + judged.report.status + (last.empty() ? "" : ": " + last);
-}
-
-// `period`: of its plugin, if it has one.
-JudgedReport Judge(StoredReport report, std::optional<std::chrono::seconds> period,
+// `plugin`: its own, or null.
+JudgedReport Judge(StoredReport report, const PluginPeriod* plugin,
                    std::chrono::system_clock::time_point now) {
     JudgedReport judged;
     if (report.status.empty()) {
@@ -86,10 +75,8 @@ JudgedReport Judge(StoredReport report, std::optional<std::chrono::seconds> peri
     } else {
         judged.state = ParseState(report.status).value_or(ReportState::Unknown);
         judged.age = AgeOf(report.time, now);
-        judged.period = period;
-        judged.validFor = ValidForOf(report.unstructured);
-        const bool isOverdue = period && judged.age && *judged.age * 2 > *period * 3;
-        if (isOverdue || IsExpired(judged) || IsInFuture(judged)) {
+        const bool isOld = plugin != nullptr && judged.age && IsOld(*plugin, *judged.age, now);
+        if (isOld || IsInFuture(judged)) {
             judged.state = ReportState::Stale;
         }
     }
@@ -148,17 +135,23 @@ std::string ReasonOf(const JudgedReport& judged) {
     }
 }
 
-std::vector<PluginPeriod> PeriodsOf(const PluginSurvey& survey) {
+std::vector<PluginPeriod> PeriodsOf(const PluginSurvey& survey,
+                                    const std::optional<Sentrel::DaemonState>& state) {
     std::vector<PluginPeriod> periods;
     for (const SurveyedPlugin& plugin : survey.entries) {
         if (plugin.IsEnabled()) {
-            periods.push_back({plugin.Name(), plugin.period});
+            const Sentrel::PluginState* const known = state ? state->Find(plugin.Name()) : nullptr;
+            const bool isAwaited = known != nullptr && !known->start;
+            periods.push_back({plugin.Name(), plugin.period,
+                               isAwaited ? std::optional(state->started) : std::nullopt});
         }
     }
     return periods;
 }
 
-std::vector<PluginPeriod> ReadPluginPeriods() { return PeriodsOf(SurveyPlugins()); }
+std::vector<PluginPeriod> ReadPluginPeriods() {
+    return PeriodsOf(SurveyPlugins(), Sentrel::ReadDaemonState());
+}
 
 std::size_t FindMaker(const std::string& report, const std::vector<PluginPeriod>& plugins) {
     std::size_t found = plugins.size();
@@ -179,9 +172,8 @@ std::vector<JudgedReport> JudgeReports(std::vector<StoredReport> reports,
     for (StoredReport& report : reports) {
         const std::size_t plugin = FindMaker(report.name, plugins);
         hasReport[plugin] = true;
-        const auto period =
-            plugin < plugins.size() ? std::optional(plugins[plugin].period) : std::nullopt;
-        judged.push_back(Judge(std::move(report), period, now));
+        judged.push_back(
+            Judge(std::move(report), plugin < plugins.size() ? &plugins[plugin] : nullptr, now));
     }
     for (std::size_t plugin = 0; plugin < plugins.size(); ++plugin) {
         if (!hasReport[plugin]) {

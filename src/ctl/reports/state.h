@@ -38,6 +38,8 @@ ReportState RequireState(const std::string& option, const std::string& name);
 struct PluginPeriod {
     std::string name;
     std::chrono::seconds period;
+    // The start of the daemon that runs, as long as its first run of the plugin is still to come.
+    std::optional<std::chrono::system_clock::time_point> awaitedSince = {};
 };
 
 struct JudgedReport {
@@ -62,7 +64,8 @@ std::string ReasonOf(const JudgedReport& judged);
 struct PluginSurvey;
 
 // The enabled plugins among those found, in the order of their names.
-std::vector<PluginPeriod> PeriodsOf(const PluginSurvey& survey);
+std::vector<PluginPeriod> PeriodsOf(const PluginSurvey& survey,
+                                    const std::optional<Sentrel::DaemonState>& state);
 
 // The enabled plugins of this host with their periods, by the daemon's own rules; none when there
 // is no plugin directory. Throws a std::exception, with what to do, when the directory cannot be
@@ -74,8 +77,9 @@ std::vector<PluginPeriod> ReadPluginPeriods();
 std::size_t FindMaker(const std::string& report, const std::vector<PluginPeriod>& plugins);
 
 // Sorted by name, with the plugins that have no report among them. A report older than one and a
-// half periods of its plugin, or than it says to be valid for, or dated in the future, is stale; a
-// report that two plugins could have made is of the one with the longer name.
+// half periods of its plugin, or dated in the future, is stale, unless the first run since the
+// daemon's start is still to come and it was fresh then; a report that two plugins could
+// have made is of the one with the longer name.
 std::vector<JudgedReport> JudgeReports(std::vector<StoredReport> reports,
                                        const std::vector<PluginPeriod>& plugins,
                                        std::chrono::system_clock::time_point now);

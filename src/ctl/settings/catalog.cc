@@ -52,8 +52,7 @@ Judgement JudgeTrustSet(const SettingValue& stored) {
     }
     std::error_code error;
     if (!std::filesystem::exists(Sys::HostPath(path), error)) {
-        return {Severity::Warning, "is not there, so every token is refused",
-                "sentrelctl token init, or put a JWK Set of public keys there"};
+        return {Severity::Warning, "is missing: every token is refused", "sentrelctl token init"};
     }
     return {};
 }
@@ -206,6 +205,10 @@ std::vector<SettingEntry> FixedEntries() {
 
 }  // namespace
 
+SettingEntry EntryOfPluginNamed(const std::string& name) {
+    return {name, Sentrel::EntryOfPlugin(name), PluginSettings(), /*isPlugin=*/true};
+}
+
 Catalogue ReadCatalogue() {
     Catalogue catalogue{FixedEntries(), {}, ""};
     const std::vector<SettingEntry> fixed = catalogue.entries;
@@ -222,13 +225,11 @@ Catalogue ReadCatalogue() {
                 catalogue.hiddenPlugins.push_back(name);
                 continue;
             }
-            catalogue.entries.push_back(
-                {name, Sentrel::EntryOfPlugin(name), PluginSettings(), /*isPlugin=*/true});
+            catalogue.entries.push_back(EntryOfPluginNamed(name));
         }
     } catch (const Pellmar::IOException& exception) {
-        catalogue.pluginProblem = directory->Exists()
-                                      ? exception.what()
-                                      : std::string(Sentrel::kPluginDirectory) + " is missing";
+        catalogue.pluginProblem =
+            directory->Exists() ? exception.what() : directory->GetPath() + " is missing";
     }
     return catalogue;
 }

@@ -63,6 +63,9 @@ struct Catalogue {
     std::string pluginProblem;
 };
 
+// The entry of a plugin, whether it is installed or not.
+SettingEntry EntryOfPluginNamed(const std::string& name);
+
 // The catalogue of this host, with its installed plugins.
 Catalogue ReadCatalogue();
 

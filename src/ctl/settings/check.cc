@@ -6,6 +6,7 @@
 #include "ctl/settings/store_file_check.h"
 #include "ctl/show/near_names.h"
 #include "ctl/show/words.h"
+#include "platform/sys/host_root.h"
 #include "plugins/discovery.h"
 
 #include <cstddef>
@@ -57,6 +58,10 @@ class EntryCheck {
         }
         CheckMissing();
         CheckUnknown();
+        for (const RepeatedName& repeated : state.repeated) {
+            Add(Severity::Warning, repeated.path, repeated.text + ": the last one counts",
+                "remove the others");
+        }
     }
 
   private:
@@ -149,7 +154,7 @@ void CheckPlugins(const Catalogue& catalogue, std::vector<Finding>& findings) {
     if (!catalogue.pluginProblem.empty()) {
         findings.push_back({Severity::Error, "plugins",
                             catalogue.pluginProblem + ", so the daemon does not start",
-                            std::string("mkdir -p ") + Sentrel::kPluginDirectory});
+                            "mkdir -p " + Sys::HostPath(Sentrel::kPluginDirectory)});
     }
     for (const std::string& name : catalogue.hiddenPlugins) {
         findings.push_back({Severity::Warning, "plugin " + name,
@@ -160,6 +165,13 @@ void CheckPlugins(const Catalogue& catalogue, std::vector<Finding>& findings) {
 }
 
 }  // namespace
+
+std::vector<Finding> CheckPluginSettings(const std::string& plugin) {
+    const SettingEntry entry = EntryOfPluginNamed(plugin);
+    std::vector<Finding> findings;
+    EntryCheck(entry, findings).Run();
+    return findings;
+}
 
 std::vector<Finding> CheckConfiguration() {
     const Catalogue catalogue = ReadCatalogue();

@@ -44,7 +44,8 @@ const char* AdviceFor(int errorNumber) {
 }
 
 [[noreturn]] void ThrowUnwritable(const std::string& path, const std::error_code& error) {
-    throw Failure(path + " cannot be written", error.value(), AdviceFor(error.value()));
+    throw Failure(Sys::HostPath(path) + " cannot be written", error.value(),
+                  AdviceFor(error.value()));
 }
 
 // False if another process holds the lock for longer than any change takes.
@@ -68,11 +69,16 @@ OrderedJson ReadInOrder(const std::string& path, Comments comments) {
     if (!text) {
         return OrderedJson::object();
     }
-    (void)Tabulon::ParseEntryText(path, *text);  // judges it; what follows does not fail then
+    try {
+        (void)Tabulon::ParseEntryText(path, *text);  // judges it; what follows does not fail then
+    } catch (const Pellmar::Exception& exception) {
+        throw Failure(Sys::HostPath(exception.WhatHappened()), exception.Advice());
+    }
     if (comments == Comments::Kept) {
         if (const auto fault =
                 Json::FindFault(*text, Json::Comments::Refused, Json::Root::Object)) {
-            throw Failure(path + ":" + std::to_string(Json::Locate(*text, *fault).line) +
+            throw Failure(Sys::HostPath(path) + ":" +
+                              std::to_string(Json::Locate(*text, *fault).line) +
                               ": the file has comments, which this would remove",
                           "change it with an editor, or give --discard-comments");
         }
@@ -112,7 +118,7 @@ void RefuseLink(const std::string& path) {
     std::error_code error;
     const std::filesystem::path target = std::filesystem::read_symlink(Sys::HostPath(path), error);
     if (!error) {
-        throw Failure(path + " is a link to " + target.string(),
+        throw Failure(Sys::HostPath(path) + " is a link to " + target.string(),
                       "change that file with an editor, or remove the link");
     }
 }
@@ -120,8 +126,7 @@ void RefuseLink(const std::string& path) {
 }  // namespace
 
 HostFileLock::HostFileLock(const std::string& path, mode_t folderMode) {
-    const std::string plain = FolderOf(path);
-    const std::string rooted = Sys::HostPath(plain);
+    const std::string rooted = Sys::HostPath(FolderOf(path));
     try {
         Sys::MakeDirectory(rooted, folderMode);
     } catch (const std::system_error& error) {
@@ -132,7 +137,7 @@ HostFileLock::HostFileLock(const std::string& path, mode_t folderMode) {
         ThrowUnwritable(path, {errno, std::generic_category()});
     }
     if (!Lock(folder.Get())) {
-        throw Failure("another program has locked " + plain,
+        throw Failure("another program has locked " + rooted,
                       "try again when it has ended (\"lslocks\" shows it)");
     }
 }
@@ -149,9 +154,9 @@ void ChangeHostFile(const std::string& path, std::string_view key,
     constexpr int kIndent = 4;
     const std::string text = document.dump(kIndent) + "\n";
     if (text.size() > Tabulon::kMaxFileBytes) {
-        throw Failure(
-            path + " would be longer than " + std::to_string(Tabulon::kMaxFileBytes) + " bytes",
-            "remove what is not needed");
+        throw Failure(Sys::HostPath(path) + " would be longer than " +
+                          std::to_string(Tabulon::kMaxFileBytes) + " bytes",
+                      "remove what is not needed");
     }
     try {
         Sys::ReplaceFile(Sys::HostPath(path), text, kFileMode);

@@ -109,7 +109,7 @@ void Write(const Change& change, std::ostream& output) {
     facts.Add({"Setting", change.name});
     facts.Add({"Was", ValueAndOrigin(change.before)});
     facts.Add({"Is", ValueAndOrigin(change.after)});
-    facts.Add({"Written", change.path});
+    facts.Add({"Written", Sys::HostPath(change.path)});
     if (const std::string note = NoteOn(change); !note.empty()) {
         facts.Add({"Mind", note});
     }
@@ -127,7 +127,7 @@ void WriteAsJson(const Change& change, std::ostream& output) {
                                        {"wasFrom", NameOf(change.before.origin)},
                                        {"value", ToJson(change.after.inEffect)},
                                        {"from", NameOf(change.after.origin)},
-                                       {"file", change.path}};
+                                       {"file", Sys::HostPath(change.path)}};
     if (const std::string note = NoteOn(change); !note.empty()) {
         document["note"] = note;
     }

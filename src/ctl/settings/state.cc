@@ -1,7 +1,9 @@
 #include "ctl/settings/state.h"
 
 #include "ctl/settings/rules.h"
+#include "platform/json/bounded_json.h"
 #include "platform/pellmar/exceptions.h"
+#include "platform/sys/host_root.h"
 #include "platform/tabulon/json_lookup.h"
 
 #include <nlohmann/json.hpp>
@@ -42,19 +44,32 @@ std::string_view WantedType(SettingType type) {
     }
 }
 
+// Of members with one name the last one counts.
+void FindRepeated(std::string_view text, const std::string& path, EntryState& state) {
+    constexpr Json::ParseOptions kOptions{Tabulon::kMaxFileBytes, Json::Comments::Allowed,
+                                          Json::Root::Object, Json::EqualNames::Refused};
+    json document;
+    Json::JsonError error;
+    if (!Json::Parse(text, kOptions, document, error)) {
+        state.repeated.push_back({path, error.reason});
+    }
+}
+
 // False if there is no file; true with an empty object if it cannot be used.
-bool ReadDocument(const std::string& path, json& document, std::vector<FileFault>& faults) {
+bool ReadDocument(const std::string& path, json& document, EntryState& state) {
     document = json::object();
     try {
         const std::optional<std::string> text = Tabulon::ReadEntryFile(path);
         if (text) {
             document = Tabulon::ParseEntryText(path, *text);
+            FindRepeated(*text, Sys::HostPath(path), state);
         }
         return text.has_value();
     } catch (const Pellmar::Exception& exception) {
         const std::string advice = exception.Advice();
-        faults.push_back({exception.WhatHappened(),
-                          advice.empty() ? "correct that file, or remove it" : advice});
+        // which begins with the plain path
+        state.faults.push_back({Sys::HostPath(exception.WhatHappened()),
+                                advice.empty() ? "correct that file, or remove it" : advice});
         return true;
     }
 }
@@ -133,11 +148,12 @@ std::string NameOf(Origin origin) {
 
 EntryState ReadEntryState(const SettingEntry& entry) {
     EntryState state;
-    state.paths = Tabulon::PathsOf(entry.entry);
+    const Tabulon::EntryPaths paths = Tabulon::PathsOf(entry.entry);
+    state.paths = {Sys::HostPath(paths.vendor), Sys::HostPath(paths.host)};
     json vendor;
     json host;
-    state.hasVendorFile = ReadDocument(state.paths.vendor, vendor, state.faults);
-    state.hasHostFile = ReadDocument(state.paths.host, host, state.faults);
+    state.hasVendorFile = ReadDocument(paths.vendor, vendor, state);
+    state.hasHostFile = ReadDocument(paths.host, host, state);
     const json merged = Tabulon::Merge(vendor, host);
     for (const Setting& setting : entry.settings) {
         state.settings.push_back(state.faults.empty() ? StateOf(setting, vendor, host, merged)

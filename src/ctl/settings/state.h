@@ -36,7 +36,7 @@ struct SettingState {
 
 struct UnknownMember {
     std::string key;   // from the root of the document, "/" between levels
-    std::string path;  // the plain path of its file
+    std::string path;  // of the file that has it
 };
 
 struct FileFault {
@@ -44,14 +44,20 @@ struct FileFault {
     std::string advice;  // what to do with the file
 };
 
+struct RepeatedName {
+    std::string path;  // of the file
+    std::string text;  // which member an object has twice
+};
+
 struct EntryState {
-    Tabulon::EntryPaths paths;
+    Tabulon::EntryPaths paths;  // below the host root
     bool hasVendorFile = false;
     bool hasHostFile = false;
     // Why files cannot be used, one fault for each. All settings then have their defaults.
     std::vector<FileFault> faults;
     std::vector<SettingState> settings;  // in the catalogue's order
     std::vector<UnknownMember> unknown;
+    std::vector<RepeatedName> repeated;  // one a file at most
 };
 
 // The result refers to `entry`. Faults of the files do not throw.

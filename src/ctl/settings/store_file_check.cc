@@ -47,22 +47,22 @@ void CheckAccess(const std::string& path, std::vector<Finding>& findings) {
     const bool isDirectory = S_ISDIR(status.st_mode);
     if (!IsTrusted(status.st_uid)) {
         findings.push_back(
-            {Severity::Warning, path,
+            {Severity::Warning, Sys::HostPath(path),
              "belongs to the user " + std::to_string(status.st_uid) + ", who can change settings",
-             "chown root: " + path});
+             "chown root: " + Sys::HostPath(path)});
     }
     if ((status.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
         findings.push_back(
-            {Severity::Warning, path,
+            {Severity::Warning, Sys::HostPath(path),
              "has mode " + Octal(status.st_mode) + ": others than its owner can change settings",
-             "chmod go-w " + path});
+             "chmod go-w " + Sys::HostPath(path)});
     }
     const mode_t needed = isDirectory ? S_IROTH | S_IXOTH : S_IROTH;
     if (status.st_uid == 0 && (status.st_mode & needed) != needed) {
         findings.push_back(
-            {Severity::Warning, path,
+            {Severity::Warning, Sys::HostPath(path),
              "has mode " + Octal(status.st_mode) + ": a daemon that is not root cannot read it",
-             std::string("chmod o+r") + (isDirectory ? "x " : " ") + path});
+             std::string("chmod o+r") + (isDirectory ? "x " : " ") + Sys::HostPath(path)});
     }
 }
 
@@ -111,7 +111,7 @@ class FolderCheck {
             if (known.contains(path)) {
                 CheckAccess(path, findings);
             } else if (IsLeftOver(name)) {
-                findings.push_back({Severity::Notice, path,
+                findings.push_back({Severity::Notice, Sys::HostPath(path),
                                     "is not read; a change that was cut off leaves such a file",
                                     "remove it, unless it is your own copy"});
             } else if (name.ends_with(kEnding) && catalogue.pluginProblem.empty()) {
@@ -132,14 +132,15 @@ class FolderCheck {
             std::find_if(catalogue.entries.begin(), catalogue.entries.end(),
                          [&name](const SettingEntry& entry) { return entry.name == name; });
         if (same != catalogue.entries.end()) {
-            const std::string right = Tabulon::PathsOf(same->entry).host;
-            findings.push_back({Severity::Warning, path,
+            const std::string right = Sys::HostPath(Tabulon::PathsOf(same->entry).host);
+            findings.push_back({Severity::Warning, Sys::HostPath(path),
                                 "is not read: " + name + " has its settings in " + right,
                                 "put what it says there, and remove it"});
             return;
         }
         const std::vector<std::string> near = FindNearNames(name, names);
-        findings.push_back({severity, path, "is not read: no plugin " + name + " is installed",
+        findings.push_back({severity, Sys::HostPath(path),
+                            "is not read: no plugin " + name + " is installed",
                             (near.empty() ? "" : "name it " + near.front() + ".json, ") +
                                 "install the plugin, or remove the file"});
     }

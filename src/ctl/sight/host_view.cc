@@ -34,7 +34,7 @@ std::map<std::string, NextLaunch> NextLaunches(const Host& host, const PluginSur
 }
 
 void AddLaunches(const Host& host, const PluginSurvey& survey, HostView& view) {
-    const std::vector<PluginPeriod> plugins = PeriodsOf(survey);
+    const std::vector<PluginPeriod> plugins = PeriodsOf(survey, host.state);
     const std::map<std::string, NextLaunch> launches = NextLaunches(host, survey);
     for (const PluginPeriod& plugin : plugins) {
         if (const auto launch = launches.find(plugin.name); launch != launches.end()) {
@@ -92,10 +92,10 @@ HostView ViewReports(const Host& host, const std::vector<std::string>& names) {
 
 HostView ViewStored(const Host& host, std::vector<StoredReport> reports,
                     const PluginSurvey& survey) {
-    const auto now = std::chrono::system_clock::now();
-    std::vector<JudgedReport> judged = JudgeReports(std::move(reports), PeriodsOf(survey), now);
-    AddSilences(judged, now);
-    return ViewJudged(host, std::move(judged), survey);
+    return ViewJudged(host,
+                      JudgeReports(std::move(reports), PeriodsOf(survey, host.state),
+                                   std::chrono::system_clock::now()),
+                      survey);
 }
 
 HostView ViewHost(const Host& host) {

@@ -4,6 +4,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
+#include <optional>
 #include <string>
 #include <unordered_set>
 #include <utility>
@@ -24,7 +26,10 @@ class NameWatch {
             } else if (event == json::parse_event_t::object_end) {
                 openNames.pop_back();
             } else if (event == json::parse_event_t::key) {
-                isRepeated |= !openNames.back().insert(parsed.get<std::string>()).second;
+                const auto [name, isNew] = openNames.back().insert(parsed.get<std::string>());
+                if (!isNew && !repeated) {
+                    repeated = *name;
+                }
             }
             return true;
         };
@@ -34,12 +39,22 @@ class NameWatch {
         constexpr bool kThrows = false;
         return json::parse(text, callback, kThrows, options.comments == Comments::Allowed);
     }
-    bool IsRepeated() const { return isRepeated; }
+    // The first name that an object has twice.
+    const std::optional<std::string>& Repeated() const { return repeated; }
 
   private:
     std::vector<std::unordered_set<std::string>> openNames;
-    bool isRepeated = false;
+    std::optional<std::string> repeated;
 };
+
+// " (\"name\")"; nothing for a name that a line of text cannot hold.
+std::string Shown(const std::string& name) {
+    constexpr std::size_t kMaxShown = 64;
+    const bool isPlain =
+        name.size() <= kMaxShown &&
+        std::all_of(name.begin(), name.end(), [](char c) { return c >= ' ' && c <= '~'; });
+    return isPlain ? " (\"" + name + "\")" : "";
+}
 
 }  // namespace
 
@@ -55,8 +70,8 @@ bool Parse(std::string_view text, const ParseOptions& options, nlohmann::json& d
     }
     NameWatch names;
     nlohmann::json parsed = names.Parse(text, options);
-    if (names.IsRepeated()) {
-        error = {0, 0, "an object has two members of the same name"};
+    if (const auto& name = names.Repeated()) {
+        error = {0, 0, "an object has two members of the same name" + Shown(*name)};
         return false;
     }
     if (parsed.is_discarded()) {

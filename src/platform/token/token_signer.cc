@@ -86,9 +86,11 @@ std::string DirectoryOf(const std::string& rootedPath) {
     return std::filesystem::path(rootedPath).parent_path();
 }
 
-[[noreturn]] void ThrowUnwritable(const std::string& path, const std::error_code& error) {
-    throw Pellmar::IOException(path + " cannot be written: " + error.message(),
-                               "run this as root, and make room if none is left", error.value());
+[[noreturn]] void ThrowUnwritable(const std::string& rootedPath, const std::error_code& error) {
+    const bool isDenied = error == std::errc::permission_denied;
+    throw Pellmar::IOException(rootedPath + " cannot be written: " + error.message(),
+                               isDenied ? "run this as root" : "see \"df\" and \"findmnt\"",
+                               error.value());
 }
 
 // The lock held while a set is read, changed and replaced; closing the descriptor releases it.
@@ -178,11 +180,12 @@ SigningKey SigningKey::Generate() {
 }
 
 SigningKey SigningKey::Load(const std::string& path) {
+    const std::string rootedPath = Sys::HostPath(path);
     try {
         const std::optional<std::string> text = ReadTrustSet(path);
         if (!text) {
-            throw Pellmar::NotFoundException(path + " is missing",
-                                             "\"sentrelctl token init\" makes it");
+            throw Pellmar::NotFoundException(rootedPath + " is missing",
+                                             "run \"sentrelctl token init\"");
         }
         constexpr Json::ParseOptions kOptions{kMaxTrustSetBytes, Json::Comments::Refused,
                                               Json::Root::Object, Json::EqualNames::Refused};
@@ -195,9 +198,10 @@ SigningKey SigningKey::Load(const std::string& path) {
     } catch (const Pellmar::NotFoundException&) {
         throw;
     } catch (const Pellmar::Exception& error) {
-        throw Pellmar::Exception(path + " " + error.what(),
-                                 "run this as root; if the file itself is bad, move it away and "
-                                 "run \"sentrelctl token init\"",
+        throw Pellmar::Exception(rootedPath + " " + error.what(),
+                                 error.ErrorNumber() == EACCES
+                                     ? "run this as root"
+                                     : "move it away, then run \"sentrelctl token init\"",
                                  error.ErrorNumber());
     }
 }
@@ -208,7 +212,7 @@ void SigningKey::Save(const std::string& path) const {
         Sys::MakeDirectory(DirectoryOf(rootedPath), kPrivateDirectoryMode);
         Sys::ReplaceFile(rootedPath, privateJwk + "\n", kPrivateFileMode);
     } catch (const std::system_error& error) {
-        ThrowUnwritable(path, error.code());
+        ThrowUnwritable(rootedPath, error.code());
     }
 }
 
@@ -221,10 +225,11 @@ void SigningKey::AddToTrustSet(const std::string& path) const {
         PutKey(set, json::parse(publicJwk));
         Sys::ReplaceFile(rootedPath, set.dump(2) + "\n", kPublicFileMode);
     } catch (const std::system_error& error) {
-        ThrowUnwritable(path, error.code());
+        ThrowUnwritable(rootedPath, error.code());
     } catch (const Pellmar::Exception& error) {
-        throw Pellmar::Exception("the trust set " + path + " " + error.what(),
-                                 "correct it, or move it away", error.ErrorNumber());
+        throw Pellmar::Exception("the trust set " + rootedPath + " " + error.what(),
+                                 "correct it, or move it away and run \"sentrelctl token init\"",
+                                 error.ErrorNumber());
     }
 }
 

@@ -15,6 +15,8 @@
 namespace Test {
 namespace {
 
+using testing::AllOf;
+using testing::ContainsRegex;
 using testing::HasSubstr;
 using Json = nlohmann::json;
 
@@ -33,8 +35,8 @@ class TokenCommands : public testing::Test {
 
 TEST_F(TokenCommands, InitMakesOneKeyForItsOwnerAloneAndKeepsIt) {
     const ToolResult first = Run({"init"});
-    EXPECT_THAT(first.output,
-                HasSubstr("Made        /var/lib/korvex/oru/token/signing-key.json\n"));
+    EXPECT_THAT(first.output, HasSubstr("Created     " + host.Root() +
+                                        "/var/lib/korvex/oru/token/signing-key.json\n"));
     const Json again = Json::parse(Run({"init", "--json"}).output);
     EXPECT_EQ(again["made"], false);
     EXPECT_THAT(first.output, HasSubstr(again["kid"].get<std::string>()));
@@ -76,16 +78,22 @@ TEST_F(TokenCommands, IssueReadsSpansOfTime) {
 
 TEST_F(TokenCommands, IssuePrintsTheTokenAloneAndInspectShowsIt) {
     ASSERT_EQ(Run({"init"}).status, 0);
-    const std::string token =
-        Run({"issue", "--subject", "eve", "--entitlement", "a.read", "--entitlement", "b.write"})
-            .output;
+    const ToolResult issued = Run({"issue", "--subject", "eve", "--entitlement", "a.read",
+                                   "--entitlement", "observability.report.read"});
+    EXPECT_THAT(issued.error,
+                AllOf(HasSubstr("needs the entitlement \"a.read\"; the known ones: observ"),
+                      HasSubstr("; do you mean \"observability.reports.read\"?\n")));
+    const std::string token = issued.output;
     EXPECT_EQ(token.find_first_of(" \n"), token.size() - 1);
     const std::string file = host.Base() + "token";
     WriteFile(file, token);
     const ToolResult shown = Run({"inspect", file});
     EXPECT_THAT(shown.output, HasSubstr("Trusted here  yes\nAlgorithm     ES256\n"));
-    EXPECT_THAT(shown.output, HasSubstr("entitlements  [\"a.read\",\"b.write\"]\n"));
+    EXPECT_THAT(shown.output,
+                HasSubstr("entitlements  [\"a.read\",\"observability.report.read\"]\n"));
     EXPECT_THAT(shown.output, HasSubstr("sub           eve\n"));
+    EXPECT_THAT(shown.output, ContainsRegex("exp           [-0-9]+T[:0-9]+Z .in (59 min|1 h)"));
+    EXPECT_THAT(Run({"issue", "--subject", "eve"}).error, HasSubstr("has no entitlements"));
     EXPECT_EQ(Run({"inspect"}, token).output, shown.output);
     EXPECT_EQ(Run({"inspect", "-"}, token).output, shown.output);
 
@@ -95,8 +103,9 @@ TEST_F(TokenCommands, IssuePrintsTheTokenAloneAndInspectShowsIt) {
     const HostDirectory elsewhere;
     EXPECT_EQ(Inspect(token)["trusted"], true);
     EXPECT_EQ(Inspect(tampered)["trusted"], false);
-    EXPECT_THAT(Run({"inspect", "--root", elsewhere.Root()}, token).output,
-                HasSubstr("Trusted here  no: no key is trusted"));
+    const ToolResult untrusted = Run({"inspect", "--root", elsewhere.Root()}, token);
+    EXPECT_EQ(untrusted.status, 1);
+    EXPECT_THAT(untrusted.output, HasSubstr("Trusted here  no: no key is trusted"));
 }
 
 TEST_F(TokenCommands, SayWhatFailedAndWhatToDo) {
@@ -110,9 +119,10 @@ TEST_F(TokenCommands, SayWhatFailedAndWhatToDo) {
     ASSERT_EQ(Run({"init"}).status, 0);
     ExpectFailure(Run({"issue", "--subject", std::string(5000, 'x')}), "");
     WriteFile(host.Root() + "/etc/korvex/oru/token/jwks.json", "[]");
-    ExpectFailure(Run({"init"}), "/etc/korvex/oru/token/jwks.json");
+    ExpectFailure(Run({"init"}), host.Root() + "/etc/korvex/oru/token/jwks.json is no JWK Set: ");
     WriteFile(host.Root() + "/var/lib/korvex/oru/token/signing-key.json", "{}");
     ExpectFailure(Run({"issue", "--subject", "eve"}), "/var/lib/korvex/oru/token/signing-key.json");
+    ExpectFailure(Run({"issue", "--subject", "eve"}), "; move it away, then run \"sentrelctl tok");
 }
 
 }  // namespace

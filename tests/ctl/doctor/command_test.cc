@@ -35,10 +35,13 @@ class DoctorCommand : public ToolHost {
         ASSERT_EQ(RunTool({"group", "ensure"}, {"SENTREL_ROOT=" + host.Root(), variable}).status,
                   0);
     }
-    void Start() {
+    void Start(const std::vector<std::string>& launcher = {}) {
         DaemonOptions options;
-        options.program = SENTREL_DAEMON_PATH;
-        options.arguments = {"-r", ReportDirectory()};
+        options.arguments = launcher;
+        options.arguments.insert(options.arguments.end(),
+                                 {SENTREL_DAEMON_PATH, "-r", ReportDirectory()});
+        options.program = options.arguments.front();
+        options.arguments.erase(options.arguments.begin());
         options.root = host.Root();
         options.cgroupRoot = group.Path();
         daemon.emplace(options);
@@ -96,6 +99,10 @@ TEST_F(DoctorCommand, TellsEachFaultOfABrokenHost) {
     client.Post("/bad", R"({"structured": {"name": "other"}, "unstructured": {}})");
     WriteFile(reports + "/stray", "");
     std::filesystem::create_symlink("nowhere", reports + "/gone.json");
+    WriteFile(reports + "/lost-0.json", "{}");
+    const std::string timers = host.Root() + "/etc/systemd/system/timers.target.wants";
+    std::filesystem::create_directories(timers);
+    std::filesystem::create_symlink("nowhere", timers + "/sentrel-metrics.timer");
     std::filesystem::permissions(reports, std::filesystem::perms::all);
     host.WriteStoreEntry("ghost", R"({"enabled": true, "frequency": "fast", "log_level": "info"})");
     std::filesystem::create_symlink("nowhere", plugins + "/ghost");
@@ -124,6 +131,9 @@ TEST_F(DoctorCommand, TellsEachFaultOfABrokenHost) {
         {"warning", "report directory", "can be written by others"},
         {"warning", "report directory", "links to nothing, so these reports are not served: gone"},
         {"notice", "report directory", "no files of reports: stray"},
+        {"warning", "report directory",
+         "stored without a link, so these reports are not served: l"},
+        {"warning", "metrics", "sentrel-metrics.timer is enabled, but writes nothing: "},
         {"error", "reports",
          "1 INVALID (they cannot be read, and full listings leave them out): b"},
         {"warning", "times of reports", "without a zone"},
@@ -141,6 +151,22 @@ TEST_F(DoctorCommand, TellsEachFaultOfABrokenHost) {
     int status = 0;
     EXPECT_EQ(::waitpid(old, &status, 0), old);
     EXPECT_TRUE(WIFSIGNALED(status));
+}
+
+TEST_F(DoctorCommand, TellsAReportDirectoryThatTheDaemonDoesNotShare) {
+    {
+        const MountedDirectory mounted(ReportDirectory(), 1 << 20);
+        Start({"/usr/bin/unshare", "--mount", "--propagation", "private"});
+    }
+    const auto findings = [this] {
+        return Json(Json::parse(Run({"doctor", "--json"}).output)["findings"]);
+    };
+    ExpectFinding(findings(), "error", "report directory", "the daemon has another ");
+    std::filesystem::rename(ReportDirectory(), host.Base() + "elsewhere");
+    daemon.reset();
+    Start();
+    ExpectFinding(findings(), "error", "report directory",
+                  "is missing: every post is answered with 500");
 }
 
 TEST_F(DoctorCommand, TellsAnUnprivilegedUserWhatOnlyRootMayLookAt) {

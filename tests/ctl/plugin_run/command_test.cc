@@ -1,4 +1,5 @@
 // "plugin run" by the real program, of plugins that do well and badly.
+#include "store/report_name.h"
 #include "support/cgroup_root.h"
 #include "support/tool_host.h"
 
@@ -18,7 +19,9 @@
 namespace Test {
 namespace {
 
+using testing::AllOf;
 using testing::HasSubstr;
+using testing::Not;
 using Json = nlohmann::json;
 
 namespace fs = std::filesystem;
@@ -83,11 +86,14 @@ TEST_F(PluginRun, JudgesWhatItDoesAndPosts) {
          "the run was interrupted\n"},
         {"trap interrupt TERM; post /plug $json \"$good\"; interrupt; while :; do :; done", 1,
          "SIGKILL", "plug 200 ", "the run was interrupted, and SIGTERM did not end it\n"},
-        {"echo why >&2", 1, "0", "", "it has posted no report"},
+        {"echo why >&2", 1, "0", "", "posted no report"},
+        {"echo why >&2; post /plug $json \"${good/: 1/: 4}\"", 1, "0", "plug 200 ",
+         "says UNKNOWN, and it wrote to standard error"},
         {"post /plug $json '{'; post /plug $json \"$good\"", 0, "0", "plug 200 plug 200 ",
-         "its report \"plug\" is not good: line 1"},
+         "its report \"plug\" is invalid: line 1"},
         {"post /plug text/plain \"$good\"; post / $json \"$good\"; post /p%20 $json \"$good\"", 1,
-         "0", "plug 400  206 p%20 500 ", "send exactly \"Content-Type: application/json\""},
+         "0", "plug 400  206 p%20 500 ",
+         "refused with 400: its content type is not exactly application/json"},
         {"post /plugin $json \"${good/plug/plugin}\"", 1, "0", "plugin 200 ",
          "is not called like it"},
         {"post /plug.more $json \"${good/plug/plug.more}\"; exec <&- >&- 2>&-", 0, "0",
@@ -127,9 +133,7 @@ TEST_F(PluginRun, GivesItWhatTheDaemonGives) {
                           "--loglevel=warning\nstdout  /\nstdout  0 1 2 255 /dev/null\n"
                           "stdout  leads\n\nCommand "));
     EXPECT_THAT(result.output, HasSubstr("\nReport plug: WARNING, "));
-    EXPECT_THAT(
-        result.output,
-        HasSubstr(", good\n  so so\n  load 1.5\n\nReady for production; it reports WARNING.\n"));
+    EXPECT_THAT(result.output, HasSubstr(", good\n  so so\n  load 1.5\n\nReady for production.\n"));
 }
 
 TEST_F(PluginRun, KeepsTheBeginningOfLongOutputAndEndsWhatItLeaves) {
@@ -154,6 +158,12 @@ TEST_F(PluginRun, FindsWhatTheDaemonStores) {
     EXPECT_THAT(result.output, HasSubstr("Report plug: WARNING, "));
     EXPECT_THAT(result.output, HasSubstr("the daemon does not start it: "));
     EXPECT_TRUE(fs::exists(ReportDirectory() + "/plug-0.json"));
+    for (int i = 0; i < Sentrel::kFilesPerName; ++i) {
+        fs::create_directory(ReportDirectory() + "/.plug-" + std::to_string(i) + ".json");
+    }
+    EXPECT_THAT(RunIt().output,
+                AllOf(HasSubstr("its report \"plug\" was refused with 500: it could not be stored"),
+                      Not(HasSubstr("stored no report"))));
     ExpectFailure(RunTool({"plugin", "run", "plug", "--reports", "/no/such"}, environment),
                   "the report directory");
 }

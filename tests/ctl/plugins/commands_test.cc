@@ -106,9 +106,10 @@ TEST_F(PluginCommands, CheckFindsWhatKeepsAPluginFromWorking) {
         int status = 1;
     };
     const Row rows[] = {
-        {kScript, R"({"enabled": true, "frequency": "FASTER"})", 0755, "ok ", 0},
-        {kScript, R"({"enabled": true, "frequency": "hourly"})", 0755, "silently counts as fast",
+        {kScript, R"({"enabled": true, "frequency": "FASTER"})", 0755, "\"FASTER\" counts as fast",
          0},
+        {kScript, R"({"enabled": true, "frequency": "hourly"})", 0755,
+         "\"hourly\" does not count; fast holds", 0},
         {kScript, "{", 0755, "probe.json:1:2"},
         {kScript, "{}", 0644, "cannot be executed by the user"},
         {kScript, "{}", 0757, "can be written by everybody", 0},
@@ -128,6 +129,16 @@ TEST_F(PluginCommands, CheckFindsWhatKeepsAPluginFromWorking) {
         const ToolResult result = Run({"plugin", "check", PathOf("probe")});
         EXPECT_EQ(result.status, row.status) << row.text << row.entry << result.output;
         EXPECT_THAT(result.output, HasSubstr(row.finding)) << row.text << row.entry;
+    }
+}
+
+TEST_F(PluginCommands, TellAFaultyEntryInTheSameWordsEverywhere) {
+    AddPlugin("cpu", kScript, R"({"enabled": "yes", "frequency": "fast", "log_level": "info"})");
+    for (const std::vector<std::string>& command : {std::vector<std::string>{"plugin", "list"},
+                                                    {"plugin", "check", "cpu"},
+                                                    {"config", "check"}}) {
+        EXPECT_THAT(Run(command).output,
+                    HasSubstr("\"enabled\" is a string, not a boolean, so it counts as missing"));
     }
 }
 

@@ -1,4 +1,5 @@
 // "list", "get" and "call" against the real daemon: what they show, and what each failure tells.
+#include "ctl/reports/intake_answer.h"
 #include "platform/token/token_signer.h"
 #include "support/http_client.h"
 #include "support/stored_report.h"
@@ -9,6 +10,8 @@
 
 #include <chrono>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -162,14 +165,28 @@ TEST_F(ReportCommands, PostWhatIsGood) {
     const std::string file = host.Base() + "document";
     WriteFile(file, R"({"structured":{"name":"old","time":"2024-03-05T14:07:09"}})");
     ExpectFailure(Run({"post", "new", file}),
-                  "this is no good report \"new\": unstructured is missing: add any JSON value; "
+                  "invalid report \"new\": unstructured is missing: add any JSON value; "
                   "structured.name is \"old\", not \"new\"; "
                   "structured.time \"2024-03-05T14:07:09\" has no zone: add Z or such as +01:00; "
-                  "mend that and post it again");
+                  "fix it and post again");
     ExpectFailure(Run({"post", "new", "/none"}), "the report file /none cannot be read: ");
     WriteFile(file, document);
+    for (const char* next : {"/.new-1.json", "/.new-2.json"}) {
+        std::filesystem::create_directory(ReportDirectory() + next);
+    }
+    ExpectFailure(Run({"post", "new", file}), "report \"new\" was refused with 500: ");
     ASSERT_EQ(daemon->Stop(), 0);
     ExpectFailure(Run({"post", "new", file}), "the intake on port 9996 cannot be reached: ");
+}
+
+TEST(IntakeAnswers, StandInTheManual) {
+    std::ifstream file(SENTREL_MANUALS "/sentrel-plugin.7");
+    const std::string manual(std::istreambuf_iterator<char>(file), {});
+    for (int status = 201; status < 600; ++status) {
+        EXPECT_EQ(Ctl::ExplainAnswer(status).status == status,
+                  manual.find(".It " + std::to_string(status) + " Ta ") != std::string::npos)
+            << status;
+    }
 }
 
 TEST_F(ReportCommands, SayWhatFailedAndWhatToDo) {

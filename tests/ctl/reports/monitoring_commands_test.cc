@@ -138,11 +138,17 @@ TEST(MetricsText, TellsTheDaemonAndTheRunsOfItsPlugins) {
     }
     report.report.unstructured += "\"}";
     report.state = Ctl::ReportState::Error;
-    Sentrel::DaemonState state{.started = time, .counts = {1, 2, 3, 4, 5, 6, 7, 8}, .plugins = {}};
+    Sentrel::DaemonState state{
+        .started = time, .counts = {1, 2, 3, 4, 5, 6, 7, 8}, .plugins = {}, .refusals = {}};
+    state.plugins.push_back({.name = "cpu",
+                             .nextLaunch = time,
+                             .start = time,
+                             .end = time + milliseconds(1500),
+                             .memoryKill = {}});
     state.plugins.push_back(
-        {.name = "cpu", .nextLaunch = time, .start = time, .end = time + milliseconds(1500)});
-    state.plugins.push_back({.name = "runs", .nextLaunch = time, .start = time, .end = {}});
-    state.plugins.push_back({.name = "waits", .nextLaunch = time, .start = {}, .end = {}});
+        {.name = "runs", .nextLaunch = time, .start = time, .end = {}, .memoryKill = {}});
+    state.plugins.push_back(
+        {.name = "waits", .nextLaunch = time, .start = {}, .end = {}, .memoryKill = {}});
     const std::string text = Ctl::MetricsText({{report}, true, state});
     for (const char* part : {
              "\nsentrel_up 1\n",

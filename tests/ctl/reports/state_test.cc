@@ -21,7 +21,9 @@ TEST(ReportState, IsWhatTheReportSaysUnlessItIsTooOldMissingOrUnreadable) {
                                                     {"disk", seconds(300)},
                                                     {"disk.sda", seconds(3600)},
                                                     {"net", seconds(300)},
-                                                    {"Bad", seconds(300)}};
+                                                    {"Bad", seconds(300)},
+                                                    // since 13:57:09
+                                                    {"slow", seconds(300), kNow - seconds(600)}};
     struct Row {
         const char* name;
         const char* time;
@@ -47,6 +49,8 @@ TEST(ReportState, IsWhatTheReportSaysUnlessItIsTooOldMissingOrUnreadable) {
          "its time is in the future"},
         {"lead", "2024-03-05T14:08:09.000Z", "OK", ReportState::Ok},  // a clock a minute ahead
         {"odd", "2024-03-05T14:07:09.000Z", "SOMETHING", ReportState::Unknown},
+        {"slow.a", "2024-03-05T13:49:39.000Z", "OK", ReportState::Ok},  // was fresh at the start
+        {"slow.b", "2024-03-05T13:49:38.000Z", "OK", ReportState::Stale},
     };
     std::vector<Ctl::StoredReport> reports;
     for (const Row& row : rows) {

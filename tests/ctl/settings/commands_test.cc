@@ -205,7 +205,8 @@ TEST_F(ConfigCommands, SetGivesUpWhenTheFileStaysLocked) {
     const Sys::OwnedFd folder(::open(file.parent_path().c_str(), O_RDONLY | O_CLOEXEC));
     ASSERT_EQ(::flock(folder.Get(), LOCK_EX), 0);
     ExpectFailure(Run({"set", "sentrel.http_port", "9997"}),
-                  "another program has locked /etc/korvex/tabulon/oru/health; try again when");
+                  "another program has locked " + host.Root() +
+                      "/etc/korvex/tabulon/oru/health; try again when");
     EXPECT_EQ(ReadFile(file), "{}");
 }
 
@@ -247,8 +248,10 @@ TEST_F(ConfigCommands, CheckFindsWhatTheDaemonWouldNotTake) {
         {"pellmar", R"({"log": {"level": 2}})", "warning", "pellmar.log/level", "beyond 3 to 7"},
         {"cpu", R"({"enabled": "yes"})", "warning", "cpu.enabled", "a string, not a boolean"},
         {"cpu", R"({"frequency": "hourly"})", "warning", "cpu.frequency", "fast holds instead"},
+        {"cpu", R"({"frequency": "fast", "frequency": "slow"})", "warning", "/cpu.json",
+         "two members of the same name (\"frequency\"): the last one counts"},
         {"cpo", "{}", "warning", "/cpo.json", "no plugin cpo is installed"},
-        {"test_cpu", "{}", "warning", "/test_cpu.json", "in /etc/korvex/tabulon/oru_dev_only/"},
+        {"test_cpu", "{}", "warning", "/test_cpu.json", "/etc/korvex/tabulon/oru_dev_only/"},
     };
     AddPlugin("test_cpu");
     for (const Row& row : rows) {

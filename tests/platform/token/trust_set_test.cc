@@ -76,7 +76,7 @@ TEST_F(TrustSetFile, SaysOnceWhyEveryTokenIsRefused) {
          "or '}' is expected"},
         {R"({"keys": {}})", "is no JWK Set: it has no list \"keys\""},
         {R"({"keys": [], "keys": []})",
-         "is no JWK Set: line 0, column 0: an object has two members of the same name"},
+         "is no JWK Set: line 0, column 0: an object has two members of the same name (\"keys\")"},
         {R"({"keys": []})", "holds no key that can be used"},
         {R"({"keys": [1]})", "holds no key that can be used"},
         {R"({"keys": [0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0]})", "holds more than 16 keys"},

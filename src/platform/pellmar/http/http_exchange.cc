@@ -171,7 +171,9 @@ bool Exchange::SendAll(std::string_view bytes) {
         if (deadline == none) {
             deadline = Clock::now() + service->GetTimes().send;
         }
-        if (!WaitAside(POLLOUT, deadline)) {
+        const bool canSend = service->BeginWaitingSend() && WaitAside(POLLOUT, deadline);
+        service->EndWaitingSend();
+        if (!canSend) {
             sendFailed = true;
             return false;
         }

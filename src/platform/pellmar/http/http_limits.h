@@ -13,6 +13,9 @@ inline constexpr std::size_t kMaxConnections = 512;
 // The number of posts at a time whose bodies did not arrive with their heads: each occupies a
 // thread while its body is read.
 inline constexpr std::size_t kMaxBodies = 256;
+// Clients at a time that are waited for because they take no answer: each holds a thread. A further
+// one is cut at once.
+inline constexpr std::size_t kMaxWaitingSends = 64;
 // The input buffer of a connection; larger than a head.
 inline constexpr std::size_t kInputBytes = 64 * 1024;
 // How much a connection with an early response may still send before it is closed.

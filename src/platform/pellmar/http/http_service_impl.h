@@ -53,6 +53,10 @@ class ServiceImpl final : public HttpService {
     void Linger(const Ref<Connection>& connection) EXCLUDES(lock);
     void Close(const Ref<Connection>& connection) EXCLUDES(lock);
 
+    // Begins or ends the wait of one more client to take an answer; false: it is one too many.
+    bool BeginWaitingSend() { return waitingSends.fetch_add(1) < kMaxWaitingSends; }
+    void EndWaitingSend() { waitingSends.fetch_sub(1); }
+
     // While it exists on a runner's thread, that runner waits for a client and does not count.
     class Aside {
       public:
@@ -137,6 +141,8 @@ class ServiceImpl final : public HttpService {
     const Sys::OwnedFd stopEvent;
     Ref<RequestHandler> handler;  // immutable after Start
     std::atomic<bool> stopping{false};
+
+    std::atomic<std::size_t> waitingSends{0};
 
     Sys::Mutex lock;
     Sys::Condition idle;  // a runner has ended or, while the service stops, a connection

@@ -1,0 +1,44 @@
+#include "ctl/reports/intake_answer.h"
+
+#include <algorithm>
+#include <array>
+
+namespace Ctl {
+
+namespace {
+
+// sentrel-plugin(7) has the same rows.
+constexpr std::array<IntakeAnswer, 10> kAnswers = {{
+    {0, "its body did not arrive whole",
+     "send as many bytes as Content-Length says, at once, and read the answer"},
+    {206, "its URL names no report",
+     R"(post to the URL after -u, followed by "/" and the name of the report)"},
+    {400, "its content type is not exactly application/json, or the request is not valid HTTP",
+     R"(send exactly "Content-Type: application/json")"},
+    {403, "its Origin names another host", "leave out the field Origin"},
+    {405, "its method is not POST", "use POST"},
+    {408, "its body arrived too slowly", "send the whole body at once"},
+    {411, "it has no Content-Length", "send Content-Length, and no chunks"},
+    {413, "it is longer than 1048576 bytes", "send less"},
+    {431, "its head is longer than 16 KiB", "send fewer and shorter fields"},
+    {500, "it could not be stored",
+     R"(use only letters, digits, "_", "." and "-" in its name; otherwise run "sentrelctl doctor")"},
+}};
+constexpr IntakeAnswer kOther = {-1, "that is not an answer of sentrel",
+                                 R"(see which process listens on the port: "sentrelctl doctor")"};
+
+}  // namespace
+
+const IntakeAnswer& ExplainAnswer(int status) {
+    const auto* const found =
+        std::find_if(kAnswers.begin(), kAnswers.end(),
+                     [status](const IntakeAnswer& answer) { return answer.status == status; });
+    return found == kAnswers.end() ? kOther : *found;
+}
+
+std::string RefusalText(int status) {
+    return (status == 0 ? "not accepted" : "refused with " + std::to_string(status)) + ": " +
+           ExplainAnswer(status).happened;
+}
+
+}  // namespace Ctl
