@@ -8,6 +8,11 @@ if(TARGET sentrelctl)
     install(TARGETS sentrelctl RUNTIME DESTINATION /usr/bin)
 endif()
 
+if(TARGET sentrel-notify)
+    install(TARGETS sentrel-notify RUNTIME DESTINATION /usr/lib/korvex/sentrel)
+endif()
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/dist/notify/ DESTINATION /usr/share/doc/sentrel/notify USE_SOURCE_PERMISSIONS)
+
 # Vendor defaults of the configuration store; an administrator's files are in another directory, and none is installed there.
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/dist/tabulon/ DESTINATION /usr/lib/korvex/tabulon)
 

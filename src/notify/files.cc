@@ -1,0 +1,89 @@
+#include "notify/files.h"
+
+#include "ctl/host/input_file.h"
+#include "ctl/show/failure.h"
+#include "platform/sys/atomic_file.h"
+
+#include <nlohmann/json.hpp>
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <system_error>
+
+namespace Notify {
+
+namespace {
+
+using nlohmann::json;
+
+constexpr std::size_t kMaxFileSize = 1024 * 1024;
+constexpr mode_t kToldMode = 0640;
+
+// The object in the file; an empty one when there is no file.
+json ReadObject(const std::string& path, const std::string& what) {
+    std::error_code error;
+    if (!std::filesystem::exists(path, error) && !error) {
+        return json::object();
+    }
+    const json document =
+        json::parse(Ctl::ReadRegularFile(path, kMaxFileSize, what), nullptr, false);
+    if (!document.is_object()) {
+        throw Ctl::Failure("cannot read " + path + ": not a JSON object", "correct or remove it");
+    }
+    return document;
+}
+
+std::int64_t Number(const std::string& path, const std::string& key, const json& value,
+                    std::int64_t least, std::int64_t most) {
+    if (!value.is_number_integer() || value < least || value > most) {
+        throw Ctl::Failure(
+            "invalid value of \"" + key + "\" in " + path,
+            "use a whole number from " + std::to_string(least) + " to " + std::to_string(most));
+    }
+    return value.get<std::int64_t>();
+}
+
+}  // namespace
+
+Settings ReadSettings(const std::string& path) {
+    Settings settings;
+    for (const auto& [key, value] : ReadObject(path, "the settings").items()) {
+        if (key == "settle_time_in_secs") {
+            settings.settleTime = std::chrono::seconds(Number(path, key, value, 0, 86400));
+        } else if (key == "hook_timeout_in_secs") {
+            settings.hookTimeout = std::chrono::seconds(Number(path, key, value, 1, 600));
+        } else if (key == "max_notices_per_minute") {
+            settings.maxPerMinute = static_cast<int>(Number(path, key, value, 1, 600));
+        } else {
+            throw Ctl::Failure("unknown setting \"" + key + "\" in " + path,
+                               "use settle_time_in_secs, hook_timeout_in_secs or "
+                               "max_notices_per_minute");
+        }
+    }
+    return settings;
+}
+
+std::map<std::string, Told> ReadTold(const std::string& path) {
+    std::map<std::string, Told> told;
+    for (const auto& [name, value] : ReadObject(path, "what was told before").items()) {
+        const std::optional<Ctl::ReportState> state =
+            value.is_object() ? Ctl::ParseState(value.value("state", "")) : std::nullopt;
+        if (!state) {
+            throw Ctl::Failure("cannot read " + path + ": invalid member \"" + name + "\"",
+                               "remove the file; everything that is not OK is told again");
+        }
+        told.emplace(name, Told{*state, value.value("flapping", false)});
+    }
+    return told;
+}
+
+void WriteTold(const std::string& path, const std::map<std::string, Told>& told) {
+    json document = json::object();
+    for (const auto& [name, last] : told) {
+        document[name] = {{"state", Ctl::NameOf(last.state)}, {"flapping", last.isFlapping}};
+    }
+    Sys::ReplaceFile(path, document.dump() + "\n", kToldMode);
+}
+
+}  // namespace Notify

@@ -1,0 +1,105 @@
+// What is told of a report's course, and when.
+#include "notify/decisions.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <ostream>
+#include <string>
+#include <vector>
+
+namespace {
+
+using Ctl::ReportState;
+using Notify::Decisions;
+using Notify::Notice;
+using Notify::Told;
+
+constexpr std::chrono::seconds kSettleTime{60};
+
+struct Step {
+    int second;
+    ReportState state;
+    bool isHeld = false;
+};
+
+struct Row {
+    const char* name;
+    Told told;
+    std::vector<Step> steps;
+    const char* notices;  // "SECOND:BEFORE>STATE*CHANGES ", with "~" for one that flaps
+};
+
+void PrintTo(const Row& row, std::ostream* stream) { *stream << row.name; }
+
+class NotifyDecisions : public testing::TestWithParam<Row> {};
+
+// Asks at every step and confirms what it is told, as the notifier does.
+TEST_P(NotifyDecisions, TellWhatLasts) {
+    Decisions decisions(kSettleTime, {{"cpu", GetParam().told}});
+    std::string notices;
+    for (const Step& step : GetParam().steps) {
+        const Decisions::TimePoint now{std::chrono::seconds(step.second)};
+        decisions.Observe({{"cpu", step.state, "", "", step.isHeld}}, now);
+        for (const Notice& notice : decisions.Due(now)) {
+            notices += std::to_string(step.second) + ":" + std::string(Ctl::NameOf(notice.before)) +
+                       ">" + std::string(Ctl::NameOf(notice.report.state)) + "*" +
+                       std::to_string(notice.changes) + (notice.isFlapping ? "~ " : " ");
+            decisions.Confirm(notice);
+        }
+    }
+    EXPECT_EQ(notices, GetParam().notices);
+}
+
+constexpr auto kOk = ReportState::Ok;
+constexpr auto kWarning = ReportState::Warning;
+constexpr auto kError = ReportState::Error;
+
+INSTANTIATE_TEST_SUITE_P(
+    Courses, NotifyDecisions,
+    testing::Values(
+        Row{"AllWell", {}, {{0, kOk}, {100, ReportState::None}, {200, kOk}}, ""},
+        Row{"WorseOnceItLasts",
+            {},
+            {{0, kOk}, {5, kError}, {64, kError}, {65, kError}, {99, kError}},
+            "65:OK>ERROR*1 "},
+        Row{"BadFromTheBeginning", {}, {{0, kWarning}, {60, kWarning}}, "60:OK>WARNING*0 "},
+        Row{"ShortTroubleIsNoNews", {}, {{0, kOk}, {5, kError}, {30, kOk}, {95, kOk}}, ""},
+        Row{"WellAgain",
+            {kError},
+            {{0, kError}, {60, kError}, {70, kOk}, {130, kOk}},
+            "130:ERROR>OK*1 "},
+        Row{"BetterIsNotWell",
+            {kError},
+            {{0, kWarning}, {60, kWarning}, {70, kError}, {130, kError}},
+            ""},
+        Row{"WorseThanTold", {kWarning}, {{0, kError}, {60, kError}}, "60:WARNING>ERROR*0 "},
+        Row{"HeldUntilReleased",
+            {},
+            {{0, kError, true}, {60, kError, true}, {61, kError}},
+            "61:OK>ERROR*0 "},
+        Row{"FlappingOnceThenWhereItSettles",
+            {},
+            {{0, kOk},
+             {10, kError},
+             {20, kOk},
+             {30, kError},
+             {40, kOk},
+             {50, kError},
+             {60, kOk},
+             {70, kError},
+             {80, kOk},
+             {140, kOk},
+             {200, kOk}},
+            "60:OK>OK*6~ 140:OK>OK*2 "}),
+    [](const auto& row) { return std::string(row.param.name); });
+
+TEST(NotifyDecisions, RememberWhatIsNotOk) {
+    Decisions decisions(kSettleTime, {{"raid", {kError}}, {"gone", {kWarning}}});
+    EXPECT_EQ(decisions.WhatWasTold().size(), 2U) << "before the first look nothing is forgotten";
+    decisions.Observe({{"raid", kError}, {"cpu", kOk}}, {});
+    EXPECT_EQ(decisions.WhatWasTold().size(), 1U);
+    EXPECT_EQ(decisions.WhatWasTold().at("raid").state, kError);
+}
+
+}  // namespace
