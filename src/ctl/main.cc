@@ -16,6 +16,7 @@
 #include "ctl/reports/monitoring_commands.h"
 #include "ctl/reports/post_command.h"
 #include "ctl/reports/silence_command.h"
+#include "ctl/serve/command.h"
 #include "ctl/settings/commands.h"
 #include "ctl/show/json_output.h"
 #include "ctl/show/printable.h"
@@ -44,10 +45,10 @@ std::vector<Ctl::Command> AllCommands() {
     std::vector<Ctl::Command> commands;
     for (const std::span<const Ctl::Command> family :
          {Ctl::StatusCommands(), Ctl::ListCommands(), Ctl::GetCommands(), Ctl::WatchCommands(),
-          Ctl::PageCommands(), Ctl::CallCommands(), Ctl::MonitoringCommands(), Ctl::PostCommands(),
-          Ctl::ForgetCommands(), Ctl::SilenceCommands(), Ctl::AuditCommands(), Ctl::TokenCommands(),
-          Ctl::ConfigCommands(), Ctl::PluginCommands(), Ctl::PluginRunCommands(),
-          Ctl::GroupCommands(), Ctl::DoctorCommands()}) {
+          Ctl::PageCommands(), Ctl::ServeCommands(), Ctl::CallCommands(), Ctl::MonitoringCommands(),
+          Ctl::PostCommands(), Ctl::ForgetCommands(), Ctl::SilenceCommands(), Ctl::AuditCommands(),
+          Ctl::TokenCommands(), Ctl::ConfigCommands(), Ctl::PluginCommands(),
+          Ctl::PluginRunCommands(), Ctl::GroupCommands(), Ctl::DoctorCommands()}) {
         commands.insert(commands.end(), family.begin(), family.end());
     }
     return commands;

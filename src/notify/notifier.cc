@@ -71,7 +71,7 @@ std::vector<Sighting> SightingsOf(const Ctl::HostView& view) {
     for (const Ctl::ViewedReport& report : view.reports) {
         const Ctl::JudgedReport& judged = report.judged;
         sightings.push_back({judged.report.name, judged.state, report.reason, judged.report.time,
-                             IsStarting(report, plugins, uptime)});
+                             judged.silence.has_value() || IsStarting(report, plugins, uptime)});
     }
     return sightings;
 }

@@ -71,6 +71,8 @@ class StateWriter {
     Sys::OwnedFd file;    // empty until Open succeeds
     StateLayout* layout;  // mapped from the file, or allocated before Open
     Sys::Mutex lock;      // serializes changes of the entries and refusals
+    std::atomic<std::size_t> names{0};
+    std::function<void()> listener;  // may be empty
 };
 
 }  // namespace Sentrel

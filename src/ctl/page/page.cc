@@ -161,7 +161,8 @@ std::string RowHtml(const ViewedReport& report, const HostView& view) {
            "\" data-state=\"" + PillOf(judged) + "\" data-rank=\"" + std::to_string(rank) +
            "\" data-age=\"" + std::to_string(age) + "\"><details><summary><span class=\"name\">" +
            Html(judged.report.name) + "</span>" + StateHtml(judged.state) +
-           "<span class=\"age number\">" + AgeCell(report) + "</span><span class=\"next number\">" +
+           "<span class=\"age number\"" + AgeCounting(report) + ">" + AgeCell(report) +
+           "</span><span class=\"next number\"" + NextCounting(report, view) + ">" +
            NextCell(report, view) + "</span><span class=\"reason\">" +
            Html(RemarkOn(report, view.now)) + "</span></summary><div class=\"detail\">" +
            RowDetailHtml(report) + "</div></details></li>\n";

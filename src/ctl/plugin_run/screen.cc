@@ -118,20 +118,15 @@ void WritePost(const PostJudgement& judged, std::ostream& output) {
     WriteIndented(MetricsText(judged.metrics), output);
 }
 
-std::string LastLine(const std::vector<Finding>& findings) {
-    switch (WorstOf(findings)) {
-        case Severity::Error:
-            return Paint("Not ready for production.", Colour::Red);
-        case Severity::Warning: {
-            const auto warnings = std::count_if(
-                findings.begin(), findings.end(),
-                [](const Finding& finding) { return finding.severity == Severity::Warning; });
-            return Paint("Ready for production, with " +
-                             Counted(static_cast<std::size_t>(warnings), "warning") + ".",
-                         Colour::Yellow);
+// "WARNING" of the worst good report; empty when that is OK, or NONE.
+std::string TroubleOf(const PluginRun& run) {
+    std::string trouble;
+    for (const PostJudgement& post : run.posts) {
+        const std::optional<ReportState> state = ParseState(post.state);
+        if (post.IsGood() && state && *state != ReportState::Ok && *state != ReportState::None &&
+            (trouble.empty() || RankOf(*state) < RankOf(*ParseState(trouble)))) {
+            trouble = post.state;
         }
-        default:
-            return Paint("Ready for production.", Colour::Green);
     }
     return trouble;
 }
@@ -161,7 +156,7 @@ void WriteRun(const PluginRun& run, std::ostream& output) {
     if (!run.findings.empty()) {
         WriteFindings(run.findings, Shown::All, output);
     }
-    output << LastLine(run.findings) << '\n';
+    output << LastLine(run) << '\n';
 }
 
 }  // namespace Ctl

@@ -178,6 +178,7 @@ std::vector<Finding> CheckPlugin(const SurveyedPlugin& plugin, const Host& host,
     std::vector<Finding> findings = CheckExecutable(subject, plugin.location, host.user);
     Append(CheckOwnership(subject, plugin.location, host.user), findings);
     Append(CheckPluginSettings(plugin.Name()), findings);
+    Append(CheckWrapped(subject, plugin), findings);
     Append(CheckName(subject, plugin.Name()), findings);
     Append(CheckConflicts(subject, plugin.Name(), reports.conflicts), findings);
     Append(CheckLaunches(subject, plugin, host), findings);

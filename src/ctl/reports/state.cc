@@ -56,10 +56,31 @@ bool IsReportOf(std::string_view report, std::string_view plugin) {
            (report.size() == plugin.size() || report[plugin.size()] == '.');
 }
 
-// Of a report of that age at `now`. While the daemon has not come round to the plugin, what counts
-// is how old the report was at the daemon's start.
-bool IsOld(const PluginPeriod& plugin, std::chrono::seconds age,
-           std::chrono::system_clock::time_point now) {
+bool IsExpired(const JudgedReport& judged) {
+    return judged.validFor && judged.age && *judged.age > *judged.validFor;
+}
+
+// Why it is stale, and what it said last unless that was OK.
+std::string StaleReason(const JudgedReport& judged) {
+    std::string reason;
+    if (IsInFuture(judged)) {
+        reason = "its time is in the future";
+    } else {
+        reason = "last report " + AgeText(judged.age) + " ago, " +
+                 (IsExpired(judged) ? "valid for " + DurationText(*judged.validFor)
+                                    : "expected every " + DurationText(*judged.period));
+    }
+    if (judged.report.status == NameOf(ReportState::Ok)) {
+        return reason;
+    }
+    const std::string last = ReasonOf(judged.report.unstructured);
+    return reason + "; it said " + judged.report.status + (last.empty() ? "" : ": " + last);
+}
+
+// Whether a report of that age at `now` is overdue. While the daemon has not come round to the
+// plugin, what counts is how old the report was at the daemon's start.
+bool IsOverdue(const PluginPeriod& plugin, std::chrono::seconds age,
+               std::chrono::system_clock::time_point now) {
     if (plugin.awaitedSince) {
         age -= std::chrono::duration_cast<std::chrono::seconds>(now - *plugin.awaitedSince);
     }
@@ -75,8 +96,13 @@ JudgedReport Judge(StoredReport report, const PluginPeriod* plugin,
     } else {
         judged.state = ParseState(report.status).value_or(ReportState::Unknown);
         judged.age = AgeOf(report.time, now);
-        const bool isOld = plugin != nullptr && judged.age && IsOld(*plugin, *judged.age, now);
-        if (isOld || IsInFuture(judged)) {
+        judged.validFor = ValidForOf(report.unstructured);
+        if (plugin != nullptr) {
+            judged.period = plugin->period;
+        }
+        const bool isOverdue =
+            plugin != nullptr && judged.age && IsOverdue(*plugin, *judged.age, now);
+        if (isOverdue || IsExpired(judged) || IsInFuture(judged)) {
             judged.state = ReportState::Stale;
         }
     }

@@ -77,9 +77,9 @@ std::vector<PluginPeriod> ReadPluginPeriods();
 std::size_t FindMaker(const std::string& report, const std::vector<PluginPeriod>& plugins);
 
 // Sorted by name, with the plugins that have no report among them. A report older than one and a
-// half periods of its plugin, or dated in the future, is stale, unless the first run since the
-// daemon's start is still to come and it was fresh then; a report that two plugins could
-// have made is of the one with the longer name.
+// half periods of its plugin is stale, unless the first run since the daemon's start is still to
+// come and it was fresh then; so is one that is older than it says to be valid for, or dated in the
+// future. A report that two plugins could have made is of the one with the longer name.
 std::vector<JudgedReport> JudgeReports(std::vector<StoredReport> reports,
                                        const std::vector<PluginPeriod>& plugins,
                                        std::chrono::system_clock::time_point now);

@@ -92,10 +92,11 @@ HostView ViewReports(const Host& host, const std::vector<std::string>& names) {
 
 HostView ViewStored(const Host& host, std::vector<StoredReport> reports,
                     const PluginSurvey& survey) {
-    return ViewJudged(host,
-                      JudgeReports(std::move(reports), PeriodsOf(survey, host.state),
-                                   std::chrono::system_clock::now()),
-                      survey);
+    const auto now = std::chrono::system_clock::now();
+    std::vector<JudgedReport> judged =
+        JudgeReports(std::move(reports), PeriodsOf(survey, host.state), now);
+    AddSilences(judged, now);
+    return ViewJudged(host, std::move(judged), survey);
 }
 
 HostView ViewHost(const Host& host) {
@@ -116,6 +117,13 @@ void AddStoredReports(const Host& host, HostView& view) {
     } catch (const std::exception&) {
         // the page then shows only the newest report of each name
     }
+}
+
+void AddFindings(const Host& host, HostView& view) {
+    view.findings = Inspect(host);
+    std::stable_sort(
+        view.findings.begin(), view.findings.end(),
+        [](const auto& one, const auto& other) { return one.severity > other.severity; });
 }
 
 std::string RemarkOn(const ViewedReport& report, std::chrono::system_clock::time_point now) {

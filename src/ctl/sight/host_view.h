@@ -56,6 +56,9 @@ HostView ViewHost(const Host& host);
 // Adds the stored reports of each name where the report directory can be read.
 void AddStoredReports(const Host& host, HostView& view);
 
+// Adds what doctor finds, the worst first.
+void AddFindings(const Host& host, HostView& view);
+
 // What a line of a table says of the report: until when it is silenced and why, and its reason.
 std::string RemarkOn(const ViewedReport& report, std::chrono::system_clock::time_point now);
 

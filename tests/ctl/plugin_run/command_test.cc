@@ -133,7 +133,9 @@ TEST_F(PluginRun, GivesItWhatTheDaemonGives) {
                           "--loglevel=warning\nstdout  /\nstdout  0 1 2 255 /dev/null\n"
                           "stdout  leads\n\nCommand "));
     EXPECT_THAT(result.output, HasSubstr("\nReport plug: WARNING, "));
-    EXPECT_THAT(result.output, HasSubstr(", good\n  so so\n  load 1.5\n\nReady for production.\n"));
+    EXPECT_THAT(
+        result.output,
+        HasSubstr(", good\n  so so\n  load 1.5\n\nReady for production; it reports WARNING.\n"));
 }
 
 TEST_F(PluginRun, KeepsTheBeginningOfLongOutputAndEndsWhatItLeaves) {

@@ -71,10 +71,9 @@ TEST_F(SightCommands, ASilencedReportIsShownAndCountedApart) {
     (void)OutputOf({"silence", "fan", "--end"});
     EXPECT_THAT(Run({"silence", "fan", "--end"}).error, HasSubstr("\"fan\" is not silenced; "));
     EXPECT_THAT(OutputOf({"silence"}), ContainsRegex("\nRAID +2.*Z  disk is ordered\n"));
-    EXPECT_THAT(
-        OutputOf({"list"}),
-        ContainsRegex("\nfan .*\nraid +ERROR .*  silenced until [-0-9 ]*..:..Z: disk "
-                      "is ordered; degraded\n.*\n\n3 reports: 1 ERROR, 1 silenced, 1 OK"));
+    EXPECT_THAT(OutputOf({"list"}),
+                ContainsRegex("\nfan .*\nraid +ERROR .*  silenced until [-0-9 ]*..:..Z: disk "
+                              "is ordered; degraded\n.*\n\n3 reports: 1 ERROR, 1 silenced, 1 OK"));
     const Json raid = Json::parse(OutputOf({"get", "raid", "--json"}));
     EXPECT_EQ(raid["silence"]["because"], "disk is ordered");
     EXPECT_EQ(Run({"check", "raid"}).status, 2);
