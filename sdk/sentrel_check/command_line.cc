@@ -87,8 +87,8 @@ std::string ParseLogLevel(std::string_view argument) {
         return std::string(level);
     }
     throw UsageError("\"" + std::string(argument) +
-                     "\" is no log level; expected --loglevel= and debug, info, warning, error or "
-                     "critical");
+                     "\" is not a log level; expected --loglevel= followed by debug, info, "
+                     "warning, error or critical");
 }
 
 }  // namespace
@@ -105,7 +105,7 @@ CommandLine ReadCommandLine(const std::vector<std::string>& arguments) {
     std::string_view group = arguments[1];
     line.poolSizeMB = TakePrefix(group, kGroup) ? ParsePositive(group) : 0;
     if (line.poolSizeMB == 0) {
-        throw UsageError("\"" + arguments[1] + "\" is no resource group; expected " +
+        throw UsageError("\"" + arguments[1] + "\" is not a resource group; expected " +
                          std::string(kGroup) + " and a number of megabytes");
     }
     line.intake = ParseUrl(arguments[3]);

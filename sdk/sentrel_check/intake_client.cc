@@ -138,7 +138,7 @@ int TakeStatus(std::string& answer) {
             (void)std::from_chars(line.data() + blank + 1, line.data() + line.size(), status);
         }
         if (status < 100 || status > 999) {
-            FailTry("what answers there does not speak HTTP");
+            FailTry("the server there does not speak HTTP");
         }
         if (status >= 200) {
             return status;
@@ -178,7 +178,7 @@ std::string Advice(int status) {
             return " (not stored); the daemon's log says why: the report directory or the report's "
                    "name";
         default:
-            return "; is this port the daemon's http_port?";
+            return "; check that this port is the daemon's http_port";
     }
 }
 
@@ -218,8 +218,8 @@ void PostReport(const IntakeAddress& intake, std::string_view name, std::string_
                 const PostOptions& options) {
     if (document.size() > kMaxReportBytes) {
         throw PostError("the report has " + std::to_string(document.size()) +
-                        " bytes, and the intake takes " + std::to_string(kMaxReportBytes) +
-                        "; report less");
+                        " bytes, but the intake accepts at most " +
+                        std::to_string(kMaxReportBytes) + "; report less");
     }
     const SteadyTime start = std::chrono::steady_clock::now();
     const std::string head = HeadOf(intake, name, document.size());

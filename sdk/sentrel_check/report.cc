@@ -124,7 +124,7 @@ Status Report::GetStatus() const {
 
 std::string Report::Reason() const {
     if (findings.empty()) {
-        return summary.empty() ? "nothing to complain of" : Join(summary);
+        return summary.empty() ? "no problems found" : Join(summary);
     }
     std::vector<Finding> ordered = findings;
     std::stable_sort(ordered.begin(), ordered.end(), [](const Finding& left, const Finding& right) {

@@ -27,7 +27,7 @@ bool ReadText(const std::string& path, std::string& text, std::string& reason) {
         text = "{}";
         return true;
     }
-    reason = error == ENXIO ? "it is no regular file" : ::strerrordesc_np(error);
+    reason = error == ENXIO ? "it is not a regular file" : ::strerrordesc_np(error);
     return error == 0;
 }
 
@@ -75,7 +75,7 @@ Limits Settings::GetLimits(const std::string& key, const Limits& defaults, Bad b
     for (const auto& [name, number] : value->items()) {
         if ((name != "warning" && name != "critical") ||
             !(number.is_number() || number.is_null())) {
-            Fail(std::string(expected).append(", and \"").append(name).append("\" is none"));
+            Fail(std::string(expected).append(", but \"").append(name).append("\" is invalid"));
         }
         (name == "warning" ? limits.warning : limits.critical) =
             number.is_null() ? std::optional<double>() : number.get<double>();
@@ -83,7 +83,7 @@ Limits Settings::GetLimits(const std::string& key, const Limits& defaults, Bad b
     if (limits.warning && limits.critical &&
         (bad == Bad::High ? *limits.warning > *limits.critical
                           : *limits.warning < *limits.critical)) {
-        Fail("\"" + key + "\" would be critical before it is a warning; exchange the two numbers");
+        Fail("\"" + key + "\" would be critical before it is a warning; swap the two numbers");
     }
     return limits;
 }
@@ -128,7 +128,7 @@ void Settings::RefuseUnknown() const {
         for (const std::string& key : knownKeys) {
             known.append(known.empty() ? "" : ", ").append(key);
         }
-        Fail(std::string("there is no setting \"").append(name).append("\"; there are: ") + known);
+        Fail(std::string("unknown setting \"").append(name).append("\"; known settings: ") + known);
     }
 }
 

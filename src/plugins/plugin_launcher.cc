@@ -248,7 +248,7 @@ std::int32_t PluginLauncher::LaunchPlugin(const std::shared_ptr<Plugin>& plugin)
             watch.Add(plugin->GetName(), launch.pid, std::move(process));
         } catch (const std::exception& exception) {
             LogInternal(logger, 3, {.plugin = plugin->GetName(), .pid = launch.pid},
-                        "The end of plugin %1 (%2) will not be noticed: %3", plugin->GetName(),
+                        "Cannot watch for the exit of plugin %1 (%2): %3", plugin->GetName(),
                         launch.pid, exception.what());
         }
     }
@@ -260,8 +260,8 @@ void PluginLauncher::TakeEnd(const PluginEnd& end) const {
     StateWriter::OfThisProcess().SetEnded(end.name, end.pid, end.time, end.memoryKills > 0);
     if (end.memoryKills > 0) {
         LogInternal(logger, 3, {.plugin = end.name, .pid = end.pid},
-                    "Plugin %1 (%2) ended when the kernel killed %3 processes of the plugins for "
-                    "lack of memory; let it use less, or raise plugin_memory_limit_MB",
+                    "Plugin %1 (%2) exited after the kernel killed %3 of the plugins' processes "
+                    "for lack of memory; make it use less memory, or raise plugin_memory_limit_MB",
                     end.name, end.pid, end.memoryKills);
     }
 }

@@ -31,13 +31,13 @@ TEST(Report, JudgesByLimits) {
         Status status;
         const char* reason;
     } rows[] = {
-        {19.99, {20, 50}, Bad::High, Status::Ok, "nothing to complain of"},
+        {19.99, {20, 50}, Bad::High, Status::Ok, "no problems found"},
         {20, {20, 50}, Bad::High, Status::Warning, "it 20 % is at or above 20 %"},
         {50, {20, 50}, Bad::High, Status::Error, "it 50 % is at or above 50 %"},
         {50, {50, 50}, Bad::High, Status::Error, "it 50 % is at or above 50 %"},
         {50, {20, std::nullopt}, Bad::High, Status::Warning, "it 50 % is at or above 20 %"},
-        {50, {std::nullopt, std::nullopt}, Bad::High, Status::Ok, "nothing to complain of"},
-        {10, {10, 5}, Bad::Low, Status::Ok, "nothing to complain of"},
+        {50, {std::nullopt, std::nullopt}, Bad::High, Status::Ok, "no problems found"},
+        {10, {10, 5}, Bad::Low, Status::Ok, "no problems found"},
         {9.999, {10.5, 5}, Bad::Low, Status::Warning, "it 10 % is below 10.5 %"},
         {3.1, {10, 5}, Bad::Low, Status::Error, "it 3.1 % is below 5 %"},
     };

@@ -75,10 +75,10 @@ TEST_F(SettingsFile, IsRefusedWithWordsWhenItIsBroken) {
     } rows[] = {
         {"", "line 1, column 1: "},
         {"{\n\"high\": }", "line 2, column 9: "},
-        {R"({"hihg": {"warning": 1}})", "there is no setting \"hihg\"; there are: high, low"},
+        {R"({"hihg": {"warning": 1}})", "unknown setting \"hihg\"; known settings: high, low"},
         {R"({"high": 5})", "\"high\" must be an object with the numbers"},
-        {R"({"high": {"warning": "5"}})", "\"warning\" is none"},
-        {R"({"high": {"warn": 5}})", "\"warn\" is none"},
+        {R"({"high": {"warning": "5"}})", "\"warning\" is invalid"},
+        {R"({"high": {"warn": 5}})", "\"warn\" is invalid"},
         {R"({"high": {"warning": 3}})", "critical before it is a warning"},
         {R"({"low": {"critical": 3}})", "critical before it is a warning"},
         {R"({"flag": 1})", "\"flag\" must be true or false"},
@@ -95,10 +95,10 @@ TEST_F(SettingsFile, IsRefusedWithWordsWhenItIsBroken) {
 TEST_F(SettingsFile, IsRefusedWhenItCannotBeRead) {
     EXPECT_THAT(ErrorOf(Write("{" + std::string(100'000, ' ') + "}")),
                 HasSubstr("longer than 65536 bytes"));
-    EXPECT_THAT(ErrorOf(directory.Path()), HasSubstr("no regular file"));
+    EXPECT_THAT(ErrorOf(directory.Path()), HasSubstr("not a regular file"));
     const std::string fifo = directory.Path() + "fifo";
     ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
-    EXPECT_THAT(ErrorOf(fifo), HasSubstr("no regular file"));
+    EXPECT_THAT(ErrorOf(fifo), HasSubstr("not a regular file"));
 }
 
 TEST(MatchesAny, KnowsWildcards) {

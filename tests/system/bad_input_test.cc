@@ -165,10 +165,10 @@ TEST_F(BadInput, ServesAGoodPostAmongThousandsOfSilentConnections) {
     Start(options);
     std::deque<RawConnection> silent = OpenConnections(2'000);
     ExpectAGoodPostWorks();
-    EXPECT_TRUE(daemon->WaitForLog("connections are open, the most at a time"));
+    EXPECT_TRUE(daemon->WaitForLog("connections are open, which is the limit"));
     silent.clear();
     ExpectAGoodPostWorks();
-    EXPECT_EQ(daemon->CountLog("connections are open, the most at a time"), 1U);
+    EXPECT_EQ(daemon->CountLog("connections are open, which is the limit"), 1U);
     EXPECT_EQ(daemon->Stop(), 0);
 }
 

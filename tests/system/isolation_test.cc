@@ -86,7 +86,7 @@ TEST_F(Isolation, OfMorePostsThanAreReadAtATimeTheSlowestGiveWay) {
     Stall(300);
     EXPECT_EQ(HttpClient().Post("/cpu", ReportDocument("cpu")), 200);
     EXPECT_TRUE(daemon->WaitForLog("the client is too slow while other posts wait", 300 - 256));
-    EXPECT_EQ(daemon->CountLog("bodies are being read, the most at a time"), 1U);
+    EXPECT_EQ(daemon->CountLog("bodies are being read, which is the limit"), 1U);
     EXPECT_LE(daemon->StatusValue("Threads"), 512 + 1);
     int stored = 0;
     for (StalledPost& post : stalled) {

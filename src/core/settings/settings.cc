@@ -17,8 +17,9 @@ std::int32_t GetMaxReportNames(const Pellmar::Ref<Pellmar::Service::ConfigReader
     std::int32_t names = kDefaultMaxReportNames;
     (void)reader->GetInt("max_report_names", names);  // keeps the default when missing
     if (names < 1) {
-        Pellmar::Service::LogInternal(logger, 3, "max_report_names %1 is invalid; using %2", names,
-                                      kDefaultMaxReportNames);
+        Pellmar::Service::LogInternal(logger, 3,
+                                      "Invalid max_report_names %1: must be at least 1; using %2",
+                                      names, kDefaultMaxReportNames);
         return kDefaultMaxReportNames;
     }
     return names;

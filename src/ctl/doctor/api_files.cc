@@ -74,7 +74,7 @@ void CheckAuditLog(const Host& host, Findings& findings) {
         findings.push_back(
             {Severity::Warning, subject,
              path + " has " + AuditSizes(path, *file) + ": the daemon could not rename it",
-             "look for \"The audit log grows beyond its bound\" in its log"});
+             "look for \"The audit log exceeds its size limit\" in its log"});
     }
     if (findings.size() == before) {
         findings.push_back(

@@ -30,30 +30,29 @@ std::string ReasonOf(int error) {
     const std::string text = std::generic_category().message(error);
     switch (error) {
         case ELOOP:
-            return "a symbolic link stands there, which is not followed; remove it";
+            return "the path is a symbolic link, which is not followed; remove it";
         case EISDIR:
         case ENXIO:  // a socket
-            return "what stands there is no regular file; move it away";
+            return "not a regular file; move it away";
         case ENOTDIR:
-            return text + "; move away what stands where one of its directories should";
+            return text + "; move away the file at the path of one of its directories";
         case ENOENT:  // although the directories were just created
-            return text +
-                   "; remove the broken link that stands where one of its directories should";
+            return text + "; remove the dangling link at the path of one of its directories";
         case EACCES:
         case EPERM:
-            return text + "; let the user of this process read and write there";
+            return text + "; give the user of this process read and write permission";
         case EROFS:
             return text + "; mount the file system writable";
         case ENOSPC:
         case EDQUOT:
-            return text + "; make room there";
+            return text + "; free space on the file system";
         case EFBIG:
-            return text + "; move it away, or raise the limit of the size of files";
+            return text + "; move it away, or raise the file size limit";
         case EMFILE:
         case ENFILE:
             return text + "; raise the limit of open files";
         default:
-            return text + "; look whether the file system is in order";
+            return text + "; check the file system";
     }
 }
 
@@ -130,7 +129,7 @@ void AuditFile::Open() {
     if (error == ENOENT) {
         error = MakeDirectories(location);
         if (error != 0) {
-            throw Pellmar::IOException("Cannot make the directory of " + path + ": " +
+            throw Pellmar::IOException("Cannot create the directory of " + path + ": " +
                                        ReasonOf(error));
         }
         file.Reset(::open(location.c_str(), kOpenFlags, kFileMode));

@@ -104,7 +104,7 @@ void KvxAudit_LogList(std::string_view eventID, std::string_view subject, std::s
     try {
         log.file.RotateWhenFull();
     } catch (const std::exception& error) {
-        Pellmar::Service::LogInternal(log.logger, 3, "The audit log grows beyond its bound: %1",
+        Pellmar::Service::LogInternal(log.logger, 3, "The audit log exceeds its size limit: %1",
                                       error.what());
     }
 }

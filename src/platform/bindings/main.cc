@@ -30,7 +30,7 @@ int main(int argc, char* argv[]) {
         std::cout << Document({argv + 1, argv + argc}) << std::flush;
         return std::cout ? 0 : 1;
     } catch (const std::exception& exception) {
-        std::cerr << "The description of the API cannot be made: " << exception.what() << "\n";
+        std::cerr << "Cannot generate the description of the API: " << exception.what() << "\n";
         return 1;
     }
 }

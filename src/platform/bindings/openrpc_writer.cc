@@ -86,7 +86,7 @@ Data::ErrorValue ErrorOf(const std::string& name) {
             return Std::MakeError(type);
         }
     }
-    throw std::invalid_argument(name + " is no standard error");
+    throw std::invalid_argument(name + " is not a standard error");
 }
 
 // The error as the API returns it when it has no message.
@@ -157,15 +157,15 @@ OrderedJson MethodsOf(const std::vector<Service>& services) {
 }
 
 OrderedJson SecuritySchemes() {
-    return {
-        {kBearerTokenScheme,
-         {{"type", "http"},
-          {"scheme", "bearer"},
-          {"bearerFormat", "JWT"},
-          {"description",
-           "The header \"Authorization: Bearer TOKEN\"; \"sentrelctl token issue\" makes one."}}},
-        {std::string(Authz::kNoAuthenticationScheme),
-         {{"description", "No token is needed; a bad one is refused all the same."}}}};
+    return {{kBearerTokenScheme,
+             {{"type", "http"},
+              {"scheme", "bearer"},
+              {"bearerFormat", "JWT"},
+              {"description",
+               "Send the header \"Authorization: Bearer TOKEN\"; \"sentrelctl token issue\" "
+               "creates a token."}}},
+            {std::string(Authz::kNoAuthenticationScheme),
+             {{"description", "No token is required, but an invalid one is refused."}}}};
 }
 
 }  // namespace
@@ -177,9 +177,9 @@ std::string MakeOpenRpc(const std::vector<Service>& services, const std::string&
         {"info",
          {{"title", "The API of sentrel"},
           {"description",
-           "The newest reports of the health checks of this host, and what describes them. "
-           "JSON-RPC "
-           "2.0 over HTTP: POST one request object of the content type application/json."},
+           "The newest reports of this host's health checks, and the description of the API. "
+           "JSON-RPC 2.0 over HTTP: POST one request object with the content type "
+           "application/json."},
           {"version", version},
           {"license", {{"name", "Apache-2.0"}}}}},
         {"servers", OrderedJson::array({{{"name", "loopback"}, {"url", "http://127.0.0.1:9984"}}})},

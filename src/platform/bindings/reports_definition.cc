@@ -52,7 +52,7 @@ Definition::Operation DescribeGet() {
 Definition::Service Describe() {
     Definition::Service service{
         std::string(kServiceId),
-        "The reports of the health checks of this host, the newest of each report name.",
+        "The reports of this host's health checks: the newest of each report name.",
         {DescribeList(), DescribeGet()},
         {},
         {}};

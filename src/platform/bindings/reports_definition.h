@@ -43,8 +43,7 @@ namespace ReportsSvc = ::Com::Korvex::Oru::Observability::ReportsSvc;
 template <>
 struct EnumerationOf<ReportsSvc::Status> {
     static constexpr std::string_view kName = "com.korvex.oru.observability.reports.status";
-    static constexpr std::string_view kDocumentation =
-        "How the checked part of the host is doing, as its report says.";
+    static constexpr std::string_view kDocumentation = "The status that a report states.";
     static constexpr std::array<std::string_view, 5> kTexts = {"OK", "WARNING", "ERROR", "NONE",
                                                                "UNKNOWN"};
 };
@@ -53,7 +52,7 @@ template <>
 struct EnumerationOf<ReportsSvc::DetailLevel> {
     static constexpr std::string_view kName = "com.korvex.oru.observability.reports.detail_level";
     static constexpr std::string_view kDocumentation =
-        "How much a listing tells of each report. Any other text counts as BRIEF.";
+        "How much detail a listing contains. Any other text counts as BRIEF.";
     static constexpr std::array<std::string_view, 2> kTexts = {"FULL", "BRIEF"};
     static constexpr ReportsSvc::DetailLevel kOtherTexts = ReportsSvc::DetailLevel::BRIEF;
 };
@@ -61,11 +60,12 @@ struct EnumerationOf<ReportsSvc::DetailLevel> {
 template <>
 struct StructureOf<ReportsSvc::Summary> {
     static constexpr std::string_view kName = "com.korvex.oru.observability.reports.summary";
-    static constexpr std::string_view kDocumentation = "The newest report of a name, in a listing.";
+    static constexpr std::string_view kDocumentation =
+        "The newest report of a report name, in a listing.";
     static constexpr auto kFields = std::make_tuple(
         Field{"name", &ReportsSvc::Summary::name, "The report name."},
         Field{"time", &ReportsSvc::Summary::time,
-              "Brief: when the report was stored. Full: when the report was made."},
+              "Brief: when the report was stored. Full: when the report was created."},
         Field{"status", &ReportsSvc::Summary::status, "The reported status. Full listings only."},
         Field{"unstructured", &ReportsSvc::Summary::unstructured,
               "The findings, as JSON text. Full listings only."});
@@ -74,9 +74,9 @@ struct StructureOf<ReportsSvc::Summary> {
 template <>
 struct StructureOf<ReportsSvc::Info> {
     static constexpr std::string_view kName = "com.korvex.oru.observability.reports.info";
-    static constexpr std::string_view kDocumentation = "The newest report of a name.";
+    static constexpr std::string_view kDocumentation = "The newest report of a report name.";
     static constexpr auto kFields = std::make_tuple(
-        Field{"time", &ReportsSvc::Info::time, "When the report was made."},
+        Field{"time", &ReportsSvc::Info::time, "When the report was created."},
         Field{"status", &ReportsSvc::Info::status, "The reported status."},
         Field{"unstructured", &ReportsSvc::Info::unstructured, "The findings, as JSON text."});
 };
@@ -97,7 +97,7 @@ struct StructureOf<ReportsSvc::FilterSpec> {
     static constexpr std::string_view kDocumentation = "Which reports to list.";
     static constexpr auto kFields = std::make_tuple(
         Field{"names", &ReportsSvc::FilterSpec::names,
-              "The report names to list, ASCII case aside. All when absent or empty."});
+              "The report names to list, ignoring ASCII case. All if absent or empty."});
 };
 
 template <>
@@ -107,17 +107,18 @@ struct StructureOf<ReportsSvc::ListParameters> {
         "Lists the newest report of each report name.";
     static constexpr auto kFields =
         std::make_tuple(Field{"filter", &ReportsSvc::ListParameters::filter,
-                              "Which reports to list. All when absent."},
+                              "Which reports to list. All if absent."},
                         Field{"detail", &ReportsSvc::ListParameters::detail,
-                              "How much to tell of each report. BRIEF when absent."});
+                              "How much detail to return. BRIEF if absent."});
 };
 
 template <>
 struct StructureOf<ReportsSvc::GetParameters> {
     static constexpr std::string_view kName = "com.korvex.oru.observability.reports.get";
-    static constexpr std::string_view kDocumentation = "Tells the newest report of a report name.";
+    static constexpr std::string_view kDocumentation =
+        "Returns the newest report of a report name.";
     static constexpr auto kFields = std::make_tuple(
-        Field{"name", &ReportsSvc::GetParameters::name, "The report name, ASCII case aside."});
+        Field{"name", &ReportsSvc::GetParameters::name, "The report name, ignoring ASCII case."});
 };
 
 }  // namespace Quon::Native

@@ -24,7 +24,7 @@ enum class DetailLevel : std::int32_t { FULL = 0, BRIEF = 1 };
 // One report in the result of `List`.
 struct Summary {
     std::string name;
-    // Brief: when the newest report file was modified; full: when the report was made.
+    // Brief: when the newest report file was modified; full: when the report was created.
     ::Quon::DateTime time;
     std::optional<Status> status;             // full listing only
     std::optional<std::string> unstructured;  // full listing only; JSON text
@@ -32,7 +32,7 @@ struct Summary {
 
 // The result of `Get`: the newest report of a name.
 struct Info {
-    ::Quon::DateTime time;  // when the report was made
+    ::Quon::DateTime time;  // when the report was created
     Status status = Status::UNKNOWN;
     std::string unstructured;  // JSON text
 };

@@ -25,7 +25,7 @@ bool IsClosed(int descriptor) { return fcntl(descriptor, F_GETFD) == -1 && errno
 void OpenStandardDescriptors() {
     for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
         if (IsClosed(descriptor) && open("/dev/null", O_RDWR) == -1) {
-            throw std::runtime_error("/dev/null cannot be opened in place of closed descriptor " +
+            throw std::runtime_error("cannot open /dev/null in place of closed descriptor " +
                                      std::to_string(descriptor) + ": " +
                                      std::generic_category().message(errno) +
                                      "; start with descriptors 0, 1 and 2 open");

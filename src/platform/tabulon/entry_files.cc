@@ -25,7 +25,7 @@ bool CanNameFile(std::string_view segment) {
            segment.find_first_of(kForbidden) == std::string_view::npos;
 }
 
-constexpr const char* kAdvice = "make it a readable file, or remove it";
+constexpr const char* kAdvice = "replace it by a readable file, or remove it";
 
 [[noreturn]] void ThrowUnreadable(const std::string& path, const std::string& reason) {
     throw Pellmar::IOException(path + " cannot be read: " + reason, kAdvice);
@@ -72,7 +72,7 @@ std::optional<std::string> ReadEntryFile(const std::string& path) {
     }
     if (error == ENOENT || error == ENXIO) {
         ThrowUnreadable(path,
-                        error == ENOENT ? "it is a link to nothing" : "it is not a regular file");
+                        error == ENOENT ? "it is a dangling link" : "it is not a regular file");
     }
     if (error != 0) {
         ThrowUnreadable(path, error);

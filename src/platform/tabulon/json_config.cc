@@ -76,8 +76,7 @@ class JsonConfig final : public Config {
 const StoreEntry& OnlyEntryOf(const std::vector<StoreEntry>& entries) {
     if (entries.size() != 1) {
         throw Pellmar::InvalidArgumentException(
-            "a configuration is made of exactly one store entry, not of " +
-            std::to_string(entries.size()));
+            "a configuration needs exactly one store entry, not " + std::to_string(entries.size()));
     }
     return entries.front();
 }
@@ -105,7 +104,7 @@ Pellmar::Ref<Config> CreateTabulonConfigWithSettings(const std::vector<StoreEntr
     if (!content.isFound && !mayBeMissing) {
         throw Pellmar::NotFoundException("no configuration entry " + EntryName(entry) +
                                          ": neither " + content.paths.vendor + " nor " +
-                                         content.paths.host + " exists; make one of them");
+                                         content.paths.host + " exists; create one of them");
     }
     return Pellmar::MakeRef<JsonConfig>(std::move(content));
 }

@@ -28,7 +28,7 @@ bool Split(std::string_view token, Parts& parts, std::string& reason) {
         return false;
     }
     if (std::count(token.begin(), token.end(), '.') != 2) {
-        reason = "it has not three parts with a dot between them";
+        reason = "it does not have three parts separated by dots";
         return false;
     }
     const std::size_t first = token.find('.');
@@ -86,7 +86,7 @@ bool EqualsCaseBlind(std::string_view text, std::string_view lowerCase) {
 bool TakeAlgorithm(const json& header, Algorithm& algorithm, std::string& reason) {
     const auto member = header.find("alg");
     if (member == header.end() || !member->is_string()) {
-        reason = "its header has no alg that is a string";
+        reason = "its alg is missing or not a string";
         return false;
     }
     const auto& name = member->get_ref<const std::string&>();
@@ -120,7 +120,7 @@ bool TakeKeyId(const json& header, std::optional<std::string>& keyId, std::strin
         return true;
     }
     if (!member->is_string()) {
-        reason = "its kid is no string";
+        reason = "its kid is not a string";
         return false;
     }
     keyId = member->get<std::string>();

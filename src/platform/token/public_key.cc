@@ -54,10 +54,10 @@ std::string UseFault(const json& jwk, Algorithm algorithm) {
         const json& operations = jwk["key_ops"];
         if (!operations.is_array() ||
             std::find(operations.begin(), operations.end(), "verify") == operations.end()) {
-            return "its key_ops do not hold verify";
+            return "its key_ops do not contain verify";
         }
     }
-    return jwk.contains("kid") && !jwk["kid"].is_string() ? "its kid is no string" : "";
+    return jwk.contains("kid") && !jwk["kid"].is_string() ? "its kid is not a string" : "";
 }
 
 std::optional<std::string> BytesOf(const json& jwk, const char* name) {
@@ -178,7 +178,7 @@ std::optional<PublicKey> PublicKey::FromJwk(const json& jwk, std::string& reason
     }
     const Algorithm algorithm = *type == "EC" ? Algorithm::Es256 : Algorithm::Rs256;
     if (IsPrivate(jwk)) {
-        reason = "it holds private members; put only the public half there";
+        reason = "it has private members; use only the public half";
     } else if (algorithm == Algorithm::Es256 && (!jwk.contains("crv") || jwk["crv"] != "P-256")) {
         reason = "its crv is not P-256";
     } else if (reason = UseFault(jwk, algorithm); reason.empty()) {
@@ -189,7 +189,7 @@ std::optional<PublicKey> PublicKey::FromJwk(const json& jwk, std::string& reason
     }
     KeyHandle handle(MakeKey(jwk, algorithm));
     if (!handle) {
-        reason = "it is no valid key; its point may not lie on the curve";
+        reason = "it is not a valid key; its point may not be on the curve";
         return std::nullopt;
     }
     const std::string* id = TextOf(jwk, "kid");

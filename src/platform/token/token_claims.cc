@@ -23,7 +23,7 @@ bool Refuse(std::string& reason, std::string text) {
 bool CheckIssuer(const json& document, std::string_view issuer, std::string& reason) {
     const auto member = document.find("iss");
     if (member == document.end() || !member->is_string()) {
-        return Refuse(reason, "it has no iss that is a string");
+        return Refuse(reason, "its iss is missing or not a string");
     }
     const auto& sent = member->get_ref<const std::string&>();
     return sent == issuer ||
@@ -41,7 +41,7 @@ bool CheckAudience(const json& document, std::string_view audience, std::string&
         return Refuse(reason, "its aud is neither a string nor a list of strings");
     }
     return std::find(list.begin(), list.end(), audience) != list.end() ||
-           Refuse(reason, "its aud does not hold the audience " + Quote(audience));
+           Refuse(reason, "its aud does not contain the audience " + Quote(audience));
 }
 
 // A member in seconds since 1970 (RFC 7519, NumericDate); nothing if it is absent or not a number.
@@ -60,7 +60,7 @@ bool CheckTimes(const json& document, std::chrono::system_clock::time_point now,
     }
     const std::optional<double> expiry = NumberOf(document, "exp");
     if (!expiry) {
-        return Refuse(reason, "it has no exp that is a number");
+        return Refuse(reason, "its exp is missing or not a number");
     }
     const double seconds = std::chrono::duration<double>(now.time_since_epoch()).count();
     const double leeway = std::chrono::duration<double>(kLeeway).count();
@@ -86,7 +86,7 @@ bool IsControl(char byte) {
 bool TakeSubject(const json& document, std::string& subject, std::string& reason) {
     const auto member = document.find("sub");
     if (member == document.end() || !member->is_string()) {
-        return Refuse(reason, "it has no sub that is a string");
+        return Refuse(reason, "its sub is missing or not a string");
     }
     subject = member->get<std::string>();
     if (subject.empty() || subject.size() > kMaxSubjectBytes) {
@@ -94,7 +94,7 @@ bool TakeSubject(const json& document, std::string& subject, std::string& reason
                                   std::to_string(kMaxSubjectBytes) + " are accepted");
     }
     return std::none_of(subject.begin(), subject.end(), IsControl) ||
-           Refuse(reason, "its sub holds control characters");
+           Refuse(reason, "its sub contains control characters");
 }
 
 bool TakeEntitlements(const json& document, std::vector<std::string>& entitlements,

@@ -86,10 +86,9 @@ std::string DirectoryOf(const std::string& rootedPath) {
     return std::filesystem::path(rootedPath).parent_path();
 }
 
-[[noreturn]] void ThrowUnwritable(const std::string& rootedPath, const std::error_code& error) {
-    const bool isDenied = error == std::errc::permission_denied;
-    throw Pellmar::IOException(rootedPath + " cannot be written: " + error.message(),
-                               isDenied ? "run this as root" : "see \"df\" and \"findmnt\"",
+[[noreturn]] void ThrowUnwritable(const std::string& path, const std::error_code& error) {
+    throw Pellmar::IOException(path + " cannot be written: " + error.message(),
+                               "run this as root; if the file system is full, free space on it",
                                error.value());
 }
 
@@ -121,7 +120,7 @@ void PutKey(json& set, const json& jwk) {
     }
     if (others.size() >= kMaxTrustedKeys) {
         throw Pellmar::Exception("holds " + std::to_string(others.size()) +
-                                 " other keys already, as many as it may");
+                                 " other keys already, which is the limit");
     }
     others.push_back(jwk);
     set["keys"] = std::move(others);
@@ -160,13 +159,13 @@ SigningKey::SigningKey(const std::string& jwk) {
     }
     privateJwk = ToText(key);
     if (!jose_jwk_pub(Quiet().get(), key.get())) {
-        ThrowLibraryError("take the public half of the signing key");
+        ThrowLibraryError("extract the public half of the signing key");
     }
     publicJwk = ToText(key);
     std::string reason;
     const std::optional<PublicKey> half = PublicKey::FromJwk(json::parse(publicJwk), reason);
     if (!half || half->GetAlgorithm() != Algorithm::Es256) {
-        throw Pellmar::Exception("is no ES256 key: " + (half ? "it is an RSA key" : reason));
+        throw Pellmar::Exception("is not an ES256 key: " + (half ? "it is an RSA key" : reason));
     }
     (void)SignText("{}");  // throws unless the halves belong together
 }
@@ -174,7 +173,7 @@ SigningKey::SigningKey(const std::string& jwk) {
 SigningKey SigningKey::Generate() {
     const JsonHandle key(json_pack("{s:s}", "alg", "ES256"));
     if (!key || !jose_jwk_gen(Quiet().get(), key.get())) {
-        ThrowLibraryError("make a signing key");
+        ThrowLibraryError("create a signing key");
     }
     return SigningKey(ToText(key));
 }
@@ -184,24 +183,23 @@ SigningKey SigningKey::Load(const std::string& path) {
     try {
         const std::optional<std::string> text = ReadTrustSet(path);
         if (!text) {
-            throw Pellmar::NotFoundException(rootedPath + " is missing",
-                                             "run \"sentrelctl token init\"");
+            throw Pellmar::NotFoundException(path + " is missing",
+                                             "create it with \"sentrelctl token init\"");
         }
         constexpr Json::ParseOptions kOptions{kMaxTrustSetBytes, Json::Comments::Refused,
                                               Json::Root::Object, Json::EqualNames::Refused};
         json document;
         Json::JsonError error;
         if (!Json::Parse(*text, kOptions, document, error)) {
-            throw Pellmar::Exception("is no JSON object: " + error.Text());
+            throw Pellmar::Exception("is not a JSON object: " + error.Text());
         }
         return SigningKey(document.dump());
     } catch (const Pellmar::NotFoundException&) {
         throw;
     } catch (const Pellmar::Exception& error) {
-        throw Pellmar::Exception(rootedPath + " " + error.what(),
-                                 error.ErrorNumber() == EACCES
-                                     ? "run this as root"
-                                     : "move it away, then run \"sentrelctl token init\"",
+        throw Pellmar::Exception(path + " " + error.what(),
+                                 "run this as root; if the file is damaged, move it away and run "
+                                 "\"sentrelctl token init\"",
                                  error.ErrorNumber());
     }
 }

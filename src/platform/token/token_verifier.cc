@@ -39,7 +39,8 @@ bool TokenVerifier::Verify(std::string_view token, std::chrono::system_clock::ti
 bool TokenVerifier::CheckSignature(std::string_view token, const Jwt& jwt, std::string& reason) {
     const std::vector<PublicKey>& keys = trustSet.Keys();
     if (keys.empty()) {
-        reason = "no key is trusted; see what the log says of the trust set " + settings.jwks;
+        reason =
+            "no key is trusted; check the log for messages about the trust set " + settings.jwks;
         return false;
     }
     if (verified.Has(token, trustSet.Generation())) {
@@ -70,8 +71,8 @@ bool TokenVerifier::CheckSignatureByKey(const std::vector<PublicKey>& keys, cons
         isTried = true;
     }
     if (isTried) {
-        reason = jwt.keyId ? "its signature is not that of the key " + Quote(*jwt.keyId)
-                           : "its signature is of no trusted key";
+        reason = jwt.keyId ? "its signature does not match the key " + Quote(*jwt.keyId)
+                           : "its signature matches no trusted key";
     } else if (isIdKnown) {
         reason = "no trusted key " + (jwt.keyId ? "with the kid " + Quote(*jwt.keyId) + " " : "") +
                  "is for its alg " + std::string(NameOf(jwt.algorithm));

@@ -44,16 +44,17 @@ TrustedKeys ParseTrustSet(std::string_view text) {
     json document;
     Json::JsonError error;
     if (!Json::Parse(text, kOptions, document, error)) {
-        throw Pellmar::Exception("is no JWK Set: line " + std::to_string(error.line) + ", column " +
-                                     std::to_string(error.column) + ": " + error.reason,
+        throw Pellmar::Exception("is not a JWK Set: line " + std::to_string(error.line) +
+                                     ", column " + std::to_string(error.column) + ": " +
+                                     error.reason,
                                  error.advice);
     }
     const auto list = document.find("keys");
     if (list == document.end() || !list->is_array()) {
-        throw Pellmar::Exception("is no JWK Set: it has no list \"keys\"");
+        throw Pellmar::Exception("is not a JWK Set: it has no list \"keys\"");
     }
     if (list->size() > kMaxTrustedKeys) {
-        throw Pellmar::Exception("holds more than " + std::to_string(kMaxTrustedKeys) + " keys");
+        throw Pellmar::Exception("contains more than " + std::to_string(kMaxTrustedKeys) + " keys");
     }
     TrustedKeys result;
     for (std::size_t i = 0; i < list->size(); ++i) {
@@ -122,7 +123,7 @@ void TrustSet::Read() {
             LogInternal(logger, 3, "Trust set %1: not used: %2", path, unused);
         }
         if (loaded.keys.empty()) {
-            throw Pellmar::Exception("holds no key that can be used");
+            throw Pellmar::Exception("contains no usable key");
         }
         keys = std::move(loaded.keys);
         LogInternal(logger, 5, "Trust set %1 read, keys in use: %2", path, keys.size());
@@ -134,7 +135,7 @@ void TrustSet::Read() {
 
 TrustedKeys TrustSet::Load() const {
     if (path.empty() || path.front() != '/') {
-        throw Pellmar::Exception("is no absolute path (setting jwks)");
+        throw Pellmar::Exception("is not an absolute path (setting jwks)");
     }
     const std::optional<std::string> text = ReadTrustSet(path);
     if (!text) {

@@ -51,7 +51,7 @@ void Connection::Close() {
 }
 
 void Connection::TimeOut() {
-    Fail("the client takes too long", std::make_error_code(std::errc::timed_out));
+    Fail("the client is too slow", std::make_error_code(std::errc::timed_out));
 }
 
 Stream::OnDone Connection::Then(Step step) {

@@ -123,7 +123,7 @@ void Connection::BeginCall() {
     const auto holder = shared_from_this();  // keeps this object alive if it is closed below
     Run([this] {
         if (stream.HasClientLeft()) {
-            return Fail("the client has left before its call began");
+            return Fail("the client disconnected before its call started");
         }
         const std::shared_ptr<Call> call = std::move(waitingCall);
         EndWait();

@@ -39,8 +39,8 @@ ConnectionTable::~ConnectionTable() = default;
 void ConnectionTable::Admit(Sys::OwnedFd socket) {
     if (connections.size() >= services->configuration.limits.maxConnections) {
         const std::shared_ptr<Connection> idle = FindWhoGivesWay();
-        services->logger->Log(kPerRequest, idle ? "Too many connections: an idle one is closed"
-                                                : "Too many connections: a new one is closed");
+        services->logger->Log(kPerRequest, idle ? "Too many connections: closing an idle one"
+                                                : "Too many connections: closing the new one");
         if (!idle) {
             return;
         }
@@ -109,8 +109,8 @@ void ConnectionTable::BoundBodies() {
     while (held > services->configuration.limits.maxUnverifiedBodyBytes) {
         const std::shared_ptr<Connection> longest = FindLongestWaiting(HoldsMuch);
         services->logger->Log(kPerRequest,
-                              "RequestReadCb: too many unfinished bodies Error: the one that takes "
-                              "longest is closed");
+                              "RequestReadCb: too many unfinished bodies Error: closing the one "
+                              "that has waited longest");
         held -= longest->HeldBodyBytes();
         longest->Close();
     }
@@ -162,8 +162,8 @@ void ConnectionTable::CloseStalledAnswer() {
         [](const Connection& connection) { return connection.HoldsStalledAnswer(); });
     if (slowest) {
         services->logger->Log(kPerRequest,
-                              "Failed to sent response body calls wait for their turn, the answer "
-                              "that is taken slowest is cut");
+                              "Failed to sent response body other calls are waiting, closing the "
+                              "connection of the slowest client");
         slowest->Close();
     }
 }

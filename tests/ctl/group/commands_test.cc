@@ -247,7 +247,7 @@ TEST_F(GroupCommands, ShowOfAMissingGroupSaysHowToMakeIt) {
     const ToolResult result = Run({"show"});
     EXPECT_EQ(result.status, 1);
     EXPECT_EQ(result.output, "");
-    EXPECT_THAT(result.error, EndsWith("; make it with \"sentrelctl group ensure\"\n"));
+    EXPECT_THAT(result.error, EndsWith("; create it with \"sentrelctl group ensure\"\n"));
 }
 
 TEST(GroupCommandsElsewhere, RefuseARootThatIsNoCgroup) {
@@ -255,7 +255,7 @@ TEST(GroupCommandsElsewhere, RefuseARootThatIsNoCgroup) {
     for (const std::string& root :
          {host.Root(), std::string("/nowhere"), std::string("relative")}) {
         ExpectFailure(RunTool({"group", "ensure"}, {"SENTREL_CGROUP_ROOT=" + root}),
-                      root + " is no cgroup v2 directory; set SENTREL_CGROUP_ROOT to one that is");
+                      root + " is not a cgroup v2 directory; set SENTREL_CGROUP_ROOT to a cgroup v2 directory");
     }
 }
 
@@ -267,8 +267,7 @@ TEST(GroupCommandsElsewhere, SayThatNothingLastsWhereNoCgroupCanBeWritten) {
         const ToolResult result = RunTool({"group", command}, {}, User::Nobody);
         ExpectFailure(result, "cannot find the plugins' resource group: ");
         ExpectFailure(result,
-                      "; run this as root, or set SENTREL_CGROUP_ROOT to a cgroup that this "
-                      "user may write\n");
+                      "; run this as root where a cgroup v2 hierarchy is mounted, or set SENTREL_CGROUP_ROOT to a cgroup that this user can write to\n");
     }
 }
 

@@ -217,7 +217,7 @@ TEST_F(ReportCommands, SayWhatFailedAndWhatToDo) {
         {{"call", "com.korvex.oru.observability.reports.get", R"({"name":"memory"})"},
          "the API has nothing of that name (com.korvex.quon.std.errors.not_found); \"sentrelctl"},
         {{"call", kList, "[]"}, "the parameters are not a JSON object; write them as"},
-        {{"call", kList, R"({"x":1})"}, "There is no member \"x\" here. Leave it out"},
+        {{"call", kList, R"({"x":1})"}, "Unknown member \"x\". Remove it"},
         {{"call", "a.b"}, "\"sentrelctl call com.korvex.quon.std.introspection.service.list\""},
         {{"list", "--token-file", expired}, refused},
         {{"list", "--token-file", nonsense}, refused},

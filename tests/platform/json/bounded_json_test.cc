@@ -148,7 +148,7 @@ TEST(BoundedJson, AsksForAnObjectWhenToldTo) {
 TEST(BoundedJson, RefusesEqualNamesInOneObjectWhenToldTo) {
     constexpr ParseOptions kStrict{kMaxBytes, Comments::Refused, Root::AnyValue,
                                    Json::EqualNames::Refused};
-    const char* const twice = "0:0: an object has two members of the same name (\"a\")";
+    const char* const twice = "0:0: an object has two members with the same name";
     const BadText rows[] = {
         {R"({"a": 1, "b": 1})", "ok"},
         {R"({"a": {"a": {"b": 1}}, "b": [{"a": 1}, {"a": 1}]})", "ok"},

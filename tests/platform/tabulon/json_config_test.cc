@@ -71,7 +71,7 @@ TEST(JsonConfig, IsEmptyWithoutFilesOrNotFoundAsTheCallAsks) {
     EXPECT_EQ(FailureOf(kSettings, {EntryOf("absent")}),
               "not found: no configuration entry oru/health/absent: neither " +
                   ::Test::VendorPath("absent") + " nor " + ::Test::HostPath("absent") +
-                  " exists; make one of them");
+                  " exists; create one of them");
 }
 
 TEST(JsonConfig, FollowsTheFlagsOfTheSettingsCall) {
@@ -139,7 +139,7 @@ TEST(JsonConfig, RefusesWhatIsThereAndCannotBeReadAsAFile) {
         const std::string path = ::Test::HostPath(row.key);
         row.make(::Test::BelowRoot(path));
         const std::string failure =
-            path + " cannot be read: " + row.reason + "; make it a readable file, or remove it";
+            path + " cannot be read: " + row.reason + "; replace it by a readable file, or remove it";
         EXPECT_EQ(FailureOf(kFallback, {EntryOf(row.key)}), failure);
         EXPECT_EQ(FailureOf(kSettings, {EntryOf(row.key)}), "not found: " + failure);
     }
@@ -153,8 +153,7 @@ TEST(JsonConfig, ReadsAFileUpToItsBound) {
     ::Test::WriteHostFile("long", value + blanks + " ");
     EXPECT_EQ(FailureOf(kFallback, {EntryOf("long")}),
               ::Test::HostPath("long") +
-                  " cannot be read: it is longer than 1048576 bytes; make it "
-                  "a readable file, or remove it");
+                  " cannot be read: it is longer than 1048576 bytes; replace it by a readable file, or remove it");
 }
 
 TEST(JsonConfig, RefusesNamesThatLeaveTheStore) {

@@ -33,17 +33,17 @@ TEST(TrustSet, UsesOnlyKeysThatFit) {
         {R"({"kty": "oct", "k": "AAAA", "kid": "h"})",
          R"(key 1 (kid "h"): its kty "oct" is not EC or RSA)"},
         {ec.Jwk(R"({"d": "AAAA"})"),
-         "key 1: it holds private members; put only the public half there"},
+         "key 1: it has private members; use only the public half"},
         {rsa.Jwk(R"({"q": null, "dp": "AAAA"})"),
-         "key 1: it holds private members; put only the public half there"},
+         "key 1: it has private members; use only the public half"},
         {p384.Jwk(), "key 1: its crv is not P-256"},
         {p384.Jwk(R"({"crv": "P-256"})"), "key 1: its x is not the base64url of 32 bytes"},
         {ec.Jwk(R"({"y": "AAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAA"})"),
-         "key 1: it is no valid key; its point may not lie on the curve"},
+         "key 1: it is not a valid key; its point may not be on the curve"},
         {ec.Jwk(R"({"alg": "ES384"})"), "key 1: its alg is not ES256"},
         {ec.Jwk(R"({"use": "enc"})"), "key 1: its use is not sig"},
-        {ec.Jwk(R"({"key_ops": ["sign"]})"), "key 1: its key_ops do not hold verify"},
-        {ec.Jwk(R"({"kid": 1})"), "key 1: its kid is no string"},
+        {ec.Jwk(R"({"key_ops": ["sign"]})"), "key 1: its key_ops do not contain verify"},
+        {ec.Jwk(R"({"kid": 1})"), "key 1: its kid is not a string"},
         {rsa.Jwk(R"({"e": "AQ"})"), "key 1: its exponent is not an odd number from 3 to 2^32"},
         {rsa.Jwk(R"({"e": "AQAAAAE"})"), "key 1: its exponent is not an odd number from 3 to 2^32"},
         {rsa.Jwk(R"({"n": "AQ=="})"), "key 1: its n and e are not both base64url"},
@@ -72,14 +72,13 @@ TEST_F(TrustSetFile, SaysOnceWhyEveryTokenIsRefused) {
     const std::map<std::string, std::string> reasonsOfTexts = {
         {"", "is empty"},
         {"{",
-         "is no JWK Set: line 1, column 2: the text ends where a member name in double quotes "
-         "or '}' is expected"},
-        {R"({"keys": {}})", "is no JWK Set: it has no list \"keys\""},
+         "is not a JWK Set: line 1, column 2: the text ends where a member name in double quotes or '}' is expected"},
+        {R"({"keys": {}})", "is not a JWK Set: it has no list \"keys\""},
         {R"({"keys": [], "keys": []})",
-         "is no JWK Set: line 0, column 0: an object has two members of the same name (\"keys\")"},
-        {R"({"keys": []})", "holds no key that can be used"},
-        {R"({"keys": [1]})", "holds no key that can be used"},
-        {R"({"keys": [0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0]})", "holds more than 16 keys"},
+         "is not a JWK Set: line 0, column 0: an object has two members with the same name"},
+        {R"({"keys": []})", "contains no usable key"},
+        {R"({"keys": [1]})", "contains no usable key"},
+        {R"({"keys": [0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0]})", "contains more than 16 keys"},
         {std::string(Token::kMaxTrustSetBytes + 1, ' '), "is longer than 1048576 bytes"},
     };
     EXPECT_EQ(KeyCount(), 0U);
@@ -107,7 +106,7 @@ TEST_F(TrustSetFile, RefusesWhatIsNoFile) {
     EXPECT_TRUE(log.Contains("is not a regular file"));
     Token::TrustSet relative("jwks.json", Pellmar::Service::Logger::sDefaultLogger);
     EXPECT_TRUE(relative.Keys().empty());
-    EXPECT_TRUE(log.Contains("trust set jwks.json is no absolute path (setting jwks)"));
+    EXPECT_TRUE(log.Contains("trust set jwks.json is not an absolute path (setting jwks)"));
 }
 
 TEST_F(TrustSetFile, IsReadAgainExactlyWhenItChanged) {

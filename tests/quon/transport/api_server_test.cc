@@ -160,7 +160,7 @@ TEST_P(SlowClients, AreCut) {
     const RunningServer server(GetParam().configuration);
     RawConnection client = server.Connect();
     ASSERT_TRUE(client.Send(GetParam().sent));
-    EXPECT_TRUE(server.log->WaitFor("7 Handle request error: the client takes too long: "));
+    EXPECT_TRUE(server.log->WaitFor("7 Handle request error: the client is too slow: "));
     EXPECT_LT(server.provider->elements, 40'000U);  // what the sockets hold, and one piece
     (void)client.ReadUntilClosed();
 }

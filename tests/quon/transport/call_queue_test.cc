@@ -37,7 +37,7 @@ TEST(CallQueue, CutsAnAnswerThatIsNotTakenWhileACallWaits) {
     RawConnection second = server.Connect();
     ASSERT_TRUE(second.Send(kClosingPost));
     EXPECT_NE(second.ReadUntilClosed().find(kResult), std::string::npos);
-    EXPECT_TRUE(server.log->WaitFor("6 Failed to sent response body calls wait"));
+    EXPECT_TRUE(server.log->WaitFor("6 Failed to sent response body other calls are waiting"));
     EXPECT_FALSE(first.ReadUntilClosed().ends_with("0\r\n\r\n"));
 }
 
@@ -59,7 +59,7 @@ TEST(CallQueue, BeginsNoCallForAClientThatHasLeft) {
                           result->SetValue(Quon::Data::DataValue("done"));
                       });
     EXPECT_TRUE(
-        server.log->WaitFor("7 Handle request error: the client has left before its call began"));
+        server.log->WaitFor("7 Handle request error: the client disconnected before its call started"));
     EXPECT_NE(silent.ReadUntilClosed().find(kResult), std::string::npos);
 }
 

@@ -26,33 +26,33 @@ std::string ErrorText(int error) { return std::generic_category().message(error)
     throw Pellmar::IOException(
         what, error,
         isForbidden
-            ? "run this as root, or set SENTREL_CGROUP_ROOT to a cgroup that this user may write"
+            ? "run this as root, or set SENTREL_CGROUP_ROOT to a cgroup that this user can write to"
             : "");
 }
 
 std::vector<std::string> RequireGroupPath(std::string_view path) {
     std::vector<std::string> segments = SplitGroupPath(path);
     if (segments.empty()) {
-        throw Pellmar::InvalidArgumentException("\"" + std::string(path) +
-                                                "\" can name no resource group; write names with "
-                                                "\"/\" between, such as host/pax/NAME");
+        throw Pellmar::InvalidArgumentException(
+            "\"" + std::string(path) +
+            "\" is not a valid resource group; separate names with \"/\", as in host/pax/NAME");
     }
     return segments;
 }
 
 [[noreturn]] void ThrowNotFound(std::string_view path, const std::string& directory) {
     throw Pellmar::NotFoundException(
-        "there is no resource group " + std::string(path) + " (" + directory + ")",
-        "make it with \"sentrelctl group ensure\"");
+        "resource group " + std::string(path) + " does not exist (" + directory + ")",
+        "create it with \"sentrelctl group ensure\"");
 }
 
 CgroupDirectory MakeDirectory(const std::string& directory) {
     if (::mkdir(directory.c_str(), kDirectoryMode) != 0 && errno != EEXIST) {
-        Refuse("the cgroup " + directory + " cannot be made", errno);
+        Refuse("cannot create the cgroup " + directory, errno);
     }
     CgroupDirectory made;
     if (const int error = CgroupDirectory::Open(directory, made); error != 0) {
-        Refuse("the cgroup " + directory + " cannot be opened", error);
+        Refuse("cannot open the cgroup " + directory, error);
     }
     return made;
 }
@@ -63,7 +63,7 @@ std::string EnableMemory(const CgroupDirectory& cgroup, const std::string& direc
         return directory + " has no memory controller";
     }
     if (const int error = cgroup.EnableMemory(); error != 0) {
-        return "the memory controller cannot be enabled in " + directory + ": " + ErrorText(error);
+        return "cannot enable the memory controller in " + directory + ": " + ErrorText(error);
     }
     return "";
 }
@@ -173,8 +173,9 @@ bool CgroupBackend::TakeFound(std::string_view path, GroupPlace& place) {
 std::string CgroupBackend::Ensure(std::string_view path, unsigned reservationMB) {
     CgroupDirectory above;
     if (CgroupDirectory::Open(root, above) != 0 || !above.IsCgroup2()) {
-        throw Pellmar::NotFoundException(root + " is no cgroup v2 directory",
-                                         "set SENTREL_CGROUP_ROOT to one that is, or unset it");
+        throw Pellmar::NotFoundException(
+            root + " is not a cgroup v2 directory",
+            "set SENTREL_CGROUP_ROOT to a cgroup v2 directory, or unset it");
     }
     std::string directory = root;
     std::string problem;
@@ -199,7 +200,7 @@ CgroupDirectory CgroupBackend::Require(std::string_view path) const {
         ThrowNotFound(path, DirectoryOf(path));
     }
     if (error != 0) {
-        Refuse("the cgroup " + DirectoryOf(path) + " cannot be opened", error);
+        Refuse("cannot open the cgroup " + DirectoryOf(path), error);
     }
     return group;
 }
@@ -246,10 +247,12 @@ void CgroupBackend::Remove(std::string_view path) {
         if (error == ENOENT) {
             ThrowNotFound(path, directory);
         }
-        Refuse("the cgroup " + directory + " cannot be removed" +
-                   (error == EBUSY ? "; end the processes in it and remove the groups in it first"
-                                   : ""),
-               error);
+        const std::string what = "cannot remove the cgroup " + directory;
+        if (error == EBUSY) {
+            throw Pellmar::IOException(
+                what, error, "kill the processes in it and remove the groups in it first");
+        }
+        Refuse(what, error);
     }
     for (segments.pop_back(); !segments.empty(); segments.pop_back()) {
         directory.resize(directory.rfind('/'));

@@ -197,7 +197,7 @@ GroupRoot LocateGroupRoot() {
     }
     if (const int error = WriteProblem(mount->directory); error != 0) {
         return {Kind::None, "",
-                mount->directory + " cannot be written: " + std::generic_category().message(error)};
+                mount->directory + " is not writable: " + std::generic_category().message(error)};
     }
     return {Kind::Mount, mount->directory, ""};
 }
@@ -220,7 +220,7 @@ GroupRoot LocateGroupRootOf(pid_t process) {
     }
     if (!MayWrite(directory, mount->directory)) {
         return {Kind::None, "",
-                mount->directory + " cannot be written by the user of process " +
+                mount->directory + " is not writable by the user of process " +
                     std::to_string(process)};
     }
     return {Kind::Mount, mount->directory, ""};

@@ -10,13 +10,13 @@ namespace Kernel {
 
 namespace {
 
-constexpr const char* kNoHierarchy = "no cgroup v2 hierarchy can be written";
+constexpr const char* kNoHierarchy = "no writable cgroup v2 hierarchy";
 
 [[noreturn]] void ThrowNotFound(std::string_view path) {
-    throw Pellmar::NotFoundException(
-        "there is no resource group " + std::string(path) +
-        " in this process, which may write no cgroup v2 hierarchy; run it as root, or set "
-        "SENTREL_CGROUP_ROOT to a cgroup that this user may write");
+    throw Pellmar::NotFoundException("resource group " + std::string(path) +
+                                     " does not exist in this process, which cannot write to a "
+                                     "cgroup v2 hierarchy; run it as root, or set "
+                                     "SENTREL_CGROUP_ROOT to a cgroup that this user can write to");
 }
 
 }  // namespace
@@ -58,7 +58,7 @@ int EmbeddedBackend::OpenPlace(std::string_view path, GroupPlace& place) {
 std::string EmbeddedBackend::Ensure(std::string_view path, unsigned) {
     if (SplitGroupPath(path).empty()) {
         throw Pellmar::InvalidArgumentException("\"" + std::string(path) +
-                                                "\" can name no resource group");
+                                                "\" is not a valid resource group");
     }
     const Sys::MutexLock guard(lock);
     if (ids.find(path) == ids.end()) {
@@ -87,7 +87,7 @@ void EmbeddedBackend::Remove(std::string_view path) {
     }
     if (!processes.MembersOf(id).empty()) {
         throw Pellmar::IOException("the resource group " + std::string(path) +
-                                   " has processes; end them first");
+                                   " has processes; kill them first");
     }
     const Sys::MutexLock guard(lock);
     ids.erase(std::string(path));

@@ -80,7 +80,7 @@ void LogNoReservation(const Ref<Logger>& logger, std::string_view path, std::str
 void EnterLeaf(const std::string& unit) {
     const std::string leaf = unit + "/" + std::string(kDaemonLeaf);
     if (::mkdir(leaf.c_str(), kLeafMode) != 0 && errno != EEXIST) {
-        throw Pellmar::IOException("making the cgroup " + leaf, errno);
+        throw Pellmar::IOException("creating the cgroup " + leaf, errno);
     }
     CgroupDirectory directory;
     int error = CgroupDirectory::Open(leaf, directory);
@@ -97,8 +97,8 @@ void CheckRoot(const Ref<Logger>& logger, const GroupRoot& root, std::string_vie
     CgroupDirectory directory;
     if (CgroupDirectory::Open(root.directory, directory) != 0 || !directory.IsCgroup2()) {
         LogInternal(logger, 3,
-                    "%1 is no cgroup v2 directory, so every launch is refused; set "
-                    "SENTREL_CGROUP_ROOT to one that is, or unset it",
+                    "%1 is not a cgroup v2 directory, so every launch is refused; set "
+                    "SENTREL_CGROUP_ROOT to a cgroup v2 directory, or unset it",
                     root.directory);
     } else if (!directory.OffersMemory()) {
         LogNoReservation(logger, path, root.directory + " has no memory controller");
@@ -121,9 +121,8 @@ void MakeOwnGroup(const Ref<Logger>& logger, const GroupRoot& root, std::string_
             LogInternal(logger, 5, "Resource group %1 is not limited as configured: %2", path, gap);
         }
     } catch (const Pellmar::Exception& exception) {
-        LogInternal(logger, 3,
-                    "Resource group %1 could not be made, so every launch is refused: %2", path,
-                    exception.what());
+        LogInternal(logger, 3, "Cannot create resource group %1, so every launch is refused: %2",
+                    path, exception.what());
     }
 }
 

@@ -9,12 +9,12 @@ const char* MSK_ReturnStatusToString(MSK_ReturnStatus status) {
         case Kernel::kStatusFailure:
             return "Failure";
         case Kernel::kStatusNotFound:
-            return "Not found; make the group with \"sentrelctl group ensure\"";
+            return "Not found; create the group with \"sentrelctl group ensure\"";
         case Kernel::kStatusBadParameter:
             return "Bad parameter";
         case Kernel::kStatusNoPermission:
-            return "No permission; run the daemon as root, or set SENTREL_CGROUP_ROOT to a cgroup "
-                   "that its user may write";
+            return "Permission denied; run the daemon as root, or set SENTREL_CGROUP_ROOT to a "
+                   "cgroup that its user can write to";
         case Kernel::kStatusOutOfMemory:
             return "Out of memory";
         case Kernel::kStatusNoDescriptors:

@@ -81,8 +81,8 @@ void ProtectFromPlugins() {
     Pellmar::Service::LogInternal(
         Pellmar::Service::Logger::CreateLogger(Pellmar::Service::Logger::sDefaultLogger, "Kernel"),
         5,
-        "The kernel has no Landlock: plugins can write what the daemon can; its memory is "
-        "protected by making it not dumpable");
+        "Landlock is not available, so plugins can write every file that the daemon can; the "
+        "daemon's memory is protected by making it not dumpable");
 }
 
 }  // namespace Kernel

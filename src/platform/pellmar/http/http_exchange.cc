@@ -98,14 +98,14 @@ int Exchange::ReadBody(char* buffer, std::size_t size) {
 
 void Exchange::Reply(const ResponseCode& code) {
     if (!SendAnswer(code)) {
-        Service::LogInternal(service->GetLogger(), 6, "Answer %1 to %2 could not be sent",
-                             code.status, url);
+        Service::LogInternal(service->GetLogger(), 6, "Cannot send response %1 to %2", code.status,
+                             url);
     }
 }
 
 void Exchange::Complete() {
     if (!SendAnswer(status)) {
-        throw IOException("the answer to " + url + " could not be sent: the client is gone");
+        throw IOException("cannot send the response to " + url + ": the client is gone");
     }
 }
 
@@ -130,7 +130,7 @@ void Exchange::AwaitBody() {
                 if (connection->GaveWay()) {
                     continue;
                 }
-                FailBody(BodyState::Gone, "the client ended the connection");
+                FailBody(BodyState::Gone, "the client closed the connection");
             case Connection::Fill::Failed:
                 FailBody(BodyState::Gone, std::generic_category().message(errno));
             case Connection::Fill::Nothing:
@@ -138,8 +138,8 @@ void Exchange::AwaitBody() {
         }
         const Connection::TimePoint stall = Clock::now() + service->GetTimes().bodyStall;
         if (!WaitAside(POLLIN, std::min(stall, bodyDeadline))) {
-            FailBody(BodyState::Late, stall < bodyDeadline ? "the client sends nothing any more"
-                                                           : "the client takes too long");
+            FailBody(BodyState::Late, stall < bodyDeadline ? "the client stopped sending"
+                                                           : "the client is too slow");
         }
     }
 }

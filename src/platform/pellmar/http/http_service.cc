@@ -136,8 +136,8 @@ void ServiceImpl::StartRunner() {
             --runners;
         }
         LogInternal(logger, 3,
-                    "Cannot start a thread to serve connections: %1. Those that run go on alone; "
-                    "raise the limit of threads",
+                    "Cannot start a thread to serve connections: %1. The running threads continue "
+                    "alone; raise the limit of threads",
                     exception.what());
     }
 }

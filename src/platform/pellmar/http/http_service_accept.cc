@@ -59,10 +59,10 @@ bool ServiceImpl::MakeRoom() {
         boundIsNew = !std::exchange(boundWasLogged, true);
     }
     if (boundIsNew) {
-        LogInternal(logger, 3,
-                    "%1 connections are open, the most at a time: one that waits is closed for "
-                    "each new one",
-                    kMaxConnections);
+        LogInternal(
+            logger, 3,
+            "%1 connections are open, which is the limit: each new one closes a waiting one",
+            kMaxConnections);
     }
     return CloseOneThatWaits();
 }
@@ -75,11 +75,10 @@ void ServiceImpl::HandleAcceptError(int error) {
         isNew = now - std::exchange(lastAcceptError, now) > kQuietTime;
     }
     if (isNew) {
-        LogInternal(
-            logger, 3,
-            "Cannot accept a connection: %1. Waiting ones are closed, and accepting goes on "
-            "by itself",
-            std::generic_category().message(error));
+        LogInternal(logger, 3,
+                    "Cannot accept a connection: %1. Waiting connections are closed, and accepting "
+                    "resumes by itself",
+                    std::generic_category().message(error));
     }
     if (!CloseOneThatWaits()) {
         PauseAccepting(times.acceptPause);

@@ -44,8 +44,8 @@ bool ServiceImpl::TakePlace(const Ref<Connection>& connection, std::uint64_t len
     }
     if (boundIsNew) {
         LogInternal(logger, 3,
-                    "%1 bodies are being read, the most at a time: while further posts wait, a "
-                    "body that takes more than %2 ms gives way",
+                    "%1 bodies are being read, which is the limit: while further posts wait, the "
+                    "slowest bodies that take more than %2 ms give way",
                     kMaxBodies, times.bodyGrace.count());
     }
     return false;

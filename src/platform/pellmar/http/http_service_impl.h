@@ -119,8 +119,8 @@ class ServiceImpl final : public HttpService {
         EXCLUDES(lock);
     void AwaitPlace(const Ref<Connection>& connection, std::size_t headLength,
                     std::uint64_t requestLength) EXCLUDES(lock);
-    // Frees the place of the finished body and, if the next post waits for a place, gives it one
-    // when free. `slot` now waits.
+    // Call it when `slot` starts to wait: frees the place of its last body or, if its request waits
+    // for a place, gives it one if available.
     void SeeToPlaces(Slot& slot) REQUIRES(lock);
     void FreePlace(Slot& slot) REQUIRES(lock);
     void GivePlace(Slot& slot) REQUIRES(lock);

@@ -207,7 +207,7 @@ void ServiceImpl::Await(const Ref<Connection>& connection, std::uint32_t events,
         }
     }
     if (error != 0) {
-        LogInternal(logger, 3, "Cannot watch a connection: %1. It is closed",
+        LogInternal(logger, 3, "Cannot watch a connection, so it is closed: %1",
                     std::generic_category().message(error));
         Close(connection);
     }

@@ -154,7 +154,7 @@ void LogSink::Write(int level, std::string_view loggerName, std::string_view mes
 // When the notice is accepted, the reader knows about all dropped lines.
 bool LogSink::WriteDropNotice() {
     const std::string notice =
-        "Log lines dropped because standard error did not take them: " + std::to_string(dropped);
+        "Log lines dropped because standard error was blocked: " + std::to_string(dropped);
     if (!Deliver(3, "sentrel", notice, kNoFields)) {
         return false;
     }

@@ -65,7 +65,7 @@ void SetLogLevel(const Config& config) {
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), level);
     if (error != std::errc() || end != text.data() + text.size()) {
         LogInternal(Logger::sDefaultLogger, 3,
-                    "%1 is \"%2\", not a number: the configured log level %3 holds; set it to a "
+                    "%1 is \"%2\", not a number: using the configured log level %3; set it to a "
                     "number from 3 to 7",
                     kLogLevelVariable, text, configured);
         return;
@@ -147,7 +147,7 @@ void App::TellStatus(const std::string& line) {
 void SetAppInfo(const AppInfo& info) { GetApp().info = info; }
 
 void InitApp(const Ref<Config>& config) {
-    // The C library never returns the memory that a heap's threads once used. Hundreds of threads
+    // Each heap of the C library keeps the memory that its threads once used. Hundreds of threads
     // may come and go; with a heap for most of them the process would stay as large as at its
     // busiest moment.
     // NOLINTNEXTLINE(concurrency-mt-unsafe): no other thread runs yet

@@ -56,7 +56,7 @@ std::chrono::microseconds ReadWatchdogPeriod() {
     if (microseconds <= 0) {
         LogInternal(Logger::sDefaultLogger, 3,
                     "WATCHDOG_USEC is \"%1\", not a number of microseconds: the watchdog is not "
-                    "fed; set WatchdogSec= of the unit",
+                    "fed; set WatchdogSec= in the unit",
                     period);
         return std::chrono::microseconds(0);
     }
@@ -92,8 +92,8 @@ ServiceManager::ServiceManager() {
     }
     if (!IsUsableSocketName(name)) {
         LogInternal(Logger::sDefaultLogger, 3,
-                    "NOTIFY_SOCKET is \"%1\", neither an absolute path nor \"@\" and a name, of at "
-                    "most 107 bytes: the service manager is told nothing",
+                    "NOTIFY_SOCKET is \"%1\", but must be an absolute path or \"@\" and a name, of "
+                    "at most 107 bytes: the service manager is not notified",
                     name);
         return;
     }
@@ -108,7 +108,7 @@ void ServiceManager::Notify(std::string_view message) const {
     const int error = SendDatagram(socketName, message);
     if (error != 0) {
         LogInternal(Logger::sDefaultLogger, 3,
-                    "Cannot tell the service manager %1 at NOTIFY_SOCKET %2: %3", message,
+                    "Cannot send %1 to the service manager at NOTIFY_SOCKET %2: %3", message,
                     socketName, std::generic_category().message(error));
     }
 }

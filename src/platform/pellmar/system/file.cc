@@ -33,18 +33,18 @@ std::string_view AdviceFor(int errorNumber) {
     switch (errorNumber) {
         case EACCES:
         case EPERM:
-            return "; let the user of this process write there";
+            return "; give the user of this process write permission";
         case EROFS:
             return "; mount the file system writable";
         case ENOSPC:
         case EDQUOT:
-            return "; make room there";
+            return "; free space on the file system";
         case ENOENT:
         case ENOTDIR:
-            return "; make the directory that is missing";
+            return "; create the missing directory";
         case EEXIST:
         case EISDIR:
-            return "; remove what stands there";
+            return "; remove the file or directory there";
         case EMFILE:
         case ENFILE:
             return "; raise the limit of open files";
@@ -62,7 +62,7 @@ std::string ReasonOf(int errorNumber) {
 std::string ReadReasonOf(int errorNumber) {
     return errorNumber == EACCES || errorNumber == EPERM
                ? std::generic_category().message(errorNumber) +
-                     "; let the user of this process read it"
+                     "; give the user of this process read permission"
                : ReasonOf(errorNumber);
 }
 
@@ -82,10 +82,10 @@ bool UmaskCutsFileMode() {
 void RemoveObstacle(const std::string& path) {
     const int error = ::unlink(path.c_str()) == 0 ? 0 : errno;
     if (error == EISDIR) {
-        throw IOException("Cannot create " + path + ": a directory stands there; remove it");
+        throw IOException("Cannot create " + path + ": it is a directory; remove it");
     }
     if (error != 0 && error != ENOENT) {
-        throw IOException("Cannot remove what stands at " + path + ": " + ReasonOf(error));
+        throw IOException("Cannot remove the existing " + path + ": " + ReasonOf(error));
     }
 }
 
@@ -103,7 +103,7 @@ Sys::OwnedFd CreateExclusively(const std::string& path) {
         RemoveObstacle(path);
     }
     throw IOException("Cannot create " + path +
-                      ": something else makes it again each time it is removed; stop that");
+                      ": another process recreates it whenever it is removed; stop that process");
 }
 
 struct DirectoryCloser {
@@ -192,7 +192,7 @@ void File::CreateSymbolicLink(const std::string& linkPath, int /*flag*/) const {
     if (::symlinkat(path.c_str(), AT_FDCWD, linkPath.c_str()) != 0) {
         const int error = errno;
         Service::LogInternal(Service::Logger::sDefaultLogger, 3,
-                             "Cannot make the symbolic link %1 to %2: %3", linkPath, path,
+                             "Cannot create the symbolic link %1 to %2: %3", linkPath, path,
                              ReasonOf(error));
     }
 }

@@ -104,11 +104,10 @@ void Scheduler::Dispatch(const Ref<ScheduledItem>& item) {
             function(item.Get());
         });
     } catch (const std::exception& exception) {
-        Service::LogInternal(
-            Service::Logger::sDefaultLogger, 3,
-            "Cannot start a thread for a scheduled function that is due: %1. It is "
-            "tried again in a second; raise the limit of threads",
-            exception.what());
+        Service::LogInternal(Service::Logger::sDefaultLogger, 3,
+                             "Cannot start a thread for a scheduled function: %1. It is retried in "
+                             "a second; raise the limit of threads",
+                             exception.what());
         Sys::MutexLock guard(lock);
         Enqueue(item, clock.Now() + kRetryDelay);
     }

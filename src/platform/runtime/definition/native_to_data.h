@@ -111,7 +111,7 @@ Data::DataValue ToOwnedData(const T& native, const Owner& owner) {
     }
 }
 
-// Converts a value of any API type; the result does not refer to it.
+// Converts a value of any API type; the result owns everything that it refers to.
 template <typename T>
 Data::DataValue ToData(const T& native) {
     return ToOwnedData(native, nullptr);

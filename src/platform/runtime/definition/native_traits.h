@@ -4,9 +4,9 @@
 //   template <>
 //   struct Quon::Native::StructureOf<Info> {
 //       static constexpr std::string_view kName = "com.korvex.oru.observability.reports.info";
-//       static constexpr std::string_view kDocumentation = "The newest report of a name.";
+//       static constexpr std::string_view kDocumentation = "The newest report of a report name.";
 //       static constexpr auto kFields = std::make_tuple(
-//           Field{"time", &Info::time, "When the report was made."}, ...);
+//           Field{"time", &Info::time, "When the report was created."}, ...);
 //   };
 //
 // Types of fields: bool, std::int64_t, std::string, DateTime, an enumeration with EnumerationOf, a

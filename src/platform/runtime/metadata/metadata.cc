@@ -60,7 +60,7 @@ Data::ErrorValue Load(const std::string& package, const std::string& path, std::
         return Unusable(path, error.message() + ".");
     }
     if (!isRegular) {  // opening a FIFO would block
-        return Unusable(path, "It is no regular file.");
+        return Unusable(path, "It is not a regular file.");
     }
     std::ifstream file(rootedPath, std::ios::binary);
     if (!file) {

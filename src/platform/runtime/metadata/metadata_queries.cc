@@ -100,19 +100,19 @@ const char* DocumentationOf(Query query) {
         case Query::List:
             return "Lists the identifiers, ascending.";
         case Query::Get:
-            return "Tells what is known of one identifier.";
+            return "Returns the structure with that identifier.";
         case Query::GetOnly:
-            return "Tells what runs the operations.";
+            return "Returns the provider that runs the operations.";
         case Query::Fingerprint:
-            return "Gives a text that changes exactly when what the service tells does.";
+            return "Returns a text that changes exactly when the service's metadata change.";
         case Query::ComponentFingerprint:
-            return "Gives a text that changes exactly when the component's metadata does.";
+            return "Returns a text that changes exactly when the component's metadata change.";
         case Query::ListOperations:
             return "Lists the names of a service's operations, ascending.";
         case Query::GetOperation:
-            return "Tells what is known of one operation of a service.";
+            return "Returns one operation of a service.";
         case Query::ListModels:
-            return "Lists the structures that tell of a resource, ascending.";
+            return "Lists the structures that describe a resource, ascending.";
     }
     return "";
 }
@@ -166,13 +166,13 @@ ApiOperation Bind(const RuntimeOperation& row, const CollectionSource& source) {
 const char* DocumentationOf(OperationGroup group) {
     switch (group) {
         case OperationGroup::Cli:
-            return "How a command line reaches the operations.";
+            return "How a command line maps to the operations.";
         case OperationGroup::Authentication:
             return "How callers authenticate.";
         case OperationGroup::Metamodel:
-            return "What the services and their types are.";
+            return "The services and their types.";
         case OperationGroup::Introspection:
-            return "What this provider offers now.";
+            return "What this provider currently offers.";
     }
     return "";
 }

@@ -38,15 +38,15 @@ struct StructureOf<Provider::NoParameters> {
 template <>
 struct StructureOf<Provider::IdParameters> {
     static constexpr std::string_view kName = "com.korvex.quon.metadata.id_parameters";
-    static constexpr std::string_view kDocumentation = "What is asked for.";
-    static constexpr auto kFields = std::make_tuple(
-        Field{"id", &Provider::IdParameters::id, "One of the identifiers that are listed."});
+    static constexpr std::string_view kDocumentation = "The queried object.";
+    static constexpr auto kFields =
+        std::make_tuple(Field{"id", &Provider::IdParameters::id, "One of the listed identifiers."});
 };
 
 template <>
 struct StructureOf<Provider::ServiceParameters> {
     static constexpr std::string_view kName = "com.korvex.quon.metadata.service_parameters";
-    static constexpr std::string_view kDocumentation = "What is asked for.";
+    static constexpr std::string_view kDocumentation = "The queried object.";
     static constexpr auto kFields = std::make_tuple(
         Field{"service", &Provider::ServiceParameters::service, "The identifier of a service."});
 };
@@ -54,7 +54,7 @@ struct StructureOf<Provider::ServiceParameters> {
 template <>
 struct StructureOf<Provider::OperationParameters> {
     static constexpr std::string_view kName = "com.korvex.quon.metadata.operation_parameters";
-    static constexpr std::string_view kDocumentation = "What is asked for.";
+    static constexpr std::string_view kDocumentation = "The queried object.";
     static constexpr auto kFields = std::make_tuple(
         Field{"service", &Provider::OperationParameters::service, "The identifier of a service."},
         Field{"operation", &Provider::OperationParameters::operation,
@@ -64,7 +64,7 @@ struct StructureOf<Provider::OperationParameters> {
 template <>
 struct StructureOf<Provider::ResourceParameters> {
     static constexpr std::string_view kName = "com.korvex.quon.metadata.resource_parameters";
-    static constexpr std::string_view kDocumentation = "What is asked for.";
+    static constexpr std::string_view kDocumentation = "The queried object.";
     static constexpr auto kFields = std::make_tuple(Field{
         "resource", &Provider::ResourceParameters::resource, "The identifier of a resource."});
 };

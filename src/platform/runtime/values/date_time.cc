@@ -160,13 +160,13 @@ class Category : public std::error_category {
                 return "it does not have the form YYYY-MM-DDTHH:MM:SS, a fraction of up to nine "
                        "digits, and Z or +hh:mm";
             case DateTimeError::Range:
-                return "a part of it is out of its range, or its month has no such day";
+                return "a field is out of range, or the month has no such day";
             case DateTimeError::Year:
                 return "its year is not between 0001 and 9999 in UTC";
             case DateTimeError::LocalTime:
                 break;
         }
-        return "it has no zone, and the local time of the host skips this moment";
+        return "it has no zone, and the host's local time skips this time";
     }
 };
 

@@ -20,11 +20,10 @@ struct CatalogueRow {
 constexpr CatalogueRow kCatalogue[] = {
     // Requests that the transport refuses
     {"quon.invalid.request",
-     "The request cannot be served. Send it with POST, with the content type application/json and "
-     "no other, and with one JSON-RPC 2.0 request object as its whole body."},
+     "The request cannot be served. Use POST, the content type application/json, and a body of "
+     "exactly one JSON-RPC 2.0 request object."},
     {"quon.invalid.content.type",
-     "The content type \"%1\" is not served. Send the request with the content type "
-     "application/json."},
+     "The content type \"%1\" is not supported. Use application/json."},
     {"quon.request.exceeds.max.size",
      "The request is larger than this server accepts. Ask for less in one request, for example "
      "with fewer names."},
@@ -35,62 +34,61 @@ constexpr CatalogueRow kCatalogue[] = {
      "The request is not JSON: at line %1, column %2, %3. Send one JSON-RPC 2.0 request object."},
     {"quon.request.not.an.object",
      "The request is not a JSON object. Send one JSON-RPC 2.0 request object; batches are not "
-     "served."},
+     "supported."},
     {"quon.request.version",
-     "The request does not say that it is JSON-RPC 2.0. Add the member \"jsonrpc\": \"2.0\"."},
+     "The request is not marked as JSON-RPC 2.0. Add the member \"jsonrpc\": \"2.0\"."},
     {"quon.request.method",
-     "The request names no operation. Add the member \"method\", a string of the service, a dot "
-     "and the operation."},
+     "The request names no operation. Add the member \"method\", a string: the service, a dot and "
+     "the operation."},
     {"quon.request.method.too.long",
      "The member \"method\" is longer than %1 bytes. Check the name of the operation."},
     {"quon.request.id",
-     "The request has no id to answer to. Add the member \"id\", a string or a number."},
+     "The request has no valid id. Add the member \"id\", a string or a number."},
     {"quon.request.id.too.long",
      "The member \"id\" is longer than %1 bytes. Send a shorter string or number."},
     {"quon.request.params",
      "The member \"params\" is not an object. Give the parameters by their names, or leave "
-     "\"params\" out when there are none."},
+     "\"params\" out if there are none."},
     // Refused calls
     {"quon.operation.not.found",
-     "There is no operation \"%1\". Check the method of the request; the introspection services "
-     "list every operation."},
+     "Unknown operation \"%1\". Check the method of the request; the introspection services list "
+     "every operation."},
     {"quon.unauthenticated",
-     "This call needs a valid token. Send one in the header \"Authorization: Bearer TOKEN\"; the "
-     "server's log says why a token was refused."},
+     "This call requires a valid token. Send one in the header \"Authorization: Bearer TOKEN\"; "
+     "the server's log says why a token was refused."},
     {"quon.unauthorized",
-     "The operation \"%1\" needs the privilege \"%2\", which the token does not grant. Ask the "
+     "The operation \"%1\" requires the privilege \"%2\", which the token does not grant. Ask the "
      "issuer of the token for it."},
     // Invalid parameters
     {"quon.member.missing", "The member \"%1\" is missing. Add it; it is %2."},
     {"quon.member.unknown",
-     "There is no member \"%1\" here. Leave it out, or check its name; known are: %2."},
-    {"quon.member.type", "The member \"%1\" must be %2, and not %3."},
+     "Unknown member \"%1\". Remove it or check its name; known members: %2."},
+    {"quon.member.type", "The member \"%1\" must be %2, not %3."},
     {"quon.member.text", "The member \"%1\" must be one of these: %2."},
     {"quon.member.datetime",
      "The member \"%1\" is not a date-time: %2. Write it like 2024-02-29T12:30:00.000Z."},
     // Metadata
     {"quon.metadata.not.found",
-     "Nothing is known of \"%1\" here. The operation \"list\" of this service gives what there "
-     "is."},
-    {"quon.metadata.file.unusable",
-     "The metadata file %1 cannot be used: %2 Correct it, or install it again."},
-    {"quon.metadata.unreadable", "It cannot be read to its end."},
-    {"quon.metadata.not.json", "It is not a JSON object that can be used: %1."},
+     "Unknown identifier \"%1\". The operation \"list\" of this service lists the known ones."},
+    {"quon.metadata.file.unusable", "Cannot use the metadata file %1: %2 Correct or reinstall it."},
+    {"quon.metadata.unreadable", "It cannot be read completely."},
+    {"quon.metadata.not.json", "It is not a valid JSON object: %1."},
     {"quon.metadata.too.long", "It is longer than %1 bytes."},
-    {"quon.metadata.other.package", "It is that of the package %1, where %2 is wanted."},
+    {"quon.metadata.other.package", "It belongs to the package %1, not to %2."},
     {"quon.metadata.repeated.id", "Two of its %1 have the id \"%2\"."},
-    {"quon.metadata.no.schemes", "It gives no authentication schemes for the operation %1."},
+    {"quon.metadata.no.schemes", "It lists no authentication schemes for the operation %1."},
     {"quon.metadata.privileges.conflict",
-     "It gives the privileges of the operation %1 twice, or for an operation that is open to all."},
+     "It lists the privileges of the operation %1 twice, or for an operation that is open to "
+     "everybody."},
     // Failures of the server
     {"quon.operation.failed",
-     "The operation \"%1\" failed. Try again; if it happens once more, report it together with the "
+     "The operation \"%1\" failed. Try again; if it happens again, report it together with the "
      "server's log, which says why."},
     {"quon.operation.without.result",
-     "The operation ended without a result. Try again; if it happens once more, report it together "
+     "The operation ended without a result. Try again; if it happens again, report it together "
      "with the server's log."},
     {"quon.internal.error",
-     "The server failed to answer the call. Try again; if it happens once more, report it together "
+     "The server failed to answer the call. Try again; if it happens again, report it together "
      "with the server's log."},
 };
 

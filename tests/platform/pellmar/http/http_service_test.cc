@@ -115,8 +115,8 @@ TEST_P(SlowBodies, AreAnsweredWith408) {
 INSTANTIATE_TEST_SUITE_P(
     HttpService, SlowBodies,
     testing::Values(
-        SlowBody{"stalls", {.bodyStall = 1ms, .linger = 1ms}, "the client sends nothing any more"},
-        SlowBody{"takesTooLong", {.body = 1ms, .linger = 1ms}, "the client takes too long"}),
+        SlowBody{"stalls", {.bodyStall = 1ms, .linger = 1ms}, "the client stopped sending"},
+        SlowBody{"takesTooLong", {.body = 1ms, .linger = 1ms}, "the client is too slow"}),
     [](const auto& row) { return row.param.name; });
 
 TEST(HttpService, AnswersNothingWhenTheBodyEndsEarly) {
@@ -126,7 +126,7 @@ TEST(HttpService, AnswersNothingWhenTheBodyEndsEarly) {
     ASSERT_TRUE(client.Send(kUnfinishedPost));
     client.FinishSending();
     EXPECT_EQ(client.ReadUntilClosed(), "");
-    EXPECT_TRUE(log.WaitFor("7 of 10 bytes are missing: the client ended the connection"));
+    EXPECT_TRUE(log.WaitFor("7 of 10 bytes are missing: the client closed the connection"));
 }
 
 TEST(HttpService, ClosesAKeptConnectionThatStaysIdle) {
@@ -177,7 +177,7 @@ TEST(HttpService, ServesWholePostsBesideAsManyStalledOnesAsItReads) {
     Crowd stalled(Pellmar::Http::kMaxBodies);
     RawConnection late;
     ASSERT_TRUE(late.Send("POST /cpu HTTP/1.1\r\nContent-Length: 3\r\n\r\n"));
-    ASSERT_TRUE(log.WaitFor("256 bodies are being read, the most at a time"));
+    ASSERT_TRUE(log.WaitFor("256 bodies are being read, which is the limit"));
     RawConnection whole;
     ASSERT_TRUE(whole.Send(kEmptyPost));
     EXPECT_EQ(whole.ReadResponse()->status, 200);

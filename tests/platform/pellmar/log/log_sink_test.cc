@@ -27,7 +27,7 @@ using testing::HasSubstr;
 using testing::MatchesRegex;
 
 constexpr const char* kNoticeOf2 =
-    "<3>sentrel: Log lines dropped because standard error did not take them: 2\n";
+    "<3>sentrel: Log lines dropped because standard error was blocked: 2\n";
 
 // The two ends of a pipe or a pair of sockets; what arrives is read without waiting.
 struct Channel {
@@ -137,8 +137,7 @@ TEST_F(LogSinkTest, DropsWhatAFullPipeOrSocketDoesNotTakeAndSaysSo) {
         Fill(sink, channel, "lost");
         sink.Write(5, "n", "first that passes");
         const std::string text = channel.Drain();
-        EXPECT_THAT(text, HasSubstr("<3>sentrel: Log lines dropped because standard error did not "
-                                    "take them: "));
+        EXPECT_THAT(text, HasSubstr("<3>sentrel: Log lines dropped because standard error was blocked: "));
         EXPECT_THAT(text, testing::EndsWith("\n<5>n: first that passes\n"));
 
         sink.Write(5, "n", "second");

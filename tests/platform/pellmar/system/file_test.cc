@@ -117,9 +117,9 @@ TEST_F(FileTest, GivesNoHandleAndTheReasonWhenARenameFails) {
     EXPECT_TRUE(At("file")->Exists());
     EXPECT_THAT(log.Lines(),
                 ElementsAre("3 sentrel: Cannot rename " + In("missing") + " to " + In("other") +
-                                ": No such file or directory; make the directory that is missing",
+                                ": No such file or directory; create the missing directory",
                             "3 sentrel: Cannot rename " + In("file") + " to " + In("folder") +
-                                ": Is a directory; remove what stands there"));
+                                ": Is a directory; remove the file or directory there"));
 }
 
 TEST_F(FileTest, WritesPiecesOfAnySize) {
@@ -159,8 +159,8 @@ TEST_F(FileTest, SaysWhyAFileCannotBeCreated) {
         const char* name;
         const char* reason;
     } rows[] = {
-        {"folder", "a directory stands there; remove it"},
-        {"missing/file", "No such file or directory; make the directory that is missing"},
+        {"folder", "it is a directory; remove it"},
+        {"missing/file", "No such file or directory; create the missing directory"},
         {"file/file", "Not a directory"},
     };
     for (const auto& row : rows) {

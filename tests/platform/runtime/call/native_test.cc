@@ -150,13 +150,13 @@ TEST(Native, NamesTheMemberThatDoesNotFit) {
         {"{" + rest + R"(,"leaves":[{"name":"a"},{"name":null}]})",
          "quon.member.missing: The member \"leaves[1].name\" is missing. Add it; it is a string."},
         {"{" + rest + R"(,"leaves":[{"name":"a","naem":"b"}]})",
-         "quon.member.unknown: There is no member \"leaves[0].naem\" here. Leave it out, or check "
-         "its name; known are: name, weight."},
+         "quon.member.unknown: Unknown member \"leaves[0].naem\". Remove it or check its "
+         "name; known members: name, weight."},
         {"{" + rest + R"(,"leaves":[],"names":["a","b",7]})",
-         "quon.member.type: The member \"names[2]\" must be a string, and not an integer."},
+         "quon.member.type: The member \"names[2]\" must be a string, not an integer."},
         {"{" + rest + R"(,"leaves":[{"name":"a","weight":1.5}]})",
          "quon.member.type: The member \"leaves[0].weight\" must be an integer of at most 64 bits, "
-         "and not a fraction or a larger number."},
+         "not a fraction or a larger number."},
         {R"({"alive":true,"colour":"red","height":1,"leaves":[],"rings":[]})",
          "quon.member.text: The member \"colour\" must be one of these: RED, GREEN."},
         {R"({"alive":true,"colour":"RED","height":1,"leaves":[],"rings":[[1],[2,"x"]]})",

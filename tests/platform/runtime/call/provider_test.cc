@@ -84,9 +84,9 @@ TEST_F(LocalProvider, EndsEveryCallWithOneOutcome) {
         {"s.throw", "{}", "internal_server_error The operation \"s.throw\" failed. ", true},
         {"s.answer_and_throw", "{}", "internal_server_error", true},
         {"s.keep_and_throw", "{}", "internal_server_error", true},
-        {"s.none", "not JSON", "operation_not_found There is no operation \"s.none\"", false},
+        {"s.none", "not JSON", "operation_not_found Unknown operation \"s.none\"", false},
         {"t.value", "not JSON", "operation_not_found", false},
-        {".value", "{}", "operation_not_found There is no operation \"value\"", false},
+        {".value", "{}", "operation_not_found Unknown operation \"value\"", false},
     };
     for (const auto& row : kRows) {
         SCOPED_TRACE(row.operation);

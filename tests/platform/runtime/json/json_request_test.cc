@@ -63,8 +63,8 @@ TEST(JsonRequest, TakesTheEnvelopeApart) {
 }
 
 TEST(JsonRequest, RefusesWithTheIdTheCodeAndTheReason) {
-    const std::string noId = "The request has no id to answer to";
-    const std::string noVersion = "The request does not say that it is JSON-RPC 2.0";
+    const std::string noId = "The request has no valid id";
+    const std::string noVersion = "The request is not marked as JSON-RPC 2.0";
     const std::string noMethod = "The request names no operation";
     const std::string noObject = "The request is not a JSON object";
     const std::string noParams = "The member \"params\" is not an object";

@@ -63,7 +63,7 @@ TEST_F(Introspection, TellsOfEveryServiceAndItself) {
          R"("com.korvex.quon.std.introspection.service"])"},
         {"service", "get", R"({"id":"com.example"})",
          R"({"id":"com.example","documentation":"Example.","operations":[)" + operation + "]}"},
-        {"service", "get", R"({"id":"com"})", "not_found Nothing is known of \"com\" here."},
+        {"service", "get", R"({"id":"com"})", "not_found Unknown identifier \"com\"."},
         {"operation", "list", R"({"service":"com.korvex.quon.std.introspection.operation"})",
          R"(["get","list"])"},
         {"operation", "get", R"({"service":"com.example","operation":"get"})", operation},

@@ -15,7 +15,7 @@ using Quon::L10n::MakeMessage;
 TEST(Localizer, FillsInTheArgumentsOnceAndFallsBackToEnglish) {
     const LocalizableMessage message =
         Localizer({"xx_YY"}).Localize("quon.unauthorized", {"%2 of %1", "read"});
-    EXPECT_EQ(message.defaultMessage.find("The operation \"%2 of %1\" needs the privilege "
+    EXPECT_EQ(message.defaultMessage.find("The operation \"%2 of %1\" requires the privilege "
                                           "\"read\""),
               0U)
         << message.defaultMessage;
