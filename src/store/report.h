@@ -16,7 +16,7 @@
 
 namespace Sentrel {
 
-// Values of "status". Other numbers occur; messages show them as "NONE".
+// Values of "status". Other numbers occur; messages show them as "none".
 inline constexpr std::int32_t kStatusOk = 0;
 inline constexpr std::int32_t kStatusWarning = 1;
 inline constexpr std::int32_t kStatusError = 2;

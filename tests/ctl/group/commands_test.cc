@@ -254,8 +254,10 @@ TEST(GroupCommandsElsewhere, RefuseARootThatIsNoCgroup) {
     const HostDirectory host;
     for (const std::string& root :
          {host.Root(), std::string("/nowhere"), std::string("relative")}) {
-        ExpectFailure(RunTool({"group", "ensure"}, {"SENTREL_CGROUP_ROOT=" + root}),
-                      root + " is not a cgroup v2 directory; set SENTREL_CGROUP_ROOT to a cgroup v2 directory");
+        ExpectFailure(
+            RunTool({"group", "ensure"}, {"SENTREL_CGROUP_ROOT=" + root}),
+            root +
+                " is not a cgroup v2 directory; set SENTREL_CGROUP_ROOT to a cgroup v2 directory");
     }
 }
 
@@ -267,7 +269,8 @@ TEST(GroupCommandsElsewhere, SayThatNothingLastsWhereNoCgroupCanBeWritten) {
         const ToolResult result = RunTool({"group", command}, {}, User::Nobody);
         ExpectFailure(result, "cannot find the plugins' resource group: ");
         ExpectFailure(result,
-                      "; run this as root where a cgroup v2 hierarchy is mounted, or set SENTREL_CGROUP_ROOT to a cgroup that this user can write to\n");
+                      "; run this as root where a cgroup v2 hierarchy is mounted, or set "
+                      "SENTREL_CGROUP_ROOT to a cgroup that this user can write to\n");
     }
 }
 

@@ -184,7 +184,9 @@ TEST_F(KvxAudit, RenamesAFullFileAndKeepsEight) {
     Record("goes on");
     EXPECT_GT(fs::file_size(file), 64U << 20);
     EXPECT_THAT(log.Lines(),
-                ElementsAre("3 KvxAudit: The audit log exceeds its size limit: Cannot rename /var/log/korvex/audit.jsonl.7 to /var/log/korvex/audit.jsonl.8: not a regular file; move it away"));
+                ElementsAre("3 KvxAudit: The audit log exceeds its size limit: Cannot rename "
+                            "/var/log/korvex/audit.jsonl.7 to /var/log/korvex/audit.jsonl.8: not a "
+                            "regular file; move it away"));
 }
 
 TEST_F(KvxAudit, SaysWhatStandsInThePlaceOfItsFile) {
@@ -195,15 +197,15 @@ TEST_F(KvxAudit, SaysWhatStandsInThePlaceOfItsFile) {
     const fs::path elsewhere = directory.parent_path() / "elsewhere";
     const Row rows[] = {
         {[&] { fs::create_directory(file); }, "not a regular file; move it away"},
-        {[&] { (void)mkfifo(file.c_str(), 0600); },
-         "not a regular file; move it away"},
+        {[&] { (void)mkfifo(file.c_str(), 0600); }, "not a regular file; move it away"},
         {[&] { fs::create_symlink(elsewhere, file); },
          "the path is a symbolic link, which is not followed; remove it"},
         {[&] {
              fs::remove(directory);
              fs::create_symlink(elsewhere, directory);
          },
-         "No such file or directory; remove the dangling link at the path of one of its directories"},
+         "No such file or directory; remove the dangling link at the path of one of its "
+         "directories"},
     };
     std::vector<std::string> lines;
     for (const Row& row : rows) {
@@ -239,7 +241,8 @@ TEST_F(KvxAudit, EndsALineThatWasCut) {
     ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &previous), 0);
     std::signal(SIGXFSZ, previousHandler);
     EXPECT_EQ(fs::file_size(file), size + 10);
-    EXPECT_EQ(log.Count("(success: true) is lost: Cannot write /var/log/korvex/audit.jsonl: File too large; move it away, or raise the file size limit"),
+    EXPECT_EQ(log.Count("(success: true) is lost: Cannot write /var/log/korvex/audit.jsonl: File "
+                        "too large; move it away, or raise the file size limit"),
               1U);
 
     Record("after");

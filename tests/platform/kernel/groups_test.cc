@@ -128,7 +128,8 @@ TEST_F(CgroupGroups, AreBelowTheNamedRootOrTheMountWithoutBeingMade) {
     const std::string mount = root.Path().substr(0, root.Path().rfind('/'));
     const std::string below = "5 Kernel: Resource groups are cgroups below ";
     const std::string refused =
-        " is not a cgroup v2 directory, so every launch is refused; set SENTREL_CGROUP_ROOT to a cgroup v2 directory, or unset it\n";
+        " is not a cgroup v2 directory, so every launch is refused; set SENTREL_CGROUP_ROOT to a "
+        "cgroup v2 directory, or unset it\n";
     struct Row {
         std::string named;
         std::string line;

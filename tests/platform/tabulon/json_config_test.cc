@@ -138,8 +138,8 @@ TEST(JsonConfig, RefusesWhatIsThereAndCannotBeReadAsAFile) {
     for (const UnreadableRow& row : rows) {
         const std::string path = ::Test::HostPath(row.key);
         row.make(::Test::BelowRoot(path));
-        const std::string failure =
-            path + " cannot be read: " + row.reason + "; replace it by a readable file, or remove it";
+        const std::string failure = path + " cannot be read: " + row.reason +
+                                    "; replace it by a readable file, or remove it";
         EXPECT_EQ(FailureOf(kFallback, {EntryOf(row.key)}), failure);
         EXPECT_EQ(FailureOf(kSettings, {EntryOf(row.key)}), "not found: " + failure);
     }
@@ -153,7 +153,8 @@ TEST(JsonConfig, ReadsAFileUpToItsBound) {
     ::Test::WriteHostFile("long", value + blanks + " ");
     EXPECT_EQ(FailureOf(kFallback, {EntryOf("long")}),
               ::Test::HostPath("long") +
-                  " cannot be read: it is longer than 1048576 bytes; replace it by a readable file, or remove it");
+                  " cannot be read: it is longer than 1048576 bytes; replace it by a readable "
+                  "file, or remove it");
 }
 
 TEST(JsonConfig, RefusesNamesThatLeaveTheStore) {

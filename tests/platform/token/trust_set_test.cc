@@ -32,8 +32,7 @@ TEST(TrustSet, UsesOnlyKeysThatFit) {
         {"[]", "key 1: it has no kty"},
         {R"({"kty": "oct", "k": "AAAA", "kid": "h"})",
          R"(key 1 (kid "h"): its kty "oct" is not EC or RSA)"},
-        {ec.Jwk(R"({"d": "AAAA"})"),
-         "key 1: it has private members; use only the public half"},
+        {ec.Jwk(R"({"d": "AAAA"})"), "key 1: it has private members; use only the public half"},
         {rsa.Jwk(R"({"q": null, "dp": "AAAA"})"),
          "key 1: it has private members; use only the public half"},
         {p384.Jwk(), "key 1: its crv is not P-256"},
@@ -72,7 +71,8 @@ TEST_F(TrustSetFile, SaysOnceWhyEveryTokenIsRefused) {
     const std::map<std::string, std::string> reasonsOfTexts = {
         {"", "is empty"},
         {"{",
-         "is not a JWK Set: line 1, column 2: the text ends where a member name in double quotes or '}' is expected"},
+         "is not a JWK Set: line 1, column 2: the text ends where a member name in double quotes "
+         "or '}' is expected"},
         {R"({"keys": {}})", "is not a JWK Set: it has no list \"keys\""},
         {R"({"keys": [], "keys": []})",
          "is not a JWK Set: line 0, column 0: an object has two members with the same name"},

@@ -58,8 +58,8 @@ TEST(CallQueue, BeginsNoCallForAClientThatHasLeft) {
                       [result = std::make_shared<Quon::CallResult>(std::move(held))] {
                           result->SetValue(Quon::Data::DataValue("done"));
                       });
-    EXPECT_TRUE(
-        server.log->WaitFor("7 Handle request error: the client disconnected before its call started"));
+    EXPECT_TRUE(server.log->WaitFor(
+        "7 Handle request error: the client disconnected before its call started"));
     EXPECT_NE(silent.ReadUntilClosed().find(kResult), std::string::npos);
 }
 

@@ -137,7 +137,8 @@ TEST_F(LogSinkTest, DropsWhatAFullPipeOrSocketDoesNotTakeAndSaysSo) {
         Fill(sink, channel, "lost");
         sink.Write(5, "n", "first that passes");
         const std::string text = channel.Drain();
-        EXPECT_THAT(text, HasSubstr("<3>sentrel: Log lines dropped because standard error was blocked: "));
+        EXPECT_THAT(
+            text, HasSubstr("<3>sentrel: Log lines dropped because standard error was blocked: "));
         EXPECT_THAT(text, testing::EndsWith("\n<5>n: first that passes\n"));
 
         sink.Write(5, "n", "second");

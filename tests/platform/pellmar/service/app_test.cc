@@ -197,7 +197,8 @@ TEST(ServiceManager, SaysWhenItCannotTellTheServiceManager) {
         {"relative/notify", "must be an absolute path or"},
         {"@", "must be an absolute path or"},
         {"/" + std::string(107, 'x'), "of at most 107 bytes"},
-        {directory.Path() + "nobody", "Cannot send READY=1 to the service manager at NOTIFY_SOCKET"},
+        {directory.Path() + "nobody",
+         "Cannot send READY=1 to the service manager at NOTIFY_SOCKET"},
     };
     for (const auto& row : rows) {
         const EnvironmentValue socket("NOTIFY_SOCKET", row.socket.c_str());
