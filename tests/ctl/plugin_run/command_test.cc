@@ -192,11 +192,11 @@ TEST_F(PluginRun, SaysWhyItCannotBeStarted) {
     ExpectFailure(RunIt(), "Permission denied; make it executable: chmod +x ");
     fs::remove(File());
     fs::create_symlink("/no/such", File());
-    ExpectFailure(RunIt(), "No such file or directory; it is a dangling link");
+    ExpectFailure(RunIt(), "No such file or directory; it is a link to nothing");
     EXPECT_EQ(RunIt({"--timeout", "soon"}).status, 2);
     if (root.Problem().empty()) {
         fs::remove(root.Path() + "/host/pax/kolbern/sentrel-plugins");
-        ExpectFailure(RunIt(), "create it with \"sentrelctl group ensure\"");
+        ExpectFailure(RunIt(), "make it with \"sentrelctl group ensure\"");
     }
 }
 
