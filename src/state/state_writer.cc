@@ -71,7 +71,7 @@ std::string TimeOfDay(std::int64_t monotonic) {
     return {text.data(), std::strftime(text.data(), text.size(), "%H:%M:%SZ", &utc)};
 }
 
-// A new file, locked, whose path is not yet that of the state. Throws Pellmar::IOException.
+// Creates a new, locked file, to be renamed to the state file later. Throws Pellmar::IOException.
 Sys::OwnedFd CreateLocked(const std::string& path) {
     (void)::unlink(path.c_str());  // a leftover; anything that remains is refused below
     Sys::OwnedFd file(

@@ -9,18 +9,18 @@
 namespace Ctl {
 
 struct PageFacts {
-    std::string host;     // its name
-    std::string version;  // of this program
-    std::string daemon;   // "running for 3 h as sentrel ...", or why it cannot be seen
-    std::string command;  // that made the page
-    std::string events;   // the path from which a live page is told of changes; empty for a file
+    std::string host;         // the host's name
+    std::string version;      // this program's version
+    std::string daemon;       // "running for 3 h as sentrel ...", or why it is unknown
+    std::string command;      // the command that created the page
+    std::string events;       // the path of the events of a live page; empty for a file
     std::string notice = {};  // what is wrong with the whole host
 };
 
-// Its Content-Security-Policy.
+// The Content-Security-Policy of the page.
 std::string PagePolicy(const std::string& events);
 
-// The parts that the live page replaces when something changes, each safe to insert as HTML.
+// The parts that a live page replaces after a change, each safe to insert as HTML.
 std::string NoticeHtml(const std::string& text);
 std::string PillsHtml(const HostView& view);
 std::string ProblemsHtml(const HostView& view);

@@ -36,13 +36,12 @@ class App {
     // Replaces the scheduler by one on a test's clock; null restores the original. Call it while no
     // other thread uses the scheduler.
     void UseScheduler(System::Scheduler* scheduler) { replacement = scheduler; }
-    // Blocks until SIGTERM or SIGINT arrives (one that arrived since InitApp ends it at once).
-    // SIGHUP is logged and changes nothing. Tells the service manager READY=1 on entry and
-    // STOPPING=1 at the end, and feeds its watchdog. Main thread. Throws IOException when waiting
-    // for signals fails.
+    // Blocks until SIGTERM or SIGINT arrives, or has arrived since InitApp. Logs and ignores
+    // SIGHUP. Sends READY=1 on entry and STOPPING=1 at the end to the service manager, and feeds
+    // its watchdog. Main thread. Throws IOException when waiting for signals fails.
     void Run() EXCLUDES(lock);
-    // Tells the service manager a line for people on the state of this process; nothing while Run
-    // does not run. Any thread.
+    // Sends the service manager a line on the state of this process, for people. Does nothing
+    // outside Run. Any thread.
     void TellStatus(const std::string& line) EXCLUDES(lock);
 
   private:
