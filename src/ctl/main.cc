@@ -1,6 +1,6 @@
-// The operator's tool: the table of its sub-commands, and how each of them ends. Status 0, 1 when
-// the operation failed, 2 when the command line is wrong, unless the command has its own; a failure
-// is one line on standard error, and with --json also a document on standard output.
+// The operator's tool: the table of its sub-commands, and their exit statuses. 0 on success, 1 if
+// the operation failed, 2 if the command line is wrong, unless the command has its own; a failure
+// is one line on standard error.
 #include "ctl/access/audit_command.h"
 #include "ctl/access/token_commands.h"
 #include "ctl/api/call_command.h"
@@ -54,18 +54,19 @@ std::vector<Ctl::Command> AllCommands() {
     return commands;
 }
 
-// Before the first use of the host root, which is read once.
+// Call before the first use of the host root, which is read once.
 void SetHostRoot(const Ctl::GivenOptions& options) {
     if (options.Has("--root")) {
         // NOLINTNEXTLINE(concurrency-mt-unsafe): the process has one thread
-        (void)::setenv("SENTREL_ROOT", options.Value("--root").c_str(), 1);  // out of memory only
+        (void)::setenv("SENTREL_ROOT", options.Value("--root").c_str(),
+                       1);  // fails only if memory is exhausted
     }
     if (const std::string problem = Sys::HostRootProblem(); !problem.empty()) {
         throw Ctl::UsageError((options.Has("--root") ? "option \"--root\": " : "") + problem);
     }
 }
 
-// The exit status.
+// Runs the command and returns the exit status.
 int Run(const std::vector<Ctl::Command>& commands, const Ctl::CommandLine& line) {
     if (line.asksVersion) {
         std::cout << "sentrelctl " << SENTREL_VERSION << '\n';
@@ -87,7 +88,7 @@ int Run(const std::vector<Ctl::Command>& commands, const Ctl::CommandLine& line)
     return 0;
 }
 
-// For a shell, which has no place for messages.
+// Writes candidates for a shell, which cannot show messages.
 void Complete(const std::vector<Ctl::Command>& commands, std::span<const char* const> words) {
     try {
         const Ctl::Completion completion = Ctl::FindCompletion(commands, words);
@@ -95,7 +96,7 @@ void Complete(const std::vector<Ctl::Command>& commands, std::span<const char* c
         Ctl::WriteCandidates(completion, std::cout);
         std::cout.flush();
     } catch (const std::exception&) {
-        // there is nothing to offer
+        // nothing to complete
     }
 }
 
@@ -107,7 +108,7 @@ bool AsksJson(std::span<const char* const> arguments) {
 
 int Fail(std::string_view text, int status) {
     const std::string line = "sentrelctl: " + Ctl::PrintableText(text) + "\n";
-    (void)std::fputs(line.c_str(), stderr);  // there is nowhere else to say it
+    (void)std::fputs(line.c_str(), stderr);  // nothing else can report it
     return status;
 }
 
@@ -121,7 +122,7 @@ int FailInJson(const std::exception& failure, int status) {
 }  // namespace
 
 int main(int argc, char* argv[]) {
-    (void)std::signal(SIGPIPE, SIG_IGN);  // a failed write is told below
+    (void)std::signal(SIGPIPE, SIG_IGN);  // a failed write is reported below
     int failureStatus = 0;
     const auto statusOr = [&failureStatus](int usual) {
         return failureStatus != 0 ? failureStatus : usual;

@@ -1,6 +1,5 @@
-// What a sub-command of the operator's tool is: the row of its table, from which the command line
-// is read and the help is written. Each family of sub-commands has a file with its rows; main.cc
-// joins them.
+// A sub-command of sentrelctl: a row of a table, from which the command line is parsed and the help
+// is written. Each family of sub-commands has a file with its rows; main.cc joins them.
 #pragma once
 
 #include <algorithm>
@@ -14,7 +13,7 @@
 
 namespace Ctl {
 
-// What a shell offers where an operand or an option's value is to be typed.
+// What a shell completes for an operand or an option's value.
 enum class Completes {
     Nothing,
     File,
@@ -30,17 +29,18 @@ enum class Completes {
 
 struct Option {
     std::string_view name;     // "--json"
-    std::string_view value;    // what the help calls its value, such as "DIR"; empty: it takes none
+    std::string_view value;    // its value's name in the help, such as "DIR"; empty: no value
     std::string_view summary;  // one line
-    Completes completes = Completes::Nothing;  // its value
-    std::span<const char* const> words{};      // the values that there are, where they are few
+    Completes completes = Completes::Nothing;  // what its value is
+    std::span<const char* const> words{};      // all values, if they are few
     bool isList = false;                       // several of them, separated by commas
 };
 
-// Of every command that can.
+// The option of every command that can print JSON.
 inline constexpr Option kJsonOption = {"--json", "", "print JSON instead, in one line"};
 
-// The options of a command line with their values (empty for those that take none), in its order.
+// The options of a command line in the order given, with their values (empty for options without
+// one).
 class GivenOptions {
   public:
     void Add(std::string_view name, std::string value) {
@@ -50,7 +50,7 @@ class GivenOptions {
         return std::any_of(given.begin(), given.end(),
                            [name](const auto& option) { return option.first == name; });
     }
-    // Those of all that are given, in their order.
+    // The values of an option that may be given several times, in the order given.
     std::vector<std::string> Values(std::string_view name) const {
         std::vector<std::string> values;
         for (const auto& option : given) {
@@ -60,7 +60,7 @@ class GivenOptions {
         }
         return values;
     }
-    // That of the last one; empty when there is none.
+    // The value of the option's last occurrence; empty without one.
     std::string Value(std::string_view name) const {
         const auto last = std::find_if(given.rbegin(), given.rend(),
                                        [name](const auto& option) { return option.first == name; });
@@ -71,35 +71,35 @@ class GivenOptions {
     std::vector<std::pair<std::string, std::string>> given;
 };
 
-// What a command was given.
+// The arguments of one run of a command.
 struct Arguments {
     GivenOptions options;
     std::vector<std::string> operands;  // as many as its row allows
 };
 
-// The arguments of a command that are no options, such as a report's name.
+// The arguments of a command that are not options, such as a report's name.
 struct Operands {
     std::string_view help;  // "NAME [JSON]"; empty: the command takes none
     std::size_t least = 0;
     std::size_t most = 0;
     Completes first = Completes::Nothing;
-    Completes others = Completes::Nothing;  // those behind the first
+    Completes others = Completes::Nothing;  // what the operands after the first are
 };
 
 struct Command {
-    std::string_view name;            // one word, or that of its family and its own: "group show"
+    std::string_view name;            // one word, or family and own word: "group show"
     std::string_view summary;         // one line
     std::string_view description;     // lines of the help, each with a line feed at its end
     std::string_view example;         // a command line that works as it stands
-    std::span<const Option> options;  // beside those that every command takes
+    std::span<const Option> options;  // in addition to those of every command
     Operands operands;
-    // Writes its result to `output` and returns when it has succeeded. Otherwise throws a
-    // std::exception whose text says what happened and what to do next, and has written nothing.
+    // Writes its result to `output`. On failure throws a std::exception whose text says what
+    // happened and what to do next; nothing is written then.
     void (*run)(const Arguments& arguments, std::ostream& output);
-    // Instead of `run`, for a command whose result is its exit status, which this returns after it
-    // has written the reason. Throws as `run` does when there is no result.
+    // Used instead of `run` by a command whose result is its exit status: writes the reason and
+    // returns the status. Throws like `run` if there is no result.
     int (*judge)(const Arguments& arguments, std::ostream& output) = nullptr;
-    // The exit status of every failure, of a wrong command line too; 0: as for all others.
+    // The exit status of every failure, including a wrong command line; 0: the usual ones.
     int failureStatus = 0;
 };
 

@@ -1,4 +1,4 @@
-// From the arguments of the program to a sub-command and its options. Runs nothing and writes
+// Parses the arguments of the program into a sub-command and its options. Runs nothing and writes
 // nothing.
 #pragma once
 
@@ -17,13 +17,13 @@ inline constexpr Option kVersionOption = {"--version", "", "print the version"};
 // A word before a command that stands for --help behind it.
 inline constexpr std::string_view kHelpWord = "help";
 
-// What every command takes. They may stand before the command's name too.
+// The options of every command. They may also precede the command's name.
 inline constexpr std::array<Option, 2> kCommonOptions = {{
     {"--root", "DIR", "the host below DIR, as SENTREL_ROOT names it", Completes::Directory},
     {"--help", "", "print this help"},
 }};
 
-// The command line cannot be understood.
+// An invalid command line.
 class UsageError : public Failure {
   public:
     static constexpr int kStatus = 2;
@@ -40,13 +40,13 @@ class UsageError : public Failure {
 
 struct CommandLine {
     const Command* command = nullptr;  // null with --help or --version only
-    std::string family;                // with --help and no command: of which family, or empty
+    std::string family;                // with --help and no command: the family, or empty
     bool asksVersion = false;          // alone, without a command
     Arguments arguments;
 };
 
-// Reads the arguments, the program's name left out. An option's value is the next argument or
-// follows a "="; behind "--" every argument is an operand. Throws UsageError.
+// Parses the arguments, without the program's name. An option's value is the next argument or
+// follows "="; after "--" every argument is an operand. Throws UsageError.
 CommandLine ParseCommandLine(std::span<const Command> commands,
                              std::span<const char* const> arguments);
 

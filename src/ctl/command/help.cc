@@ -14,7 +14,7 @@ namespace Ctl {
 
 namespace {
 
-constexpr std::size_t kNameWidth = 18;     // of the widest option, --discard-comments
+constexpr std::size_t kNameWidth = 18;     // the width of the longest option, --discard-comments
 constexpr std::size_t kMostColumns = 100;  // longer lines are hard to read
 
 // On a terminal as `Wrapped` does it, elsewhere as it is.

@@ -1,11 +1,12 @@
-// What may stand where a command line ends so far, for the shells: they ask the tool itself, with
-// the hidden command "__complete WORD...", so that they know what the tool and the host know.
+// Completes a command line for the shells, which call the hidden command "__complete WORD..." of
+// the tool itself, so that they offer its options and the host's names. Its output has one
+// candidate per line:
 //
 //   WORD                        a candidate for the last word
-//   WORD <tab> DESCRIPTION      the same, with a few words on it
-//   :file  or  :directory       the shell shall offer those that it finds
+//   WORD <tab> DESCRIPTION      the same, with a description
+//   :file  or  :directory       the shell completes files or directories
 //
-// One a line. A last word "--OPTION=..." is completed as a whole.
+// A last word "--OPTION=..." is completed as a whole.
 #pragma once
 
 #include "ctl/command/command.h"
@@ -25,22 +26,22 @@ struct Candidate {
     std::string description;  // may be empty
 };
 
-// What is to be typed at the end of a command line, as far as the table of commands tells.
+// The completion of the last word of a command line, as far as the table of commands determines it.
 struct Completion {
-    std::vector<Candidate> candidates;         // of the table
-    Completes completes = Completes::Nothing;  // those of the host to add
-    std::string typed;                         // what the candidates begin with, ASCII case aside
-    std::string before;                        // what stands before them in the last word
-    GivenOptions options;                      // of the words before
+    std::vector<Candidate> candidates;         // from the table
+    Completes completes = Completes::Nothing;  // the kind of the host's names to add
+    std::string typed;                         // the prefix of the candidates, ignoring ASCII case
+    std::string before;                        // the part of the last word before the candidates
+    GivenOptions options;                      // from the preceding words
     std::vector<std::string> operands;         // that stand before the last word
 };
 
 // `words` are the arguments of the program up to the cursor; the last one is to be completed and
-// may be empty. Of words that the tool would not understand there is nothing to complete.
+// may be empty. Nothing to complete if the tool would not understand the words.
 Completion FindCompletion(std::span<const Command> commands, std::span<const char* const> words);
 
-// Writes the candidates, with those of the host, which is looked up as the options say. Does not
-// tell of what cannot be read, or not in time.
+// Writes the candidates and the host's names, read as the options say. Silently omits names that
+// cannot be read in time.
 void WriteCandidates(const Completion& completion, std::ostream& output);
 
 }  // namespace Ctl

@@ -1,4 +1,4 @@
-// Of "doctor": the daemon's process, and whether it has read what is there now.
+// "doctor": the daemon's process, and whether it runs with the current files.
 #include "ctl/doctor/subjects.h"
 #include "ctl/host/listening_sockets.h"
 #include "ctl/show/durations.h"
@@ -38,7 +38,7 @@ Finding ExplainNoDaemon(const Host& host) {
             "systemctl start sentrel; if it does not start: journalctl -u sentrel"};
 }
 
-// When the file, or its name, was last changed; nothing when that is not known.
+// When the file's contents or name last changed; nothing if unknown.
 std::optional<std::chrono::system_clock::time_point> ChangeTime(const std::filesystem::path& path) {
     struct stat status{};
     if (::lstat(path.c_str(), &status) != 0) {
@@ -55,11 +55,12 @@ bool IsNewer(const std::filesystem::path& path, std::chrono::system_clock::time_
     return changed && *changed > start;
 }
 
-// The store files in `folder` that are newer than `start`; the folder itself when one was removed.
+// Adds the store files in `folder` that are newer than `start`, and the directory itself if a file
+// was removed.
 void AddNewer(const std::string& folder, std::chrono::system_clock::time_point start,
               std::vector<std::string>& newer) {
     const std::size_t before = newer.size();
-    std::error_code error;  // then there is none, or it is said elsewhere
+    std::error_code error;  // the directory is missing, or another check reports the error
     for (const auto& entry : std::filesystem::directory_iterator(folder, error)) {
         if (entry.path().extension() == ".json" && IsNewer(entry.path(), start)) {
             newer.push_back(entry.path().string());

@@ -1,10 +1,9 @@
-// The plugin is launched by a forked process, the starter, whose descriptors 0 to 2 are the
-// plugin's. The starter ends at once; this process adopts the plugin (PR_SET_CHILD_SUBREAPER,
-// prctl(2)), as it later does all that the plugin leaves behind.
+// A forked process, the starter, whose descriptors 0 to 2 are the plugin's, launches the plugin and
+// exits at once. This process adopts the plugin (PR_SET_CHILD_SUBREAPER, prctl(2)) and later
+// everything that the plugin leaves behind.
 //
-// The kernel counts the peak of the resident size from before the exec on, so that of the starter
-// is the least that it can tell of a plugin. That is why the starter is a process of its own: a
-// fork has few pages.
+// The kernel counts a process's peak resident size from before the exec, so it is at least the
+// starter's. That is why the starter is a separate process: a fork has few pages.
 #include "ctl/plugin_run/process.h"
 
 #include "ctl/host/daemon_settings.h"
@@ -34,13 +33,15 @@ namespace {
 
 constexpr std::size_t kPieceBytes = 65536;
 constexpr std::chrono::milliseconds kMostWait{1000};  // after which the time is shown anew
-// After the plugin's end its sockets hold no more than that, unless others go on writing.
+// After the plugin has exited, its sockets hold no more than this, unless other processes keep
+// writing.
 constexpr int kMaxDrainPieces = 16;
 
-// What the starter tells.
+// The message of the starter.
 struct StarterMessage {
     Sentrel::Launch launch;
-    // Instead of a launch: the error number that kept the user from executing the plugin's file.
+    // If not 0, nothing was launched: the error number that kept the user from executing the
+    // plugin's file.
     int userError = 0;
     std::chrono::steady_clock::time_point started;
     std::uint64_t peakKB = 0;  // of the starter itself
@@ -51,7 +52,7 @@ struct StarterMessage {
                   "free some memory or raise the limit of open files");
 }
 
-// All descriptors of this process are above those of the plugin, even if it was started without.
+// Keeps this process's descriptors above the plugin's three, even if it was started without those.
 Sys::OwnedFd Require(int descriptor, const char* step) {
     Sys::OwnedFd opened(descriptor);
     if (opened.IsOpen() && opened.Get() <= STDERR_FILENO) {
@@ -93,8 +94,8 @@ std::chrono::microseconds DurationOf(const timeval& time) {
     return std::chrono::seconds(time.tv_sec) + std::chrono::microseconds(time.tv_usec);
 }
 
-// The starter becomes that user. The right to use files of others, which it keeps, must not count
-// for the plugin's own file, as it does not in the daemon; access(2) leaves it out of account.
+// Makes the starter become that user. It keeps the right to use other users' files, which must not
+// apply to the plugin's own file, as it does not in the daemon; access(2) ignores that right.
 void LaunchAs(const PluginStarter& starter, const Sentrel::Plugin& plugin,
               StarterMessage& message) {
     if (starter.inheritance) {
@@ -108,7 +109,7 @@ void LaunchAs(const PluginStarter& starter, const Sentrel::Plugin& plugin,
     message.launch = Sentrel::LaunchPlugin(plugin, SilentLogger());
 }
 
-// The starter's whole life. An exception ends it, and the message is missed.
+// The code of the starter. An exception ends it, and the message is then missing.
 [[noreturn]] void RunStarter(const Sentrel::Plugin& plugin, const PluginStarter& starter,
                              const std::array<int, 3>& descriptors, int report) noexcept {
     for (std::size_t index = 0; index < descriptors.size(); ++index) {
@@ -147,7 +148,7 @@ PluginProcess::PluginProcess(const Sentrel::Plugin& plugin, const PluginStarter&
     : signals(TakeOverSignals()) {
     (void)::prctl(PR_SET_CHILD_SUBREAPER, 1);  // cannot fail
     Start(plugin, starter);
-    // Its number is its own until it is waited for, which only this process can.
+    // The pid cannot be reused until this process, the only one that can, has waited for it.
     process = Sys::PidFd::Open(pid);
     if (!process.IsOpen()) {
         FailToStart("holding its process");
@@ -156,7 +157,7 @@ PluginProcess::PluginProcess(const Sentrel::Plugin& plugin, const PluginStarter&
 
 PluginProcess::~PluginProcess() {
     if (pid != 0 && process.IsOpen()) {
-        (void)process.Signal(SIGKILL);  // fails only when it has ended
+        (void)process.Signal(SIGKILL);  // fails only if it has exited
         (void)::waitpid(pid, nullptr, 0);
         (void)EndDescendants();
     }
@@ -217,7 +218,7 @@ void PluginProcess::Watch(std::chrono::seconds timeout, PluginEnd& end) {
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
         const auto wait = std::clamp(left, std::chrono::milliseconds(0), kMostWait);
         if (::poll(entries.data(), entries.size(), static_cast<int>(wait.count())) < 0) {
-            continue;  // interrupted: look again
+            continue;  // interrupted: poll again
         }
         Take(output);
         Take(error);
@@ -239,7 +240,7 @@ void PluginProcess::Watch(std::chrono::seconds timeout, PluginEnd& end) {
             deadline = Clock::now() + kEndPatience;
         } else {
             end.wasKilled = true;
-            (void)process.Signal(SIGKILL);  // likewise
+            (void)process.Signal(SIGKILL);  // fails only if it has exited
             deadline = Clock::now() + std::chrono::hours(1);
         }
     }
@@ -264,11 +265,11 @@ void PluginProcess::Reap(PluginEnd& end) {
     end.peakIsBound = PeakOf(usage) <= inheritedPeakKB;
 }
 
-// One piece of what is there.
+// Reads one piece of the available output.
 void PluginProcess::Take(Capture& capture) {
     std::array<char, kPieceBytes> piece;
-    const ssize_t count =
-        ::recv(capture.socket.Get(), piece.data(), piece.size(), MSG_DONTWAIT);  // or not open
+    const ssize_t count = ::recv(capture.socket.Get(), piece.data(), piece.size(),
+                                 MSG_DONTWAIT);  // fails if the socket is not open
     if (count == 0) {
         capture.socket.Reset();
     }

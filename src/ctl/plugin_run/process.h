@@ -1,5 +1,5 @@
-// One process of a plugin, from its launch to its end: started by the daemon's own launch, watched
-// instead of the daemon. What it posts is not looked at here.
+// One run of a plugin's process: started by the daemon's own launch code, and watched until it
+// exits. Posts are received elsewhere.
 #pragma once
 
 #include "ctl/host/run_user.h"
@@ -20,72 +20,72 @@
 
 namespace Ctl {
 
-// Of what a plugin writes to one descriptor, so much is kept; the rest is read and dropped.
+// The number of bytes kept of a plugin's output to one descriptor; the rest is read and dropped.
 inline constexpr std::size_t kMaxKeptOutput = 65536;
-// What a plugin may take to end after SIGTERM.
+// How long a plugin may take to exit after SIGTERM.
 inline constexpr std::chrono::seconds kEndPatience{5};
 
 struct PluginOutput {
-    std::string text;         // its beginning, kMaxKeptOutput bytes at most
-    std::uint64_t bytes = 0;  // of all of it
+    std::string text;         // the first kMaxKeptOutput bytes at most
+    std::uint64_t bytes = 0;  // the size of the whole output
 };
 
 struct LeftProcess {
     pid_t pid = 0;
-    std::string name;       // as it calls itself
-    bool hasEnded = false;  // ended here; otherwise not even SIGKILL did it in time
+    std::string name;       // the process's name
+    bool hasEnded = false;  // exited; otherwise it survived even SIGKILL
 };
 
 struct PluginEnd {
     enum class Asked {
         Not,
         TimeWasOver,
-        Interrupted  // by a signal to this program
+        Interrupted  // this program received a signal
     };
-    int exitStatus = 0;        // when no signal ended it
-    int signal = 0;            // that ended it, or 0
+    int exitStatus = 0;        // if no signal killed it
+    int signal = 0;            // the signal that killed it, or 0
     Asked asked = Asked::Not;  // why it was sent SIGTERM
-    bool wasKilled = false;    // it was sent SIGKILL, since SIGTERM did not end it in time
+    bool wasKilled = false;    // it was sent SIGKILL, since it did not exit in time after SIGTERM
     std::chrono::microseconds wallTime{};
-    std::chrono::microseconds userTime{};  // of the children that it waited for, too
+    std::chrono::microseconds userTime{};  // includes the children that it waited for
     std::chrono::microseconds systemTime{};
-    // The largest resident size of it or of a child that it waited for, in kilobytes.
+    // The peak resident size of the plugin or of a child that it waited for, in kilobytes.
     std::uint64_t peakKB = 0;
-    bool peakIsBound = false;  // the true peak is that or less
+    bool peakIsBound = false;  // the true peak may be lower
     PluginOutput output;
     PluginOutput error;
     std::vector<LeftProcess> left;  // descendants that outlived it
 };
 
-// Who starts a plugin, as it sees that.
+// The user and the attributes with which a plugin starts.
 struct PluginStarter {
-    std::optional<RunUser> user;  // only root can start it as another one
+    std::optional<RunUser> user;  // only root can start it as another user
     std::optional<Inheritance> inheritance;
 };
 
 class PluginProcess {
   public:
-    // Launches `plugin` with /dev/null as its standard input, and a socket that is read here as its
-    // output and error, like that of the journal. This process adopts what the plugin leaves
-    // behind, and leaves SIGINT, SIGQUIT, SIGTERM and SIGHUP to Await from now on. While it has one
-    // thread. What `starter` leaves open is as in this process. Throws std::runtime_error, with
-    // what to do, when the plugin cannot be started.
+    // Launches `plugin` with /dev/null as standard input, and a socket, like the journal's, as its
+    // output and error. From now on this process adopts orphaned descendants, and SIGINT, SIGQUIT,
+    // SIGTERM and SIGHUP wait for Await. Call while the process has one thread. Attributes that
+    // `starter` leaves unset stay as in this process. Throws std::runtime_error, with what to do,
+    // if the plugin cannot be started.
     PluginProcess(const Sentrel::Plugin& plugin, const PluginStarter& starter);
-    // Kills it when it has not been awaited.
+    // Kills the plugin if it was not awaited.
     ~PluginProcess();
     PluginProcess(const PluginProcess&) = delete;
     PluginProcess& operator=(const PluginProcess&) = delete;
 
     pid_t Pid() const { return pid; }
-    // Watches it to its end. Sends it SIGTERM when `timeout` after its start is over, or when this
-    // program gets one of these signals, and SIGKILL kEndPatience later, or at a second such
-    // signal. Ends what it left behind. Shows what it does on `live`, unless that is null. Once.
+    // Watches the plugin until it exits. Sends SIGTERM if it runs longer than `timeout`, or if this
+    // program receives one of these signals; SIGKILL kEndPatience later, or at a second such
+    // signal. Kills the processes that it left behind. Call once.
     PluginEnd Await(std::chrono::seconds timeout, LiveOutput* live);
 
   private:
     using Clock = std::chrono::steady_clock;
 
-    // The end of a socket that the plugin writes to, and what came through it.
+    // The reading end of a socket that the plugin writes to, and the output received.
     struct Capture {
         Sys::OwnedFd socket;
         PluginOutput taken;

@@ -127,7 +127,7 @@ std::vector<NewFile> WrapFiles(const NewPlugin& plugin) {
             {Sys::HostPath(Sentrel::kPluginDirectory + plugin.name), kProgram, 0, true}};
 }
 
-// The program or its source, and the entry of the store.
+// The files of the plugin: the program or its source, and the store entry.
 std::vector<NewFile> NewFiles(const NewPlugin& plugin) {
     const std::string& name = plugin.name;
     const std::string& folder = plugin.directory;

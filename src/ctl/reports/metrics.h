@@ -1,4 +1,4 @@
-// The numbers that a report tells below the member "metrics" of "unstructured":
+// The metrics of a report, from the member "metrics" of "unstructured":
 //
 //   "metrics": {"mounts": 4, "space_free:/var": {"value": 8.2, "unit": "%", "warning": 10}}
 #pragma once
@@ -18,18 +18,18 @@ struct Metric {
     std::optional<double> critical = {};
 };
 
-// Those of a report, in byte order of their names; what is no metric is left out. `unstructured` is
-// JSON text.
+// The metrics of a report, in byte order of their names; skips members that are not metrics.
+// `unstructured` is JSON text.
 std::vector<Metric> MetricsOf(const std::string& unstructured);
 
-// What the report gives as the reason of its state; empty when it gives none.
+// The report's reason for its state; empty if it has none.
 std::string ReasonOf(const std::string& unstructured);
 
 // How long the report says to be valid, in whole seconds: "validFor"; nothing when it does not say
 // so in a positive number.
 std::optional<std::chrono::seconds> ValidForOf(const std::string& unstructured);
 
-// The shortest decimal text that stands for this number, without an exponent.
+// The shortest decimal text that reads back as this number, without an exponent.
 std::string DecimalText(double number);
 
 }  // namespace Ctl

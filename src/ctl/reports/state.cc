@@ -25,7 +25,7 @@ constexpr std::string_view kNames[] = {"OK",      "WARNING", "ERROR", "NONE",
 struct Look {
     int rank;
     std::string_view mark;
-    std::string_view plainMark;  // where the locale does not write UTF-8
+    std::string_view plainMark;  // if the locale's encoding is not UTF-8
     Colour colour;
 };
 
@@ -240,7 +240,7 @@ std::vector<JudgedReport> ReadJudgedReports(const Host& host,
     };
     std::vector<PluginPeriod> plugins = ReadPluginPeriods();
     std::vector<StoredReport> reports = ReadReports(host, names);
-    // by the clock of now: some are newer than the command
+    // judged by the present time: some reports are newer than the command's start
     const auto now = std::chrono::system_clock::now();
     std::vector<JudgedReport> judged = JudgeReports(std::move(reports), plugins, now);
     std::erase_if(judged, [&](const JudgedReport& row) { return !isWanted(row.report.name); });

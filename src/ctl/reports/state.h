@@ -1,5 +1,5 @@
-// What state a report is in: that which it says, or that it is too old, missing or unreadable. The
-// one place where this is judged.
+// Judges the state of a report: the state that it gives, or STALE, NEVER or INVALID. No other code
+// judges this.
 #pragma once
 
 #include "ctl/reports/silence.h"
@@ -22,19 +22,19 @@ inline constexpr ReportState kReportStates[] = {
 
 // "OK", "WARNING", ...
 std::string_view NameOf(ReportState state);
-// How urgent a state is: 0 is the most urgent.
+// The urgency of a state; 0 is the most urgent.
 int RankOf(ReportState state);
 // "✖", "▲", ...: one column wide.
 std::string_view MarkOf(ReportState state);
-// The same for a terminal, whose locale may not write UTF-8.
+// The mark for a terminal, whose locale may not use UTF-8.
 std::string_view TerminalMarkOf(ReportState state);
 Colour ColourOf(ReportState state);
-// The state of that name, in any case.
+// The state with that name, ignoring case.
 std::optional<ReportState> ParseState(std::string_view name);
 // The same for the value of an option. Throws UsageError for any other name.
 ReportState RequireState(const std::string& option, const std::string& name);
 
-// An enabled plugin. Its reports are those named like it, or like it and a "." and more.
+// An enabled plugin. Its reports have its name, or its name, "." and a suffix.
 struct PluginPeriod {
     std::string name;
     std::chrono::seconds period;
@@ -43,9 +43,9 @@ struct PluginPeriod {
 };
 
 struct JudgedReport {
-    StoredReport report;  // of a plugin without a report: its name alone
+    StoredReport report;  // if the plugin has no report, only its name
     ReportState state = ReportState::Unknown;
-    std::optional<std::chrono::seconds> age = {};       // of a report that can be read
+    std::optional<std::chrono::seconds> age = {};       // only if the report can be read
     std::optional<std::chrono::seconds> period = {};    // of its plugin
     std::optional<std::chrono::seconds> validFor = {};  // that the report says of itself
     std::optional<Silence> silence = {};                // of a report that is not fine
@@ -58,22 +58,21 @@ bool IsFine(const JudgedReport& judged);
 inline constexpr std::chrono::seconds kToleratedLead{60};
 bool IsInFuture(const JudgedReport& judged);
 
-// Why it is in its state, in words for a person; empty when the report does not say.
+// The reason for the state, for a person; empty if the report gives none.
 std::string ReasonOf(const JudgedReport& judged);
 
 struct PluginSurvey;
 
-// The enabled plugins among those found, in the order of their names.
+// The enabled plugins of the survey, by name.
 std::vector<PluginPeriod> PeriodsOf(const PluginSurvey& survey,
                                     const std::optional<Sentrel::DaemonState>& state);
 
-// The enabled plugins of this host with their periods, by the daemon's own rules; none when there
-// is no plugin directory. Throws a std::exception, with what to do, when the directory cannot be
-// listed.
+// The enabled plugins of this host with their periods, by the daemon's own rules; none if there is
+// no plugin directory. Throws a std::exception, with what to do, if the directory cannot be listed.
 std::vector<PluginPeriod> ReadPluginPeriods();
 
-// The index of the plugin that made the report, the one with the longer name when two could have;
-// the number of plugins when none did.
+// The index of the plugin that a report belongs to: of two candidates, the one with the longer
+// name; the number of plugins if there is none.
 std::size_t FindMaker(const std::string& report, const std::vector<PluginPeriod>& plugins);
 
 // Sorted by name, with the plugins that have no report among them. A report older than one and a
@@ -87,16 +86,15 @@ std::vector<JudgedReport> JudgeReports(std::vector<StoredReport> reports,
 // Gives each report that is not fine its silence. A note says when the silences cannot be read.
 void AddSilences(std::vector<JudgedReport>& reports, std::chrono::system_clock::time_point now);
 
-// The reports of these names, or all, judged at the time when they have been read, with their
-// silences.
+// Reads and judges the reports of these names, or all.
 std::vector<JudgedReport> ReadJudgedReports(const Host& host,
                                             const std::vector<std::string>& names);
 
-// Those of `names` that no row has, in quotes.
+// The names that no row has, in quotes.
 std::vector<std::string> MissingNames(const std::vector<JudgedReport>& rows,
                                       const std::vector<std::string>& names);
 
-// What to tell of names among the rows that share files.
+// Warnings about names among the rows that share files.
 std::vector<std::string> WarningsOf(const std::vector<JudgedReport>& rows);
 
 }  // namespace Ctl

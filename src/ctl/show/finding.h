@@ -1,4 +1,4 @@
-// What a command that looks for faults has found: one text a finding, and what to do about it.
+// A finding of a command that inspects the host: its text, and how to fix the problem.
 #pragma once
 
 #include <iosfwd>
@@ -10,18 +10,18 @@
 namespace Ctl {
 
 enum class Severity {
-    Good,     // looked at, nothing to do
-    Notice,   // worth knowing; nothing has to be done
-    Warning,  // it works, but will surprise
+    Good,     // inspected, nothing to do
+    Notice,   // worth knowing; nothing to do
+    Warning,  // it works, but not as expected
     Error     // it does not work
 };
 
 struct Finding {
     Severity severity = Severity::Good;
-    std::string subject;     // what was looked at: "daemon", "plugin cpu", a setting, a file
+    std::string subject;     // what was inspected: "daemon", "plugin cpu", a setting, a file
     std::string text;        // what was found
-    std::string remedy;      // what to do, a command where there is one; empty for Good
-    bool isSkipped = false;  // this user may not look at it, but root may
+    std::string remedy;      // what to do, if possible a command; empty for Good
+    bool isSkipped = false;  // this user may not inspect it, but root may
     // The subject whose error, where it has one, is the cause of this finding; else empty.
     std::string followsFrom = {};
 };
@@ -29,7 +29,7 @@ struct Finding {
 // "ok", "notice", "warning", "error".
 std::string_view NameOf(Severity severity);
 
-// Good when there is none.
+// The worst severity; Good if there are no findings.
 Severity WorstOf(std::span<const Finding> findings);
 
 // Removes the findings that follow from an error which is among them.

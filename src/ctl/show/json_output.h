@@ -1,4 +1,4 @@
-// JSON documents as the tool writes and reads them.
+// Writes and reads the tool's JSON documents.
 #pragma once
 
 #include <nlohmann/json_fwd.hpp>
@@ -9,15 +9,15 @@
 
 namespace Ctl {
 
-// In one line. Bytes that are not UTF-8 become U+FFFD; characters that are not fit to be shown are
-// escaped.
+// Writes the document in one line. Bytes that are not UTF-8 become U+FFFD; characters that are
+// unsafe on a terminal are escaped.
 void WriteJson(const nlohmann::ordered_json& document, std::ostream& output);
 
 // How a command with --json fails: {"error": {"message", "advice", "code"}}, in one line; `code` is
 // the exit status.
 void WriteFailureJson(const std::exception& failure, int code, std::ostream& output);
 
-// The text that member of an object has; empty when it has none, or `object` is none.
+// The text of a member; empty if it is missing, is not a text, or `object` is not an object.
 std::string TextOf(const nlohmann::ordered_json& object, const char* member);
 
 }  // namespace Ctl

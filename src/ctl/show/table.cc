@@ -16,7 +16,7 @@ namespace Ctl {
 namespace {
 
 constexpr std::size_t kGap = 2;
-constexpr std::size_t kLeastCut = 12;  // a column is not cut to less
+constexpr std::size_t kLeastCut = 12;  // the least width of a cut column
 
 std::string CutToWidth(const std::string& text, std::size_t width) {
     if (WidthOf(text) <= width) {
@@ -82,7 +82,7 @@ std::vector<std::size_t> Table::FittedWidths(std::size_t width) const {
 void Table::WriteRow(const std::vector<Cell>& cells, const std::vector<std::size_t>& widths,
                      std::ostream& output) const {
     std::string line;
-    std::size_t blanks = 0;  // not written yet: a line does not end in blanks
+    std::size_t blanks = 0;  // pending: a line does not end in blanks
     for (std::size_t index = 0; index < cells.size(); ++index) {
         const Cell cell{CutToWidth(cells[index].text, widths[index]), cells[index].colour};
         const std::size_t padding = widths[index] - WidthOf(cell.text);

@@ -1,4 +1,4 @@
-// What the screens and the page show of one host, read at one moment.
+// The data of one host that the screens and the page show, read at one moment.
 #pragma once
 
 #include "ctl/host/host.h"
@@ -17,9 +17,9 @@ namespace Ctl {
 
 struct ViewedReport {
     JudgedReport judged;
-    std::string reason;                  // empty when there is none
-    std::vector<HistoricReport> stored;  // newest first; empty when the directory was not read
-    NextLaunch next;                     // of its plugin
+    std::string reason;                  // empty if there is none
+    std::vector<HistoricReport> stored;  // newest first; empty if the directory was not read
+    NextLaunch next;                     // the next launch of its plugin
 };
 
 struct ViewedLaunch {
@@ -32,28 +32,29 @@ struct HostView {
     std::chrono::system_clock::time_point now;
     std::vector<ViewedReport> reports;   // as SortByUrgency sorts them
     std::vector<ViewedLaunch> launches;  // of all enabled plugins, the next first
-    std::vector<Finding> findings;       // of doctor; empty where they were not asked for
-    std::string problem;                 // why the reports, or the launches, cannot be seen
+    std::vector<Finding> findings;       // those of "doctor"; empty if not requested
+    std::string problem;                 // why reports or launches cannot be read
 };
 
-// The host of these options with its daemon and what the daemon tells of itself.
+// The host of these options, with its daemon and the daemon's state.
 Host HostInView(const GivenOptions& options);
 
 // The worst first, silenced ones after the others of their state, then by name.
 void SortByUrgency(std::vector<JudgedReport>& reports);
 
-// Reads the reports of these names, or all, and the next launches as far as they are known. Throws
-// what ReadJudgedReports throws.
+// Reads the reports of these names, or all, and the known next launches. Throws what
+// ReadJudgedReports throws.
 HostView ViewReports(const Host& host, const std::vector<std::string>& names);
 
 // The same of reports and plugins that were read before.
 HostView ViewStored(const Host& host, std::vector<StoredReport> reports,
                     const PluginSurvey& survey);
 
-// The same of all names. Throws nothing: what cannot be read is left out, and `problem` says why.
+// Like ViewReports for all names, but does not throw: omits what cannot be read, and `problem` says
+// why.
 HostView ViewHost(const Host& host);
 
-// Adds the stored reports of each name where the report directory can be read.
+// Adds the stored reports of each name, if the report directory can be read.
 void AddStoredReports(const Host& host, HostView& view);
 
 // Adds what doctor finds, the worst first.

@@ -1,4 +1,4 @@
-// Reports as JSON, for programs.
+// Converts reports to JSON.
 #pragma once
 
 #include "ctl/reports/state.h"
@@ -10,10 +10,10 @@ namespace Ctl {
 // {"until", "because"}.
 nlohmann::ordered_json SilenceJson(const Silence& silence);
 
-// The members that the API gives, and what was judged; "unstructured" is JSON text.
+// The API's members and the judged state; "unstructured" is JSON text.
 nlohmann::ordered_json ToJson(const JudgedReport& report);
 
-// The same with "unstructured" as the value that it is.
+// Like ToJson, with "unstructured" as a JSON value.
 nlohmann::ordered_json ToDecodedJson(const JudgedReport& report);
 
 }  // namespace Ctl

@@ -25,8 +25,8 @@ namespace {
 
 using OrderedJson = nlohmann::ordered_json;
 
-constexpr std::size_t kMaxWorst = 4;     // lines for what is not OK
-constexpr std::size_t kMaxLaunches = 3;  // next launches
+constexpr std::size_t kMaxWorst = 4;     // lines for reports that are not OK
+constexpr std::size_t kMaxLaunches = 3;  // next launches shown
 
 constexpr std::array<Option, 5> kOptions = {
     {kJsonOption, kOfflineOption, kReportsOption, kApiOption, kTokenFileOption}};
@@ -36,7 +36,7 @@ bool IsWell(const ViewedReport& report) { return IsFine(report.judged); }
 // Nobody has to be told of it.
 bool IsQuiet(const ViewedReport& report) { return IsWell(report) || report.judged.silence; }
 
-// "11: 1 ERROR, 10 OK", "11, all OK", or why they cannot be seen.
+// "11: 1 ERROR, 10 OK", "11, all OK", or why the reports cannot be read.
 std::string ReportsText(const HostView& view) {
     if (!view.problem.empty()) {
         return "not visible: " + view.problem;

@@ -39,7 +39,7 @@ void Trends::Add(const ViewedReport& report) {
     Course& course = courses[report.judged.report.name];
     const double value = metrics.front().value;
     if (course.time == report.judged.report.time && course.values.back() == value) {
-        return;  // the same report in another state
+        return;  // the same report in a new state
     }
     course.time = report.judged.report.time;
     course.values.push_back(value);
