@@ -18,7 +18,6 @@ using Pellmar::Service::Logger;
 using Pellmar::Service::LogInternal;
 
 constexpr std::size_t kChunkSize = 512;
-
 constexpr int kIncompleteBody = 0;
 
 // Tells the state file what becomes of a post, also when an exception leaves the job.

@@ -40,22 +40,19 @@ void LogMissingKey(const Ref<Logger>& logger, const std::string& name, const cha
 }
 
 // Fills in the plugin's settings from the store; missing ones keep their defaults. Returns false
-// and sets the problem if the store cannot provide the plugin's entry.
-bool LoadPluginConfig(PluginEntry& entry, const Ref<Logger>& logger) {
-    PluginInfo& info = entry.info;
+// if the store cannot provide the plugin's entry.
+bool LoadPluginConfig(PluginInfo& info, const Ref<Logger>& logger) {
     try {
         const Ref<ConfigReader> reader = OpenPluginEntry(info.name);
         std::string frequency;
         if (reader->GetString("frequency", frequency)) {
             SetFrequency(info, frequency);
-            entry.frequency = frequency;
         } else {
             LogMissingKey(logger, info.name, "frequency");
         }
         std::string logLevel;
         if (reader->GetString("log_level", logLevel)) {
             SetLogLevel(info, logLevel);
-            entry.logLevel = logLevel;
         } else {
             LogMissingKey(logger, info.name, "log_level");
         }
@@ -64,7 +61,6 @@ bool LoadPluginConfig(PluginEntry& entry, const Ref<Logger>& logger) {
             LogMissingKey(logger, info.name, "enabled");
             return true;
         }
-        entry.enabled = info.enabled;
         if (!info.enabled) {
             LogInternal(logger, 5, "%1 plugin disabled", info.name);
         } else {
@@ -74,20 +70,19 @@ bool LoadPluginConfig(PluginEntry& entry, const Ref<Logger>& logger) {
         return true;
     } catch (const Pellmar::NotFoundException& exception) {
         LogInternal(logger, 3, "Failed to create Tabulon config: Exception : %1", exception.what());
-        entry.problem = exception.what();
         return false;
     }
 }
 
 PluginVerdict Examine(const Pellmar::System::File& file, PluginEntry& entry,
                       const Ref<Logger>& logger) {
-    const PluginInfo& info = entry.info;
+    PluginInfo& info = entry.info;
     std::error_code error;  // an entry of unknown type counts as a plugin
     if (std::filesystem::is_directory(std::filesystem::status(file.GetPath(), error))) {
         LogInternal(logger, 6, "Skipping the directory: %1", info.path);
         return PluginVerdict::Directory;
     }
-    if (!LoadPluginConfig(entry, logger)) {
+    if (!LoadPluginConfig(info, logger)) {
         LogInternal(logger, 3, "Failed to load configuration for: %1", info.name);
         return PluginVerdict::NoConfiguration;
     }

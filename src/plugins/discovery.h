@@ -8,7 +8,6 @@
 
 #include <array>
 #include <functional>
-#include <optional>
 #include <string>
 
 namespace Sentrel {
@@ -41,11 +40,6 @@ enum class PluginVerdict {
 struct PluginEntry {
     PluginInfo info;
     PluginVerdict verdict = PluginVerdict::Enabled;
-    // As set in the store; empty if missing or of another type.
-    std::optional<std::string> frequency;
-    std::optional<std::string> logLevel;
-    std::optional<bool> enabled;
-    std::string problem;  // with NoConfiguration: the store's reason
 };
 
 // Passes all entries of the plugin directory to `take`, sorted by the bytes of their names, each as
