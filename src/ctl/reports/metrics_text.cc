@@ -130,6 +130,17 @@ std::string ReasonsText(const std::vector<JudgedReport>& reports) {
     return reasons.Text();
 }
 
+std::string SilencesText(const std::vector<JudgedReport>& reports) {
+    Family silences("sentrel_report_silenced", Kind::Gauge,
+                    "1 for a report whose problem is known.");
+    for (const JudgedReport& row : reports) {
+        if (row.silence) {
+            silences.Add(ReportLabel(row), "1");
+        }
+    }
+    return silences.Text();
+}
+
 std::string NumbersText(const std::vector<JudgedReport>& reports) {
     Family values("sentrel_report_metric", Kind::Gauge, "A number that the report tells.");
     Family warnings("sentrel_report_metric_warning", Kind::Gauge,
