@@ -224,7 +224,7 @@ std::string DaemonText(const HostMetrics& host) {
 
 std::string MetricsText(const HostMetrics& host) {
     return StatesText(host.reports) + AgesText(host.reports) + ReasonsText(host.reports) +
-           NumbersText(host.reports) + DaemonText(host) + "# EOF\n";
+           SilencesText(host.reports) + NumbersText(host.reports) + DaemonText(host) + "# EOF\n";
 }
 
 }  // namespace Ctl

@@ -70,8 +70,8 @@ bool Parse(std::string_view text, const ParseOptions& options, nlohmann::json& d
     }
     NameWatch names;
     nlohmann::json parsed = names.Parse(text, options);
-    if (names.IsRepeated()) {
-        error = {0, 0, "an object has two members with the same name"};
+    if (const auto& name = names.Repeated()) {
+        error = {0, 0, "an object has two members with the same name" + Shown(*name)};
         return false;
     }
     if (parsed.is_discarded()) {
