@@ -99,7 +99,7 @@ TEST_F(StateFile, TellsWhatBecameOfEachPlugin) {
     EXPECT_EQ(told, 2);
     writer.SetNames(3);
     EXPECT_THAT(writer.StatusText(),
-                testing::MatchesRegex("3 names, 1 post, 10 launches; next launch "
+                testing::MatchesRegex("3 names, 1 post, 11 launches; next launch "
                                       "[0-9][0-9]:[0-9][0-9]:[0-9][0-9]Z"));
     struct stat status{};
     const std::string longName(200, 'n');

@@ -51,7 +51,7 @@ void UseGroupLocation(const GroupLocation& location) {
     throw Failure("cannot find the plugins' resource group: " + location.root.reason,
                   ::geteuid() == 0 ? "mount cgroup v2, or set SENTREL_CGROUP_ROOT to a cgroup"
                                    : "run this as root, or set SENTREL_CGROUP_ROOT to a cgroup "
-                                     "that this user may write");
+                                     "that this user can write to");
 }
 
 std::optional<DaemonProcess> FindDaemonIfAny() {

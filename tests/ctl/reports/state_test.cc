@@ -50,7 +50,8 @@ TEST(ReportState, IsWhatTheReportSaysUnlessItIsTooOldMissingOrUnreadable) {
         {"lead", "2024-03-05T14:08:09.000Z", "OK", ReportState::Ok},  // a clock a minute ahead
         {"odd", "2024-03-05T14:07:09.000Z", "SOMETHING", ReportState::Unknown},
         {"slow.a", "2024-03-05T13:49:39.000Z", "OK", ReportState::Ok},  // was fresh at the start
-        {"slow.b", "2024-03-05T13:49:38.000Z", "OK", ReportState::Stale},
+        {"slow.b", "2024-03-05T13:49:38.000Z", "OK", ReportState::Stale, "",
+         "last report 17 min 31 s ago, expected every 5 min"},
     };
     std::vector<Ctl::StoredReport> reports;
     for (const Row& row : rows) {

@@ -249,7 +249,7 @@ TEST_F(ConfigCommands, CheckFindsWhatTheDaemonWouldNotTake) {
         {"cpu", R"({"enabled": "yes"})", "warning", "cpu.enabled", "a string, not a boolean"},
         {"cpu", R"({"frequency": "hourly"})", "warning", "cpu.frequency", "fast holds instead"},
         {"cpu", R"({"frequency": "fast", "frequency": "slow"})", "warning", "/cpu.json",
-         "two members of the same name (\"frequency\"): the last one counts"},
+         "two members with the same name (\"frequency\"): the last one counts"},
         {"cpo", "{}", "warning", "/cpo.json", "no plugin cpo is installed"},
         {"test_cpu", "{}", "warning", "/test_cpu.json", "/etc/korvex/tabulon/oru_dev_only/"},
     };

@@ -56,8 +56,7 @@ class JsonWatch {
         char* line = nullptr;
         std::size_t size = 0;
         const ssize_t length = ::getline(&line, &size, tool.get());
-        const std::unique_ptr<char, void (*)(void*)> owner(line,
-                                                           [](char* text) { std::free(text); });
+        const std::unique_ptr<char, void (*)(void*)> owner(line, std::free);
         Json event = length < 0 ? Json::object() : Json::parse(line);
         event.erase("time");
         return event;

@@ -148,15 +148,14 @@ TEST(BoundedJson, AsksForAnObjectWhenToldTo) {
 TEST(BoundedJson, RefusesEqualNamesInOneObjectWhenToldTo) {
     constexpr ParseOptions kStrict{kMaxBytes, Comments::Refused, Root::AnyValue,
                                    Json::EqualNames::Refused};
-    const char* const twice = "0:0: an object has two members with the same name";
     const BadText rows[] = {
         {R"({"a": 1, "b": 1})", "ok"},
         {R"({"a": {"a": {"b": 1}}, "b": [{"a": 1}, {"a": 1}]})", "ok"},
-        {R"({"a": 1, "a": 1})", twice},
-        {R"({"a": 1, "\u0061": 1})", twice},
+        {R"({"a": 1, "a": 1})", "0:0: an object has two members with the same name (\"a\")"},
+        {R"({"a": 1, "\u0061": 1})", "0:0: an object has two members with the same name (\"a\")"},
         {R"({"a": [{"b": {"c": 1}, "\n": 1, "\n": 1, "c": 1, "b": 1}], "d": 1})",
-         "0:0: an object has two members of the same name"},
-        {R"({"": 1, "a": {}, "": 1})", "0:0: an object has two members of the same name (\"\")"},
+         "0:0: an object has two members with the same name"},
+        {R"({"": 1, "a": {}, "": 1})", "0:0: an object has two members with the same name (\"\")"},
         {R"({"a": 1, "a": })", "1:15: expected a value, found '}'"},
     };
     for (const BadText& row : rows) {

@@ -228,9 +228,11 @@ TEST_F(TokenVerifier, RefusesPartsThatAreNoJson) {
         const char* reason;
     } rows[] = {
         {R"({"alg": "ES256", "alg": "none"})", kClaims,
-         "its header is not accepted as JSON: an object has two members with the same name"},
+         "its header is not accepted as JSON: an object has two members with the same name "
+         "(\"alg\")"},
         {kHeader, R"({"sub": "ada", "s\u0075b": "root"})",
-         "its payload is not accepted as JSON: an object has two members with the same name"},
+         "its payload is not accepted as JSON: an object has two members with the same name "
+         "(\"sub\")"},
         {kHeader, deep, "its payload is not accepted as JSON: nested deeper than 256 levels"},
         {"[]", kClaims, "its header is not accepted as JSON: expected an object, '{', found '['"},
         {kHeader, "null",

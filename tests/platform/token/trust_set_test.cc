@@ -75,7 +75,8 @@ TEST_F(TrustSetFile, SaysOnceWhyEveryTokenIsRefused) {
          "or '}' is expected"},
         {R"({"keys": {}})", "is not a JWK Set: it has no list \"keys\""},
         {R"({"keys": [], "keys": []})",
-         "is not a JWK Set: line 0, column 0: an object has two members with the same name"},
+         "is not a JWK Set: line 0, column 0: an object has two members with the same name "
+         "(\"keys\")"},
         {R"({"keys": []})", "contains no usable key"},
         {R"({"keys": [1]})", "contains no usable key"},
         {R"({"keys": [0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0]})", "contains more than 16 keys"},

@@ -160,7 +160,7 @@ TEST(Native, NamesTheMemberThatDoesNotFit) {
         {R"({"alive":true,"colour":"red","height":1,"leaves":[],"rings":[]})",
          "quon.member.text: The member \"colour\" must be one of these: RED, GREEN."},
         {R"({"alive":true,"colour":"RED","height":1,"leaves":[],"rings":[[1],[2,"x"]]})",
-         "quon.member.type: The member \"rings[1][1]\" must be an integer of at most 64 bits, and "
+         "quon.member.type: The member \"rings[1][1]\" must be an integer of at most 64 bits, "
          "not a string."},
     };
     for (const auto& [json, problem] : rows) {
@@ -170,7 +170,7 @@ TEST(Native, NamesTheMemberThatDoesNotFit) {
                   .find("quon.member.datetime: The member \"planted\" is not a date-time: it does"),
               0U);
     EXPECT_EQ(Problem<Nothing>("{}"), "");
-    EXPECT_NE(Problem<Nothing>(R"({"a":null})").find("\"a\" here"), std::string::npos);
+    EXPECT_NE(Problem<Nothing>(R"({"a":null})").find("\"a\""), std::string::npos);
 }
 
 TEST(Native, KeepsALongResultInItsNativeForm) {

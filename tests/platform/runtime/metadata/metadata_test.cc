@@ -171,9 +171,9 @@ struct BrokenFile {
 };
 
 const BrokenFile kBrokenFiles[] = {
-    {"empty", "", "It is not a JSON object"},
+    {"empty", "", "It is not a valid JSON object"},
     {"cut", kDocument.substr(0, kDocument.size() / 2), "line "},
-    {"too deep", std::string(300, '[') + std::string(300, ']'), "It is not a JSON object"},
+    {"too deep", std::string(300, '[') + std::string(300, ']'), "It is not a valid JSON object"},
     {"equal names", Replaced(kDocument, "{", R"({"package": "x", )"), "two members"},
     {"too long", kDocument + std::string(1024 * 1024, ' '), "longer than 1048576 bytes"},
     {"no section", R"({"package": "com.example"})", " is missing"},
@@ -184,7 +184,7 @@ const BrokenFile kBrokenFiles[] = {
     {"an id twice", Replaced(kDocument, R"("id": "z")", R"("id": "com.example.reports")"),
      "Two of its services have the id \"com.example.reports\"", true, false},
     {"another package", Replaced(kDocument, R"("package": "com.example")", R"("package": "x")"),
-     "that of the package x", true, false},
+     "belongs to the package x", true, false},
     {"no schemes", Replaced(kDocument, R"({"name": "list", "schemes": ["token"]}, )", ""),
      "no authentication schemes for the operation com.example.reports.list", false},
     {"privileges of an open operation",
@@ -208,7 +208,7 @@ TEST_F(MetadataServices, NameTheFileAndWhatIsWrongInIt) {
     ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
     for (const std::string& bad : {directory.Path() + "none", directory.Path(), fifo}) {
         EXPECT_THAT(ProviderHelper::LoadCliMetadataFile("com.example", bad, container).ToString(),
-                    HasSubstr("The metadata file " + bad + " cannot be used: "));
+                    HasSubstr("Cannot use the metadata file " + bad + ": "));
     }
     EXPECT_EQ(container->Get(), loaded);
 }
