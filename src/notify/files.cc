@@ -48,7 +48,8 @@ std::int64_t Number(const std::string& path, const std::string& key, const json&
 
 Settings ReadSettings(const std::string& path) {
     Settings settings;
-    for (const auto& [key, value] : ReadObject(path, "the settings").items()) {
+    const json document = ReadObject(path, "the settings");
+    for (const auto& [key, value] : document.items()) {
         if (key == "settle_time_in_secs") {
             settings.settleTime = std::chrono::seconds(Number(path, key, value, 0, 86400));
         } else if (key == "hook_timeout_in_secs") {
@@ -66,7 +67,8 @@ Settings ReadSettings(const std::string& path) {
 
 std::map<std::string, Told> ReadTold(const std::string& path) {
     std::map<std::string, Told> told;
-    for (const auto& [name, value] : ReadObject(path, "what was told before").items()) {
+    const json document = ReadObject(path, "what was told before");
+    for (const auto& [name, value] : document.items()) {
         const std::optional<Ctl::ReportState> state =
             value.is_object() ? Ctl::ParseState(value.value("state", "")) : std::nullopt;
         if (!state) {
