@@ -165,7 +165,7 @@ SigningKey::SigningKey(const std::string& jwk) {
     std::string reason;
     const std::optional<PublicKey> half = PublicKey::FromJwk(json::parse(publicJwk), reason);
     if (!half || half->GetAlgorithm() != Algorithm::Es256) {
-        throw Pellmar::Exception("is not an ES256 key: " + (half ? "it is an RSA key" : reason));
+        throw Pellmar::Exception("not an ES256 key: " + (half ? "it is an RSA key" : reason));
     }
     (void)SignText("{}");  // throws unless the halves belong together
 }
@@ -183,7 +183,7 @@ SigningKey SigningKey::Load(const std::string& path) {
     try {
         const std::optional<std::string> text = ReadTrustSet(path);
         if (!text) {
-            throw Pellmar::NotFoundException(path + " is missing",
+            throw Pellmar::NotFoundException(rootedPath + " is missing",
                                              "create it with \"sentrelctl token init\"");
         }
         constexpr Json::ParseOptions kOptions{kMaxTrustSetBytes, Json::Comments::Refused,
@@ -191,15 +191,16 @@ SigningKey SigningKey::Load(const std::string& path) {
         json document;
         Json::JsonError error;
         if (!Json::Parse(*text, kOptions, document, error)) {
-            throw Pellmar::Exception("is not a JSON object: " + error.Text());
+            throw Pellmar::Exception("not a JSON object: " + error.Text());
         }
         return SigningKey(document.dump());
     } catch (const Pellmar::NotFoundException&) {
         throw;
     } catch (const Pellmar::Exception& error) {
-        throw Pellmar::Exception(path + " " + error.what(),
-                                 "run this as root; if the file is damaged, move it away and run "
-                                 "\"sentrelctl token init\"",
+        throw Pellmar::Exception("cannot use " + rootedPath + ": " + error.what(),
+                                 error.ErrorNumber() == EACCES
+                                     ? "run this as root"
+                                     : "move it away, then run \"sentrelctl token init\"",
                                  error.ErrorNumber());
     }
 }

@@ -77,7 +77,7 @@ TEST_F(Watch, TellsEachChangeInALine) {
     EXPECT_EQ(watch.Next(), Event("renewed", "raid", "ERROR", "ERROR"));
     Post("new", 0);
     EXPECT_EQ(watch.Next(), Event("new", "new", nullptr, "OK"));
-    std::filesystem::remove(ReportDirectory() + "new.json");
+    std::filesystem::remove(ReportDirectory() + "/new.json");
     EXPECT_EQ(watch.Next(), Event("removed", "new", "OK", nullptr));
     (void)daemon->Stop();
     EXPECT_EQ(watch.Next(), (Json{{"event", "daemon"}, {"running", false}}));
@@ -120,8 +120,8 @@ TEST_F(Watch, ShowsAScreenThatFollowsChanges) {
         }
         EXPECT_EQ(status, 0) << columns;
         (void)daemon->WaitForEnd();
-        std::filesystem::remove(ReportDirectory() + "raid.json");
-        std::filesystem::remove(ReportDirectory() + "plain.json");
+        std::filesystem::remove(ReportDirectory() + "/raid.json");
+        std::filesystem::remove(ReportDirectory() + "/plain.json");
     }
 }
 
