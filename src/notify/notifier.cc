@@ -4,12 +4,14 @@
 #include "ctl/show/times.h"
 #include "notify/hooks.h"
 #include "platform/pellmar/log/logger.h"
+#include "state/state_reader.h"
 
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <array>
 #include <climits>
+#include <optional>
 #include <sstream>
 #include <utility>
 #include <vector>
@@ -61,7 +63,16 @@ bool IsStarting(const Ctl::ViewedReport& report, const std::vector<Ctl::PluginPe
            (isOlder && maker < plugins.size() && uptime < plugins[maker].period);
 }
 
+// The daemon has not come round to the plugin since its start.
+bool IsAwaited(const Ctl::JudgedReport& judged, const std::optional<Sentrel::DaemonState>& state) {
+    const Sentrel::PluginState* const plugin = state && judged.state == Ctl::ReportState::Never
+                                                   ? state->Find(judged.report.name)
+                                                   : nullptr;
+    return plugin != nullptr && !plugin->start;
+}
+
 std::vector<Sighting> SightingsOf(const Ctl::HostView& view) {
+    const std::optional<Sentrel::DaemonState> state = Sentrel::ReadDaemonState();
     std::vector<Ctl::PluginPeriod> plugins;
     for (const Ctl::ViewedLaunch& launch : view.launches) {
         plugins.push_back({launch.plugin, launch.period});
@@ -71,7 +82,8 @@ std::vector<Sighting> SightingsOf(const Ctl::HostView& view) {
     for (const Ctl::ViewedReport& report : view.reports) {
         const Ctl::JudgedReport& judged = report.judged;
         sightings.push_back({judged.report.name, judged.state, report.reason, judged.report.time,
-                             judged.silence.has_value() || IsStarting(report, plugins, uptime)});
+                             judged.silence.has_value() || IsAwaited(judged, state) ||
+                                 IsStarting(report, plugins, uptime)});
     }
     return sightings;
 }
