@@ -26,8 +26,7 @@ json ReadObject(const std::string& path, const std::string& what) {
     if (!std::filesystem::exists(path, error) && !error) {
         return json::object();
     }
-    const json document =
-        json::parse(Ctl::ReadRegularFile(path, kMaxFileSize, what), nullptr, false);
+    json document = json::parse(Ctl::ReadRegularFile(path, kMaxFileSize, what), nullptr, false);
     if (!document.is_object()) {
         throw Ctl::Failure("cannot read " + path + ": not a JSON object", "correct or remove it");
     }

@@ -29,7 +29,7 @@ Sys::OwnedFd EndingSignals() {
     (void)::sigemptyset(&ending);
     (void)::sigaddset(&ending, SIGTERM);
     (void)::sigaddset(&ending, SIGINT);
-    (void)::sigprocmask(SIG_BLOCK, &ending, nullptr);  // valid signals
+    (void)::pthread_sigmask(SIG_BLOCK, &ending, nullptr);  // valid signals
     Sys::OwnedFd signals(::signalfd(-1, &ending, SFD_CLOEXEC | SFD_NONBLOCK));
     if (!signals.IsOpen()) {
         throw std::system_error(errno, std::generic_category(), "cannot receive signals");
