@@ -77,7 +77,7 @@ struct History {
     std::vector<Sample> samples;
 };
 
-// Empty when there is none, or the file is not this user's own.
+// Reads the samples kept at `path`; returns none if the file is missing or belongs to another user.
 History ReadHistory(const std::string& path) {
     const Sys::OwnedFd file(
         ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY));

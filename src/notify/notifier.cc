@@ -2,6 +2,7 @@
 
 #include "ctl/show/json_output.h"
 #include "ctl/show/times.h"
+#include "ctl/sight/daemon_text.h"
 #include "notify/hooks.h"
 #include "platform/pellmar/log/logger.h"
 #include "state/state_reader.h"
@@ -10,7 +11,6 @@
 
 #include <algorithm>
 #include <array>
-#include <climits>
 #include <optional>
 #include <sstream>
 #include <utility>
@@ -18,7 +18,6 @@
 
 #include <poll.h>
 #include <time.h>
-#include <unistd.h>
 
 namespace Notify {
 
@@ -33,12 +32,6 @@ const Pellmar::Ref<Logger>& Log() {
     static const Pellmar::Ref<Logger> sLogger =
         Logger::CreateLogger(Logger::sDefaultLogger, "Notifier");
     return sLogger;
-}
-
-std::string HostName() {
-    std::array<char, HOST_NAME_MAX + 1> name{};
-    (void)::gethostname(name.data(), name.size() - 1);  // empty if it fails
-    return name.data();
 }
 
 seconds Uptime() {
@@ -101,7 +94,7 @@ const char* EventOf(const Notice& notice) {
 // What a hook reads.
 std::string TextOf(const Notice& notice) {
     std::ostringstream text;
-    Ctl::WriteJson({{"host", HostName()},
+    Ctl::WriteJson({{"host", Ctl::HostName()},
                     {"name", notice.report.name},
                     {"event", EventOf(notice)},
                     {"before", Ctl::NameOf(notice.before)},

@@ -14,10 +14,10 @@ class AuditReader {
     // Throws Failure, with what to do, if one of them cannot be read or none exists.
     explicit AuditReader(const std::string& path);
 
-    // The next whole line, without its line feed; false if there is none yet. Continues with the
-    // new file once the path names another.
+    // Reads the next complete line, without its line feed; false if the file has no further one
+    // yet. Switches to the new file once the path names another.
     bool Next(std::string& line);
-    // Blocks until there may be more lines; false if waiting is no longer possible.
+    // Blocks until more lines may have been written; false if it cannot wait.
     bool WaitForMore();
 
   private:

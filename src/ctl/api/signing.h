@@ -21,8 +21,8 @@ Token::TrustSettings ReadTrustSettings();
 // reports needs.
 std::vector<std::string> KnownPrivileges();
 
-// A token signed with this host's key. Throws Pellmar::NotFoundException, with what to do, if there
-// is no key, and Pellmar::Exception if it cannot be used.
+// A token signed with this host's key. Throws Pellmar::NotFoundException, with what to do, if the
+// key is missing, and Pellmar::Exception if it is unusable.
 std::string IssueToken(const std::string& subject, std::vector<std::string> entitlements,
                        std::chrono::seconds lifetime);
 

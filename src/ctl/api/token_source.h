@@ -11,7 +11,7 @@ namespace Ctl {
 std::string FindToken(const std::string& file);
 
 // The token in a file, or on standard input for "-", without surrounding blanks. Throws Failure if
-// there is none.
+// it contains no token.
 std::string ReadTokenFrom(const std::string& path);
 
 }  // namespace Ctl

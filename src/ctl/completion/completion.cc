@@ -40,7 +40,7 @@ std::optional<Option> FindValued(const Command* command, std::string_view name) 
 void CompleteValue(const Option& option, Completion& completion) {
     completion.completes = option.completes;
     if (option.isList) {
-        const std::size_t start = completion.typed.rfind(',') + 1;  // 0 where there is none
+        const std::size_t start = completion.typed.rfind(',') + 1;  // 0 without a comma
         completion.before += completion.typed.substr(0, start);
         completion.typed.erase(0, start);
     }

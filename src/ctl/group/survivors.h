@@ -22,7 +22,7 @@ std::chrono::seconds LongestRunTime(const std::optional<DaemonProcess>& daemon);
 struct Member {
     ProcessStat process;
     std::chrono::milliseconds age;  // the plugin's if that is still in the group; else its own
-    bool isOrphan = false;          // its plugin is no longer in the group
+    bool isOrphan = false;          // its plugin has left the group
 };
 
 // The processes in the cgroup `directory` and in its child groups, oldest first; at most
