@@ -37,7 +37,7 @@ const char* AdviceFor(int errorNumber) {
             return "make its file system writable";
         case ENOSPC:
         case EDQUOT:
-            return "make room there";
+            return "free some space there";
         default:
             return "see what stands in its way";
     }

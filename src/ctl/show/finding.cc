@@ -47,7 +47,10 @@ std::vector<Line> LinesOf(std::span<const Finding> findings, Shown shown) {
                    line.finding->text == finding.text && line.finding->remedy == finding.remedy;
         });
         if (same != lines.end()) {
-            same->subjects.push_back(finding.subject);
+            if (std::find(same->subjects.begin(), same->subjects.end(), finding.subject) ==
+                same->subjects.end()) {
+                same->subjects.push_back(finding.subject);
+            }
         } else if (finding.severity != Severity::Good || shown == Shown::All) {
             lines.push_back({&finding, {finding.subject}});
         }
@@ -78,14 +81,14 @@ void WriteLine(const Line& line, std::size_t subjectWidth, std::ostream& output)
     }
 }
 
-// "2 errors, 1 warning, 1 notice"; empty when there are none.
+// "2 errors, 1 warning, 1 notice", by the lines shown; empty without problems.
 std::string CountsOf(std::span<const Finding> findings) {
+    const std::vector<Line> lines = LinesOf(findings, Shown::AllButGood);
     std::vector<std::string> counts;
     for (const Severity severity : {Severity::Error, Severity::Warning, Severity::Notice}) {
-        const auto count =
-            std::count_if(findings.begin(), findings.end(), [severity](const Finding& finding) {
-                return finding.severity == severity && !finding.isSkipped;
-            });
+        const auto count = std::count_if(lines.begin(), lines.end(), [severity](const Line& line) {
+            return line.finding->severity == severity && !line.finding->isSkipped;
+        });
         if (count != 0) {
             counts.push_back(Counted(static_cast<std::size_t>(count), NameOf(severity)));
         }

@@ -221,7 +221,7 @@ TEST_F(ConfigCommands, AStoreThatCannotBeWrittenIsNamedWithTheReason) {
     ExpectFailure(Run(change, User::Nobody), "cannot be written: Permission denied; run this as ");
     const MountedDirectory mounted(std::filesystem::path(file).parent_path(), 4096);
     WriteFile(file + ".filler", std::string(4096, ' '));
-    ExpectFailure(Run(change), "cannot be written: No space left on device; make room there");
+    ExpectFailure(Run(change), "cannot be written: No space left on device; free some space there");
     mounted.SetAccess(MountedDirectory::Access::ReadOnly);
     ExpectFailure(Run(change), "cannot be written: Read-only file system; ");
 }
