@@ -78,7 +78,8 @@ void CheckRoom(const std::string& directory, const Content& content, Findings& f
     const std::uintmax_t names = std::max<std::uintmax_t>(content.names.size(), 1);
     const std::uintmax_t most = names * kBytesOfName;
     const std::uintmax_t more = most - std::min(most, content.storedBytes);
-    const std::string remedy = "free space on the file system of " + directory + ": df " + directory;
+    const std::string remedy =
+        "free space on the file system of " + directory + ": df " + directory;
     if (free < Sentrel::kMaxReportSize) {
         findings.push_back({Severity::Error, kSubject,
                             SizeText(free) + " are free, less than one report may need", remedy});
