@@ -122,7 +122,7 @@ TEST_F(PluginRun, JudgesWhatItDoesAndPosts) {
 
 TEST_F(PluginRun, GivesItWhatTheDaemonGives) {
     Install(
-        "echo \"$# $*\"; tr '\\0' ' ' < /proc/$$/environ; pwd; ls /proc/$$/fd | tr '\\n' ' '; "
+        "echo \"$# $*\"; tr '\\0' ' ' < /proc/$$/environ; pwd; ls -m /proc/$$/fd; "
         "readlink /proc/$$/fd/0; read -r -a stat < /proc/$$/stat; "
         "[[ ${stat[5]} = $$ ]] && echo leads; post /plug $json \"$good\"",
         R"({"log_level": "warning"})");
@@ -130,7 +130,7 @@ TEST_F(PluginRun, GivesItWhatTheDaemonGives) {
     EXPECT_EQ(result.status, 0) << result.output;
     EXPECT_THAT(result.output,
                 HasSubstr("stdout  4 ++group=sentrel-plugins,mem=40 -u http://localhost:9996 "
-                          "--loglevel=warning\nstdout  /\nstdout  0 1 2 255 /dev/null\n"
+                          "--loglevel=warning\nstdout  /\nstdout  0, 1, 2, 255\nstdout  /dev/null\n"
                           "stdout  leads\n\nCommand "));
     EXPECT_THAT(result.output, HasSubstr("\nReport plug: WARNING, "));
     EXPECT_THAT(
