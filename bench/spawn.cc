@@ -62,13 +62,13 @@ class Group {
         (void)Kernel::EnsureGroup(kGroup, 0);  // without a reservation nothing can be missing
     }
     ~Group() {
-        try {
-            Kernel::RemoveGroup(kGroup);
-        } catch (const std::exception& exception) {
-            (void)std::fprintf(stderr, "the group stays behind: %s\n", exception.what());
-        }
-        if (!root.empty()) {
-            (void)::rmdir(root.c_str());  // reported above if it is not empty
+        std::string directory = root + "/" + kGroup;
+        for (; !root.empty() && directory.size() >= root.size();
+             directory.resize(directory.rfind('/'))) {
+            if (::rmdir(directory.c_str()) != 0) {
+                std::perror(("the group stays behind: " + directory).c_str());
+                return;
+            }
         }
     }
     Group(const Group&) = delete;

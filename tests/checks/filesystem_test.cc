@@ -5,7 +5,6 @@
 #include "checks/mounts.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <map>
 #include <optional>

@@ -1,4 +1,5 @@
 // The shipped checks as programs, run on this machine as the daemon runs plugins.
+#include "ctl/reports/check.h"
 #include "support/host_directory.h"
 #include "support/plugin_process.h"
 #include "support/report_contract.h"
@@ -6,7 +7,6 @@
 #include "support/sanitizers.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
 

@@ -8,18 +8,16 @@
 #include "plugins/resource_group.h"
 #include "support/cgroup_root.h"
 #include "support/deadline.h"
+#include "support/descriptors.h"
 #include "support/host_directory.h"
 
 #include <gtest/gtest.h>
 
-#include <array>
-#include <cerrno>
 #include <filesystem>
 #include <fstream>
 #include <memory>
 #include <optional>
 #include <string>
-#include <system_error>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -145,16 +143,11 @@ TEST_F(HostilePlugin, ThatIsReplacedWhileItRunsIsEndedAndTheNewOneLaunched) {
 class OutputPipe {
   public:
     OutputPipe() {
-        std::array<int, 2> ends{};
-        if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
-            throw std::system_error(errno, std::generic_category(), "pipe2");
-        }
-        reader.Reset(ends[0]);
-        const Sys::OwnedFd writer(ends[1]);
         for (const int descriptor : {STDOUT_FILENO, STDERR_FILENO}) {
             own[descriptor].Reset(::fcntl(descriptor, F_DUPFD_CLOEXEC, 3));
-            (void)::dup2(writer.Get(), descriptor);
+            (void)::dup2(pipe.writer.Get(), descriptor);
         }
+        pipe.writer.Reset();
     }
     ~OutputPipe() {
         for (const int descriptor : {STDOUT_FILENO, STDERR_FILENO}) {
@@ -164,10 +157,10 @@ class OutputPipe {
     OutputPipe(const OutputPipe&) = delete;
     OutputPipe& operator=(const OutputPipe&) = delete;
 
-    void AwaitSomething() const { ::Test::Deadline().Await(reader.Get(), POLLIN, "output"); }
+    void AwaitSomething() const { ::Test::Deadline().Await(pipe.reader.Get(), POLLIN, "output"); }
 
   private:
-    Sys::OwnedFd reader;
+    ::Test::Pipe pipe;
     Sys::OwnedFd own[3];
 };
 

@@ -10,15 +10,14 @@
 #include "plugins/resource_group.h"
 #include "support/deadline.h"
 #include "support/host_directory.h"
+#include "support/root_environment.h"
 #include "support/temporary_directory.h"
 
 #include <gtest/gtest.h>
 
 #include <cerrno>
-#include <cstdlib>
 #include <filesystem>
 #include <sstream>
-#include <stdexcept>
 #include <system_error>
 
 #include <signal.h>
@@ -33,28 +32,13 @@ namespace fs = std::filesystem;
 
 namespace {
 
-class RootEnvironment : public testing::Environment {
-  public:
-    void SetUp() override {
-        base = std::make_unique<Test::TemporaryDirectory>();
-        fs::create_directory(Root());
-        ASSERT_EQ(::setenv("SENTREL_ROOT", Root().c_str(), 1), 0);
-    }
-    void TearDown() override { base.reset(); }
+const Test::RootEnvironment* const kRoot = Test::RootEnvironment::Add();
+const Test::TemporaryDirectory kOutside;  // of the root
 
-    const std::string& Base() const { return base->Path(); }
-    std::string Root() const { return Base() + "root"; }
-
-  private:
-    std::unique_ptr<Test::TemporaryDirectory> base;
-};
-
-// Owned by GoogleTest.
-RootEnvironment* const kRoot =
-    static_cast<RootEnvironment*>(testing::AddGlobalTestEnvironment(new RootEnvironment));
+std::string BelowRoot(const std::string& plainPath) { return kRoot->Path() + plainPath.substr(1); }
 
 void WriteBelowRoot(const std::string& plainPath, std::string_view text) {
-    const fs::path path = kRoot->Root() + plainPath;
+    const fs::path path = BelowRoot(plainPath);
     fs::create_directories(path.parent_path());
     Test::WriteFile(path, text);
 }
@@ -67,20 +51,20 @@ void UseEmbeddedGroup() {
 }  // namespace
 
 PluginHost::PluginHost() : previous(::signal(SIGCHLD, SIG_IGN)) {
-    for (const fs::directory_entry& entry : fs::directory_iterator(kRoot->Root())) {
+    for (const fs::directory_entry& entry : fs::directory_iterator(kRoot->Path())) {
         fs::remove_all(entry.path());
     }
-    fs::create_directories(kRoot->Root() + Sentrel::kPluginDirectory);
+    fs::create_directories(BelowRoot(Sentrel::kPluginDirectory));
 }
 
 PluginHost::~PluginHost() { (void)::signal(SIGCHLD, previous); }
 
 std::string PluginHost::EntryPath(std::string_view name) const {
-    return kRoot->Root() + Sentrel::kPluginDirectory + std::string(name);
+    return BelowRoot(Sentrel::kPluginDirectory) + std::string(name);
 }
 
 std::string PluginHost::MakeOutput() const {
-    std::string path = kRoot->Base() + "output";
+    std::string path = kOutside.Path() + "output";
     fs::remove(path);
     if (::mkfifo(path.c_str(), 0600) != 0) {
         throw std::system_error(errno, std::generic_category(), "mkfifo");
@@ -112,7 +96,7 @@ std::vector<std::string> StartLog(std::string_view daemonEntry,
                                   const std::function<void(const PluginHost&)>& prepare) {
     const PluginHost host;
     prepare(host);
-    const std::string path = kRoot->Base() + "lines";
+    const std::string path = kOutside.Path() + "lines";
     const pid_t child = ::fork();
     if (child == 0) {
         std::string text;

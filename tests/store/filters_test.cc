@@ -6,7 +6,6 @@
 #include "support/time_zone.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <cstdint>
 #include <string>

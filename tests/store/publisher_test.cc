@@ -5,12 +5,12 @@
 #include "platform/pellmar/log/logger.h"
 #include "platform/sys/owned_fd.h"
 #include "support/captured_log.h"
+#include "support/descriptors.h"
 #include "support/host_directory.h"
 #include "support/sanitizers.h"
 #include "support/stored_report.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -191,13 +191,11 @@ TEST(Publisher, KeepsWhatItFoundBeforeTheWalkFailed) {
     std::vector<std::string> names = store.ListedNames();
     names.erase(std::find(names.begin(), names.end(), "last"), names.end());
 
-    rlimit previous{};
-    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &previous), 0);
     const int lowestFree = Sys::OwnedFd(::dup(STDIN_FILENO)).Get();
-    const rlimit one{static_cast<rlim_t>(lowestFree) + 1, previous.rlim_max};
-    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &one), 0);
-    EXPECT_EQ(store.ListedNames(), names);
-    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &previous), 0);
+    {
+        const Test::LoweredLimit one(RLIMIT_NOFILE, static_cast<rlim_t>(lowestFree) + 1);
+        EXPECT_EQ(store.ListedNames(), names);
+    }
     EXPECT_THAT(store.Failures(), ElementsAre("3 publisher: Error enumerating reports in path: " +
                                               store.directory + ". Too many open files (24)"));
 }

@@ -5,16 +5,18 @@
 #include "platform/pellmar/log/logger.h"
 #include "platform/pellmar/object.h"
 #include "platform/pellmar/system/file.h"
+#include "store/publisher.h"
 #include "support/captured_log.h"
 #include "support/host_directory.h"
 
+#include <atomic>
 #include <filesystem>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <vector>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 namespace {
 
@@ -76,6 +78,49 @@ std::string StoreReport(ReportRoller& roller, std::string_view body) {
     Write(report, body);
     roller.Rotate(report.file);
     return std::string(report.file->GetName().substr(1));
+}
+
+// A document whose text is as long as its number wants, of the one letter that it wants.
+std::string NumberedDocument(const std::string& name, int number) {
+    const std::string text(static_cast<std::size_t>(number * 997 % 70000),
+                           static_cast<char>('a' + number % 26));
+    return R"({"structured":{"name":")" + name + R"(","time":"t","status":)" +
+           std::to_string(number) + R"(},"unstructured":")" + text + R"("})";
+}
+
+TEST(ReportRoller, ShowsThePublisherWholeReportsOnly) {
+    constexpr int kReports = 300;
+    const Store store;
+    store.logger->SetLevel(3);
+    const Sentrel::Publisher publisher(store.Directory(), store.logger);
+    std::atomic<int> running{2};
+    const auto writeReports = [&](const std::string& name) {
+        const Ref<ReportRoller> roller = store.MakeRoller(name);
+        for (int number = 1; number <= kReports; ++number) {
+            StoreReport(*roller, NumberedDocument(name, number));
+        }
+        --running;
+    };
+    std::thread cpu(writeReports, "cpu");
+    std::thread mem(writeReports, "mem");
+    std::vector<Sentrel::Report> reports;
+    for (bool isLast = false; !isLast;) {
+        isLast = running == 0;
+        reports = publisher.GetReports({}, {}, Sentrel::kNoStartTime);
+        for (const Sentrel::Report& report : reports) {
+            const std::string whole = NumberedDocument(report.name, report.status);
+            EXPECT_TRUE(whole.ends_with(":" + report.unstructured + "}")) << report.status;
+        }
+        EXPECT_LE(publisher.ListReportFiles({"cpu"}).size(), 1U);
+    }
+    cpu.join();
+    mem.join();
+    ASSERT_EQ(reports.size(), 2U);
+    EXPECT_EQ(reports[0].status, kReports);
+    EXPECT_EQ(reports[1].status, kReports);
+    for (const std::string& line : store.log.Lines()) {  // a link was gone for an instant
+        EXPECT_THAT(line, StartsWith("3 SentrelHandler: Error reading symlink: "));
+    }
 }
 
 TEST(ReportRoller, ContinuesAfterTheHighestIndexOnRestart) {

@@ -4,7 +4,6 @@
 #include "support/captured_log.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
 #include <climits>

@@ -1,10 +1,11 @@
 #include "support/daemon_process.h"
 
+#include "support/descriptors.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <csignal>
 #include <cstddef>
 #include <cstdlib>
@@ -18,11 +19,8 @@
 
 #include <linux/close_range.h>
 #include <poll.h>
-#include <sys/inotify.h>
 #include <sys/prctl.h>
-#include <sys/resource.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/un.h>
 #include <sys/wait.h>
@@ -30,14 +28,6 @@
 
 namespace Test {
 namespace {
-
-int OrThrow(int result, const char* what) {
-    if (result < 0) {
-        const int error = errno;
-        throw std::system_error(error, std::generic_category(), what);
-    }
-    return result;
-}
 
 // A datagram socket with an abstract address that the kernel picks, as NOTIFY_SOCKET names it.
 std::pair<Sys::OwnedFd, std::string> MakeNotificationSocket() {
@@ -76,21 +66,9 @@ std::vector<std::string> MakeEnvironment(const DaemonOptions& options, int stand
         environment.push_back("SENTREL_CGROUP_ROOT=" + options.cgroupRoot);
     }
     if (options.logsToJournal) {
-        struct stat status{};
-        OrThrow(::fstat(standardError, &status), "what standard error is");
-        environment.push_back("JOURNAL_STREAM=" + std::to_string(status.st_dev) + ":" +
-                              std::to_string(status.st_ino));
+        environment.push_back("JOURNAL_STREAM=" + StreamName(standardError));
     }
     return environment;
-}
-
-std::vector<char*> ToPointers(std::vector<std::string>& texts) {
-    std::vector<char*> pointers;
-    for (std::string& text : texts) {
-        pointers.push_back(text.data());
-    }
-    pointers.push_back(nullptr);
-    return pointers;
 }
 
 // Everything that the child needs, made before it exists: between fork and exec only
@@ -107,13 +85,6 @@ struct Launch {
     const DaemonOptions& options = launch.options;
     bool ready = ::prctl(PR_SET_PDEATHSIG, SIGKILL) == 0 && ::getppid() == launch.parent &&
                  ::dup2(launch.standardError, STDERR_FILENO) >= 0;
-    if (options.maxDescriptors > 0) {
-        const rlimit limit{options.maxDescriptors, options.maxDescriptors};
-        ready = ready && ::setrlimit(RLIMIT_NOFILE, &limit) == 0;
-    }
-    if (!options.workingDirectory.empty()) {
-        ready = ready && ::chdir(options.workingDirectory.c_str()) == 0;
-    }
     if (options.startWithPendingStop) {
         sigset_t stop;
         sigemptyset(&stop);
@@ -121,11 +92,8 @@ struct Launch {
         ready = ready && ::sigprocmask(SIG_BLOCK, &stop, nullptr) == 0 && ::raise(SIGTERM) == 0;
     }
     ready = ready && ::close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC) == 0;
-    for (const int descriptor : options.closedDescriptors) {
-        ::close(descriptor);
-    }
     if (ready) {
-        ::execve(options.program.c_str(), launch.arguments, launch.environment);
+        ::execve(launch.arguments[0], launch.arguments, launch.environment);
     }
     ::_exit(127);
 }
@@ -139,9 +107,13 @@ DaemonProcess::DaemonProcess(const DaemonOptions& options) {
     const int standardError = options.standardError >= 0 ? options.standardError : log.Descriptor();
     std::vector<std::string> arguments = options.arguments;
     arguments.insert(arguments.begin(), options.program);
+    if (!options.preparation.empty()) {
+        arguments.insert(arguments.begin(),
+                         {"/bin/sh", "-c", options.preparation + "; exec \"$0\" \"$@\""});
+    }
     std::vector<std::string> environment = MakeEnvironment(options, standardError, notifySocket);
-    const std::vector<char*> argumentPointers = ToPointers(arguments);
-    const std::vector<char*> environmentPointers = ToPointers(environment);
+    const std::vector<char*> argumentPointers = PointersTo(arguments);
+    const std::vector<char*> environmentPointers = PointersTo(environment);
     const Launch launch{options, standardError, ::getpid(), argumentPointers.data(),
                         environmentPointers.data()};
     pid = OrThrow(::fork(), "starting the daemon");

@@ -26,12 +26,8 @@ struct DaemonOptions {
     std::string logLevel = "7";
     // SENTREL_CGROUP_ROOT; unset when empty.
     std::string cgroupRoot;
-    // Empty: the test's own.
-    std::string workingDirectory;
-    // Bound of open descriptors; 0: the test's own.
-    unsigned maxDescriptors = 0;
-    // Descriptors that are closed when the program starts.
-    std::vector<int> closedDescriptors;
+    // Commands of sh before the program, in its process; none when empty.
+    std::string preparation;
     // A descriptor of the test's that becomes standard error, so that nothing can be read through
     // the log operations below. -1: a file of this object's own, which takes every line.
     int standardError = -1;

@@ -1,12 +1,11 @@
 #include "support/log_file.h"
 
+#include "support/descriptors.h"
 #include "support/temporary_directory.h"
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <sstream>
-#include <system_error>
 
 #include <fcntl.h>
 #include <sys/inotify.h>
@@ -14,13 +13,6 @@
 
 namespace Test {
 namespace {
-
-int OrThrow(int result, const char* what) {
-    if (result < 0) {
-        throw std::system_error(errno, std::generic_category(), what);
-    }
-    return result;
-}
 
 // Without "2024-05-06T07:08:09.123Z " at its beginning, if that is there.
 std::string WithoutTime(const std::string& line) {

@@ -1,6 +1,6 @@
 #include "support/plugin_process.h"
 
-#include "support/deadline.h"
+#include "support/descriptors.h"
 #include "support/host_directory.h"
 
 #include <array>
@@ -70,21 +70,12 @@ void PluginHost::WriteSettings(std::string_view fileName, std::string_view text)
 }
 
 PluginProcess::PluginProcess(const PluginHost& host, const std::vector<std::string>& commandLine) {
-    std::array<int, 2> ends{};
-    if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
-        throw std::system_error(errno, std::generic_category(), "making a pipe");
-    }
-    errorPipe.Reset(ends[0]);
-    const Sys::OwnedFd writeEnd(ends[1]);
+    Pipe pipe;
+    errorPipe = std::move(pipe.reader);
     std::vector<std::string> strings = commandLine;
-    std::vector<char*> arguments;
-    arguments.reserve(strings.size() + 1);
-    for (std::string& string : strings) {
-        arguments.push_back(string.data());
-    }
-    arguments.push_back(nullptr);
+    const std::vector<char*> arguments = PointersTo(strings);
     std::array<char*, 1> environment{};
-    const SpawnActions actions(writeEnd.Get());
+    const SpawnActions actions(pipe.writer.Get());
     const int problem = ::posix_spawn(&pid, host.Executable().c_str(), actions.Get(), nullptr,
                                       arguments.data(), environment.data());
     if (problem != 0) {
@@ -110,16 +101,7 @@ long PluginProcess::PeakKiB() const {
 }
 
 int PluginProcess::WaitForEnd() {
-    const Deadline deadline;
-    std::array<char, 4096> buffer{};
-    for (;;) {
-        deadline.Await(errorPipe.Get(), POLLIN, "the end of the plugin");
-        const ssize_t count = ::read(errorPipe.Get(), buffer.data(), buffer.size());
-        if (count <= 0) {
-            break;  // it and all its children have closed their standard error
-        }
-        standardError.append(buffer.data(), static_cast<std::size_t>(count));
-    }
+    standardError = ReadToEnd(errorPipe.Get());  // it and all its children have closed theirs
     int status = 0;
     if (::waitpid(pid, &status, 0) != pid) {
         throw std::system_error(errno, std::generic_category(), "waiting for the plugin");

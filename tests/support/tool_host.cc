@@ -21,12 +21,13 @@ std::string ToolHost::ReportDirectory() const {
     return host.Root() + "/var/lib/korvex/sentrel/reports";
 }
 
-void ToolHost::StartDaemon() {
+void ToolHost::StartDaemon(const std::string& cgroupRoot) {
     DaemonOptions options;
     options.program = SENTREL_DAEMON_PATH;
     options.arguments = {"-r", ReportDirectory()};
     options.root = host.Root();
     options.logLevel = "3";
+    options.cgroupRoot = cgroupRoot;
     daemon.emplace(options);
     if (!daemon->WaitUntilReady()) {
         throw std::runtime_error("the daemon ended instead of serving");

@@ -21,7 +21,7 @@ class ToolHost : public testing::Test {
     ToolHost();
 
     // Starts the daemon and waits until it serves; throws when it does not.
-    void StartDaemon();
+    void StartDaemon(const std::string& cgroupRoot = "");
     // The tool with this host as its root.
     ToolResult Run(const std::vector<std::string>& arguments) const;
     // Its output; it ends well.

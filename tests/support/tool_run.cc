@@ -1,12 +1,11 @@
 #include "support/tool_run.h"
 
 #include "platform/sys/owned_fd.h"
+#include "support/descriptors.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <csignal>
 #include <system_error>
@@ -26,30 +25,12 @@ constexpr int kCannotRun = 127;
 constexpr uid_t kNobody = 65534;
 
 Sys::OwnedFd Require(int descriptor, const char* what) {
-    if (descriptor < 0) {
-        throw std::system_error(errno, std::generic_category(), what);
-    }
-    return Sys::OwnedFd(descriptor);
-}
-
-std::vector<char*> PointersTo(std::vector<std::string>& strings) {
-    std::vector<char*> pointers;
-    pointers.reserve(strings.size() + 1);
-    for (std::string& string : strings) {
-        pointers.push_back(string.data());
-    }
-    pointers.push_back(nullptr);
-    return pointers;
+    return Sys::OwnedFd(OrThrow(descriptor, what));
 }
 
 std::string ReadFromStart(const Sys::OwnedFd& file) {
-    std::string text;
-    std::array<char, 4096> buffer{};
     (void)::lseek(file.Get(), 0, SEEK_SET);  // a device has no start, and nothing to read
-    for (ssize_t count = 0; (count = ::read(file.Get(), buffer.data(), buffer.size())) > 0;) {
-        text.append(buffer.data(), static_cast<std::size_t>(count));
-    }
-    return text;
+    return ReadToEnd(file.Get());
 }
 
 bool BecomeNobody() {

@@ -1,13 +1,14 @@
 // The reports API of the whole daemon: what a client with a token reads, who is refused and what
 // the host's logs tell of it, and when the daemon starts without it or not at all.
+#include "platform/token/token_signer.h"
 #include "support/http_client.h"
 #include "support/loopback.h"
-#include "system/api_caller.h"
 #include "system/scenario.h"
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <filesystem>
@@ -27,6 +28,10 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::SizeIs;
 
+constexpr int kApiPort = 9984;
+constexpr char kReadPrivilege[] = "observability.reports.read";
+constexpr char kListMethod[] = "com.korvex.oru.observability.reports.list";
+constexpr char kGetMethod[] = "com.korvex.oru.observability.reports.get";
 constexpr char kErrors[] = "com.korvex.quon.std.errors.";
 constexpr char kIntrospection[] = "com.korvex.quon.std.introspection.service.list";
 
@@ -41,6 +46,55 @@ std::string OutputOf(const std::string& command) {
     EXPECT_EQ(::pclose(pipe), 0) << output;
     return output;
 }
+
+// A caller on the daemon's host: tokens signed with a key that the host trusts, and calls whose
+// answers are JSON.
+class ApiCaller {
+  public:
+    // Before the daemon's first call.
+    explicit ApiCaller(const ::Test::HostDirectory& host) {
+        key.AddToTrustSet(host.Root() + "/etc/korvex/oru/token/jwks.json");
+    }
+
+    std::string TokenFor(const std::string& subject,
+                         const std::vector<std::string>& entitlements) const {
+        const auto now = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
+        return key.Sign({.issuer = "sentrel",
+                         .audience = "sentrel",
+                         .subject = subject,
+                         .entitlements = entitlements,
+                         .issued = now,
+                         .lifetime = std::chrono::minutes(10)});
+    }
+
+    // On a connection of its own; an empty token sends none.
+    static ::Test::HttpResponse Post(const std::string& document, const std::string& token,
+                                     const std::string& address = "127.0.0.1") {
+        ::Test::RawConnection connection(kApiPort, address);
+        std::string request = "POST / HTTP/1.1\r\nContent-Type: application/json\r\n";
+        if (!token.empty()) {
+            request += "Authorization: Bearer " + token + "\r\n";
+        }
+        request += "Content-Length: " + std::to_string(document.size()) + "\r\n\r\n" + document;
+        connection.Send(request);
+        std::optional<::Test::HttpResponse> response = connection.ReadResponse();
+        if (!response) {
+            throw std::runtime_error("the API closed the connection without an answer");
+        }
+        return *response;
+    }
+
+    // `parameters` is JSON text.
+    static json Call(const std::string& method, const std::string& parameters,
+                     const std::string& token) {
+        const std::string document =
+            R"({"jsonrpc":"2.0","id":7,"method":")" + method + R"(","params":)" + parameters + "}";
+        return nlohmann::json::parse(Post(document, token).body);
+    }
+
+  private:
+    const Token::SigningKey key = Token::SigningKey::Generate();
+};
 
 class Api : public Scenario {
   protected:
@@ -173,21 +227,8 @@ TEST_F(Api, ServesBothAddressesAndNoOther) {
     EXPECT_THROW(ApiCaller::Post(document, "", "127.0.0.2"), std::system_error);
 }
 
-TEST_F(Api, RunsOnWithoutTheListenersThatFail) {
+TEST_F(Api, RunsOnWithoutListeners) {
     const Sys::OwnedFd taken4 = ::Test::ListenAt("127.0.0.1", kApiPort);
-    {
-        Start();
-        EXPECT_THAT(LogFrom(0, "5 sentrelquonEndpoint: IPv4 Failed"),
-                    ElementsAre("5 sentrelquonEndpoint: IPv4 Failed to listen on: "
-                                "127.0.0.1:9984 ec: system:98"));
-        EXPECT_EQ(daemon->CountLog("3 sentrelquonEndpoint: The API is not served on 127.0.0.1:9984:"
-                                   " Address already in use; stop the process "),
-                  1U);
-        const std::string document =
-            std::string(R"({"jsonrpc":"2.0","id":1,"method":")") + kIntrospection + "\"}";
-        EXPECT_EQ(ApiCaller::Post(document, "", "::1").status, 200);
-        EXPECT_EQ(daemon->Stop(), 0);
-    }
     const Sys::OwnedFd taken6 = ::Test::ListenAt("::1", kApiPort);
     Start();
     EXPECT_THAT(LogFrom(0, "5 sentrelquonEndpoint: IPv"), SizeIs(2));

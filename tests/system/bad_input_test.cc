@@ -178,7 +178,7 @@ TEST_F(BadInput, AcceptsAgainAfterItsDescriptorsRanOut) {
             << "the undefined-behaviour sanitizer beside it needs a pipe to look at an object";
     }
     DaemonOptions options = Options();
-    options.maxDescriptors = 40;
+    options.preparation = "ulimit -n 40";
     Start(options);
     std::deque<RawConnection> silent = OpenConnections(200);
     EXPECT_TRUE(daemon->WaitForLog("Cannot accept a connection"));

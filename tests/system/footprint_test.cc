@@ -1,36 +1,24 @@
 // What the daemon holds does not grow with what it has served, and where its log goes never holds
 // it up.
+#include "support/descriptors.h"
 #include "support/http_client.h"
 #include "system/scenario.h"
 
 #include <gmock/gmock.h>
 
-#include <array>
 #include <string>
 
 #include <fcntl.h>
-#include <unistd.h>
 
 namespace {
 
 using ::Test::DaemonOptions;
 using ::Test::HttpClient;
+using ::Test::Pipe;
 using ::Test::PostRequest;
 using ::Test::RawConnection;
 using ::Test::ReportDocument;
 using testing::HasSubstr;
-
-struct Pipe {
-    Pipe() {
-        std::array<int, 2> ends{};
-        EXPECT_EQ(::pipe2(ends.data(), O_CLOEXEC), 0);
-        reader.Reset(ends[0]);
-        writer.Reset(ends[1]);
-    }
-
-    Sys::OwnedFd reader;
-    Sys::OwnedFd writer;
-};
 
 class Footprint : public Scenario {
   protected:
@@ -81,39 +69,24 @@ TEST_F(Footprint, DoesNotWaitForTheReaderOfItsLog) {
     // The pipe is full by now. Once it is read, the next line says what was lost.
     const int flags = ::fcntl(log.reader.Get(), F_GETFL);
     ASSERT_EQ(::fcntl(log.reader.Get(), F_SETFL, flags | O_NONBLOCK), 0);
-    std::string text;
-    std::array<char, 65'536> buffer{};
-    const auto readAll = [&] {
-        ssize_t count = 0;
-        while ((count = ::read(log.reader.Get(), buffer.data(), buffer.size())) > 0) {
-            text.append(buffer.data(), static_cast<std::size_t>(count));
-        }
-    };
-    readAll();
+    std::string text = ::Test::ReadToEnd(log.reader.Get());
     EXPECT_EQ(HttpClient().Post("/cpu", "{}"), 200);
-    readAll();
+    text += ::Test::ReadToEnd(log.reader.Get());
     EXPECT_THAT(text, HasSubstr("lines dropped"));
     EXPECT_EQ(daemon->Stop(), 0);
 }
 
-TEST_F(Footprint, OutlivesTheReaderOfItsLog) {
+TEST_F(Footprint, OutlivesALogThatNobodyReadsOrThatIsFull) {
     Pipe log;
-    DaemonOptions options = Options();
-    options.standardError = log.writer.Get();
-    Start(options);
     log.reader.Reset();
-    ExpectManyPostsAreAnswered();
-    EXPECT_EQ(daemon->Stop(), 0);
-}
-
-TEST_F(Footprint, OutlivesALogThatIsFull) {
     const Sys::OwnedFd full(::open("/dev/full", O_WRONLY | O_CLOEXEC));
-    ASSERT_TRUE(full.IsOpen());
-    DaemonOptions options = Options();
-    options.standardError = full.Get();
-    Start(options);
-    ExpectManyPostsAreAnswered();
-    EXPECT_EQ(daemon->Stop(), 0);
+    for (const int descriptor : {log.writer.Get(), full.Get()}) {
+        DaemonOptions options = Options();
+        options.standardError = descriptor;
+        Start(options);
+        ExpectManyPostsAreAnswered();
+        EXPECT_EQ(daemon->Stop(), 0);
+    }
 }
 
 }  // namespace

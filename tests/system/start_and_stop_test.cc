@@ -84,7 +84,7 @@ TEST_F(StartAndStop, NormalisesTheReportDirectory) {
         SCOPED_TRACE(testing::PrintToString(arguments));
         DaemonOptions options = Options();
         options.arguments = arguments;
-        options.workingDirectory = host.Base();
+        options.preparation = "cd " + host.Base();
         Start(options);
         std::vector<std::string> lines;
         for (const std::string& directory : directories) {
@@ -146,11 +146,11 @@ TEST_F(StartAndStop, RefusesARelativeRoot) {
 
 TEST_F(StartAndStop, OpensClosedStandardDescriptorsOnNothing) {
     DaemonOptions options = Options();
-    options.closedDescriptors = {0, 1, 2};
+    options.preparation = "exec <&- >&- 2>&-";
     Start(options);
     EXPECT_EQ(HttpClient().Post("/cpu", ReportDocument("cpu")), 200);
     const auto open = daemon->OpenDescriptors();
-    for (const int descriptor : options.closedDescriptors) {
+    for (const int descriptor : {0, 1, 2}) {
         EXPECT_THAT(open, Contains(testing::Pair(descriptor, "/dev/null")));
     }
     EXPECT_EQ(host.Report("cpu"), ReportDocument("cpu"));

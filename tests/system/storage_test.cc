@@ -5,6 +5,7 @@
 
 #include <gmock/gmock.h>
 
+#include <deque>
 #include <filesystem>
 #include <string>
 
@@ -53,24 +54,27 @@ TEST_F(Storage, KeepsTheThreeNewestAndALinkToTheNewest) {
     EXPECT_EQ(status.st_mode & 07777U, 0640U);
 }
 
-TEST_F(Storage, StoresTwoParallelPostsOfOneNameOneAfterTheOther) {
-    const std::string first = ReportDocument("cpu", 100'000);
-    const std::string second = ReportDocument("cpu", 50'000);
+TEST_F(Storage, StoresPostsOfOneNameOneAfterTheOtherAndHoldsUpNoOtherName) {
+    const std::string first = PostRequest("/slow", ReportDocument("slow", 100'000));
     Start();
-    RawConnection early;
-    RawConnection late;
-    early.Send(std::string_view(PostRequest("/cpu", first)).substr(0, 1'000));
+    RawConnection slow;
+    slow.Send(std::string_view(first).substr(0, 1'000));
     ASSERT_TRUE(daemon->WaitForLog("Temporary report name"));
-    late.Send(PostRequest("/cpu", second));
-    ASSERT_TRUE(daemon->WaitForLog("Retrieved report rotation"));
-    EXPECT_THAT(host.ReportFiles(), ElementsAre(".cpu-0.json"));
+    std::deque<RawConnection> waiting;
+    for (int number = 0; number < 20; ++number) {
+        waiting.emplace_back().Send(PostRequest("/slow", std::to_string(number)));
+    }
+    ASSERT_TRUE(daemon->WaitForLog("Retrieved report rotation", 20));
+    EXPECT_EQ(Post("cpu", "{}"), 200);
+    EXPECT_THAT(host.ReportFiles(), ElementsAre(".slow-0.json", "cpu-0.json", "cpu.json"));
 
-    early.Send(std::string_view(PostRequest("/cpu", first)).substr(1'000));
-    EXPECT_EQ(early.ReadResponse()->status, 200);
-    EXPECT_EQ(late.ReadResponse()->status, 200);
-    EXPECT_EQ(ReadFile(host.ReportPath("cpu-0.json")), first);
-    EXPECT_EQ(ReadFile(host.ReportPath("cpu-1.json")), second);
-    EXPECT_EQ(host.LinkTarget("cpu"), StoredPath("cpu-1.json"));
+    slow.Send(std::string_view(first).substr(1'000));
+    EXPECT_EQ(slow.ReadResponse()->status, 200);
+    for (RawConnection& connection : waiting) {
+        EXPECT_EQ(connection.ReadResponse()->status, 200);
+    }
+    EXPECT_EQ(daemon->CountLog("Rotated filename: slow"), 21U);
+    EXPECT_EQ(host.LinkTarget("slow"), StoredPath("slow-2.json"));  // 1 + 20 reports in a ring of 3
 }
 
 TEST_F(Storage, FollowsNoPlantedLink) {

@@ -3,10 +3,8 @@
 #include "support/host_directory.h"
 #include "support/tool_run.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <string>

@@ -3,7 +3,6 @@
 #include "support/tool_run.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <string>

@@ -1,12 +1,12 @@
 // The commands "group ..." by the real program, in a cgroup root of the test's own.
 #include "platform/kernel/groups/cgroup_location.h"
 #include "support/cgroup_root.h"
+#include "support/descriptors.h"
 #include "support/host_directory.h"
 #include "support/sanitizers.h"
 #include "support/tool_run.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
 #include <array>
@@ -14,6 +14,7 @@
 #include <deque>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -221,12 +222,9 @@ TEST_F(GroupCommands, KillThatFailsLeavesTheGroupThawed) {
     for (int count = 0; count < 20; ++count) {
         processes.emplace_back(Directory(), "idle");
     }
-    rlimit limit{};
-    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &limit), 0);
-    const rlimit few{16, limit.rlim_max};
-    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &few), 0);
+    std::optional<LoweredLimit> few(std::in_place, RLIMIT_NOFILE, 16);
     const ToolResult result = Run({"kill", "--all"});
-    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &limit), 0);
+    few.reset();
     ExpectFailure(result, " of the group: Too many open files");
     EXPECT_EQ(ReadFile(Directory() + "/cgroup.freeze"), "0\n");
 }

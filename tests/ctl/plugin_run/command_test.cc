@@ -1,15 +1,16 @@
 // "plugin run" by the real program, of plugins that do well and badly.
 #include "store/report_name.h"
 #include "support/cgroup_root.h"
+#include "support/descriptors.h"
 #include "support/tool_host.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
 #include <cerrno>
 #include <csignal>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -171,14 +172,11 @@ TEST_F(PluginRun, FindsWhatTheDaemonStores) {
 }
 
 TEST_F(PluginRun, GivesItWhatItWouldInheritFromTheDaemon) {
-    rlimit limit{};
-    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &limit), 0);
-    const rlimit few{300, limit.rlim_max};
+    std::optional<LoweredLimit> few(std::in_place, RLIMIT_NOFILE, 300);
     const mode_t mask = ::umask(0027);
-    EXPECT_EQ(::setrlimit(RLIMIT_NOFILE, &few), 0);
     StartDaemon();
     EXPECT_EQ(::setpriority(PRIO_PROCESS, static_cast<id_t>(daemon->GetPid()), 5), 0);
-    EXPECT_EQ(::setrlimit(RLIMIT_NOFILE, &limit), 0);
+    few.reset();
     (void)::umask(mask);
     Install("umask; ulimit -n; nice; post /plug $json \"$good\"");
     EXPECT_THAT(RunIt().output, HasSubstr("stdout  0027\nstdout  300\nstdout  5\n"));

@@ -6,10 +6,8 @@
 #include "support/tool_host.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include <cstdlib>
 #include <filesystem>
 #include <string>
 #include <vector>

@@ -3,12 +3,10 @@
 #include "ctl/reports/json_schema.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
 #include <stdexcept>
 #include <string>
-#include <vector>
 
 namespace Test {
 namespace {

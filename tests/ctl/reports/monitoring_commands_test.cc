@@ -6,7 +6,6 @@
 #include "support/tool_run.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <chrono>
 #include <filesystem>

@@ -3,20 +3,17 @@
 #include "platform/audit/kvx_audit.h"
 
 #include "support/captured_log.h"
+#include "support/descriptors.h"
 #include "support/host_directory.h"
-#include "support/temporary_directory.h"
+#include "support/root_environment.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
-#include <csignal>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <memory>
 #include <set>
 #include <sstream>
 #include <string>
@@ -39,24 +36,7 @@ using ::Test::CapturedLog;
 using testing::ElementsAre;
 using testing::MatchesRegex;
 
-// One root for all tests, since it is read once a process.
-class RootEnvironment : public testing::Environment {
-  public:
-    void SetUp() override {
-        root = std::make_unique<::Test::TemporaryDirectory>();
-        ASSERT_EQ(setenv("SENTREL_ROOT", root->Path().c_str(), 1), 0);
-    }
-    void TearDown() override { root.reset(); }
-
-    fs::path AuditDirectory() const { return root->Path() + "var/log/korvex"; }
-
-  private:
-    std::unique_ptr<::Test::TemporaryDirectory> root;
-};
-
-// Owned by GoogleTest.
-RootEnvironment* const kRoot =
-    static_cast<RootEnvironment*>(testing::AddGlobalTestEnvironment(new RootEnvironment));
+const ::Test::RootEnvironment* const kRoot = ::Test::RootEnvironment::Add();
 
 std::vector<std::string> LinesOf(const fs::path& file) {
     std::istringstream text(::Test::ReadFile(file));
@@ -84,7 +64,7 @@ class KvxAudit : public testing::Test {
   protected:
     KvxAudit() { fs::remove_all(directory); }
 
-    const fs::path directory = kRoot->AuditDirectory();
+    const fs::path directory = kRoot->Path() + "var/log/korvex";
     const fs::path file = directory / "audit.jsonl";
     const CapturedLog log;
 };
@@ -232,14 +212,10 @@ TEST_F(KvxAudit, EndsALineThatWasCut) {
     fs::create_directories(directory);
     ::Test::WriteFile(file, R"({"subject": "before"})" + std::string(1 << 20, ' ') + "\n");
     const std::uintmax_t size = fs::file_size(file);
-    rlimit previous{};
-    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &previous), 0);
-    const rlimit limited{size + 10, previous.rlim_max};
-    const auto previousHandler = std::signal(SIGXFSZ, SIG_IGN);
-    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &limited), 0);
-    Record("cut");
-    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &previous), 0);
-    std::signal(SIGXFSZ, previousHandler);
+    {
+        const ::Test::LoweredLimit limited(RLIMIT_FSIZE, size + 10);
+        Record("cut");
+    }
     EXPECT_EQ(fs::file_size(file), size + 10);
     EXPECT_EQ(log.Count("(success: true) is lost: Cannot write /var/log/korvex/audit.jsonl: File "
                         "too large; move it away, or raise the file size limit"),

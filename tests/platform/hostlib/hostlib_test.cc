@@ -10,11 +10,9 @@
 
 #include <cerrno>
 #include <csignal>
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <string>
-#include <thread>
 
 #include <sys/sysmacros.h>
 
@@ -45,23 +43,6 @@ TEST(Unlink, GivesTheErrorNumber) {
 TEST(PanicCall, WritesItsMessageAndAborts) {
     EXPECT_EXIT(Panic("VERIFY %s:%d\n", "some_file.cc", 12), testing::KilledBySignal(SIGABRT),
                 "VERIFY some_file.cc:12\n");
-}
-
-TEST(ExclusiveLockTest, LetsOneThreadInAtATime) {
-    Hostlib::ExclusiveLock lock("counter-lock");
-    EXPECT_EQ(lock.GetName(), "counter-lock");
-    constexpr int kRounds = 20000;
-    int counter = 0;
-    const auto count = [&lock, &counter] {
-        for (int i = 0; i < kRounds; ++i) {
-            const Hostlib::ExclusiveLockGuard guard(lock);
-            ++counter;
-        }
-    };
-    std::thread other(count);
-    count();
-    other.join();
-    EXPECT_EQ(counter, 2 * kRounds);
 }
 
 // What clang's analysis refuses at compile time is what these two are about.

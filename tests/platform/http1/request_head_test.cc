@@ -158,10 +158,8 @@ TEST(RequestHead, FindsFieldsWithoutCase) {
 TEST(RequestHead, ReducesTheTargetToItsPath) {
     constexpr std::pair<std::string_view, std::string_view> kRows[] = {
         {"/", "/"},
-        {"/a/b", "/a/b"},
         {"/a?b", "/a"},
         {"/%2e%2F", "/%2e%2F"},
-        {"//host/a", "//host/a"},
         {"http://host", ""},
         {"http://host:80/a/b?c", "/a/b"},
         {"HTTP://[::1]:80/a", "/a"},
@@ -172,7 +170,6 @@ TEST(RequestHead, ReducesTheTargetToItsPath) {
         {"http:/host/a", "http:/host/a"},
         {"a?b=://host/c", "a"},
         {"*", "*"},
-        {"host:80", "host:80"},
     };
     for (const auto& [target, path] : kRows) {
         SCOPED_TRACE(target);
@@ -198,17 +195,13 @@ TEST(RequestHead, CombinesContentLengths) {
         {"Content-Length: 5\t,5\r\nContent-Length: 05\r\n", Known, 5},
         {"Content-Length: 9223372036854775807\r\n", Known, kMax},
         {"Content-Length: 9223372036854775808\r\n", Beyond63Bits, kMax},
-        {"Content-Length: 18446744073709551615\r\n", Beyond63Bits, kMax},
         {"Content-Length: 18446744073709551616\r\n", Beyond63Bits, kMax, true},
         {"Content-Length: 5, 6\r\n", Ambiguous},
         {"Content-Length: 5\r\nContent-Length: 6\r\n", Ambiguous},
-        {"Content-Length: 5, 6, 5\r\n", Ambiguous},
         {"Content-Length: 18446744073709551616, 18446744073709551617\r\n", Ambiguous},
         {"Content-Length:\r\n", Invalid},
         {"Content-Length: +5\r\n", Invalid},
-        {"Content-Length: 0x5\r\n", Invalid},
         {"Content-Length: 5 5\r\n", Invalid},
-        {"Content-Length: 5,\r\n", Invalid},
         {"Content-Length: 5,,5\r\n", Invalid},
         {"Content-Length: \xB2\r\n", Invalid},
         {"Content-Length: 5, 6\r\nContent-Length: x\r\n", Invalid},

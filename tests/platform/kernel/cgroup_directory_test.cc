@@ -3,13 +3,12 @@
 #include "platform/kernel/groups/cgroup_directory.h"
 
 #include "platform/kernel/groups/member_processes.h"
+#include "support/host_directory.h"
 #include "support/temporary_directory.h"
 
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
 
 #include <unistd.h>
@@ -22,13 +21,9 @@ class CgroupFiles : public testing::Test {
     void Write(const std::string& name, const std::string& text) {
         const std::filesystem::path path = base.Path() + name;
         std::filesystem::create_directories(path.parent_path());
-        std::ofstream(path) << text;
+        ::Test::WriteFile(path, text);
     }
-    std::string Read(const std::string& name) {
-        std::ostringstream text;
-        text << std::ifstream(base.Path() + name).rdbuf();
-        return text.str();
-    }
+    std::string Read(const std::string& name) { return ::Test::ReadFile(base.Path() + name); }
     CgroupDirectory Open() {
         CgroupDirectory directory;
         EXPECT_EQ(CgroupDirectory::Open(base.Path(), directory), 0);

@@ -12,7 +12,6 @@
 #include <memory>
 #include <stdexcept>
 #include <system_error>
-#include <utility>
 
 #include <fcntl.h>
 #include <poll.h>
@@ -26,33 +25,6 @@ namespace KernelTest {
 namespace {
 
 constexpr unsigned kReservationMB = 40;
-
-std::string ReadToEnd(int descriptor) {
-    const ::Test::Deadline deadline;
-    std::string text;
-    std::array<char, 4096> piece;
-    for (;;) {
-        deadline.Await(descriptor, POLLIN, "a child's output");
-        const ssize_t count = ::read(descriptor, piece.data(), piece.size());
-        if (count <= 0) {
-            return text;
-        }
-        text.append(piece.data(), static_cast<std::size_t>(count));
-    }
-}
-
-struct Pipe {
-    Pipe() {
-        std::array<int, 2> ends{};
-        if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
-            throw std::system_error(errno, std::generic_category(), "pipe2");
-        }
-        reading.Reset(ends[0]);
-        writing.Reset(ends[1]);
-    }
-    Sys::OwnedFd reading;
-    Sys::OwnedFd writing;
-};
 
 }  // namespace
 
@@ -76,11 +48,7 @@ void EmbeddedTest::TearDown() { Kernel::UseGroups(nullptr); }
 
 Spawned SpawnProgram(const std::vector<std::string>& argv, Kernel::Confinement confinement) {
     std::vector<std::string> copies = argv;
-    std::vector<char*> pointers;
-    for (std::string& argument : copies) {
-        pointers.push_back(argument.data());
-    }
-    pointers.push_back(nullptr);
+    const std::vector<char*> pointers = ::Test::PointersTo(copies);
     std::array<char*, 1> environment{};
     const std::array<std::int32_t, 3> descriptors{0, 1, 2};
     Spawned spawned;
@@ -95,33 +63,14 @@ std::vector<std::string> ShellCommand(const std::string& script) {
 }
 
 std::string OutputOf(const std::string& script, Kernel::Confinement confinement) {
-    Pipe pipe;
+    ::Test::Pipe pipe;
     const Sys::OwnedFd previous(::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3));
-    (void)::dup2(pipe.writing.Get(), STDOUT_FILENO);
-    pipe.writing.Reset();
+    (void)::dup2(pipe.writer.Get(), STDOUT_FILENO);
+    pipe.writer.Reset();
     const Spawned spawned = SpawnProgram(ShellCommand(script), confinement);
     (void)::dup2(previous.Get(), STDOUT_FILENO);
     EXPECT_EQ(spawned.result.status, 0);
-    return ReadToEnd(pipe.reading.Get());
-}
-
-std::string AnswerOfChild(const std::function<std::string()>& question) {
-    Pipe pipe;
-    const pid_t child = ::fork();
-    if (child == 0) {
-        std::string answer;
-        try {
-            answer = question();
-        } catch (const std::exception& exception) {
-            answer = std::string("exception: ") + exception.what();
-        }
-        (void)!::write(pipe.writing.Get(), answer.data(), answer.size());  // the test sees its lack
-        ::_exit(0);
-    }
-    pipe.writing.Reset();
-    std::string answer = ReadToEnd(pipe.reading.Get());
-    (void)::waitpid(child, nullptr, 0);  // ECHILD where SIGCHLD is ignored
-    return answer;
+    return ::Test::ReadToEnd(pipe.reader.Get());
 }
 
 Sys::PidFd OpenProcess(pid_t pid) {

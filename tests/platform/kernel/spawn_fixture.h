@@ -5,10 +5,10 @@
 #include "platform/kernel/spawn/spawn.h"
 #include "platform/sys/pid_fd.h"
 #include "support/cgroup_root.h"
+#include "support/descriptors.h"
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -71,8 +71,7 @@ std::vector<std::string> ShellCommand(const std::string& script);
 std::string OutputOf(const std::string& script,
                      Kernel::Confinement confinement = Kernel::Confinement::None);
 
-// What `question` answers in a child process of the test, where it may change what it likes.
-std::string AnswerOfChild(const std::function<std::string()>& question);
+using ::Test::AnswerOfChild;
 
 // Empty when there is no such process.
 Sys::PidFd OpenProcess(pid_t pid);

@@ -183,14 +183,14 @@ TEST_F(EmbeddedSpawn, LeavesNoZombieOfAFailedChildWhereExitStatusesAreKept) {
 TEST_F(CgroupSpawn, FollowsAGroupThatWasRemovedAndMadeAnew) {
     ASSERT_EQ(SpawnProgram({"/bin/true", kGroupArgument}).result.error, 0);
     root.WaitUntilEmpty();
-    Kernel::RemoveGroup(kGroup);
+    std::filesystem::remove(Directory());
     EXPECT_EQ(SpawnProgram({"/bin/true", kGroupArgument}).result.error, -ESRCH);
     (void)Kernel::EnsureGroup(kGroup, 40);  // whether it is reserved depends on the host
     const Spawned first = SpawnProgram(ShellCommand("exec sleep 1000"));
     EXPECT_EQ(first.result.error, 0);
     EXPECT_EQ(Kernel::Kill(first.pid, SIGKILL), 0);
     root.WaitUntilEmpty();
-    Kernel::RemoveGroup(kGroup);
+    std::filesystem::remove(Directory());
     (void)Kernel::EnsureGroup(kGroup, 40);
     EXPECT_NE(OutputOf("exec cat /proc/self/cgroup").find(std::string(kGroup) + "\n"),
               std::string::npos);

@@ -12,8 +12,6 @@
 #include <string>
 #include <system_error>
 
-#include <sys/stat.h>
-
 namespace {
 
 namespace Files = std::filesystem;

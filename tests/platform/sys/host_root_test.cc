@@ -1,7 +1,7 @@
 // The variable is read once a process, so each row is looked at by a child of its own.
 #include "platform/sys/host_root.h"
 
-#include "platform/sys/owned_fd.h"
+#include "support/descriptors.h"
 #include "support/temporary_directory.h"
 
 #include <gtest/gtest.h>
@@ -11,36 +11,14 @@
 #include <functional>
 #include <string>
 
-#include <fcntl.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 namespace {
 
 // What `question` answers in a process whose SENTREL_ROOT is `root`; unset for null.
 std::string AskWithRoot(const char* root, const std::function<std::string()>& question) {
-    int ends[2];
-    if (pipe2(ends, O_CLOEXEC) != 0) {
-        return "no pipe";
-    }
-    Sys::OwnedFd reading(ends[0]);
-    Sys::OwnedFd writing(ends[1]);
-    const pid_t child = fork();
-    if (child == 0) {
+    return ::Test::AnswerOfChild([&] {
         (void)(root == nullptr ? unsetenv("SENTREL_ROOT") : setenv("SENTREL_ROOT", root, 1));
-        const std::string answer = question();
-        const ssize_t written = write(writing.Get(), answer.data(), answer.size());
-        _exit(written == static_cast<ssize_t>(answer.size()) ? 0 : 1);
-    }
-    writing.Reset();
-    std::string answer;
-    char piece[256];
-    for (ssize_t count; (count = read(reading.Get(), piece, sizeof(piece))) > 0;) {
-        answer.append(piece, static_cast<std::size_t>(count));
-    }
-    int status = -1;
-    waitpid(child, &status, 0);
-    return status == 0 ? answer : "the child failed";
+        return question();
+    });
 }
 
 TEST(HostRoot, PutsAbsolutePathsBelowTheRoot) {

@@ -15,7 +15,6 @@
 #include <vector>
 
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace {
 
@@ -101,10 +100,6 @@ TEST(JsonConfig, NamesFileLineColumnAndReasonOfABrokenFile) {
     const Row rows[] = {
         {"{\n  \"value\": 1,\n  \"other\" 2\n}", path + ":3:11: expected ':', found '2'"},
         {"", path + ":1:1: the text ends where an object, '{' is expected"},
-        {"[]", path + ":1:1: expected an object, '{', found '['"},
-        {"// no value\nnull", path + ":2:1: expected an object, '{', found 'null'"},
-        {"{} \x01", path + ":1:4: expected the end of the text, found the byte 0x01"},
-        {std::string(300, '['), path + ":1:1: expected an object, '{', found '['"},
     };
     ::Test::WriteVendorFile("broken", R"({"value": 1})");  // a good file does not help
     for (const Row& row : rows) {

@@ -3,11 +3,8 @@
 #include "platform/token/base64url.h"
 
 #include <jansson.h>
-#include <openssl/bio.h>
 #include <openssl/ecdsa.h>
 #include <openssl/evp.h>
-#include <openssl/hmac.h>
-#include <openssl/pem.h>
 #include <nlohmann/json.hpp>
 extern "C" {
 #include <jose/openssl.h>
@@ -51,14 +48,6 @@ std::string TestKey::Jwk(std::string_view members) const {
     return jwk.dump();
 }
 
-std::string TestKey::Pem() const {
-    const std::unique_ptr<BIO, decltype(&BIO_free)> memory(BIO_new(BIO_s_mem()), &BIO_free);
-    PEM_write_bio_PUBKEY(memory.get(), key.get());
-    char* text = nullptr;
-    const long length = BIO_get_mem_data(memory.get(), &text);
-    return {text, static_cast<std::size_t>(length)};
-}
-
 std::string TestKey::SignAsn1(std::string_view text) const {
     const std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> digest(EVP_MD_CTX_new(),
                                                                          &EVP_MD_CTX_free);
@@ -85,15 +74,6 @@ std::string TestKey::Sign(std::string_view text) const {
     BN_bn2binpad(ECDSA_SIG_get0_r(numbers.get()), Bytes(sideBySide), width);
     BN_bn2binpad(ECDSA_SIG_get0_s(numbers.get()), Bytes(sideBySide) + width, width);
     return sideBySide;
-}
-
-std::string Hmac(std::string_view secret, std::string_view text) {
-    std::string code(EVP_MAX_MD_SIZE, '\0');
-    unsigned length = 0;
-    HMAC(EVP_sha256(), secret.data(), static_cast<int>(secret.size()), Bytes(text), text.size(),
-         Bytes(code), &length);
-    code.resize(length);
-    return code;
 }
 
 std::string SignedText(std::string_view header, std::string_view payload) {

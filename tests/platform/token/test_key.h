@@ -19,8 +19,6 @@ class TestKey {
 
     // The public half as a JWK, with `members` (a JSON object) merged over it.
     std::string Jwk(std::string_view members = "{}") const;
-    // The public half as it stands in a PEM file.
-    std::string Pem() const;
     // SHA-256 with this key: of a curve the two numbers side by side.
     std::string Sign(std::string_view text) const;
     // The same, of a curve as ASN.1.
@@ -29,8 +27,6 @@ class TestKey {
   private:
     const std::shared_ptr<evp_pkey_st> key;
 };
-
-std::string Hmac(std::string_view secret, std::string_view text);
 
 // `header` "." `payload`, each as base64url.
 std::string SignedText(std::string_view header, std::string_view payload);

@@ -3,6 +3,7 @@
 #include "platform/token/trust_set.h"
 
 #include "platform/pellmar/log/logger.h"
+#include "platform/tabulon/json_reader.h"
 #include "platform/token/token_verifier.h"
 #include "support/captured_log.h"
 #include "support/host_directory.h"
@@ -10,6 +11,7 @@
 #include "test_key.h"
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include <filesystem>
 #include <map>
@@ -130,26 +132,9 @@ TEST_F(TrustSetFile, IsReadAgainExactlyWhenItChanged) {
     EXPECT_EQ(KeyCount(), 1U);
 }
 
-class FixedReader : public Pellmar::Service::ConfigReader {
-  public:
-    bool GetInt(std::string_view, std::int32_t&) const override { return false; }
-    bool GetBool(std::string_view, bool&) const override { return false; }
-    bool GetString(std::string_view key, std::string& value) const override {
-        const auto found = values.find(std::string(key));
-        if (found == values.end()) {
-            return false;
-        }
-        value = found->second;
-        return true;
-    }
-
-    std::map<std::string, std::string> values;
-};
-
 TEST(TrustSettings, HaveDefaultsForWhatIsNotSet) {
-    FixedReader reader;
-    reader.values["audience"] = "reports";
-    const Token::TrustSettings settings = Token::ReadTrustSettings(reader);
+    const auto reader = Tabulon::MakeJsonReader({}, {{"audience", "reports"}}, {});
+    const Token::TrustSettings settings = Token::ReadTrustSettings(*reader);
     EXPECT_EQ(settings.issuer, "sentrel");
     EXPECT_EQ(settings.audience, "reports");
     EXPECT_EQ(settings.jwks, "/etc/korvex/oru/token/jwks.json");

@@ -21,7 +21,6 @@
 #include <vector>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 namespace Com::Korvex::Oru::Observability::ReportsSvc {
 namespace {

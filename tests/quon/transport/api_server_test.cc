@@ -1,6 +1,7 @@
 // The server as a whole: its listeners, what it does with clients that are slow, silent, gone or
 // greedy, and its end while calls are in progress.
 #include "quon/transport/running_server.h"
+#include "support/descriptors.h"
 #include "support/sanitizers.h"
 
 #include <gtest/gtest.h>
@@ -29,30 +30,12 @@ using ::Test::Post;
 using ::Test::RawConnection;
 using ::Test::RunningServer;
 
-const std::string kClosingPost = Post(Document("size"), "Connection: close\r\n");
-
 bool IsServed(RawConnection& client) {
-    return client.Send(kClosingPost) &&
+    return client.Send(::Test::kClosingPost) &&
            client.ReadUntilClosed().find("\"result\":2") != std::string::npos;
 }
 
-// One call on a connection that stays open.
-void CallOnce(RawConnection& client, std::string_view fields = {}) {
-    ASSERT_TRUE(client.Send(Post(Document("token"), fields)));
-    ASSERT_TRUE(client.ReadResponse());
-}
-
 std::string PortText(int port) { return "127.0.0.1:" + std::to_string(port); }
-
-TEST(ApiServer, ServesBothLoopbackAddresses) {
-    const RunningServer server;
-    RawConnection client4 = server.Connect();
-    RawConnection client6(server.port6, "::1");
-    EXPECT_TRUE(IsServed(client4));
-    EXPECT_TRUE(IsServed(client6));
-    EXPECT_TRUE(server.log->WaitFor("5 Listening on: " + PortText(server.port4)));
-    EXPECT_TRUE(server.log->WaitFor("5 Listening on: [::1]:" + std::to_string(server.port6)));
-}
 
 TEST(ApiServer, ListensWhereItCan) {
     RunningServer taken;
@@ -85,32 +68,16 @@ TEST(ApiServer, ListensWhereItCan) {
     EXPECT_EQ(log->Lines().size(), 9U);
 }
 
-// The bound of open descriptors of this process, for the scope.
-class DescriptorBound {
-  public:
-    explicit DescriptorBound(int bound) {
-        ::getrlimit(RLIMIT_NOFILE, &before);
-        const rlimit lowered{static_cast<rlim_t>(bound), before.rlim_max};
-        ::setrlimit(RLIMIT_NOFILE, &lowered);
-    }
-    ~DescriptorBound() { ::setrlimit(RLIMIT_NOFILE, &before); }
-    DescriptorBound(const DescriptorBound&) = delete;
-    DescriptorBound& operator=(const DescriptorBound&) = delete;
-
-  private:
-    rlimit before{};
-};
-
 TEST(ApiServer, AcceptsAgainWhenThereAreDescriptors) {
     if (kHasAddressSanitizer) {
         GTEST_SKIP()
             << "the undefined-behaviour sanitizer beside it needs a pipe to look at an object";
     }
     const RunningServer server({.limits = {.acceptDelay = 1ms}});
-    std::optional<DescriptorBound> bound;
+    std::optional<::Test::LoweredLimit> bound;
     const int lowestFree = ::dup(STDERR_FILENO);
     ::close(lowestFree);
-    bound.emplace(lowestFree + 1);
+    bound.emplace(RLIMIT_NOFILE, static_cast<rlim_t>(lowestFree) + 1);
     RawConnection client = server.Connect();  // with the last descriptor
     EXPECT_TRUE(
         server.log->WaitFor("3 Accept Error: system:24 Too many open files"
@@ -190,31 +157,19 @@ TEST(ApiServer, LetsTheAnswerArriveBeforeItCloses) {
 TEST(ApiServer, ClosesTheOneWithoutARequestThenTheLongestIdleWithoutAToken) {
     const RunningServer server({.limits = {.maxConnections = 3}});
     RawConnection verified = server.Connect();
-    CallOnce(verified, "Authorization: Bearer good\r\n");
+    ::Test::CallOnce(verified, "Authorization: Bearer good\r\n");
     RawConnection refused = server.Connect();
-    CallOnce(refused, "Authorization: Bearer bad\r\n");
+    ::Test::CallOnce(refused, "Authorization: Bearer bad\r\n");
     RawConnection silent = server.Connect();
     RawConnection anonymous = server.Connect();
-    CallOnce(anonymous);
+    ::Test::CallOnce(anonymous);
     EXPECT_EQ(silent.ReadUntilClosed(), "");
     RawConnection further = server.Connect();
-    CallOnce(further);
+    ::Test::CallOnce(further);
     EXPECT_EQ(refused.ReadUntilClosed(), "");
     EXPECT_TRUE(IsServed(verified));
     EXPECT_TRUE(IsServed(anonymous));
     EXPECT_TRUE(IsServed(further));
-}
-
-TEST(ApiServer, ClosesTheLongestIdleConnectionWhenAllHaveTokens) {
-    const RunningServer server({.limits = {.maxConnections = 2}});
-    RawConnection first = server.Connect();
-    CallOnce(first, "Authorization: Bearer good\r\n");
-    RawConnection second = server.Connect();
-    CallOnce(second, "Authorization: Bearer good\r\n");
-    RawConnection further = server.Connect();
-    EXPECT_TRUE(IsServed(further));
-    EXPECT_EQ(first.ReadUntilClosed(), "");
-    EXPECT_TRUE(IsServed(second));
 }
 
 TEST(ApiServer, BoundsUnfinishedBodiesOfThoseWithoutAToken) {
@@ -228,7 +183,7 @@ TEST(ApiServer, BoundsUnfinishedBodiesOfThoseWithoutAToken) {
         ASSERT_TRUE(client.Send(document.substr(0, 98'000)));
     };
     RawConnection small = server.Connect();
-    ASSERT_TRUE(small.Send(kClosingPost.substr(0, kClosingPost.size() - 1)));
+    ASSERT_TRUE(small.Send(::Test::kClosingPost.substr(0, ::Test::kClosingPost.size() - 1)));
     RawConnection first = server.Connect();
     sendMost(first);
     RawConnection second = server.Connect();
@@ -237,7 +192,7 @@ TEST(ApiServer, BoundsUnfinishedBodiesOfThoseWithoutAToken) {
     ASSERT_TRUE(second.Send(document.substr(98'000)));
     second.FinishSending();
     EXPECT_NE(second.ReadUntilClosed().find("\"result\":2"), std::string::npos);
-    ASSERT_TRUE(small.Send(kClosingPost.substr(kClosingPost.size() - 1)));
+    ASSERT_TRUE(small.Send(::Test::kClosingPost.substr(::Test::kClosingPost.size() - 1)));
     EXPECT_NE(small.ReadUntilClosed().find("\"result\":2"), std::string::npos);
 }
 
@@ -294,7 +249,7 @@ TEST(ApiServer, EndsWhileCallsAreInProgress) {
     });
     server.Stop();
     heldResult.SetValue(Quon::Data::DataValue("too late"));
-    EXPECT_FALSE(sending.Send(kClosingPost) && IsServed(sending));
+    EXPECT_FALSE(sending.Send(::Test::kClosingPost) && IsServed(sending));
 }
 
 }  // namespace

@@ -8,7 +8,6 @@
 #include <chrono>
 #include <memory>
 #include <string>
-#include <string_view>
 #include <utility>
 
 namespace {
@@ -20,14 +19,7 @@ using ::Test::Post;
 using ::Test::RawConnection;
 using ::Test::RunningServer;
 
-const std::string kClosingPost = Post(Document("size"), "Connection: close\r\n");
 constexpr const char* kResult = "\"result\":2";
-
-// One call on a connection that stays open.
-void CallOnce(RawConnection& client, std::string_view fields = {}) {
-    ASSERT_TRUE(client.Send(Post(Document("token"), fields)));
-    ASSERT_TRUE(client.ReadResponse());
-}
 
 TEST(CallQueue, CutsAnAnswerThatIsNotTakenWhileACallWaits) {
     const RunningServer server({.limits = {.maxCalls = 1, .answerGrace = 1ms}});
@@ -35,7 +27,7 @@ TEST(CallQueue, CutsAnAnswerThatIsNotTakenWhileACallWaits) {
     ASSERT_TRUE(first.Send(Post(Document("list"))));
     ASSERT_TRUE(server.log->WaitFor("7 Response head sent: "));
     RawConnection second = server.Connect();
-    ASSERT_TRUE(second.Send(kClosingPost));
+    ASSERT_TRUE(second.Send(::Test::kClosingPost));
     EXPECT_NE(second.ReadUntilClosed().find(kResult), std::string::npos);
     EXPECT_TRUE(server.log->WaitFor("6 Failed to sent response body other calls are waiting"));
     EXPECT_FALSE(first.ReadUntilClosed().ends_with("0\r\n\r\n"));
@@ -47,7 +39,7 @@ TEST(CallQueue, BeginsNoCallForAClientThatHasLeft) {
     ASSERT_TRUE(calling.Send(Post(Document("hold"))));
     Quon::CallResult held = server.provider->TakeHeld();
     RawConnection silent = server.Connect();
-    ASSERT_TRUE(silent.Send(kClosingPost));
+    ASSERT_TRUE(silent.Send(::Test::kClosingPost));
     silent.FinishSending();
     {
         RawConnection leaving = server.Connect();
@@ -69,12 +61,12 @@ TEST(CallQueue, PacesAnonymousCallsAlone) {
     RawConnection refused = server.Connect();
     RawConnection verified = server.Connect();
     const auto start = std::chrono::steady_clock::now();
-    CallOnce(anonymous);
-    CallOnce(refused, "Authorization: Bearer bad\r\n");
+    ::Test::CallOnce(anonymous);
+    ::Test::CallOnce(refused, "Authorization: Bearer bad\r\n");
     ASSERT_TRUE(anonymous.Send(Post(Document("token"))));
     ASSERT_TRUE(refused.Send(Post(Document("token"), "Authorization: Bearer bad\r\n")));
     for (int calls = 0; calls < 10; ++calls) {
-        CallOnce(verified, "Authorization: Bearer good\r\n");
+        ::Test::CallOnce(verified, "Authorization: Bearer good\r\n");
     }
     ASSERT_TRUE(anonymous.ReadResponse());
     ASSERT_TRUE(refused.ReadResponse());

@@ -2,6 +2,8 @@
 
 #include "support/deadline.h"
 
+#include <gtest/gtest.h>
+
 #include <boost/asio/post.hpp>
 
 #include <chrono>
@@ -142,6 +144,11 @@ std::string Post(std::string_view document, std::string_view fields) {
 std::string Document(std::string_view operation, std::string_view parameters) {
     return R"({"jsonrpc":"2.0","id":1,"method":"test.)" + std::string(operation) +
            R"(","params":)" + std::string(parameters) + "}";
+}
+
+void CallOnce(RawConnection& client, std::string_view fields) {
+    ASSERT_TRUE(client.Send(Post(Document("token"), fields)));
+    ASSERT_TRUE(client.ReadResponse());
 }
 
 }  // namespace Test

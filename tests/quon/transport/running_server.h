@@ -97,4 +97,9 @@ std::string Post(std::string_view document, std::string_view fields = {});
 // The request document of an operation of the service "test", with the id 1.
 std::string Document(std::string_view operation, std::string_view parameters = "{}");
 
+// Of the operation "size", with the end of the connection; answered by "result":2.
+inline const std::string kClosingPost = Post(Document("size"), "Connection: close\r\n");
+// One call on a connection that stays open.
+void CallOnce(RawConnection& client, std::string_view fields = {});
+
 }  // namespace Test

@@ -239,27 +239,4 @@ GroupState CgroupBackend::Show(std::string_view path) {
     return state;
 }
 
-void CgroupBackend::Remove(std::string_view path) {
-    std::vector<std::string> segments = RequireGroupPath(path);
-    std::string directory = DirectoryOf(path);
-    if (::rmdir(directory.c_str()) != 0) {
-        const int error = errno;
-        if (error == ENOENT) {
-            ThrowNotFound(path, directory);
-        }
-        const std::string what = "cannot remove the cgroup " + directory;
-        if (error == EBUSY) {
-            throw Pellmar::IOException(
-                what, error, "kill the processes in it and remove the groups in it first");
-        }
-        Refuse(what, error);
-    }
-    for (segments.pop_back(); !segments.empty(); segments.pop_back()) {
-        directory.resize(directory.rfind('/'));
-        if (::rmdir(directory.c_str()) != 0) {
-            return;  // in use by others, who keep it
-        }
-    }
-}
-
 }  // namespace Kernel

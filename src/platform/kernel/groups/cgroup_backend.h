@@ -30,7 +30,6 @@ class CgroupBackend : public GroupBackend {
     std::string Ensure(std::string_view path, unsigned reservationMB) override;
     std::string Limit(std::string_view path, const GroupLimits& limits) override;
     GroupState Show(std::string_view path) override;
-    void Remove(std::string_view path) override;
 
   private:
     std::string DirectoryOf(std::string_view path) const;

@@ -80,17 +80,4 @@ GroupState EmbeddedBackend::Show(std::string_view path) {
     return state;
 }
 
-void EmbeddedBackend::Remove(std::string_view path) {
-    std::int64_t id = 0;
-    if (FindId(path, id) != 0) {
-        ThrowNotFound(path);
-    }
-    if (!processes.MembersOf(id).empty()) {
-        throw Pellmar::IOException("the resource group " + std::string(path) +
-                                   " has processes; kill them first");
-    }
-    const Sys::MutexLock guard(lock);
-    ids.erase(std::string(path));
-}
-
 }  // namespace Kernel

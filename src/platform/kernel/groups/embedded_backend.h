@@ -30,7 +30,6 @@ class EmbeddedBackend : public GroupBackend {
     std::string Ensure(std::string_view path, unsigned reservationMB) override EXCLUDES(lock);
     std::string Limit(std::string_view path, const GroupLimits& limits) override;
     GroupState Show(std::string_view path) override EXCLUDES(lock);
-    void Remove(std::string_view path) override EXCLUDES(lock);
 
   private:
     bool Knows(std::int64_t id) EXCLUDES(lock);

@@ -85,8 +85,6 @@ class GroupBackend {
     // Sets both limits of an existing group. Returns why one of them is not in effect, in words.
     virtual std::string Limit(std::string_view path, const GroupLimits& limits) = 0;
     virtual GroupState Show(std::string_view path) = 0;
-    // Removes an empty group, and the groups above it that become empty.
-    virtual void Remove(std::string_view path) = 0;
 
   protected:
     GroupBackend() = default;

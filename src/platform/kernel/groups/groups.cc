@@ -165,6 +165,4 @@ std::string LimitGroup(std::string_view path, const GroupLimits& limits) {
 
 GroupState ShowGroup(std::string_view path) { return Groups().Show(path); }
 
-void RemoveGroup(std::string_view path) { Groups().Remove(path); }
-
 }  // namespace Kernel

@@ -34,6 +34,5 @@ void UseGroups(std::unique_ptr<GroupBackend> backend);
 std::string EnsureGroup(std::string_view path, unsigned reservationMB);
 std::string LimitGroup(std::string_view path, const GroupLimits& limits);
 GroupState ShowGroup(std::string_view path);
-void RemoveGroup(std::string_view path);
 
 }  // namespace Kernel

@@ -193,6 +193,7 @@ TEST(HttpService, ServesWholePostsBesideAsManyStalledOnesAsItReads) {
 }
 
 TEST(HttpService, LetsTheSlowestBodyGiveWayWhileAnotherPostWaits) {
+    const CapturedLog log;
     const RunningService running(ReadAndAnswer, {.bodyGrace = 1ms, .linger = 1ms});
     RawConnection slowest;
     ASSERT_TRUE(slowest.Send("POST /cpu HTTP/1.1\r\nContent-Length: 10\r\n\r\n"));
@@ -201,6 +202,7 @@ TEST(HttpService, LetsTheSlowestBodyGiveWayWhileAnotherPostWaits) {
     ASSERT_TRUE(waits.Send(kUnfinishedPost));
     EXPECT_EQ(slowest.ReadResponse()->status, 408);
     EXPECT_EQ(slowest.ReadUntilClosed(), "");
+    EXPECT_TRUE(log.WaitFor("the client is too slow while other posts wait"));
     ASSERT_TRUE(waits.Send("1234567"));
     EXPECT_EQ(waits.ReadResponse()->status, 200);
     for (RawConnection& connection : stalled.connections) {
@@ -210,6 +212,7 @@ TEST(HttpService, LetsTheSlowestBodyGiveWayWhileAnotherPostWaits) {
 }
 
 TEST(HttpService, KeepsClientsThatPostWhileOthersConnectInVain) {
+    const CapturedLog log;
     const RunningService running(ReadAndAnswer);
     RawConnection kept;
     ASSERT_TRUE(kept.Send(kEmptyPost));
@@ -218,6 +221,7 @@ TEST(HttpService, KeepsClientsThatPostWhileOthersConnectInVain) {
     EXPECT_EQ(silent.front().ReadUntilClosed(), "");
     ASSERT_TRUE(kept.Send(kEmptyPost));
     EXPECT_EQ(kept.ReadResponse()->status, 200);
+    EXPECT_EQ(log.Count("connections are open, the most at a time"), 1U);
 }
 
 struct Ending {

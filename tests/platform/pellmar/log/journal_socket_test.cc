@@ -1,11 +1,11 @@
 // Records as they reach the journal's socket, and what becomes of lines when it takes none.
 #include "platform/pellmar/log/log_sink.h"
 #include "platform/sys/owned_fd.h"
+#include "support/descriptors.h"
 #include "support/log_file.h"
 #include "support/temporary_directory.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <array>
 #include <cerrno>
@@ -15,7 +15,6 @@
 
 #include <fcntl.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -23,14 +22,8 @@ namespace Pellmar::Service {
 namespace {
 
 using Test::LogFile;
+using Test::StreamName;
 using Test::TemporaryDirectory;
-
-// "DEVICE:INODE" of what is open, as the journal announces its stream.
-std::string StreamName(int descriptor) {
-    struct stat status{};
-    EXPECT_EQ(::fstat(descriptor, &status), 0);
-    return std::to_string(status.st_dev) + ":" + std::to_string(status.st_ino);
-}
 
 // The journal's end of its native protocol.
 class JournalReceiver {

@@ -3,20 +3,22 @@
 
 #include "platform/pellmar/service/service_manager.h"
 #include "platform/sys/owned_fd.h"
+#include "platform/tabulon/json_config.h"
 #include "support/captured_log.h"
 #include "support/deadline.h"
+#include "support/descriptors.h"
 #include "support/temporary_directory.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <array>
 #include <csignal>
 #include <cstddef>
 #include <cstdlib>
 #include <functional>
-#include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include <poll.h>
 #include <sys/prctl.h>
@@ -31,26 +33,7 @@ namespace {
 using Test::CapturedLog;
 using Test::Deadline;
 using Test::TemporaryDirectory;
-using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
-
-class EmptyConfig : public Config {
-  public:
-    void Initialize() override {}
-    Ref<ConfigReader> GetReader() const override { return MakeRef<Reader>(); }
-    Ref<ConfigReader> GetReaderOf(std::string_view, std::string_view,
-                                  std::string_view) const override {
-        return MakeRef<Reader>();
-    }
-
-  private:
-    struct Reader : ConfigReader {
-        bool GetInt(std::string_view, std::int32_t&) const override { return false; }
-        bool GetBool(std::string_view, bool&) const override { return false; }
-        bool GetString(std::string_view, std::string&) const override { return false; }
-    };
-};
 
 // Runs `body` in a child process, which exits with its result.
 class Child {
@@ -119,33 +102,12 @@ class NotifySocket {
     Sys::OwnedFd receiver;
 };
 
-// Sets or (null) unsets an environment variable, and puts its old value back.
-class EnvironmentValue {
-  public:
-    EnvironmentValue(const char* variable, const char* value) : variable(variable) {
-        const char* const old = std::getenv(variable);
-        previous = old != nullptr ? std::optional<std::string>(old) : std::nullopt;
-        Set(value);
-    }
-    ~EnvironmentValue() { Set(previous ? previous->c_str() : nullptr); }
-    EnvironmentValue(const EnvironmentValue&) = delete;
-    EnvironmentValue& operator=(const EnvironmentValue&) = delete;
-
-  private:
-    void Set(const char* value) {
-        EXPECT_EQ(value != nullptr ? ::setenv(variable, value, 1) : ::unsetenv(variable), 0);
-    }
-
-    const char* const variable;
-    std::optional<std::string> previous;
-};
-
 TEST(App, RunsUntilASignalComesAndFeedsTheWatchdog) {
     const NotifySocket manager(false);
     Child child([&] {
-        const EnvironmentValue socket("NOTIFY_SOCKET", manager.Name().c_str());
-        const EnvironmentValue period("WATCHDOG_USEC", "20000");
-        InitApp(MakeRef<EmptyConfig>());
+        (void)::setenv("NOTIFY_SOCKET", manager.Name().c_str(), 1);
+        (void)::setenv("WATCHDOG_USEC", "20000", 1);
+        InitApp(Tabulon::CreateTabulonConfigWithFallbackToDefault({}));
         GetApp().Run();
         return 17;
     });
@@ -161,62 +123,81 @@ TEST(App, RunsUntilASignalComesAndFeedsTheWatchdog) {
     EXPECT_EQ(child.ExitStatus(), 17);
 }
 
+using Environment = std::vector<std::pair<const char*, std::string>>;
+
+// What `question` answers and what is logged in a process with no more of these variables.
+std::string AskIn(const Environment& environment, const std::function<std::string()>& question) {
+    return Test::AnswerOfChild([&] {
+        for (const char* name : {"NOTIFY_SOCKET", "WATCHDOG_USEC", "WATCHDOG_PID"}) {
+            (void)::unsetenv(name);
+        }
+        for (const auto& [name, value] : environment) {
+            (void)::setenv(name, value.c_str(), 1);
+        }
+        const CapturedLog log;
+        std::string answer = question();
+        for (const std::string& line : log.Lines()) {
+            answer += "\n" + line;
+        }
+        return answer;
+    });
+}
+
 TEST(ServiceManager, FeedsTheWatchdogOfItsOwnProcessOnly) {
-    const NotifySocket manager(false);
-    const std::string own = std::to_string(::getpid());
-    const std::string parent = std::to_string(::getppid());
     const struct {
         const char* name;
-        const char* period;
-        const char* process;
-        const char* socket;
-        long microseconds;
+        Environment environment;
+        bool namesItself;
+        const char* microseconds;
     } rows[] = {
-        {"no watchdog", nullptr, own.c_str(), manager.Name().c_str(), 0},
-        {"own", "30000000", own.c_str(), manager.Name().c_str(), 30000000},
-        {"no process named", "30000000", nullptr, manager.Name().c_str(), 30000000},
-        {"another process", "30000000", parent.c_str(), manager.Name().c_str(), 0},
-        {"nobody to tell", "30000000", own.c_str(), nullptr, 0},
+        {"no watchdog", {{"NOTIFY_SOCKET", "/x"}}, true, "0"},
+        {"own", {{"NOTIFY_SOCKET", "/x"}, {"WATCHDOG_USEC", "30000000"}}, true, "30000000"},
+        {"no process named",
+         {{"NOTIFY_SOCKET", "/x"}, {"WATCHDOG_USEC", "30000000"}},
+         false,
+         "30000000"},
+        {"another process",
+         {{"NOTIFY_SOCKET", "/x"}, {"WATCHDOG_USEC", "30000000"}, {"WATCHDOG_PID", "1"}},
+         false,
+         "0"},
+        {"nobody to tell", {{"WATCHDOG_USEC", "30000000"}}, true, "0"},
     };
     for (const auto& row : rows) {
-        const EnvironmentValue period("WATCHDOG_USEC", row.period);
-        const EnvironmentValue process("WATCHDOG_PID", row.process);
-        const EnvironmentValue socket("NOTIFY_SOCKET", row.socket);
-        const CapturedLog log;
-        EXPECT_EQ(ServiceManager().GetWatchdogPeriod().count(), row.microseconds) << row.name;
-        EXPECT_THAT(log.Lines(), IsEmpty());
+        EXPECT_EQ(AskIn(row.environment,
+                        [&row] {
+                            if (row.namesItself) {
+                                (void)::setenv("WATCHDOG_PID", std::to_string(::getpid()).c_str(),
+                                               1);
+                            }
+                            return std::to_string(ServiceManager().GetWatchdogPeriod().count());
+                        }),
+                  row.microseconds)
+            << row.name;
     }
 }
 
-TEST(ServiceManager, SaysWhenItCannotTellTheServiceManager) {
+TEST(ServiceManager, SaysWhatItCannotUse) {
     const TemporaryDirectory directory;
-    const struct {
-        std::string socket;
-        const char* line;
-    } rows[] = {
-        {"relative/notify", "must be an absolute path or"},
-        {"@", "must be an absolute path or"},
-        {"/" + std::string(107, 'x'), "of at most 107 bytes"},
-        {directory.Path() + "nobody",
-         "Cannot send READY=1 to the service manager at NOTIFY_SOCKET"},
+    const std::pair<const char*, std::string> notified[] = {
+        {"must be an absolute path or", "relative/notify"},
+        {"must be an absolute path or", "@"},
+        {"of at most 107 bytes", "/" + std::string(107, 'x')},
+        {"Cannot send READY=1 to the service manager at NOTIFY_SOCKET", directory.Path() + "nobody"},
     };
-    for (const auto& row : rows) {
-        const EnvironmentValue socket("NOTIFY_SOCKET", row.socket.c_str());
-        const CapturedLog log;
-        ServiceManager().TellReady();
-        EXPECT_THAT(log.Lines(), ElementsAre(HasSubstr(row.line))) << row.socket;
+    for (const auto& [line, socket] : notified) {
+        const std::string answer = AskIn({{"NOTIFY_SOCKET", socket}}, [] {
+            ServiceManager().TellReady();
+            return std::string("told");
+        });
+        EXPECT_THAT(answer, testing::AllOf(testing::StartsWith("told\n"), HasSubstr(line)));
     }
-}
-
-TEST(ServiceManager, SaysWhenTheWatchdogsPeriodIsNone) {
-    const NotifySocket manager(false);
-    const EnvironmentValue socket("NOTIFY_SOCKET", manager.Name().c_str());
-    const EnvironmentValue process("WATCHDOG_PID", nullptr);
     for (const char* value : {"soon", "0", "-1", "99999999999999999999"}) {
-        const EnvironmentValue period("WATCHDOG_USEC", value);
-        const CapturedLog log;
-        EXPECT_EQ(ServiceManager().GetWatchdogPeriod().count(), 0);
-        EXPECT_THAT(log.Lines(), ElementsAre(HasSubstr("WATCHDOG_USEC is"))) << value;
+        const std::string answer = AskIn({{"NOTIFY_SOCKET", "/x"}, {"WATCHDOG_USEC", value}}, [] {
+            return std::to_string(ServiceManager().GetWatchdogPeriod().count());
+        });
+        EXPECT_THAT(answer,
+                    testing::AllOf(testing::StartsWith("0\n"), HasSubstr("WATCHDOG_USEC is")))
+            << value;
     }
 }
 

@@ -3,13 +3,12 @@
 
 #include "platform/pellmar/exceptions.h"
 #include "platform/pellmar/system/system_factory.h"
-#include "support/captured_log.h"
+#include "support/descriptors.h"
+#include "support/host_directory.h"
 #include "support/temporary_directory.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
-#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -24,21 +23,11 @@ namespace Pellmar::System {
 namespace {
 
 namespace fs = std::filesystem;
-using Test::CapturedLog;
 using Test::TemporaryDirectory;
 using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
-
-void WriteText(const std::string& path, std::string_view text) {
-    std::ofstream(path, std::ios::binary) << text;
-}
-
-std::string TextOf(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
 
 template <typename Action>
 std::string IOExceptionOf(const Action& action) {
@@ -66,7 +55,7 @@ class FileTest : public testing::Test {
 };
 
 TEST_F(FileTest, TellsWhatStandsAtAPath) {
-    WriteText(In("file"), "");
+    Test::WriteFile(In("file"), "");
     fs::create_directory(In("folder"));
     fs::create_symlink("folder", In("folder-link"));
     fs::create_symlink("file", In("file-link"));
@@ -92,34 +81,13 @@ TEST_F(FileTest, TellsWhatStandsAtAPath) {
 TEST_F(FileTest, ListsInByteOrderWithoutDescending) {
     fs::create_directory(In("b"));
     for (const char* name : {"b/inner", "a", "B", ".hidden", "\xff", "a-1", "a.b"}) {
-        WriteText(In(name), "");
+        Test::WriteFile(In(name), "");
     }
     fs::create_symlink("nowhere", In("link"));
     EXPECT_THAT(ListedNames(-1),
                 ElementsAre(".hidden", "B", "a", "a-1", "a.b", "b", "link", "\xff"));
     EXPECT_THAT(ListedNames(2), ElementsAre(".hidden", "B"));
     EXPECT_THAT(ListedNames(0), IsEmpty());
-}
-
-TEST_F(FileTest, ThrowsWhenADirectoryCannotBeListed) {
-    WriteText(In("file"), "");
-    EXPECT_THAT(IOExceptionOf([&] { At("missing")->List(-1); }),
-                AllOf(HasSubstr(In("missing")), HasSubstr("No such file or directory")));
-    EXPECT_THAT(IOExceptionOf([&] { At("file")->List(-1); }), HasSubstr("Not a directory"));
-}
-
-TEST_F(FileTest, GivesNoHandleAndTheReasonWhenARenameFails) {
-    const CapturedLog log;
-    WriteText(In("file"), "");
-    fs::create_directory(In("folder"));
-    EXPECT_FALSE(At("missing")->Rename(In("other")));
-    EXPECT_FALSE(At("file")->Rename(In("folder")));
-    EXPECT_TRUE(At("file")->Exists());
-    EXPECT_THAT(log.Lines(),
-                ElementsAre("3 sentrel: Cannot rename " + In("missing") + " to " + In("other") +
-                                ": No such file or directory; create the missing directory",
-                            "3 sentrel: Cannot rename " + In("file") + " to " + In("folder") +
-                                ": Is a directory; remove the file or directory there"));
 }
 
 TEST_F(FileTest, WritesPiecesOfAnySize) {
@@ -148,13 +116,13 @@ TEST_F(FileTest, WritesPiecesOfAnySize) {
             writer->Write(piece.data(), piece.size());
         }
         writer->Close();
-        EXPECT_EQ(TextOf(In("file")), expected);
+        EXPECT_EQ(Test::ReadFile(In("file")), expected);
     }
 }
 
 TEST_F(FileTest, SaysWhyAFileCannotBeCreated) {
     fs::create_directory(In("folder"));
-    WriteText(In("file"), "");
+    Test::WriteFile(In("file"), "");
     const struct {
         const char* name;
         const char* reason;
@@ -170,29 +138,9 @@ TEST_F(FileTest, SaysWhyAFileCannotBeCreated) {
     EXPECT_TRUE(At("folder")->IsDirectory());
 }
 
-// Lets files grow to `bytes` at most while it lives, which fails like a full file system does.
-class FileSizeLimit {
-  public:
-    explicit FileSizeLimit(rlim_t bytes) : previousHandler(std::signal(SIGXFSZ, SIG_IGN)) {
-        EXPECT_EQ(::getrlimit(RLIMIT_FSIZE, &previous), 0);
-        const rlimit limit{bytes, previous.rlim_max};
-        EXPECT_EQ(::setrlimit(RLIMIT_FSIZE, &limit), 0);
-    }
-    ~FileSizeLimit() {
-        EXPECT_EQ(::setrlimit(RLIMIT_FSIZE, &previous), 0);
-        std::signal(SIGXFSZ, previousHandler);
-    }
-    FileSizeLimit(const FileSizeLimit&) = delete;
-    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
-
-  private:
-    rlimit previous{};
-    void (*previousHandler)(int);
-};
-
 TEST_F(FileTest, ThrowsWhenGatheredBytesCannotBeWritten) {
     const auto writer = SystemFactory::CreateFileWriter(In("file"), 0);
-    const FileSizeLimit limit(1000);
+    const Test::LoweredLimit limit(RLIMIT_FSIZE, 1000);
     const std::string text(2000, 'x');
     writer->Write(text.data(), text.size());
     EXPECT_THAT(IOExceptionOf([&] { writer->Close(); }),

@@ -4,14 +4,12 @@
 #include "support/api_call.h"
 
 #include <memory>
-#include <optional>
 #include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 namespace Quon::Provider {
 namespace {

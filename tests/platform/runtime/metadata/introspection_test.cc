@@ -9,7 +9,6 @@
 #include <string>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 namespace Quon::Provider {
 namespace {

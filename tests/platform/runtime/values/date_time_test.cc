@@ -1,13 +1,10 @@
-// Which texts are date-times and what they mean, as tables; the calendar against the system's.
+// Which texts are date-times and what they mean, as tables.
 #include "platform/runtime/values/date_time.h"
 
 #include "support/time_zone.h"
 
 #include <gtest/gtest.h>
 
-#include <array>
-#include <cstdint>
-#include <ctime>
 #include <string>
 #include <system_error>
 
@@ -83,25 +80,6 @@ TEST(DateTime, TakesATextWithoutAZoneForLocalTime) {
     };
     for (const Row& row : rows) {
         EXPECT_EQ(Outcome(row.text), row.outcome) << row.text;
-    }
-}
-
-TEST(DateTime, AgreesWithTheSystemsCalendar) {
-    constexpr std::int64_t kFirst = -62135596800;  // 0001-01-01
-    constexpr std::int64_t kEnd = 253402300800;    // 10000-01-01
-    constexpr std::int64_t kStep = 13 * 86400 + 3607;
-    for (std::int64_t seconds = kFirst; seconds < kEnd; seconds += kStep) {
-        const std::time_t moment = seconds;
-        std::tm fields{};
-        gmtime_r(&moment, &fields);
-        std::array<char, 64> text{};
-        std::snprintf(text.data(), text.size(), "%04d-%02d-%02dT%02d:%02d:%02d.000Z",
-                      fields.tm_year + 1900, fields.tm_mon + 1, fields.tm_mday, fields.tm_hour,
-                      fields.tm_min, fields.tm_sec);
-        std::error_code error;
-        const DateTime time = DateTime::Create(text.data(), error);
-        ASSERT_EQ(time.MillisecondsSinceEpoch(), seconds * 1000) << text.data();
-        ASSERT_EQ(time.ToString(), text.data());
     }
 }
 
