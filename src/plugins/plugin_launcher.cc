@@ -40,12 +40,14 @@ std::int64_t InMicroseconds(std::uint64_t seconds) {
 std::int64_t PluginLauncher::sFastPeriodMinutes = kDefaultFastPeriodMinutes;
 
 std::shared_ptr<PluginLauncher>& PluginLauncher::GetInstance() {
-    static std::shared_ptr<PluginLauncher> instance = std::make_shared<PluginLauncher>();
+    static std::shared_ptr<PluginLauncher> instance =
+        std::make_shared<PluginLauncher>(GetApp().GetScheduler());
     return instance;
 }
 
-PluginLauncher::PluginLauncher()
-    : watch([] { return Kernel::Groups().CountMemoryKills(kPluginGroupPath); },
+PluginLauncher::PluginLauncher(Pellmar::System::Scheduler& scheduler)
+    : scheduler(scheduler),
+      watch([] { return Kernel::Groups().CountMemoryKills(kPluginGroupPath); },
             [this](const PluginEnd& end) { TakeEnd(end); }) {}
 
 PluginLauncher::~PluginLauncher() {
@@ -171,8 +173,7 @@ void PluginLauncher::ScheduleLaunches(Queue& queue) {
         Ref<ScheduledItem> item;  // not kept: the slot is for the runs after the first
         const std::size_t firstPlugin = batch * queue->batchSize;
         const std::uint64_t delay = queue->initialDelay + batch * queue->throttleTimeout;
-        GetApp().GetScheduler().Schedule(BatchFunction(batch, firstPlugin, queue),
-                                         InMicroseconds(delay), item);
+        scheduler.Schedule(BatchFunction(batch, firstPlugin, queue), InMicroseconds(delay), item);
         KeepNextLaunch(*queue, firstPlugin, delay);
         LogInternal(logger, 5, "Plugin %1 scheduled", batch);
     }
@@ -196,8 +197,8 @@ void PluginLauncher::ScheduleEachBatch(std::size_t batch, std::size_t firstPlugi
         KillTracked(slow->pids);
     }
     LaunchBatch(firstPlugin, *queue);
-    GetApp().GetScheduler().Schedule(BatchFunction(batch, firstPlugin, queue),
-                                     InMicroseconds(queue->period), queue->items[batch]);
+    scheduler.Schedule(BatchFunction(batch, firstPlugin, queue), InMicroseconds(queue->period),
+                       queue->items[batch]);
     KeepNextLaunch(*queue, firstPlugin, queue->period);
     LogInternal(logger, 7, "Scheduled the next iteration");
 }

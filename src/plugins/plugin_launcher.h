@@ -40,8 +40,9 @@ class PluginLauncher : public std::enable_shared_from_this<PluginLauncher> {
     // be created. Main thread, before any other thread uses it.
     static std::shared_ptr<PluginLauncher>& GetInstance();
 
-    // Use GetInstance. The launcher is not started: it has no logger and no queues.
-    PluginLauncher();
+    // Use GetInstance, except on a scheduler of your own, which must outlive the launcher. The
+    // launcher is not started: it has no logger and no queues.
+    explicit PluginLauncher(Pellmar::System::Scheduler& scheduler);
     // Sends SIGTERM to plugins that still run. Pending batches own the launcher, so none is
     // pending.
     ~PluginLauncher();
@@ -60,6 +61,8 @@ class PluginLauncher : public std::enable_shared_from_this<PluginLauncher> {
     using Queue = std::unique_ptr<PluginCategory>;
 
     static std::int64_t sFastPeriodMinutes;
+
+    Pellmar::System::Scheduler& scheduler;
 
     void ReadSettings();
     void ApplyFastPeriod(std::int32_t minutes);

@@ -135,8 +135,7 @@ DrivenLauncher::DrivenLauncher(const PluginHost& host, std::string_view daemonEn
     UseEmbeddedGroup();
     host.InitApplication(daemonEntry);
     Pellmar::Service::Logger::sDefaultLogger->SetLevel(7);
-    Pellmar::Service::GetApp().UseScheduler(scheduler.get());
-    std::make_shared<Sentrel::PluginLauncher>()->Start();
+    std::make_shared<Sentrel::PluginLauncher>(*scheduler)->Start();
 }
 
 // NOLINTNEXTLINE(bugprone-exception-escape): as declared
@@ -147,7 +146,6 @@ DrivenLauncher::~DrivenLauncher() {
         (void)Kernel::Kill(left.pid, SIGKILL);  // it may have ended by itself
         WaitUntilEnded(left.pid);
     }
-    Pellmar::Service::GetApp().UseScheduler(nullptr);
 }
 
 void DrivenLauncher::Advance(std::chrono::seconds duration, std::size_t batches) {

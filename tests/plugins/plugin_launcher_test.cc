@@ -73,9 +73,11 @@ TEST(PluginLauncher, RunsTheBatchesInTheirSlotsAndPeriods) {
     }
     host.AddScript("c-medium", "exit 0");
     host.Configure("c-medium", kMedium);
+    host.AddScript("a-slow", "exit 0");  // first in the directory, and last of all
+    host.Configure("a-slow", R"({"frequency": "slow"})");
     DrivenLauncher launcher(host);
-    const std::pair<int, const char*> plan[] = {
-        {30, "a-fast"}, {30, "b-fast"}, {30, "c-medium"}, {240, "a-fast"}, {30, "b-fast"}};
+    const std::pair<int, const char*> plan[] = {{30, "a-fast"}, {30, "b-fast"},  {30, "c-medium"},
+                                                {30, "a-slow"}, {210, "a-fast"}, {30, "b-fast"}};
     std::vector<std::string> expected;
     for (const auto& [distance, name] : plan) {
         launcher.Advance(seconds(distance - 1), 0);

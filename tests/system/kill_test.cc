@@ -34,112 +34,80 @@ bool WaitForMore(Answers& answers, int wanted) {
     return wanted == 0;
 }
 
-// The report number `sequence` of a name: of a size that only this number has.
-std::string Document(const std::string& name, int sequence) {
-    return ReportDocument(name, static_cast<std::size_t>(sequence) * 37);
-}
+// What is posted under one name: each report with the next number, of a size that only it has.
+struct Reports {
+    std::string name;
+    int lastSent = 0;
+    int lastAnswered = 0;
 
-// Its number; -1 when it is not one of these reports, whole.
-int SequenceOf(const std::string& name, const std::string& document) {
-    const std::size_t shortest = ReportDocument(name).size();
-    if (document.size() < shortest || (document.size() - shortest) % 37 != 0) {
-        return -1;
+    std::string Document(int number) const {
+        return ReportDocument(name, static_cast<std::size_t>(number) * 37);
     }
-    const auto sequence = static_cast<int>((document.size() - shortest) / 37);
-    return document == Document(name, sequence) ? sequence : -1;
-}
-
-// Posts reports of one name, each with the next number, until the daemon is gone.
-class Reporter {
-  public:
-    Reporter(std::string name, Answers& answers) : name(std::move(name)), answers(answers) {}
-
-    void Begin() {
-        thread = std::thread([this] { PostUntilGone(); });
+    // The number of a report; -1 when it is not one of these, whole.
+    int NumberOf(const std::string& document) const {
+        const std::size_t shortest = ReportDocument(name).size();
+        const auto number = static_cast<int>((document.size() - shortest) / 37);
+        return document.size() >= shortest && document == Document(number) ? number : -1;
     }
-    void Join() { thread.join(); }
-    const std::string& Name() const { return name; }
-    int LastAnswered() const { return lastAnswered; }
-    int Next() { return ++lastSent; }
-    void Answered(int sequence) { lastAnswered = sequence; }
-
-  private:
-    void PostUntilGone() {
+    bool PostNext(HttpClient& client) {
+        const bool isAnswered = client.Post("/" + name, Document(++lastSent)) == 200;
+        lastAnswered = isAnswered ? lastSent : lastAnswered;
+        return isAnswered;
+    }
+    void PostUntilTheDaemonIsGone(Answers& answers) {
         HttpClient client;
         try {
-            for (;;) {
-                const int sequence = Next();
-                if (client.Post("/" + name, Document(name, sequence)) != 200) {
-                    return;
-                }
-                Answered(sequence);
+            while (PostNext(client)) {
                 answers.release();
             }
         } catch (const std::exception&) {
-            return;  // connecting is refused: the daemon is gone
+            return;  // connecting is refused
         }
     }
-
-    const std::string name;
-    Answers& answers;
-    std::thread thread;
-    int lastSent = 0;
-    int lastAnswered = 0;
 };
 
 class Kill : public Scenario {
   protected:
-    // What a restart has to take up: the highest index of the stored files; -1 without any.
-    int HighestIndex(const std::string& name) const {
-        for (int index = 2; index >= 0; --index) {
-            if (std::filesystem::exists(
-                    host.ReportPath(name + "-" + std::to_string(index) + ".json"))) {
-                return index;
+    std::string FileName(const Reports& reports, int index) const {
+        return host.ReportPath(reports.name + "-" + std::to_string(index) + ".json").string();
+    }
+
+    // Which index a restart has to use: the one after the highest of the stored files.
+    int NextIndex(const Reports& reports) const {
+        int next = 3;
+        while (next > 0 && !std::filesystem::exists(FileName(reports, next - 1))) {
+            --next;
+        }
+        return next % 3;
+    }
+
+    void ExpectWholeReports(const Reports& reports) const {
+        int newest = 0;
+        for (int index = 0; index < 3; ++index) {
+            if (std::filesystem::exists(FileName(reports, index))) {
+                const int number = reports.NumberOf(ReadFile(FileName(reports, index)));
+                EXPECT_GT(number, 0) << FileName(reports, index) << " is not a whole report";
+                newest = std::max(newest, number);
             }
         }
-        return -1;
-    }
-
-    // The newest number that a stored file of the name has.
-    int NewestStored(const std::string& name) const {
-        int newest = 0;
-        for (int index = 0; index <= HighestIndex(name); ++index) {
-            const std::string file = name + "-" + std::to_string(index) + ".json";
-            const int sequence = SequenceOf(name, ReadFile(host.ReportPath(file)));
-            EXPECT_GT(sequence, 0) << file << " is not a whole report";
-            newest = std::max(newest, sequence);
+        EXPECT_GE(newest, reports.lastAnswered) << reports.name << " lost an answered report";
+        if (!host.LinkTarget(reports.name).empty()) {  // killed in the instant without a link
+            EXPECT_GE(reports.NumberOf(host.Report(reports.name)), reports.lastAnswered);
         }
-        return newest;
     }
 
-    void ExpectWholeReports(const Reporter& reporter) const {
-        const std::string& name = reporter.Name();
-        EXPECT_GE(NewestStored(name), reporter.LastAnswered())
-            << name << " lost an answered report";
-        if (host.LinkTarget(name).empty()) {
-            return;  // killed in the instant without a link
-        }
-        EXPECT_GE(SequenceOf(name, host.Report(name)), reporter.LastAnswered()) << name;
-    }
-
-    void ExpectTheRingContinues(Reporter& reporter) const {
-        const std::string& name = reporter.Name();
-        const int expected = (HighestIndex(name) + 1) % 3;
-        const int sequence = reporter.Next();
-        ASSERT_EQ(HttpClient().Post("/" + name, Document(name, sequence)), 200);
-        reporter.Answered(sequence);
-        EXPECT_EQ(host.LinkTarget(name),
-                  host.ReportPath(name + "-" + std::to_string(expected) + ".json").string());
-        EXPECT_EQ(SequenceOf(name, host.Report(name)), sequence);
+    void ExpectTheRingContinues(Reports& reports) const {
+        const int expected = NextIndex(reports);
+        HttpClient client;
+        ASSERT_TRUE(reports.PostNext(client));
+        EXPECT_EQ(host.LinkTarget(reports.name), FileName(reports, expected));
+        EXPECT_EQ(reports.NumberOf(host.Report(reports.name)), reports.lastAnswered);
     }
 };
 
 TEST_F(Kill, LeavesWholeReportsAndARingThatContinues) {
     Answers answers(0);
-    std::vector<Reporter> reporters;
-    for (const char* const name : {"cpu", "mem", "disk"}) {
-        reporters.emplace_back(name, answers);
-    }
+    Reports all[] = {{"cpu"}, {"mem"}, {"disk"}};
     std::mt19937 random(20'240'506);
     std::uniform_int_distribution<int> postsBeforeKill(1, kMostPostsBeforeAKill);
     ::Test::DaemonOptions options = Options();
@@ -147,17 +115,20 @@ TEST_F(Kill, LeavesWholeReportsAndARingThatContinues) {
     for (int kill = 0; kill < kKills; ++kill) {
         SCOPED_TRACE(kill);
         Start(options);
-        for (Reporter& reporter : reporters) {
-            ExpectTheRingContinues(reporter);
+        std::vector<std::thread> threads;
+        for (Reports& reports : all) {
+            ExpectTheRingContinues(reports);
         }
-        for (Reporter& reporter : reporters) {
-            reporter.Begin();
+        for (Reports& reports : all) {
+            threads.emplace_back([&] { reports.PostUntilTheDaemonIsGone(answers); });
         }
         EXPECT_TRUE(WaitForMore(answers, postsBeforeKill(random)));
         daemon->Kill();
-        for (Reporter& reporter : reporters) {
-            reporter.Join();
-            ExpectWholeReports(reporter);
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
+        for (const Reports& reports : all) {
+            ExpectWholeReports(reports);
         }
     }
 }

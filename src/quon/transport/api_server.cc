@@ -31,8 +31,4 @@ bool AsioTcpApiServer::Start() {
     return listens4 || listens6;
 }
 
-std::uint16_t AsioTcpApiServer::Port4() const { return listener4->Port(); }
-
-std::uint16_t AsioTcpApiServer::Port6() const { return listener6->Port(); }
-
 }  // namespace Quon::Transport::PicoHttp

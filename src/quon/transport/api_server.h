@@ -35,10 +35,6 @@ class AsioTcpApiServer {
     // be restricted to IPv6. Call it once.
     bool Start();
 
-    // The ports in use; 0 for one that does not listen.
-    std::uint16_t Port4() const;
-    std::uint16_t Port6() const;
-
   private:
     const std::shared_ptr<const ConnectionServices> services;
     const std::shared_ptr<ConnectionTable> connections;

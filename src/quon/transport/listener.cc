@@ -157,11 +157,6 @@ void Listener::Close() {
     sockets->delay.cancel();
 }
 
-std::uint16_t Listener::Port() const {
-    error_code closed;
-    return sockets->acceptor.local_endpoint(closed).port();
-}
-
 void Listener::DoAccept() {
     sockets->acceptor.async_wait(
         Tcp::acceptor::wait_read, [weak = weak_from_this()](const error_code& error) {

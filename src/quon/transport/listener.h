@@ -35,9 +35,6 @@ class Listener : public std::enable_shared_from_this<Listener> {
     bool Start(AddressFamily family, const ListenEndpoint& endpoint);
     void Close();
 
-    // The port in use; 0 if it does not listen.
-    std::uint16_t Port() const;
-
   private:
     struct Sockets;
 

@@ -1,4 +1,5 @@
 // The commands "group ..." by the real program, in a cgroup root of the test's own.
+#include "ctl/group/kill.h"
 #include "platform/kernel/groups/cgroup_location.h"
 #include "support/cgroup_root.h"
 #include "support/descriptors.h"
@@ -193,6 +194,20 @@ TEST_F(GroupCommands, KillSparesWhatIsWithinItsTimeAndWithAllNothing) {
     EXPECT_EQ(answer["ended"].size(), 2U);
     EXPECT_EQ(answer["left"], 0);
     EXPECT_EQ(Run({"kill", "--all"}).output, "No process is in the group.\n");
+}
+
+TEST_F(GroupCommands, KillOfSurvivorsTakesThoseOlderThanTheLongestRunOnly) {
+    using std::chrono::milliseconds;
+    ASSERT_EQ(Run({"ensure"}).status, 0);
+    const IdleProcess first(Directory(), "first");
+    const IdleProcess second(Directory(), "second");
+    const Ctl::KillOutcome none = Ctl::KillMembers(Directory(), std::chrono::hours(1));
+    EXPECT_EQ(none.ended.size() + none.held.size(), 0U);
+    EXPECT_EQ(none.spared, 2U);
+    const Ctl::KillOutcome both = Ctl::KillMembers(Directory(), milliseconds(-1));
+    EXPECT_EQ(both.ended.size(), 2U);
+    EXPECT_FALSE(both.isBeaten);
+    root.WaitUntilEmpty();
 }
 
 // Each process starts the next and ends: only what stands still can be ended.

@@ -47,8 +47,8 @@ TEST(ApiServer, ListensWhereItCan) {
     const auto log = std::make_shared<::Test::RecordedLog>();
     AsioTcpApiServer half(context, nullptr, log, configuration);
     EXPECT_TRUE(half.Start());
-    EXPECT_EQ(half.Port4(), 0);
-    EXPECT_NE(half.Port6(), 0);
+    EXPECT_EQ(log->PortOf("5 Listening on: 127.0.0.1:"), 0);
+    EXPECT_NE(log->PortOf("5 Listening on: [::1]:"), 0);
     const std::string address = PortText(taken.port4);
     EXPECT_EQ(log->Lines().front(), "5 IPv4 Failed to listen on: " + address + " ec: system:98");
     EXPECT_TRUE(log->Lines().at(1).starts_with("3 The API is not served on " + address +
@@ -62,10 +62,9 @@ TEST(ApiServer, ListensWhereItCan) {
     }
     EXPECT_EQ(log->Lines().size(), 7U);  // two for each failure, one for the success
     taken.Stop();
-    while (half.Port4() + none.Port4() == 0 || none.Port6() == 0) {
+    while (log->Lines().size() < 9) {
         context.run_one();
     }
-    EXPECT_EQ(log->Lines().size(), 9U);
 }
 
 TEST(ApiServer, AcceptsAgainWhenThereAreDescriptors) {

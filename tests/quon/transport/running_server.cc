@@ -63,6 +63,15 @@ bool RecordedLog::WaitForCount(std::string_view start, int count) const {
     }
 }
 
+int RecordedLog::PortOf(std::string_view start) const {
+    for (const std::string& line : Lines()) {
+        if (line.starts_with(start)) {
+            return std::stoi(line.substr(start.size()));
+        }
+    }
+    return 0;
+}
+
 void TestProvider::Invoke(std::shared_ptr<Quon::Call> call, Quon::CallResult result) {
     const auto answerList = [&](std::size_t end) {
         result.SetValue(DataValue(std::make_shared<const Elements>(elements, end)));
@@ -112,8 +121,8 @@ RunningServer::RunningServer(Quon::Transport::PicoHttp::ServerConfiguration conf
     server = std::make_unique<Quon::Transport::PicoHttp::AsioTcpApiServer>(
         *context, provider, log, std::move(configuration));
     server->Start();
-    port4 = server->Port4();
-    port6 = server->Port6();
+    port4 = log->PortOf("5 Listening on: 127.0.0.1:");
+    port6 = log->PortOf("5 Listening on: [::1]:");
     thread = std::thread([&running = *context] { running.run(); });
 }
 

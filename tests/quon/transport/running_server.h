@@ -28,6 +28,8 @@ class RecordedLog : public Quon::Logger {
     std::vector<std::string> Lines() const;
     // Blocks until some line begins with `start`; false when that takes too long.
     bool WaitFor(std::string_view start) const { return WaitForCount(start, 1); }
+    // The number after `start` on the first line that begins with it; 0 without one.
+    int PortOf(std::string_view start) const;
     bool WaitForCount(std::string_view start, int count) const;
 
   private:

@@ -109,9 +109,6 @@ void AwaitEndingSignal(const ServiceManager& serviceManager) {
 }  // namespace
 
 System::Scheduler& App::GetScheduler() {
-    if (replacement != nullptr) {
-        return *replacement;
-    }
     // Never destroyed: its thread and its pool's threads run until the process exits.
     static auto& scheduler =
         *new System::Scheduler(System::GetThreadPool(), System::MonotonicClock());

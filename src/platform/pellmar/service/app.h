@@ -33,9 +33,6 @@ class App {
     const Ref<Config>& GetConfig() const { return config; }
     // Uses the process's pool and the monotonic clock; created on first use, never destroyed.
     System::Scheduler& GetScheduler();
-    // Replaces the scheduler by one on a test's clock; null restores the original. Call it while no
-    // other thread uses the scheduler.
-    void UseScheduler(System::Scheduler* scheduler) { replacement = scheduler; }
     // Blocks until SIGTERM or SIGINT arrives, or has arrived since InitApp. Logs and ignores
     // SIGHUP. Sends READY=1 on entry and STOPPING=1 at the end to the service manager, and feeds
     // its watchdog. Main thread. Throws IOException when waiting for signals fails.
@@ -53,7 +50,6 @@ class App {
 
     AppInfo info;
     Ref<Config> config;
-    System::Scheduler* replacement = nullptr;
     Sys::Mutex lock;
     std::shared_ptr<const ServiceManager> serviceManager GUARDED_BY(lock);  // while Run runs
 };
