@@ -1,15 +1,13 @@
 // The reports API of the whole daemon: what a client with a token reads, who is refused and what
-// the host's logs tell of it, and when the daemon starts without it or not at all.
+// the host's logs tell of it.
 #include "platform/token/token_signer.h"
 #include "support/http_client.h"
-#include "support/loopback.h"
 #include "system/scenario.h"
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 
 #include <chrono>
-#include <csignal>
 #include <cstdio>
 #include <filesystem>
 #include <sstream>
@@ -23,7 +21,6 @@ using nlohmann::json;
 using ::Test::HttpClient;
 using ::Test::ReadFile;
 using ::Test::ReportDocument;
-using ::Test::WriteFile;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::SizeIs;
@@ -201,6 +198,38 @@ TEST_F(Api, RefusesWhoMayNotReadAndAuditsEveryCall) {
     }
 }
 
+TEST_F(Api, TellsOfEveryServiceAndItself) {
+    Start();
+    const struct {
+        const char* operation;
+        const char* parameters;
+        const char* answer;  // the beginning of the result, or of the error's message
+    } rows[] = {
+        {"service.list", "{}",
+         R"(["com.korvex.oru.observability.reports","com.korvex.quon.metadata.)"},
+        {"service.get", R"({"id":"com"})", "\"Nothing is known of \\\"com\\\" here."},
+        {"operation.list", R"({"service":"com.korvex.quon.std.introspection.operation"})",
+         R"(["get","list"])"},
+        {"operation.get", R"({"service":"com.korvex.oru.observability.reports","operation":"get"})",
+         R"({"documentation":")"},
+        {"operation.get", R"({"service":"com.korvex.oru.observability.reports","operation":"put"})",
+         "\"Nothing is known of "},
+        {"operation.get", R"({"service":"com.example"})",
+         "\"The member \\\"operation\\\" is missing."},
+        {"provider.get", "{}", R"({"fingerprint":")"},
+        {"provider.get", R"({"id":"x"})", "\"There is no member "},
+    };
+    for (const auto& row : rows) {
+        const json answer =
+            api.Call(std::string("com.korvex.quon.std.introspection.") + row.operation,
+                     row.parameters, token);
+        EXPECT_THAT(
+            (answer.contains("result") ? answer["result"] : answer["error"]["message"]).dump(),
+            testing::StartsWith(row.answer))
+            << row.operation << row.parameters;
+    }
+}
+
 TEST_F(Api, SaysAloudThatACallCannotBeAudited) {
     std::filesystem::create_directories(host.Root() + "/var/log/korvex/audit.jsonl");
     Start();
@@ -225,75 +254,6 @@ TEST_F(Api, ServesBothAddressesAndNoOther) {
         EXPECT_EQ(ApiCaller::Post(document, "", address).status, 200) << address;
     }
     EXPECT_THROW(ApiCaller::Post(document, "", "127.0.0.2"), std::system_error);
-}
-
-TEST_F(Api, RunsOnWithoutListeners) {
-    const Sys::OwnedFd taken4 = ::Test::ListenAt("127.0.0.1", kApiPort);
-    const Sys::OwnedFd taken6 = ::Test::ListenAt("::1", kApiPort);
-    Start();
-    EXPECT_THAT(LogFrom(0, "5 sentrelquonEndpoint: IPv"), SizeIs(2));
-    EXPECT_EQ(daemon->CountLog("sentrelquonEndpoint: Running IO service."), 1U);
-    EXPECT_EQ(HttpClient().Post("/cpu", ReportDocument("cpu")), 200);
-}
-
-TEST_F(Api, StartsAndEndsInOrder) {
-    Start();
-    EXPECT_EQ(daemon->Stop(), 0);
-    std::vector<std::string> lines = LogFrom(0, "5 sentrelquonEndpoint");
-    const std::vector<std::string> last = LogFrom(0, "5 sentrel: quon");
-    lines.insert(lines.end(), last.begin(), last.end());
-    const std::string file = kMetadataPath;
-    const std::string from = " metadata com.korvex.oru.observability from " + file;
-    EXPECT_THAT(lines, ElementsAre("5 sentrelquonEndpoint: Initialized the HTTP quon endpoint",
-                                   "5 sentrelquonEndpoint: Loading CLI" + from,
-                                   "5 sentrelquonEndpoint: Loading Model" + from,
-                                   "5 sentrelquonEndpoint: Loading Authn" + from,
-                                   "5 sentrelquonEndpoint: Publishing reports from: " +
-                                       host.ReportDirectory() + "/",
-                                   "5 sentrelquonEndpoint: Starting quon endpoint at 9984",
-                                   "5 sentrelquonEndpoint: Listening on: 127.0.0.1:9984",
-                                   "5 sentrelquonEndpoint: Listening on: [::1]:9984",
-                                   "5 sentrelquonEndpoint: Running IO service.",
-                                   "5 sentrelquonEndpoint: quon endpoint stopped",
-                                   "5 sentrel: quon endpoint started at 9984"));
-    EXPECT_THAT(LogFrom(0, "5 AuthzHandler"),
-                ElementsAre("5 AuthzHandler: Loading authz metadata file:" + file));
-}
-
-TEST_F(Api, DoesNotStartOnMetadataThatItCannotUse) {
-    const std::string path = host.Root() + kMetadataPath;
-    const json good = json::parse(ReadFile(path));
-    const auto without = [&good](const char* section) {
-        json document = good;
-        document.erase(section);
-        return document.dump();
-    };
-    struct Row {
-        const char* name;
-        std::string text;
-        const char* failure;
-        const char* panic;
-    };
-    const Row rows[] = {
-        {"no JSON", "{", "sentrelquonEndpoint: Failed to load cli metadata", ":383"},
-        {"no cli section", without("cli"), "sentrelquonEndpoint: Failed to load cli metadata",
-         ":383"},
-        {"no model section", without("metamodel"),
-         "sentrelquonEndpoint: Failed to load Metamodel metadata", ":389"},
-        {"no authn section", without("authentication"),
-         "sentrelquonEndpoint: Failed to load authentication metadata", ":396"},
-        {"no authz section", without("authorization"),
-         "sentrelquonEndpoint: Failed to load authorization metadata", ":298"},
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.name);
-        WriteFile(path, row.text);
-        daemon.emplace(Options());
-        EXPECT_EQ(daemon->WaitForEnd(), -SIGABRT);
-        EXPECT_EQ(daemon->CountLog(row.failure), 1U) << daemon->Log();
-        EXPECT_EQ(daemon->CountLog(std::string("VERIFY apps/sentrel/quon/endpoint") + row.panic),
-                  1U);
-    }
 }
 
 }  // namespace

@@ -1,9 +1,11 @@
 // The daemon's life as its service manager and its operator see it: command line, exit statuses,
 // signals, standard descriptors, and what the log says from start to end.
 #include "support/http_client.h"
+#include "support/loopback.h"
 #include "system/scenario.h"
 
 #include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
 
 #include <csignal>
 #include <string>
@@ -13,10 +15,13 @@ namespace {
 
 using ::Test::DaemonOptions;
 using ::Test::HttpClient;
+using ::Test::ReadFile;
 using ::Test::ReportDocument;
+using ::Test::WriteFile;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::SizeIs;
 using testing::StartsWith;
 
 class StartAndStop : public Scenario {};
@@ -185,6 +190,75 @@ TEST_F(StartAndStop, TakesItsLogLevelFromTheEnvironmentThenTheStore) {
             EXPECT_EQ(!LogFrom(0, std::to_string(level) + " ").empty(), expected) << level;
         }
         EXPECT_EQ(daemon->CountLog("SENTREL_LOG_LEVEL"), complaints);
+    }
+}
+
+TEST_F(StartAndStop, RunsOnWithoutListenersOfTheApi) {
+    const Sys::OwnedFd taken4 = ::Test::ListenAt("127.0.0.1", 9984);
+    const Sys::OwnedFd taken6 = ::Test::ListenAt("::1", 9984);
+    Start();
+    EXPECT_THAT(LogFrom(0, "5 sentrelquonEndpoint: IPv"), SizeIs(2));
+    EXPECT_EQ(daemon->CountLog("sentrelquonEndpoint: Running IO service."), 1U);
+    EXPECT_EQ(HttpClient().Post("/cpu", ReportDocument("cpu")), 200);
+}
+
+TEST_F(StartAndStop, LogsTheApisStartAndEndInOrder) {
+    Start();
+    EXPECT_EQ(daemon->Stop(), 0);
+    std::vector<std::string> lines = LogFrom(0, "5 sentrelquonEndpoint");
+    const std::vector<std::string> last = LogFrom(0, "5 sentrel: quon");
+    lines.insert(lines.end(), last.begin(), last.end());
+    const std::string file = kMetadataPath;
+    const std::string from = " metadata com.korvex.oru.observability from " + file;
+    EXPECT_THAT(lines, ElementsAre("5 sentrelquonEndpoint: Initialized the HTTP quon endpoint",
+                                   "5 sentrelquonEndpoint: Loading CLI" + from,
+                                   "5 sentrelquonEndpoint: Loading Model" + from,
+                                   "5 sentrelquonEndpoint: Loading Authn" + from,
+                                   "5 sentrelquonEndpoint: Publishing reports from: " +
+                                       host.ReportDirectory() + "/",
+                                   "5 sentrelquonEndpoint: Starting quon endpoint at 9984",
+                                   "5 sentrelquonEndpoint: Listening on: 127.0.0.1:9984",
+                                   "5 sentrelquonEndpoint: Listening on: [::1]:9984",
+                                   "5 sentrelquonEndpoint: Running IO service.",
+                                   "5 sentrelquonEndpoint: quon endpoint stopped",
+                                   "5 sentrel: quon endpoint started at 9984"));
+    EXPECT_THAT(LogFrom(0, "5 AuthzHandler"),
+                ElementsAre("5 AuthzHandler: Loading authz metadata file:" + file));
+}
+
+TEST_F(StartAndStop, DoesNotStartOnMetadataThatItCannotUse) {
+    const std::string path = host.Root() + kMetadataPath;
+    const nlohmann::json good = nlohmann::json::parse(ReadFile(path));
+    const auto without = [&good](const char* section) {
+        nlohmann::json document = good;
+        document.erase(section);
+        return document.dump();
+    };
+    struct Row {
+        const char* name;
+        std::string text;
+        const char* failure;
+        const char* panic;
+    };
+    const Row rows[] = {
+        {"no JSON", "{", "sentrelquonEndpoint: Failed to load cli metadata", ":383"},
+        {"no cli section", without("cli"), "sentrelquonEndpoint: Failed to load cli metadata",
+         ":383"},
+        {"no model section", without("metamodel"),
+         "sentrelquonEndpoint: Failed to load Metamodel metadata", ":389"},
+        {"no authn section", without("authentication"),
+         "sentrelquonEndpoint: Failed to load authentication metadata", ":396"},
+        {"no authz section", without("authorization"),
+         "sentrelquonEndpoint: Failed to load authorization metadata", ":298"},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        WriteFile(path, row.text);
+        daemon.emplace(Options());
+        EXPECT_EQ(daemon->WaitForEnd(), -SIGABRT);
+        EXPECT_EQ(daemon->CountLog(row.failure), 1U) << daemon->Log();
+        EXPECT_EQ(daemon->CountLog(std::string("VERIFY apps/sentrel/quon/endpoint") + row.panic),
+                  1U);
     }
 }
 
