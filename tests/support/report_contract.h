@@ -8,6 +8,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace Test {
 
@@ -22,8 +23,9 @@ inline std::string ReasonOf(std::string_view document) {
 // Empty when the tool finds no problem in `document` as the report of `name`, it has a status, a
 // reason in words and metrics, and its time is in UTC; else what is wrong.
 inline std::string ContractFault(std::string_view document, std::string_view name) {
-    for (std::string& problem : Ctl::FindProblems(document, name)) {
-        return std::move(problem);
+    const std::vector<std::string> problems = Ctl::FindProblems(document, name);
+    if (!problems.empty()) {
+        return problems.front();
     }
     const nlohmann::json report = nlohmann::json::parse(document);
     const std::string time = report["structured"]["time"];

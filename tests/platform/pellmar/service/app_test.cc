@@ -68,23 +68,15 @@ class Child {
     bool ended = false;
 };
 
-// The service manager's end: a datagram socket, in a directory or of an abstract name.
+// The service manager's end: a datagram socket in a directory.
 class NotifySocket {
   public:
-    explicit NotifySocket(bool isAbstract)
-        : name(isAbstract ? "@sentrel-test-" + std::to_string(::getpid())
-                          : directory.Path() + "notify"),
-          receiver(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {
+    NotifySocket() {
         sockaddr_un address{};
         address.sun_family = AF_UNIX;
         name.copy(address.sun_path, sizeof address.sun_path - 1);
-        if (isAbstract) {
-            address.sun_path[0] = '\0';
-        }
-        const std::size_t length = offsetof(sockaddr_un, sun_path) + name.size();
-        EXPECT_EQ(::bind(receiver.Get(), reinterpret_cast<const sockaddr*>(&address),
-                         static_cast<socklen_t>(length)),
-                  0);
+        EXPECT_EQ(
+            ::bind(receiver.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
     }
 
     const std::string& Name() const { return name; }
@@ -98,12 +90,12 @@ class NotifySocket {
 
   private:
     TemporaryDirectory directory;
-    std::string name;
-    Sys::OwnedFd receiver;
+    std::string name = directory.Path() + "notify";
+    Sys::OwnedFd receiver{::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0)};
 };
 
 TEST(App, RunsUntilASignalComesAndFeedsTheWatchdog) {
-    const NotifySocket manager(false);
+    const NotifySocket manager;
     Child child([&] {
         (void)::setenv("NOTIFY_SOCKET", manager.Name().c_str(), 1);
         (void)::setenv("WATCHDOG_USEC", "20000", 1);
