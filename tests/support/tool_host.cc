@@ -1,37 +1,21 @@
 #include "support/tool_host.h"
 
-#include "support/network_namespace.h"
-
 #include <filesystem>
-#include <stdexcept>
 
 namespace Test {
 
-void ToolHost::SetUpTestSuite() { EnterNetworkNamespace(); }
-
-ToolHost::ToolHost() {
-    const std::filesystem::path metadata =
-        host.Root() + "/usr/lib/korvex/quon/observability_quon_metadata.json";
-    std::filesystem::create_directories(metadata.parent_path());
-    std::filesystem::copy_file(SENTREL_METADATA_FILE, metadata);
-    std::filesystem::create_directories(ReportDirectory());
-}
+ToolHost::ToolHost() { std::filesystem::create_directories(ReportDirectory()); }
 
 std::string ToolHost::ReportDirectory() const {
     return host.Root() + "/var/lib/korvex/sentrel/reports";
 }
 
 void ToolHost::StartDaemon(const std::string& cgroupRoot) {
-    DaemonOptions options;
-    options.program = SENTREL_DAEMON_PATH;
+    DaemonOptions options = Options();
     options.arguments = {"-r", ReportDirectory()};
-    options.root = host.Root();
     options.logLevel = "3";
     options.cgroupRoot = cgroupRoot;
-    daemon.emplace(options);
-    if (!daemon->WaitUntilReady()) {
-        throw std::runtime_error("the daemon ended instead of serving");
-    }
+    Start(options);
 }
 
 ToolResult ToolHost::Run(const std::vector<std::string>& arguments) const {

@@ -2,22 +2,19 @@
 // operator's tool run against it.
 #pragma once
 
-#include "support/daemon_process.h"
-#include "support/host_directory.h"
+#include "support/scenario.h"
 #include "support/tool_run.h"
 
 #include <gtest/gtest.h>
 
-#include <optional>
 #include <string>
 #include <vector>
 
 namespace Test {
 
-class ToolHost : public testing::Test {
+class ToolHost : public Scenario {
   protected:
-    static void SetUpTestSuite();
-    // A host with the API's metadata and an empty report directory where the tool looks for it.
+    // With an empty report directory where the tool looks for it.
     ToolHost();
 
     // Starts the daemon and waits until it serves; throws when it does not.
@@ -29,9 +26,6 @@ class ToolHost : public testing::Test {
     // A token made by the tool, in a file. Gives the file's path.
     std::string TokenFile(const std::string& name, std::vector<std::string> issueOptions) const;
     std::string ReportDirectory() const;
-
-    const HostDirectory host;
-    std::optional<DaemonProcess> daemon;
 };
 
 }  // namespace Test

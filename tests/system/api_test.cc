@@ -2,7 +2,7 @@
 // the host's logs tell of it.
 #include "platform/token/token_signer.h"
 #include "support/http_client.h"
-#include "system/scenario.h"
+#include "support/scenario.h"
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
@@ -93,7 +93,7 @@ class ApiCaller {
     const Token::SigningKey key = Token::SigningKey::Generate();
 };
 
-class Api : public Scenario {
+class Api : public ::Test::Scenario {
   protected:
     std::vector<json> AuditRecords() const {
         std::vector<json> records;

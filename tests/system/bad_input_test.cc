@@ -1,7 +1,7 @@
 // Requests that break off, dribble, hold what no request may hold, or never come: nothing is stored
 // that was not wholly received, no answer comes twice, and the next good post is served.
 #include "support/http_client.h"
-#include "system/scenario.h"
+#include "support/scenario.h"
 
 #include <gmock/gmock.h>
 
@@ -23,7 +23,7 @@ using ::Test::ReportDocument;
 using testing::ElementsAre;
 using testing::StartsWith;
 
-class BadInput : public Scenario {
+class BadInput : public ::Test::Scenario {
   protected:
     void ExpectAGoodPostWorks() {
         EXPECT_EQ(HttpClient().Post("/good", ReportDocument("good")), 200);

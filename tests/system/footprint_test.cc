@@ -2,7 +2,7 @@
 // it up.
 #include "support/descriptors.h"
 #include "support/http_client.h"
-#include "system/scenario.h"
+#include "support/scenario.h"
 
 #include <gmock/gmock.h>
 
@@ -20,7 +20,7 @@ using ::Test::RawConnection;
 using ::Test::ReportDocument;
 using testing::HasSubstr;
 
-class Footprint : public Scenario {
+class Footprint : public ::Test::Scenario {
   protected:
     // Posts reports of ten names, some refused, each on a connection that the daemon closes.
     static void PostMany(int count) {

@@ -1,7 +1,7 @@
 // What a plugin gets for each kind of request, and what the log says about it. Requests that are no
 // HTTP or break off are left to bad_input_test.cc.
 #include "support/http_client.h"
-#include "system/scenario.h"
+#include "support/scenario.h"
 
 #include <gmock/gmock.h>
 
@@ -22,7 +22,7 @@ using testing::IsEmpty;
 
 constexpr char kJson[] = "Content-Type: application/json\r\n";
 
-class IntakeAnswers : public Scenario {
+class IntakeAnswers : public ::Test::Scenario {
   protected:
     std::string Directory() const { return host.ReportDirectory() + "/"; }
 

@@ -1,7 +1,7 @@
 // The daemon is killed again and again while posts arrive: whatever a link names is a whole report,
 // no report that was answered is lost, and the next start continues the ring.
 #include "support/http_client.h"
-#include "system/scenario.h"
+#include "support/scenario.h"
 
 #include <gtest/gtest.h>
 
@@ -66,7 +66,7 @@ struct Reports {
     }
 };
 
-class Kill : public Scenario {
+class Kill : public ::Test::Scenario {
   protected:
     std::string FileName(const Reports& reports, int index) const {
         return host.ReportPath(reports.name + "-" + std::to_string(index) + ".json").string();

@@ -7,7 +7,7 @@
 #include "plugins/resource_group.h"
 #include "support/cgroup_root.h"
 #include "support/report_contract.h"
-#include "system/scenario.h"
+#include "support/scenario.h"
 
 #include <gmock/gmock.h>
 
@@ -38,7 +38,7 @@ constexpr seconds kSlotPatience{90};
 // The level-3 line of a plugin that was faster than the look that the launcher takes at it.
 constexpr const char* kAlreadyGone = "Plugin launched but failed to run: No such process";
 
-class Launch : public Scenario {
+class Launch : public ::Test::Scenario {
   protected:
     std::string PluginDirectory() const { return host.Root() + Sentrel::kPluginDirectory; }
 

@@ -2,7 +2,7 @@
 // that can't be read.
 #include "support/http_client.h"
 #include "support/loopback.h"
-#include "system/scenario.h"
+#include "support/scenario.h"
 
 #include <gmock/gmock.h>
 
@@ -20,7 +20,7 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;
 
-class Settings : public Scenario {
+class Settings : public ::Test::Scenario {
   protected:
     // Starts the daemon and expects that it ends with status 1. Gives its log.
     std::vector<std::string> LogOfFailedStart() {

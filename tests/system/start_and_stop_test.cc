@@ -2,7 +2,7 @@
 // signals, standard descriptors, and what the log says from start to end.
 #include "support/http_client.h"
 #include "support/loopback.h"
-#include "system/scenario.h"
+#include "support/scenario.h"
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
@@ -24,7 +24,7 @@ using testing::HasSubstr;
 using testing::SizeIs;
 using testing::StartsWith;
 
-class StartAndStop : public Scenario {};
+class StartAndStop : public ::Test::Scenario {};
 
 TEST_F(StartAndStop, EndsWithStatusZeroBySignal) {
     for (const int signal : {SIGTERM, SIGINT}) {
@@ -208,7 +208,7 @@ TEST_F(StartAndStop, LogsTheApisStartAndEndInOrder) {
     std::vector<std::string> lines = LogFrom(0, "5 sentrelquonEndpoint");
     const std::vector<std::string> last = LogFrom(0, "5 sentrel: quon");
     lines.insert(lines.end(), last.begin(), last.end());
-    const std::string file = kMetadataPath;
+    const std::string file = ::Test::kMetadataPath;
     const std::string from = " metadata com.korvex.oru.observability from " + file;
     EXPECT_THAT(lines, ElementsAre("5 sentrelquonEndpoint: Initialized the HTTP quon endpoint",
                                    "5 sentrelquonEndpoint: Loading CLI" + from,
@@ -227,7 +227,7 @@ TEST_F(StartAndStop, LogsTheApisStartAndEndInOrder) {
 }
 
 TEST_F(StartAndStop, DoesNotStartOnMetadataThatItCannotUse) {
-    const std::string path = host.Root() + kMetadataPath;
+    const std::string path = host.Root() + ::Test::kMetadataPath;
     const nlohmann::json good = nlohmann::json::parse(ReadFile(path));
     const auto without = [&good](const char* section) {
         nlohmann::json document = good;

@@ -1,7 +1,7 @@
 // The ring and its link on real file systems: in order, in parallel, after a restart, and when the
 // report directory is in the way: planted links, taken paths, gone, read-only, full.
 #include "support/http_client.h"
-#include "system/scenario.h"
+#include "support/scenario.h"
 
 #include <gmock/gmock.h>
 
@@ -27,7 +27,7 @@ using testing::IsEmpty;
 
 namespace fs = std::filesystem;
 
-class Storage : public Scenario {
+class Storage : public ::Test::Scenario {
   protected:
     std::string StoredPath(const std::string& fileName) const {
         return host.ReportPath(fileName).string();

@@ -1,22 +1,13 @@
-#include "system/scenario.h"
+#include "support/scenario.h"
 
 #include "support/network_namespace.h"
 
 #include <filesystem>
 #include <stdexcept>
 
-namespace {
+namespace Test {
 
-class NamespaceEnvironment : public testing::Environment {
-  public:
-    void SetUp() override { Test::EnterNetworkNamespace(); }
-};
-
-// Owned by GoogleTest. Not when tests are only listed.
-[[maybe_unused]] const testing::Environment* const kNamespace =
-    testing::AddGlobalTestEnvironment(new NamespaceEnvironment);
-
-}  // namespace
+void Scenario::SetUpTestSuite() { EnterNetworkNamespace(); }
 
 Scenario::Scenario() {
     const std::filesystem::path metadata = host.Root() + kMetadataPath;
@@ -24,15 +15,15 @@ Scenario::Scenario() {
     std::filesystem::copy_file(SENTREL_METADATA_FILE, metadata);
 }
 
-::Test::DaemonOptions Scenario::Options() const {
-    ::Test::DaemonOptions options;
+DaemonOptions Scenario::Options() const {
+    DaemonOptions options;
     options.program = SENTREL_DAEMON_PATH;
     options.arguments = {"-r", host.ReportDirectory()};
     options.root = host.Root();
     return options;
 }
 
-::Test::DaemonProcess& Scenario::Start(const ::Test::DaemonOptions& options) {
+DaemonProcess& Scenario::Start(const DaemonOptions& options) {
     daemon.emplace(options);
     if (!daemon->WaitUntilReady()) {
         throw std::runtime_error("the daemon ended instead of serving");
@@ -50,3 +41,5 @@ std::vector<std::string> Scenario::LogFrom(std::size_t first, std::string_view p
     }
     return found;
 }
+
+}  // namespace Test
