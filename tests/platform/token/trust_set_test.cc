@@ -133,7 +133,8 @@ TEST_F(TrustSetFile, IsReadAgainExactlyWhenItChanged) {
 }
 
 TEST(TrustSettings, HaveDefaultsForWhatIsNotSet) {
-    const auto reader = Tabulon::MakeJsonReader({}, {{"audience", "reports"}}, {});
+    const auto reader = Tabulon::MakeJsonReader(
+        {}, nlohmann::json::parse(R"({"audience": "reports"})"), nlohmann::json::object());
     const Token::TrustSettings settings = Token::ReadTrustSettings(*reader);
     EXPECT_EQ(settings.issuer, "sentrel");
     EXPECT_EQ(settings.audience, "reports");

@@ -96,10 +96,13 @@ class NotifySocket {
 
 TEST(App, RunsUntilASignalComesAndFeedsTheWatchdog) {
     const NotifySocket manager;
+    const TemporaryDirectory root;  // a store without entries
     Child child([&] {
         (void)::setenv("NOTIFY_SOCKET", manager.Name().c_str(), 1);
         (void)::setenv("WATCHDOG_USEC", "20000", 1);
-        InitApp(Tabulon::CreateTabulonConfigWithFallbackToDefault({}));
+        (void)::setenv("SENTREL_ROOT", root.Path().c_str(), 1);
+        InitApp(Tabulon::CreateTabulonConfigWithFallbackToDefault(
+            {{"", "sentrel", "health", "oru", ""}}));
         GetApp().Run();
         return 17;
     });
