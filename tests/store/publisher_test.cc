@@ -193,7 +193,7 @@ TEST(Publisher, KeepsWhatItFoundBeforeTheWalkFailed) {
 
     const int lowestFree = Sys::OwnedFd(::dup(STDIN_FILENO)).Get();
     {
-        const Test::LoweredLimit one(RLIMIT_NOFILE, static_cast<rlim_t>(lowestFree) + 1);
+        const ::Test::LoweredLimit one(RLIMIT_NOFILE, static_cast<rlim_t>(lowestFree) + 1);
         EXPECT_EQ(store.ListedNames(), names);
     }
     EXPECT_THAT(store.Failures(), ElementsAre("3 publisher: Error enumerating reports in path: " +

@@ -161,7 +161,7 @@ TEST_F(BadInput, WritesEveryMessageOnOneLine) {
 
 TEST_F(BadInput, ServesAGoodPostAmongThousandsOfSilentConnections) {
     DaemonOptions options = Options();
-    options.maxDescriptors = 1024;
+    options.preparation = "ulimit -n 1024";
     Start(options);
     std::deque<RawConnection> silent = OpenConnections(2'000);
     ExpectAGoodPostWorks();

@@ -1,6 +1,6 @@
 // Clients that stall hold up themselves and their own report name, and nobody else.
 #include "support/http_client.h"
-#include "system/scenario.h"
+#include "support/scenario.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -27,7 +27,7 @@ struct StalledPost {
     RawConnection connection;
 };
 
-class Isolation : public Scenario {
+class Isolation : public ::Test::Scenario {
   protected:
     void Stall(int count) {
         for (int number = 0; number < count; ++number) {

@@ -55,7 +55,7 @@ class FileTest : public testing::Test {
 };
 
 TEST_F(FileTest, TellsWhatStandsAtAPath) {
-    Test::WriteFile(In("file"), "");
+    ::Test::WriteFile(In("file"), "");
     fs::create_directory(In("folder"));
     fs::create_symlink("folder", In("folder-link"));
     fs::create_symlink("file", In("file-link"));
@@ -81,7 +81,7 @@ TEST_F(FileTest, TellsWhatStandsAtAPath) {
 TEST_F(FileTest, ListsInByteOrderWithoutDescending) {
     fs::create_directory(In("b"));
     for (const char* name : {"b/inner", "a", "B", ".hidden", "\xff", "a-1", "a.b"}) {
-        Test::WriteFile(In(name), "");
+        ::Test::WriteFile(In(name), "");
     }
     fs::create_symlink("nowhere", In("link"));
     EXPECT_THAT(ListedNames(-1),
@@ -116,13 +116,13 @@ TEST_F(FileTest, WritesPiecesOfAnySize) {
             writer->Write(piece.data(), piece.size());
         }
         writer->Close();
-        EXPECT_EQ(Test::ReadFile(In("file")), expected);
+        EXPECT_EQ(::Test::ReadFile(In("file")), expected);
     }
 }
 
 TEST_F(FileTest, SaysWhyAFileCannotBeCreated) {
     fs::create_directory(In("folder"));
-    Test::WriteFile(In("file"), "");
+    ::Test::WriteFile(In("file"), "");
     const struct {
         const char* name;
         const char* reason;
@@ -140,7 +140,7 @@ TEST_F(FileTest, SaysWhyAFileCannotBeCreated) {
 
 TEST_F(FileTest, ThrowsWhenGatheredBytesCannotBeWritten) {
     const auto writer = SystemFactory::CreateFileWriter(In("file"), 0);
-    const Test::LoweredLimit limit(RLIMIT_FSIZE, 1000);
+    const ::Test::LoweredLimit limit(RLIMIT_FSIZE, 1000);
     const std::string text(2000, 'x');
     writer->Write(text.data(), text.size());
     EXPECT_THAT(IOExceptionOf([&] { writer->Close(); }),
