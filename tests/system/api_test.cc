@@ -217,7 +217,7 @@ TEST_F(Api, TellsOfEveryServiceAndItself) {
         {"operation.get", R"({"service":"com.example"})",
          "\"The member \\\"operation\\\" is missing."},
         {"provider.get", "{}", R"({"fingerprint":")"},
-        {"provider.get", R"({"id":"x"})", "\"There is no member "},
+        {"provider.get", R"({"id":"x"})", "\"Unknown member "},
     };
     for (const auto& row : rows) {
         const json answer =

@@ -221,7 +221,7 @@ TEST(HttpService, KeepsClientsThatPostWhileOthersConnectInVain) {
     EXPECT_EQ(silent.front().ReadUntilClosed(), "");
     ASSERT_TRUE(kept.Send(kEmptyPost));
     EXPECT_EQ(kept.ReadResponse()->status, 200);
-    EXPECT_EQ(log.Count("connections are open, the most at a time"), 1U);
+    EXPECT_EQ(log.Count("connections are open, which is the limit"), 1U);
 }
 
 struct Ending {
