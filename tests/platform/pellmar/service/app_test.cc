@@ -177,7 +177,8 @@ TEST(ServiceManager, SaysWhatItCannotUse) {
         {"must be an absolute path or", "relative/notify"},
         {"must be an absolute path or", "@"},
         {"of at most 107 bytes", "/" + std::string(107, 'x')},
-        {"Cannot send READY=1 to the service manager at NOTIFY_SOCKET", directory.Path() + "nobody"},
+        {"Cannot send READY=1 to the service manager at NOTIFY_SOCKET",
+         directory.Path() + "nobody"},
     };
     for (const auto& [line, socket] : notified) {
         const std::string answer = AskIn({{"NOTIFY_SOCKET", socket}}, [] {
