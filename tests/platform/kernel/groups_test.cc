@@ -147,6 +147,7 @@ TEST_F(CgroupGroups, AreBelowTheNamedRootOrTheMountWithoutBeingMade) {
         const int error = row.named.empty() && mountHasGroup ? 0 : -ESRCH;
         EXPECT_TRUE(answer.ends_with("/sentrel.service " + std::to_string(error))) << answer;
     }
+    EXPECT_EQ(std::filesystem::exists(mount + "/" + kGroup), mountHasGroup);
     EXPECT_FALSE(std::filesystem::exists(Directory()));
     EXPECT_FALSE(std::filesystem::exists(unit + "/daemon"));
 }

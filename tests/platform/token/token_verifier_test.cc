@@ -261,6 +261,7 @@ TEST_F(TokenVerifier, RefusesForgedSignatures) {
         {"RSA", ::Test::WithSignature(text, Rsa().Sign(text)), wrong},
         {"ASN.1", ::Test::WithSignature(text, Ec().SignAsn1(text)), wrong},
         {"short", ::Test::WithSignature(text, good.substr(0, 63)), wrong},
+        {"long", ::Test::WithSignature(text, good + '\0'), wrong},
         {"zero", ::Test::WithSignature(text, zero + zero), wrong},
     };
     for (const auto& row : rows) {

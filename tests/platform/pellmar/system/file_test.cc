@@ -3,6 +3,7 @@
 
 #include "platform/pellmar/exceptions.h"
 #include "platform/pellmar/system/system_factory.h"
+#include "support/captured_log.h"
 #include "support/descriptors.h"
 #include "support/host_directory.h"
 #include "support/temporary_directory.h"
@@ -88,6 +89,27 @@ TEST_F(FileTest, ListsInByteOrderWithoutDescending) {
                 ElementsAre(".hidden", "B", "a", "a-1", "a.b", "b", "link", "\xff"));
     EXPECT_THAT(ListedNames(2), ElementsAre(".hidden", "B"));
     EXPECT_THAT(ListedNames(0), IsEmpty());
+}
+
+TEST_F(FileTest, ThrowsWhenADirectoryCannotBeListed) {
+    ::Test::WriteFile(In("file"), "");
+    EXPECT_THAT(IOExceptionOf([&] { At("missing")->List(-1); }),
+                AllOf(HasSubstr(In("missing")), HasSubstr("No such file or directory")));
+    EXPECT_THAT(IOExceptionOf([&] { At("file")->List(-1); }), HasSubstr("Not a directory"));
+}
+
+TEST_F(FileTest, GivesNoHandleAndTheReasonWhenARenameFails) {
+    const ::Test::CapturedLog log;
+    ::Test::WriteFile(In("file"), "");
+    fs::create_directory(In("folder"));
+    EXPECT_FALSE(At("missing")->Rename(In("other")));
+    EXPECT_FALSE(At("file")->Rename(In("folder")));
+    EXPECT_TRUE(At("file")->Exists());
+    EXPECT_THAT(log.Lines(),
+                ElementsAre("3 sentrel: Cannot rename " + In("missing") + " to " + In("other") +
+                                ": No such file or directory; create the missing directory",
+                            "3 sentrel: Cannot rename " + In("file") + " to " + In("folder") +
+                                ": Is a directory; remove the file or directory there"));
 }
 
 TEST_F(FileTest, WritesPiecesOfAnySize) {
