@@ -1,5 +1,5 @@
 #include "checks/fixture_host.h"
-#include "ctl/reports/check.h"
+#include "ctl/post/check.h"
 
 #include "support/host_directory.h"
 #include "support/report_contract.h"

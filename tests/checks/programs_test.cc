@@ -1,5 +1,5 @@
 // The shipped checks as programs, run on this machine as the daemon runs plugins.
-#include "ctl/reports/check.h"
+#include "ctl/post/check.h"
 #include "support/host_directory.h"
 #include "support/plugin_process.h"
 #include "support/report_contract.h"

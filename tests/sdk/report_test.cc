@@ -1,6 +1,6 @@
 // Reports: the status that follows from findings, its words, and the document.
 #include "sentrel_check/report.h"
-#include "ctl/reports/check.h"
+#include "ctl/post/check.h"
 
 #include "sentrel_check/json_text.h"
 #include "support/report_contract.h"

@@ -1,8 +1,8 @@
 // What every report of a shipped check must be like. Who includes this includes
-// ctl/reports/check.h, too.
+// ctl/post/check.h, too.
 #pragma once
 
-#include "ctl/reports/check.h"
+#include "ctl/post/check.h"
 
 #include <nlohmann/json.hpp>
 

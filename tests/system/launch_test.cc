@@ -1,7 +1,7 @@
 // The daemon with shipped checks as its plugins: what it says at its start, and its first launches
 // in their real slots of 30 seconds, up to the reports that the plugins post. What a plan decides
 // is left to tests/plugins, which need not wait for it.
-#include "ctl/reports/check.h"
+#include "ctl/post/check.h"
 #include "platform/kernel/groups/cgroup_backend.h"
 #include "plugins/discovery.h"
 #include "plugins/resource_group.h"

@@ -2,8 +2,8 @@
 
 #include "ctl/host/daemon_settings.h"
 #include "ctl/host/input_file.h"
-#include "ctl/reports/check.h"
-#include "ctl/reports/intake_answer.h"
+#include "ctl/post/check.h"
+#include "ctl/post/intake_answer.h"
 #include "ctl/reports/source.h"
 #include "ctl/show/failure.h"
 #include "intake/report_job.h"

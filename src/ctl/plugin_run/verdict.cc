@@ -1,6 +1,6 @@
 // Judges a run: adds its findings.
 #include "ctl/plugin_run/confinement.h"
-#include "ctl/reports/intake_answer.h"
+#include "ctl/post/intake_answer.h"
 #include "ctl/show/durations.h"
 #include "ctl/show/words.h"
 

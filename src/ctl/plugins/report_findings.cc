@@ -3,7 +3,7 @@
 #include "ctl/host/input_file.h"
 #include "ctl/plugins/findings.h"
 #include "ctl/plugins/times.h"
-#include "ctl/reports/check.h"
+#include "ctl/post/check.h"
 #include "ctl/reports/history.h"
 #include "ctl/show/durations.h"
 #include "ctl/show/failure.h"

@@ -1,7 +1,7 @@
 #include "quon/transport/call_answer.h"
 
-#include "quon/transport/limits.h"
-#include "quon/transport/responses.h"
+#include "quon/transport/message/limits.h"
+#include "quon/transport/message/responses.h"
 
 #include <array>
 #include <charconv>

@@ -4,7 +4,7 @@
 
 #include "platform/runtime/call/call.h"
 #include "platform/runtime/json/json_response.h"
-#include "quon/transport/request_facts.h"
+#include "quon/transport/message/request_facts.h"
 
 #include <optional>
 #include <string>

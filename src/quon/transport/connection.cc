@@ -2,8 +2,8 @@
 #include "quon/transport/connection.h"
 
 #include "quon/transport/connection_table.h"
-#include "quon/transport/responses.h"
-#include "quon/transport/transport_error.h"
+#include "quon/transport/message/responses.h"
+#include "quon/transport/message/transport_error.h"
 
 #include <exception>
 #include <utility>

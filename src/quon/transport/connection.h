@@ -14,10 +14,10 @@
 #include "platform/runtime/call/call.h"
 #include "platform/runtime/call/logger.h"
 #include "platform/runtime/json/json_request.h"
-#include "quon/transport/body_reader.h"
 #include "quon/transport/call_answer.h"
-#include "quon/transport/input_buffer.h"
-#include "quon/transport/request_facts.h"
+#include "quon/transport/message/body_reader.h"
+#include "quon/transport/message/input_buffer.h"
+#include "quon/transport/message/request_facts.h"
 #include "quon/transport/server_configuration.h"
 #include "quon/transport/stream.h"
 

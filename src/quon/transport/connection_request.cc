@@ -1,8 +1,8 @@
 // Handles a request after its head: expectation, body, call and response.
 #include "quon/transport/connection.h"
 #include "quon/transport/connection_table.h"
-#include "quon/transport/responses.h"
-#include "quon/transport/transport_error.h"
+#include "quon/transport/message/responses.h"
+#include "quon/transport/message/transport_error.h"
 
 #include <exception>
 #include <utility>

@@ -2,7 +2,7 @@
 
 #include "platform/sys/owned_fd.h"
 #include "quon/transport/connection_table.h"
-#include "quon/transport/transport_error.h"
+#include "quon/transport/message/transport_error.h"
 
 #include <boost/asio/error.hpp>
 #include <boost/asio/io_context.hpp>

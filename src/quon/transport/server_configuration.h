@@ -2,7 +2,7 @@
 #pragma once
 
 #include "platform/runtime/values/localizer.h"
-#include "quon/transport/limits.h"
+#include "quon/transport/message/limits.h"
 
 #include <chrono>
 #include <cstddef>

@@ -1,6 +1,6 @@
 // "plugin list", "plan", "check" and "new" by the real program, on a host of the test's own with a
 // real daemon for what is posted.
-#include "ctl/reports/check.h"
+#include "ctl/post/check.h"
 #include "ctl/reports/name_conflicts.h"
 #include "support/plugin_process.h"
 #include "support/tool_host.h"

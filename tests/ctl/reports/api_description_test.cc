@@ -1,5 +1,5 @@
 // The description of the API that is installed, held against the API that a daemon serves.
-#include "ctl/reports/json_schema.h"
+#include "ctl/post/json_schema.h"
 #include "support/tool_host.h"
 
 #include <gmock/gmock.h>

@@ -1,5 +1,5 @@
 // "list", "get" and "call" against the real daemon: what they show, and what each failure tells.
-#include "ctl/reports/intake_answer.h"
+#include "ctl/post/intake_answer.h"
 #include "platform/token/token_signer.h"
 #include "support/http_client.h"
 #include "support/stored_report.h"

@@ -1,5 +1,5 @@
 // What the server takes from a head, the token and the log's view of it included.
-#include "quon/transport/request_facts.h"
+#include "quon/transport/message/request_facts.h"
 
 #include <gtest/gtest.h>
 

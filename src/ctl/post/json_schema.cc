@@ -1,4 +1,4 @@
-#include "ctl/reports/json_schema.h"
+#include "ctl/post/json_schema.h"
 
 #include <nlohmann/json.hpp>
 

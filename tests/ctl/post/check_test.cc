@@ -1,6 +1,6 @@
-#include "ctl/reports/check.h"
+#include "ctl/post/check.h"
 
-#include "ctl/reports/json_schema.h"
+#include "ctl/post/json_schema.h"
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>

@@ -1,7 +1,7 @@
 // The bytes received on a connection and not used yet.
 #pragma once
 
-#include "quon/transport/limits.h"
+#include "quon/transport/message/limits.h"
 
 #include <cstddef>
 #include <cstring>

@@ -1,4 +1,4 @@
-#include "ctl/reports/intake_answer.h"
+#include "ctl/post/intake_answer.h"
 
 #include <algorithm>
 #include <array>

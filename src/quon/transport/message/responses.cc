@@ -1,4 +1,4 @@
-#include "quon/transport/responses.h"
+#include "quon/transport/message/responses.h"
 
 #include <cstdint>
 #include <initializer_list>

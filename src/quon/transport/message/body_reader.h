@@ -3,7 +3,7 @@
 #pragma once
 
 #include "platform/http1/chunked_decoder.h"
-#include "quon/transport/request_facts.h"
+#include "quon/transport/message/request_facts.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,7 +1,7 @@
-#include "quon/transport/request_facts.h"
+#include "quon/transport/message/request_facts.h"
 
 #include "platform/http1/origin.h"
-#include "quon/transport/transport_error.h"
+#include "quon/transport/message/transport_error.h"
 
 #include <algorithm>
 #include <array>

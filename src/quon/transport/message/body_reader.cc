@@ -1,6 +1,6 @@
-#include "quon/transport/body_reader.h"
+#include "quon/transport/message/body_reader.h"
 
-#include "quon/transport/transport_error.h"
+#include "quon/transport/message/transport_error.h"
 
 #include <algorithm>
 

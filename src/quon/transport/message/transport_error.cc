@@ -1,4 +1,4 @@
-#include "quon/transport/transport_error.h"
+#include "quon/transport/message/transport_error.h"
 
 namespace Quon::Transport::PicoHttp {
 

@@ -5,7 +5,7 @@
 #include "platform/runtime/json/json_request.h"
 #include "platform/runtime/json/json_response.h"
 #include "platform/runtime/values/localizer.h"
-#include "quon/transport/request_facts.h"
+#include "quon/transport/message/request_facts.h"
 
 #include <cstddef>
 #include <optional>

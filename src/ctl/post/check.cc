@@ -1,7 +1,7 @@
-#include "ctl/reports/check.h"
+#include "ctl/post/check.h"
 
-#include "ctl/reports/json_schema.h"
-#include "ctl/reports/schema.h"
+#include "ctl/post/json_schema.h"
+#include "ctl/post/schema.h"
 #include "intake/report_job.h"
 #include "platform/json/bounded_json.h"
 #include "platform/runtime/values/date_time.h"
