@@ -179,6 +179,11 @@ void ServiceImpl::CloseOverdue() {
         ArmTimer(std::min(next, acceptResume));
         LetTheSlowestGiveWay();
     }
+    for (const Ref<Connection>& connection : overdue) {
+        if (connection->gatedSince) {
+            SendRefusal(*connection, ResponseCode::RequestTimeout);
+        }
+    }
     overdue.clear();
     if (resumes) {
         ResumeAccepting();

@@ -15,10 +15,12 @@
 #include <deque>
 #include <functional>
 #include <future>
+#include <mutex>
 #include <optional>
 #include <stdexcept>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -209,6 +211,29 @@ TEST(HttpService, LetsTheSlowestBodyGiveWayWhileAnotherPostWaits) {
         ASSERT_TRUE(connection.Send("1234567"));
         EXPECT_EQ(connection.ReadResponse()->status, 200);
     }
+}
+
+TEST(HttpService, AnswersAPostThatWaitsInVainForAPlace) {
+    std::mutex lock;
+    std::vector<Ref<Response>> unread;  // as behind another post of their name
+    std::promise<void> full;
+    const RunningService running(
+        [&](const Ref<Request>&, const Ref<Response>& response) {
+            const std::lock_guard guard(lock);
+            unread.push_back(response);
+            if (unread.size() == Pellmar::Http::kMaxBodies) {
+                full.set_value();
+            }
+        },
+        {.bodyStall = 1ms, .bodyGrace = 1h, .linger = 1ms});
+    const Crowd crowd(Pellmar::Http::kMaxBodies);
+    full.get_future().wait();
+    RawConnection waits;
+    ASSERT_TRUE(waits.Send(kUnfinishedPost));
+    const std::optional<HttpResponse> answer = waits.ReadResponse();
+    unread.clear();
+    ASSERT_TRUE(answer);
+    EXPECT_EQ(answer->status, 408);
 }
 
 TEST(HttpService, KeepsClientsThatPostWhileOthersConnectInVain) {
