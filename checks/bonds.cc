@@ -16,7 +16,7 @@ using SentrelCheck::Report;
 using SentrelCheck::Settings;
 using SentrelCheck::Status;
 
-// Members of a bond that are up: with one left, the next failure cuts the host off.
+// Members of a bond that are up: with only one, the next failure cuts the host off.
 constexpr Limits kMembersUp{2, 1};
 
 std::string ReadWord(const std::string& path) { return ReadSmallFile(path).value_or(""); }
@@ -51,13 +51,13 @@ void JudgeBond(const std::string& net, const std::string& bond, const Limits& li
     }
 }
 
-// "up" and, of links that do not tell, "unknown" are fine.
+// "up" is fine, and so is "unknown", the state of links that do not report one.
 bool IsDown(const std::string& net, const std::string& link) {
     const std::string state = ReadWord(net + link + "/operstate");
     return state == "down" || state == "lowerlayerdown" || state == "notpresent";
 }
 
-// The ports that lead out of the host: what belongs to guests comes and goes with them.
+// Judges only ports that lead out of the host: the ports of guests come and go with them.
 void JudgeBridge(const std::string& net, const std::string& bridge, Report& report) {
     for (const std::string& port : ListDirectory(net + bridge + "/brif")) {
         const bool leadsOut = Exists(net + port + "/device") || Exists(net + port + "/bonding");

@@ -40,8 +40,8 @@ struct Deleter {
 using Bio = std::unique_ptr<BIO, Deleter<BIO_free_all>>;
 using Certificate = std::unique_ptr<X509, Deleter<X509_free>>;
 
-// Days until the first certificate of the PEM file is no longer valid, negative after that; of a
-// chain the one that expires first counts. Nothing when there is no certificate in it.
+// Days until the first certificate of the PEM file to expire, negative once it has expired. Nothing
+// if the file contains no certificate.
 std::optional<double> DaysLeft(const std::string& text, long long now) {
     const Bio file(BIO_new_mem_buf(text.data(), static_cast<int>(text.size())));
     std::optional<double> least;
@@ -56,7 +56,7 @@ std::optional<double> DaysLeft(const std::string& text, long long now) {
     return least;
 }
 
-// The files that a pattern of the settings names; itself when it names none.
+// The files that match a pattern of the settings; the pattern itself if none does.
 std::vector<std::string> Expand(const std::string& pattern) {
     glob_t found{};
     std::vector<std::string> paths;
@@ -72,17 +72,18 @@ void JudgeFile(const std::string& root, const std::string& path, long long now,
     const std::string name = path.substr(root.size());
     std::string text;
     if (const int error = Sys::ReadRegularFile(path, kMaxFileBytes, text); error != 0) {
-        report.Find(Status::Unknown, name + " cannot be read: " + ::strerrordesc_np(error));
+        report.Find(Status::Unknown, "cannot read " + name + ": " + ::strerrordesc_np(error));
         return;
     }
     const std::optional<double> days = DaysLeft(text, now);
     if (!days) {
-        report.Find(Status::Unknown, name + " does not hold a certificate in PEM form");
+        report.Find(Status::Unknown, name + " contains no certificate in PEM form");
     } else if (*days < 0) {
         report.AddMetric({"days:" + name, *days, "d", limits});
         report.Find(Status::Error, name + " has expired");
     } else {
-        report.Judge(name + " expires in days:", {"days:" + name, *days, "d", limits}, Bad::Low);
+        report.Judge("time until " + name + " expires:", {"days:" + name, *days, "d", limits},
+                     Bad::Low);
     }
 }
 

@@ -1,4 +1,4 @@
-// Certificates: how many days those in the named files are still valid.
+// Certificates: the days until those in the named files expire.
 #pragma once
 
 #include "sentrel_check/report.h"

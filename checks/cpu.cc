@@ -47,7 +47,7 @@ std::optional<Ticks> ReadTicks(const std::string& path, Report& report) {
             read[i] = *number;
         }
         ticks = read;
-        return false;  // it is the first line
+        return false;  // "cpu" is the first line
     });
     if (isRead && !ticks) {
         FindGarbled(path, report);
@@ -55,7 +55,7 @@ std::optional<Ticks> ReadTicks(const std::string& path, Report& report) {
     return ticks;
 }
 
-// In percent of the time between the two; since the start of the host when none has passed.
+// Steal as a percentage of the time between the two, or of the time since boot if none has passed.
 double StealBetween(const Ticks& before, const Ticks& after) {
     Ticks passed{};
     for (std::size_t i = 0; i < kStates; ++i) {
@@ -90,12 +90,12 @@ void CheckCpu(const std::string& root, const std::function<void()>& pause, Setti
     }
     if (after) {
         const double steal = StealBetween(*before, *after);
-        report.Judge("processor time taken by the hypervisor below",
+        report.Judge("processor time given to other machines by the hypervisor:",
                      {"steal", steal, "%", stealLimits}, Bad::High);
         report.Summarize("steal " + ToWords(steal) + " %");
     }
     if (!pressure && !after && report.GetStatus() == Status::Ok) {
-        report.Find(Status::None, "this kernel tells nothing of its processors");
+        report.Find(Status::None, "this kernel has no processor statistics");
     }
 }
 

@@ -1,4 +1,5 @@
-// Processors: how long work waits for one, and how much of them a hypervisor below takes away.
+// Processors: how long tasks wait for one, and how much processor time a hypervisor below this host
+// gives to other machines.
 #pragma once
 
 #include "sentrel_check/report.h"
@@ -9,8 +10,8 @@
 
 namespace Checks {
 
-// Reads /proc below `root`. `pause` lets the time pass over which the steal share is taken, some
-// hundred milliseconds.
+// Reads /proc below `root`. `pause` waits for the time over which steal is measured, some hundred
+// milliseconds.
 void CheckCpu(const std::string& root, const std::function<void()>& pause,
               SentrelCheck::Settings& settings, SentrelCheck::Report& report);
 

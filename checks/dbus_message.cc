@@ -19,8 +19,7 @@ constexpr char kReplySerial = 5;
 constexpr char kDestination = 6;
 constexpr char kSignature = 8;
 
-// Appends values, each aligned as its type wants it. Text that it appends starts at a multiple
-// of 8.
+// Appends values, each aligned as its type requires. A message takes `bytes` in at a multiple of 8.
 class Writer {
   public:
     void Align(std::size_t boundary) {
@@ -55,13 +54,13 @@ class Writer {
             elements.Text(value);
         }
         Number(static_cast<std::uint32_t>(elements.bytes.size()));
-        bytes += elements.bytes;  // strings are aligned to 4, and so is the place after a number
+        bytes += elements.bytes;  // strings are aligned to 4, and so is the position after a number
     }
 
     std::string bytes;
 };
 
-// Takes values from the front. Throws BusError where they end too early.
+// Reads values from the front. Throws BusError if the bytes end too early.
 class Reader {
   public:
     explicit Reader(std::string_view bytes) : bytes(bytes) {}
@@ -96,7 +95,7 @@ class Reader {
   private:
     std::string_view Take(std::size_t size) {
         if (size > bytes.size() - position) {
-            throw BusError("a D-Bus message is shorter than it says");
+            throw BusError("a D-Bus message is truncated");
         }
         const std::string_view taken = bytes.substr(position, size);
         position += size;
@@ -150,7 +149,7 @@ MessageHead DecodeHead(std::string_view bytes, std::size_t maxBytes) {
     (void)reader.Byte();  // flags
     const char version = reader.Byte();
     if (order != kByteOrder || version != kVersion || type < 1 || type > 4) {
-        throw BusError("what answers there does not speak D-Bus");
+        throw BusError("the answer is not a D-Bus message");
     }
     const std::size_t bodySize = reader.Number();
     (void)reader.Number();  // serial

@@ -21,7 +21,7 @@ class BusError : public std::runtime_error {
 
 struct MethodCall {
     std::uint32_t serial = 0;  // not 0
-    std::string destination;   // left out when empty, as on a connection without a bus
+    std::string destination;   // omitted if empty, as on a connection without a bus
     std::string path;
     std::string interface;
     std::string member;
@@ -30,22 +30,22 @@ struct MethodCall {
 
 std::string EncodeCall(const MethodCall& call);
 
-// What the first bytes of a message tell.
+// The fixed-size start of a message.
 struct MessageHead {
     static constexpr std::size_t kSize = 16;
     enum class Type { Call = 1, Return = 2, Error = 3, Signal = 4 };
 
     Type type = Type::Call;
-    std::size_t fieldsSize = 0;  // with the zeros after them
+    std::size_t fieldsSize = 0;  // includes the padding after them
     std::size_t bodySize = 0;
 };
 
-// `bytes` has kSize bytes. Throws BusError when they are no head, or one of a larger message than
-// `maxBytes`.
+// `bytes` has kSize bytes. Throws BusError if they are not a head, or if the message is larger
+// than `maxBytes`.
 MessageHead DecodeHead(std::string_view bytes, std::size_t maxBytes);
 
 struct ReplyFields {
-    std::uint32_t replySerial = 0;  // 0 in a message that is no reply
+    std::uint32_t replySerial = 0;  // 0 in a message that is not a reply
     std::string errorName;
     std::string signature;
 };

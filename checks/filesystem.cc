@@ -21,12 +21,12 @@ using SentrelCheck::Status;
 constexpr Limits kSpaceFree{10, 5};
 constexpr Limits kInodesFree{10, 5};
 
-// More have no room in a report, and none has them.
+// More would not fit into a report, and no host has more.
 constexpr std::size_t kMaxMounts = 500;
 
 void JudgeUsage(const std::string& path, const FileSystemUsage& usage, const Limits& space,
                 const Limits& inodes, Report& report) {
-    // What is reserved for root is neither used nor available.
+    // Blocks reserved for root are neither used nor available.
     const double used = static_cast<double>(usage.blocks) - static_cast<double>(usage.freeBlocks);
     const double available = static_cast<double>(usage.availableBlocks);
     report.Judge("space free on " + path,
@@ -42,8 +42,8 @@ void JudgeUsage(const std::string& path, const FileSystemUsage& usage, const Lim
     }
 }
 
-// That of the host's first process where it can be read: a service may see file systems as
-// read-only that its host writes.
+// The mount table of the host's first process, if it can be read: a service may see file systems as
+// read-only that the host itself can write.
 std::string MountTable(const std::string& root) {
     const std::string hostTable = root + "/proc/1/mountinfo";
     return ReadSmallFile(hostTable).value_or("").empty() ? root + "/proc/self/mountinfo"
@@ -74,9 +74,8 @@ void CheckFileSystems(const std::string& root, const UsageReader& readUsage, Set
             continue;
         }
         if (mount.wasMadeReadOnly) {
-            report.Find(Status::Error, mount.path +
-                                           " was made read-only by the kernel; its log says why, "
-                                           "and the disk needs a look");
+            report.Find(Status::Error, "the kernel made " + mount.path +
+                                           " read-only; see the kernel log and check the disk");
         }
         if (mount.isReadOnly) {
             continue;  // nobody runs out of space there
@@ -86,13 +85,13 @@ void CheckFileSystems(const std::string& root, const UsageReader& readUsage, Set
             JudgeUsage(mount.path, *usage, space, inodes, report);
             ++count;
         } else {
-            report.Find(Status::Unknown, mount.path + " does not tell how full it is");
+            report.Find(Status::Unknown, "cannot determine the free space of " + mount.path);
         }
     }
     report.Summarize("space and inodes suffice on all file systems (" + std::to_string(count) +
                      ")");
     if (count == 0 && report.GetStatus() == Status::Ok) {
-        report.Find(Status::None, "this host has no file system on a disk that can be written");
+        report.Find(Status::None, "this host has no writable file system on a disk");
     }
 }
 

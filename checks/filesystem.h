@@ -1,4 +1,4 @@
-// File systems on this host's disks: space and inodes left, and whether they can still be written.
+// File systems on this host's disks: free space and inodes, and whether they are still writable.
 #pragma once
 
 #include "sentrel_check/report.h"
@@ -11,7 +11,7 @@
 
 namespace Checks {
 
-// Blocks and inodes. `available` is what is left to programs without privileges.
+// Blocks and inodes. The available ones are those that unprivileged programs can still use.
 struct FileSystemUsage {
     std::uint64_t blocks = 0;
     std::uint64_t freeBlocks = 0;
@@ -20,14 +20,14 @@ struct FileSystemUsage {
     std::uint64_t availableInodes = 0;
 };
 
-// Nothing when the file system at that mount point can't be asked.
+// Returns nothing if the file system at that mount point cannot be queried.
 using UsageReader = std::function<std::optional<FileSystemUsage>(const std::string&)>;
 
-// By statvfs(3).
+// Reads the usage with statvfs(3).
 std::optional<FileSystemUsage> ReadUsage(const std::string& mountPoint);
 
-// Reads /proc/1/mountinfo below `root`, or /proc/self/mountinfo where that is hidden, and asks
-// `readUsage` with each mount point as it stands in there.
+// Reads /proc/1/mountinfo below `root`, or /proc/self/mountinfo if that is hidden, and calls
+// `readUsage` with each mount point exactly as listed there.
 void CheckFileSystems(const std::string& root, const UsageReader& readUsage,
                       SentrelCheck::Settings& settings, SentrelCheck::Report& report);
 

@@ -27,7 +27,7 @@ constexpr Limits kMemoryPressure{10, 40};
 constexpr Limits kKilled{1, std::nullopt};
 
 constexpr std::uint64_t kMiB = 1024 * 1024;
-constexpr std::uint64_t kDefaultMiB = 128;  // of a machine without "-m"
+constexpr std::uint64_t kDefaultMiB = 128;  // for a machine without "-m"
 constexpr double kMiBPerGiB = 1024;
 
 struct Guest {
@@ -45,7 +45,7 @@ std::vector<std::string_view> SplitArguments(std::string_view commandLine) {
     return arguments;
 }
 
-// "4096", "4G", "size=4194304k,slots=16": MiB where no unit follows.
+// "4096", "4G", "size=4194304k,slots=16": MiB if no unit follows.
 std::uint64_t ParseMemory(std::string_view text) {
     text = text.substr(0, text.find(','));
     if (text.starts_with("size=")) {
@@ -65,8 +65,7 @@ std::uint64_t ParseMemory(std::string_view text) {
     }
 }
 
-// A process of the emulator, by its program's name and a processor or machine among its arguments;
-// its other programs have neither.
+// Reads a process of the emulator, recognised by its program's name; nothing for other programs.
 std::optional<Guest> ReadGuest(const std::string& directory) {
     const std::string text = ReadSmallFile(directory + "/cmdline").value_or("");
     const std::vector<std::string_view> arguments = SplitArguments(text);
@@ -98,8 +97,8 @@ std::vector<Guest> ListGuests(const std::string& root) {
     return guests;
 }
 
-// Of all threads that run a virtual processor, in nanoseconds: how long they ran, and how long they
-// were ready and waited for a processor.
+// The nanoseconds for which all threads of virtual processors ran, and for which they were runnable
+// but waited.
 struct Turns {
     double run = 0;
     double wait = 0;
@@ -125,7 +124,7 @@ Turns ReadTurns(const std::vector<Guest>& guests) {
 void JudgeSteal(const Turns& before, const Turns& after, const Limits& limits, Report& report) {
     const double run = std::max(after.run - before.run, 0.0);  // a guest may have ended meanwhile
     const double wait = std::max(after.wait - before.wait, 0.0);
-    report.Judge("virtual processors waited for a processor:",
+    report.Judge("time for which virtual processors waited for a physical one:",
                  {"steal", Percent(wait, run + wait), "%", limits}, Bad::High);
 }
 
@@ -155,7 +154,7 @@ void JudgeMemory(const std::string& root, const std::vector<Guest>& guests, cons
     report.Summarize(ToWords(promised / kMiBPerGiB) + " GiB of memory promised");
 }
 
-// Where the service managers of virtual machines put them.
+// The slices in which service managers run virtual machines.
 void JudgeSlices(const std::string& root, const Limits& cpuLimits, const Limits& memoryLimits,
                  const Limits& killedLimits, Report& report) {
     for (const std::string slice : {"machine.slice", "qemu.slice"}) {

@@ -1,5 +1,5 @@
-// Virtual machines: how many run, how much memory they were promised, and whether they wait for
-// processors or memory.
+// Virtual machines: how many run, how much memory is promised to them, and how long they wait for
+// processors and memory.
 #pragma once
 
 #include "sentrel_check/report.h"
@@ -10,8 +10,8 @@
 
 namespace Checks {
 
-// Reads /proc and /sys/fs/cgroup below `root`. `pause` waits, about a second, between two looks at
-// the virtual processors.
+// Reads /proc and /sys/fs/cgroup below `root`. `pause` waits about a second between the two
+// readings of the virtual processors' times.
 void CheckGuests(const std::string& root, const std::function<void()>& pause,
                  SentrelCheck::Settings& settings, SentrelCheck::Report& report);
 

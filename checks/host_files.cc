@@ -26,7 +26,7 @@ Sys::OwnedFd Open(const std::string& path) {
     return Sys::OwnedFd(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
 }
 
-// Appends `text` as far as the line may grow.
+// Appends `text` up to the maximum length of a line.
 void Extend(std::string& line, std::string_view text) {
     line += text.substr(0, kMaxLineBytes - std::min(line.size(), kMaxLineBytes));
 }
@@ -61,7 +61,7 @@ bool ForEachLine(const std::string& path, const std::function<bool(std::string_v
         Extend(line, rest);
     }
     if (!line.empty()) {
-        (void)take(line);  // it was the last one whatever it says
+        (void)take(line);  // the last line, so the result does not matter
     }
     return count == 0;
 }
@@ -76,7 +76,7 @@ std::optional<std::uint64_t> ReadNumber(const std::string& path, SentrelCheck::R
 }
 
 void FindGarbled(const std::string& path, SentrelCheck::Report& report) {
-    report.Find(SentrelCheck::Status::Unknown, path + " does not hold what it should");
+    report.Find(SentrelCheck::Status::Unknown, path + " has unexpected content");
 }
 
 std::vector<std::string> ListDirectory(const std::string& path) {
@@ -93,7 +93,7 @@ std::vector<std::string> ListDirectory(const std::string& path) {
 }
 
 bool Exists(const std::string& path) {
-    // Not access(2): of a device that a control group forbids it says that it may not be used.
+    // Not access(2), which fails for an existing device that the control group forbids.
     struct stat status{};
     return ::stat(path.c_str(), &status) == 0;
 }

@@ -32,31 +32,31 @@ struct Taint {
 constexpr std::array<Taint, 20> kTaints = {{
     {'P', "a proprietary module was loaded"},
     {'F', "a module was loaded by force"},
-    {'S', "a processor is used beyond what it is rated for"},
+    {'S', "a processor runs outside its specification"},
     {'R', "a module was unloaded by force"},
     {'M', "a processor reported a machine check"},
-    {'B', "a page of memory was found corrupted"},
-    {'U', "a user program asked for the taint"},
-    {'D', "it has had an oops"},
-    {'A', "an ACPI table was replaced"},
-    {'W', "it has warned of a fault of its own"},
+    {'B', "a bad memory page was found"},
+    {'U', "a user program set the taint"},
+    {'D', "the kernel had an oops"},
+    {'A', "an ACPI table was overridden"},
+    {'W', "the kernel issued a warning"},
     {'C', "a staging driver was loaded"},
-    {'I', "it works around a fault of the firmware"},
-    {'O', "a module from outside its tree was loaded"},
+    {'I', "the kernel works around a firmware bug"},
+    {'O', "an out-of-tree module was loaded"},
     {'E', "an unsigned module was loaded"},
-    {'L', "a processor was locked up for a while"},
-    {'K', "it was patched while running"},
+    {'L', "a soft lockup occurred"},
+    {'K', "the kernel was live-patched"},
     {'X', "the distribution set its own taint"},
-    {'T', "it was built with structures in random order"},
-    {'N', "a test was run in it"},
-    {'J', "a user program changed firmware by its interface"},
+    {'T', "the kernel was built with randomised structure layout"},
+    {'N', "an in-kernel test was run"},
+    {'J', "a user program used a firmware debug interface"},
 }};
 
 bool Contains(const std::string& letters, char letter) {
     return letters.find(letter) != std::string::npos;
 }
 
-// False when there is no such figure.
+// Returns false if the kernel does not report a taint.
 bool JudgeTaint(const std::string& path, const std::string& errors, const std::string& warnings,
                 Report& report) {
     const std::optional<std::uint64_t> taint = ReadNumber(path, report);
@@ -73,7 +73,7 @@ bool JudgeTaint(const std::string& path, const std::string& errors, const std::s
         if (Contains(errors, letter) || Contains(warnings, letter)) {
             report.Find(Contains(errors, letter) ? Status::Error : Status::Warning,
                         std::string("the kernel is tainted ") + letter + ": " + kTaints[i].meaning +
-                            "; only a restart removes it");
+                            "; only a reboot clears it");
         }
     }
     report.AddMetric({"taint", static_cast<double>(*taint), ""});
@@ -82,8 +82,8 @@ bool JudgeTaint(const std::string& path, const std::string& errors, const std::s
     return true;
 }
 
-// The row "MCE:" of /proc/interrupts, with one column a processor. Kernels of other architectures
-// have none.
+// The row "MCE:" of /proc/interrupts, with one column per processor. Kernels of other architectures
+// lack it.
 void JudgeMachineChecks(const std::string& path, const Limits& limits, Report& report) {
     std::optional<std::uint64_t> count;
     (void)ForEachLine(path, [&count](std::string_view line) {
@@ -103,11 +103,11 @@ void JudgeMachineChecks(const std::string& path, const Limits& limits, Report& r
     }
 }
 
-// False when the kernel does not tell, which the report says.
+// Returns false, after saying so in the report, if the kernel refuses the query.
 bool JudgeClock(const ClockReader& readClock, bool isNeeded, Report& report) {
     const std::optional<ClockState> clock = readClock();
     if (!clock) {
-        const std::string notChecked = "not checked: the kernel refuses to tell its state";
+        const std::string notChecked = "not checked: the kernel refused the query";
         report.AddText("clock", notChecked);
         report.Summarize("clock " + notChecked);
         return false;
@@ -116,8 +116,8 @@ bool JudgeClock(const ClockReader& readClock, bool isNeeded, Report& report) {
     report.AddMetric({"clock_maximum_error", clock->maximumErrorSeconds, "s"});
     if (isNeeded && !clock->isSynchronised) {
         report.Find(Status::Warning,
-                    "the clock is not synchronised; is a time service running and does it reach "
-                    "its servers?");
+                    "the clock is not synchronised; check that a time service is running and "
+                    "reaches its servers");
     }
     report.Summarize(clock->isSynchronised ? "clock synchronised" : "clock not synchronised");
     return true;
@@ -144,7 +144,7 @@ std::optional<std::string> ReadVirtualisationFlag(const std::string& path) {
 void JudgeVirtualisation(const std::string& root, bool isNeeded, Report& report) {
     const bool hasDevice = Exists(root + "/dev/kvm");
     report.AddMetric({"kvm", hasDevice ? 1.0 : 0.0, ""});
-    report.Summarize(hasDevice ? "can run virtual machines" : "runs no virtual machines");
+    report.Summarize(hasDevice ? "can run virtual machines" : "cannot run virtual machines");
     if (hasDevice || !isNeeded) {
         return;
     }
@@ -152,18 +152,19 @@ void JudgeVirtualisation(const std::string& root, bool isNeeded, Report& report)
     const std::string module = flag == "svm" ? "kvm_amd" : "kvm_intel";
     if (!flag) {
         report.Find(Status::Warning,
-                    "no virtual machine can run: there is no /dev/kvm; the kernel's log says why");
+                    "virtual machines cannot run: /dev/kvm is missing; see the kernel log");
     } else if (flag->empty()) {
         report.Find(Status::Warning,
-                    "no virtual machine can run: the processor shows no virtualisation; enable it "
-                    "in the firmware's set-up");
+                    "virtual machines cannot run: the processor reports no virtualisation support; "
+                    "enable it in the firmware setup");
     } else if (Exists(root + "/sys/module/" + module)) {
-        report.Find(Status::Warning, "no virtual machine can run: " + module +
-                                         " is loaded, but there is no /dev/kvm; the kernel's log "
-                                         "says why");
+        report.Find(Status::Warning, "virtual machines cannot run: " + module +
+                                         " is loaded, but /dev/kvm is missing; see the kernel "
+                                         "log");
     } else {
-        report.Find(Status::Warning, "no virtual machine can run: the processor has " + *flag +
-                                         ", but there is no /dev/kvm; load the module " + module);
+        report.Find(Status::Warning, "virtual machines cannot run: the processor supports " +
+                                         *flag + ", but /dev/kvm is missing; run: modprobe " +
+                                         module);
     }
 }
 
@@ -194,7 +195,7 @@ void CheckKernel(const std::string& root, const ClockReader& readClock, Settings
     const bool hasClock = JudgeClock(readClock, needsClock, report);
     JudgeVirtualisation(root, needsVirtualisation, report);
     if (!hasTaint && !hasClock && report.GetStatus() == Status::Ok) {
-        report.Find(Status::None, "this kernel tells nothing of its state");
+        report.Find(Status::None, "this kernel does not report its state");
     }
 }
 

@@ -16,10 +16,10 @@ struct ClockState {
     double maximumErrorSeconds = 0;
 };
 
-// Nothing when the kernel does not tell.
+// Returns nothing if the kernel refuses the query.
 using ClockReader = std::function<std::optional<ClockState>()>;
 
-// By adjtimex(2), changing nothing.
+// Reads the state with adjtimex(2) and changes nothing.
 std::optional<ClockState> ReadClockState();
 
 // Reads /proc, /sys and /dev below `root`.

@@ -51,7 +51,7 @@ bool ReadMemoryInfo(const std::string& path, MemoryInfo& info) {
 }
 
 // Memory set aside as huge pages is given to guests and is never available: it does not count.
-// False when the host has no such figures.
+// Returns false if the host does not report its memory.
 bool JudgeAvailable(const std::string& path, const Limits& limits, Report& report) {
     MemoryInfo info;
     if (!ReadMemoryInfo(path, info)) {
@@ -70,7 +70,7 @@ bool JudgeAvailable(const std::string& path, const Limits& limits, Report& repor
     return true;
 }
 
-// False when the kernel has no pressure figures.
+// Returns false if the kernel does not report pressure.
 bool JudgeWaiting(const std::string& path, const Limits& pressureLimits, const Limits& stallLimits,
                   Report& report) {
     const std::optional<Pressure> some = ReadPressure(path, Share::Some, report);
@@ -80,13 +80,14 @@ bool JudgeWaiting(const std::string& path, const Limits& pressureLimits, const L
     JudgePressure("memory pressure", "pressure", *some, pressureLimits, report);
     report.Summarize("memory pressure " + ToWords(some->average60) + " %");
     if (const std::optional<Pressure> full = ReadPressure(path, Share::Full, report)) {
-        JudgePressure("standstill for memory", "stall", *full, stallLimits, report);
+        JudgePressure("time in which all tasks waited for memory", "stall", *full, stallLimits,
+                      report);
     }
     return true;
 }
 
-// The errors that the memory controllers counted since their drivers started (EDAC). False when
-// there are no such drivers.
+// The errors that the memory controllers counted since their drivers started (EDAC). Returns
+// false if the host has no such drivers.
 bool JudgeControllers(const std::string& directory, const Limits& correctedLimits,
                       const Limits& uncorrectedLimits, Report& report) {
     std::optional<std::uint64_t> corrected;
@@ -130,7 +131,7 @@ void CheckMemory(const std::string& root, Settings& settings, Report& report) {
     const bool hasControllers =
         JudgeControllers(root + "/sys/devices/system/edac/mc", corrected, uncorrected, report);
     if (!hasFigures && !hasPressure && !hasControllers && report.GetStatus() == Status::Ok) {
-        report.Find(Status::None, "this kernel tells nothing of its memory");
+        report.Find(Status::None, "this kernel has no memory statistics");
     }
 }
 

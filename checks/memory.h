@@ -1,4 +1,5 @@
-// Memory: how long work waits for it, how much is left, and what its controllers had to correct.
+// Memory: how long tasks wait for it, how much is available, and how many errors its controllers
+// counted.
 #pragma once
 
 #include "sentrel_check/report.h"

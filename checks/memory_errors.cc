@@ -30,7 +30,7 @@ constexpr long long kHour = 3600;
 constexpr std::size_t kMaxHistoryBytes = 64 * 1024;
 constexpr mode_t kHistoryMode = 0600;
 
-using Count = std::optional<std::uint64_t>;  // nothing where the host does not count it
+using Count = std::optional<std::uint64_t>;  // nothing if the host does not count it
 
 void Add(Count& sum, const Count& part) {
     if (part) {
@@ -48,8 +48,7 @@ Count SumOfControllers(const std::string& directory, const char* file, Report& r
     return sum;
 }
 
-// The number behind `name` on the line that begins with it; all numbers of a line of
-// /proc/interrupts.
+// The sum of the numbers on the line that begins with `name`.
 Count SumOfLine(const std::string& path, std::string_view name) {
     Count sum;
     (void)ForEachLine(path, [&](std::string_view line) {
@@ -102,7 +101,7 @@ History ReadHistory(const std::string& path) {
     return history;
 }
 
-// A file that cannot be kept only makes the next run judge the counts since boot.
+// If the file cannot be written, the next run judges the counts since boot.
 void KeepHistory(const std::string& path, const History& history) {
     std::string text = history.boot + "\n";
     for (const Sample& sample : history.samples) {
@@ -111,7 +110,7 @@ void KeepHistory(const std::string& path, const History& history) {
     try {
         Sys::ReplaceFile(path, text, kHistoryMode);
     } catch (const std::system_error&) {
-        (void)::unlink(path.c_str());  // an old one would be compared with
+        (void)::unlink(path.c_str());  // otherwise the next run would use old samples
     }
 }
 

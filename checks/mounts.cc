@@ -16,7 +16,7 @@ constexpr std::array<std::string_view, 14> kDiskTypes = {
     "jfs",      "msdos", "nilfs2", "ntfs3", "reiserfs", "vfat", "xfs"};
 constexpr std::string_view kZfs = "zfs";
 
-// Types that wait for somebody else to answer, whole or by their beginning.
+// Types that depend on another host or program to answer; a type matches if it begins with one.
 constexpr std::array<std::string_view, 14> kWaitingTypes = {
     "9p",   "afs",    "autofs", "ceph",  "cifs",     "coda", "fuse",
     "gfs2", "lustre", "nfs",    "ocfs2", "orangefs", "smb",  "virtiofs"};
@@ -40,7 +40,7 @@ bool MayWait(const std::string& type) {
                        [&type](std::string_view start) { return StartsWith(type, start); });
 }
 
-// Blank, tab, line feed and backslash stand as three octal digits behind a backslash.
+// Blank, tab, line feed and backslash are written as a backslash and three octal digits.
 std::string Unescape(std::string_view text) {
     std::string plain;
     const auto digitAt = [text](std::size_t i) { return static_cast<unsigned>(text[i] - '0'); };

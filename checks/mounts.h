@@ -1,4 +1,4 @@
-// The mounted file systems whose space matters and that can be asked without ever waiting.
+// The mounted file systems on this host's own disks, which can be queried without blocking.
 #pragma once
 
 #include "sentrel_check/report.h"
@@ -17,10 +17,10 @@ struct Mount {
     bool wasMadeReadOnly = false;
 };
 
-// Reads a file such as /proc/self/mountinfo (proc_pid_mountinfo(5)). Gives the file systems that
-// keep data on this host's disks, each once, in the order of their mounting. Left out are those of
-// the kernel and in memory, those of a network or a user program, which may never answer, and all
-// that is mounted at or below one of these last. A line that makes no sense is a finding.
+// Reads a file such as /proc/self/mountinfo (proc_pid_mountinfo(5)). Returns the file systems
+// that keep data on this host's disks, each once, in mount order. Leaves out kernel and in-memory
+// file systems, those of a network or a user program, which may never answer, and everything
+// mounted at or below the latter. A malformed line is a finding.
 std::vector<Mount> ReadDiskMounts(const std::string& path, SentrelCheck::Report& report);
 
 }  // namespace Checks

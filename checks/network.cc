@@ -21,11 +21,11 @@ using SentrelCheck::Report;
 using SentrelCheck::Settings;
 using SentrelCheck::Status;
 
-// In packets of a million.
+// In packets per million.
 constexpr Limits kErrors{100, 10000};
 constexpr Limits kDrops{10000, 100000};
 
-// Shares of fewer packets say nothing; this many are assumed.
+// Ratios of fewer packets are meaningless, so at least this many are assumed.
 constexpr double kLeastPackets = 100000;
 constexpr double kMillion = 1e6;
 // IFF_UP of <net/if.h>.
@@ -37,7 +37,7 @@ struct Link {
     bool isBridge = false;
 };
 
-// Physical links, bonds and bridges with ports (one without has no carrier, and needs none).
+// Physical links, bonds and bridges with ports (a bridge without ports never has a carrier).
 std::vector<Link> ListLinks(const std::string& classDirectory,
                             const std::vector<std::string>& ignored) {
     std::vector<Link> links;
@@ -56,7 +56,7 @@ std::vector<Link> ListLinks(const std::string& classDirectory,
     return links;
 }
 
-// "0x1003"; not up and a finding when it makes no sense.
+// Reads flags such as "0x1003"; malformed ones count as not up and add a finding.
 bool IsSetUp(const Link& link, Report& report) {
     const std::string path = link.directory + "/flags";
     const std::string text = ReadSmallFile(path).value_or("");
@@ -124,10 +124,10 @@ void CheckNetwork(const std::string& root, Settings& settings, Report& report) {
     }
     for (const std::string& name : withoutCarrier) {
         report.Find(reachesNetwork ? Status::Warning : Status::Error,
-                    "the link " + name + " is set up but has no carrier");
+                    "the link " + name + " is up but has no carrier");
     }
     report.Summarize(std::to_string(setUpCount) + " of " + std::to_string(links.size()) +
-                     " links are set up, each with a carrier");
+                     " links are up, each with a carrier");
     if (links.empty()) {
         report.Find(Status::None, "this host has no network links");
     }

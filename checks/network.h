@@ -1,6 +1,6 @@
-// Network links: whether those that are set up have a carrier, and how many packets are damaged or
-// dropped. Counted are physical links, bonds and bridges; loopback, virtual functions and what
-// belongs to guests are left out.
+// Network links: whether each link that is up has a carrier, and how many packets are damaged or
+// dropped. Examines physical links, bonds and bridges; leaves out loopback, virtual functions and
+// the interfaces of guests.
 #pragma once
 
 #include "sentrel_check/report.h"

@@ -49,7 +49,7 @@ std::optional<Pressure> ReadPressure(const std::string& path, Share share,
     const bool isRead = ForEachLine(path, [&](std::string_view line) {
         const std::vector<std::string_view> fields = SplitFields(line);
         if (!fields.empty() && (fields[0] == "some" || fields[0] == "full")) {
-            isGarbled = false;  // unless it is the wanted line and that is
+            isGarbled = false;  // unless the wanted line follows and is malformed
         }
         if (fields.empty() || fields[0] != wanted) {
             return true;

@@ -1,4 +1,5 @@
-// Pressure stall information of the kernel (/proc/pressure): how much of the time work had to wait.
+// Pressure stall information of the kernel (/proc/pressure): the share of time for which tasks had
+// to wait.
 #pragma once
 
 #include "sentrel_check/report.h"
@@ -18,12 +19,12 @@ struct Pressure {
 
 enum class Share { Some, Full };  // some task had to wait; all of them had to
 
-// One line of a file such as /proc/pressure/cpu. Nothing when the kernel does not have the file or
-// the line; nothing and a finding when the line makes no sense.
+// Reads one line of a file such as /proc/pressure/cpu. Returns nothing if the kernel lacks the file
+// or the line; nothing, and adds a finding, if the line is malformed.
 std::optional<Pressure> ReadPressure(const std::string& path, Share share,
                                      SentrelCheck::Report& report);
 
-// Adds the three averages as NAME_avg10 and so on, and judges that of 60 seconds.
+// Adds the three averages as NAME_avg10 and so on, and judges the average of 60 seconds.
 void JudgePressure(std::string_view subject, const std::string& name, const Pressure& pressure,
                    const SentrelCheck::Limits& limits, SentrelCheck::Report& report);
 

@@ -39,7 +39,7 @@ std::string FaultyDisks(const Array& array) {
     return names;
 }
 
-// "1234 / 5678" sectors, as a percentage; nothing for "none", when nothing runs.
+// "1234 / 5678" sectors, as a percentage; nothing for "none", when no action is running.
 std::optional<double> ReadProgress(const Array& array, Report& report) {
     const std::string text = Word(array, "sync_completed");
     const std::vector<std::string_view> fields = SplitFields(text);
@@ -56,7 +56,7 @@ std::optional<double> ReadProgress(const Array& array, Report& report) {
     return Percent(static_cast<double>(*done), static_cast<double>(*whole));
 }
 
-// What a sync_action is called in a reason; empty for one that says nothing about the array's
+// The word for a sync_action in a reason; empty for an action that is unrelated to the array's
 // health, such as the monthly "check".
 std::string ActionText(const std::string& action) {
     if (action == "recover") {
@@ -100,7 +100,7 @@ void JudgeArray(const Array& array, Report& report) {
     }
 }
 
-// The states of zpool(8); of a pool that is OFFLINE an administrator knows.
+// The states of zpool(8). A pool becomes OFFLINE only when an administrator takes it offline.
 Status StatusOfPool(const std::string& state) {
     if (state == "ONLINE") {
         return Status::Ok;

@@ -1,4 +1,4 @@
-// Disk arrays: md arrays of the kernel and ZFS pools, whether each has all its disks and is in use.
+// Disk arrays (md arrays and ZFS pools): whether each has all its disks and can be used.
 #pragma once
 
 #include "sentrel_check/report.h"

@@ -26,7 +26,7 @@ struct Sensor {
     std::string name;  // "coretemp.Package id 0", "nct6775.fan2"
 };
 
-// A number that may be negative; nothing when the chip does not have the file or does not answer.
+// A number that may be negative; nothing if the chip lacks the file or does not answer.
 std::optional<double> ReadValue(const Sensor& sensor, const char* part) {
     const std::string text = ReadSmallFile(sensor.base + part).value_or("");
     long value = 0;
@@ -41,7 +41,7 @@ bool IsSet(const Sensor& sensor, const char* part) {
     return ReadValue(sensor, part).value_or(0) != 0;
 }
 
-// Some chips give limits that no one has set: 0, or more than matter can stand.
+// Some chips report limits that no firmware has set: 0, or temperatures beyond any hardware's.
 std::optional<double> ReadLimit(const Sensor& sensor, const char* part) {
     constexpr double kHottest = 150;
     const std::optional<double> limit = ReadValue(sensor, part);
@@ -77,13 +77,14 @@ void JudgeFan(const Sensor& sensor, Report& report) {
     }
     const std::optional<double> least = ReadValue(sensor, "_min");
     const Limits limits{least && *least > 0 ? least : std::nullopt, {}};
-    // A connector without a fan stands still and has no limit.
+    // A connector without a fan reports 0 and has no limit.
     if (*speed > 0 || limits.warning) {
         report.Judge(sensor.name + ":", {sensor.name, *speed, "rpm", limits}, Bad::Low);
     }
 }
 
-// Also of voltages, currents and power, whose values mean nothing without the board's manual.
+// Also applies to voltages, currents and power, whose values mean nothing without the board's
+// manual.
 void JudgeAlarms(const Sensor& sensor, Report& report) {
     if (IsSet(sensor, "_fault")) {
         report.Find(Status::Warning, sensor.name + " is faulty");
@@ -92,7 +93,7 @@ void JudgeAlarms(const Sensor& sensor, Report& report) {
     }
 }
 
-// One for each file "KINDn_input" of a chip.
+// The sensors of a chip, one per file "KINDn_input".
 std::vector<Sensor> ListSensors(const std::string& chipDirectory) {
     constexpr std::string_view kInput = "_input";
     const std::string chip = ReadSmallFile(chipDirectory + "/name").value_or("");

@@ -20,13 +20,13 @@ constexpr const char* kBusSocket = "/run/dbus/system_bus_socket";
 constexpr const char* kManagerName = "org.freedesktop.systemd1";
 constexpr int kPatienceSeconds = 5;
 
-// A host with so many failed services that their list is longer needs no check to tell.
+// A longer list would mean thousands of failed services.
 constexpr std::size_t kMaxMessageBytes = 256 * 1024;
 // Other messages that a bus may send before the reply.
 constexpr int kMaxOtherMessages = 100;
 constexpr std::size_t kMaxAuthenticationBytes = 1024;
 
-// A connection on which calls are answered one after another.
+// A connection that makes one call at a time.
 class Connection {
   public:
     // Throws BusError.
@@ -54,7 +54,7 @@ class Connection {
         std::string body;
     };
 
-    // Throws BusError, also when the other side refuses the call.
+    // Throws BusError, also if the peer refuses the call.
     Reply Call(const MethodCall& call) {
         Send(EncodeCall(call));
         for (int i = 0; i < kMaxOtherMessages; ++i) {
@@ -65,16 +65,16 @@ class Connection {
                 continue;
             }
             if (head.type == MessageHead::Type::Error) {
-                throw BusError(path + " refuses " + call.member + ": " + fields.errorName);
+                throw BusError(path + " refused " + call.member + ": " + fields.errorName);
             }
             return {fields.signature, std::move(body)};
         }
-        throw BusError(path + " sends messages but no reply to " + call.member);
+        throw BusError(path + " did not reply to " + call.member);
     }
 
   private:
-    // By the user id, which the kernel vouches for (dbus.freedesktop.org, "Authentication
-    // Protocol").
+    // Authenticates by the user id, which the kernel vouches for (dbus.freedesktop.org,
+    // "Authentication Protocol").
     void Authenticate() {
         constexpr std::string_view kDigits = "0123456789abcdef";
         std::string user;
@@ -85,13 +85,13 @@ class Connection {
         Send(std::string(1, '\0') + "AUTH EXTERNAL " + user + "\r\nBEGIN\r\n");
         std::string line;
         while (line.size() < 2 || line.substr(line.size() - 2) != "\r\n") {
-            line += Receive(1);  // what follows is no line any more
+            line += Receive(1);  // byte by byte: the bytes after the line belong to messages
             if (line.size() > kMaxAuthenticationBytes) {
                 break;
             }
         }
         if (line.substr(0, 3) != "OK ") {
-            throw BusError(path + " refuses to talk to this user");
+            throw BusError(path + " refused to authenticate this user");
         }
     }
 
@@ -143,7 +143,7 @@ MethodCall ListCall() {
 std::vector<std::string> DecodeUnits(const Connection::Reply& reply) {
     // name, description, load, active and sub state, following unit, path, job, its type and path
     if (reply.signature != "a(ssssssouso)") {
-        throw BusError("systemd lists its units in an unknown form: " + reply.signature);
+        throw BusError("systemd replied with an unknown signature: " + reply.signature);
     }
     return DecodeFirstStrings(reply.body, "sssssouso");
 }
@@ -155,7 +155,7 @@ std::vector<std::string> AskByBus(const std::string& root) {
     hello.destination = hello.interface = "org.freedesktop.DBus";
     hello.path = "/org/freedesktop/DBus";
     hello.member = "Hello";
-    (void)bus.Call(hello);  // the reply is our name, which nobody asks for
+    (void)bus.Call(hello);  // the reply is our bus name, which is not needed
     MethodCall call = ListCall();
     call.destination = kManagerName;
     return DecodeUnits(bus.Call(call));

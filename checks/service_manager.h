@@ -1,5 +1,5 @@
-// What systemd tells of its units, over D-Bus. The check does not run systemctl for it: that is
-// another program of some megabytes, whose text is made for people.
+// Queries systemd for its units over D-Bus. Running systemctl instead would cost several megabytes
+// of memory and require parsing text that is made for people.
 #pragma once
 
 #include "checks/dbus_message.h"
@@ -9,9 +9,9 @@
 
 namespace Checks {
 
-// The names of the service units that have failed. Asks at systemd's own socket below `root`, which
-// is for root alone, else by the system bus. Waits 5 s at most for each answer. Throws BusError
-// that says what went wrong.
+// The names of the service units that have failed. Asks through systemd's own socket below `root`,
+// which only root can use, or else through the system bus. Waits at most 5 s for each answer.
+// Throws BusError, whose text gives the reason.
 std::vector<std::string> ListFailedServices(const std::string& root);
 
 }  // namespace Checks

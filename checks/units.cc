@@ -17,7 +17,7 @@ using SentrelCheck::Status;
 
 constexpr Limits kFailed{1, std::nullopt};
 
-// So many are named in the reason; all of them in "failed".
+// The reason names at most this many; the member "failed" names all.
 constexpr std::size_t kNamedUnits = 5;
 
 std::string Join(const std::vector<std::string>& names, std::size_t most) {
@@ -35,9 +35,9 @@ void CheckUnits(const std::string& root, Settings& settings, Report& report) {
     const std::vector<std::string> ignored = settings.GetList("ignore");
     settings.RefuseUnknown();
 
-    // What sd_booted(3) tests.
+    // The test of sd_booted(3).
     if (!Exists(root + "/run/systemd/system")) {
-        report.Find(Status::None, "this host is not run by systemd, so it has no service units");
+        report.Find(Status::None, "this host does not run systemd");
         return;
     }
     std::vector<std::string> failed;
@@ -48,9 +48,8 @@ void CheckUnits(const std::string& root, Settings& settings, Report& report) {
             }
         }
     } catch (const BusError& problem) {
-        report.Find(Status::Unknown,
-                    std::string("systemd does not tell which services have failed: ") +
-                        problem.what() + "; see whether `systemctl --failed` does");
+        report.Find(Status::Unknown, std::string("cannot list failed services: ") + problem.what() +
+                                         "; check that `systemctl --failed` works");
         return;
     }
     report.AddText("failed", Join(failed, failed.size()));

@@ -1,4 +1,4 @@
-// Service units that the service manager holds as failed.
+// Service units that the service manager lists as failed.
 #pragma once
 
 #include "sentrel_check/report.h"
@@ -8,7 +8,7 @@
 
 namespace Checks {
 
-// Asks systemd by its sockets below `root`.
+// Queries systemd through its sockets below `root`.
 void CheckUnits(const std::string& root, SentrelCheck::Settings& settings,
                 SentrelCheck::Report& report);
 

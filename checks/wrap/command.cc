@@ -57,10 +57,10 @@ std::vector<char*> Pointers(std::vector<std::string>& texts) {
     return pointers;
 }
 
-// In the child: never returns.
+// Runs in the child and never returns.
 [[noreturn]] void Execute(pid_t parent, int output, int errors, char* const* arguments,
                           char* const* environment) {
-    (void)::setpgid(0, 0);  // as its parent does, whichever is first
+    (void)::setpgid(0, 0);  // the parent does the same, so the order does not matter
     (void)::prctl(PR_SET_PDEATHSIG, SIGKILL);
     (void)::signal(SIGPIPE, SIG_DFL);
     const int input = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
@@ -69,20 +69,20 @@ std::vector<char*> Pointers(std::vector<std::string>& texts) {
         ::execve(arguments[0], arguments, environment);
     }
     const std::string_view reason = ::strerrordesc_np(errno);
-    (void)!::write(errors, arguments[0], ::strlen(arguments[0]));  // there is nobody else to tell
+    (void)!::write(errors, arguments[0], ::strlen(arguments[0]));  // nowhere else to report it
     (void)!::write(errors, ": ", 2);
     (void)!::write(errors, reason.data(), reason.size());
     ::_exit(kNotExecuted);
 }
 
-// The first bytes are kept, all are counted.
+// Keeps the first bytes and counts all.
 class Stream {
   public:
     Stream(int descriptor, std::string& text) : descriptor(descriptor), text(text) {}
 
     int Descriptor() const { return descriptor; }  // -1 once it is closed
 
-    // Reads what is there; the number of bytes.
+    // Reads the available bytes and returns their number.
     std::size_t Read() {
         std::array<char, 4096> bytes{};
         const ssize_t count = ::read(descriptor, bytes.data(), bytes.size());
@@ -99,7 +99,7 @@ class Stream {
     std::string& text;
 };
 
-// Until the process ends, or has to be killed.
+// Collects output until the process exits or must be killed.
 CommandResult::End Collect(const Sys::PidFd& process, std::array<Stream, 2> streams,
                            steady_clock::time_point deadline) {
     std::size_t total = 0;
@@ -148,7 +148,7 @@ CommandResult RunCommand(const std::vector<std::string>& command,
     const pid_t self = ::getpid();
     const pid_t pid = ::fork();
     if (pid < 0) {
-        ThrowErrno("a process for the check");
+        ThrowErrno("cannot create a process for the check");
     }
     if (pid == 0) {
         Execute(self, output.writer.Get(), errors.writer.Get(), argumentPointers.data(),
@@ -162,7 +162,7 @@ CommandResult RunCommand(const std::vector<std::string>& command,
         Sys::PidFd::Open(pid),
         {Stream(output.reader.Get(), result.output), Stream(errors.reader.Get(), result.errors)},
         deadline);
-    (void)::kill(-pid, SIGKILL);  // before it is reaped, so that the number is still its own
+    (void)::kill(-pid, SIGKILL);  // before it is reaped, so its pid is not reused yet
     int status = 0;
     while (::waitpid(pid, &status, 0) < 0 && errno == EINTR) {
     }

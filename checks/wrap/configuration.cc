@@ -31,7 +31,9 @@ constexpr int kMaxExitStatus = 255;
 
 void RequireOwner(const std::string& path, const struct stat& status, uid_t owner) {
     if (status.st_uid != owner || (status.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
-        Fail(path, "root must own it, and nobody else may write it, because it says what is run",
+        Fail(path,
+             "must belong to root and be writable by nobody else, because it names the command to "
+             "run",
              "run: chown root: " + path + " && chmod go-w " + path);
     }
 }
@@ -57,7 +59,7 @@ std::string ReadText(const std::string& path, uid_t owner) {
     return text;
 }
 
-// Takes the members of the document one after another; each fault names the file.
+// Reads the members of the document one by one; each error names the file.
 class Reader {
   public:
     explicit Reader(const std::string& path) : path(path) {}

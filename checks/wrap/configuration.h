@@ -1,10 +1,11 @@
-// What a wrapped check is: /etc/korvex/sentrel/wrap/NAME.json, one JSON object, comments allowed.
+// The configuration of a wrapped check: /etc/korvex/sentrel/wrap/NAME.json, one JSON object,
+// comments allowed.
 //
 //   {
-//       "command": ["/usr/lib/nagios/plugins/check_disk", "-w", "10%", "-p", "/"],  never a shell's
-//       "timeLimit": 20,                       seconds, 1 to 3600
-//       "environment": {"LC_ALL": "C.UTF-8"},  besides PATH and LC_ALL=C
-//       "exitStatus": {"3": "NONE"}            besides 0 OK, 1 WARNING, 2 ERROR and 3 UNKNOWN
+//       "command": ["/usr/lib/nagios/plugins/check_disk", "-w", "10%", "-p", "/"],  run without a
+//       shell "timeLimit": 20,                       seconds, 1 to 3600 "environment": {"LC_ALL":
+//       "C.UTF-8"},  besides PATH and LC_ALL=C "exitStatus": {"3": "NONE"}            besides 0 OK,
+//       1 WARNING, 2 ERROR and 3 UNKNOWN
 //   }
 #pragma once
 
@@ -20,7 +21,7 @@
 namespace Wrap {
 
 struct Configuration {
-    std::vector<std::string> command;  // its program by an absolute path
+    std::vector<std::string> command;  // begins with the absolute path of the program
     std::chrono::seconds timeLimit{20};
     std::map<std::string, std::string> environment{{"LC_ALL", "C"},
                                                    {"PATH", "/usr/sbin:/usr/bin:/sbin:/bin"}};
@@ -30,8 +31,9 @@ struct Configuration {
                                                    {3, SentrelCheck::Status::Unknown}};
 };
 
-// The file and its directory must belong to `owner` and be writable by nobody else, since they say
-// what is executed. Throws std::runtime_error, whose text names the file, the fault and what to do.
+// The file and its directory must belong to `owner` and be writable by nobody else, since they name
+// the command to run. Throws std::runtime_error, whose text names the file, the fault and what to
+// do.
 Configuration ReadConfiguration(const std::string& path, uid_t owner);
 
 }  // namespace Wrap

@@ -1,5 +1,5 @@
-// The program /usr/lib/korvex/sentrel/wrap. A link to it in the plugin directory is a plugin, whose
-// name says which configuration counts.
+// The program /usr/lib/korvex/sentrel/wrap. A link to it in the plugin directory is a plugin; the
+// link's name selects the configuration.
 #include "checks/wrap/wrap.h"
 #include "sentrel_check/run.h"
 
@@ -11,7 +11,7 @@
 
 namespace {
 
-// The host root: what precedes the program's own path.
+// The host root: the part of the program's path before kProgram.
 std::string HostRoot() {
     constexpr std::string_view kProgram = "/usr/lib/korvex/sentrel/wrap";
     std::array<char, PATH_MAX> buffer{};

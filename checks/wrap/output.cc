@@ -14,7 +14,7 @@ using SentrelCheck::Metric;
 constexpr std::string_view kBlanks = " \t\n\r";
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
-// Takes the text up to the separator, which is dropped.
+// Removes and returns the text up to the separator, and drops the separator.
 std::string_view TakeUntil(std::string_view& text, char separator) {
     const std::size_t end = std::min(text.find(separator), text.size());
     const std::string_view taken = text.substr(0, end);
@@ -27,7 +27,7 @@ std::string_view Trim(std::string_view text) {
     return text.substr(begin, text.find_last_not_of(kBlanks) + 1 - begin);
 }
 
-// The finite number at the start of `text`, which is dropped.
+// Removes and returns the finite number at the start of `text`.
 std::optional<double> TakeNumber(std::string_view& text) {
     double number = 0;
     const auto [rest, error] = std::from_chars(text.data(), text.data() + text.size(), number);
@@ -68,7 +68,7 @@ std::optional<Metric> ParseMetric(std::string label, std::string_view fields) {
     std::string_view unit = TakeUntil(fields, ';');
     const std::optional<double> value = TakeNumber(unit);
     if (label.empty() || !value) {
-        return std::nullopt;  // "U", a value that could not be determined, among them
+        return std::nullopt;  // also for "U", a value that the check could not determine
     }
     Metric metric{std::move(label), *value, unit == "c" ? "" : std::string(unit)};
     metric.limits.warning = LimitOf(TakeUntil(fields, ';'), *value);

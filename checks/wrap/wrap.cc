@@ -14,7 +14,7 @@ namespace {
 using SentrelCheck::Report;
 using SentrelCheck::Status;
 
-// Why the run says nothing about the host; empty when it does.
+// Why the run gives no information about the host; empty if it does.
 std::string FaultOf(const Configuration& configuration, const CommandResult& result) {
     switch (result.end) {
         case CommandResult::End::TimedOut:
@@ -28,7 +28,8 @@ std::string FaultOf(const Configuration& configuration, const CommandResult& res
         default:
             return configuration.exitStatus.contains(result.code)
                        ? ""
-                       : "the check ended with the exit status " + std::to_string(result.code);
+                       : "the check exited with status " + std::to_string(result.code) +
+                             ", which \"exitStatus\" does not map";
     }
 }
 

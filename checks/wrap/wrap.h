@@ -1,4 +1,4 @@
-// A check of the monitoring-plugins convention as a plugin.
+// Runs a check that follows the monitoring-plugins convention as a plugin.
 #pragma once
 
 #include "checks/wrap/configuration.h"
@@ -8,7 +8,7 @@ namespace Wrap {
 
 // Runs the command once and fills in the report: the status by the exit status, the first line as
 // the reason, the performance data as metrics, the long text as the member "output". A check that
-// hangs, crashes, floods or has an exit status without a meaning makes it UNKNOWN.
+// hangs, crashes, floods its output or exits with an unmapped status makes the report UNKNOWN.
 void RunCheck(const Configuration& configuration, SentrelCheck::Report& report);
 
 }  // namespace Wrap

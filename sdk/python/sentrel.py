@@ -1,4 +1,4 @@
-"""Everything of a sentrel plugin except the check itself.
+"""A sentrel plugin, except for the check itself.
 
     #!/usr/bin/python3
     import sentrel
@@ -14,8 +14,8 @@
     if __name__ == "__main__":
         raise SystemExit(sentrel.main(check))
 
-`main` reads the command line that the daemon passes, the check's settings, runs the check and posts its report. Standard
-library only; Python 3.9 or later.
+`main` reads the command line that the daemon passes, opens the check's settings, runs the check and posts its report.
+Standard library only; Python 3.9 or later.
 """
 
 from __future__ import annotations
@@ -46,8 +46,8 @@ class Status(enum.IntEnum):
     OK = 0
     WARNING = 1
     ERROR = 2
-    NONE = 3  # the host lacks what the check is about
-    UNKNOWN = 4  # the check could not find out
+    NONE = 3  # the host lacks what the check examines
+    UNKNOWN = 4  # the check could not determine the state
 
 
 _SEVERITY = [Status.OK, Status.NONE, Status.UNKNOWN, Status.WARNING, Status.ERROR]
@@ -55,7 +55,7 @@ _SEVERITY = [Status.OK, Status.NONE, Status.UNKNOWN, Status.WARNING, Status.ERRO
 
 @dataclasses.dataclass(frozen=True)
 class Limits:
-    """Values at which a metric is bad; None: never."""
+    """The values at which a metric becomes a WARNING or an ERROR; None means never."""
 
     warning: Optional[float] = None
     critical: Optional[float] = None
@@ -127,7 +127,7 @@ class Report:
         self._findings.append((status, reason))
 
     def summarize(self, sentence: str) -> None:
-        """Adds a sentence to the reason of a report without findings."""
+        """Adds a sentence to the summary, the reason of a report that has no findings."""
         self._summary.append(sentence)
 
     def add(self, member: str, value: Any) -> None:
@@ -166,7 +166,7 @@ class Report:
 class Settings:
     """A check's settings file: one JSON object, in which // and /* */ begin comments.
 
-    Every call raises SettingsError. Ask for all settings first, then call `refuse_unknown`.
+    Every method raises SettingsError if the file is at fault. Read all settings first, then call `refuse_unknown`.
     """
 
     _TOKENS = re.compile(r'"(?:\\.|[^"\\])*"|//[^\n]*|/\*.*?\*/', re.DOTALL)
@@ -204,7 +204,7 @@ class Settings:
         if limits.warning is not None and limits.critical is not None:
             first, second = (limits.warning, limits.critical)[:: 1 if bad is Bad.HIGH else -1]
             if first > second:
-                raise self._fault(f'"{key}" reaches its critical limit before its warning')
+                raise self._fault(f'"{key}" would be critical before it is a warning; swap the two numbers')
         return limits
 
     def get_bool(self, key: str, default: bool) -> bool:
@@ -221,7 +221,7 @@ class Settings:
         return value
 
     def refuse_unknown(self) -> None:
-        """Raises if the file has a member that was not asked for, such as a misspelt one."""
+        """Raises SettingsError if the file has a member that no call has read, such as a misspelt one."""
         for key in self._values:
             if key not in self._known:
                 raise self._fault(f'unknown setting "{key}"; known settings: {", ".join(self._known)}')
@@ -250,7 +250,7 @@ def matches_any(patterns: list[str], name: str) -> bool:
 def post(url: str, name: str, document: bytes, timeout: float = 8.0, retries: int = 1) -> None:
     """Posts a report to the intake at `url` and raises PostError unless it is stored.
 
-    `timeout` is in seconds for each step. Failures that may pass (no answer, 500) are retried after a second.
+    `timeout` limits each step, in seconds. Transient failures (no answer, 500) are retried after a second.
     """
     address = urllib.parse.urlsplit(url)
     if address.scheme != "http" or not address.hostname:
@@ -280,16 +280,16 @@ def _post_once(address: urllib.parse.SplitResult, name: str, document: bytes, ti
 
 
 def host_root(script: str) -> str:
-    """The directory below which the host's files are: what precedes the plugin directory in the plugin's path."""
+    """The host root, below which the host's files are: the part of the plugin's path before PLUGIN_DIRECTORY."""
     root, found, _ = os.path.abspath(script).rpartition(PLUGIN_DIRECTORY)
     return root if found else ""
 
 
 def main(check: Callable[[Settings, Report], None], argv: Optional[list[str]] = None) -> int:
-    """Runs `check` as a plugin; the exit status: 0 stored, 1 not stored, 2 wrong command line.
+    """Runs `check` as a plugin. Returns the exit status: 0 if the report is stored, 1 if not, 2 for a wrong usage.
 
-    The report is named like the plugin's file. An exception of the check makes it UNKNOWN, with its text as the
-    reason, and is written to standard error.
+    The report is named like the plugin's file. If the check raises an exception, the report is UNKNOWN with the
+    exception's text as its reason, and the text also goes to standard error.
     """
     argv = sys.argv if argv is None else argv
     name = os.path.basename(argv[0])
@@ -301,7 +301,7 @@ def main(check: Callable[[Settings, Report], None], argv: Optional[list[str]] = 
     try:
         check(Settings(f"{host_root(argv[0])}{SETTINGS_DIRECTORY}{name}.json"), report)
         document = report.document()
-    except Exception as error:  # whatever it is, it must be reported
+    except Exception as error:  # any failure of the check is reported
         reason = str(error) or type(error).__name__
         print(f"{name}: {reason}", file=sys.stderr)
         report = Report(name)

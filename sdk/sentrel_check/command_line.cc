@@ -75,8 +75,8 @@ IntakeAddress ParseUrl(const std::string& url) {
             return address;
         }
     }
-    throw UsageError("\"" + url +
-                     "\" is no intake URL; expected http://localhost:PORT, or an IP address in "
+    throw UsageError("invalid intake URL \"" + url +
+                     "\"; expected http://localhost:PORT, or an IP address in "
                      "place of localhost");
 }
 
@@ -86,8 +86,8 @@ std::string ParseLogLevel(std::string_view argument) {
         std::find(kLogLevels.begin(), kLogLevels.end(), level) != kLogLevels.end()) {
         return std::string(level);
     }
-    throw UsageError("\"" + std::string(argument) +
-                     "\" is not a log level; expected --loglevel= followed by debug, info, "
+    throw UsageError("unknown argument \"" + std::string(argument) +
+                     "\"; expected --loglevel= followed by debug, info, "
                      "warning, error or critical");
 }
 

@@ -138,7 +138,7 @@ int TakeStatus(std::string& answer) {
             (void)std::from_chars(line.data() + blank + 1, line.data() + line.size(), status);
         }
         if (status < 100 || status > 999) {
-            FailTry("the server there does not speak HTTP");
+            FailTry("the server on that port does not speak HTTP");
         }
         if (status >= 200) {
             return status;
@@ -175,8 +175,8 @@ std::string Advice(int status) {
         case 413:
             return " (too large); send less";
         case 500:
-            return " (not stored); the daemon's log says why: the report directory or the report's "
-                   "name";
+            return " (not stored): the report directory or the report's name is at fault; the "
+                   "daemon's log says why";
         default:
             return "; check that this port is the daemon's http_port";
     }

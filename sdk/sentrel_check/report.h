@@ -17,10 +17,10 @@ enum class Status {
     Warning = 1,
     Error = 2,
     None = 3,     // the host lacks what the check examines
-    Unknown = 4,  // the check could not determine it
+    Unknown = 4,  // the check could not determine the state
 };
 
-// The values from which on a metric is bad; an unset limit never is reached.
+// The values at which a metric becomes a WARNING or an ERROR; an unset limit never applies.
 struct Limits {
     std::optional<double> warning;
     std::optional<double> critical;
@@ -34,11 +34,11 @@ struct Metric {
     double value = 0;
     std::string unit;  // such as "%", "s" or "MiB"; empty for a plain number
     Limits limits{};
-    std::optional<double> min{};  // the least and the greatest value that it can have
+    std::optional<double> min{};  // the lowest and the highest possible value
     std::optional<double> max{};
 };
 
-// `value` with at most two decimals and no trailing zeros, as in reasons.
+// `value` as reasons show it: with at most two decimals and no trailing zeros.
 std::string ToWords(double value);
 
 // A value type. The status is the worst of all findings (in the order error, warning, unknown,
@@ -55,7 +55,7 @@ class Report {
     void Judge(std::string_view subject, const Metric& metric, Bad bad);
     // Adds a finding.
     void Find(Status status, std::string reason);
-    // Adds a sentence to the reason for a report without findings.
+    // Adds a sentence to the summary, the reason of a report that has no findings.
     void Summarize(std::string sentence);
     // Adds a member to "unstructured", other than "reason" and "metrics".
     void AddText(std::string member, std::string text);

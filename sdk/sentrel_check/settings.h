@@ -21,8 +21,8 @@ class SettingsError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-// All calls but the destructor throw SettingsError, whose text names the file, what is wrong in it
-// and what is expected. A check reads all its settings first, then calls RefuseUnknown.
+// All calls but the destructor throw SettingsError, whose text names the file, the fault and the
+// expected value. A check reads all its settings first, then calls RefuseUnknown.
 class Settings {
   public:
     // A missing file at `path` is the same as an empty object. A file that cannot be read, is not a
@@ -40,8 +40,8 @@ class Settings {
     // A list of strings; empty if absent.
     std::vector<std::string> GetList(const std::string& key);
 
-    // Fails if the file has a member that no call has read: a misspelt name would leave a default
-    // in force without notice.
+    // Fails if the file has a member that no call has read: otherwise a misspelt name would
+    // silently leave the default in force.
     void RefuseUnknown() const;
 
   private:

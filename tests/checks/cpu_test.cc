@@ -39,20 +39,21 @@ Test::CheckOfRoot CheckWithLaterTicks(const std::string& later) {
 TEST(CheckCpu, JudgesPressureAndSteal) {
     const HostFiles good = {{"/proc/pressure/cpu", PressureOf("12.50")}, {"/proc/stat", kBefore}};
     // 100 ticks later, of which 4 were taken
-    ExpectOutcomes(CheckWithLaterTicks("cpu  150 0 100 846 0 0 0 54 10 0\n"),
-                   {
-                       {"good", good, Status::Ok, "processor pressure 12.5 %; steal 4 %"},
-                       {"pressure", With(good, {{"/proc/pressure/cpu", PressureOf("50.00")}}),
-                        Status::Warning, "processor pressure 50 % is at or above 50 %"},
-                       {"great pressure", With(good, {{"/proc/pressure/cpu", PressureOf("99.00")}}),
-                        Status::Error, "processor pressure 99 % is at or above 80 %"},
-                       {"stricter about steal", good, Status::Error,
-                        "processor time taken by the hypervisor below 4 % is at or above 3 %",
-                        R"({"steal": {"warning": 2, "critical": 3}})"},
-                       {"no pressure figures", With(good, {{"/proc/pressure/cpu", ""}}), Status::Ok,
-                        "steal 4 %"},
-                       {"nothing", {}, Status::None, "this kernel tells nothing of its processors"},
-                   });
+    ExpectOutcomes(
+        CheckWithLaterTicks("cpu  150 0 100 846 0 0 0 54 10 0\n"),
+        {
+            {"good", good, Status::Ok, "processor pressure 12.5 %; steal 4 %"},
+            {"pressure", With(good, {{"/proc/pressure/cpu", PressureOf("50.00")}}), Status::Warning,
+             "processor pressure 50 % is at or above 50 %"},
+            {"great pressure", With(good, {{"/proc/pressure/cpu", PressureOf("99.00")}}),
+             Status::Error, "processor pressure 99 % is at or above 80 %"},
+            {"stricter about steal", good, Status::Error,
+             "processor time given to other machines by the hypervisor: 4 % is at or above 3 %",
+             R"({"steal": {"warning": 2, "critical": 3}})"},
+            {"no pressure figures", With(good, {{"/proc/pressure/cpu", ""}}), Status::Ok,
+             "steal 4 %"},
+            {"nothing", {}, Status::None, "this kernel has no processor statistics"},
+        });
 }
 
 TEST(CheckCpu, TakesTicksThatDidNotPassOrStepBack) {

@@ -124,13 +124,12 @@ TEST(CheckFileSystems, JudgesSpaceAndInodes) {
             {"ignored", with(Line("8:2", "/small", "ext4")), Status::Ok,
              "space and inodes suffice on all file systems (1)", R"({"ignore": ["/sm*"]})"},
             {"no answer", with(Line("8:2", "/gone", "ext4")), Status::Unknown,
-             "/gone does not tell how full it is"},
+             "cannot determine the free space of /gone"},
             {"mounted read-only", with(Line("8:2", "/tight", "ext4", "ro", "ro")), Status::Ok,
              "space and inodes suffice on all file systems (1)"},
             {"made read-only", with(Line("8:2", "/tight", "ext4", "rw", "ro,errors=remount-ro")),
              Status::Error,
-             "/tight was made read-only by the kernel; its log says why, and the disk needs a "
-             "look"},
+             "the kernel made /tight read-only; see the kernel log and check the disk"},
             {"read-only for a service, not for its host",
              {{kMountInfo, Line("8:2", "/tight", "xfs", "ro")},
               {"/proc/1/mountinfo", Line("8:2", "/tight", "xfs")}},
@@ -139,7 +138,7 @@ TEST(CheckFileSystems, JudgesSpaceAndInodes) {
             {"no disks",
              {{kMountInfo, Line("0:5", "/", "tmpfs")}},
              Status::None,
-             "this host has no file system on a disk that can be written"},
+             "this host has no writable file system on a disk"},
         });
 }
 

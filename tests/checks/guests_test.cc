@@ -74,7 +74,8 @@ TEST(CheckGuests, JudgesMemoryAndKills) {
 TEST(CheckGuests, JudgesHowLongVirtualProcessorsWaited) {
     ExpectOutcomes(CheckWith({{"/proc/70/task/71/schedstat", "1700 300 9\n"}}),
                    {{"waited a fifth of the time", kHost, Status::Warning,
-                     "virtual processors waited for a processor: 20 % is at or above 10 %"}});
+                     "time for which virtual processors waited for a physical one: 20 % is at or "
+                     "above 10 %"}});
     ExpectOutcomes(CheckWith({{"/proc/70/task/71/schedstat", "1 1 1\n"}}),
                    {{"another thread has the number now", kHost, Status::Ok, kGood}});
 }

@@ -53,12 +53,11 @@ TEST(CheckKernel, JudgesTaintsAndMachineChecks) {
             {"harmless taints", With(kGood, {{kTaint, "12289\n"}}), Status::Ok,
              "tainted POE" + goodEnd},
             {"an oops", With(kGood, {{kTaint, "129\n"}}), Status::Error,
-             "the kernel is tainted D: it has had an oops; only a restart removes it"},
+             "the kernel is tainted D: the kernel had an oops; only a reboot clears it"},
             {"a warning of the kernel", With(kGood, {{kTaint, "512\n"}}), Status::Warning,
-             "the kernel is tainted W: it has warned of a fault of its own; only a restart removes "
-             "it"},
+             "the kernel is tainted W: the kernel issued a warning; only a reboot clears it"},
             {"another opinion", With(kGood, {{kTaint, "513\n"}}), Status::Error,
-             "the kernel is tainted P: a proprietary module was loaded; only a restart removes it",
+             "the kernel is tainted P: a proprietary module was loaded; only a reboot clears it",
              R"({"taint_error": "P", "taint_warning": ""})"},
             {"machine checks", With(kGood, {{kInterrupts, InterruptsOf("1 2")}}), Status::Warning,
              "machine check exceptions: 3 is at or above 1"},
@@ -67,7 +66,8 @@ TEST(CheckKernel, JudgesTaintsAndMachineChecks) {
 
 TEST(CheckKernel, JudgesTheClock) {
     const std::string reason =
-        "the clock is not synchronised; is a time service running and does it reach its servers?";
+        "the clock is not synchronised; check that a time service is running and reaches its "
+        "servers";
     ExpectOutcomes(CheckWith(ClockState{false, 16}),
                    {
                        {"needed", kGood, Status::Warning, reason},
@@ -77,18 +77,18 @@ TEST(CheckKernel, JudgesTheClock) {
                    });
     ExpectOutcomes(CheckWith(std::nullopt),
                    {{"not told", kGood, Status::Ok,
-                     "not tainted; clock not checked: the kernel refuses to tell its state; can "
-                     "run virtual machines"},
+                     "not tainted; clock not checked: the kernel refused the query; can run "
+                     "virtual machines"},
                     {"nothing at all",
                      {},
                      Status::None,
-                     "this kernel tells nothing of its state",
+                     "this kernel does not report its state",
                      R"({"virtualisation": false})"}});
 }
 
 TEST(CheckKernel, JudgesVirtualisation) {
     const HostFiles without = With(kGood, {{kDevice, ""}});
-    const std::string begin = "no virtual machine can run: ";
+    const std::string begin = "virtual machines cannot run: ";
     const auto processor = [&without](const char* flags) {
         return With(without, {{kProcessors, std::string("flags\t\t: fpu ") + flags + "\n"}});
     };
@@ -96,17 +96,19 @@ TEST(CheckKernel, JudgesVirtualisation) {
         kCheck,
         {
             {"no module", without, Status::Warning,
-             begin + "the processor has vmx, but there is no /dev/kvm; load the module kvm_intel"},
+             begin +
+                 "the processor supports vmx, but /dev/kvm is missing; run: modprobe kvm_intel"},
             {"a module without its device",
              With(processor("svm"), {{"/sys/module/kvm_amd/", "a directory"}}), Status::Warning,
-             begin + "kvm_amd is loaded, but there is no /dev/kvm; the kernel's log says why"},
+             begin + "kvm_amd is loaded, but /dev/kvm is missing; see the kernel log"},
             {"no flag", processor("sse"), Status::Warning,
-             begin + "the processor shows no virtualisation; enable it in the firmware's set-up"},
+             begin + "the processor reports no virtualisation support; enable it in the firmware "
+                     "setup"},
             {"an arm64 processor",
              With(without, {{kProcessors, "processor\t: 0\nFeatures\t: fp asimd evtstrm\n"}}),
-             Status::Warning, begin + "there is no /dev/kvm; the kernel's log says why"},
+             Status::Warning, begin + "/dev/kvm is missing; see the kernel log"},
             {"not needed", without, Status::Ok,
-             "not tainted; clock synchronised; runs no virtual machines",
+             "not tainted; clock synchronised; cannot run virtual machines",
              R"({"virtualisation": false})"},
         });
 }

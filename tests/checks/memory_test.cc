@@ -50,7 +50,9 @@ TEST(CheckMemory, JudgesWhatIsLeftTheWaitingAndTheErrors) {
             {"pressure", With(kGood, {{kPressure, PressureOf("10.00", "0.00")}}), Status::Warning,
              "memory pressure 10 % is at or above 10 %"},
             {"standstill", With(kGood, {{kPressure, PressureOf("30.00", "25.00")}}), Status::Error,
-             "standstill for memory 25 % is at or above 20 %; memory pressure 30 % is at or above "
+             "time in which all tasks waited for memory 25 % is at or above 20 %; memory pressure "
+             "30 "
+             "% is at or above "
              "10 %"},
             {"corrected errors of two controllers",
              With(kGood, {{"/sys/devices/system/edac/mc/mc1/ce_count", "8\n"},
@@ -62,7 +64,7 @@ TEST(CheckMemory, JudgesWhatIsLeftTheWaitingAndTheErrors) {
              {{kInfo, InfoOf("500000")}},
              Status::Ok,
              "memory available 50 %"},
-            {"nothing", {}, Status::None, "this kernel tells nothing of its memory"},
+            {"nothing", {}, Status::None, "this kernel has no memory statistics"},
         });
 }
 

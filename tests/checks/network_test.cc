@@ -55,24 +55,23 @@ TEST(CheckNetwork, JudgesCarrier) {
     const HostFiles noCarrier0 = {{kNet + "eth0/carrier", "0\n"}};
     const HostFiles noCarrier1 = {{kNet + "eth1/carrier", "0\n"}};
     const HostFiles bridge = LinkOf("br0", Kind::Bridge);
-    ExpectOutcomes(
-        CheckNetwork,
-        {
-            {"good", kEth0 + kEth1 + bridge, Status::Ok,
-             "3 of 3 links are set up, each with a carrier"},
-            {"one is down", kEth0 + kEth1 + noCarrier1, Status::Warning,
-             "the link eth1 is set up but has no carrier"},
-            {"all are down", kEth0 + kEth1 + noCarrier0 + noCarrier1, Status::Error,
-             "the link eth0 is set up but has no carrier; the link eth1 is set up but has no "
-             "carrier"},
-            {"only a bridge has one", kEth0 + noCarrier0 + bridge, Status::Error,
-             "the link eth0 is set up but has no carrier"},
-            {"ignored", kEth0 + kEth1 + noCarrier1, Status::Ok,
-             "1 of 1 links are set up, each with a carrier", R"({"ignore": ["*1"]})"},
-            {"set down by the administrator",
-             kEth0 + kEth1 + noCarrier1 + HostFiles{{kNet + "eth1/flags", "0x1002\n"}}, Status::Ok,
-             "1 of 2 links are set up, each with a carrier"},
-        });
+    ExpectOutcomes(CheckNetwork,
+                   {
+                       {"good", kEth0 + kEth1 + bridge, Status::Ok,
+                        "3 of 3 links are up, each with a carrier"},
+                       {"one is down", kEth0 + kEth1 + noCarrier1, Status::Warning,
+                        "the link eth1 is up but has no carrier"},
+                       {"all are down", kEth0 + kEth1 + noCarrier0 + noCarrier1, Status::Error,
+                        "the link eth0 is up but has no carrier; the link eth1 is up but has no "
+                        "carrier"},
+                       {"only a bridge has one", kEth0 + noCarrier0 + bridge, Status::Error,
+                        "the link eth0 is up but has no carrier"},
+                       {"ignored", kEth0 + kEth1 + noCarrier1, Status::Ok,
+                        "1 of 1 links are up, each with a carrier", R"({"ignore": ["*1"]})"},
+                       {"set down by the administrator",
+                        kEth0 + kEth1 + noCarrier1 + HostFiles{{kNet + "eth1/flags", "0x1002\n"}},
+                        Status::Ok, "1 of 2 links are up, each with a carrier"},
+                   });
 }
 
 TEST(CheckNetwork, JudgesErrorsAndDrops) {
@@ -91,7 +90,7 @@ TEST(CheckNetwork, JudgesErrorsAndDrops) {
                        {"drops", with("rx_dropped", "20000"), Status::Warning,
                         "dropped packets on eth0: 20000 ppm is at or above 10000 ppm"},
                        {"one error on an idle link", idle, Status::Ok,
-                        "1 of 1 links are set up, each with a carrier"},
+                        "1 of 1 links are up, each with a carrier"},
                    });
 }
 
@@ -105,7 +104,7 @@ TEST(CheckNetwork, LeavesOutWhatIsNoLinkOfTheHost) {
                        {"others", others, Status::None, "this host has no network links"},
                        {"nothing", {}, Status::None, "this host has no network links"},
                        {"a bond", others + LinkOf("bond0", Kind::Bond), Status::Ok,
-                        "1 of 1 links are set up, each with a carrier"},
+                        "1 of 1 links are up, each with a carrier"},
                    });
 }
 

@@ -44,7 +44,8 @@ TEST(Wrap, SurvivesEveryCheck) {
         {"echo bad; exit 2", Status::Error, "bad"},
         {"echo odd; exit 3", Status::Unknown, "odd"},
         {"echo absent; exit 5", Status::None, "absent"},
-        {"echo x; exit 42", Status::Unknown, "the check ended with the exit status 42: x"},
+        {"echo x; exit 42", Status::Unknown,
+         "the check exited with status 42, which \"exitStatus\" does not map: x"},
         {"exit 1", Status::Warning, "the check printed no text"},
         {"echo 'no such disk' >&2; exit 3", Status::Unknown, "no such disk"},
         {"echo last; kill -SEGV $$", Status::Unknown,
@@ -63,7 +64,8 @@ TEST(Wrap, SurvivesEveryCheck) {
         EXPECT_EQ(report.Reason(), row.reason) << row.script;
     }
     EXPECT_EQ(RunWrapped({"/nonsense/x"}).Reason(),
-              "the check ended with the exit status 127: /nonsense/x: No such file or directory");
+              "the check exited with status 127, which \"exitStatus\" does not map: /nonsense/x: "
+              "No such file or directory");
 }
 
 TEST(Wrap, ReadsTextAndPerformanceData) {
@@ -119,9 +121,9 @@ TEST(Wrap, RefusesAConfigurationThatOthersMayWriteOrThatIsWrong) {
     };
     const uid_t user = ::geteuid();
     EXPECT_EQ(faultOf(good, 0644, user), "");
-    EXPECT_THAT(faultOf(good, 0664, user), HasSubstr(path + ": root must own it"));
-    EXPECT_THAT(faultOf(good, 0646, user), HasSubstr(path + ": root must own it"));
-    EXPECT_THAT(faultOf(good, 0644, user + 1), HasSubstr(": root must own it"));
+    EXPECT_THAT(faultOf(good, 0664, user), HasSubstr(path + ": must belong to root"));
+    EXPECT_THAT(faultOf(good, 0646, user), HasSubstr(path + ": must belong to root"));
+    EXPECT_THAT(faultOf(good, 0644, user + 1), HasSubstr(": must belong to root"));
     for (const auto& [text, fault] : {std::pair(R"({"command": "ls -l"})", "must be a list"),
                                       std::pair(R"({"command": ["ls"]})", "an absolute path"),
                                       std::pair(R"({})", "\"command\" is missing"),
@@ -134,7 +136,7 @@ TEST(Wrap, RefusesAConfigurationThatOthersMayWriteOrThatIsWrong) {
         EXPECT_THAT(faultOf(text, 0644, user), HasSubstr(fault)) << text;
     }
     ASSERT_EQ(::chmod(directory.Path().c_str(), 0777), 0);
-    EXPECT_THAT(faultOf(good, 0644, user), HasSubstr("nobody else may write it"));
+    EXPECT_THAT(faultOf(good, 0644, user), HasSubstr("writable by nobody else"));
 }
 
 // Of the package monitoring-plugins-basic, which `./dev test --all` fetches.

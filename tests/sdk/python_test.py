@@ -121,7 +121,7 @@ class MainTest(unittest.TestCase):
             ('{"usd": 1}', 'unknown setting "usd"; known settings: used, ignore'),
             ('{"used": {"warning": "x"}}', '"used" must be an object with the numbers'),
             ('{"used": {"warning": true}}', '"used" must be an object with the numbers'),
-            ('{"used": {"warning": 95}}', '"used" reaches its critical limit before its warning'),
+            ('{"used": {"warning": 95}}', '"used" would be critical before it is a warning'),
             ('{"ignore": [1]}', '"ignore" must be a list of strings'),
             ("[" * 50000, self.settings),
         ]:

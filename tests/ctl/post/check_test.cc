@@ -47,9 +47,9 @@ TEST(ReportCheck, TellsEachProblem) {
         {Document(R"({"name":"disk","time":"2024-03-05T14:07:09Z"})"),
          "structured.name is \"disk\", not \"cpu\""},
         {Document(R"({"name":1,"time":"2024-03-05T14:07:09Z"})"),
-         "structured.name is 1, not a text"},
+         "structured.name is 1, not a string"},
         {Document(R"({"name":"c\u0000u","time":"2024-03-05T14:07:09Z"})"),
-         "structured.name is \"c\\u0000u\", not a text of letters"},
+         "structured.name is \"c\\u0000u\", not a string of letters"},
         {Document("{\"name\":\"" + std::string(1000000, 'a') +
                   "\",\"time\":\"2024-03-05T14:07:09Z\"}"),
          "aaa..., not \"cpu\""},

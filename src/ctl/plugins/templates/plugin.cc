@@ -89,8 +89,8 @@ std::string ToJson(const std::string& name, const Report& report) {
            report.metrics + "}}}";
 }
 
-// Sends the request to `port` of this host, over IPv4 or else IPv6. Returns what was received
-// of the answer; empty if a step takes more than 8 s.
+// Sends the request to `port` of this host, over IPv4 or else IPv6. Returns the part of the
+// answer that arrived; empty if a step takes more than 8 s.
 std::string Exchange(int port, const std::string& request) {
     sockaddr_in v4{};
     v4.sin_family = AF_INET;
@@ -124,8 +124,8 @@ std::string Exchange(int port, const std::string& request) {
     return answer;
 }
 
-// Posts the report to `url`, http://HOST:PORT with HOST this host. Returns the answer's status;
-// 0 without an answer.
+// Posts the report to `url`, http://HOST:PORT with HOST this host. Returns the HTTP status of
+// the answer, or 0 if none arrived.
 int Post(const std::string& url, const std::string& name, const std::string& body) {
     const std::string host = url.substr(url.rfind('/') + 1);
     const int port = std::atoi(host.c_str() + host.rfind(':') + 1);
@@ -134,7 +134,7 @@ int Post(const std::string& url, const std::string& name, const std::string& bod
                            "\r\nContent-Type: application/json\r\nConnection: "
                            "close\r\nContent-Length: " +
                            std::to_string(body.size()) + "\r\n\r\n" + body);
-    return answer.size() > 12 ? std::atoi(answer.c_str() + 9) : 0;  // behind "HTTP/1.1 "
+    return answer.size() > 12 ? std::atoi(answer.c_str() + 9) : 0;  // after "HTTP/1.1 "
 }
 
 // Writes one line for the daemon's log and returns `status`.
@@ -163,7 +163,7 @@ int main(int argc, char* argv[]) {
     if (url.empty()) {
         return Fail(name, "usage: PLUGIN [++group=GROUP] -u URL [--loglevel=LEVEL]", 2);
     }
-    alarm(25);  // even if the check hangs
+    alarm(25);  // kills the plugin if the check hangs
     Report report;
     try {
         report = Check();

@@ -54,10 +54,10 @@ def read_arguments(arguments):
 
 
 def make_report():
-    """The document to post. A check that raises is reported too, as unknown."""
+    """The document to post. If the check raises an exception, the status is unknown."""
     try:
         status, reason, metrics = check()
-    except Exception as problem:  # whatever it is, the report tells it
+    except Exception as problem:  # any failure of the check is reported
         status, reason, metrics = UNKNOWN, f"the check failed: {problem}", {}
     now = datetime.datetime.now(datetime.timezone.utc).strftime("%Y-%m-%dT%H:%M:%SZ")
     return {
@@ -87,7 +87,7 @@ def main():
     report = make_report()
     if level == "debug":
         say(f"status {report['structured']['status']}: {report['unstructured']['reason']}")
-    for tries_left in (1, 0):  # 8 s each, to exit within the 30 s
+    for tries_left in (1, 0):  # 8 s each, to stay within the 30 s
         try:
             status = post(url, report)
             problem = f"the intake answered {status}"

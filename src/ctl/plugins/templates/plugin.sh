@@ -66,7 +66,7 @@ report() {
 JSON
 }
 
-# At most two attempts of 10 s, to exit within the 30 s. Any status but 200 is a failure.
+# At most two attempts of 10 s each, to stay within the 30 s. Any status but 200 is a failure.
 answer=$(report | curl -q --silent --show-error --output /dev/null --write-out '%{http_code}' \
     --max-time 10 --retry 1 --retry-connrefused --noproxy '*' \
     --header 'Content-Type: application/json' --data-binary @- "$url/$name") ||
