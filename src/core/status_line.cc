@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::chrono::microseconds kInterval = std::chrono::seconds(10);
 
-// Set from the first change on until the line is told, so that one run is pending at most.
+// Set from the first change until the line is sent, so that at most one run is pending.
 std::atomic<bool>& IsPending() {
     static std::atomic<bool> isPending{false};
     return isPending;

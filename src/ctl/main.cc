@@ -100,7 +100,7 @@ void Complete(const std::vector<Ctl::Command>& commands, std::span<const char* c
     }
 }
 
-// Whether the command line asks for JSON, which also a failure to understand the rest is told in.
+// Whether the command line asks for JSON, even if the rest of it is invalid.
 bool AsksJson(std::span<const char* const> arguments) {
     const auto end = std::find(arguments.begin(), arguments.end(), std::string_view("--"));
     return std::find(arguments.begin(), end, std::string_view("--json")) != end;
@@ -112,7 +112,7 @@ int Fail(std::string_view text, int status) {
     return status;
 }
 
-// The same for a program too, on standard output.
+// Also writes the failure as JSON to standard output, for programs.
 int FailInJson(const std::exception& failure, int status) {
     Ctl::WriteFailureJson(failure, status, std::cout);
     std::cout.flush();  // when this fails too, the status is left

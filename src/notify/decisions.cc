@@ -11,7 +11,8 @@ using Ctl::ReportState;
 
 bool IsWell(ReportState state) { return state == ReportState::Ok || state == ReportState::None; }
 
-// Worse than what was told, or well again. A better state that is not well is no news.
+// Whether the state is worse than in the last notice, or fine again. A state that is better but not
+// fine causes no notice.
 bool IsNews(ReportState told, ReportState now) {
     return IsWell(now) ? !IsWell(told) : IsWell(told) || Ctl::RankOf(now) < Ctl::RankOf(told);
 }

@@ -1,6 +1,6 @@
-// Decides which changes of a host's reports are told, and when: a state must last first, a report
-// that flaps is told once, and what is held back is told later if it is still true. Knows no clock,
-// no file and no hook.
+// Decides which changes of a host's reports cause a notice, and when: only after a state has
+// lasted, once for a report that flaps, and for a held report once it is released, if the change is
+// still true. Uses no clock, files or hooks.
 #pragma once
 
 #include "ctl/reports/state.h"
@@ -13,25 +13,25 @@
 
 namespace Notify {
 
-// A report as it is seen now.
+// The current state of a report.
 struct Sighting {
     std::string name;
     Ctl::ReportState state = Ctl::ReportState::Ok;
     std::string reason = {};
     std::string time = {};  // of the report, RFC 3339; empty when there is none
-    bool isHeld = false;    // nothing is told of it at present: it is silenced, or the host starts
+    bool isHeld = false;    // no notices at present: it is silenced, or the host is starting
 };
 
-// What was told of a report last; it outlives the process.
+// The last notice about a report; kept across restarts of the process.
 struct Told {
     Ctl::ReportState state = Ctl::ReportState::Ok;
     bool isFlapping = false;
 };
 
-// One thing to tell.
+// A notice to send.
 struct Notice {
     Sighting report;
-    Ctl::ReportState before = Ctl::ReportState::Ok;  // as it was told last
+    Ctl::ReportState before = Ctl::ReportState::Ok;  // in the last notice
     int changes = 0;                                 // of its state since then
     bool isFlapping = false;                         // it changes too often for any state to last
 };
@@ -46,20 +46,20 @@ class Decisions {
     // `settleTime`: how long a state must last. A report that is missing in `told` was OK.
     Decisions(std::chrono::seconds settleTime, std::map<std::string, Told> told);
 
-    // Takes all reports as they are at `now`. Those that are gone are forgotten.
+    // Takes all reports as they are at `now`; forgets reports that no longer exist.
     void Observe(const std::vector<Sighting>& reports, TimePoint now);
 
-    // What there is to tell at `now`, by name: reports that became worse or well again, and those
-    // that flap. Each is due again until it is confirmed.
+    // The notices due at `now`, by name: of reports that became worse, recovered or flap. Each
+    // stays due until it is confirmed.
     std::vector<Notice> Due(TimePoint now) const;
 
-    // The notice was told.
+    // Records that the notice was sent.
     void Confirm(const Notice& notice);
 
     // Whether a state has not lasted yet, or something is due.
     bool IsWaiting(TimePoint now) const;
 
-    // What was told of each report that is not simply OK.
+    // The last notice about each report, except those that are simply OK.
     std::map<std::string, Told> WhatWasTold() const;
 
   private:
@@ -67,7 +67,7 @@ class Decisions {
         Told told;
         Sighting current;
         TimePoint since;  // when `current` got its state
-        int changes = 0;  // since the last notice, or since a state lasted that needs none
+        int changes = 0;  // since the last notice, or since a state lasted without one
     };
 
     bool HasLasted(const Course& course, TimePoint now) const;

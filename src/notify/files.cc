@@ -20,7 +20,7 @@ using nlohmann::json;
 constexpr std::size_t kMaxFileSize = 1024 * 1024;
 constexpr mode_t kToldMode = 0640;
 
-// The object in the file; an empty one when there is no file.
+// The object in the file; an empty one if the file is missing.
 json ReadObject(const std::string& path, const std::string& what) {
     std::error_code error;
     if (!std::filesystem::exists(path, error) && !error) {

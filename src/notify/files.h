@@ -1,4 +1,4 @@
-// The files of the notifier: its settings, and what it has told so far.
+// The files of the notifier: its settings, and the last notice about each report.
 #pragma once
 
 #include "notify/decisions.h"
@@ -16,11 +16,11 @@ struct Settings {
     int maxPerMinute = 10;                 // max_notices_per_minute: 1 to 600
 };
 
-// Without a file the defaults. Throws Ctl::Failure when it cannot be read, or has an unknown member
-// or a value out of its range.
+// The defaults if the file is missing. Throws Ctl::Failure if it cannot be read, or has an unknown
+// member or a value out of its range.
 Settings ReadSettings(const std::string& path);
 
-// Of a file that WriteTold wrote; nothing when there is none. Throws Ctl::Failure for any other
+// Reads a file that WriteTold wrote; nothing if it is missing. Throws Ctl::Failure for any other
 // content.
 std::map<std::string, Told> ReadTold(const std::string& path);
 

@@ -1,4 +1,4 @@
-// The programs that are told of changes, and how one of them is run.
+// Finds and runs the hooks, the programs that receive notices.
 #pragma once
 
 #include <chrono>
@@ -17,7 +17,7 @@ struct Hooks {
 
 // The executable files of `directory`. They and the directory must belong to `owner` and be
 // writable by nobody else; others are refused. Names that begin with "." and files that are not
-// executable are passed over. A directory that does not exist holds none.
+// executable are skipped. A missing directory contains none.
 Hooks FindHooks(const std::string& directory, uid_t owner = 0);
 
 // Runs the hook with `input` as its standard input; its output goes to standard error. It gets an

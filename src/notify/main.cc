@@ -1,5 +1,5 @@
 // sentrel-notify: follows the reports of this host and runs the hooks of the administrator when one
-// became worse or well again. Status 1, with one line on standard error, for what keeps it from
+// becomes worse or recovers. Exits with status 1, after one line on standard error, if it cannot do
 // that.
 #include "notify/notifier.h"
 

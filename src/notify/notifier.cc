@@ -40,8 +40,8 @@ seconds Uptime() {
     return seconds(time.tv_sec);
 }
 
-// Reports of before the start say nothing of this host until their plugin has run again, and while
-// the first round runs its services are still starting.
+// Reports from before the host's start do not count until their plugin has run again, and during
+// the first round the host's services are still starting.
 bool IsStarting(const Ctl::ViewedReport& report, const std::vector<Ctl::PluginPeriod>& plugins,
                 seconds uptime) {
     const auto quickest = std::min_element(
@@ -56,7 +56,7 @@ bool IsStarting(const Ctl::ViewedReport& report, const std::vector<Ctl::PluginPe
            (isOlder && maker < plugins.size() && uptime < plugins[maker].period);
 }
 
-// The daemon has not come round to the plugin since its start.
+// Whether the report is NEVER because the daemon has not run its plugin yet.
 bool IsAwaited(const Ctl::JudgedReport& judged, const std::optional<Sentrel::DaemonState>& state) {
     const Sentrel::PluginState* const plugin = state && judged.state == Ctl::ReportState::Never
                                                    ? state->Find(judged.report.name)
@@ -91,7 +91,7 @@ const char* EventOf(const Notice& notice) {
                : "worse";
 }
 
-// What a hook reads.
+// The document that a hook reads.
 std::string TextOf(const Notice& notice) {
     std::ostringstream text;
     Ctl::WriteJson({{"host", Ctl::HostName()},
@@ -121,7 +121,7 @@ void Notifier::Run(int stop) {
         decisions.Observe(SightingsOf(watch.View()), steady_clock::now());
         Tell(stop);
         const int patience = decisions.IsWaiting(steady_clock::now()) ? 1000 : -1;
-        (void)::poll(entries.data(), entries.size(), patience);  // interrupted: looks in vain
+        (void)::poll(entries.data(), entries.size(), patience);  // interrupted: finds no change
         (void)watch.Look();
     }
 }
@@ -137,7 +137,7 @@ void Notifier::Tell(int stop) {
     }
 }
 
-// False when there is no hook.
+// Returns false if there are no hooks.
 bool Notifier::TellHooks(const Notice& notice, int stop) {
     const Hooks hooks = FindHooks(places.hookDirectory);
     std::vector<std::string> news = hooks.refusals;

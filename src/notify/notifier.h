@@ -1,4 +1,4 @@
-// Follows the reports of a host and tells the hooks what became worse or well again.
+// Follows the reports of a host and runs the hooks when one becomes worse or recovers.
 #pragma once
 
 #include "ctl/watch/host_watch.h"
@@ -12,20 +12,20 @@
 
 namespace Notify {
 
-// Where things are, as paths of this machine.
+// The notifier's files, as paths of this machine.
 struct Places {
     std::string settings;       // a file
     std::string hookDirectory;  // executables of root
-    std::string told;           // a file of this process
+    std::string told;           // the file with the last notices
 };
 
 class Notifier {
   public:
-    // Reads settings and what was told before. Throws what ReadSettings and ReadTold throw.
+    // Reads the settings and the last notices. Throws what ReadSettings and ReadTold throw.
     Notifier(const Places& places, Ctl::HostWatch& watch);
 
-    // Tells what there is to tell, whenever there is, until `stop`, a descriptor, is readable.
-    // Throws std::system_error when what was told cannot be kept.
+    // Sends notices as they become due, until the descriptor `stop` is readable. Throws
+    // std::system_error if they cannot be recorded.
     void Run(int stop);
 
   private:
@@ -37,8 +37,8 @@ class Notifier {
     const Settings settings;
     Ctl::HostWatch& watch;
     Decisions decisions;
-    std::deque<Decisions::TimePoint> lastMinute;  // when notices were told
-    std::set<std::string> complaints;             // that were logged, to say each once
+    std::deque<Decisions::TimePoint> lastMinute;  // when notices were sent
+    std::set<std::string> complaints;             // logged so far, so that each is logged once
 };
 
 }  // namespace Notify

@@ -29,7 +29,7 @@ std::int32_t GetHttpPort(const Pellmar::Ref<Pellmar::Service::ConfigReader>& rea
                          const Pellmar::Ref<Pellmar::Service::Logger>& logger);
 
 // The number of report names that the intake accepts: the setting "max_report_names", or the
-// default when it is absent or, which is logged at level 3, less than 1.
+// default if it is absent or less than 1; the latter is logged at level 3.
 std::int32_t GetMaxReportNames(const Pellmar::Ref<Pellmar::Service::ConfigReader>& reader,
                                const Pellmar::Ref<Pellmar::Service::Logger>& logger);
 

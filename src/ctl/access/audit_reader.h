@@ -1,4 +1,4 @@
-// Reads the lines of a log that grows and is renamed now and then, after those of its older files.
+// Reads the lines of a growing log, beginning with its rotated files, and follows its rotation.
 #pragma once
 
 #include "platform/sys/owned_fd.h"

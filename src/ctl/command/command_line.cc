@@ -86,7 +86,7 @@ class Parser {
         line.family = name;
     }
 
-    // Those that could stand here, with the word of their family.
+    // The commands that could stand here, with the word of their family.
     std::vector<std::string> CommandNames() const {
         std::vector<std::string> names = {std::string(kHelpWord)};
         for (const Command& command : commands) {

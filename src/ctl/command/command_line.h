@@ -12,9 +12,9 @@
 
 namespace Ctl {
 
-// Of no command: takes none, and prints the version of the program.
+// The option of the program itself, without a command: prints the version.
 inline constexpr Option kVersionOption = {"--version", "", "print the version"};
-// A word before a command that stands for --help behind it.
+// "help COMMAND" means "COMMAND --help".
 inline constexpr std::string_view kHelpWord = "help";
 
 // The options of every command. They may also precede the command's name.

@@ -111,7 +111,7 @@ Candidates Settings() {
     return candidates;
 }
 
-// Of a switch or a choice all, of the others the value in effect by default.
+// All values of a switch or a choice; of other settings the default.
 Candidates SettingValues(const Completion& completion) {
     const Catalogue catalogue = ReadCatalogue();
     const Setting& setting = FindSetting(catalogue, completion.operands.front()).setting;

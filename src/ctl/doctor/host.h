@@ -1,5 +1,4 @@
-// Inspects the host for the subjects of "doctor": facts that all of them need, read once, and
-// files.
+// What the subjects of "doctor" share: facts about the host, read once, and checks of files.
 #pragma once
 
 #include "ctl/host/host.h"
@@ -17,8 +16,8 @@ namespace Ctl {
 
 // Fills `host` with what all subjects need: the intake's port and its holder; the daemon, a process
 // with its name on the intake port, or else on the API's; its user, or without a daemon the user
-// sentrel, or else root; and its report directory, unless --reports names one. Does not throw for
-// what it cannot inspect.
+// sentrel, or else root; and its report directory, unless --reports names one. Leaves
+// facts unset that it cannot inspect.
 void LookAtDaemon(Host& host);
 
 using Findings = std::vector<Finding>;

@@ -24,7 +24,7 @@ std::string CountsOf(const PluginSurvey& survey) {
 
 void CheckSettings(const Host& /*host*/, Findings& findings) {
     Findings found = CheckConfiguration();
-    // what it says of the trust set and of plugins as a whole, other subjects say too
+    // other subjects report the trust set and the plugins as a whole too
     std::erase_if(found, [](const Finding& one) {
         return one.subject.starts_with("plugin ") ||
                (one.subject == "token.jwks" && one.severity == Severity::Warning);

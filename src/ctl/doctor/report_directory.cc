@@ -113,7 +113,7 @@ std::vector<std::string> FindUnlinked(const std::string& directory, const Conten
     return names;
 }
 
-// What the daemon sees at its report directory may be another file system than what stands there
+// The daemon may see another file system at its report directory than the one that is mounted there
 // now: one that was unmounted here stays in the daemon's mount namespace.
 void CheckViewOfDaemon(const Host& host, const struct stat& own, Findings& findings) {
     const std::string& directory = host.reportDirectory;

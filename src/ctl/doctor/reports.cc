@@ -75,7 +75,7 @@ void CheckReportStates(const Host& host, Findings& findings) {
     for (const StateRow& row : kStateRows) {
         std::vector<std::string> names;
         for (const JudgedReport& report : judged) {
-            // what is in the future is said of its time
+            // CheckReportTimes reports times in the future
             if (report.state == row.state && !IsInFuture(report) && !report.silence) {
                 names.push_back(report.report.name);
             }

@@ -37,7 +37,7 @@ std::vector<Member> ReadMembers(const std::string& directory) {
             members.push_back({std::move(*process), age, true});
         }
     }
-    // a pid is not reused while a session has that number
+    // a pid is not reused while a session has that id
     for (Member& member : members) {
         const auto leader = std::find_if(members.begin(), members.end(), [&](const Member& other) {
             return other.process.pid == member.process.session;

@@ -13,15 +13,15 @@
 
 namespace Ctl {
 
-// The longest time that a plugin of this host runs before the daemon sends it SIGTERM. The first
-// batch of each queue terminates the plugins of all queues, so this is the shortest period of the
-// queues that have plugins, plus a slot for a late batch. Less if `daemon` has been running for
-// less, since it terminates no plugin of an earlier daemon. Throws what ReadPluginPeriods throws.
+// How long a plugin can run before the daemon sends it SIGTERM: the shortest period of all queues
+// with plugins, since the first batch of each queue terminates the plugins of all queues, plus one
+// slot in case that batch is late. At most the uptime of `daemon`, which does not terminate the
+// plugins of an earlier daemon. Throws what ReadPluginPeriods throws.
 std::chrono::seconds LongestRunTime(const std::optional<DaemonProcess>& daemon);
 
 struct Member {
     ProcessStat process;
-    std::chrono::milliseconds age;  // the plugin's if that is still in the group; else its own
+    std::chrono::milliseconds age;  // its plugin's age if that is in the group, else its own
     bool isOrphan = false;          // its plugin has left the group
 };
 

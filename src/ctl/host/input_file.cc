@@ -13,7 +13,7 @@ namespace Ctl {
 
 namespace {
 
-// Throws for the file that a person knows as `name`.
+// Throws the failure of a file, which the message calls `name`.
 [[noreturn]] void Fail(const std::string& name, int errorNumber) {
     throw Failure(name + " cannot be read", errorNumber, "name a file that this user can read");
 }

@@ -33,7 +33,7 @@ struct ListeningSocket {
 // The sockets of this process's network namespace, IPv4 first; none if /proc cannot be read.
 std::vector<ListeningSocket> FindListeningSockets(std::uint16_t port);
 
-// The sockets in a text of that form that listen on `port`. Skips lines that are not of that form.
+// The sockets that listen on `port` according to a text in the form above. Skips malformed lines.
 std::vector<ListeningSocket> ParseListeningSockets(std::string_view text, std::uint16_t port);
 
 // The ports that a process listens on, as far as this user may see its descriptors.

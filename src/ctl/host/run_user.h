@@ -18,8 +18,8 @@ struct RunUser {
 // The user of the process; nothing if /proc does not show it.
 std::optional<RunUser> UserOf(pid_t process);
 
-// Makes this process, which runs as root, permanently one of that user. Until it executes a program
-// it keeps the right to use other users' files, because the plugins' cgroup may be one. Returns
+// Permanently changes this process, which runs as root, to that user. Until it executes a program
+// it keeps its access to other users' files, because the plugins' cgroup may belong to one. Returns
 // false, with errno set, if the system refuses.
 bool Become(const RunUser& user);
 

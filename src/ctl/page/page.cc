@@ -22,7 +22,7 @@ std::string StateHtml(ReportState state) {
            " </span>" + std::string(NameOf(state)) + "</span>";
 }
 
-// What the script of a live page counts up or down; a time that is not known stands.
+// A time that the script of a live page counts up or down; an unknown time does not change.
 std::string Counting(std::chrono::seconds seconds, int step) {
     return seconds.count() < 0 ? ""
                                : " data-seconds=\"" + std::to_string(seconds.count()) +
@@ -54,7 +54,7 @@ std::string PillOf(const JudgedReport& judged) {
     return judged.silence ? "silenced" : std::string(NameOf(judged.state));
 }
 
-// Of the class of its state, and of its own.
+// The CSS classes of a report: its state, and whether it is silenced.
 std::string ClassOf(const JudgedReport& judged) {
     return std::string(NameOf(judged.state)) + (judged.silence ? " silenced" : "");
 }

@@ -167,7 +167,7 @@ std::optional<RunUser> FindUser(const std::optional<DaemonProcess>& daemon, Plug
     return user;
 }
 
-// What the daemon stored and refused, as far as it is the plugin's.
+// The plugin's posts that the daemon stored or refused.
 void TakePosts(const StoredReports& stored, std::chrono::system_clock::time_point start,
                PluginRun& run) {
     for (Post& post : FindRefused(start)) {

@@ -1,5 +1,5 @@
-// What a person sees of a run while it lasts: what the plugin writes, line by line, and on a
-// terminal how far it is.
+// Shows a run to a person while it lasts: the plugin's output line by line and, on a terminal, the
+// elapsed time.
 #pragma once
 
 #include <array>
@@ -15,15 +15,15 @@ class LiveOutput {
   public:
     enum Stream : std::size_t { Output, Error };
 
-    // `output` outlives this; `timeout` is when the run is asked to end.
+    // `output` outlives this; `timeout` is when the plugin is sent SIGTERM.
     LiveOutput(std::ostream& output, std::chrono::seconds timeout)
         : output(output), timeout(timeout) {}
 
-    // A piece of what the plugin wrote; its last line is shown when it is complete.
+    // Takes a piece of the plugin's output; shows an incomplete last line once it is complete.
     void Take(Stream stream, std::string_view piece);
-    // To be called about once a second.
+    // Shows the elapsed time. Call it about once a second.
     void ShowTime(std::chrono::seconds elapsed);
-    // Shows incomplete lines and parts from what follows.
+    // Shows incomplete lines, then an empty line if anything was shown.
     void Finish();
 
   private:

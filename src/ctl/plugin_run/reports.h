@@ -36,8 +36,8 @@ class StoredReports {
     const std::map<std::string, Version> before;  // by file name
 };
 
-// The posts of others than the run, too, that the daemon has refused since then, without documents;
-// none where its state file cannot be read.
+// The posts that the daemon has refused since then, without their documents and including those of
+// other clients; none if its state file cannot be read.
 std::vector<Post> FindRefused(std::chrono::system_clock::time_point since);
 
 struct PostJudgement {

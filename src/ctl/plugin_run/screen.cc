@@ -39,7 +39,7 @@ std::string EndText(const PluginEnd& end) {
     return how + ": " + why + (end.signal == SIGTERM ? "" : ", and it was sent SIGTERM");
 }
 
-// The text itself was shown as it came.
+// The output itself was shown while the plugin ran.
 std::string SizeOf(const PluginOutput& written) {
     return written.bytes == 0
                ? "nothing"
@@ -118,7 +118,7 @@ void WritePost(const PostJudgement& judged, std::ostream& output) {
     WriteIndented(MetricsText(judged.metrics), output);
 }
 
-// "WARNING" of the worst good report; empty when that is OK, or NONE.
+// The worst state of the valid reports, such as "WARNING"; empty if that is OK or NONE.
 std::string TroubleOf(const PluginRun& run) {
     std::string trouble;
     for (const PostJudgement& post : run.posts) {

@@ -88,7 +88,7 @@ void TellNothingPosted(PluginRun& run) {
     }
 }
 
-// A check that could not look, which is a fault where it complains.
+// A check that could not determine the state: an error if it wrote to standard error.
 void TellUnknown(PluginRun& run, const std::string& report) {
     const bool complains = run.end.error.bytes > 0;
     Tell(run, complains ? Severity::Error : Severity::Warning,

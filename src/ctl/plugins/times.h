@@ -14,9 +14,8 @@ namespace Ctl {
 // The enabled plugins, in the order of their first runs.
 std::vector<const SurveyedPlugin*> InLaunchOrder(const PluginSurvey& survey);
 
-// How long an enabled plugin may run before it is sent SIGTERM: in any round until the next batch
-// of its own queue, and in the first round after the daemon's start until the first batch of any
-// queue.
+// How long an enabled plugin can always run before SIGTERM: until the next batch of its own queue
+// and, in the first round after the daemon's start, at most until the first batch of any queue.
 std::chrono::seconds GuaranteedRunTime(const PluginSurvey& survey, const SurveyedPlugin& plugin);
 
 // The first plugins of the other queues, whose batches terminate every running plugin. In later
@@ -28,10 +27,9 @@ std::vector<std::string> MayBeEndedBy(const PluginSurvey& survey, const Surveyed
 // plugins.
 bool IsNewerThan(const SurveyedPlugin& plugin, const DaemonProcess& daemon);
 
-// Estimates the next launch: one period after the newest stored report, which is about the time of
-// the last launch, or, without a report, the plan of a daemon that started when this one did.
-// Nothing without a daemon, and for a plugin that is newer than the daemon and has not reported to
-// it.
+// Estimates the next launch: one period after the newest report, if the plugin has reported since
+// the daemon started; otherwise the first or a later run in the schedule of the daemon. Nothing if
+// no daemon runs, or if the plugin is newer than the daemon and has not reported since.
 std::optional<std::chrono::system_clock::time_point> EstimateNextLaunch(
     const SurveyedPlugin& plugin, const Host& host, const PluginReports& reports);
 

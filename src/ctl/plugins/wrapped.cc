@@ -26,7 +26,7 @@ bool IsWrapped(const SurveyedPlugin& plugin) {
     return !error && target.filename() == "wrap";
 }
 
-// The program of the command; empty, with the reason, when the configuration does not name one.
+// The program of the command; empty, with the reason, if the configuration names none.
 std::string ReadProgram(const std::string& path, std::string& problem) {
     std::string text;
     nlohmann::json document;
@@ -75,7 +75,7 @@ std::vector<Finding> CheckWrapped(const std::string& subject, const SurveyedPlug
 
 std::vector<Finding> CheckUnusedWraps(const PluginSurvey& survey) {
     std::vector<Finding> findings;
-    std::error_code error;  // then there is no such directory
+    std::error_code error;  // then the directory does not exist
     for (const auto& file :
          std::filesystem::directory_iterator(Sys::HostPath(kWrapDirectory), error)) {
         const std::string name = file.path().stem();

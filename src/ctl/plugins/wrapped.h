@@ -1,5 +1,5 @@
-// Plugins that wrap a check command: whether their link, their configuration and its command are
-// all there.
+// Checks plugins that wrap a check command: whether their link, their configuration and its command
+// exist.
 #pragma once
 
 #include "ctl/host/plugin_survey.h"
@@ -10,13 +10,13 @@
 
 namespace Ctl {
 
-// Below the host root: NAME.json for each of them.
+// The directory, below the host root, of their configurations NAME.json.
 inline const std::string kWrapDirectory = "/etc/korvex/sentrel/wrap/";
 
-// None when the plugin is of another kind, or nothing is wrong with it.
+// No findings if the plugin wraps no command, or has no problem.
 std::vector<Finding> CheckWrapped(const std::string& subject, const SurveyedPlugin& plugin);
 
-// Configurations without a plugin.
+// Finds configurations without a plugin.
 std::vector<Finding> CheckUnusedWraps(const PluginSurvey& survey);
 
 }  // namespace Ctl

@@ -1,4 +1,4 @@
-// Checks a report document before it is posted, by the installed schema (reports/schema.h) and by
+// Checks a report document before it is posted, by the installed schema (post/schema.h) and by
 // rules that a schema cannot express. The daemon itself stores any document, and its answers omit
 // those that are not reports.
 #pragma once

@@ -1,4 +1,4 @@
-// What the intake's answers mean for whoever posts, and what to do about each.
+// Explains the intake's answers to the sender of a post, and what to do about each.
 #pragma once
 
 #include <string>
@@ -11,8 +11,8 @@ struct IntakeAnswer {
     const char* advice;
 };
 
-// Of a refusal; of any other status: that this is not sentrel. 0 stands for none, since the body of
-// the post broke off.
+// The explanation of a refusal; for any other status, that the answer is not sentrel's. 0 means
+// that no answer was sent, since the body of the post ended early.
 const IntakeAnswer& ExplainAnswer(int status);
 
 // "refused with 500: it could not be stored", "not accepted: its body did not arrive whole".

@@ -1,6 +1,6 @@
 // The daemon stores a report in two steps: it renames the temporary file into the ring, then renews
-// the link. Both may happen between any two steps here, so whatever is removed is moved aside
-// first, in one step, and put back when it is not the file that was found. Files found stay open
+// the link. Both may happen between any two steps here, so a file to remove is first renamed,
+// atomically, and put back if it is not the file that was found. Files found stay open
 // meanwhile, so their inode numbers are not used again.
 #include "ctl/reports/forget.h"
 
@@ -28,9 +28,9 @@ namespace Ctl {
 
 namespace {
 
-// The daemon gives a body as long to arrive.
+// The time that the daemon allows for a body to arrive.
 constexpr std::chrono::seconds kArrival{120};
-// In which the daemon points the link at a report that it has just stored.
+// The time within which the daemon points the link at a report that it has just stored.
 constexpr std::chrono::milliseconds kLinkPause{50};
 
 struct Found {
@@ -106,7 +106,7 @@ class Ring {
                   [](const Found& one, const Found& other) { return one.file < other.file; });
     }
 
-    // Nothing when it has gone.
+    // Nothing if the file is gone.
     std::optional<Found> Open(const std::string& file) const {
         Found found{
             file,
@@ -171,13 +171,14 @@ class Ring {
         return std::filesystem::path(target).filename() == found.file;
     }
 
-    // False when another file stands there by now, which stays.
+    // False if another file has replaced it, which stays.
     bool RemoveOne(const Found& found) const {
         const std::string aside = ".forget-" + std::to_string(::getpid());
         const int fd = directory.Get();
         if (::renameat(fd, found.file.c_str(), fd, aside.c_str()) != 0) {
             if (errno == ENOENT) {
-                return true;  // the daemon renews its link just now, or has used the file up
+                return true;  // the daemon is just renewing its link, or has moved or removed the
+                              // file
             }
             Throw(path + found.file);
         }

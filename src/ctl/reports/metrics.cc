@@ -67,7 +67,7 @@ std::string ReasonOf(const std::string& unstructured) {
 std::optional<std::chrono::seconds> ValidForOf(const std::string& unstructured) {
     constexpr double kMost = 1e9;  // seconds: some thirty years
     if (unstructured.find("\"validFor\"") == std::string::npos) {
-        return std::nullopt;  // as mostly, so that nothing is parsed
+        return std::nullopt;  // most reports lack it, so nothing is parsed
     }
     const Json document = Json::parse(unstructured, nullptr, false);
     const auto number = document.is_object() ? NumberOf(document, "validFor") : std::nullopt;

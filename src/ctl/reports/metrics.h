@@ -25,8 +25,8 @@ std::vector<Metric> MetricsOf(const std::string& unstructured);
 // The report's reason for its state; empty if it has none.
 std::string ReasonOf(const std::string& unstructured);
 
-// How long the report says to be valid, in whole seconds: "validFor"; nothing when it does not say
-// so in a positive number.
+// The member "validFor", for how long the report is valid, in whole seconds; nothing unless it is a
+// positive number.
 std::optional<std::chrono::seconds> ValidForOf(const std::string& unstructured);
 
 // The shortest decimal text that reads back as this number, without an exponent.

@@ -1,6 +1,7 @@
-// Reports and the daemon's own numbers as OpenMetrics text (openmetrics.io, version 1.0.0), kept to
-// what the older text format of Prometheus has too, so that its textfile collector reads it: the
-// set of states is a gauge, and counters have no type. docs/metrics.md lists the names, which stay.
+// Writes reports and the daemon's counters as OpenMetrics text (openmetrics.io, version 1.0.0).
+// Uses only features of the older text format of Prometheus too, so that its textfile collector
+// reads it: the set of states is a gauge, and counters have no type. docs/metrics.md lists the
+// names, which never change.
 #pragma once
 
 #include "ctl/reports/state.h"

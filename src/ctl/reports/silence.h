@@ -1,4 +1,4 @@
-// Silences: reports whose trouble somebody is already working on, each for a time.
+// Silences: each marks the problem of one report as known, for a limited time.
 #pragma once
 
 #include <chrono>
@@ -17,11 +17,11 @@ struct Silence {
 // Below the host root.
 inline constexpr const char* kSilenceFile = "/var/lib/korvex/sentrel/silences.json";
 
-// Those that have not ended at `now`, in the order of the file; none when the file is missing.
-// Throws Failure when it cannot be read, or is not what WriteSilences writes.
+// The silences that have not ended at `now`, in the order of the file; none if it is missing.
+// Throws Failure if it cannot be read, or was not written by WriteSilences.
 std::vector<Silence> ReadSilences(std::chrono::system_clock::time_point now);
 
-// Replaces the file at once. The group of the report directory can read it. Throws Failure.
+// Replaces the file atomically. The group of the report directory can read it. Throws Failure.
 void WriteSilences(const std::vector<Silence>& silences);
 
 // "silenced until 14:00Z: TEXT"; with the date, unless that is the day of `now` in UTC.

@@ -68,7 +68,7 @@ Silence NewSilence(const Arguments& arguments, std::chrono::system_clock::time_p
     return {name, now + *duration, options.Value("--because")};
 }
 
-// Adds or ends the one that the arguments name.
+// Adds or ends the silence that the arguments name.
 void Change(const Arguments& arguments, std::chrono::system_clock::time_point now,
             std::vector<Silence>& silences) {
     const std::string& name = arguments.operands.front();

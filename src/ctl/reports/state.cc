@@ -60,7 +60,7 @@ bool IsExpired(const JudgedReport& judged) {
     return judged.validFor && judged.age && *judged.age > *judged.validFor;
 }
 
-// Why it is stale, and what it said last unless that was OK.
+// Why the report is stale, and its last state unless that was OK.
 std::string StaleReason(const JudgedReport& judged) {
     std::string reason;
     if (IsInFuture(judged)) {
@@ -77,8 +77,8 @@ std::string StaleReason(const JudgedReport& judged) {
     return reason + "; it said " + judged.report.status + (last.empty() ? "" : ": " + last);
 }
 
-// Whether a report of that age at `now` is overdue. While the daemon has not come round to the
-// plugin, what counts is how old the report was at the daemon's start.
+// Whether a report of that age at `now` is overdue. Until the daemon has run the plugin
+// for the first time, the report's age at the daemon's start counts.
 bool IsOverdue(const PluginPeriod& plugin, std::chrono::seconds age,
                std::chrono::system_clock::time_point now) {
     if (plugin.awaitedSince) {
@@ -87,7 +87,7 @@ bool IsOverdue(const PluginPeriod& plugin, std::chrono::seconds age,
     return age * 2 > plugin.period * 3;
 }
 
-// `plugin`: its own, or null.
+// `plugin` is the report's own, or null.
 JudgedReport Judge(StoredReport report, const PluginPeriod* plugin,
                    std::chrono::system_clock::time_point now) {
     JudgedReport judged;

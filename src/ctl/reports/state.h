@@ -38,7 +38,7 @@ ReportState RequireState(const std::string& option, const std::string& name);
 struct PluginPeriod {
     std::string name;
     std::chrono::seconds period;
-    // The start of the daemon that runs, as long as its first run of the plugin is still to come.
+    // The start of the running daemon, until that daemon first runs the plugin.
     std::optional<std::chrono::system_clock::time_point> awaitedSince = {};
 };
 
@@ -47,7 +47,7 @@ struct JudgedReport {
     ReportState state = ReportState::Unknown;
     std::optional<std::chrono::seconds> age = {};       // only if the report can be read
     std::optional<std::chrono::seconds> period = {};    // of its plugin
-    std::optional<std::chrono::seconds> validFor = {};  // that the report says of itself
+    std::optional<std::chrono::seconds> validFor = {};  // according to the report
     std::optional<Silence> silence = {};                // of a report that is not fine
 };
 
@@ -75,15 +75,15 @@ std::vector<PluginPeriod> ReadPluginPeriods();
 // name; the number of plugins if there is none.
 std::size_t FindMaker(const std::string& report, const std::vector<PluginPeriod>& plugins);
 
-// Sorted by name, with the plugins that have no report among them. A report older than one and a
-// half periods of its plugin is stale, unless the first run since the daemon's start is still to
-// come and it was fresh then; so is one that is older than it says to be valid for, or dated in the
-// future. A report that two plugins could have made is of the one with the longer name.
+// The reports and the plugins without a report, sorted by name. A report is stale if it is older
+// than one and a half periods of its plugin (unless it was fresh when the daemon started and the
+// plugin has not run since), older than its own "validFor", or dated in the future. A report that
+// two plugins could have posted belongs to the one with the longer name.
 std::vector<JudgedReport> JudgeReports(std::vector<StoredReport> reports,
                                        const std::vector<PluginPeriod>& plugins,
                                        std::chrono::system_clock::time_point now);
 
-// Gives each report that is not fine its silence. A note says when the silences cannot be read.
+// Sets the silence of each report that is not fine. Prints a note if they cannot be read.
 void AddSilences(std::vector<JudgedReport>& reports, std::chrono::system_clock::time_point now);
 
 // Reads and judges the reports of these names, or all.

@@ -35,7 +35,7 @@ std::string RandomHex() {
     return hex;
 }
 
-// In a time that does not depend on where they differ.
+// Compares in a time that does not depend on where they differ.
 bool IsSame(std::string_view one, std::string_view other) {
     return one.size() == other.size() && CRYPTO_memcmp(one.data(), other.data(), one.size()) == 0;
 }

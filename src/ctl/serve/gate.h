@@ -1,5 +1,5 @@
-// Who may see the live page: whoever has the secret of its URL, which the first request changes
-// into a cookie, in a browser that was not sent here by another site.
+// Decides who may see the live page: a browser that sends the secret of its URL, which the first
+// request exchanges for a cookie, and that no other site has sent here.
 #pragma once
 
 #include <string>
@@ -8,7 +8,7 @@
 
 namespace Ctl {
 
-// What of a request decides; each value of a field that was sent.
+// The parts of a request that decide. Fields may have been sent several times.
 struct Visit {
     std::string_view target;  // "/?secret=..."
     std::vector<std::string_view> hosts;
@@ -20,23 +20,23 @@ class Gate {
   public:
     enum class Verdict {
         Refused,
-        Enters,  // with the secret: is given the cookie and sent to "/"
+        Enters,  // has the secret: receives the cookie and is redirected to "/"
         Admitted
     };
 
-    // With a new secret. Throws Failure when the system gives no random bytes.
+    // Creates a new secret. Throws Failure if the system provides no random bytes.
     Gate();
 
     Verdict Judge(const Visit& visit) const;
 
-    // "/?secret=...": the target that enters.
+    // The target with the secret: "/?secret=...".
     std::string EntryTarget() const;
-    // The value of the Set-Cookie field that admits.
+    // The value of the Set-Cookie field; a browser that returns the cookie is admitted.
     std::string Cookie() const;
 
   private:
     std::string secret;
-    // Of this process: browsers send the cookies of a host to all of its ports.
+    // Unique to this process, since browsers send the cookies of a host to all of its ports.
     std::string cookieName;
 };
 

@@ -56,7 +56,7 @@ std::string LivePage::Notice() const {
 std::string LivePage::Policy() { return PagePolicy(kEvents); }
 
 std::string LivePage::Document() {
-    Renew();  // with the ages of now
+    Renew();  // with current ages
     for (ViewedReport& report : view.reports) {
         if (report.judged.age) {
             report.judged.age =

@@ -1,4 +1,4 @@
-// The page of a host that is watched, and what a browser that shows an older one is to change.
+// The page of a watched host, and the changes for a browser that shows an older version of it.
 #pragma once
 
 #include "ctl/watch/host_watch.h"
@@ -15,16 +15,16 @@ class LivePage {
 
     explicit LivePage(const HostWatch& watch);
 
-    // Renews the page after a look of the watch.
+    // Updates the page with changes that the watch found.
     void Take(const HostChanges& changes);
 
     Version Newest() const { return newest; }
-    // The whole document as it is now.
+    // The current document.
     std::string Document();
     // The Content-Security-Policy of the document.
     static std::string Policy();
-    // JSON, the changes since that version: {"sections": {ID: HTML}, "rows": {NAME: HTML}}, where
-    // empty HTML removes a row.
+    // The changes since that version, as JSON: {"sections": {ID: HTML}, "rows": {NAME: HTML}},
+    // where empty HTML removes a row.
     std::string UpdateSince(Version version) const;
 
   private:

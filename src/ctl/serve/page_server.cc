@@ -1,5 +1,5 @@
 // One thread: connections, the watch and the signals are events of one context. A connection is
-// answered once and closed, but that for events, which stays open until its reader leaves or is
+// answered once and closed, except one for events, which stays open until its reader leaves or is
 // too slow.
 #include "ctl/serve/page_server.h"
 
@@ -53,7 +53,7 @@ std::vector<std::string_view> ValuesOf(const Request& request, Http::field name)
     return values;
 }
 
-// Where the browser is: the version in its target, or that of the last event it got.
+// The browser's version of the page: the one in its target, or that of the last event it received.
 LivePage::Version VersionOf(const Request& request, std::string_view target) {
     const auto last = request.find("Last-Event-ID");
     const std::string_view text =
@@ -115,7 +115,7 @@ class PageServer::Connection : public std::enable_shared_from_this<Connection> {
                          });
     }
 
-    // What has changed since the last one is sent, when the last one has been.
+    // Sends the changes since the last event, once that has been sent.
     void SendUpdate() {
         if (isSending || sent == server.page.Newest()) {
             return;
@@ -187,7 +187,7 @@ class PageServer::Connection : public std::enable_shared_from_this<Connection> {
         Send(text.str());
     }
 
-    // A reader of events says no more; whatever comes is its end.
+    // A reader of events sends nothing more, so anything received means that it has left.
     void AwaitLeave() {
         stream.async_read_some(
             Net::buffer(unwanted),

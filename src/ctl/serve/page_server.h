@@ -12,14 +12,14 @@ namespace Ctl {
 
 class PageServer {
   public:
-    // Binds `address` (of loopback, without brackets); port 0 is any free one. Throws Failure when
-    // it cannot.
+    // Binds `address`, a loopback address without brackets; port 0 chooses a free one. Throws
+    // Failure.
     PageServer(const std::string& address, std::uint16_t port, HostWatch& watch);
     ~PageServer();
 
     // "http://127.0.0.1:40123/?secret=...".
     std::string Url() const;
-    // Until SIGINT, SIGTERM or SIGHUP.
+    // Serves until SIGINT, SIGTERM or SIGHUP arrives.
     void Run();
 
   private:

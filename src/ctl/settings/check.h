@@ -12,8 +12,8 @@ namespace Ctl {
 // Changes nothing.
 std::vector<Finding> CheckConfiguration();
 
-// The part of it that is said of the entry of one plugin; nothing when there is nothing. What is
-// said of the whole entry has the subject "plugin NAME", of a setting "NAME.KEY".
+// The findings about the entry of one plugin, if any. Findings about the whole entry have the
+// subject "plugin NAME", those about one setting "NAME.KEY".
 std::vector<Finding> CheckPluginSettings(const std::string& plugin);
 
 }  // namespace Ctl

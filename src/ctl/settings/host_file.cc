@@ -70,7 +70,8 @@ OrderedJson ReadInOrder(const std::string& path, Comments comments) {
         return OrderedJson::object();
     }
     try {
-        (void)Tabulon::ParseEntryText(path, *text);  // judges it; what follows does not fail then
+        (void)Tabulon::ParseEntryText(path,
+                                      *text);  // checks it, so that the following steps do not fail
     } catch (const Pellmar::Exception& exception) {
         throw Failure(Sys::HostPath(exception.WhatHappened()), exception.Advice());
     }

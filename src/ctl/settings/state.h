@@ -57,7 +57,7 @@ struct EntryState {
     std::vector<FileFault> faults;
     std::vector<SettingState> settings;  // in the catalogue's order
     std::vector<UnknownMember> unknown;
-    std::vector<RepeatedName> repeated;  // one a file at most
+    std::vector<RepeatedName> repeated;  // at most one per file
 };
 
 // The result refers to `entry`. Faults of the files do not throw.

@@ -1,4 +1,4 @@
-// The exception of a command that has no result: its fields, which main prints as one line.
+// The exception of a command that has no result. main prints its fields as one line.
 #pragma once
 
 #include "platform/pellmar/exceptions.h"

@@ -38,7 +38,7 @@ struct Line {
     std::string Subject() const { return PrintableText(Abridged(subjects, kMaxSubjects)); }
 };
 
-// The worst first, what was skipped after the notices.
+// Sorts the worst first, and skipped ones after the notices.
 std::vector<Line> LinesOf(std::span<const Finding> findings, Shown shown) {
     std::vector<Line> lines;
     for (const Finding& finding : findings) {

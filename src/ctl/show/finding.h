@@ -32,21 +32,22 @@ std::string_view NameOf(Severity severity);
 // The worst severity; Good if there are no findings.
 Severity WorstOf(std::span<const Finding> findings);
 
-// Removes the findings that follow from an error which is among them.
+// Removes each finding whose `followsFrom` is the subject of an error among them.
 void DropConsequences(std::vector<Finding>& findings);
 
 // Which findings people are shown.
 enum class Shown { All, AllButGood };
 
-// For people: the worst first, a line each, the same finding of several subjects once, the remedy
-// on a line of its own. Then how many are good, where these are not shown, and last a line with the
-// counts, which also tells what was skipped.
+// Writes the findings for people: the worst first, one line each, a finding that several subjects
+// share only once, its remedy on a line of its own; then the number of good ones if these are not
+// shown, and a last line with the counts, including what was skipped.
 void WriteFindings(std::span<const Finding> findings, Shown shown, std::ostream& output);
 
-// For programs: {"worst": "warning", "findings": [{"severity", "subject", "text", "remedy"}]}.
+// Writes them for programs: {"worst": "warning", "findings": [{"severity", "subject", "text",
+// "remedy"}]}.
 void WriteFindingsJson(std::span<const Finding> findings, std::ostream& output);
 
-// Writes them in one of the two ways; gives the exit status: 1 when one is an Error, else 0.
+// Writes them as JSON or for people. Returns the exit status: 1 if one is an Error, else 0.
 int TellFindings(std::span<const Finding> findings, bool asJson, std::ostream& output,
                  Shown shown = Shown::All);
 

@@ -13,8 +13,8 @@ namespace Ctl {
 // unsafe on a terminal are escaped.
 void WriteJson(const nlohmann::ordered_json& document, std::ostream& output);
 
-// How a command with --json fails: {"error": {"message", "advice", "code"}}, in one line; `code` is
-// the exit status.
+// Writes the failure of a command with --json: {"error": {"message", "advice", "code"}}, in one
+// line; `code` is the exit status.
 void WriteFailureJson(const std::exception& failure, int code, std::ostream& output);
 
 // The text of a member; empty if it is missing, is not a text, or `object` is not an object.

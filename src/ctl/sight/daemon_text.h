@@ -1,4 +1,4 @@
-// The daemon in a line, and the host in a word.
+// Texts for people: the state of the daemon in one line, and the name of the host.
 #pragma once
 
 #include "ctl/host/host.h"

@@ -135,7 +135,7 @@ std::string RemarkOn(const ViewedReport& report, std::chrono::system_clock::time
 }
 
 std::string CountsText(const std::vector<ViewedReport>& reports) {
-    // by rank; the silenced ones stand behind what needs somebody
+    // by rank; silenced reports come after those that need attention
     std::map<std::pair<int, bool>, std::pair<std::size_t, std::string_view>> counts;
     for (const ViewedReport& report : reports) {
         const bool isSilenced = report.judged.silence.has_value();

@@ -46,7 +46,7 @@ void SortByUrgency(std::vector<JudgedReport>& reports);
 // ReadJudgedReports throws.
 HostView ViewReports(const Host& host, const std::vector<std::string>& names);
 
-// The same of reports and plugins that were read before.
+// Like ViewReports, for reports and plugins that were read before.
 HostView ViewStored(const Host& host, std::vector<StoredReport> reports,
                     const PluginSurvey& survey);
 
@@ -57,10 +57,10 @@ HostView ViewHost(const Host& host);
 // Adds the stored reports of each name, if the report directory can be read.
 void AddStoredReports(const Host& host, HostView& view);
 
-// Adds what doctor finds, the worst first.
+// Adds the findings of doctor, the worst first.
 void AddFindings(const Host& host, HostView& view);
 
-// What a line of a table says of the report: until when it is silenced and why, and its reason.
+// The remark in a report's row of a table: until when it is silenced and why, and its reason.
 std::string RemarkOn(const ViewedReport& report, std::chrono::system_clock::time_point now);
 
 // "1 ERROR, 1 STALE, 1 silenced, 9 OK": how many are in each state, the worst first, without those

@@ -33,7 +33,7 @@ constexpr std::array<Option, 5> kOptions = {
 
 bool IsWell(const ViewedReport& report) { return IsFine(report.judged); }
 
-// Nobody has to be told of it.
+// Whether the report needs no attention.
 bool IsQuiet(const ViewedReport& report) { return IsWell(report) || report.judged.silence; }
 
 // "11: 1 ERROR, 10 OK", "11, all OK", or why the reports cannot be read.

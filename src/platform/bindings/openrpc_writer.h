@@ -10,7 +10,7 @@
 namespace Quon::Bindings {
 
 // Returns the document as indented text: a method for each operation, a schema for each structure
-// and enumeration, an error for each one that an operation documents. Members of its own hold what
+// and enumeration, an error for each one that an operation documents. Extension members hold what
 // OpenRPC cannot express:
 //
 //   "x-authentication"   of a method: the security schemes, one of which is enough

@@ -1,5 +1,5 @@
-// Detects whether the client of a loopback connection still exists. The end of its stream does not
-// tell: a client may shut down its sending side after the request and wait for the response.
+// Detects whether the client of a loopback connection still exists. The end of its stream proves
+// nothing: a client may shut down its sending side after the request and wait for the response.
 #pragma once
 
 namespace Quon::Transport::PicoHttp {

@@ -160,7 +160,7 @@ bool AwaitUnshared(const std::atomic<std::uint32_t>& isShared, std::chrono::nano
         const timespec timeout{left / std::chrono::seconds(1),
                                (left % std::chrono::seconds(1)).count()};
         (void)::syscall(SYS_futex, &isShared, FUTEX_WAIT, 1, &timeout, nullptr,
-                        0);  // looked at above
+                        0);  // checked above
     }
     return true;
 }
