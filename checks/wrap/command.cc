@@ -50,6 +50,7 @@ Pipe MakePipe() {
 
 std::vector<char*> Pointers(std::vector<std::string>& texts) {
     std::vector<char*> pointers;
+    pointers.reserve(texts.size() + 1);
     for (std::string& text : texts) {
         pointers.push_back(text.data());
     }
@@ -138,8 +139,10 @@ CommandResult RunCommand(const std::vector<std::string>& command,
     const auto deadline = steady_clock::now() + timeLimit;
     std::vector<std::string> arguments = command;
     std::vector<std::string> variables;
+    variables.reserve(environment.size());
     for (const auto& [name, value] : environment) {
-        variables.push_back(name + "=" + value);
+        variables.push_back(name);
+        variables.back().append("=").append(value);
     }
     const std::vector<char*> argumentPointers = Pointers(arguments);
     const std::vector<char*> variablePointers = Pointers(variables);

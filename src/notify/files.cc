@@ -43,6 +43,16 @@ std::int64_t Number(const std::string& path, const std::string& key, const json&
     return value.get<std::int64_t>();
 }
 
+Ctl::Failure UnknownSetting(const std::string& path, const std::string& key) {
+    return {"unknown setting \"" + key + "\" in " + path,
+            "use settle_time_in_secs, hook_timeout_in_secs or max_notices_per_minute"};
+}
+
+Ctl::Failure InvalidMember(const std::string& path, const std::string& name) {
+    return {"cannot read " + path + ": invalid member \"" + name + "\"",
+            "remove the file; everything that is not OK is told again"};
+}
+
 }  // namespace
 
 Settings ReadSettings(const std::string& path) {
@@ -56,9 +66,7 @@ Settings ReadSettings(const std::string& path) {
         } else if (key == "max_notices_per_minute") {
             settings.maxPerMinute = static_cast<int>(Number(path, key, value, 1, 600));
         } else {
-            throw Ctl::Failure("unknown setting \"" + key + "\" in " + path,
-                               "use settle_time_in_secs, hook_timeout_in_secs or "
-                               "max_notices_per_minute");
+            throw UnknownSetting(path, key);
         }
     }
     return settings;
@@ -71,8 +79,7 @@ std::map<std::string, Told> ReadTold(const std::string& path) {
         const std::optional<Ctl::ReportState> state =
             value.is_object() ? Ctl::ParseState(value.value("state", "")) : std::nullopt;
         if (!state) {
-            throw Ctl::Failure("cannot read " + path + ": invalid member \"" + name + "\"",
-                               "remove the file; everything that is not OK is told again");
+            throw InvalidMember(path, name);
         }
         told.emplace(name, Told{*state, value.value("flapping", false)});
     }

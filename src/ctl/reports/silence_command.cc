@@ -41,6 +41,7 @@ void WarnOfUnknown(const GivenOptions& options, const std::string& name) {
         const std::vector<JudgedReport> reports = ReadJudgedReports(host, {});
         if (!MissingNames(reports, {name}).empty()) {
             std::vector<std::string> known;
+            known.reserve(reports.size());
             for (const JudgedReport& report : reports) {
                 known.push_back(report.report.name);
             }
@@ -79,6 +80,7 @@ void Change(const Arguments& arguments, std::chrono::system_clock::time_point no
         silences.push_back(NewSilence(arguments, now));
     } else if (removed == 0) {
         std::vector<std::string> known;
+        known.reserve(silences.size());
         for (const Silence& silence : silences) {
             known.push_back(silence.name);
         }

@@ -115,7 +115,7 @@ void LiveList::DrawRows(TerminalScreen& screen) {
     (void)screen.Put(1, ageEnd + kGap + trend, kStateWidth, "STATE", head);
     (void)screen.Put(1, ageEnd + kGap + trend + kStateWidth + kGap, INT_MAX, "REASON", head);
     for (int line = 0; line < page && top + line < static_cast<int>(rows.size()); ++line) {
-        DrawRow(screen, kHeadLines + line, nameWidth, *rows[static_cast<std::size_t>(top + line)]);
+        DrawRow(screen, kHeadLines + line, nameWidth, *rows.begin()[top + line]);
     }
     if (rows.empty()) {
         (void)screen.Put(kHeadLines, kMarkWidth, INT_MAX,
@@ -164,7 +164,7 @@ void LiveList::DrawReport(TerminalScreen& screen) {
     top = std::clamp(top, 0, std::max(static_cast<int>(lines.size()) - page, 0));
     for (int line = 0; line < page && top + line < static_cast<int>(lines.size()); ++line) {
         int column = 0;
-        for (const PaintedPart& part : lines[static_cast<std::size_t>(top + line)]) {
+        for (const PaintedPart& part : lines.begin()[top + line]) {
             column +=
                 screen.Put(kHeadLines + line, column, INT_MAX, part.text, {.colour = part.colour});
         }

@@ -29,13 +29,13 @@ class ScreenSignals {
         for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGWINCH}) {
             (void)::sigaddset(&taken, signal);
         }
-        (void)::sigprocmask(SIG_BLOCK, &taken, &before);
+        (void)::pthread_sigmask(SIG_BLOCK, &taken, &before);
         descriptor.Reset(::signalfd(-1, &taken, SFD_CLOEXEC | SFD_NONBLOCK));
         if (!descriptor.IsOpen()) {
             throw Failure("cannot wait for signals", errno);
         }
     }
-    ~ScreenSignals() { (void)::sigprocmask(SIG_SETMASK, &before, nullptr); }
+    ~ScreenSignals() { (void)::pthread_sigmask(SIG_SETMASK, &before, nullptr); }
     ScreenSignals(const ScreenSignals&) = delete;
     ScreenSignals& operator=(const ScreenSignals&) = delete;
 
@@ -54,8 +54,8 @@ class ScreenSignals {
 };
 
 int MillisecondsToNextSecond() {
-    using namespace std::chrono;
-    const auto now = duration_cast<milliseconds>(system_clock::now().time_since_epoch());
+    const auto now = std::chrono::duration_cast<std::chrono::milliseconds>(
+        std::chrono::system_clock::now().time_since_epoch());
     return 1000 - static_cast<int>(now.count() % 1000);
 }
 

@@ -58,6 +58,7 @@ std::wstring WideText(std::string_view text) {
         const std::size_t length = std::max<std::size_t>(Sys::Utf8LengthAt(text, 0), 1);
         std::mbstate_t state{};
         wchar_t character = 0;
+        // NOLINTNEXTLINE(concurrency-mt-unsafe): it is safe with a state of its own
         const std::size_t used = std::mbrtowc(&character, text.data(), length, &state);
         wide += used <= length && ::wcwidth(character) >= 0 ? character : L'?';
         text.remove_prefix(length);
@@ -185,6 +186,7 @@ KeyPress TerminalScreen::ReadKey() {
         }
         std::array<char, MB_LEN_MAX> bytes{};
         std::mbstate_t state{};
+        // NOLINTNEXTLINE(concurrency-mt-unsafe): it is safe with a state of its own
         const std::size_t length = std::wcrtomb(bytes.data(), static_cast<wchar_t>(code), &state);
         return {Key::Character, std::string(bytes.data(), length <= bytes.size() ? length : 0)};
     }

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstddef>
 #include <string_view>
 
@@ -58,7 +59,7 @@ std::string Trends::TextOf(const std::string& report) const {
     std::string text;
     for (const double value : values) {
         const double part = *most > *least ? (value - *least) / (*most - *least) : 0;
-        text += kLevels[static_cast<std::size_t>(part * (kLevels.size() - 1) + 0.5)];
+        text += kLevels[static_cast<std::size_t>(std::lround(part * (kLevels.size() - 1)))];
     }
     return text;
 }
