@@ -1,14 +1,14 @@
 #!/usr/bin/env bash
 # What `sentrelctl metrics` prints of reports that are hard on a text format passes the judgement of Prometheus itself:
 # syntax and lint by promtool, which does not look for a series that is told twice. So do the rules that are shipped, with
-# their unit tests. Usage: promtool_test.sh SENTRELCTL FOLDER, where promtool is below FOLDER or in PATH. Ends with 77, which
-# counts as skipped, where it is not.
+# their unit tests. Usage: promtool_test.sh SENTRELCTL BUILD, where promtool and amtool are below BUILD or in PATH. Ends
+# with 77, which counts as skipped, where they are not.
 set -euo pipefail
 
 readonly tool=$1
-export PATH=$PATH:$2/usr/bin
-if ! command -v promtool >/dev/null; then
-    echo 'There is no promtool; ./dev test --all fetches it.' >&2
+export PATH=$PATH:$2/promtool/usr/bin:$2/amtool/usr/bin
+if ! command -v promtool amtool >/dev/null; then
+    echo 'promtool or amtool is missing; ./dev test --all fetches them.' >&2
     exit 77
 fi
 folder=$(mktemp -d "${TMPDIR:-/tmp}/sentrel-promtool-XXXXXX")
@@ -48,6 +48,7 @@ twice=$(sed 's/ [^ ]*$//' "$folder/text" | sort | uniq -d)
 count=$(grep -a -c '^sentrel_report_metric{' "$folder/text")
 [[ $count == 11 ]] || fail "there are $count numbers, not 11"
 
-cd "$(dirname "$0")/../../prometheus"
+cd "$(dirname "$0")"
 promtool check rules ../../dist/prometheus/sentrel.rules.yml || fail 'promtool refuses the rules'
 promtool test rules rules_test.yml || fail 'a unit test of the rules fails'
+amtool check-config ../../dist/prometheus/alertmanager.yml || fail 'amtool refuses the example'
