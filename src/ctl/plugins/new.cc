@@ -73,8 +73,7 @@ std::string_view TemplateFor(const std::string& language) {
 }
 
 void CheckFrequency(const std::string& frequency) {
-    if (std::find(Sentrel::kQueueNames.begin(), Sentrel::kQueueNames.end(), frequency) ==
-        Sentrel::kQueueNames.end()) {
+    if (std::ranges::find(Sentrel::kQueueNames, frequency) == Sentrel::kQueueNames.end()) {
         throw UsageError("unknown queue \"" + frequency + "\" for --frequency",
                          "choose fast, medium or slow");
     }
@@ -221,6 +220,9 @@ void WriteAdvice(const NewPlugin& plugin, const std::vector<NewFile>& files, std
         output << "Created " << file.path << '\n';
     }
     output << "\nNext:\n";
+    if (plugin.language == "python") {
+        output << "  apt install python3-sentrel\n";
+    }
     std::string built = files.front().path;
     if (plugin.IsCpp()) {
         built = built.substr(0, built.size() - 3);  // without ".cc"

@@ -161,6 +161,7 @@ TEST_F(PluginCommands, CheckFollowsLinksAndReadsReports) {
 
 TEST_F(PluginCommands, NewPluginsWorkAsTheyAre) {
     StartDaemon();
+    fs::copy(SENTREL_PYTHON_LIBRARY, host.Base() + "sentrel.py");  // as if it were installed
     for (const std::string language : {"sh", "python", "cpp"}) {
         const std::string name = "new." + language;
         const std::string program = host.Base() + name;
