@@ -44,13 +44,13 @@ std::int64_t Number(const std::string& path, const std::string& key, const json&
 }
 
 Ctl::Failure UnknownSetting(const std::string& path, const std::string& key) {
-    return {"unknown setting \"" + key + "\" in " + path,
-            "use settle_time_in_secs, hook_timeout_in_secs or max_notices_per_minute"};
+    return Ctl::Failure("unknown setting \"" + key + "\" in " + path,
+                        "use settle_time_in_secs, hook_timeout_in_secs or max_notices_per_minute");
 }
 
 Ctl::Failure InvalidMember(const std::string& path, const std::string& name) {
-    return {"cannot read " + path + ": invalid member \"" + name + "\"",
-            "remove the file; everything that is not OK is told again"};
+    return Ctl::Failure("cannot read " + path + ": invalid member \"" + name + "\"",
+                        "remove the file; everything that is not OK is told again");
 }
 
 }  // namespace

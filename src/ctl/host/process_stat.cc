@@ -4,6 +4,9 @@
 
 #include <algorithm>
 #include <charconv>
+#include <filesystem>
+#include <system_error>
+#include <utility>
 
 #include <time.h>
 #include <unistd.h>
@@ -64,6 +67,23 @@ std::optional<ProcessStat> ReadProcessStat(pid_t pid) {
     static const long sTicksPerSecond = ::sysconf(_SC_CLK_TCK);
     return ParseProcessStat(Sys::ReadProcFile("/proc/" + std::to_string(pid) + "/stat"),
                             sTicksPerSecond);
+}
+
+std::map<pid_t, ProcessStat> ReadAllProcesses() {
+    std::map<pid_t, ProcessStat> all;
+    std::error_code error;  // without /proc none are found
+    for (const auto& entry : std::filesystem::directory_iterator("/proc", error)) {
+        const std::string name = entry.path().filename();
+        pid_t pid = 0;
+        const auto [stop, problem] = std::from_chars(name.data(), name.data() + name.size(), pid);
+        if (problem != std::errc{} || stop != name.data() + name.size()) {
+            continue;
+        }
+        if (std::optional<ProcessStat> stat = ReadProcessStat(pid)) {
+            all.emplace(pid, std::move(*stat));
+        }
+    }
+    return all;
 }
 
 std::chrono::milliseconds AgeOf(const ProcessStat& process) { return Uptime() - process.uptime; }

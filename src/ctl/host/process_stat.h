@@ -1,7 +1,8 @@
-// One process as /proc shows it: its name, its parent, its start.
+// Processes as /proc shows it: name, parent, start.
 #pragma once
 
 #include <chrono>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -20,6 +21,9 @@ struct ProcessStat {
 
 // Reads a running process or a zombie; nothing if there is none with that number.
 std::optional<ProcessStat> ReadProcessStat(pid_t pid);
+
+// Reads every process that this user may see; none without /proc.
+std::map<pid_t, ProcessStat> ReadAllProcesses();
 
 // Parses the text of /proc/PID/stat (proc(5)), whose times are in ticks of 1/`ticksPerSecond` s;
 // nothing if it is invalid.

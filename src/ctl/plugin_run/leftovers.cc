@@ -3,13 +3,10 @@
 #include "ctl/host/process_stat.h"
 
 #include <algorithm>
-#include <charconv>
 #include <chrono>
 #include <csignal>
-#include <filesystem>
 #include <map>
 #include <string>
-#include <system_error>
 #include <utility>
 
 #include <poll.h>
@@ -38,23 +35,6 @@ Descendant Hold(pid_t pid) {
         held.stat = *stat;
     }
     return held;
-}
-
-std::map<pid_t, ProcessStat> ReadAllProcesses() {
-    std::map<pid_t, ProcessStat> all;
-    std::error_code error;  // without /proc none are found
-    for (const auto& entry : std::filesystem::directory_iterator("/proc", error)) {
-        const std::string name = entry.path().filename();
-        pid_t pid = 0;
-        const auto [stop, problem] = std::from_chars(name.data(), name.data() + name.size(), pid);
-        if (problem != std::errc{} || stop != name.data() + name.size()) {
-            continue;
-        }
-        if (std::optional<ProcessStat> stat = ReadProcessStat(pid)) {
-            all.emplace(pid, std::move(*stat));
-        }
-    }
-    return all;
 }
 
 // Whether this process is an ancestor of `process`.

@@ -102,6 +102,9 @@ TEST_F(DoctorCommand, TellsEachFaultOfABrokenHost) {
     const std::string timers = host.Root() + "/etc/systemd/system/timers.target.wants";
     std::filesystem::create_directories(timers);
     std::filesystem::create_symlink("nowhere", timers + "/sentrel-metrics.timer");
+    std::filesystem::create_directories(host.Root() + "/etc/default");
+    WriteFile(host.Root() + "/etc/default/sentrel-metrics",
+              "SENTREL_TEXTFILE_DIRECTORY=\"/srv/textfiles\"\n");
     std::filesystem::permissions(reports, std::filesystem::perms::all);
     host.WriteStoreEntry("ghost", R"({"enabled": true, "frequency": "fast", "log_level": "info"})");
     std::filesystem::create_symlink("nowhere", plugins + "/ghost");
@@ -121,7 +124,7 @@ TEST_F(DoctorCommand, TellsEachFaultOfABrokenHost) {
     const struct {
         const char* severity;
         const char* subject;
-        const char* text;
+        std::string text;
     } rows[] = {
         {"warning", "changes", "sentrel.json"},
         {"error", "plugin ghost", "is a link to nowhere, which is missing"},
@@ -132,7 +135,7 @@ TEST_F(DoctorCommand, TellsEachFaultOfABrokenHost) {
         {"notice", "report directory", "no files of reports: stray"},
         {"warning", "report directory",
          "stored without a link, so these reports are not served: l"},
-        {"warning", "metrics", "sentrel-metrics.timer is enabled, but writes nothing: "},
+        {"warning", "metrics", "writes nothing: " + host.Root() + "/srv/textfiles is missing"},
         {"error", "reports",
          "1 INVALID (they cannot be read, and full listings leave them out): b"},
         {"warning", "times of reports", "without a zone"},

@@ -180,6 +180,12 @@ def metrics_are_written_when_the_timer_is_on():
     METRICS.mkdir(parents=True)
     run("systemctl", "enable", "--now", "sentrel-metrics.timer")
     until((METRICS / "sentrel.prom").exists, "the file of the metrics")
+    settings = pathlib.Path("/etc/default/sentrel-metrics")
+    settings.write_text("SENTREL_TEXTFILE_DIRECTORY=/srv\n")
+    run("systemctl", "start", "sentrel-metrics.service")
+    expect(pathlib.Path("/srv/sentrel.prom").exists(), "the setting of the directory has no effect")
+    settings.unlink()
+    pathlib.Path("/srv/sentrel.prom").unlink()
 
 
 def reinstall_keeps_everything():
