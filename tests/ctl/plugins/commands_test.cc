@@ -161,7 +161,6 @@ TEST_F(PluginCommands, CheckFollowsLinksAndReadsReports) {
 
 TEST_F(PluginCommands, NewPluginsWorkAsTheyAre) {
     StartDaemon();
-    fs::copy(SENTREL_PYTHON_LIBRARY, host.Base() + "sentrel.py");  // as if it were installed
     for (const std::string language : {"sh", "python", "cpp"}) {
         const std::string name = "new." + language;
         const std::string program = host.Base() + name;
@@ -179,6 +178,8 @@ TEST_F(PluginCommands, NewPluginsWorkAsTheyAre) {
         }
         EXPECT_EQ(Run({"plugin", "check", program}).status, 0);
         const PluginHost plugin(program, name);
+        fs::copy(SENTREL_PYTHON_LIBRARY,  // as if it were installed
+                 fs::path(plugin.Executable()).replace_filename("sentrel.py"));
         PluginProcess run(plugin, plugin.CommandLine(9996));
         EXPECT_EQ(run.WaitForEnd(), 0);
         EXPECT_EQ(run.StandardError(), "");
