@@ -22,6 +22,8 @@
 #include <utility>
 #include <vector>
 
+#include <sys/socket.h>
+
 namespace {
 
 using namespace std::chrono_literals;
@@ -72,6 +74,10 @@ class RunningService {
         Test::EnterNetworkNamespace();
         const auto socket = Pellmar::System::SystemFactory::CreateServerSocket();
         socket->BindAndListen("127.0.0.1", Test::kIntakePort);
+        const int least = 1;  // so that few answers fill what a client does not read; inherited
+        for (const int listener : socket->GetDescriptors()) {
+            (void)::setsockopt(listener, SOL_SOCKET, SO_SNDBUF, &least, sizeof(least));
+        }
         service = CreateHttpSvc(socket, Logger::CreateLogger(Logger::sDefaultLogger, "Http"),
                                 Pellmar::Http::GetDefaultResponseHeadersDefinitions(), times);
         service->SetHandler(MakeRef<Handler>(std::move(onPost)));
@@ -160,6 +166,29 @@ TEST(HttpService, CutsAClientThatTakesNoAnswers) {
     RawConnection other;
     ASSERT_TRUE(other.Send(kEmptyPost));
     EXPECT_EQ(other.ReadResponse()->status, 200);
+}
+
+// Nobody is cut for its own slowness here: the one too many goes at once, the others stay.
+TEST(HttpService, WaitsForABoundedNumberOfClientsThatTakeNoAnswers) {
+    const CapturedLog log;
+    const RunningService running(ReadAndAnswer, {.send = 1h});
+    std::string many;
+    for (int count = 0; count < 5000; ++count) {
+        many += kEmptyPost;
+    }
+    std::deque<RawConnection> clients(Pellmar::Http::kMaxWaitingSends + 1);
+    for (RawConnection& client : clients) {
+        (void)client.Send(many);
+    }
+    const char* const kCut = "POST /cpu failed: cannot send the response to /cpu";
+    ASSERT_TRUE(log.WaitFor(kCut));
+    RawConnection other;
+    ASSERT_TRUE(other.Send(kEmptyPost));
+    EXPECT_EQ(other.ReadResponse()->status, 200);
+    EXPECT_EQ(log.Count(kCut), 1U);
+    for (RawConnection& client : clients) {
+        client.Reset();
+    }
 }
 
 // Unfinished posts on connections of their own, handed to the handler as far as there are places.
