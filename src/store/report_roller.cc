@@ -75,20 +75,25 @@ bool ReportRoller::OpenTemporaryReport(Ref<FileWriter>& writer, Ref<File>& file)
 }
 
 void ReportRoller::Rotate(const Ref<File>& temporaryFile) {
-    if (!temporaryFile->Exists()) {
-        LogInternal(logger, 3, "File object not present: %1", temporaryFile->ToString());
-        return;
-    }
     const std::string_view storedName = temporaryFile->GetName().substr(1);  // without the dot
     const std::string storedPath = std::string(baseDirectory).append(storedName);
     const Ref<File> storedFile = temporaryFile->Rename(storedPath);
     if (!storedFile) {
-        LogInternal(logger, 3, {.report = reportName}, "Failed to rename the file to %1",
-                    storedPath);
+        LogFailedRename(*temporaryFile, storedPath);
         return;
     }
     RenewLink(*storedFile);
     LogInternal(logger, 7, "Rotated filename: %1", storedFile->GetName());
+}
+
+// Checks whether the file exists only now, since the rename of a missing one changes nothing.
+void ReportRoller::LogFailedRename(const File& temporaryFile, const std::string& storedPath) const {
+    if (temporaryFile.Exists()) {
+        LogInternal(logger, 3, {.report = reportName}, "Failed to rename the file to %1",
+                    storedPath);
+    } else {
+        LogInternal(logger, 3, "File object not present: %1", temporaryFile.ToString());
+    }
 }
 
 void ReportRoller::RenewLink(const File& storedFile) const {

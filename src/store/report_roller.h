@@ -48,6 +48,8 @@ class ReportRoller : public Pellmar::ObjectImpl {
     std::int32_t NextIndex();
     void FindHighestIndex();
     void FindHighestListedIndex();
+    void LogFailedRename(const Pellmar::System::File& temporaryFile,
+                         const std::string& storedPath) const;
     void RenewLink(const Pellmar::System::File& storedFile) const;
 
     const std::string baseDirectory;

@@ -181,8 +181,10 @@ std::vector<Ref<File>> File::List(int limit) const {
 Ref<File> File::Rename(const std::string& newPath) const {
     if (::renameat(AT_FDCWD, path.c_str(), AT_FDCWD, newPath.c_str()) != 0) {
         const int error = errno;
-        Service::LogInternal(Service::Logger::sDefaultLogger, 3, "Cannot rename %1 to %2: %3", path,
-                             newPath, ReasonOf(error));
+        if (Exists()) {
+            Service::LogInternal(Service::Logger::sDefaultLogger, 3, "Cannot rename %1 to %2: %3",
+                                 path, newPath, ReasonOf(error));
+        }
         return {};
     }
     return MakeRef<File>(newPath);

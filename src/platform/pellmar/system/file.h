@@ -31,8 +31,8 @@ class File : public ObjectImpl {
     // the first `limit` ones, or all for -1. Throws IOException when the directory cannot be opened
     // or read.
     std::vector<Ref<File>> List(int limit) const;
-    // Moves the file, replacing the one at `newPath`. On failure logs the reason at level 3 and
-    // returns an empty reference.
+    // Moves the file, replacing the one at `newPath`. On failure returns an empty reference and, if
+    // the file exists, logs the reason at level 3.
     Ref<File> Rename(const std::string& newPath) const;
     // Creates a link at `linkPath` whose target is this path as it is written. Never throws: logs a
     // failure (including EEXIST) at level 3 on the default logger. `flag` is 1.

@@ -106,10 +106,8 @@ TEST_F(FileTest, GivesNoHandleAndTheReasonWhenARenameFails) {
     EXPECT_FALSE(At("file")->Rename(In("folder")));
     EXPECT_TRUE(At("file")->Exists());
     EXPECT_THAT(log.Lines(),
-                ElementsAre("3 sentrel: Cannot rename " + In("missing") + " to " + In("other") +
-                                ": No such file or directory; create the missing directory",
-                            "3 sentrel: Cannot rename " + In("file") + " to " + In("folder") +
-                                ": Is a directory; remove the file or directory there"));
+                ElementsAre("3 sentrel: Cannot rename " + In("file") + " to " + In("folder") +
+                            ": Is a directory; remove the file or directory there"));
 }
 
 TEST_F(FileTest, WritesPiecesOfAnySize) {
