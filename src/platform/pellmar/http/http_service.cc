@@ -27,6 +27,9 @@ constexpr std::size_t kMinRunners = 2;
 constexpr std::size_t kMaxRunners = 8;
 // The maximum number of events from one wait.
 constexpr int kMaxReadyEvents = 16;
+// How many ready events one runner handles alone: waking another one and sharing the lock of the
+// report directory with it costs more time than it saves.
+constexpr int kEventsOfOneRunner = 8;
 
 // The service for which this thread is a runner.
 thread_local ServiceImpl* tRunnerOf = nullptr;
@@ -177,7 +180,7 @@ bool ServiceImpl::NextEvent(std::uint64_t& event) {
             // A copy: epoll_event is packed, so a reference into it may be misaligned.
             readyEvents.push_back(std::uint64_t{ready[static_cast<std::size_t>(index)].data.u64});
         }
-        if (count > 1 && runners < maxRunners) {
+        if (count > kEventsOfOneRunner && runners < maxRunners) {
             ++runners;
             held.Unlock();
             StartRunner();
