@@ -30,22 +30,17 @@ using testing::ElementsAre;
 
 constexpr std::size_t kChunk = 512;
 
-// Delivers `bytes` in reads of at most `readSize`, then ends, or breaks off.
+// Delivers `bytes` in reads of at most `readSize`.
 class ScriptedRequest : public Pellmar::Http::Request, public Pellmar::ObjectImpl {
   public:
-    enum class Ending { Proper, BreaksOff };
-
-    ScriptedRequest(std::string bytes, std::size_t readSize, Ending ending = Ending::Proper)
-        : bytes(std::move(bytes)), readSize(readSize), ending(ending) {}
+    ScriptedRequest(std::string bytes, std::size_t readSize)
+        : bytes(std::move(bytes)), readSize(readSize) {}
 
     const std::string& GetContentType() const override { return contentType; }
     const std::string& GetUrl() const override { return url; }
     bool GetContentLength(std::int64_t&) const override { return false; }
     int ReadBody(char* buffer, std::size_t size) override {
         if (position == bytes.size()) {
-            if (ending == Ending::BreaksOff) {
-                throw Pellmar::IOException("the body broke off");
-            }
             return -1;
         }
         const std::size_t count = std::min({size, readSize, bytes.size() - position});
@@ -57,7 +52,6 @@ class ScriptedRequest : public Pellmar::Http::Request, public Pellmar::ObjectImp
   private:
     const std::string bytes;
     const std::size_t readSize;
-    const Ending ending;
     std::size_t position = 0;
     const std::string contentType = "application/json";
     const std::string url = "/cpu";
