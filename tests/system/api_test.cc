@@ -110,6 +110,7 @@ class Api : public ::Test::Scenario {
 
 TEST_F(Api, ListsAndGetsWhatWasPosted) {
     Start();
+    EXPECT_THAT(api.Call(kListMethod, "{}", token)["result"]["reports"], SizeIs(0));
     HttpClient plugin;
     for (const char* name : {"cpu", "disk.sda", "cpu"}) {
         ASSERT_EQ(plugin.Post(std::string("/") + name, ReportDocument(name, 3)), 200);
@@ -119,6 +120,7 @@ TEST_F(Api, ListsAndGetsWhatWasPosted) {
     for (const json& report : brief["result"]["reports"]) {
         EXPECT_EQ(report.size(), 2U) << report;
         EXPECT_THAT(report["time"].get<std::string>(), testing::EndsWith(".000Z"));
+        EXPECT_NE(report["time"], "2024-05-06T07:08:09.000Z") << "not of the file";
     }
     const json full =
         api.Call(kListMethod, R"({"detail":"FULL","filter":{"names":["CPU","none"]}})", token);
@@ -129,6 +131,12 @@ TEST_F(Api, ListsAndGetsWhatWasPosted) {
     summary["name"] = "cpu";
     EXPECT_EQ(full, (json{{"jsonrpc", "2.0"}, {"id", 7}, {"result", {{"reports", {summary}}}}}));
     EXPECT_EQ(api.Call(kListMethod, R"({"filter":null,"detail":"full"})", token), brief);
+    EXPECT_THAT(
+        api.Call(kListMethod, R"({"filter":{"names":["CPU"]}})", token)["result"]["reports"],
+        SizeIs(1));
+    EXPECT_THAT(api.Call(kListMethod, R"({"filter":{"names":[]},"detail":"FULL"})",
+                         token)["result"]["reports"],
+                SizeIs(2));
     EXPECT_EQ(api.Call(kGetMethod, R"({"name":"disk.sda"})", token)["result"], info);
     EXPECT_EQ(api.Call(kGetMethod, R"({"name":"memory"})", token)["error"]["data"]["errorType"],
               "NOT_FOUND");

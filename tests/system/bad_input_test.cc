@@ -159,11 +159,15 @@ TEST_F(BadInput, WritesEveryMessageOnOneLine) {
     }
 }
 
-TEST_F(BadInput, ServesAGoodPostAmongThousandsOfSilentConnections) {
+TEST_F(BadInput, KeepsClientsThatPostAmongThousandsOfSilentConnections) {
     DaemonOptions options = Options();
     options.preparation = "ulimit -n 1024";
     Start(options);
+    HttpClient kept;
+    EXPECT_EQ(kept.Post("/kept", "{}"), 200);
     std::deque<RawConnection> silent = OpenConnections(2'000);
+    EXPECT_EQ(silent.front().ReadUntilClosed(), "");
+    EXPECT_EQ(kept.Post("/kept", "{}"), 200);
     ExpectAGoodPostWorks();
     EXPECT_TRUE(daemon->WaitForLog("connections are open, which is the limit"));
     silent.clear();

@@ -58,16 +58,6 @@ TEST_F(Settings, TakesThePortFromTheHostThenTheVendor) {
     EXPECT_THROW(RawConnection(12345), std::system_error);
 }
 
-TEST_F(Settings, CountsAPortOfTheWrongTypeAsMissing) {
-    for (const char* const value : {"\"9997\"", "9997.0", "true", "null", "99999999999"}) {
-        SCOPED_TRACE(value);
-        host.WriteStoreEntry("sentrel", std::string("{\"http_port\": ") + value + "}");
-        Start();
-        EXPECT_EQ(HttpClient().Post("/cpu", "{}"), 200);
-        EXPECT_EQ(daemon->CountLog("httpPort not present. Assuming default: 9996"), 1U);
-    }
-}
-
 TEST_F(Settings, BoundTheReportNamesThatAreNotAPlugins) {
     host.WriteStoreEntry("sentrel", R"({"http_port": 9996, "max_report_names": 2})");
     host.WriteVendorEntry("beat", "{}");

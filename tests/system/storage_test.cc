@@ -1,11 +1,10 @@
-// The ring and its link on real file systems: in order, in parallel, after a restart, and when the
-// report directory is in the way: planted links, taken paths, gone, read-only, full.
+// The ring and its link on real file systems, and when the report directory is in the way: planted
+// links, taken paths, gone, read-only, full.
 #include "support/http_client.h"
 #include "support/scenario.h"
 
 #include <gmock/gmock.h>
 
-#include <deque>
 #include <filesystem>
 #include <string>
 
@@ -15,8 +14,6 @@ namespace {
 
 using ::Test::HttpClient;
 using ::Test::MountedDirectory;
-using ::Test::PostRequest;
-using ::Test::RawConnection;
 using ::Test::ReadFile;
 using ::Test::ReportDocument;
 using ::Test::WriteFile;
@@ -52,29 +49,6 @@ TEST_F(Storage, KeepsTheThreeNewestAndALinkToTheNewest) {
     struct stat status{};
     ASSERT_EQ(::stat(StoredPath("cpu-0.json").c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 07777U, 0640U);
-}
-
-TEST_F(Storage, StoresPostsOfOneNameOneAfterTheOtherAndHoldsUpNoOtherName) {
-    const std::string first = PostRequest("/slow", ReportDocument("slow", 100'000));
-    Start();
-    RawConnection slow;
-    slow.Send(std::string_view(first).substr(0, 1'000));
-    ASSERT_TRUE(daemon->WaitForLog("Temporary report name"));
-    std::deque<RawConnection> waiting;
-    for (int number = 0; number < 20; ++number) {
-        waiting.emplace_back().Send(PostRequest("/slow", std::to_string(number)));
-    }
-    ASSERT_TRUE(daemon->WaitForLog("Retrieved report rotation", 20));
-    EXPECT_EQ(Post("cpu", "{}"), 200);
-    EXPECT_THAT(host.ReportFiles(), ElementsAre(".slow-0.json", "cpu-0.json", "cpu.json"));
-
-    slow.Send(std::string_view(first).substr(1'000));
-    EXPECT_EQ(slow.ReadResponse()->status, 200);
-    for (RawConnection& connection : waiting) {
-        EXPECT_EQ(connection.ReadResponse()->status, 200);
-    }
-    EXPECT_EQ(daemon->CountLog("Rotated filename: slow"), 21U);
-    EXPECT_EQ(host.LinkTarget("slow"), StoredPath("slow-2.json"));  // 1 + 20 reports in a ring of 3
 }
 
 TEST_F(Storage, FollowsNoPlantedLink) {

@@ -11,7 +11,6 @@
 #include <cerrno>
 #include <csignal>
 #include <filesystem>
-#include <fstream>
 #include <string>
 
 #include <sys/sysmacros.h>
@@ -19,19 +18,6 @@
 namespace {
 
 namespace fs = std::filesystem;
-
-TEST(Unlink, RemovesTheLinkAndNeverItsTarget) {
-    const ::Test::TemporaryDirectory directory;
-    const std::string target = directory.Path() + "target";
-    const std::string link = directory.Path() + "link";
-    std::ofstream(target) << "kept";
-    fs::create_symlink(target, link);
-
-    EXPECT_EQ(File_UnlinkNoFollow(link), 0);
-
-    EXPECT_FALSE(fs::exists(fs::symlink_status(link)));
-    EXPECT_TRUE(fs::exists(target));
-}
 
 TEST(Unlink, GivesTheErrorNumber) {
     const ::Test::TemporaryDirectory directory;

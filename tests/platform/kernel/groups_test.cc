@@ -178,52 +178,9 @@ TEST(Groups, OfAnUnprivilegedRunAreKeptInTheProcess) {
     EXPECT_EQ(std::count(answer.begin(), answer.end(), '\n'), 1) << answer;
 }
 
-TEST_F(CgroupGroups, AreShownWithTheirProcesses) {
-    ASSERT_EQ(::mkdir((Directory() + "/inner").c_str(), 0755), 0);
-    const pid_t outer = SpawnProgram(ShellCommand("kill -STOP $$; exec sleep 1000")).pid;
-    const pid_t inner = SpawnProgram(ShellCommand("kill -STOP $$; exec sleep 1000")).pid;
-    std::ofstream(Directory() + "/inner/cgroup.procs") << inner;
-    WaitUntilStopped(outer);
-    WaitUntilStopped(inner);
-    const Kernel::GroupState state = Kernel::ShowGroup(kGroup);
-    EXPECT_EQ(state.directory, Directory());
-    struct stat status{};
-    ASSERT_EQ(::stat(Directory().c_str(), &status), 0);
-    EXPECT_EQ(state.id, static_cast<std::int64_t>(status.st_ino));
-    ASSERT_EQ(state.processes.size(), 2U);
-    EXPECT_EQ(state.processes[0].pid, outer);
-    EXPECT_EQ(state.processes[1].pid, inner);
-    EXPECT_EQ(state.processes[0].name, "sh");
-    EXPECT_GT(state.processes[0].residentKB, 0U);
-}
-
-TEST_F(CgroupGroups, AreMadeAgainWithoutHarm) {
-    const std::int64_t before = Kernel::ShowGroup(kGroup).id;
-    const std::string problem = Kernel::EnsureGroup(kGroup, 41);
-    EXPECT_EQ(Kernel::ShowGroup(kGroup).id, before);
-    if (problem.empty()) {
-        EXPECT_EQ(Kernel::ShowGroup(kGroup).reservationKB, 41U * 1024U);
-    } else {
-        EXPECT_THAT(problem, HasSubstr("memory"));
-        EXPECT_EQ(Kernel::ShowGroup(kGroup).reservationKB, 0U);
-    }
-}
-
-TEST_F(CgroupGroups, AreLimitedWhereTheHierarchyHasTheControllers) {
-    const std::string problem = Kernel::LimitGroup(kGroup, {.memoryMB = 256, .processes = 512});
-    const Kernel::GroupState state = Kernel::ShowGroup(kGroup);
-    if (problem.empty()) {
-        EXPECT_EQ(state.memoryLimitKB, 256U * 1024U);
-        EXPECT_EQ(state.processLimit, 512U);
-    } else {
-        EXPECT_THAT(problem, testing::AnyOf(HasSubstr(Directory() + "/memory.max cannot"),
-                                            HasSubstr(Directory() + "/pids.max cannot")));
-    }
-    EXPECT_THROW((void)Kernel::LimitGroup("host/pax/absent", {}), Pellmar::NotFoundException);
-}
-
 TEST_F(CgroupGroups, AreNotFoundWithoutACgroupNorMadeAtAPathThatLeavesTheRoot) {
     EXPECT_THROW((void)Kernel::ShowGroup("host/pax/absent"), Pellmar::NotFoundException);
+    EXPECT_THROW((void)Kernel::LimitGroup("host/pax/absent", {}), Pellmar::NotFoundException);
     for (const char* path : {"", "/", "..", "host/../..", "host/"}) {
         EXPECT_THROW((void)Kernel::EnsureGroup(path, 40), Pellmar::InvalidArgumentException)
             << path;

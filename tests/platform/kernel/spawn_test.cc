@@ -49,12 +49,6 @@ bool HasZombie() {
 using CgroupSpawn = CgroupTest;
 using EmbeddedSpawn = EmbeddedTest;
 
-TEST_F(CgroupSpawn, BeginsInsideTheGroup) {
-    const std::string line = OutputOf("exec cat /proc/self/cgroup");
-    const std::string mounted = root.Path().substr(root.Path().rfind('/'));
-    EXPECT_NE(line.find("0::" + mounted + "/" + kGroup + "\n"), std::string::npos) << line;
-}
-
 // Nothing runs in a frozen group. That the call notices it shows also that the child is in the
 // group before its first instruction.
 TEST_F(CgroupSpawn, RefusesAFrozenGroup) {

@@ -53,18 +53,6 @@ std::string FailureOf(const Create& create, const std::vector<StoreEntry>& entri
     return "no failure";
 }
 
-TEST(JsonConfig, MergesTheTwoFilesOfAnEntry) {
-    ::Test::WriteVendorFile("both", R"({"value": 1, "kept": true})");
-    ::Test::WriteHostFile("both", R"({"value": 2})");
-    ::Test::WriteVendorFile("vendor-only", R"({"value": 3})");
-    ::Test::WriteHostFile("host-only", "// mine\n{\"value\": 4 /* four */}\n");
-    for (const Create& create : {kFallback, kSettings}) {
-        EXPECT_EQ(ValueOf(create, EntryOf("both")), 2);
-        EXPECT_EQ(ValueOf(create, EntryOf("vendor-only")), 3);
-        EXPECT_EQ(ValueOf(create, EntryOf("host-only")), 4);
-    }
-}
-
 TEST(JsonConfig, IsEmptyWithoutFilesOrNotFoundAsTheCallAsks) {
     EXPECT_EQ(ValueOf(kFallback, EntryOf("absent")), 0);
     EXPECT_EQ(FailureOf(kSettings, {EntryOf("absent")}),

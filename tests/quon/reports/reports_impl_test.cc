@@ -12,8 +12,6 @@
 #include <cstdint>
 #include <ctime>
 #include <memory>
-#include <optional>
-#include <set>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -28,9 +26,7 @@ namespace {
 using Pellmar::Service::Logger;
 using ::Test::ReportText;
 using testing::ElementsAre;
-using testing::IsEmpty;
 using testing::StartsWith;
-using testing::UnorderedElementsAreArray;
 
 std::string Text(const Summary& summary) {
     return summary.name + " " + summary.time.ToString() +
@@ -66,15 +62,14 @@ struct Reports {
         return text;
     }
 
-    std::vector<std::string> List(const std::optional<FilterSpec>& filter,
-                                  std::optional<DetailLevel> detail) {
+    std::vector<std::string> ListFully() {
         std::vector<std::string> texts;
         const auto receive = [&texts](auto outcome) {
             for (const auto& summary : std::get<0>(outcome)->reports) {
                 texts.push_back(Text(*summary));
             }
         };
-        service.List(filter, detail, {},
+        service.List({}, DetailLevel::FULL, {},
                      ::Quon::AsyncResult<std::shared_ptr<const ListResult>>(receive));
         return texts;
     }
@@ -116,36 +111,6 @@ TEST(ReportsImpl, SaysWhyItCannotGetAReport) {
     }
 }
 
-TEST(ReportsImpl, ListsByFilterAndDetail) {
-    const std::string cpu = "cpu 2024-03-05T14:06:09.000Z";
-    const std::string mem = "mem 2024-03-05T14:06:09.000Z";
-    const std::string fullCpu = "cpu 2024-03-05T14:07:09.000Z 1 1";
-    const std::string fullMem = "mem 2024-03-05T14:07:09.000Z 2 2";
-    const FilterSpec emptyNames{.names = std::set<std::string>{}};
-    const FilterSpec someNames{.names = std::set<std::string>{"CPU", "disk"}};
-    const struct {
-        const char* name;
-        std::optional<FilterSpec> filter;
-        std::optional<DetailLevel> detail;
-        std::vector<std::string> listing;
-    } rows[] = {
-        {"nothing given", {}, {}, {cpu, mem}},
-        {"brief, no names", FilterSpec{}, DetailLevel::BRIEF, {cpu, mem}},
-        {"brief, names", someNames, {}, {cpu}},
-        {"full, empty set", emptyNames, DetailLevel::FULL, {fullCpu, fullMem}},
-        {"full, names", someNames, DetailLevel::FULL, {fullCpu}},
-    };
-    Reports reports;
-    EXPECT_THAT(reports.List({}, {}), IsEmpty());
-    EXPECT_THAT(reports.List({}, DetailLevel::FULL), IsEmpty());
-    reports.Store("cpu", {.status = 1, .unstructured = "1"});
-    reports.Store("mem", {.name = "mem", .status = 2, .unstructured = "2"});
-    for (const auto& row : rows) {
-        EXPECT_THAT(reports.List(row.filter, row.detail), UnorderedElementsAreArray(row.listing))
-            << row.name;
-    }
-}
-
 TEST(ReportsImpl, DeliversNoPartOfAnAbandonedListing) {
     Reports reports;
     reports.Store("cpu", {.name = "cpu"});
@@ -164,8 +129,7 @@ TEST(ReportsImpl, LeavesReportsWithoutATimeOutOfListings) {
     Reports reports;
     reports.Store("cpu", {.unstructured = "1"});
     reports.Store("mem", {.name = "mem", .time = std::string(100'000, '2')});
-    EXPECT_THAT(reports.List({}, DetailLevel::FULL),
-                ElementsAre("cpu 2024-03-05T14:07:09.000Z 0 1"));
+    EXPECT_THAT(reports.ListFully(), ElementsAre("cpu 2024-03-05T14:07:09.000Z 0 1"));
     EXPECT_THAT(reports.Lines(),
                 ElementsAre("7 List() invoked", "7 Reports retrieved by Publisher: 2",
                             StartsWith("3 Error converting report mem creation time: " +

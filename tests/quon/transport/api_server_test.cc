@@ -171,18 +171,6 @@ TEST(ApiServer, ClosesTheOneWithoutARequestThenTheLongestIdleWithoutAToken) {
     EXPECT_TRUE(IsServed(further));
 }
 
-TEST(ApiServer, ClosesTheLongestIdleConnectionWhenAllHaveTokens) {
-    const RunningServer server({.limits = {.maxConnections = 2}});
-    RawConnection first = server.Connect();
-    CallOnce(first, "Authorization: Bearer good\r\n");
-    RawConnection second = server.Connect();
-    CallOnce(second, "Authorization: Bearer good\r\n");
-    RawConnection further = server.Connect();
-    EXPECT_TRUE(IsServed(further));
-    EXPECT_EQ(first.ReadUntilClosed(), "");
-    EXPECT_TRUE(IsServed(second));
-}
-
 TEST(ApiServer, BoundsUnfinishedBodiesOfThoseWithoutAToken) {
     const RunningServer server({.limits = {.maxUnverifiedBodyBytes = 150'000}});
     const std::string document = Document("size", "{}" + std::string(99'000, ' '));

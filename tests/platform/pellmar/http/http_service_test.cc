@@ -265,19 +265,6 @@ TEST(HttpService, AnswersAPostThatWaitsInVainForAPlace) {
     EXPECT_EQ(answer->status, 408);
 }
 
-TEST(HttpService, KeepsClientsThatPostWhileOthersConnectInVain) {
-    const CapturedLog log;
-    const RunningService running(ReadAndAnswer);
-    RawConnection kept;
-    ASSERT_TRUE(kept.Send(kEmptyPost));
-    EXPECT_EQ(kept.ReadResponse()->status, 200);
-    std::deque<RawConnection> silent(Pellmar::Http::kMaxConnections + 10);
-    EXPECT_EQ(silent.front().ReadUntilClosed(), "");
-    ASSERT_TRUE(kept.Send(kEmptyPost));
-    EXPECT_EQ(kept.ReadResponse()->status, 200);
-    EXPECT_EQ(log.Count("connections are open, which is the limit"), 1U);
-}
-
 struct Ending {
     const char* name;
     PostHandler onPost;

@@ -1,7 +1,6 @@
 // When scheduled functions run, on a clock that the tests move.
 #include "platform/pellmar/work/scheduler.h"
 
-#include "support/captured_log.h"
 #include "support/manual_clock.h"
 
 #include <gtest/gtest.h>
@@ -10,7 +9,6 @@
 #include <cstdint>
 #include <limits>
 #include <memory>
-#include <stdexcept>
 #include <utility>
 
 namespace Pellmar::System {
@@ -18,7 +16,6 @@ namespace {
 
 using std::chrono::microseconds;
 using std::chrono::seconds;
-using Test::CapturedLog;
 using Test::ManualClock;
 
 constexpr std::int64_t kSecond = 1'000'000;
@@ -117,15 +114,6 @@ TEST_F(SchedulerTest, DoesNotLetDueFunctionsWaitForEachOther) {
     ScheduleEvent(ran, 0);
     EXPECT_TRUE(ran.Wait());
     release->Set();
-}
-
-TEST_F(SchedulerTest, LogsAFunctionThatThrowsAndGoesOn) {
-    const CapturedLog log;
-    Event ran;
-    Schedule([](ScheduledItem*) { throw std::runtime_error("broken batch"); }, 0);
-    EXPECT_TRUE(log.WaitFor("broken batch"));
-    ScheduleEvent(ran, 0);
-    EXPECT_TRUE(ran.Wait());
 }
 
 TEST_F(SchedulerTest, DropsWhatIsPendingAtItsEnd) {
