@@ -91,10 +91,15 @@ std::string DescribeHolder(const std::vector<ListeningSocket>& sockets) {
 }
 
 std::string StrangerOn(std::uint16_t port) {
-    const std::vector<ListeningSocket> sockets = FindListeningSockets(port);
-    const std::optional<pid_t> pid = FindOwner(sockets, kDaemonName);
-    const std::optional<ProcessStat> process = pid ? ReadProcessStat(*pid) : std::nullopt;
-    return process && process->name != kDaemonName ? DescribeHolder(sockets) : "";
+    // One at a time: sentrel may hold 127.0.0.1 and a stranger ::1.
+    for (const ListeningSocket& socket : FindListeningSockets(port)) {
+        const std::optional<pid_t> pid = FindOwner({socket}, kDaemonName);
+        const std::optional<ProcessStat> process = pid ? ReadProcessStat(*pid) : std::nullopt;
+        if (process && process->name != kDaemonName) {
+            return DescribeHolder({socket});
+        }
+    }
+    return "";
 }
 
 void RequireTrustedListener(const sockaddr_storage& peer) {

@@ -19,7 +19,7 @@ inline constexpr const char* kFreeApiPort =
 // "process 12 (nginx) of user www", or "a process of user www" if this user may not see which one.
 std::string DescribeHolder(const std::vector<ListeningSocket>& sockets);
 
-// The holder of a port if this user can see that it is not sentrel; else empty.
+// The holder of a port, on any address, if this user can see that it is not sentrel; else empty.
 std::string StrangerOn(std::uint16_t port);
 
 // The port is held by another user's program.

@@ -158,8 +158,10 @@ def group_decides_who_reads():
     run(*as_stranger, "ls", str(REPORTS), status=2)
     text = run(*as_stranger, "sentrelctl", "doctor", status=None)
     expect("No problems found" not in text, f"doctor sees no problem where it cannot look: {text}")
-    token = run("sentrelctl", "token", "issue", "--subject=trial", "--entitlement=observability.reports.read")
-    run(*as_stranger, "sentrelctl", "list", "--token-file=/dev/stdin", given=token)
+    token = pathlib.Path("/home/stranger.token")
+    token.write_text(run("sentrelctl", "token", "issue", "--subject=trial", "--entitlement=observability.reports.read"))
+    shutil.chown(token, "stranger")
+    run(*as_stranger, "sentrelctl", "list", f"--token-file={token}")
 
 
 def keys_are_read_again_without_a_restart():
