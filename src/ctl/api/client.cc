@@ -147,7 +147,7 @@ std::string ApiClient::Exchange(std::string document) const {
             throw Failure(url + " is not the sentrel API" + stranger + ": " + failure.what(),
                           kFreeApiPort, failure.ErrorNumber());
         }
-        throw Failure("the API at " + url + " cannot be reached: " + failure.what(),
+        throw Failure("cannot reach the API at " + url + ": " + failure.what(),
                       "start sentrel (\"systemctl start sentrel\"), or name another address with "
                       "--api",
                       failure.ErrorNumber());

@@ -62,7 +62,7 @@ void CheckLimits(const Kernel::GroupState& state, std::uint64_t configuredKB, Fi
         findings.push_back({Severity::Warning, kSubject,
                             "the kernel has killed " + Counted(kills, "process", "processes") +
                                 " of plugins for lack of memory",
-                            "journalctl -u sentrel -p err names the plugins; let them use less "
+                            "journalctl -u sentrel -p err names the plugins; make them use less "
                             "memory, or raise sentrel.plugin_memory_limit_MB"});
     }
 }

@@ -81,7 +81,7 @@ bool IsTrusted(uid_t user) {
 
 std::string DescribeHolder(const std::vector<ListeningSocket>& sockets) {
     if (sockets.empty()) {
-        return "a process that cannot be seen";
+        return "a process that this user cannot identify";
     }
     const std::optional<pid_t> pid = FindOwner(sockets, kDaemonName);
     const std::optional<ProcessStat> process = pid ? ReadProcessStat(*pid) : std::nullopt;

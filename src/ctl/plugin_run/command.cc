@@ -47,7 +47,7 @@ constexpr std::string_view kToolName = "sentrelctl";
 
 constexpr std::array<Option, 3> kOptions = {{
     kJsonOption,
-    {"--timeout", "SECONDS", "when to send SIGTERM, 30 by default as in the timetable"},
+    {"--timeout", "SECONDS", "when to send SIGTERM; 30 by default, as in the schedule"},
     kReportsOption,
 }};
 
@@ -59,7 +59,8 @@ std::chrono::seconds ReadTimeout(const GivenOptions& options) {
     const bool hasUnit = given.find_first_not_of("0123456789") != std::string::npos;
     const auto timeout = ParseLifetime(hasUnit ? given : given + "s");
     if (!timeout) {
-        throw UsageError("option \"--timeout\" is no time: write a number of seconds, such as 60");
+        throw UsageError("invalid duration \"" + given + "\" for --timeout",
+                         "use a number of seconds, for example 60");
     }
     return *timeout;
 }
@@ -75,9 +76,8 @@ SurveyedPlugin FindPlugin(const PluginSurvey& survey, const std::string& name) {
         }
         names.push_back(plugin.Name());
     }
-    throw Failure(
-        "there is no plugin \"" + name + "\" in " + Sys::HostPath(Sentrel::kPluginDirectory),
-        NearNamesAdvice(name, names, "see \"sentrelctl plugin list\""));
+    throw Failure("no plugin named \"" + name + "\" in " + Sys::HostPath(Sentrel::kPluginDirectory),
+                  NearNamesAdvice(name, names, "see \"sentrelctl plugin list\""));
 }
 
 void TellWhetherItIsRun(const SurveyedPlugin& plugin, PluginRun& run) {
@@ -133,8 +133,8 @@ std::string FindIntake(std::int32_t port, const std::optional<DaemonProcess>& da
         const std::optional<ProcessStat> stat = ReadProcessStat(daemon->pid);
         if (stat && stat->name == kToolName) {
             throw Failure("another \"plugin run\", process " + std::to_string(daemon->pid) +
-                              ", has the port " + std::to_string(port),
-                          "wait until it has ended");
+                              ", holds port " + std::to_string(port),
+                          "wait until it exits");
         }
         return (stat ? stat->name : "a process") + " (" + std::to_string(daemon->pid) + ")";
     }
@@ -143,12 +143,12 @@ std::string FindIntake(std::int32_t port, const std::optional<DaemonProcess>& da
             continue;
         }
         if (::geteuid() != 0 && socket.user != ::geteuid()) {
-            throw Failure("the daemon on port " + std::to_string(port) + " is user " +
+            throw Failure("the daemon on port " + std::to_string(port) + " runs as " +
                               NameOfUser(socket.user) +
-                              "'s, into whose resource group this user may start nothing",
+                              ", in whose resource group this user cannot start processes",
                           "run this as root");
         }
-        return "a process that cannot be seen here";
+        return "a process that this user cannot identify";
     }
     return "";
 }

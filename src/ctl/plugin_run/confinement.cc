@@ -81,14 +81,14 @@ void JudgeConfinement(PluginRun& run) {
                  (run.memoryLimitKB == 0
                       ? ""
                       : ", at its limit of " + SizeText(run.memoryLimitKB * 1024)),
-             "let it use less memory, or raise sentrel.plugin_memory_limit_MB"});
+             "make it use less memory, or raise sentrel.plugin_memory_limit_MB"});
     }
     if (!run.sandboxUser) {
         return;
     }
     for (const std::string& file : FilesRefusedBySandbox(run.end.error.text, *run.sandboxUser)) {
         run.findings.push_back(
-            {Severity::Warning, subject, "the sandbox refused it to write " + file,
+            {Severity::Warning, subject, "the sandbox denied writing to " + file,
              "write below /tmp, /var/tmp or /dev, or lift its sandbox: sentrelctl config set " +
                  run.plugin + ".sandbox false"});
     }

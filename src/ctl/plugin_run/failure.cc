@@ -22,15 +22,15 @@ Failure ExplainRefusal() {
     std::int64_t id = 0;
     const int error = Kernel::Groups().FindId(kGroup, id);
     if (error == ENOENT) {
-        return Failure(
-            "there is no resource group " + kGroup + ", so the daemon would not start it either",
-            "make it with \"sentrelctl group ensure\"");
+        return Failure("the resource group " + kGroup +
+                           " is missing, so the daemon cannot start the plugin either",
+                       "create it: sentrelctl group ensure");
     }
     if (error != 0) {
-        return {"the resource group " + kGroup + " cannot be used", error, "run this as root"};
+        return {"cannot use the resource group " + kGroup, error, "run this as root"};
     }
     return Failure(
-        "the running kernel lacks clone3, pidfds or close_range, or a sandbox takes them away",
+        "the running kernel lacks clone3, pidfds or close_range, or a sandbox forbids them",
         "run this on the host itself, on Linux 5.9 or newer");
 }
 
@@ -48,25 +48,25 @@ std::string AdviceFor(int error, const std::string& file) {
             return "give a script a first line such as \"#!/bin/sh\", or install the program for "
                    "this processor";
         case ETXTBSY:
-            return "somebody writes to it; put a new version in place with mv, not with cp";
+            return "a process has it open for writing; install new versions with mv, not with cp";
         case EBUSY:
             return "its resource group is frozen; write 0 to cgroup.freeze of the group, or of the "
                    "cgroup above it that was frozen";
         case ETIMEDOUT:
-            return "it could not be read in time; look at the disk or network mount that it is on";
+            return "reading it timed out; check its disk or network mount";
         case ELOOP:
             return "it is a link that leads to itself; point it at the program";
         case EACCES:
         case EPERM:
             if (!IsRegularFile(file)) {
-                return "it is no regular file; put a program or script in its place";
+                return "it is not a regular file; replace it with a program or script";
             }
             return ::access(file.c_str(), X_OK) != 0
                        ? "make it executable: chmod +x " + file
                        : "this user may not start it in the resource group " + kGroup +
                              "; run this as root";
         default:
-            return "look at the limits of memory and of processes";
+            return "check the limits of memory and processes";
     }
 }
 
@@ -77,15 +77,15 @@ Failure ExplainFailure(const Sentrel::Plugin& plugin, const Sentrel::Launch& lau
         return ExplainRefusal();
     }
     const std::string file = Sys::HostPath(plugin.GetPath());
-    return {"the plugin " + plugin.GetName() + " cannot be started", launch.error,
+    return {"cannot start the plugin " + plugin.GetName(), launch.error,
             AdviceFor(launch.error, file)};
 }
 
 Failure ExplainUserFailure(const Sentrel::Plugin& plugin, uid_t user, int error) {
     const std::string file = Sys::HostPath(plugin.GetPath());
-    return {"the plugin " + plugin.GetName() + " cannot be started as the daemon's user " +
-                NameOfUser(user),
-            error, "let that user execute " + file + " and enter the directories above it"};
+    return {
+        "cannot start the plugin " + plugin.GetName() + " as the daemon's user " + NameOfUser(user),
+        error, "let that user execute " + file + " and enter the directories above it"};
 }
 
 }  // namespace Ctl

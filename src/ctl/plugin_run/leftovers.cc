@@ -100,7 +100,7 @@ std::vector<LeftProcess> EndDescendants() {
         }
         if (elapsed > kPatience) {
             if (left.empty()) {
-                left.push_back({0, "that starts others without end", false});
+                left.push_back({0, "starting others endlessly", false});
             }
             left.back().hasEnded = false;
             return left;

@@ -48,7 +48,7 @@ struct StarterMessage {
 };
 
 [[noreturn]] void FailToStart(const std::string& step) {
-    throw Failure("the plugin cannot be started, " + step, errno,
+    throw Failure("cannot start the plugin, " + step, errno,
                   "free some memory or raise the limit of open files");
 }
 
@@ -74,7 +74,7 @@ Ends MakeSocketPair() {
     if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair.data()) != 0) {
         pair = {-1, -1};
     }
-    return {Require(pair[0], "making a socket"), Require(pair[1], "making a socket")};
+    return {Require(pair[0], "creating a socket"), Require(pair[1], "creating a socket")};
 }
 
 Sys::OwnedFd TakeOverSignals() {
@@ -136,8 +136,8 @@ StarterMessage ReadMessage(int report, pid_t starter) {
     while (::waitpid(starter, nullptr, 0) < 0 && errno == EINTR) {
     }
     if (count != sizeof(message)) {
-        throw Failure("the plugin cannot be started: the process that was to start it has ended",
-                      "free some memory and try it again");
+        throw Failure("cannot start the plugin: the process that starts it has exited",
+                      "free some memory and try again");
     }
     return message;
 }
@@ -174,7 +174,7 @@ void PluginProcess::Start(const Sentrel::Plugin& plugin, const PluginStarter& st
                    messageEnds.other.Get());
     }
     if (forked < 0) {
-        FailToStart("making a process");
+        FailToStart("creating a process");
     }
     messageEnds.other.Reset();
     const StarterMessage message = ReadMessage(messageEnds.own.Get(), forked);

@@ -31,12 +31,12 @@ std::string EndText(const PluginEnd& end) {
     if (end.asked == PluginEnd::Asked::Not) {
         return how;
     }
-    const std::string why = end.asked == PluginEnd::Asked::TimeWasOver ? "its time was over"
-                                                                       : "the run was interrupted";
+    const std::string why =
+        end.asked == PluginEnd::Asked::TimeWasOver ? "timed out" : "interrupted";
     if (end.wasKilled) {
-        return how + ": " + why + ", and SIGTERM did not end it";
+        return how + ": " + why + ", and did not exit on SIGTERM";
     }
-    return how + ": " + why + (end.signal == SIGTERM ? "" : ", and it was sent SIGTERM");
+    return how + ": " + why + (end.signal == SIGTERM ? "" : ", and was sent SIGTERM");
 }
 
 // The output itself was shown while the plugin ran.
@@ -53,7 +53,7 @@ void WriteFacts(const PluginRun& run, std::ostream& output) {
     const PluginEnd& end = run.end;
     Table facts({{}, {}});
     facts.Add({"Command", Joined(run.arguments, " ")});
-    facts.Add({"Group", run.groupDirectory.empty() ? "none but a table in this process"
+    facts.Add({"Group", run.groupDirectory.empty() ? "none; a process table in sentrelctl"
                                                    : run.groupDirectory});
     facts.Add({"Process", std::to_string(run.pid) + ", user " + run.user});
     facts.Add({"Ended", EndText(end)});
@@ -63,10 +63,10 @@ void WriteFacts(const PluginRun& run, std::ostream& output) {
     facts.Add({"Peak memory", (end.peakIsBound ? "at most " : "") + SizeText(end.peakKB * 1024)});
     if (run.groupPeakKB) {
         facts.Add(
-            {"Group's peak", SizeText(*run.groupPeakKB * 1024) + " since the group was made"});
+            {"Group's peak", SizeText(*run.groupPeakKB * 1024) + " since the group was created"});
     }
     facts.Add({"Intake", run.intake.empty()
-                             ? "this program, since nobody listens on port " +
+                             ? "sentrelctl itself, because nothing is listening on port " +
                                    std::to_string(run.port) + "; it stores nothing"
                              : run.intake + ", on port " + std::to_string(run.port)});
     facts.Add({"Output", SizeOf(end.output)});
@@ -112,7 +112,7 @@ void WritePost(const PostJudgement& judged, std::ostream& output) {
     if (post.answer == kStored) {
         output << SizeText(post.document.size()) << ", ";
     }
-    output << (post.answer == 0 ? "broke off" : "answered with " + std::to_string(post.answer))
+    output << (post.answer == 0 ? "cut off" : "answered with " + std::to_string(post.answer))
            << (judged.IsGood() ? ", good\n" : ", " + Paint("not good", Colour::Red) + "\n");
     WriteIndented(judged.reason, output);
     WriteIndented(MetricsText(judged.metrics), output);

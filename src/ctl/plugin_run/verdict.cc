@@ -26,31 +26,32 @@ void Tell(PluginRun& run, Severity severity, std::string text, std::string remed
 void JudgeEnd(PluginRun& run) {
     const PluginEnd& end = run.end;
     const std::string look = end.error.bytes > 0 ? "what it wrote to standard error may say why"
-                                                 : "let it write why to standard error";
+                                                 : "make it write the reason to standard error";
     if (end.asked == PluginEnd::Asked::Interrupted) {
         Tell(run, Severity::Error,
              "the run was interrupted" +
-                 std::string(end.wasKilled ? ", and SIGTERM did not end it" : ""),
-             "run it again to its end");
+                 std::string(end.wasKilled ? ", and the plugin did not exit on SIGTERM" : ""),
+             "run it again without interrupting it");
     } else if (end.wasKilled) {
         Tell(run, Severity::Error,
-             "it did not end within " + DurationText(kEndPatience) + " after SIGTERM",
-             "let it end at SIGTERM: in production it would keep running, until \"sentrelctl group "
-             "kill\" ends it");
+             "did not exit within " + DurationText(kEndPatience) + " of SIGTERM",
+             "make it exit on SIGTERM; in production it would keep running until \"sentrelctl "
+             "group kill\" kills it");
     } else if (end.asked == PluginEnd::Asked::TimeWasOver) {
         Tell(run, end.signal != 0 || end.exitStatus != 0 ? Severity::Error : Severity::Warning,
              "ran longer than " + DurationText(run.timeout) + " and was sent SIGTERM",
-             "let it end by itself in less, whatever it waits for");
+             "make it exit sooner, for example with a timeout on what it waits for");
     } else if (end.signal == SIGKILL && run.memoryKills == 0) {
-        Tell(run, Severity::Error, "SIGKILL ended it, which was not sent here",
-             "look at the kernel's log, whether memory was out. If it ended at once: after a write "
-             "to cgroup.kill some kernels end all that is started in that group; remove the group "
-             "with rmdir, and make it again with \"sentrelctl group ensure\"");
+        Tell(run, Severity::Error, "killed by a SIGKILL that sentrelctl did not send",
+             "check the kernel log for an out-of-memory kill; if it was killed at once, somebody "
+             "may have written to cgroup.kill, after which some kernels kill every process that "
+             "starts in the group: remove the group with rmdir, then run \"sentrelctl group "
+             "ensure\"");
     } else if (end.signal != 0) {
-        Tell(run, Severity::Error, NameOfSignal(end.signal) + " ended it", look);
+        Tell(run, Severity::Error, "killed by " + NameOfSignal(end.signal), look);
     }
     if (end.signal == 0 && end.exitStatus != 0) {
-        Tell(run, Severity::Error, "it ended with status " + std::to_string(end.exitStatus), look);
+        Tell(run, Severity::Error, "exited with status " + std::to_string(end.exitStatus), look);
     }
 }
 
@@ -66,25 +67,26 @@ void JudgeLeft(PluginRun& run) {
     const bool allEnded = std::all_of(left.begin(), left.end(),
                                       [](const LeftProcess& process) { return process.hasEnded; });
     Tell(run, Severity::Warning,
-         "it left running " + Abridged(names) +
-             (allEnded ? ", ended here"
-                       : ", which could not be ended: see \"sentrelctl group show\""),
-         "let it wait for what it starts: in production that would keep running, until "
-         "\"sentrelctl group kill\" ends it");
+         "left processes running: " + Abridged(names) +
+             (allEnded ? "; sentrelctl killed them"
+                       : "; sentrelctl could not kill them: see \"sentrelctl group show\""),
+         "make it wait for the processes that it starts; in production they would keep running "
+         "until \"sentrelctl group kill\" kills them");
 }
 
 void TellNothingPosted(PluginRun& run) {
     std::string remedy =
         run.end.error.bytes > 0 ? "what it wrote to standard error may say why; " : "";
-    remedy += "it is to POST to http://localhost:" + std::to_string(run.port) + "/" + run.plugin +
-              ", which is the URL behind -u with its name added; see sentrel-plugin(7)";
+    remedy += "it must POST to http://localhost:" + std::to_string(run.port) + "/" + run.plugin +
+              ", the URL after -u with its name added; see sentrel-plugin(7)";
     Tell(run, Severity::Error,
          run.intake.empty() ? "posted no report" : "the daemon has stored no report from it",
          remedy);
     if (!run.otherNames.empty()) {
-        Tell(run, Severity::Warning, "meanwhile these have been stored: " + Joined(run.otherNames),
-             "if it was this plugin that posted them, let it call them " + run.plugin + ", or " +
-                 run.plugin + ". and more");
+        Tell(run, Severity::Warning,
+             "reports with other names were stored during the run: " + Joined(run.otherNames),
+             "if this plugin posted them, name them " + run.plugin +
+                 ", or begin their names with \"" + run.plugin + ".\"");
     }
 }
 
@@ -116,8 +118,8 @@ void JudgePosts(PluginRun& run) {
             Tell(run, severity, report + "is invalid: " + Joined(judged.problems),
                  "fix it; see sentrel-report(5)");
         } else if (!judged.isOfPlugin) {
-            Tell(run, severity, report + "is not called like it, so nobody knows whose it is",
-                 "call it " + run.plugin + ", or " + run.plugin + ". and more");
+            Tell(run, severity, report + "is not named after the plugin",
+                 "name it " + run.plugin + ", or begin its name with \"" + run.plugin + ".\"");
         } else if (judged.state == kUnknown) {
             TellUnknown(run, report);
         }

@@ -137,7 +137,7 @@ const SurveyedPlugin* FindEntry(const PluginSurvey& survey, const std::string& o
     }
     if (!isFile) {
         throw Failure(
-            "there is no plugin \"" + name + "\" in " + Sys::HostPath(Sentrel::kPluginDirectory),
+            "no plugin named \"" + name + "\" in " + Sys::HostPath(Sentrel::kPluginDirectory),
             "see \"sentrelctl plugin list\", or write ./" + name + " for a file here");
     }
     return nullptr;

@@ -100,8 +100,9 @@ std::vector<Finding> CheckExecutable(const std::string& subject, const std::stri
         return {ExplainMissing(subject, path, errno)};
     }
     if (!S_ISREG(status.st_mode)) {
-        return {{Severity::Error, subject, path + " is no regular file, so it cannot be executed",
-                 "put a program or script in its place"}};
+        return {{Severity::Error, subject,
+                 path + " is not a regular file, so it cannot be executed",
+                 "replace it with a program or script"}};
     }
     const Sys::OwnedFd file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
     if (!file.IsOpen()) {

@@ -70,7 +70,7 @@ std::optional<std::string> FindProblemOfTime(const std::string& time, bool hasFo
     (void)Quon::DateTime::Create(time, error);  // only validity matters
     const std::string what = "structured.time " + Shown(time);
     if (error) {
-        return what + " is no time such as 2024-03-05T14:07:09Z: " + error.message();
+        return what + " is not a time such as 2024-03-05T14:07:09Z: " + error.message();
     }
     return hasForm ? std::nullopt : std::optional(what + " has no zone: add Z or such as +01:00");
 }
@@ -80,8 +80,8 @@ std::optional<std::string> FindProblemOfTime(const std::string& time, bool hasFo
 std::vector<std::string> FindProblems(std::string_view document, std::string_view name) {
     std::vector<std::string> problems;
     if (!Sentrel::IsReportName(name)) {
-        problems.push_back("\"" + std::string(name) + "\" is no name for a report: it may have " +
-                           std::string(Sentrel::kReportNameRule) + " only");
+        problems.push_back("invalid report name \"" + std::string(name) + "\": a name matches " +
+                           std::string(Sentrel::kReportNameRule));
     }
     std::string fault;
     const std::optional<Document> report = ReadDocument(document, fault);

@@ -9,7 +9,7 @@ namespace {
 
 // sentrel-plugin(7) has the same rows.
 constexpr std::array<IntakeAnswer, 10> kAnswers = {{
-    {0, "its body did not arrive whole",
+    {0, "its body arrived incomplete",
      "send as many bytes as Content-Length says, at once, and read the answer"},
     {206, "its URL names no report",
      R"(post to the URL after -u, followed by "/" and the name of the report)"},
@@ -21,7 +21,7 @@ constexpr std::array<IntakeAnswer, 10> kAnswers = {{
     {411, "it has no Content-Length", "send Content-Length, and no chunks"},
     {413, "it is longer than 1048576 bytes", "send less"},
     {431, "its head is longer than 16 KiB", "send fewer and shorter fields"},
-    {500, "it could not be stored",
+    {500, "the daemon could not store it",
      R"(use only letters, digits, "_", "." and "-" in its name; otherwise run "sentrelctl doctor")"},
 }};
 constexpr IntakeAnswer kOther = {-1, "that is not an answer of sentrel",

@@ -50,7 +50,7 @@ bool IsOfType(const Json& value, const std::string& type) {
     if (type == "null") {
         return value.is_null();
     }
-    throw std::invalid_argument("the schema names a type \"" + type + "\", which is not known");
+    throw std::invalid_argument("unknown type \"" + type + "\" in the schema");
 }
 
 // Not std::regex, which recurses once per character: the text may be long.
@@ -58,7 +58,7 @@ class Pattern {
   public:
     explicit Pattern(const std::string& text) {
         if (::regcomp(&compiled, text.c_str(), REG_EXTENDED | REG_NOSUB) != 0) {
-            throw std::invalid_argument("the schema's pattern " + text + " is none");
+            throw std::invalid_argument("invalid pattern " + text + " in the schema");
         }
     }
     ~Pattern() { ::regfree(&compiled); }
@@ -90,7 +90,7 @@ class Judge {
     // Throws for an unknown keyword in the schema or in its subschemas.
     void RefuseUnknown(const Json& schema) {
         if (!schema.is_object()) {
-            throw std::invalid_argument("a part of the schema is no object");
+            throw std::invalid_argument("a part of the schema is not an object");
         }
         if (!seen.insert(&schema).second) {
             return;
@@ -136,8 +136,7 @@ class Judge {
             std::any_of(kKeywords.begin(), kKeywords.end(),
                         [&](const auto& known) { return keyword == known.first; });
         if (!isKnown) {
-            throw std::invalid_argument("the schema has the keyword \"" + keyword +
-                                        "\", which is not known");
+            throw std::invalid_argument("unknown keyword \"" + keyword + "\" in the schema");
         }
     }
 
@@ -145,7 +144,7 @@ class Judge {
         const auto text = reference.get<std::string>();
         const Json::json_pointer place(text.starts_with('#') ? text.substr(1) : text);
         if (!text.starts_with('#') || !document.contains(place)) {
-            throw std::invalid_argument("the schema's reference " + text + " leads to nothing");
+            throw std::invalid_argument("unresolved reference " + text + " in the schema");
         }
         return document.at(place);
     }
@@ -233,7 +232,7 @@ std::vector<SchemaViolation> FindViolations(const nlohmann::json& document,
                                             const nlohmann::json& value, const std::string& place) {
     const Json::json_pointer pointer(place);
     if (!document.contains(pointer)) {
-        throw std::invalid_argument("there is no schema at " + place);
+        throw std::invalid_argument("no schema at " + place);
     }
     Judge judge(document);
     judge.RefuseUnknown(document.at(pointer));

@@ -50,7 +50,7 @@ void RunPost(const Arguments& arguments, std::ostream& output) {
     try {
         answer = Send({.host = "127.0.0.1", .port = port, .target = "/" + name, .body = document});
     } catch (const HttpFailure& failure) {
-        throw Failure(intake + " cannot be reached: " + failure.what(),
+        throw Failure("cannot reach " + intake + ": " + failure.what(),
                       "start sentrel, or set \"http_port\" to the port of its intake");
     }
     if (answer.status != kStored) {
