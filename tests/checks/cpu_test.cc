@@ -56,7 +56,7 @@ TEST(CheckCpu, JudgesPressureAndSteal) {
         });
 }
 
-TEST(CheckCpu, TakesTicksThatDidNotPassOrStepBack) {
+TEST(CheckCpu, HandlesTicksThatStandStillOrStepBack) {
     const HostFiles before = {{"/proc/stat", kBefore}};
     ExpectOutcomes(CheckWithLaterTicks(""), {{"none", before, Status::Ok, "steal 4.76 %"}});
     ExpectOutcomes(CheckWithLaterTicks("cpu  200 0 100 700 0 0 0 49 10 0\n"),

@@ -44,20 +44,20 @@ std::vector<std::string> MountedPaths(const std::string& mountInfo) {
     return paths;
 }
 
-TEST(DiskMounts, AreEachFileSystemOnce) {
+TEST(DiskMounts, ListEachFileSystemOnce) {
     EXPECT_THAT(MountedPaths(Line("8:1", "/", "ext4") + Line("8:2", "/boot", "vfat") +
                              Line("8:1", "/srv/bind", "ext4") + Line("0:40", "/data", "zfs")),
                 ElementsAre("/", "/boot", "/data"));
 }
 
-TEST(DiskMounts, LeaveOutWhatIsNotOnADisk) {
+TEST(DiskMounts, LeaveOutFileSystemsThatAreNotOnADisk) {
     for (const char* type : {"proc", "sysfs", "tmpfs", "cgroup2", "overlay", "squashfs", "devtmpfs",
                              "debugfs", "hugetlbfs", "binfmt_misc", "fakefs"}) {
         EXPECT_THAT(MountedPaths(Line("0:5", "/x", type)), IsEmpty()) << type;
     }
 }
 
-TEST(DiskMounts, LeaveOutWhatMayNeverAnswerAndWhatIsBelowIt) {
+TEST(DiskMounts, LeaveOutFileSystemsThatMayBlockAndEverythingBelowThem) {
     for (const char* type : {"nfs", "nfs4", "cifs", "smb3", "ceph", "9p", "fuse.sshfs", "fuseblk",
                              "autofs", "virtiofs", "gfs2", "ocfs2", "afs"}) {
         EXPECT_THAT(
@@ -70,13 +70,13 @@ TEST(DiskMounts, LeaveOutWhatMayNeverAnswerAndWhatIsBelowIt) {
         << "hidden by a mount above it";
 }
 
-TEST(DiskMounts, HaveTheirPathsUnescaped) {
+TEST(DiskMounts, HaveUnescapedPaths) {
     EXPECT_THAT(MountedPaths(Line("8:1", R"(/a\040b\134c\011)", "ext4") +
                              Line("8:2", R"(/d\04)", "ext4") + Line("8:3", R"(/e\999)", "ext4")),
                 ElementsAre("/a b\\c\t", R"(/d\04)", R"(/e\999)"));
 }
 
-TEST(DiskMounts, FindGarbledLines) {
+TEST(DiskMounts, ReportMalformedLines) {
     const char* const rows[] = {"rubbish\n", "36 35 8:1 / /x rw - ext4 /dev/x\n",
                                 "36 35 8:1 / /x - ext4 /dev/x rw\n", "\n"};
     for (const char* row : rows) {

@@ -75,7 +75,7 @@ TEST_F(CheckMemoryErrorsTest, FollowsNoLinkThatSomebodyPlanted) {
     EXPECT_EQ(Run(10300), kQuiet) << "the link was not replaced";
 }
 
-TEST_F(CheckMemoryErrorsTest, IsSilentOnAHostThatCountsNothing) {
+TEST_F(CheckMemoryErrorsTest, ReportsNoneOnAHostThatCountsNothing) {
     EXPECT_EQ(Run(10000, {{"/sys/devices/system/edac/mc/mc0/ce_count", ""},
                           {"/sys/devices/system/edac/mc/mc0/ue_count", ""},
                           {"/proc/interrupts", ""},

@@ -35,7 +35,7 @@ const HostFiles kGood = {{kInfo, InfoOf("500000")},
                          {kController + "ce_count", "2\n"},
                          {kController + "ue_count", "0\n"}};
 
-TEST(CheckMemory, JudgesWhatIsLeftTheWaitingAndTheErrors) {
+TEST(CheckMemory, JudgesAvailableMemoryPressureAndErrors) {
     ExpectOutcomes(
         CheckMemory,
         {

@@ -94,7 +94,7 @@ TEST(CheckNetwork, JudgesErrorsAndDrops) {
                    });
 }
 
-TEST(CheckNetwork, LeavesOutWhatIsNoLinkOfTheHost) {
+TEST(CheckNetwork, LeavesOutLinksThatAreNotTheHosts) {
     HostFiles others = LinkOf("lo", Kind::Tap) + LinkOf("vnet0", Kind::Tap) +
                        LinkOf("eth0v0", Kind::VirtualFunction) +
                        LinkOf("virbr0", Kind::EmptyBridge);

@@ -82,7 +82,7 @@ TEST_P(CheckProgram, ReportsBrokenSettings) {
     EXPECT_EQ(plugin.StandardError(), name + ": " + ::Test::ReasonOf(post.body) + "\n");
 }
 
-TEST_P(CheckProgram, EndsWithAStatusThatTellsWhatFailed) {
+TEST_P(CheckProgram, ExitsWithAStatusForEachKindOfFailure) {
     PluginProcess refused(host, host.CommandLine(listener.Port()));
     (void)listener.Receive();
     listener.Answer(413);

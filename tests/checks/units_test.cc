@@ -102,14 +102,14 @@ TEST(CheckUnits, NamesTheFailedServices) {
               "above 1");
 }
 
-TEST(CheckUnits, IsContentWithThoseThatMayFail) {
+TEST(CheckUnits, IgnoresServicesThatMayFail) {
     const Outcome outcome = OutcomeOf(RecordedReply(), R"({"ignore": ["*.service"]})");
     EXPECT_EQ(outcome.status, Status::Ok);
     EXPECT_EQ(outcome.reason, "no service has failed");
     EXPECT_EQ(OutcomeOf(RecordedReply(), R"({"failed": {"critical": 3}})").status, Status::Error);
 }
 
-TEST(CheckUnits, AsksTheBusWhereItMayNotAskTheManager) {
+TEST(CheckUnits, AsksTheBusIfItCannotAskTheManager) {
     const FixtureHost host(::Test::HostFiles{{"/run/systemd/system/", "a directory"}});
     std::string reply = RecordedReply();
     // The reply to "Hello", which has the serial 1, comes first.
@@ -129,19 +129,19 @@ TEST(CheckUnits, AsksTheBusWhereItMayNotAskTheManager) {
                                             HasSubstr("org.freedesktop.systemd1\0")));
 }
 
-TEST(CheckUnits, HasNothingToSayWithoutSystemd) {
+TEST(CheckUnits, ReportsNoneWithoutSystemd) {
     ::Test::ExpectOutcomes(Checks::CheckUnits,
                            {{"another init", {}, Status::None, "this host does not run systemd"}});
 }
 
-TEST(CheckUnits, SaysWhenNobodyAnswers) {
+TEST(CheckUnits, IsUnknownWithoutAnAnswer) {
     const SentrelCheck::Report report =
         ::Test::ReportOf(Checks::CheckUnits, {{"/run/systemd/system/", "a directory"}});
     EXPECT_EQ(report.GetStatus(), Status::Unknown);
     EXPECT_THAT(report.Reason(), HasSubstr("check that `systemctl --failed` works"));
 }
 
-TEST(CheckUnits, SurvivesEveryDamageOfAReply) {
+TEST(CheckUnits, SurvivesDamagedReplies) {
     const std::string good = RecordedReply();
     const std::size_t message = good.find("\r\n") + 2;
     for (std::size_t size = 0; size < good.size(); size += size < message + 140 ? 1 : 20) {

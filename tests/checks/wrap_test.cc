@@ -32,7 +32,7 @@ Report RunWrapped(const std::vector<std::string>& command, int seconds = 60) {
     return report;
 }
 
-TEST(Wrap, SurvivesEveryCheck) {
+TEST(Wrap, ReportsEveryOutcomeOfACheck) {
     struct Row {
         const char* script;
         Status status;
@@ -101,7 +101,7 @@ TEST(Wrap, ReadsTextAndPerformanceData) {
     }
 }
 
-TEST(Wrap, RefusesAConfigurationThatOthersMayWriteOrThatIsWrong) {
+TEST(Wrap, RefusesAnInvalidOrWritableConfiguration) {
     const ::Test::TemporaryDirectory directory;
     const std::string path = directory.Path() + "x.json";
     const std::string good = R"({"command": ["/bin/true"], "timeLimit": 5, // seconds

@@ -35,7 +35,7 @@ void PrintTo(const Row& row, std::ostream* stream) { *stream << row.name; }
 class NotifyDecisions : public testing::TestWithParam<Row> {};
 
 // Asks at every step and confirms what it is told, as the notifier does.
-TEST_P(NotifyDecisions, TellWhatLasts) {
+TEST_P(NotifyDecisions, SendNoticesForStatesThatLast) {
     Decisions decisions(kSettleTime, {{"cpu", GetParam().told}});
     std::string notices;
     for (const Step& step : GetParam().steps) {

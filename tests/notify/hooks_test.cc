@@ -31,7 +31,7 @@ class NotifyHooks : public testing::Test {
     TemporaryDirectory directory;
 };
 
-TEST_F(NotifyHooks, AreExecutablesOfTheirOwnerAlone) {
+TEST_F(NotifyHooks, AreExecutablesThatOnlyTheirOwnerCanWrite) {
     const std::string first = Add("10-first", "", fs::perms(0755));
     const std::string second = Add("20-second", "", fs::perms(0700));
     Add("README", "", fs::perms(0644));
@@ -45,7 +45,7 @@ TEST_F(NotifyHooks, AreExecutablesOfTheirOwnerAlone) {
     EXPECT_THAT(Notify::FindHooks(directory.Path() + "none", 0).refusals, ElementsAre());
 }
 
-TEST_F(NotifyHooks, GetTheChangeAndEndInTime) {
+TEST_F(NotifyHooks, ReceiveTheChangeAndStopInTime) {
     const std::string output = directory.Path() + "output";
     const std::string hook = Add("hook", "#!/bin/sh\ncat >" + output + "\n", fs::perms(0755));
     EXPECT_EQ(Notify::RunHook(hook, "{\"name\":\"cpu\"}\n", std::chrono::seconds(60), -1), "");

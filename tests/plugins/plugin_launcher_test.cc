@@ -42,7 +42,7 @@ TEST(PluginLauncher, RaisesTheFastPeriodForManyPlugins) {
     }
 }
 
-TEST(PluginLauncher, SaysWhatItMakesOfItsSettings) {
+TEST(PluginLauncher, LogsItsEffectiveSettings) {
     struct Row {
         std::string setting;
         const char* message;
@@ -108,7 +108,7 @@ TEST(PluginLauncher, GivesThePluginItsCommandLine) {
     EXPECT_TRUE(launcher.Log().Contains("6 PluginLauncher: Pushed plugin " + path + "("));
 }
 
-TEST(PluginLauncher, EndsAPluginThatStillRunsAtAnyQueuesFirstBatch) {
+TEST(PluginLauncher, TerminatesARunningPluginAtAnyQueuesFirstBatch) {
     const PluginHost host;
     host.AddScript("a-fast", kEndless);
     host.Configure("a-fast", kFast);
@@ -121,7 +121,7 @@ TEST(PluginLauncher, EndsAPluginThatStillRunsAtAnyQueuesFirstBatch) {
     EXPECT_EQ(launcher.Log().Count(" killed"), 1U);
 }
 
-TEST(PluginLauncher, SendsNothingToAPluginThatHasEnded) {
+TEST(PluginLauncher, SendsNoSignalToAPluginThatHasExited) {
     const PluginHost host;
     const std::string input = host.MakeOutput();
     host.AddScript("probe", "read line < " + input);
@@ -137,7 +137,7 @@ TEST(PluginLauncher, SendsNothingToAPluginThatHasEnded) {
     EXPECT_FALSE(launcher.Log().Contains("5 PluginLauncher: " + std::to_string(pid)));
 }
 
-TEST(PluginLauncher, LimitsMemoryToNoLessThanThePool) {
+TEST(PluginLauncher, LimitsMemoryToAtLeastThePool) {
     struct Row {
         std::int32_t configured, poolSizeMB, expected;
     };

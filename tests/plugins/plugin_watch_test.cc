@@ -67,7 +67,7 @@ class ToldEnds {
     std::vector<std::string> ends;
 };
 
-TEST(PluginWatch, TellsOfEachEndAndOfTheKillsSinceTheOneBefore) {
+TEST(PluginWatch, ReportsEachExitAndTheKillsSinceThePreviousOne) {
     std::atomic<std::uint64_t> kills = 5;
     ToldEnds told;
     WaitingChild first;

@@ -29,7 +29,7 @@ TEST(CommandLine, IsReadAsTheDaemonComposesIt) {
     EXPECT_EQ(ReadCommandLine({kPath, kGroup, "-u", kUrl}).logLevel, "");
 }
 
-TEST(CommandLine, TakesAddressesInPlaceOfLocalhost) {
+TEST(CommandLine, AcceptsAddressesInPlaceOfLocalhost) {
     const struct {
         const char* url;
         const char* host;
@@ -39,7 +39,7 @@ TEST(CommandLine, TakesAddressesInPlaceOfLocalhost) {
     }
 }
 
-TEST(CommandLine, IsRefusedWhenItIsAnyOther) {
+TEST(CommandLine, IsRefusedInAnyOtherForm) {
     const std::vector<std::vector<std::string>> rows = {
         {},
         {kPath, kGroup, "-u"},
@@ -69,7 +69,7 @@ TEST(CommandLine, IsRefusedWhenItIsAnyOther) {
     }
 }
 
-TEST(HostRoot, IsWhatStandsBeforeThePluginDirectory) {
+TEST(HostRoot, PrecedesThePluginDirectory) {
     const struct {
         const char* executable;
         const char* root;

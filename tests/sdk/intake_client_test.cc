@@ -36,7 +36,7 @@ std::future<std::string> StartPost(const std::string& host, int port, std::strin
     });
 }
 
-TEST(IntakeClient, SendsWhatTheIntakeWants) {
+TEST(IntakeClient, SendsAValidPost) {
     ReportListener listener;
     std::future<std::string> error = StartPost("127.0.0.1", listener.Port(), R"({"a":1})");
     const ReportListener::Post post = listener.Receive();
@@ -85,7 +85,7 @@ TEST(IntakeClient, AcceptsAnswersInAnyForm) {
     }
 }
 
-TEST(IntakeClient, TriesOnceMoreWhenThatMayHelp) {
+TEST(IntakeClient, RetriesOnceWhenThatMayHelp) {
     const std::string tooLong(20000, 'x');
     const std::string answers[] = {"HTTP/1.1 500 Internal Server Error\r\n\r\n", "",
                                    "nonsense\r\n\r\n", "HTTP/1.1 abc\r\n\r\n", tooLong};
@@ -111,7 +111,7 @@ TEST(IntakeClient, GivesUpAfterTheSecondTry) {
                                             HasSubstr("the daemon's log says why")));
 }
 
-TEST(IntakeClient, DoesNotRepeatWhatIsRefused) {
+TEST(IntakeClient, DoesNotRetryARefusedPost) {
     for (const int status : {206, 400, 404, 411, 413}) {
         ReportListener listener;
         std::future<std::string> error = StartPost("127.0.0.1", listener.Port());
@@ -121,7 +121,7 @@ TEST(IntakeClient, DoesNotRepeatWhatIsRefused) {
     }
 }
 
-TEST(IntakeClient, SaysWhoDoesNotAnswer) {
+TEST(IntakeClient, NamesThePortThatDoesNotAnswer) {
     int freePort = 0;
     {
         const ReportListener gone;
@@ -132,7 +132,7 @@ TEST(IntakeClient, SaysWhoDoesNotAnswer) {
                           ": Connection refused"));
 }
 
-TEST(IntakeClient, WaitsForASilentIntakeNoLongerThanItMay) {
+TEST(IntakeClient, StopsWaitingForASilentIntake) {
     const ReportListener silent;  // the kernel accepts, nobody reads
     constexpr PostOptions kImpatient{std::chrono::milliseconds(40), std::chrono::milliseconds(0)};
     const std::string large(kMaxReportBytes, ' ');

@@ -50,7 +50,7 @@ TEST(Report, JudgesByLimits) {
     }
 }
 
-TEST(Report, HasTheWorstStatusAndSaysItFirst) {
+TEST(Report, HasTheWorstStatusAndReasonFirst) {
     Report report("cpu");
     report.Summarize("all is well");
     EXPECT_EQ(report.Reason(), "all is well");
@@ -82,7 +82,7 @@ TEST(Report, BecomesTheDocument) {
     EXPECT_EQ(::Test::ContractFault(report.ToJson(time), "cpu"), "");
 }
 
-TEST(Report, TakesNoMetricThatJsonCannotHold) {
+TEST(Report, RefusesMetricsThatJsonCannotExpress) {
     Report report("cpu");
     EXPECT_THROW(report.AddMetric({"m", std::numeric_limits<double>::infinity(), ""}),
                  std::invalid_argument);

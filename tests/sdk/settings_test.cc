@@ -67,7 +67,7 @@ TEST_F(SettingsFile, MayBeMissing) {
     EXPECT_EQ(ErrorOf(directory.Path() + "no/such/directory.json"), "");
 }
 
-TEST_F(SettingsFile, IsRefusedWithWordsWhenItIsBroken) {
+TEST_F(SettingsFile, IsRefusedWithAReasonWhenItIsBroken) {
     const struct {
         const char* text;
         const char* reason;
@@ -100,7 +100,7 @@ TEST_F(SettingsFile, IsRefusedWhenItCannotBeRead) {
     EXPECT_THAT(ErrorOf(fifo), HasSubstr("not a regular file"));
 }
 
-TEST(MatchesAny, KnowsWildcards) {
+TEST(MatchesAny, SupportsWildcards) {
     EXPECT_TRUE(SentrelCheck::MatchesAny({"lo", "eth*"}, "eth12"));
     EXPECT_TRUE(SentrelCheck::MatchesAny({"/srv/*"}, "/srv/a/b"));
     EXPECT_FALSE(SentrelCheck::MatchesAny({"eth?", ""}, "eth12"));

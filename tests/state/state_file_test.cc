@@ -43,7 +43,7 @@ class StateFile : public testing::Test {
     StateWriter writer;
 };
 
-TEST_F(StateFile, TellsWhatBecameOfEachPlugin) {
+TEST_F(StateFile, RecordsTheOutcomeOfEachPlugin) {
     writer.Open(Pellmar::Service::Logger::sDefaultLogger);
     const auto end = system_clock::time_point(seconds(1'800'000'000));
     for (const char* name : {"new", "running", "ended", "killed", "eater", "refused", "again"}) {
@@ -114,7 +114,7 @@ TEST_F(StateFile, TellsWhatBecameOfEachPlugin) {
     EXPECT_THAT(log.Lines(), testing::IsEmpty());
 }
 
-TEST_F(StateFile, IsNothingWithoutItsDaemon) {
+TEST_F(StateFile, IsIgnoredWithoutItsDaemon) {
     EXPECT_FALSE(ReadDaemonState());
     {
         StateWriter gone;
@@ -128,7 +128,7 @@ TEST_F(StateFile, IsNothingWithoutItsDaemon) {
     EXPECT_FALSE(ReadDaemonState());
 }
 
-TEST_F(StateFile, IsDoneWithoutWhenItCannotBeCreated) {
+TEST_F(StateFile, IsOptional) {
     std::ofstream(directory.parent_path().parent_path());  // a file where a directory is to be
     writer.Open(Pellmar::Service::Logger::sDefaultLogger);
     EXPECT_THAT(log.Lines(), ElementsAre(StartsWith("5 sentrel: No state file, so ")));

@@ -41,7 +41,7 @@ TEST(NameFilter, ComparesWithoutAsciiCase) {
     }
 }
 
-TEST(StatusFilter, KeepsTheListedCodesAndTellsThem) {
+TEST(StatusFilter, KeepsTheListedCodesAndLogsThem) {
     const CapturedLog log;
     const std::vector<std::int32_t> statuses = {0, 2};
     const std::vector<std::int32_t> none;
@@ -54,7 +54,7 @@ TEST(StatusFilter, KeepsTheListedCodesAndTellsThem) {
                             "6 filters: Checking for report.status = none in [ ok error ]"));
 }
 
-TEST(TimeFilter, KeepsWhatWasMadeAtTheStartOrLater) {
+TEST(TimeFilter, KeepsReportsFromTheStartTimeOn) {
     const ::Test::TimeZone zone("UTC0");
     constexpr std::int64_t kSecond = 1'000'000'000;
     constexpr std::int64_t kMade = 1709647629 * kSecond;

@@ -93,7 +93,7 @@ struct Published {
     }
 };
 
-TEST(Publisher, CallsAReportLikeTheStemOfItsLink) {
+TEST(Publisher, NamesAReportAfterTheStemOfItsLink) {
     for (const char* const link :
          {"cpu", "mem.txt", "disk.sda.json", ".json", ".cpu.json", "..json", "...", "a.", "a..",
           "cpu load.json", "\xFF\xFE.json", ".a", "-"}) {
@@ -104,7 +104,7 @@ TEST(Publisher, CallsAReportLikeTheStemOfItsLink) {
     }
 }
 
-TEST(Publisher, TellsEachStep) {
+TEST(Publisher, LogsEachStep) {
     const Published store;
     const std::string stored = store.host.Base() + "stored";
     WriteFile(stored, Document("cpu"));
@@ -143,7 +143,7 @@ TEST(Publisher, ResolvesTargetsAgainstTheWorkingDirectory) {
 }
 
 // Each is one line, no report, and the end of nothing else.
-TEST(Publisher, LeavesOutLinksThatLeadToNoFile) {
+TEST(Publisher, LeavesOutDanglingLinks) {
     const struct {
         std::function<void(const std::string& target)> make;
         std::string reason;
@@ -168,7 +168,7 @@ TEST(Publisher, LeavesOutLinksThatLeadToNoFile) {
     }
 }
 
-TEST(Publisher, TellsADirectoryThatIsMissing) {
+TEST(Publisher, LogsAMissingDirectory) {
     for (const std::string directory : {"/missing/", ""}) {
         const Published store;
         const Publisher publisher(directory, store.logger);
@@ -265,7 +265,7 @@ TEST(Publisher, EndsAQueryAtItsLimits) {
     EXPECT_EQ(count({.isAbandoned = [&asked] { return ++asked > 2; }}), 2U);
 }
 
-TEST(Publisher, WantsTheLinksNameInTheReport) {
+TEST(Publisher, RequiresTheLinksNameInTheReport) {
     const Published store;
     store.Store("cpu", Document("CPU"));
     store.Store("mem", Document(std::string(100'000, 'y')));  // too long for one line of the log
@@ -301,7 +301,7 @@ long long BytesRead() {
     return value;
 }
 
-TEST(Publisher, ReadsNothingOfAReportThatIsTooLong) {
+TEST(Publisher, DoesNotReadReportsThatAreTooLong) {
     const Published store;
     store.Store("long", Document("long"));
     fs::resize_file(store.Path("long.json"), kMaxSize + 1);

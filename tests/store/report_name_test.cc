@@ -64,7 +64,7 @@ TEST(StoredFile, IsRecognisedByItsName) {
     }
 }
 
-TEST(StoredFile, TellsTheNameThatItIsOf) {
+TEST(StoredFile, BelongsToAReportName) {
     const struct {
         std::string_view fileName;
         std::optional<std::string_view> ofLink;

@@ -159,7 +159,7 @@ TEST(ReportRoller, CountsOnlyFilesOnRestart) {
     EXPECT_EQ(Open(*store.MakeRoller()).file->GetName(), ".cpu-1.json");
 }
 
-TEST(ReportRoller, LooksAtTheDirectoryOnceAndNeverAtTheLink) {
+TEST(ReportRoller, ListsTheDirectoryOnceAndNeverReadsTheLink) {
     const Store store;
     StoreReport(*store.MakeRoller(), "first");
     std::filesystem::remove(store.PathOf("cpu.json"));
@@ -171,7 +171,7 @@ TEST(ReportRoller, LooksAtTheDirectoryOnceAndNeverAtTheLink) {
     EXPECT_EQ(store.host.Report("cpu"), "third");
 }
 
-TEST(ReportRoller, UsesUpTheIndexOfAFileThatCannotBeMade) {
+TEST(ReportRoller, UsesUpTheIndexOfAFileThatCannotBeCreated) {
     const Store store;
     const Ref<ReportRoller> roller = store.MakeRoller();
     StoreReport(*roller, "first");

@@ -74,7 +74,7 @@ TEST(ReportDocument, FillsTheRecord) {
     EXPECT_THAT(log.Lines(), IsEmpty());
 }
 
-TEST(ReportDocument, TakesAnyNumberAsStatus) {
+TEST(ReportDocument, AcceptsAnyNumberAsStatus) {
     const struct {
         std::string number;
         int status;

@@ -39,7 +39,7 @@ TEST(ModifiedTime, IsWrittenInUtcWhateverTheZone) {
     EXPECT_EQ(FormatModifiedTime(file_time_type::max()).substr(0, 4), "2466");
 }
 
-TEST(ModifiedTime, IsNoFileTimeBeyondItsClock) {
+TEST(ModifiedTime, IsEmptyBeyondTheRangeOfTheFileClock) {
     using Limits = std::numeric_limits<std::time_t>;
     for (const std::time_t second :
          {Limits::min(), std::time_t{-2'790'000'000}, std::time_t{15'700'000'000}, Limits::max()}) {

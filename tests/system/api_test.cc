@@ -155,7 +155,7 @@ TEST_F(Api, AnswersAStockClient) {
 }
 
 // Each call leaves one audit record, and no token is written anywhere.
-TEST_F(Api, RefusesWhoMayNotReadAndAuditsEveryCall) {
+TEST_F(Api, RefusesUnauthorizedCallersAndAuditsEveryCall) {
     Start();
     const std::string plain = api.TokenFor("bob", {"observability.reports.write"});
     std::string tampered = token;
@@ -206,7 +206,7 @@ TEST_F(Api, RefusesWhoMayNotReadAndAuditsEveryCall) {
     }
 }
 
-TEST_F(Api, TellsOfEveryServiceAndItself) {
+TEST_F(Api, DescribesEveryServiceAndItself) {
     Start();
     const struct {
         const char* operation;
@@ -238,7 +238,7 @@ TEST_F(Api, TellsOfEveryServiceAndItself) {
     }
 }
 
-TEST_F(Api, SaysAloudThatACallCannotBeAudited) {
+TEST_F(Api, LogsACallThatCannotBeAudited) {
     std::filesystem::create_directories(host.Root() + "/var/log/korvex/audit.jsonl");
     Start();
     EXPECT_TRUE(api.Call(kListMethod, "{}", token).contains("result"));
@@ -254,7 +254,7 @@ TEST_F(Api, TrustsAKeyThatIsAddedWhileItRuns) {
         added.Call(kListMethod, "{}", added.TokenFor("eve", {kReadPrivilege})).contains("result"));
 }
 
-TEST_F(Api, ServesBothAddressesAndNoOther) {
+TEST_F(Api, ServesBothLoopbackAddressesOnly) {
     Start();
     const std::string document =
         std::string(R"({"jsonrpc":"2.0","id":1,"method":")") + kIntrospection + "\"}";

@@ -83,7 +83,7 @@ TEST_F(BadInput, StoresNothingOfABodyThatEndsWithAReset) {
         << testing::PrintToString(files);
 }
 
-TEST_F(BadInput, RefusesWhatABrowserSendsForAPageOfAnotherHost) {
+TEST_F(BadInput, RefusesRequestsOfForeignWebPages) {
     Start();
     for (const char* const origin : {"null", "http://evil.example", "http://localhost:3000"}) {
         SCOPED_TRACE(origin);
@@ -110,7 +110,7 @@ TEST_F(BadInput, AnswersAClientThatHasFinishedSending) {
     EXPECT_EQ(host.Report("half"), "{}");
 }
 
-TEST_F(BadInput, RefusesWhatIsNoHead) {
+TEST_F(BadInput, RefusesMalformedHeads) {
     const std::string manyFields = [] {
         std::string fields;
         for (int count = 0; count < 101; ++count) {

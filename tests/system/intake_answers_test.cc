@@ -54,7 +54,7 @@ void ExpectDefaultHeaders(const HttpResponse& response) {
     EXPECT_THAT(response.Field("Date"), testing::EndsWith(" GMT"));
 }
 
-TEST_F(IntakeAnswers, StoresWhatIsPostedToAnyPath) {
+TEST_F(IntakeAnswers, StoresPostsToAnyPath) {
     const std::string length = "Content-Length: 4\r\n";
     const std::vector<Exchange> rows = {
         {"one segment", Post("/stored", kJson + length), 200, ""},
@@ -133,7 +133,7 @@ TEST_F(IntakeAnswers, RefusesInTheOrderOfTheChecks) {
     EXPECT_THAT(host.ReportFiles(), IsEmpty());
 }
 
-TEST_F(IntakeAnswers, RefusesWhatIsNoPost) {
+TEST_F(IntakeAnswers, RefusesOtherMethods) {
     Start();
     for (const char* const method : {"GET", "HEAD", "PUT", "DELETE", "OPTIONS", "PATCH", "post"}) {
         for (const char* const length : {"", "Content-Length: 4\r\n"}) {
@@ -152,7 +152,7 @@ TEST_F(IntakeAnswers, RefusesWhatIsNoPost) {
     EXPECT_EQ(daemon->CountLog("SentrelHandler: Created"), 0U);
 }
 
-TEST_F(IntakeAnswers, LogsTheRoadOfAReport) {
+TEST_F(IntakeAnswers, LogsThePathOfAReport) {
     Start();
     HttpClient client;
     const std::size_t first = daemon->LogLines().size();
@@ -251,7 +251,7 @@ TEST_F(IntakeAnswers, InvitesTheBodyOfAnAcceptedRequestOnly) {
     EXPECT_TRUE(response->ClosesConnection());
 }
 
-TEST_F(IntakeAnswers, TakesReportsOfUpToOneMebibyte) {
+TEST_F(IntakeAnswers, AcceptsReportsOfUpToOneMebibyte) {
     Start();
     HttpClient client;
     for (const std::size_t size : {0U, 1U, 511U, 512U, 513U, 65'536U, 1'048'576U}) {

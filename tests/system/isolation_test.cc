@@ -28,7 +28,7 @@ struct StalledPost {
 
 using Isolation = ::Test::Scenario;
 
-TEST_F(Isolation, ASlowNameHoldsUpItselfAlone) {
+TEST_F(Isolation, ASlowNameDelaysOnlyItself) {
     Start();
     StalledPost slow("slow");
     ASSERT_TRUE(daemon->WaitForLog("Temporary report name"));
@@ -49,7 +49,7 @@ TEST_F(Isolation, ASlowNameHoldsUpItselfAlone) {
     EXPECT_EQ(host.LinkTarget("slow"), host.ReportPath("slow-2.json"));  // 21 in a ring of 3
 }
 
-TEST_F(Isolation, OfMorePostsThanAreReadAtATimeTheSlowestGiveWay) {
+TEST_F(Isolation, TheSlowestPostsGiveWayBeyondTheBound) {
     Start();
     std::deque<StalledPost> stalled;
     for (int number = 0; number < 300; ++number) {

@@ -93,7 +93,7 @@ class Launch : public ::Test::Scenario {
     }
 };
 
-TEST_F(Launch, SaysHowItSchedulesFourPlugins) {
+TEST_F(Launch, LogsTheScheduleOfFourPlugins) {
     InstallFourChecks();
     Start();
     EXPECT_THAT(
@@ -125,7 +125,7 @@ TEST_F(Launch, SaysHowItSchedulesFourPlugins) {
     EXPECT_EQ(daemon->Stop(), 0);
 }
 
-TEST_F(Launch, EndsTheStartWithoutThePluginDirectory) {
+TEST_F(Launch, FailsToStartWithoutThePluginDirectory) {
     fs::remove(host.Root() + "/usr/lib/korvex/sentrel/plugins/bin");
     daemon.emplace(Options());
     EXPECT_EQ(daemon->WaitForEnd(), 1);
@@ -135,7 +135,7 @@ TEST_F(Launch, EndsTheStartWithoutThePluginDirectory) {
 }
 
 // Needs a minute. The plugins run in a resource group where this host has a hierarchy for it.
-TEST_F(Launch, RunsOnePluginASlotAndStoresWhatItPosts) {
+TEST_F(Launch, RunsOnePluginPerSlotAndStoresItsReport) {
     InstallFourChecks();
     const ::Test::CgroupRoot cgroupRoot;
     DaemonOptions options = Options();

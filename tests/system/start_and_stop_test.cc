@@ -26,7 +26,7 @@ using testing::StartsWith;
 
 class StartAndStop : public ::Test::Scenario {};
 
-TEST_F(StartAndStop, EndsWithStatusZeroBySignal) {
+TEST_F(StartAndStop, ExitsWithStatus0OnASignal) {
     for (const int signal : {SIGTERM, SIGINT}) {
         SCOPED_TRACE(signal);
         Start();
@@ -36,7 +36,7 @@ TEST_F(StartAndStop, EndsWithStatusZeroBySignal) {
     }
 }
 
-TEST_F(StartAndStop, LogsAHangUpAndServesOn) {
+TEST_F(StartAndStop, LogsAHangUpAndContinues) {
     Start();
     for (const std::size_t hangUps : {1U, 2U}) {
         daemon->Send(SIGHUP);
@@ -46,7 +46,7 @@ TEST_F(StartAndStop, LogsAHangUpAndServesOn) {
     EXPECT_EQ(daemon->Stop(), 0);
 }
 
-TEST_F(StartAndStop, ObeysASignalThatCameBeforeItServed) {
+TEST_F(StartAndStop, ObeysASignalDuringTheStart) {
     DaemonOptions options = Options();
     options.startWithPendingStop = true;
     daemon.emplace(options);
@@ -105,7 +105,7 @@ TEST_F(StartAndStop, NormalisesTheReportDirectory) {
     }
 }
 
-TEST_F(StartAndStop, RefusesOptionsThatItDoesNotKnow) {
+TEST_F(StartAndStop, RefusesUnknownOptions) {
     const std::vector<std::pair<std::vector<std::string>, std::string>> cases = {
         {{"-x"}, "invalid option -- 'x'"},
         {{"--verbose"}, "invalid option -- '-'"},
@@ -149,7 +149,7 @@ TEST_F(StartAndStop, RefusesARelativeRoot) {
     EXPECT_THAT(daemon->Log(), StartsWith("<3>Initializing FSS/Pellmar failed: "));
 }
 
-TEST_F(StartAndStop, OpensClosedStandardDescriptorsOnNothing) {
+TEST_F(StartAndStop, OpensDevNullOnClosedStandardDescriptors) {
     DaemonOptions options = Options();
     options.preparation = "exec <&- >&- 2>&-";
     Start(options);
@@ -193,7 +193,7 @@ TEST_F(StartAndStop, TakesItsLogLevelFromTheEnvironmentThenTheStore) {
     }
 }
 
-TEST_F(StartAndStop, RunsOnWithoutListenersOfTheApi) {
+TEST_F(StartAndStop, RunsWithoutListenersOfTheApi) {
     const Sys::OwnedFd taken4 = ::Test::ListenAt("127.0.0.1", 9984);
     const Sys::OwnedFd taken6 = ::Test::ListenAt("::1", 9984);
     Start();

@@ -129,13 +129,17 @@ std::string NoticeHtml(const std::string& text) {
     return text.empty() ? "" : "<span class=\"state ERROR\">" + Html(text) + "</span>";
 }
 
+std::string PillHtml(const std::string& name, std::size_t count) {
+    const ReportState look = ParseState(name).value_or(ReportState::None);  // of "silenced"
+    return "<button class=\"pill " + std::string(NameOf(look)) + "\" data-state=\"" + name +
+           "\" aria-pressed=\"false\">" + std::string(MarkOf(look)) + " " + std::to_string(count) +
+           " " + name + "</button>";
+}
+
 std::string PillsHtml(const HostView& view) {
     std::string html;
     for (const auto& [name, count] : CountPills(view)) {
-        const ReportState look = ParseState(name).value_or(ReportState::None);  // of "silenced"
-        html += "<button class=\"pill " + std::string(NameOf(look)) + "\" data-state=\"" + name +
-                "\" aria-pressed=\"false\">" + std::string(MarkOf(look)) + " " +
-                std::to_string(count) + " " + name + "</button>";
+        html += PillHtml(name, count);
     }
     return html;
 }
@@ -168,6 +172,19 @@ std::string RowHtml(const ViewedReport& report, const HostView& view) {
            RowDetailHtml(report) + "</div></details></li>\n";
 }
 
+std::string TickHtml(const std::string& x, const std::string& title) {
+    return "<line class=\"tick\" x1=\"" + x + "\" x2=\"" + x + "\" y1=\"6\" y2=\"30\"><title>" +
+           title + "</title></line>";
+}
+
+std::string ScaleMarkHtml(const std::string& x) {
+    return "<line x1=\"" + x + "\" x2=\"" + x + "\" y1=\"26\" y2=\"34\"/>";
+}
+
+std::string LaunchRowHtml(const std::string& plugin, const std::string& time) {
+    return "<tr><td>" + plugin + "</td><td>" + time + "</td></tr>";
+}
+
 std::string HourHtml(const HostView& view) {
     constexpr int kWidth = 1200;
     constexpr std::chrono::seconds kHour = std::chrono::hours(1);
@@ -175,19 +192,17 @@ std::string HourHtml(const HostView& view) {
     std::string rows;
     for (const ViewedLaunch& launch : HourOfLaunches(view)) {
         const auto left = std::chrono::duration_cast<std::chrono::seconds>(launch.at - view.now);
-        const std::string x = std::to_string(left.count() * kWidth / kHour.count());
+        const std::string plugin = Html(launch.plugin);
         const std::string time = UtcTimeOfDay(launch.at);
-        ticks += "<line class=\"tick\" x1=\"" + x + "\" x2=\"" + x +
-                 "\" y1=\"6\" y2=\"30\"><title>" + Html(launch.plugin) + " " + time +
-                 "</title></line>";
-        rows += "<tr><td>" + Html(launch.plugin) + "</td><td>" + time + "</td></tr>";
+        ticks += TickHtml(std::to_string(left.count() * kWidth / kHour.count()),
+                          std::string(plugin).append(" ").append(time));
+        rows += LaunchRowHtml(plugin, time);
     }
     if (rows.empty()) {
         return "<p class=\"quiet\">No launch is planned.</p>";
     }
     for (int tenth = 0; tenth <= 6; ++tenth) {
-        const std::string x = std::to_string(tenth * kWidth / 6);
-        ticks += "<line x1=\"" + x + "\" x2=\"" + x + "\" y1=\"26\" y2=\"34\"/>";
+        ticks += ScaleMarkHtml(std::to_string(tenth * kWidth / 6));
     }
     return "<svg viewBox=\"0 0 1200 40\" preserveAspectRatio=\"none\" aria-hidden=\"true\">"
            "<line x1=\"0\" x2=\"1200\" y1=\"30\" y2=\"30\"/>" +

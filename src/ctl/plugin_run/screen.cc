@@ -94,6 +94,7 @@ Colour ColourOf(std::string_view state) {
 
 std::string MetricsText(const std::vector<Metric>& metrics) {
     std::vector<std::string> texts;
+    texts.reserve(metrics.size());
     for (const Metric& metric : metrics) {
         texts.push_back(metric.name + " " + DecimalText(metric.value) +
                         (metric.unit.empty() ? "" : " " + metric.unit));

@@ -61,6 +61,7 @@ void JudgeLeft(PluginRun& run) {
         return;
     }
     std::vector<std::string> names;
+    names.reserve(left.size());
     for (const LeftProcess& process : left) {
         names.push_back(process.name + " (" + std::to_string(process.pid) + ")");
     }

@@ -69,7 +69,7 @@ std::string NearNamesAdvice(std::string_view name, const std::vector<std::string
                             const std::string& otherwise) {
     std::vector<std::string> near = FindNearNames(name, names);
     for (std::string& quoted : near) {
-        quoted = "\"" + quoted + "\"";
+        quoted.insert(0, 1, '"').push_back('"');
     }
     return near.empty() ? otherwise : "did you mean " + Enumerated(near, "or") + "?";
 }

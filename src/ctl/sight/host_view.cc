@@ -145,6 +145,7 @@ std::string CountsText(const std::vector<ViewedReport>& reports) {
         name = isSilenced ? "silenced" : NameOf(state);
     }
     std::vector<std::string> words;
+    words.reserve(counts.size());
     for (const auto& [rank, count] : counts) {
         words.push_back(std::to_string(count.first) + " " + std::string(count.second));
     }

@@ -43,6 +43,12 @@ constexpr std::array<Option, 10> kOptions = {{
 }};
 
 // The words of a comma-separated list; throws if one is not in `known`.
+UsageError UnknownWord(const std::string& option, const std::string& word,
+                       std::span<const char* const> known) {
+    return UsageError("option \"" + option + "\": unknown word \"" + word + "\"",
+                      "choose from " + Enumerated({known.begin(), known.end()}));
+}
+
 std::vector<std::string> WordsOf(const std::string& option, std::string_view list,
                                  std::span<const char* const> known) {
     std::vector<std::string> words;
@@ -50,8 +56,7 @@ std::vector<std::string> WordsOf(const std::string& option, std::string_view lis
         const std::size_t end = list.find(',');
         const std::string word(list.substr(0, end));
         if (std::find(known.begin(), known.end(), word) == known.end()) {
-            throw UsageError("option \"" + option + "\": unknown word \"" + word + "\"",
-                             "choose from " + Enumerated({known.begin(), known.end()}));
+            throw UnknownWord(option, word, known);
         }
         words.push_back(word);
         if (end == std::string_view::npos) {
@@ -104,6 +109,7 @@ void WriteTable(const HostView& view, const std::vector<std::string>& columns, b
     Table table(std::move(heads));
     for (const ViewedReport& report : view.reports) {
         std::vector<Table::Cell> cells;
+        cells.reserve(columns.size());
         for (const std::string& column : columns) {
             cells.push_back(CellOf(column, report, view));
         }

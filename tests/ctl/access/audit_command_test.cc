@@ -65,7 +65,7 @@ TEST_F(Audit, BeginsWithTheOlderFiles) {
     EXPECT_EQ(lines(), "8 2 new ");
 }
 
-TEST_F(Audit, FollowsTheLogWhereItGoes) {
+TEST_F(Audit, FollowsTheRotatedLog) {
     Append("one\n");
     Ctl::AuditReader reader(log);  // no root is set here
     std::string line;

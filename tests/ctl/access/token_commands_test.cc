@@ -32,7 +32,7 @@ class TokenCommands : public testing::Test {
     const HostDirectory host;
 };
 
-TEST_F(TokenCommands, InitMakesOneKeyForItsOwnerAloneAndKeepsIt) {
+TEST_F(TokenCommands, InitCreatesOnePrivateKeyAndKeepsIt) {
     const ToolResult first = Run({"init"});
     EXPECT_THAT(first.output, HasSubstr("Created     " + host.Root() +
                                         "/var/lib/korvex/oru/token/signing-key.json\n"));
@@ -48,7 +48,7 @@ TEST_F(TokenCommands, InitMakesOneKeyForItsOwnerAloneAndKeepsIt) {
     EXPECT_FALSE(trusted["keys"][0].contains("d"));
 }
 
-TEST_F(TokenCommands, IssueReadsSpansOfTime) {
+TEST_F(TokenCommands, IssueParsesDurations) {
     ASSERT_EQ(Run({"init"}).status, 0);
     struct Row {
         const char* ttl;
@@ -109,7 +109,7 @@ TEST_F(TokenCommands, IssuePrintsTheTokenAloneAndInspectShowsIt) {
     EXPECT_THAT(untrusted.output, HasSubstr("Trusted here  no: no key is trusted"));
 }
 
-TEST_F(TokenCommands, SayWhatFailedAndWhatToDo) {
+TEST_F(TokenCommands, ReportFailuresWithAdvice) {
     ExpectFailure(Run({"issue", "--subject", "eve"}), "\"sentrelctl token init\"");
     ExpectFailure(Run({"inspect"}), "standard input holds no token; \"sentrelctl token issue");
     ExpectFailure(Run({"inspect"}, "a\nb"), "standard input holds no token");

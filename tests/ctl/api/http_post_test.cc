@@ -79,7 +79,7 @@ TEST(HttpPost, SendsNothingToAnotherUsersProgram) {
     EXPECT_THROW((void)server.Receive(), std::runtime_error);  // no byte came
 }
 
-TEST(HttpPost, RefusesWhatIsNotAWholeAnswer) {
+TEST(HttpPost, RefusesIncompleteAnswers) {
     const struct {
         const char* answer;
         const char* reason;

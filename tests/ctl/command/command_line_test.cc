@@ -13,7 +13,7 @@ namespace {
 
 using testing::HasSubstr;
 
-TEST(CommandLine, TellsEachMistakeInOneLineWithStatus2) {
+TEST(CommandLine, ReportsEachMistakeInOneLineWithStatus2) {
     struct Row {
         std::vector<std::string> arguments;
         const char* error;
@@ -52,7 +52,7 @@ TEST(CommandLine, TellsEachMistakeInOneLineWithStatus2) {
     }
 }
 
-TEST(CommandLine, AFailureIsToldInJsonToo) {
+TEST(CommandLine, PrintsFailuresInJsonToo) {
     const ToolResult result = RunTool({"token", "inspect", "--json", "/none"});
     EXPECT_EQ(result.status, 1);
     EXPECT_EQ(result.error.substr(0, 12), "sentrelctl: ");
@@ -61,13 +61,13 @@ TEST(CommandLine, AFailureIsToldInJsonToo) {
                                       "\".*\",\"code\":1\\}\\}\n"));
 }
 
-TEST(CommandLine, RefusesABadRootOfTheEnvironment) {
+TEST(CommandLine, RefusesAnInvalidRootFromTheEnvironment) {
     const ToolResult result = RunTool({"group", "show"}, {"SENTREL_ROOT=/dev/null/host"});
     EXPECT_EQ(result.status, 2);
     EXPECT_THAT(result.error, HasSubstr("sentrelctl: SENTREL_ROOT=/dev/null/host cannot be used"));
 }
 
-TEST(CommandLine, HelpNeedsNothingAndEndsWell) {
+TEST(CommandLine, PrintsHelpWithoutAHost) {
     struct Row {
         std::vector<std::string> arguments;
         std::vector<const char*> parts;
@@ -95,7 +95,7 @@ TEST(CommandLine, HelpNeedsNothingAndEndsWell) {
     }
 }
 
-TEST(CommandLine, AResultThatCannotBeWrittenIsAFailure) {
+TEST(CommandLine, FailsIfTheResultCannotBeWritten) {
     const ToolResult result = RunToolInto("/dev/full", {"--help"});
     EXPECT_EQ(result.status, 1);
     EXPECT_THAT(result.error, HasSubstr("standard output cannot be written"));

@@ -66,7 +66,7 @@ class Completion : public ToolHost {
 
 const std::string kFiles = SENTREL_COMPLETIONS;
 
-TEST_F(Completion, OffersWhatMayStandThere) {
+TEST_F(Completion, OffersEveryPossibleWord) {
     const struct {
         Lines words;
         Lines candidates;
@@ -110,7 +110,7 @@ TEST_F(Completion, OffersWhatMayStandThere) {
     EXPECT_THAT(OutputOf({"--help"}), Not(testing::HasSubstr("__complete")));
 }
 
-TEST_F(Completion, AsksTheApiWhereTheDirectoryIsNot) {
+TEST_F(Completion, AsksTheApiIfTheDirectoryCannotBeRead) {
     OutputOf({"token", "init"});
     StartDaemon();
     EXPECT_THAT(Complete({"get", "--reports", "/none", "c"}), ElementsAre("cpu"));

@@ -79,7 +79,7 @@ TEST_F(DoctorCommand, FindsNoFaultOnAHealthyHost) {
     EXPECT_THAT(OutputOf({"group", "show"}), HasSubstr("SENTREL_CGROUP_ROOT of the daemon"));
 }
 
-TEST_F(DoctorCommand, TellsEachFaultOfABrokenHost) {
+TEST_F(DoctorCommand, ReportsEachFaultOfABrokenHost) {
     const pid_t old = ::fork();  // older than the daemon, so nobody will end it
     if (old == 0) {
         (void)::prctl(PR_SET_PDEATHSIG, SIGKILL);
@@ -155,7 +155,7 @@ TEST_F(DoctorCommand, TellsEachFaultOfABrokenHost) {
     EXPECT_TRUE(WIFSIGNALED(status));
 }
 
-TEST_F(DoctorCommand, TellsAReportDirectoryThatTheDaemonDoesNotShare) {
+TEST_F(DoctorCommand, FindsAReportDirectoryThatTheDaemonDoesNotShare) {
     {
         const MountedDirectory mounted(ReportDirectory(), 1 << 20);
         Start({"/usr/bin/unshare", "--mount", "--propagation", "private"});
@@ -171,7 +171,7 @@ TEST_F(DoctorCommand, TellsAReportDirectoryThatTheDaemonDoesNotShare) {
                   "is missing: every post is answered with 500");
 }
 
-TEST_F(DoctorCommand, TellsAnUnprivilegedUserWhatOnlyRootMayLookAt) {
+TEST_F(DoctorCommand, NamesTheChecksThatNeedRoot) {
     if (::geteuid() != 0) {
         GTEST_SKIP() << "only root can become another user";
     }
@@ -193,7 +193,7 @@ TEST_F(DoctorCommand, TellsAnUnprivilegedUserWhatOnlyRootMayLookAt) {
     }
 }
 
-TEST_F(DoctorCommand, SaysThatNoDaemonRunsAndWhoHasItsPort) {
+TEST_F(DoctorCommand, NamesTheProcessThatHoldsThePortOfAStoppedDaemon) {
     const auto findingsNow = [this] {
         return Json(Json::parse(Run({"doctor", "--json"}).output)["findings"]);
     };

@@ -92,7 +92,7 @@ class IdleProcess {
     pid_t pid = -1;
 };
 
-TEST_F(GroupCommands, EnsureMakesTheGroupOnceAndSaysWhatIsReserved) {
+TEST_F(GroupCommands, EnsureCreatesTheGroupOnceAndShowsItsReservation) {
     const std::string reserved =
         HasMemory() ? "Reserved   40.0 MiB\n"
                     : "Reserved   nothing of the 40.0 MiB configured: " + root.Path() +
@@ -113,7 +113,7 @@ TEST_F(GroupCommands, EnsureMakesTheGroupOnceAndSaysWhatIsReserved) {
     }
 }
 
-TEST_F(GroupCommands, EnsureReservesWhatTheDaemonsSettingsSay) {
+TEST_F(GroupCommands, EnsureReservesTheConfiguredMemory) {
     struct Row {
         const char* settings;
         int poolSizeMB;
@@ -145,7 +145,7 @@ TEST_F(GroupCommands, TheRootOptionOverridesTheEnvironment) {
     EXPECT_EQ(Json::parse(result.output)["poolSizeMB"], 77);
 }
 
-TEST_F(GroupCommands, ABrokenSettingsFileStopsEnsureBeforeItMakesAnything) {
+TEST_F(GroupCommands, EnsureCreatesNothingWithABrokenSettingsFile) {
     const std::string file = host.WriteStoreEntry("sentrel", "{\"a\": ");
     const ToolResult result = Run({"ensure"});
     EXPECT_EQ(result.status, 1);
@@ -154,7 +154,7 @@ TEST_F(GroupCommands, ABrokenSettingsFileStopsEnsureBeforeItMakesAnything) {
     EXPECT_FALSE(std::filesystem::exists(root.Path() + "/host"));
 }
 
-TEST_F(GroupCommands, ShowTellsTheProcessesOfTheGroupAndOfThoseInIt) {
+TEST_F(GroupCommands, ShowListsTheProcessesOfTheGroupAndItsChildren) {
     ASSERT_EQ(Run({"ensure"}).status, 0);
     EXPECT_THAT(Run({"show"}).output, EndsWith("\nNo process is in the group.\n"));
     ASSERT_EQ(::mkdir((Directory() + "/member").c_str(), 0755), 0);
@@ -181,7 +181,7 @@ TEST_F(GroupCommands, ShowTellsTheProcessesOfTheGroupAndOfThoseInIt) {
     EXPECT_THAT(text.output, HasSubstr(std::to_string(member.Pid()) + "  me\uFFFDmber"));
 }
 
-TEST_F(GroupCommands, KillSparesWhatIsWithinItsTimeAndWithAllNothing) {
+TEST_F(GroupCommands, KillSparesPluginsWithinTheirTimeUnlessAllIsGiven) {
     ASSERT_EQ(Run({"ensure"}).status, 0);
     ASSERT_EQ(::mkdir((Directory() + "/member").c_str(), 0755), 0);
     const IdleProcess direct(Directory(), "direct");
@@ -196,7 +196,7 @@ TEST_F(GroupCommands, KillSparesWhatIsWithinItsTimeAndWithAllNothing) {
     EXPECT_EQ(Run({"kill", "--all"}).output, "No process is in the group.\n");
 }
 
-TEST_F(GroupCommands, KillOfSurvivorsTakesThoseOlderThanTheLongestRunOnly) {
+TEST_F(GroupCommands, KillSelectsOnlyProcessesOlderThanTheLongestRun) {
     using std::chrono::milliseconds;
     ASSERT_EQ(Run({"ensure"}).status, 0);
     const IdleProcess first(Directory(), "first");
@@ -244,7 +244,7 @@ TEST_F(GroupCommands, KillThatFailsLeavesTheGroupThawed) {
     EXPECT_EQ(ReadFile(Directory() + "/cgroup.freeze"), "0\n");
 }
 
-TEST_F(GroupCommands, OfADaemonAreInTheUnitThatHoldsIt) {
+TEST_F(GroupCommands, UseTheUnitOfTheDaemon) {
     const std::string unit = root.Path() + "/sentrel.service";
     std::filesystem::create_directories(unit + "/daemon");
     const IdleProcess daemon(unit + "/daemon", "daemon");
@@ -256,14 +256,14 @@ TEST_F(GroupCommands, OfADaemonAreInTheUnitThatHoldsIt) {
     EXPECT_EQ(Kernel::LocateGroupRootOf(daemon.Pid()).directory, unit);
 }
 
-TEST_F(GroupCommands, ShowOfAMissingGroupSaysHowToMakeIt) {
+TEST_F(GroupCommands, ShowExplainsHowToCreateAMissingGroup) {
     const ToolResult result = Run({"show"});
     EXPECT_EQ(result.status, 1);
     EXPECT_EQ(result.output, "");
     EXPECT_THAT(result.error, EndsWith("; create it with \"sentrelctl group ensure\"\n"));
 }
 
-TEST(GroupCommandsElsewhere, RefuseARootThatIsNoCgroup) {
+TEST(GroupCommandsElsewhere, RefuseARootThatIsNotACgroup) {
     const HostDirectory host;
     for (const std::string& root :
          {host.Root(), std::string("/nowhere"), std::string("relative")}) {
@@ -274,7 +274,7 @@ TEST(GroupCommandsElsewhere, RefuseARootThatIsNoCgroup) {
     }
 }
 
-TEST(GroupCommandsElsewhere, SayThatNothingLastsWhereNoCgroupCanBeWritten) {
+TEST(GroupCommandsElsewhere, ReportThatNothingPersistsWithoutAWritableCgroup) {
     if (::geteuid() != 0) {
         GTEST_SKIP() << "only root can become a user who surely may write no cgroup";
     }

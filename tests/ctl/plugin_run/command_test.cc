@@ -68,7 +68,7 @@ class PluginRun : public ToolHost {
     std::vector<std::string> environment = {"SENTREL_ROOT=" + host.Root()};
 };
 
-TEST_F(PluginRun, JudgesWhatItDoesAndPosts) {
+TEST_F(PluginRun, JudgesTheRunAndItsReports) {
     struct Row {
         const char* body;
         int status;           // of the tool
@@ -121,7 +121,7 @@ TEST_F(PluginRun, JudgesWhatItDoesAndPosts) {
     }
 }
 
-TEST_F(PluginRun, GivesItWhatTheDaemonGives) {
+TEST_F(PluginRun, StartsThePluginAsTheDaemonDoes) {
     Install(
         "echo \"$# $*\"; tr '\\0' ' ' < /proc/$$/environ; pwd; ls -m /proc/$$/fd; "
         "readlink /proc/$$/fd/0; read -r -a stat < /proc/$$/stat; "
@@ -139,7 +139,7 @@ TEST_F(PluginRun, GivesItWhatTheDaemonGives) {
         HasSubstr(", good\n  so so\n  load 1.5\n\nReady for production; it reports WARNING.\n"));
 }
 
-TEST_F(PluginRun, KeepsTheBeginningOfLongOutputAndEndsWhatItLeaves) {
+TEST_F(PluginRun, KeepsTheBeginningOfLongOutputAndKillsLeftovers) {
     Install(
         "head -c 3000000 /dev/zero | tr '\\0' x\n"
         "setsid sleep 1000 > /dev/null 2>&1 &\n"
@@ -153,7 +153,7 @@ TEST_F(PluginRun, KeepsTheBeginningOfLongOutputAndEndsWhatItLeaves) {
     EXPECT_EQ(errno, ESRCH);
 }
 
-TEST_F(PluginRun, FindsWhatTheDaemonStores) {
+TEST_F(PluginRun, FindsReportsThatTheDaemonStored) {
     StartDaemon();
     Install("post /plug $json \"$good\"; post /other $json \"$good\"", R"({"enabled": false})");
     const ToolResult result = RunIt();
@@ -171,7 +171,7 @@ TEST_F(PluginRun, FindsWhatTheDaemonStores) {
                   "the report directory");
 }
 
-TEST_F(PluginRun, GivesItWhatItWouldInheritFromTheDaemon) {
+TEST_F(PluginRun, InheritsTheAttributesOfTheDaemon) {
     std::optional<LoweredLimit> few(std::in_place, RLIMIT_NOFILE, 300);
     const mode_t mask = ::umask(0027);
     StartDaemon();
@@ -182,7 +182,7 @@ TEST_F(PluginRun, GivesItWhatItWouldInheritFromTheDaemon) {
     EXPECT_THAT(RunIt().output, HasSubstr("stdout  0027\nstdout  300\nstdout  5\n"));
 }
 
-TEST_F(PluginRun, SaysWhyItCannotBeStarted) {
+TEST_F(PluginRun, ExplainsWhyAPluginCannotBeStarted) {
     ExpectFailure(RunIt(), "there is no plugin \"plug\"");
     Install("");
     ExpectFailure(RunTool({"plugin", "run", "lug"}, environment), "did you mean \"plug\"?");

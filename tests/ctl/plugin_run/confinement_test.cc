@@ -37,7 +37,7 @@ TEST(Confinement, FindsTheFilesThatOnlyTheSandboxRefused) {
     }
 }
 
-TEST(Confinement, NamesTheMemoryLimitThatKilled) {
+TEST(Confinement, NamesTheMemoryLimitThatKilledThePlugin) {
     Ctl::PluginRun run;
     run.memoryKills = 1;
     run.memoryLimitKB = 262144;

@@ -39,7 +39,7 @@ class PluginCommands : public ToolHost {
     }
 };
 
-TEST_F(PluginCommands, PlanGivesEachItsSlotAndWhatItIsGuaranteed) {
+TEST_F(PluginCommands, PlanShowsEachSlotAndGuaranteedRunTime) {
     AddPlugin("a", kScript, R"({"frequency": "slow"})");
     AddPlugin("b", kScript, R"({"frequency": "Medium"})");
     AddPlugin("c", kScript, "{}");
@@ -75,7 +75,7 @@ TEST_F(PluginCommands, PlanGivesEachItsSlotAndWhatItIsGuaranteed) {
     EXPECT_THAT(OutputOf({"plugin", "list"}), HasSubstr("\ne     disabled  -            -  "));
 }
 
-TEST_F(PluginCommands, TellWhatTheRunningDaemonKnows) {
+TEST_F(PluginCommands, ShowWhatTheRunningDaemonKnows) {
     AddPlugin("old", kScript, R"({"enabled": true, "frequency": "fast", "log_level": "info"})");
     StartDaemon();
     AddPlugin("new", kScript, R"({"frequency": "fast"})");
@@ -95,7 +95,7 @@ TEST_F(PluginCommands, TellWhatTheRunningDaemonKnows) {
     EXPECT_FALSE(JsonOf({"plugin", "list"})["plugins"][1].contains("isKnownToDaemon"));
 }
 
-TEST_F(PluginCommands, CheckFindsWhatKeepsAPluginFromWorking) {
+TEST_F(PluginCommands, CheckFindsWhyAPluginDoesNotWork) {
     struct Row {
         const char* text;
         const char* entry;
@@ -130,7 +130,7 @@ TEST_F(PluginCommands, CheckFindsWhatKeepsAPluginFromWorking) {
     }
 }
 
-TEST_F(PluginCommands, TellAFaultyEntryInTheSameWordsEverywhere) {
+TEST_F(PluginCommands, ReportAFaultyEntryInTheSameWords) {
     AddPlugin("cpu", kScript, R"({"enabled": "yes", "frequency": "fast", "log_level": "info"})");
     for (const std::vector<std::string>& command : {std::vector<std::string>{"plugin", "list"},
                                                     {"plugin", "check", "cpu"},
@@ -220,7 +220,7 @@ TEST_F(PluginCommands, NewWrapsACheckCommand) {
     EXPECT_THAT(Run({"plugin", "check"}).output, HasSubstr("configures a plugin that is missing"));
 }
 
-TEST_F(PluginCommands, NewRefusesNamesThatCannotWork) {
+TEST_F(PluginCommands, NewRefusesInvalidNames) {
     AddPlugin("cpu", kScript, "{}");
     for (const char* name : {"a b", ".cpu", "cpu-1", "CPU", "sentrel"}) {
         ExpectFailure(Run({"plugin", "new", name}), "invalid plugin name ");

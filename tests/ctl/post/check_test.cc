@@ -32,7 +32,7 @@ TEST(ReportCheck, AcceptsWhatTheDaemonPublishes) {
     }
 }
 
-TEST(ReportCheck, TellsEachProblem) {
+TEST(ReportCheck, NamesEachProblem) {
     struct Row {
         std::string document;
         const char* problem;
@@ -77,7 +77,7 @@ TEST(ReportCheck, TellsEachProblem) {
                             "unstructured is missing: add any JSON value"));
 }
 
-TEST(JsonSchema, RefusesWhatItCouldNotCheck) {
+TEST(JsonSchema, RefusesUnsupportedSchemas) {
     for (const char* schema : {R"({"minimum":0})", R"({"properties":{"a":{"minLength":1}}})",
                                R"({"type":"integer"})", R"({"items":{"$ref":"#/$defs/none"}})",
                                R"({"$defs":{"a":true}})", R"({"pattern":"("})"}) {

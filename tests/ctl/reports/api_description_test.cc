@@ -79,7 +79,7 @@ TEST_F(ApiDescription, HasTheOperationsThatAreServedAndTheirPrivileges) {
     }
 }
 
-TEST_F(ApiDescription, FitsWhatTheDaemonAnswers) {
+TEST_F(ApiDescription, MatchesTheDaemonsAnswers) {
     const ToolResult posted =
         RunTool({"post", "cpu", "-"}, {"SENTREL_ROOT=" + host.Root()}, User::Own,
                 R"({"structured":{"name":"cpu","time":"2024-03-05T14:07:09Z","status":2},)"

@@ -67,7 +67,7 @@ TEST_F(ReportCommands, ShowReports) {
     EXPECT_EQ(Json::parse(OutputOf({"call", kList, cpuOnly}))["reports"][0]["name"], "cpu");
 }
 
-TEST_F(ReportCommands, ShowStatesThatNoReportSays) {
+TEST_F(ReportCommands, ShowStatesThatNoReportContains) {
     for (const char* plugin : {"disk", "late", "off"}) {
         WriteFile(host.Root() + "/usr/lib/korvex/sentrel/plugins/bin/" + plugin, "");
         (void)host.WriteStoreEntry(plugin, plugin == std::string("off")
@@ -99,7 +99,7 @@ TEST_F(ReportCommands, ShowStatesThatNoReportSays) {
                   "cannot be read; \"sentrelctl history bad\" and the daemon's");
 }
 
-TEST_F(ReportCommands, ShowTheRingOfAName) {
+TEST_F(ReportCommands, ShowTheStoredReportsOfAName) {
     for (const char* status : {"first", "second", "third", "fourth"}) {
         const std::string reason = R"({"reason":")" + std::string(status) + "\"}";
         ASSERT_EQ(
@@ -125,7 +125,7 @@ TEST_F(ReportCommands, ShowTheRingOfAName) {
     ExpectFailure(Run({"history", "disk"}), "no report \"disk\" is stored in ");
 }
 
-TEST_F(ReportCommands, NeedNeitherTokenNorSettingsWhereTheyCanDoWithout) {
+TEST_F(ReportCommands, NeedNeitherTokenNorSettingsIfTheDirectoryIsReadable) {
     const std::string noToken = "no token for the API, so this reads ";
     std::filesystem::remove(host.Root() + "/var/lib/korvex/oru/token/signing-key.json");
     const ToolResult direct = Run({"list"});
@@ -143,7 +143,7 @@ TEST_F(ReportCommands, NeedNeitherTokenNorSettingsWhereTheyCanDoWithout) {
     EXPECT_THAT(posted.error, HasSubstr("; posting to port 9996\n"));
 }
 
-TEST_F(ReportCommands, DoNotTakeAnUnreadableDirectoryForNoReports) {
+TEST_F(ReportCommands, DistinguishAnUnreadableDirectoryFromAnEmptyOne) {
     std::filesystem::rename(ReportDirectory(), ReportDirectory() + "-away");
     ExpectFailure(Run({"list", "nosuch"}), "the API lists no reports; cannot read ");
     std::filesystem::create_directory(ReportDirectory());
@@ -155,7 +155,7 @@ TEST_F(ReportCommands, DoNotTakeAnUnreadableDirectoryForNoReports) {
                   "the API lists no reports, but 1 report is stored in ");
 }
 
-TEST_F(ReportCommands, PostWhatIsGood) {
+TEST_F(ReportCommands, PostValidReports) {
     const std::string document = ReportText{.name = "new"}.Document();
     const ToolResult posted =
         RunTool({"post", "new", "-"}, {"SENTREL_ROOT=" + host.Root()}, User::Own, document);
@@ -179,7 +179,7 @@ TEST_F(ReportCommands, PostWhatIsGood) {
     ExpectFailure(Run({"post", "new", file}), "the intake on port 9996 cannot be reached: ");
 }
 
-TEST(IntakeAnswers, StandInTheManual) {
+TEST(IntakeAnswers, AreInTheManual) {
     std::ifstream file(SENTREL_MANUALS "/sentrel-plugin.7");
     const std::string manual(std::istreambuf_iterator<char>(file), {});
     for (int status = 201; status < 600; ++status) {
@@ -189,7 +189,7 @@ TEST(IntakeAnswers, StandInTheManual) {
     }
 }
 
-TEST_F(ReportCommands, SayWhatFailedAndWhatToDo) {
+TEST_F(ReportCommands, ReportFailuresWithAdvice) {
     const Token::SigningKey key = Token::SigningKey::Generate();
     key.AddToTrustSet(host.Root() + "/etc/korvex/oru/token/jwks.json");
     const std::string expired = host.Base() + "expired";

@@ -21,7 +21,7 @@ namespace {
 namespace Files = std::filesystem;
 using testing::ElementsAre;
 
-TEST(Forget, RemovesWhatIsOfTheNameAndOfNoOther) {
+TEST(Forget, RemovesOnlyTheFilesOfTheName) {
     const HostDirectory host;
     const auto write = [&host](const std::string& file) { WriteFile(host.ReportPath(file), "{}"); };
     for (const char* file : {"a.b-0.json", "a.b-1.json", ".a.b-2.json", ".a.b-0.json", "a-b-1.json",
@@ -68,7 +68,7 @@ class Poster {
     const Pellmar::Ref<Sentrel::ReportRoller> roller;
 };
 
-TEST(Forget, LosesNoReportThatCrossesIt) {
+TEST(Forget, KeepsReportsThatArriveMeanwhile) {
     const HostDirectory host;
     const std::string directory = host.ReportDirectory() + "/";
     Poster poster(directory);

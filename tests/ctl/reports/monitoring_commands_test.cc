@@ -85,7 +85,7 @@ TEST_F(Monitoring, CheckFollowsTheConvention) {
     EXPECT_THAT(Run({"check", "cpu", "disk"}).output, HasSubstr(" | 'disk.bad"));
 }
 
-TEST_F(Monitoring, EveryFailureOfCheckIsUnknown) {
+TEST_F(Monitoring, CheckReportsEveryFailureAsUnknown) {
     for (const std::vector<std::string>& arguments :
          std::vector<std::vector<std::string>>{{"check"},
                                                {"check", "cpu", "--nonsense"},
@@ -97,7 +97,7 @@ TEST_F(Monitoring, EveryFailureOfCheckIsUnknown) {
                 HasSubstr("UNKNOWN - \"nonsense\" is no address of the API"));
 }
 
-TEST_F(Monitoring, MetricsAreOneTextForBothFormats) {
+TEST_F(Monitoring, MetricsFitBothFormats) {
     const ToolResult result = Run({"metrics"});
     ASSERT_EQ(result.status, 0) << result.error;
     for (const char* part : {
@@ -126,7 +126,7 @@ TEST_F(Monitoring, MetricsAreOneTextForBothFormats) {
                   "/run/korvex/sentrel/state: No such file or directory\n");
 }
 
-TEST(MetricsText, TellsTheDaemonAndTheRunsOfItsPlugins) {
+TEST(MetricsText, IncludesTheDaemonAndTheRunsOfItsPlugins) {
     using std::chrono::milliseconds;
     const std::chrono::system_clock::time_point time(milliseconds(1'800'000'000'250));
     Ctl::JudgedReport report;

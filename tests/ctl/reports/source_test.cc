@@ -47,7 +47,7 @@ std::string AnswerOf(const Listing& listing, bool isFull) {
     return "HTTP/1.1 200 OK\r\nContent-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
 }
 
-TEST(ReportSource, AsksTwiceAndAgainOnlyForWhatMayBeThere) {
+TEST(ReportSource, CallsTheApiTwiceAndAgainOnlyForMissingReports) {
     const HostDirectory directory;
     const std::string token = directory.Base() + "token";
     WriteFile(token, "a.b.c\n");

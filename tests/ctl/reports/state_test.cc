@@ -16,7 +16,7 @@ using std::chrono::seconds;
 // 2024-03-05T14:07:09Z
 const auto kNow = std::chrono::system_clock::time_point(seconds(1709647629));
 
-TEST(ReportState, IsWhatTheReportSaysUnlessItIsTooOldMissingOrUnreadable) {
+TEST(ReportState, IsTheReportsOwnUnlessItIsTooOldMissingOrUnreadable) {
     const std::vector<Ctl::PluginPeriod> plugins = {{"cpu", seconds(300)},
                                                     {"disk", seconds(300)},
                                                     {"disk.sda", seconds(3600)},

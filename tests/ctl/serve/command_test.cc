@@ -82,7 +82,7 @@ class Serve : public ToolHost {
     std::string base;
 };
 
-TEST_F(Serve, LetsInOnlyTheSecretFromThisHost) {
+TEST_F(Serve, AdmitsOnlyTheSecretFromThisHost) {
     EXPECT_THAT(Curl("'" + url + "'"),
                 AllOf(HasSubstr("303 See Other"), HasSubstr("Location: /\r\n"),
                       HasSubstr("; HttpOnly; SameSite=Strict; Path=/\r\n"),
@@ -125,7 +125,7 @@ TEST_F(Serve, LetsInOnlyTheSecretFromThisHost) {
     EXPECT_EQ(Stop(), 0);
 }
 
-TEST_F(Serve, PushesWhatChanges) {
+TEST_F(Serve, PushesChanges) {
     const Pipe events = Open("curl -s -N -m 60 " + Cookie() + base + "events?since=1");
     const auto next = [&events] {
         std::string line;

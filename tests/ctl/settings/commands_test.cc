@@ -54,7 +54,7 @@ class ConfigCommands : public testing::Test {
     const HostDirectory host;
 };
 
-TEST_F(ConfigCommands, GetTellsWhatTheDaemonTakesAndWhy) {
+TEST_F(ConfigCommands, GetShowsTheEffectiveValueAndItsOrigin) {
     struct Row {
         const char* entry;
         const char* hostFile;
@@ -97,7 +97,7 @@ TEST_F(ConfigCommands, GetTellsWhatTheDaemonTakesAndWhy) {
     EXPECT_EQ(Run({"get", "cpu.log_level"}).output, "\n");
 }
 
-TEST_F(ConfigCommands, NamesThatAreNoSettingGetAHint) {
+TEST_F(ConfigCommands, SuggestsSettingsForUnknownNames) {
     AddPlugin("a.b");
     EXPECT_EQ(Run({"get", "a.b.enabled"}).output, "true\n");
     const std::vector<std::pair<std::string, std::string>> rows = {
@@ -140,7 +140,7 @@ TEST_F(ConfigCommands, SetRefusesWhatTheSettingDoesNotAccept) {
     EXPECT_FALSE(std::filesystem::exists(host.Root() + "/etc"));
 }
 
-TEST_F(ConfigCommands, SetKeepsAllElseInItsOrderAndUnsetUndoesIt) {
+TEST_F(ConfigCommands, SetKeepsOtherMembersInOrderAndUnsetUndoesIt) {
     host.WriteStoreEntry("sentrel", R"({"z": [1, 2], "fast_queue": {"b": 1}, "a": "x"})");
     const std::string before = ReadFile(HostFile("sentrel"));
     const ToolResult result = Run({"set", "sentrel.fast_queue/time_period_in_mins", "15"});
@@ -165,7 +165,7 @@ TEST_F(ConfigCommands, SetKeepsAllElseInItsOrderAndUnsetUndoesIt) {
     EXPECT_EQ(ReadFile(HostFile("cpu")), "{}\n");
 }
 
-TEST_F(ConfigCommands, SetLeavesAFileThatItCannotKeepWhole) {
+TEST_F(ConfigCommands, SetLeavesAFileThatItWouldDamage) {
     const std::string comments = "{\n// why\n\"http_port\": 1}";
     const std::vector<std::pair<std::string, std::string>> rows = {
         {comments, ".json:2: the file has comments, which this would remove; "},
@@ -209,7 +209,7 @@ TEST_F(ConfigCommands, SetGivesUpWhenTheFileStaysLocked) {
     EXPECT_EQ(ReadFile(file), "{}");
 }
 
-TEST_F(ConfigCommands, AStoreThatCannotBeWrittenIsNamedWithTheReason) {
+TEST_F(ConfigCommands, SetNamesAStoreThatCannotBeWritten) {
     if (::geteuid() != 0) {
         GTEST_SKIP() << "only root can become another user and mount";
     }
@@ -225,7 +225,7 @@ TEST_F(ConfigCommands, AStoreThatCannotBeWrittenIsNamedWithTheReason) {
     ExpectFailure(Run(change), "cannot be written: Read-only file system; ");
 }
 
-TEST_F(ConfigCommands, CheckFindsWhatTheDaemonWouldNotTake) {
+TEST_F(ConfigCommands, CheckFindsSettingsThatTheDaemonIgnores) {
     struct Row {
         const char* entry;
         const char* hostFile;
@@ -269,7 +269,7 @@ TEST_F(ConfigCommands, CheckFindsWhatTheDaemonWouldNotTake) {
     }
 }
 
-TEST_F(ConfigCommands, CheckEndsWithStatus1ForErrorsAlone) {
+TEST_F(ConfigCommands, CheckExitsWith1OnlyForErrors) {
     std::filesystem::create_directories(host.Root() + "/etc/korvex/oru/token");
     WriteFile(host.Root() + "/etc/korvex/oru/token/jwks.json", "{}");
     host.WriteVendorEntry("sentrel", R"({"http_port": 9996, "plugin_resource_pool_size_MB": 64})");

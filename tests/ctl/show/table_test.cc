@@ -39,7 +39,7 @@ TEST(Wrapping, BreaksBetweenWordsAndKeepsTheIndent) {
     }
 }
 
-TEST(Printable, LeavesNothingThatMovesOrReordersText) {
+TEST(Printable, RemovesCharactersThatMoveOrReorderText) {
     const struct {
         const char* text;
         const char* shown;

@@ -67,7 +67,7 @@ TEST(Durations, ShowTheTwoLargestUnits) {
     }
 }
 
-TEST(Durations, MeasuredHaveFourDigitsAtMost) {
+TEST(Durations, HaveAtMostFourDigitsWhenMeasured) {
     const std::pair<int, const char*> rows[] = {
         {0, "0.000 s"},        {1234567, "1.235 s"}, {9999499, "9.999 s"},     {9999500, "10.00 s"},
         {59994999, "59.99 s"}, {59995000, "1 min"},  {150499999, "2 min 30 s"}};
@@ -76,7 +76,7 @@ TEST(Durations, MeasuredHaveFourDigitsAtMost) {
     }
 }
 
-TEST(Times, AreUtcAndGiveAges) {
+TEST(Times, AreInUtcAndHaveAges) {
     const system_clock::time_point now = system_clock::from_time_t(1709647629);
     EXPECT_EQ(Ctl::UtcText(now), "2024-03-05T14:07:09Z");
     EXPECT_EQ(Ctl::NormalTime("2024-03-05T15:07:09.5+01:00"), "2024-03-05T14:07:09.500Z");

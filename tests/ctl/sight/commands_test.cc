@@ -35,7 +35,7 @@ class SightCommands : public ToolHost {
     }
 };
 
-TEST_F(SightCommands, StatusSaysWhatIsNotOkInEightLines) {
+TEST_F(SightCommands, StatusShowsProblemsInEightLines) {
     const ToolResult down = Run({"status"});
     EXPECT_EQ(down.status, 1);
     EXPECT_THAT(down.output, ContainsRegex("^sentrel   not running, .*\n"
@@ -57,7 +57,7 @@ TEST_F(SightCommands, StatusSaysWhatIsNotOkInEightLines) {
     EXPECT_EQ(answer["worst"].size(), 5);
 }
 
-TEST_F(SightCommands, ASilencedReportIsShownAndCountedApart) {
+TEST_F(SightCommands, SilencedReportsAreShownAndCountedSeparately) {
     StartDaemon();
     Post("raid", 2, R"({"reason": "degraded"})");
     Post("fan", 2, "{}");
@@ -101,7 +101,7 @@ TEST_F(SightCommands, GetShowsMetricsAgainstTheirLimitsAndHistoryWhatChanged) {
     EXPECT_THAT(history, Not(HasSubstr("mounts")));
 }
 
-TEST_F(SightCommands, PageHoldsEverythingAndNothingOfAReportGetsOut) {
+TEST_F(SightCommands, PageContainsEverythingAndEscapesReports) {
     StartDaemon();
     Post("disk", 0, "{}");
     Post("disk", 2, kMetrics);

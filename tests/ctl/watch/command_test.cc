@@ -66,7 +66,7 @@ class JsonWatch {
     const std::unique_ptr<FILE, int (*)(FILE*)> tool;
 };
 
-TEST_F(Watch, TellsEachChangeInALine) {
+TEST_F(Watch, PrintsEachChangeAsALine) {
     StartDaemon();
     Post("raid", 1);
     JsonWatch watch(host.Root(), "");
@@ -85,7 +85,7 @@ TEST_F(Watch, TellsEachChangeInALine) {
     EXPECT_EQ(watch.Next(), (Json{{"event", "daemon"}, {"running", true}}));
 }  // that nobody reads it any more ends the tool
 
-TEST_F(Watch, AsksTheApiThatIsNamed) {
+TEST_F(Watch, UsesTheNamedApi) {
     StartDaemon();
     Post("raid", 1);
     JsonWatch watch(host.Root(), "--api http://localhost:9984");

@@ -69,7 +69,7 @@ class KvxAudit : public testing::Test {
     const CapturedLog log;
 };
 
-TEST_F(KvxAudit, WritesOneLineOfJsonARecord) {
+TEST_F(KvxAudit, WritesOneLineOfJsonPerRecord) {
     const mode_t previous = umask(022);
     const KvxAuditPair pairs[] = {{"b", "1"}, {"a", ""}, {"", "2"}, {}};
     KvxAudit_LogList("api.call", "alice", "com.korvex.svc:list", true, pairs);
@@ -169,7 +169,7 @@ TEST_F(KvxAudit, RenamesAFullFileAndKeepsEight) {
                             "regular file; move it away"));
 }
 
-TEST_F(KvxAudit, SaysWhatStandsInThePlaceOfItsFile) {
+TEST_F(KvxAudit, ReportsAnEntryThatIsNotAFile) {
     struct Row {
         std::function<void()> obstruct;
         const char* reason;
@@ -207,7 +207,7 @@ TEST_F(KvxAudit, SaysWhatStandsInThePlaceOfItsFile) {
     EXPECT_THAT(SubjectsIn(file), ElementsAre("good again"));
 }
 
-TEST_F(KvxAudit, EndsALineThatWasCut) {
+TEST_F(KvxAudit, CompletesALineThatWasCut) {
     // Longer than the log of this process, to which the limit applies, too.
     fs::create_directories(directory);
     ::Test::WriteFile(file, R"({"subject": "before"})" + std::string(1 << 20, ' ') + "\n");
@@ -226,7 +226,7 @@ TEST_F(KvxAudit, EndsALineThatWasCut) {
     EXPECT_THAT(SubjectsIn(file), ElementsAre("before", "cut line", "after", "last"));
 }
 
-TEST_F(KvxAudit, TakesWholeLinesOfManyThreadsAcrossRotations) {
+TEST_F(KvxAudit, KeepsLinesOfManyThreadsWholeAcrossRotations) {
     constexpr int kThreads = 8;
     constexpr int kRecords = 100;
     std::vector<std::thread> threads;

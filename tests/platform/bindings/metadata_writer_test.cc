@@ -19,7 +19,7 @@ MetadataModel::MetadataFile Reports() {
     return MakeMetadata(Com::Korvex::Oru::Observability::ReportsSvc::Describe());
 }
 
-TEST(MetadataWriter, MakesAnOptionOfEachFieldOfAParameter) {
+TEST(MetadataWriter, CreatesAnOptionForEachFieldOfAParameter) {
     std::vector<std::string> options;
     for (const MetadataModel::CommandInfo& command : Reports().cli.commands) {
         for (const MetadataModel::OptionInfo& option : command.options) {

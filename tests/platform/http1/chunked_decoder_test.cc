@@ -55,7 +55,7 @@ std::string Repeat(std::string_view text, std::size_t count) {
     return result;
 }
 
-TEST(ChunkedDecoder, TakesGoodBodiesAndLeavesTheNextRequest) {
+TEST(ChunkedDecoder, DecodesBodiesAndLeavesTheNextRequest) {
     struct Row {
         const char* name;
         std::string bytes;
@@ -91,7 +91,7 @@ TEST(ChunkedDecoder, TakesGoodBodiesAndLeavesTheNextRequest) {
     }
 }
 
-TEST(ChunkedDecoder, RefusesTheFirstByteThatNoBodyHolds) {
+TEST(ChunkedDecoder, RefusesTheFirstInvalidByte) {
     struct Row {
         const char* name;
         std::string good;  // up to the byte that is refused

@@ -15,7 +15,7 @@ constexpr bool kRequest = true;
 constexpr bool kToken = true;
 
 // The order in which connections give way, whatever order they stand in.
-TEST(ConnectionBound, ClosesWhoOwesARequestThenWhoIsIdleAndLastWhoWasJustAnswered) {
+TEST(ConnectionBound, ClosesConnectionsWithoutARequestThenIdleOnesAndRecentlyAnsweredOnesLast) {
     const WaitingConnection::TimePoint now{std::chrono::hours(1)};
     const auto ago = [now](int count) { return now - milliseconds(count); };
     const std::vector<WaitingConnection> expected{

@@ -7,7 +7,7 @@
 
 namespace {
 
-TEST(Origin, IsThisHostsOnlyAsLocalhostOrALoopbackAddress) {
+TEST(Origin, IsLocalOnlyAsLocalhostOrALoopbackAddress) {
     struct {
         std::string_view origin;
         bool isLoopback;
@@ -36,7 +36,7 @@ TEST(Origin, IsThisHostsOnlyAsLocalhostOrALoopbackAddress) {
     }
 }
 
-TEST(Origin, IsForeignWhenAnyFieldSaysSo) {
+TEST(Origin, IsForeignIfAnyFieldIs) {
     struct {
         std::string fields;
         bool isForeign;

@@ -140,7 +140,7 @@ TEST(RequestHead, RefusesMalformedHeadsAndIsThenEmpty) {
     }
 }
 
-TEST(RequestHead, HoldsAsManyFieldsAsTheLimitSays) {
+TEST(RequestHead, AcceptsFieldsUpToTheLimit) {
     const Parsed head(HeadWithFields(Http1::kMaxHeaderFields));
     EXPECT_EQ(head->end() - head->begin(), std::ptrdiff_t{Http1::kMaxHeaderFields});
     EXPECT_EQ(std::prev(head->end())->name, "n99");
@@ -238,7 +238,7 @@ TEST(RequestHead, FindsTokensInLists) {
     }
 }
 
-TEST(RequestHead, TellsWhetherTheConnectionIsKept) {
+TEST(RequestHead, DeterminesWhetherTheConnectionIsKept) {
     struct Row {
         char minorVersion;
         std::string_view fieldLines;
@@ -266,7 +266,7 @@ TEST(EqualsIgnoringCase, FoldsLettersAndNothingElse) {
     EXPECT_FALSE(Http1::EqualsIgnoringCase("\xC4", "\xE4"));
 }
 
-TEST(HeadScanner, FindsTheEndOfGoodHeadsAndLeavesWhatFollows) {
+TEST(HeadScanner, FindsTheEndOfHeadsAndLeavesTheRest) {
     for (const auto& row : GoodHeads()) {
         SCOPED_TRACE(row.name);
         Http1::HeadScanner scanner;
@@ -275,7 +275,7 @@ TEST(HeadScanner, FindsTheEndOfGoodHeadsAndLeavesWhatFollows) {
     }
 }
 
-TEST(HeadScanner, RefusesAtOnceWhatNoHeadHolds) {
+TEST(HeadScanner, RefusesInvalidBytesAtOnce) {
     for (const auto& row : MalformedHeads()) {
         SCOPED_TRACE(row.name);
         Http1::HeadScanner scanner;

@@ -57,7 +57,7 @@ const GoodText kGoodTexts[] = {
     {"exponent that underflows", "1e-400", "0.0"},
 };
 
-TEST(BoundedJson, BuildsWhatTheTextSays) {
+TEST(BoundedJson, BuildsTheDocument) {
     for (const GoodText& row : kGoodTexts) {
         SCOPED_TRACE(row.name);
         nlohmann::json document;
@@ -110,7 +110,7 @@ const BadText kBadTexts[] = {
     {"\"a\0b\""s, "1:3: a NUL byte; the text must be JSON in UTF-8"},
 };
 
-TEST(BoundedJson, SaysWhereAndWhyATextIsRefused) {
+TEST(BoundedJson, ReportsPositionAndReasonOfARefusal) {
     for (const BadText& row : kBadTexts) {
         EXPECT_EQ(Outcome(row.text, kPlain), row.error) << row.text;
     }
@@ -138,14 +138,14 @@ TEST(BoundedJson, SkipsCommentsWhereTheyAreAllowed) {
     }
 }
 
-TEST(BoundedJson, AsksForAnObjectWhenToldTo) {
+TEST(BoundedJson, RequiresAnObjectOnRequest) {
     EXPECT_EQ(Outcome(" {\"a\": []} ", kObjectOnly), "ok");
     EXPECT_EQ(Outcome("\n[]", kObjectOnly), "2:1: expected an object, '{', found '['");
     EXPECT_EQ(Outcome("null", kObjectOnly), "1:1: expected an object, '{', found 'null'");
     EXPECT_EQ(Outcome("", kObjectOnly), "1:1: the text ends where an object, '{' is expected");
 }
 
-TEST(BoundedJson, RefusesEqualNamesInOneObjectWhenToldTo) {
+TEST(BoundedJson, RefusesEqualNamesInOneObjectOnRequest) {
     constexpr ParseOptions kStrict{kMaxBytes, Comments::Refused, Root::AnyValue,
                                    Json::EqualNames::Refused};
     const BadText rows[] = {
@@ -170,7 +170,7 @@ struct DeepText {
     const char* closing;
 };
 
-TEST(BoundedJson, Takes256ContainersInsideEachOtherAndNot257) {
+TEST(BoundedJson, Accepts256NestedContainersButNot257) {
     const DeepText rows[] = {
         {"arrays", "[", "", "]"},
         {"objects", "{\"a\":", "1", "}"},

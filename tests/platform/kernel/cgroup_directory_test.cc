@@ -33,7 +33,7 @@ class CgroupFiles : public testing::Test {
     ::Test::TemporaryDirectory base;
 };
 
-TEST_F(CgroupFiles, GiveThePeakOfTheGroupAndTheSumOverItsChildren) {
+TEST_F(CgroupFiles, ProvideTheGroupsPeakAndTheSumOverItsChildren) {
     Write("memory.peak", "41943040\n");
     Write("a/memory.peak", "1048576\n");
     Write("b/memory.peak", "2101248\n");
@@ -57,7 +57,7 @@ TEST_F(CgroupFiles, LetResidentSizesStandInForAMissingPeak) {
     EXPECT_EQ(memory.peak, memory.childrenPeak);
 }
 
-TEST_F(CgroupFiles, BoundHowManyProcessesAreLookedAt) {
+TEST_F(CgroupFiles, BoundTheNumberOfProcessesRead) {
     std::string many;
     for (int pid = 1; pid <= 100000; ++pid) {
         many += std::to_string(pid) + "\n";
@@ -67,7 +67,7 @@ TEST_F(CgroupFiles, BoundHowManyProcessesAreLookedAt) {
     EXPECT_EQ(Open().Processes().size(), kMaxCountedProcesses);
 }
 
-TEST_F(CgroupFiles, TellWhetherMemoryMayBeEnabled) {
+TEST_F(CgroupFiles, ShowWhetherMemoryCanBeEnabled) {
     for (const char* text : {"cpuset cpu memory hugetlb pids\n", "memory\n", "memory"}) {
         Write("cgroup.controllers", text);
         EXPECT_TRUE(Open().OffersMemory()) << text;
@@ -78,7 +78,7 @@ TEST_F(CgroupFiles, TellWhetherMemoryMayBeEnabled) {
     }
 }
 
-TEST_F(CgroupFiles, TellHowManyProcessesTheKernelHasKilled) {
+TEST_F(CgroupFiles, CountTheProcessesThatTheKernelKilled) {
     EXPECT_EQ(Open().MemoryKills(), 0U);
     Write("memory.events", "low 0\nhigh 7\nmax 81\noom 4\noom_kill 3\noom_group_kill 1\n");
     EXPECT_EQ(Open().MemoryKills(), 3U);

@@ -66,7 +66,7 @@ std::uint64_t NumberAt(const Statistics& statistics, std::size_t offset) {
     return number;
 }
 
-TEST(ParamList, TakesWhatItWasMadeFor) {
+TEST(ParamList, AcceptsItsParametersOnly) {
     using Kernel::kStatusBadParameter;
     const List value(KIS_ParamListCreate(0, 1));
     EXPECT_EQ(KIS_ParamListAddString(value.get(), "text"), 0);
@@ -82,7 +82,7 @@ TEST(ParamList, TakesWhatItWasMadeFor) {
 
 using Kis = CgroupTest;
 
-TEST_F(Kis, FindsNoGroupThatIsNotThere) {
+TEST_F(Kis, DoesNotFindAMissingGroup) {
     const std::int64_t removed = FindGroup();
     ASSERT_EQ(::mkdir((root.Path() + "/other").c_str(), 0755), 0);
     std::filesystem::remove(Directory());
@@ -108,7 +108,7 @@ TEST_F(Kis, FindsNoGroupThatIsNotThere) {
     }
 }
 
-TEST_F(Kis, RefusesCallsThatAreNotDefined) {
+TEST_F(Kis, RefusesUndefinedCalls) {
     const List path = PathList(kGroup);
     const List id = IdList(FindGroup());
     const List empty(KIS_ParamListCreate(1, 1));
@@ -200,9 +200,9 @@ std::string CheckSignature() {
     return std::to_string(result) + " " + running.data() + " " + program;
 }
 
-TEST_F(Kis, AgreesWithAKernelThatOffersAllThatIsUsed) { EXPECT_EQ(CheckSignature(), "0  "); }
+TEST_F(Kis, AcceptsAKernelWithAllNeededCalls) { EXPECT_EQ(CheckSignature(), "0  "); }
 
-TEST_F(Kis, TellsBothBuildDatesWhenACallIsTakenAway) {
+TEST_F(Kis, ReportsBothBuildDatesWhenACallIsMissing) {
     const std::regex dates(
         R"([1-9]\d* \d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ \d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ)");
     struct Row {
@@ -223,7 +223,7 @@ TEST_F(Kis, TellsBothBuildDatesWhenACallIsTakenAway) {
     }
 }
 
-TEST_F(Kis, SpawnFailsCleanlyWhereCloneIsTakenAway) {
+TEST_F(Kis, SpawnFailsCleanlyWithoutClone3) {
     const std::string answer = AnswerOfChild([] {
         TakeCallAway(SYS_clone3, ENOSYS);
         return std::to_string(SpawnProgram({"/bin/true", kGroupArgument}).result.error);

@@ -36,13 +36,13 @@ TEST_F(ProcessTable, SignalsLikeKillUntilTheProcessIsGone) {
     EXPECT_EQ(KillError(pid, SIGTERM), ESRCH);
 }
 
-TEST_F(ProcessTable, KnowsNoProcessThatWasNotSpawned) {
+TEST_F(ProcessTable, ContainsOnlySpawnedProcesses) {
     for (const pid_t pid : {::getpid(), ::getppid(), pid_t{1}, pid_t{0}, pid_t{-1}}) {
         EXPECT_EQ(KillError(pid, 0), ESRCH) << pid;
     }
 }
 
-TEST_F(ProcessTable, ForgetsTheOldestProcessWhenThereAreTooMany) {
+TEST_F(ProcessTable, ForgetsTheOldestProcessBeyondItsBound) {
     std::vector<pid_t> pids;
     for (std::size_t count = 0; count <= Kernel::kMaxTrackedProcesses; ++count) {
         pids.push_back(SpawnWaiting());
@@ -94,7 +94,7 @@ std::string SignalARecycledNumber() {
     return std::to_string(probe) + " " + std::to_string(kill) + (lives ? " lives" : " killed");
 }
 
-TEST_F(ProcessTable, SignalsNoStrangerWhoGotTheNumber) {
+TEST_F(ProcessTable, DoesNotSignalAProcessThatReusesThePid) {
     if (::geteuid() != 0) {
         GTEST_SKIP() << "only root may make a pid namespace and choose numbers in it";
     }

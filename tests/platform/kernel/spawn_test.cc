@@ -174,7 +174,7 @@ TEST_F(EmbeddedSpawn, LeavesNoZombieOfAFailedChildWhereExitStatusesAreKept) {
     EXPECT_EQ(answer, std::to_string(-ENOENT) + " no zombie");
 }
 
-TEST_F(CgroupSpawn, FollowsAGroupThatWasRemovedAndMadeAnew) {
+TEST_F(CgroupSpawn, FollowsAGroupThatWasRecreated) {
     ASSERT_EQ(SpawnProgram({"/bin/true", kGroupArgument}).result.error, 0);
     root.WaitUntilEmpty();
     std::filesystem::remove(Directory());
@@ -214,7 +214,7 @@ TEST_F(CgroupSpawn, RefusesOtherGroups) {
     }
 }
 
-TEST_F(EmbeddedSpawn, RefusesArgumentsThatAreNotDefined) {
+TEST_F(EmbeddedSpawn, RefusesUndefinedArguments) {
     pid_t pid = 0;
     const auto errorOf = [&pid](const char* path, std::int32_t descriptorCount,
                                 std::int32_t lastDescriptor, const char* variable) {
@@ -273,7 +273,7 @@ TEST_F(EmbeddedSpawn, ConfinesASandboxedProgramAsFarAsTheKernelCan) {
               "NoNewPrivs:\t1\n");
 }
 
-TEST_F(EmbeddedSpawn, MakesTheProgramALikelierVictimWhenMemoryRunsOut) {
+TEST_F(EmbeddedSpawn, RaisesTheOomScoreOfTheProgram) {
     const std::string raised = std::to_string(Kernel::kOomScoreAdjust);
     EXPECT_EQ(OutputOf("until grep -qx " + raised + " /proc/$$/oom_score_adj; do :; done; echo ok"),
               "ok\n");

@@ -42,7 +42,7 @@ TEST(HostRoot, PutsAbsolutePathsBelowTheRoot) {
     }
 }
 
-TEST(HostRoot, TellsWhyItCannotBeUsed) {
+TEST(HostRoot, ReportsWhyItCannotBeUsed) {
     const ::Test::TemporaryDirectory directory;
     const std::string file = directory.Path() + "file";
     std::ofstream(file) << "no directory";

@@ -19,7 +19,7 @@
 
 namespace {
 
-TEST(ReadFile, TakesAsMuchAsTheBoundAllows) {
+TEST(ReadFile, ReadsAtMostTheBound) {
     const ::Test::TemporaryDirectory directory;
     const std::string path = directory.Path() + "file";
     constexpr std::size_t kManyBytes = 100'000;  // several reads
@@ -67,7 +67,7 @@ TEST(ReadFile, RefusesWithoutWaitingWhatIsNotARegularFile) {
     }
 }
 
-TEST(ProcFile, GivesAStatusFieldByItsWholeName) {
+TEST(ProcFile, FindsAStatusFieldByItsWholeName) {
     const std::string status = "Name:\tUid:\nGid:\t1\t2\nGroups:\t\nUmask:\t0022";
     const struct {
         std::string name;

@@ -7,7 +7,7 @@
 
 namespace {
 
-TEST(Utf8, KnowsTheLengthOfWellFormedCharactersOnly) {
+TEST(Utf8, ReturnsTheLengthOfWellFormedCharactersOnly) {
     const struct {
         const char* name;
         std::string_view text;

@@ -108,7 +108,7 @@ struct UnreadableRow {
     const char* reason;
 };
 
-TEST(JsonConfig, RefusesWhatIsThereAndCannotBeReadAsAFile) {
+TEST(JsonConfig, RefusesExistingEntriesThatCannotBeRead) {
     ::Test::WriteHostFile("neighbour", "{}");  // makes the folder
     const UnreadableRow rows[] = {
         {"directory", [](const std::string& path) { fs::create_directory(path); },

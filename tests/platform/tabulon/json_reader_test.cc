@@ -59,7 +59,7 @@ TEST(JsonReader, MergesTheHostsValuesOverTheVendors) {
     }
 }
 
-TEST(JsonReader, TakesIntegersOf32BitsOnly) {
+TEST(JsonReader, AcceptsIntegersOf32BitsOnly) {
     struct Row {
         const char* text;
         const char* expected;
@@ -105,7 +105,7 @@ std::string WrongType(const std::string& file, const std::string& key, const std
            found + ", so it counts as missing; correct the file and restart";
 }
 
-TEST(JsonReader, TellsFileKeyAndTypesOfAWrongValue) {
+TEST(JsonReader, LogsFileKeyAndTypesOfAWrongValue) {
     const auto reader = ReaderOf(R"({"port": "9996", "on": 1, "huge": 4294967296, "half": 0.5,
                                      "list": [], "queue": {"minutes": "x"}, "flat": 3})",
                                  R"({"on": "yes", "level": {}, "queue": {"name": true}})");

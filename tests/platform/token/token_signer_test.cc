@@ -47,7 +47,7 @@ class TokenSigner : public testing::Test {
     Token::TokenClaims claims;
 };
 
-TEST_F(TokenSigner, SignsWhatAVerifierWithItsPublicHalfBelieves) {
+TEST_F(TokenSigner, SignsTokensThatItsPublicHalfVerifies) {
     SigningKey::Generate().Save(keyPath);
     const SigningKey key = SigningKey::Load(keyPath);
     key.AddToTrustSet(setPath);
@@ -76,7 +76,7 @@ TEST_F(TokenSigner, NamesAKeyByItsThumbprint) {
     EXPECT_EQ(SigningKey::Load(keyPath).GetId(), "oKIywvGUpTVTyxMQ3bwIIeQUudfr_CkLMjCE19ECD-U");
 }
 
-TEST_F(TokenSigner, KeepsWhatElseIsInTheSet) {
+TEST_F(TokenSigner, KeepsOtherKeysOfTheSet) {
     const SigningKey key = SigningKey::Generate();
     std::filesystem::create_directories(directory.Path() + "etc/token");
     const std::string other = ::Test::TestKey("P-256").Jwk(R"({"kid": "old"})");
@@ -91,7 +91,7 @@ TEST_F(TokenSigner, KeepsWhatElseIsInTheSet) {
     EXPECT_FALSE(set["keys"][2].contains("d"));
 }
 
-TEST_F(TokenSigner, RefusesFilesThatHoldNoSigningKey) {
+TEST_F(TokenSigner, RefusesFilesWithoutASigningKey) {
     EXPECT_THROW(SigningKey::Load(keyPath), Pellmar::NotFoundException);
     std::filesystem::create_directories(directory.Path() + "var/token");
     const ::Test::TestKey key("P-256");
@@ -104,7 +104,7 @@ TEST_F(TokenSigner, RefusesFilesThatHoldNoSigningKey) {
     }
 }
 
-TEST_F(TokenSigner, SignsNothingThatWouldBeRefused) {
+TEST_F(TokenSigner, RefusesToSignInvalidTokens) {
     const SigningKey key = SigningKey::Generate();
     Token::TokenRequest request = kRequest;
     for (const std::string& subject : {std::string(), std::string(257, 'x'), std::string("\xff")}) {

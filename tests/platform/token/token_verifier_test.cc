@@ -86,7 +86,7 @@ class TokenVerifier : public testing::Test {
     Token::TokenClaims claims;
 };
 
-TEST_F(TokenVerifier, GivesWhatABelievedTokenSays) {
+TEST_F(TokenVerifier, ReturnsTheClaimsOfAValidToken) {
     EXPECT_EQ(Outcome(GoodToken()), "");
     EXPECT_EQ(claims.subject, "ada");
     EXPECT_EQ(claims.entitlements, (std::vector<std::string>{"observability.reports.read", "x"}));
@@ -102,7 +102,7 @@ struct SignedRow {
 };
 
 // Its signature is not checked again, everything else is.
-TEST_F(TokenVerifier, DoesNotBelieveAKnownTokenForLongerThanItsKeyAndTimes) {
+TEST_F(TokenVerifier, AcceptsAKnownTokenNoLongerThanItsKeyAndTimes) {
     const std::string token = GoodToken();
     ASSERT_EQ(Outcome(token), "");
     std::string forged = token;
@@ -114,7 +114,7 @@ TEST_F(TokenVerifier, DoesNotBelieveAKnownTokenForLongerThanItsKeyAndTimes) {
     EXPECT_EQ(Outcome(token), "no trusted key has its kid \"ec\"");
 }
 
-TEST_F(TokenVerifier, BelievesEveryTokenThatFits) {
+TEST_F(TokenVerifier, AcceptsEveryValidToken) {
     const SignedRow rows[] = {
         {R"({"kid": null})", "{}"},  // each fitting key is tried
         {R"({"kid": null, "alg": "RS256"})", "{}", "", Rsa},
@@ -219,7 +219,7 @@ TEST_F(TokenVerifier, RefusesClaims) {
               "its iss is missing or not a string");
 }
 
-TEST_F(TokenVerifier, RefusesPartsThatAreNoJson) {
+TEST_F(TokenVerifier, RefusesPartsThatAreNotJson) {
     const std::string deep = R"({"a": )" + std::string(256, '[') + std::string(256, ']') + "}";
     const struct {
         std::string header;
@@ -275,7 +275,7 @@ TEST_F(TokenVerifier, RefusesForgedSignatures) {
     EXPECT_EQ(Outcome(::Test::WithSignature(text, good)), "");
 }
 
-TEST_F(TokenVerifier, RefusesWhatIsNoToken) {
+TEST_F(TokenVerifier, RefusesMalformedTokens) {
     const std::string good = GoodToken();
     const std::string text = good.substr(0, good.rfind('.'));
     const std::string signature = good.substr(text.size() + 1);
@@ -308,7 +308,7 @@ TEST_F(TokenVerifier, RefusesWhatIsNoToken) {
     }
 }
 
-TEST_F(TokenVerifier, ReasonsHoldNothingOfTheSignature) {
+TEST_F(TokenVerifier, DoesNotRevealTheSignatureInReasons) {
     const std::string good = GoodToken();
     for (const std::string& token : {good + "=", good.substr(0, good.size() - 4) + "AAAA"}) {
         const std::string reason = Outcome(token);

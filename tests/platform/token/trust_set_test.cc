@@ -26,7 +26,7 @@ struct UnusedRow {
     const char* reason;
 };
 
-TEST(TrustSet, UsesOnlyKeysThatFit) {
+TEST(TrustSet, UsesOnlySuitableKeys) {
     const TestKey ec("P-256");
     const TestKey p384("P-384");
     const TestKey rsa(2048U);
@@ -69,7 +69,7 @@ class TrustSetFile : public testing::Test {
     Token::TrustSet set{path, Pellmar::Service::Logger::sDefaultLogger};
 };
 
-TEST_F(TrustSetFile, SaysOnceWhyEveryTokenIsRefused) {
+TEST_F(TrustSetFile, LogsOnceWhyEveryTokenIsRefused) {
     const std::map<std::string, std::string> reasonsOfTexts = {
         {"", "is empty"},
         {"{",
@@ -103,7 +103,7 @@ TEST_F(TrustSetFile, SaysOnceWhyEveryTokenIsRefused) {
     EXPECT_EQ(log.Count("Every token is refused"), 1 + reasonsOfTexts.size());
 }
 
-TEST_F(TrustSetFile, RefusesWhatIsNoFile) {
+TEST_F(TrustSetFile, RefusesPathsThatAreNotFiles) {
     std::filesystem::create_directory(path);
     EXPECT_EQ(KeyCount(), 0U);
     EXPECT_TRUE(log.Contains("is not a regular file"));
@@ -112,7 +112,7 @@ TEST_F(TrustSetFile, RefusesWhatIsNoFile) {
     EXPECT_TRUE(log.Contains("trust set jwks.json is not an absolute path (setting jwks)"));
 }
 
-TEST_F(TrustSetFile, IsReadAgainExactlyWhenItChanged) {
+TEST_F(TrustSetFile, IsReadAgainOnlyWhenItChanged) {
     const std::string one = ::Test::SetOf({TestKey("P-256").Jwk()});
     const std::string two = ::Test::SetOf({TestKey("P-256").Jwk(), TestKey("P-256").Jwk()});
     ::Test::WriteFile(path, one);
@@ -132,7 +132,7 @@ TEST_F(TrustSetFile, IsReadAgainExactlyWhenItChanged) {
     EXPECT_EQ(KeyCount(), 1U);
 }
 
-TEST(TrustSettings, HaveDefaultsForWhatIsNotSet) {
+TEST(TrustSettings, HaveDefaults) {
     const auto reader = Tabulon::MakeJsonReader(
         {}, nlohmann::json::parse(R"({"audience": "reports"})"), nlohmann::json::object());
     const Token::TrustSettings settings = Token::ReadTrustSettings(*reader);

@@ -87,7 +87,7 @@ struct Reports {
     }
 };
 
-TEST(ReportsImpl, SaysWhyItCannotGetAReport) {
+TEST(ReportsImpl, ReportsWhyItCannotGetAReport) {
     const struct {
         const char* name;
         const char* error;
@@ -148,7 +148,7 @@ TEST(ReportsImpl, LeavesReportsWithoutATimeOutOfListings) {
                              "1970-01-01T00:00:00.000Z. "));
 }
 
-TEST(ReportsImpl, CarriesStatusCodesThroughUnknownOnesAsUnknown) {
+TEST(ReportsImpl, MapsUnknownStatusCodesToUnknown) {
     const std::pair<std::int64_t, int> rows[] = {{0, 0}, {1, 1}, {2, 2},  {3, 3},
                                                  {4, 4}, {7, 4}, {-1, 4}, {INT32_MIN, 4}};
     for (const auto& [code, status] : rows) {

@@ -21,7 +21,7 @@ using ::Test::RunningServer;
 
 constexpr const char* kResult = "\"result\":2";
 
-TEST(CallQueue, CutsAnAnswerThatIsNotTakenWhileACallWaits) {
+TEST(CallQueue, CutsAnUnreadAnswerWhileACallWaits) {
     const RunningServer server({.limits = {.maxCalls = 1, .answerGrace = 1ms}});
     RawConnection first = server.Connect();
     ASSERT_TRUE(first.Send(Post(Document("list"))));
@@ -33,7 +33,7 @@ TEST(CallQueue, CutsAnAnswerThatIsNotTakenWhileACallWaits) {
     EXPECT_FALSE(first.ReadUntilClosed().ends_with("0\r\n\r\n"));
 }
 
-TEST(CallQueue, BeginsNoCallForAClientThatHasLeft) {
+TEST(CallQueue, StartsNoCallForAClientThatHasLeft) {
     const RunningServer server({.limits = {.maxCalls = 1}});
     RawConnection calling = server.Connect();
     ASSERT_TRUE(calling.Send(Post(Document("hold"))));

@@ -55,7 +55,7 @@ TEST(RequestFacts, ReadTheFramingFromTheHead) {
     }
 }
 
-TEST(RequestFacts, HoldACleanTokenOrAnEmptyOneThatIsNeverLogged) {
+TEST(RequestFacts, HoldAValidTokenOrAnEmptyOneAndNeverLogIt) {
     const std::pair<const char*, std::optional<std::string>> rows[] = {
         {"", std::nullopt},
         {"Authorization: Bearer abc.d-_\r\n", "abc.d-_"},
@@ -80,7 +80,7 @@ TEST(RequestFacts, HoldACleanTokenOrAnEmptyOneThatIsNeverLogged) {
     }
 }
 
-TEST(LoggableHead, IsAsSentButForTheCredentials) {
+TEST(LoggableHead, OmitsOnlyTheCredentials) {
     EXPECT_EQ(LoggableHead(Parse("\r\nPOST /a?b HTTP/1.0\r\nHost:x\r\nauthorization:  Bearer "
                                  "secret \r\nX: Bearer\r\n\r\n")),
               "POST /a?b HTTP/1.0\r\nHost: x\r\nauthorization: 13\r\nX: Bearer\r\n");

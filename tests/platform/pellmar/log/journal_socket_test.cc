@@ -75,7 +75,7 @@ class JournalReceiver {
     Sys::OwnedFd socket;
 };
 
-TEST(JournalSocket, TakesEachMessageAsARecord) {
+TEST(JournalSocket, ReceivesEachMessageAsARecord) {
     const LogFile standardError;
     const std::string large(1'000'000, 'x');  // no datagram takes it
     const struct {

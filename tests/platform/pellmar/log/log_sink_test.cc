@@ -111,7 +111,7 @@ TEST_F(LogSinkTest, WritesTheJournalsFormToTheJournalOnly) {
     }
 }
 
-TEST_F(LogSinkTest, DropsWhatAFullPipeOrSocketDoesNotTakeAndSaysSo) {
+TEST_F(LogSinkTest, DropsMessagesForAFullPipeOrSocketAndReportsIt) {
     for (const bool isPipe : {true, false}) {
         SCOPED_TRACE(isPipe ? "pipe" : "socket");
         const Channel channel = isPipe ? Channel::Pipe() : Channel::SocketPair();
@@ -129,7 +129,7 @@ TEST_F(LogSinkTest, DropsWhatAFullPipeOrSocketDoesNotTakeAndSaysSo) {
     }
 }
 
-TEST_F(LogSinkTest, BeginsAFreshLineAfterACutOne) {
+TEST_F(LogSinkTest, StartsANewLineAfterACutOne) {
     for (const bool isPipe : {true, false}) {
         SCOPED_TRACE(isPipe ? "pipe" : "socket");
         const Channel channel = isPipe ? Channel::Pipe() : Channel::SocketPair();
@@ -145,7 +145,7 @@ TEST_F(LogSinkTest, BeginsAFreshLineAfterACutOne) {
     }
 }
 
-TEST_F(LogSinkTest, DoesNotBlockOnAPipeThatCannotBeOpenedOnceMore) {
+TEST_F(LogSinkTest, DoesNotBlockOnAPipeThatCannotBeReopened) {
     Channel pipe = Channel::Pipe();
     pipe.reader.Reset();  // without a reader, opening for writing fails
     JournalSink sink(pipe.writer);

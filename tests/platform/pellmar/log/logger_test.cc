@@ -99,7 +99,7 @@ struct CountedText {
     }
 };
 
-TEST(Logger, LooksAtNothingBelowItsLevel) {
+TEST(Logger, FormatsNothingBelowItsLevel) {
     const CapturedLog log;
     Logger::sDefaultLogger->SetLevel(5);
     int uses = 0;

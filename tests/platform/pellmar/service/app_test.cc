@@ -171,7 +171,7 @@ TEST(ServiceManager, FeedsTheWatchdogOfItsOwnProcessOnly) {
     }
 }
 
-TEST(ServiceManager, SaysWhatItCannotUse) {
+TEST(ServiceManager, LogsInvalidVariables) {
     const TemporaryDirectory directory;
     const std::pair<const char*, std::string> notified[] = {
         {"must be an absolute path or", "relative/notify"},

@@ -55,7 +55,7 @@ class FileTest : public testing::Test {
     TemporaryDirectory directory;
 };
 
-TEST_F(FileTest, TellsWhatStandsAtAPath) {
+TEST_F(FileTest, ReportsTheTypeOfAnEntry) {
     ::Test::WriteFile(In("file"), "");
     fs::create_directory(In("folder"));
     fs::create_symlink("folder", In("folder-link"));
@@ -98,7 +98,7 @@ TEST_F(FileTest, ThrowsWhenADirectoryCannotBeListed) {
     EXPECT_THAT(IOExceptionOf([&] { At("file")->List(-1); }), HasSubstr("Not a directory"));
 }
 
-TEST_F(FileTest, GivesNoHandleAndTheReasonWhenARenameFails) {
+TEST_F(FileTest, ReturnsNoHandleAndLogsWhyARenameFails) {
     const ::Test::CapturedLog log;
     ::Test::WriteFile(In("file"), "");
     fs::create_directory(In("folder"));
@@ -140,7 +140,7 @@ TEST_F(FileTest, WritesPiecesOfAnySize) {
     }
 }
 
-TEST_F(FileTest, SaysWhyAFileCannotBeCreated) {
+TEST_F(FileTest, ReportsWhyAFileCannotBeCreated) {
     fs::create_directory(In("folder"));
     ::Test::WriteFile(In("file"), "");
     const struct {

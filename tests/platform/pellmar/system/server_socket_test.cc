@@ -70,7 +70,7 @@ class ServerSocketTest : public testing::Test {
     static void SetUpTestSuite() { EnterNetworkNamespace(); }
 };
 
-TEST_F(ServerSocketTest, SaysWhichNameOrAddressDoesNotWork) {
+TEST_F(ServerSocketTest, NamesTheNameOrAddressThatFails) {
     EXPECT_THAT(TextOfFailure<IOException>("no-such-host.invalid", kPort),
                 HasSubstr("no-such-host.invalid port 9996: the name does not resolve"));
     EXPECT_THAT(TextOfFailure<IOException>("192.0.2.1", kPort),
@@ -97,7 +97,7 @@ class WithoutIPv6 {
     bool works = false;
 };
 
-TEST_F(ServerSocketTest, DoesWithoutAFamilyThatTheHostLacks) {
+TEST_F(ServerSocketTest, WorksWithoutAnAddressFamilyThatTheHostLacks) {
     const WithoutIPv6 withoutIPv6;
     if (!withoutIPv6.Works()) {
         GTEST_SKIP() << "the settings of IPv6 cannot be changed here";

@@ -21,7 +21,7 @@ using Pellmar::System::ThreadPool;
 using Pellmar::System::WorkQueue;
 using Test::CapturedLog;
 
-TEST(ThreadPool, RunsAsManyTasksAtOnceAsThereAre) {
+TEST(ThreadPool, RunsAllTasksAtOnce) {
     ThreadPool pool;
     std::latch allRun(40);
     std::latch allEnded(40);
@@ -34,7 +34,7 @@ TEST(ThreadPool, RunsAsManyTasksAtOnceAsThereAre) {
     allEnded.wait();
 }
 
-TEST(ThreadPool, GoesOnAfterATaskThatThrows) {
+TEST(ThreadPool, ContinuesAfterATaskThatThrows) {
     const CapturedLog log;
     ThreadPool pool;
     std::promise<void> second;
@@ -60,7 +60,7 @@ TEST(WorkQueue, RunsItsJobsOneAtATimeInOrder) {
     EXPECT_EQ(order.size(), 500U);
 }
 
-TEST(WorkQueue, GoesOnAfterAJobThatThrows) {
+TEST(WorkQueue, ContinuesAfterAJobThatThrows) {
     const CapturedLog log;
     ThreadPool pool;
     const Ref<WorkQueue> queue = pool.CreateWorkQueue("work-queue-cpu");

@@ -55,7 +55,7 @@ Authz::AuthzInfo MakeInfo() {
     return info;
 }
 
-TEST(AuthzFilter, LetsThroughWhoMayCall) {
+TEST(AuthzFilter, AdmitsAuthorizedCallersOnly) {
     const auto filter = Authz::Filter::AsyncAuthzFilter::Create(
         std::make_shared<LastLink>(), std::make_shared<Checker>(), MakeInfo(),
         std::make_shared<LoggedLines>());
@@ -87,7 +87,7 @@ TEST(AuthzFilter, LetsThroughWhoMayCall) {
     }
 }
 
-TEST(AuthzFilter, IsNotMadeWhenAnOperationHasNoMetadata) {
+TEST(AuthzFilter, IsNotCreatedIfAnOperationHasNoMetadata) {
     const auto log = std::make_shared<LoggedLines>();
     const auto links = std::make_shared<LastLink>(
         std::vector<OperationId>{{"s", "lost"}, {"s", "no_token"}, {"s", "open"}, {"t", "read"}});

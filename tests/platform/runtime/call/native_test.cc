@@ -142,7 +142,7 @@ TEST(Native, ReadsNullAsAbsentEqualNamesOnceAndOtherTextsAsOne) {
     EXPECT_EQ(tree.names, (std::set<std::string>{"a", "b"}));
 }
 
-TEST(Native, NamesTheMemberThatDoesNotFit) {
+TEST(Native, NamesTheInvalidMember) {
     const std::string rest = R"("alive":true,"colour":"RED","height":1,"rings":[])";
     const std::pair<std::string, std::string> rows[] = {
         {R"({"colour":"RED","height":1,"leaves":[],"rings":[]})",

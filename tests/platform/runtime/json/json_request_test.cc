@@ -39,7 +39,7 @@ std::string Envelope(const std::string& id, const std::string& rest) {
     return R"({"jsonrpc":"2.0","id":)" + id + "," + rest + "}";
 }
 
-TEST(JsonRequest, TakesTheEnvelopeApart) {
+TEST(JsonRequest, ParsesTheEnvelope) {
     const std::string longId = '"' + std::string(1022, 'x') + '"';
     const std::string longMethod(256, 'm');
     const std::pair<std::string, std::string> rows[] = {

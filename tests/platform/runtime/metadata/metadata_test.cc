@@ -104,7 +104,7 @@ class MetadataServices : public testing::Test {
     std::unique_ptr<AsyncLocalProvider> provider;
 };
 
-TEST_F(MetadataServices, TellWhatTheFileSays) {
+TEST_F(MetadataServices, ReturnTheContentOfTheFile) {
     ASSERT_THAT(Load(kDocument), IsEmpty());
     const struct {
         std::string operation;
@@ -141,7 +141,7 @@ TEST_F(MetadataServices, TellWhatTheFileSays) {
     }
 }
 
-TEST_F(MetadataServices, ChangeTheirFingerprintsWithWhatTheyTell) {
+TEST_F(MetadataServices, ChangeTheirFingerprintsWithTheirContent) {
     const auto fingerprints = [this] {
         return std::vector<std::string>{
             Ask("cli.command.fingerprint"), Ask("cli.namespace.fingerprint"),
@@ -191,7 +191,7 @@ const BrokenFile kBrokenFiles[] = {
      "privileges of the operation com.example.reports.get", false},
 };
 
-TEST_F(MetadataServices, NameTheFileAndWhatIsWrongInIt) {
+TEST_F(MetadataServices, NameTheFileAndItsFault) {
     for (const BrokenFile& row : kBrokenFiles) {
         if (row.isRefusedByLoaders) {
             SCOPED_TRACE(row.name);
@@ -212,7 +212,7 @@ TEST_F(MetadataServices, NameTheFileAndWhatIsWrongInIt) {
     EXPECT_EQ(container->Get(), loaded);
 }
 
-TEST(AuthorizationMetadata, IsLoadedWholeOrNotAtAll) {
+TEST(AuthorizationMetadata, IsLoadedCompletelyOrNotAtAll) {
     LoggedLines log;
     std::vector<L10n::LocalizableMessage> messages;
     const auto load = [&](const std::string& document, Authz::AuthzInfo& info) {

@@ -68,7 +68,7 @@ TEST(DateTime, ReadsRfc3339AndNothingElse) {
     EXPECT_EQ(Outcome(std::string("2024-05-01T12:00:00Z\0", 21)), syntax);
 }
 
-TEST(DateTime, TakesATextWithoutAZoneForLocalTime) {
+TEST(DateTime, ReadsATextWithoutAZoneAsLocalTime) {
     const ::Test::TimeZone zone("CET-1CEST,M3.5.0,M10.5.0/3");
     const Row rows[] = {
         {"2024-01-15T12:00:00", "2024-01-15T11:00:00.000Z"},
