@@ -22,7 +22,7 @@ using testing::ElementsAre;
 
 namespace fs = std::filesystem;
 
-TEST(Discovery, TakesTheQueueWhoseNameTheTextBeginsWith) {
+TEST(Discovery, UsesTheQueueWhoseNameTheTextBeginsWith) {
     const std::pair<const char*, std::uint32_t> rows[] = {
         {"FAST", 0}, {"fastest", 0}, {"Medium", 1}, {"mediumX", 1}, {"slow", 2},
         {"med", 0},  {"hourly", 0},  {"", 0},       {" slow", 0}};
@@ -34,7 +34,7 @@ TEST(Discovery, TakesTheQueueWhoseNameTheTextBeginsWith) {
     }
 }
 
-TEST(Discovery, TakesTheLogLevelThatTheTextBeginsWith) {
+TEST(Discovery, UsesTheLogLevelThatTheTextBeginsWith) {
     const std::pair<const char*, const char*> rows[] = {
         {"INFO", "info"},   {"information", "info"}, {"Critical", "critical"},
         {"debug", "debug"}, {"warn", "before"},      {"err", "before"},
@@ -65,7 +65,7 @@ std::string LinesAbout(const std::string& name, const std::string& entry, const 
     return about;
 }
 
-TEST(Discovery, LiftsTheSandboxWhereTheEntrySaysSo) {
+TEST(Discovery, LiftsTheSandboxOnRequestOfTheEntry) {
     const PluginHost host;
     const std::pair<const char*, bool> rows[] = {{R"({})", true},
                                                  {R"({"sandbox": true})", true},
@@ -94,7 +94,7 @@ TEST(Discovery, LeavesPluginsOfRootWithoutASandbox) {
     EXPECT_EQ(Sentrel::IsSandboxed({}), ::geteuid() != 0);
 }
 
-TEST(Discovery, SaysWhatTheStoreSaysOfAPlugin) {
+TEST(Discovery, LogsTheConfigurationOfAPlugin) {
     struct Row {
         std::string name;
         std::string entry;
@@ -136,7 +136,7 @@ TEST(Discovery, SaysWhatTheStoreSaysOfAPlugin) {
     }
 }
 
-TEST(Discovery, SkipsDirectoriesAndTakesWhateverElseThereIs) {
+TEST(Discovery, SkipsDirectoriesOnly) {
     auto lines = StartLog("{}", [](const PluginHost& host) {
         fs::create_directory(host.EntryPath("folder"));
         fs::create_symlink(host.EntryPath("folder"), host.EntryPath("link-to-folder"));

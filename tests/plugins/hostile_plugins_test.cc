@@ -65,7 +65,7 @@ class HostilePlugin : public testing::Test {
     int pid = 0;
 };
 
-TEST_F(HostilePlugin, ThatCannotBeExecutedIsSaidToBe) {
+TEST_F(HostilePlugin, ThatCannotBeExecutedIsReported) {
     fs::create_symlink("/no/such/file", Path());
     Launch();
     EXPECT_TRUE(launcher->Log().Contains(
@@ -73,7 +73,7 @@ TEST_F(HostilePlugin, ThatCannotBeExecutedIsSaidToBe) {
     ExpectTheNextInTime();
 }
 
-TEST_F(HostilePlugin, ThatIgnoresSigtermIsToldOnceAndForgotten) {
+TEST_F(HostilePlugin, ThatIgnoresSigtermIsSignalledOnce) {
     const std::string ready = host.MakeOutput();
     host.AddScript("a-hostile", "trap '' TERM; echo ready > " + ready + "\n" + kEndless);
     Launch();
@@ -105,7 +105,7 @@ TEST_F(HostilePlugin, ThatForksWithoutEndStaysInItsGroup) {
     launcher.reset();
 }
 
-TEST_F(HostilePlugin, ThatIsReplacedWhileItRunsIsEndedAndTheNewOneLaunched) {
+TEST_F(HostilePlugin, ThatIsReplacedWhileItRunsIsTerminatedAndTheNewOneLaunched) {
     const std::string output = host.MakeOutput();
     host.AddScript("a-hostile", "echo old > " + output + "\n" + kEndless);
     Launch();
@@ -143,7 +143,7 @@ class OutputPipe {
     Sys::OwnedFd own[3];
 };
 
-TEST_F(HostilePlugin, ThatFloodsItsOutputHoldsUpItselfOnly) {
+TEST_F(HostilePlugin, ThatFloodsItsOutputBlocksOnlyItself) {
     const OutputPipe pipe;  // is full soon, and nobody reads it
     host.AddScript("a-hostile", "exec yes >&2");
     Launch();

@@ -58,7 +58,7 @@ TEST_F(Settings, TakesThePortFromTheHostThenTheVendor) {
     EXPECT_THROW(RawConnection(12345), std::system_error);
 }
 
-TEST_F(Settings, BoundTheReportNamesThatAreNotAPlugins) {
+TEST_F(Settings, BoundTheNumberOfForeignReportNames) {
     host.WriteStoreEntry("sentrel", R"({"http_port": 9996, "max_report_names": 2})");
     host.WriteVendorEntry("beat", "{}");
     WriteFile(host.Root() + "/usr/lib/korvex/sentrel/plugins/bin/beat", "");
@@ -86,7 +86,7 @@ TEST_F(Settings, BoundTheReportNamesThatAreNotAPlugins) {
     EXPECT_EQ(daemon->CountLog("raise max_report_names"), 2U);
 }
 
-TEST_F(Settings, EndsWhenThePortCannotBeBound) {
+TEST_F(Settings, PreventTheStartWhenThePortCannotBeBound) {
     for (const char* const port : {"0", "70000", "-1", "75532"}) {
         SCOPED_TRACE(port);
         host.WriteStoreEntry("sentrel", std::string("{\"http_port\": ") + port + "}");
@@ -97,7 +97,7 @@ TEST_F(Settings, EndsWhenThePortCannotBeBound) {
     }
 }
 
-TEST_F(Settings, EndsWhenThePortIsTakenOnAnyOfItsAddresses) {
+TEST_F(Settings, PreventTheStartWhenThePortIsTakenOnAnyAddress) {
     for (const char* const address : kLoopbackAddresses) {
         SCOPED_TRACE(address);
         const Sys::OwnedFd taken = ::Test::ListenAt(address, 9996);
@@ -109,7 +109,7 @@ TEST_F(Settings, EndsWhenThePortIsTakenOnAnyOfItsAddresses) {
     }
 }
 
-TEST_F(Settings, EndsWhenAnEntryIsBroken) {
+TEST_F(Settings, PreventTheStartWhenAnEntryIsBroken) {
     struct Case {
         const char* key;
         const char* text;

@@ -19,7 +19,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-TEST(Unlink, GivesTheErrorNumber) {
+TEST(Unlink, ReturnsTheErrorNumber) {
     const ::Test::TemporaryDirectory directory;
     EXPECT_EQ(File_UnlinkNoFollow(directory.Path() + "missing"), ENOENT);
     EXPECT_EQ(File_UnlinkNoFollow(directory.Path()), EISDIR);

@@ -100,7 +100,7 @@ std::string PrepareIn(const std::string& cgroup) {
     });
 }
 
-TEST_F(CgroupGroups, OfADelegatedUnitStandBesideTheDaemonsLeaf) {
+TEST_F(CgroupGroups, OfADelegatedUnitAreBesideTheDaemonsLeaf) {
     const std::string unit = root.Path() + "/sentrel.service";
     ASSERT_EQ(::mkdir(unit.c_str(), 0755), 0);
     if (::setxattr(unit.c_str(), "user.delegate", "1", 1, 0) != 0) {
@@ -116,7 +116,7 @@ TEST_F(CgroupGroups, OfADelegatedUnitStandBesideTheDaemonsLeaf) {
 }
 
 // Nothing is made, and no process moved, where groups are other people's to make.
-TEST_F(CgroupGroups, AreBelowTheNamedRootOrTheMountWithoutBeingMade) {
+TEST_F(CgroupGroups, AreBelowTheNamedRootOrTheMountButNotCreated) {
     const ::Test::TemporaryDirectory plain;
     std::filesystem::create_directories(plain.Path() + kGroup);
     std::filesystem::remove(Directory());
@@ -178,7 +178,7 @@ TEST(Groups, OfAnUnprivilegedRunAreKeptInTheProcess) {
     EXPECT_EQ(std::count(answer.begin(), answer.end(), '\n'), 1) << answer;
 }
 
-TEST_F(CgroupGroups, AreNotFoundWithoutACgroupNorMadeAtAPathThatLeavesTheRoot) {
+TEST_F(CgroupGroups, AreNeitherFoundWithoutACgroupNorCreatedOutsideTheRoot) {
     EXPECT_THROW((void)Kernel::ShowGroup("host/pax/absent"), Pellmar::NotFoundException);
     EXPECT_THROW((void)Kernel::LimitGroup("host/pax/absent", {}), Pellmar::NotFoundException);
     for (const char* path : {"", "/", "..", "host/../..", "host/"}) {

@@ -37,7 +37,7 @@ bool IsServed(RawConnection& client) {
 
 std::string PortText(int port) { return "127.0.0.1:" + std::to_string(port); }
 
-TEST(ApiServer, ListensWhereItCan) {
+TEST(ApiServer, ListensOnTheAddressesThatWork) {
     RunningServer taken;
     ServerConfiguration configuration{
         .endpoint4 = {"127.0.0.1", static_cast<std::uint16_t>(taken.port4)},
@@ -103,7 +103,7 @@ int FindListener(int port) {
     return -1;
 }
 
-TEST(ApiServer, GoesOnWithTheOtherListener) {
+TEST(ApiServer, ContinuesWithTheOtherListener) {
     const RunningServer server;
     ASSERT_EQ(::shutdown(FindListener(server.port4), SHUT_RDWR), 0);
     EXPECT_TRUE(server.log->WaitFor(
@@ -153,7 +153,7 @@ TEST(ApiServer, LetsTheAnswerArriveBeforeItCloses) {
     EXPECT_NE(client.ReadUntilClosed().find("request_exceeds_max_size"), std::string::npos);
 }
 
-TEST(ApiServer, ClosesTheOneWithoutARequestThenTheLongestIdleWithoutAToken) {
+TEST(ApiServer, ClosesConnectionsWithoutARequestFirstThenTheLongestIdleWithoutAToken) {
     const RunningServer server({.limits = {.maxConnections = 3}});
     RawConnection verified = server.Connect();
     ::Test::CallOnce(verified, "Authorization: Bearer good\r\n");
@@ -171,7 +171,7 @@ TEST(ApiServer, ClosesTheOneWithoutARequestThenTheLongestIdleWithoutAToken) {
     EXPECT_TRUE(IsServed(further));
 }
 
-TEST(ApiServer, BoundsUnfinishedBodiesOfThoseWithoutAToken) {
+TEST(ApiServer, BoundsUnfinishedBodiesWithoutAToken) {
     const RunningServer server({.limits = {.maxUnverifiedBodyBytes = 150'000}});
     const std::string document = Document("size", "{}" + std::string(99'000, ' '));
     const std::string request = Post(document, "Expect: 100-continue\r\n");
@@ -195,7 +195,7 @@ TEST(ApiServer, BoundsUnfinishedBodiesOfThoseWithoutAToken) {
     EXPECT_NE(small.ReadUntilClosed().find("\"result\":2"), std::string::npos);
 }
 
-TEST(ApiServer, CutsAnAnswerThatFailsOnTheWay) {
+TEST(ApiServer, CutsAnAnswerThatFailsHalfway) {
     const RunningServer server;
     const std::string answer = server.Exchange(Post(Document("cut")));
     EXPECT_TRUE(answer.ends_with("\r\n"));

@@ -274,7 +274,7 @@ struct Ending {
 
 class Endings : public testing::TestWithParam<Ending> {};
 
-TEST_P(Endings, StillAnswer) {
+TEST_P(Endings, AreAnswered) {
     const CapturedLog log;
     const RunningService running(GetParam().onPost);
     RawConnection client;
@@ -316,7 +316,7 @@ INSTANTIATE_TEST_SUITE_P(
                400, ""}),
     [](const auto& row) { return row.param.name; });
 
-TEST(HttpService, EndsWhatItLingersOn) {
+TEST(HttpService, ClosesLingeringConnections) {
     const RunningService running(ReadAndAnswer, {.linger = 1ms});
     RawConnection client;
     ASSERT_TRUE(client.Send("rubbish\r\n\r\n"));
