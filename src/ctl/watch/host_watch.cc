@@ -77,6 +77,20 @@ std::vector<ReportChange> Compare(const HostView& before, const HostView& now) {
     return changes;
 }
 
+// The file times by name, in seconds. A file of the last second may be replaced by one with the
+// same time, so its time is empty: not known yet.
+std::map<std::string, std::string> ListTimes(const Host& host) {
+    constexpr std::size_t kToSeconds = 19;  // of 2024-03-05T14:07:09
+    const std::string settled =
+        UtcText(std::chrono::system_clock::now() - std::chrono::seconds(1)).substr(0, kToSeconds);
+    std::map<std::string, std::string> times;
+    for (StoredReport& report : ListReports(host)) {
+        const bool isSettled = report.time.compare(0, kToSeconds, settled) < 0;
+        times.emplace(std::move(report.name), isSettled ? std::move(report.time) : std::string());
+    }
+    return times;
+}
+
 }  // namespace
 
 HostWatch::HostWatch(Host host, std::vector<std::string> names)
@@ -168,9 +182,7 @@ bool HostWatch::FindDaemon() {
 
 void HostWatch::ReadAll() {
     if (!directory) {
-        for (StoredReport& report : ListReports(host)) {
-            listed.insert_or_assign(std::move(report.name), std::move(report.time));
-        }
+        listed = ListTimes(host);
     }
     stored.clear();
     for (StoredReport& report : ReadReports(host, {})) {
@@ -208,13 +220,10 @@ void HostWatch::ReadChanged() {
 }
 
 void HostWatch::AskForChangedNames() {
-    std::map<std::string, std::string> now;
-    for (StoredReport& report : ListReports(host)) {
-        now.emplace(std::move(report.name), std::move(report.time));
-    }
+    std::map<std::string, std::string> now = ListTimes(host);
     for (const auto& [name, time] : now) {
         const auto known = listed.find(name);
-        if (known == listed.end() || known->second != time) {
+        if (known == listed.end() || known->second != time || time.empty()) {
             changedNames.insert(name);
         }
     }

@@ -71,7 +71,8 @@ class HostWatch {
     Sys::PidFd daemon;
     std::optional<DirectoryEvents> directory;  // unset: the API is used
     std::map<std::string, StoredReport> stored;
-    std::map<std::string, std::string> listed;  // file times by name, from the API
+    std::map<std::string, std::string>
+        listed;  // file times by name, from the API; empty: not known
     std::set<std::string> changedNames;
     bool mayHaveLost = false;            // events were lost: read everything again
     std::optional<TimePoint> settlesAt;  // while a change is in progress

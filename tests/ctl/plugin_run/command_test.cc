@@ -80,13 +80,14 @@ TEST_F(PluginRun, JudgesTheRunAndItsReports) {
     const Row rows[] = {
         {"post /plug $json \"$good\"; post /any/plug $json \"$good\"", 0, "0", "plug 200 plug 200 ",
          ""},
-        {"post /plug $json \"$good\"; exit 3", 1, "3", "plug 200 ", "it ended with status 3"},
-        {"kill -SEGV $$", 1, "SIGSEGV", "", "SIGSEGV ended it"},
+        {"post /plug $json \"$good\"; exit 3", 1, "3", "plug 200 ", "exited with status 3"},
+        {"kill -SEGV $$", 1, "SIGSEGV", "", "killed by SIGSEGV"},
         {"exec sleep 1000", 1, "SIGTERM", "", "and was sent SIGTERM", "1"},
         {"post /plug $json \"$good\"; interrupt; exec sleep 1000", 1, "SIGTERM", "plug 200 ",
          "the run was interrupted\n"},
         {"trap interrupt TERM; post /plug $json \"$good\"; interrupt; while :; do :; done", 1,
-         "SIGKILL", "plug 200 ", "the run was interrupted, and SIGTERM did not end it\n"},
+         "SIGKILL", "plug 200 ",
+         "the run was interrupted, and the plugin did not exit on SIGTERM\n"},
         {"echo why >&2", 1, "0", "", "posted no report"},
         {"echo why >&2; post /plug $json \"${good/: 1/: 4}\"", 1, "0", "plug 200 ",
          "says UNKNOWN, and it wrote to standard error"},
@@ -96,7 +97,7 @@ TEST_F(PluginRun, JudgesTheRunAndItsReports) {
          "0", "plug 400  206 p%20 500 ",
          "refused with 400: its content type is not exactly application/json"},
         {"post /plugin $json \"${good/plug/plugin}\"", 1, "0", "plugin 200 ",
-         "is not called like it"},
+         "is not named after the plugin"},
         {"post /plug.more $json \"${good/plug/plug.more}\"; exec <&- >&- 2>&-", 0, "0",
          "plug.more 200 ", ""},
     };
@@ -164,9 +165,10 @@ TEST_F(PluginRun, FindsReportsThatTheDaemonStored) {
     for (int i = 0; i < Sentrel::kFilesPerName; ++i) {
         fs::create_directory(ReportDirectory() + "/.plug-" + std::to_string(i) + ".json");
     }
-    EXPECT_THAT(RunIt().output,
-                AllOf(HasSubstr("its report \"plug\" was refused with 500: it could not be stored"),
-                      Not(HasSubstr("stored no report"))));
+    EXPECT_THAT(
+        RunIt().output,
+        AllOf(HasSubstr("its report \"plug\" was refused with 500: the daemon could not store it"),
+              Not(HasSubstr("stored no report"))));
     ExpectFailure(RunTool({"plugin", "run", "plug", "--reports", "/no/such"}, environment),
                   "the report directory");
 }
@@ -183,7 +185,7 @@ TEST_F(PluginRun, InheritsTheAttributesOfTheDaemon) {
 }
 
 TEST_F(PluginRun, ExplainsWhyAPluginCannotBeStarted) {
-    ExpectFailure(RunIt(), "there is no plugin \"plug\"");
+    ExpectFailure(RunIt(), "no plugin named \"plug\"");
     Install("");
     ExpectFailure(RunTool({"plugin", "run", "lug"}, environment), "did you mean \"plug\"?");
     fs::permissions(File(), fs::perms::owner_read);
@@ -194,7 +196,7 @@ TEST_F(PluginRun, ExplainsWhyAPluginCannotBeStarted) {
     EXPECT_EQ(RunIt({"--timeout", "soon"}).status, 2);
     if (root.Problem().empty()) {
         fs::remove(root.Path() + "/host/pax/kolbern/sentrel-plugins");
-        ExpectFailure(RunIt(), "make it with \"sentrelctl group ensure\"");
+        ExpectFailure(RunIt(), "create it: sentrelctl group ensure");
     }
 }
 

@@ -56,7 +56,7 @@ TEST(ReportCheck, NamesEachProblem) {
         {Document(R"({"name":"cpu","time":1709647629})"),
          "structured.time is 1709647629, not a time"},
         {Document(R"({"name":"cpu","time":"2024-03-05T14:07:09"})"), "has no zone: add Z"},
-        {Document(R"({"name":"cpu","time":"2024-02-30T14:07:09Z"})"), "is no time such as"},
+        {Document(R"({"name":"cpu","time":"2024-02-30T14:07:09Z"})"), "is not a time such as"},
         {Document(R"({"name":"cpu","time":"2024-03-05T14:07:09Z","status":5})"),
          "structured.status is 5, not 0"},
         {Document(R"({"name":"cpu","time":"2024-03-05T14:07:09Z","status":1.5})"), "is 1.5, not"},
@@ -73,7 +73,7 @@ TEST(ReportCheck, NamesEachProblem) {
             << row.document.substr(0, 100);
     }
     EXPECT_THAT(Ctl::FindProblems("{}", "a b"),
-                ElementsAre(HasSubstr("\"a b\" is no name"), HasSubstr("structured is missing"),
+                ElementsAre(HasSubstr("invalid report name \"a b\""), HasSubstr("structured is missing"),
                             "unstructured is missing: add any JSON value"));
 }
 

@@ -176,7 +176,7 @@ TEST_F(ReportCommands, PostValidReports) {
     }
     ExpectFailure(Run({"post", "new", file}), "report \"new\" was refused with 500: ");
     ASSERT_EQ(daemon->Stop(), 0);
-    ExpectFailure(Run({"post", "new", file}), "the intake on port 9996 cannot be reached: ");
+    ExpectFailure(Run({"post", "new", file}), "cannot reach the intake on port 9996: ");
 }
 
 TEST(IntakeAnswers, AreInTheManual) {
@@ -246,7 +246,7 @@ TEST_F(ReportCommands, ReportFailuresWithAdvice) {
               0);
     ASSERT_EQ(daemon->Stop(), 0);
     ExpectFailure(Run({"list"}),
-                  "the API at http://127.0.0.1:9984 cannot be reached: Connection "
+                  "cannot reach the API at http://127.0.0.1:9984: Connection "
                   "refused; start sentrel");
 }
 

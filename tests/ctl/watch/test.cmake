@@ -1,1 +1,1 @@
-set(slowTests Watch.AsksTheApiThatIsNamed:Watch.ShowsAScreenThatFollowsChanges)
+set(slowTests Watch.UsesTheNamedApi:Watch.ShowsAScreenThatFollowsChanges)
