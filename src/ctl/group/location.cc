@@ -56,7 +56,7 @@ void UseGroupLocation(const GroupLocation& location) {
 
 std::optional<DaemonProcess> FindDaemonIfAny() {
     try {
-        return FindDaemonProcess();
+        return FindDaemonOnAnyPort();
     } catch (const Failure&) {
         return std::nullopt;  // the caller that needs the settings reports the fault
     }

@@ -14,17 +14,39 @@
 
 namespace Ctl {
 
-std::int32_t FindIntakePort() {
-    try {
-        return Sentrel::GetHttpPort(ReadDaemonSettings(), SilentLogger());
-    } catch (const Failure& failure) {
-        const std::optional<pid_t> daemon =
-            FindOwner(FindListeningSockets(Sentrel::kApiPort), kDaemonName);
-        std::int32_t port = Sentrel::kDefaultHttpPort;
-        for (const std::uint16_t own :
-             daemon ? FindListeningPorts(*daemon) : std::vector<std::uint16_t>{}) {
-            port = own == Sentrel::kApiPort ? port : own;
+namespace {
+
+// The process with the daemon's name that listens on the port of the API.
+std::optional<DaemonProcess> FindDaemonOnApi() {
+    const std::optional<pid_t> pid =
+        FindOwner(FindListeningSockets(Sentrel::kApiPort), kDaemonName);
+    const std::optional<ProcessStat> process = pid ? ReadProcessStat(*pid) : std::nullopt;
+    if (!process || process->name != kDaemonName) {
+        return std::nullopt;
+    }
+    return DaemonProcess{*pid, StartOf(*process)};
+}
+
+}  // namespace
+
+std::int32_t FindIntakePortOf(pid_t daemon, std::int32_t configured) {
+    for (const std::uint16_t port : FindListeningPorts(daemon)) {
+        if (port != Sentrel::kApiPort) {
+            return port;
         }
+    }
+    return configured;
+}
+
+std::int32_t FindIntakePort() {
+    const std::optional<DaemonProcess> daemon = FindDaemonOnApi();
+    const auto running = [&daemon](std::int32_t configured) {
+        return daemon ? FindIntakePortOf(daemon->pid, configured) : configured;
+    };
+    try {
+        return running(Sentrel::GetHttpPort(ReadDaemonSettings(), SilentLogger()));
+    } catch (const Failure& failure) {
+        const std::int32_t port = running(Sentrel::kDefaultHttpPort);
         NoteOnce("warning: " + std::string(failure.what()) + "; posting to port " +
                  std::to_string(port));
         return port;
@@ -46,6 +68,11 @@ std::optional<DaemonProcess> FindDaemonProcess() {
         return std::nullopt;
     }
     return DaemonProcess{*pid, StartOf(*process)};
+}
+
+std::optional<DaemonProcess> FindDaemonOnAnyPort() {
+    const std::optional<DaemonProcess> daemon = FindDaemonProcess();
+    return daemon ? daemon : FindDaemonOnApi();
 }
 
 }  // namespace Ctl

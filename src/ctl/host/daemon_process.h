@@ -22,8 +22,16 @@ struct DaemonProcess {
 // does, or if this user may not see its descriptors. Throws what ReadDaemonSettings throws.
 std::optional<DaemonProcess> FindDaemonProcess();
 
-// The configured intake port. If the settings are broken: the port other than the API's on which
-// the running daemon listens, if this user may see it, else the default.
+// The same, or else the daemon that listens on the API's port: the intake port of the settings may
+// have changed after its start.
+std::optional<DaemonProcess> FindDaemonOnAnyPort();
+
+// The port other than the API's on which that daemon listens; `configured` if this user may not see
+// it.
+std::int32_t FindIntakePortOf(pid_t daemon, std::int32_t configured);
+
+// The port of the running daemon's intake, if this user may see it, else the configured one, or the
+// default if the settings are broken.
 std::int32_t FindIntakePort();
 
 }  // namespace Ctl

@@ -146,7 +146,7 @@ const SurveyedPlugin* FindEntry(const PluginSurvey& survey, const std::string& o
 std::vector<Finding> FindAll(const Arguments& arguments) {
     const PluginSurvey survey = SurveyPlugins();
     Host host = HostOf(arguments.options);
-    host.daemon = FindDaemonProcess();
+    host.daemon = FindDaemonOnAnyPort();
     host.state = Sentrel::ReadDaemonState();
     const PluginReports reports = ReadPluginReports(host, survey);
     host.user = FindPluginUser(host.daemon, reports);

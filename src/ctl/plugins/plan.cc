@@ -182,7 +182,7 @@ void RunPluginPlan(const Arguments& arguments, std::ostream& output) {
     const PluginSurvey survey = SurveyPlugins();
     RequireDirectory(survey);
     Host host = HostOf(arguments.options);
-    host.daemon = FindDaemonProcess();
+    host.daemon = FindDaemonOnAnyPort();
     host.state = Sentrel::ReadDaemonState();
     const std::vector<PlannedPlugin> plan = MakePlan(survey, host);
     if (arguments.options.Has("--json")) {

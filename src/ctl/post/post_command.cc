@@ -50,8 +50,9 @@ void RunPost(const Arguments& arguments, std::ostream& output) {
     try {
         answer = Send({.host = "127.0.0.1", .port = port, .target = "/" + name, .body = document});
     } catch (const HttpFailure& failure) {
-        throw Failure("cannot reach " + intake + ": " + failure.what(),
-                      "start sentrel, or set \"http_port\" to the port of its intake");
+        throw Failure(
+            "cannot reach " + intake + ": " + failure.what(),
+            "start sentrel (\"systemctl start sentrel\"); \"sentrelctl doctor\" tells more");
     }
     if (answer.status != kStored) {
         const int status = static_cast<int>(answer.status);
