@@ -1,5 +1,6 @@
 #include "ctl/sight/daemon_text.h"
 
+#include "ctl/host/daemon_process.h"
 #include "ctl/host/run_user.h"
 #include "ctl/show/durations.h"
 
@@ -16,16 +17,21 @@ std::string HostName() {
 }
 
 std::string DaemonText(const Host& host) {
-    if (!host.daemon) {
-        return host.portHolder ? "not running; port " + std::to_string(host.intakePort) +
-                                     " is held by " + host.portHolder->name
-                               : "not running, or not visible to this user";
+    if (!host.daemon && host.portHolder) {
+        return "not running; port " + std::to_string(host.intakePort) + " is held by " +
+               host.portHolder->name;
     }
-    const auto running =
-        std::chrono::duration_cast<std::chrono::seconds>(host.now - host.daemon->started);
+    if (!host.daemon && !host.state) {
+        return ::geteuid() == 0 ? "not running" : "not running, or not visible to this user";
+    }
+    const auto running = std::chrono::duration_cast<std::chrono::seconds>(
+        host.now - (host.daemon ? host.daemon->started : host.state->started));
+    if (!host.daemon) {
+        return "running for " + DurationText(running) + " (process not visible to this user)";
+    }
     return "running for " + DurationText(running) + " as " + NameOfUser(host.user.user) +
            " (process " + std::to_string(host.daemon->pid) + "); intake " +
-           std::to_string(host.intakePort) + ", API 9984";
+           std::to_string(FindIntakePortOf(host.daemon->pid, host.intakePort)) + ", API 9984";
 }
 
 }  // namespace Ctl

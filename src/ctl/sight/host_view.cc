@@ -100,11 +100,19 @@ HostView ViewStored(const Host& host, std::vector<StoredReport> reports,
 }
 
 HostView ViewHost(const Host& host) {
+    std::string problem;
     try {
         return ViewReports(host, {});
     } catch (const std::exception& exception) {
-        return {std::chrono::system_clock::now(), {}, {}, {}, exception.what()};
+        problem = exception.what();
     }
+    HostView view{std::chrono::system_clock::now(), {}, {}, {}, std::move(problem)};
+    try {
+        AddLaunches(host, SurveyPlugins(), view);
+    } catch (const std::exception&) {
+        // the problem of the reports is shown; "plugin plan" explains this one
+    }
+    return view;
 }
 
 void AddStoredReports(const Host& host, HostView& view) {

@@ -1,6 +1,7 @@
 #include "ctl/sight/status.h"
 
 #include "ctl/doctor/command.h"
+#include "ctl/host/daemon_process.h"
 #include "ctl/host/run_user.h"
 #include "ctl/show/durations.h"
 #include "ctl/show/json_output.h"
@@ -47,7 +48,7 @@ std::string ReportsText(const HostView& view) {
                                 : count + (areOk ? ", all OK" : ": " + CountsText(view.reports));
 }
 
-std::string LaunchesText(const HostView& view) {
+std::string LaunchesText(const Host& host, const HostView& view) {
     std::vector<std::string> words;
     for (const ViewedLaunch& launch : view.launches) {
         if (words.size() < kMaxLaunches && launch.at >= view.now) {
@@ -55,7 +56,10 @@ std::string LaunchesText(const HostView& view) {
             words.push_back(launch.plugin + " in " + DurationText(left));
         }
     }
-    return words.empty() ? "no launch is planned" : Joined(words);
+    if (!words.empty()) {
+        return Joined(words);
+    }
+    return host.daemon || host.state ? "no launch is planned" : "not known";
 }
 
 std::size_t CountProblems(const std::vector<Finding>& findings) {
@@ -103,7 +107,7 @@ OrderedJson ToJson(const Host& host, const HostView& view, std::size_t problems)
         object["daemon"] = {{"pid", host.daemon->pid},
                             {"started", UtcText(host.daemon->started)},
                             {"user", NameOfUser(host.user.user)},
-                            {"intakePort", host.intakePort}};
+                            {"intakePort", FindIntakePortOf(host.daemon->pid, host.intakePort)}};
     }
     OrderedJson states = OrderedJson::object();
     OrderedJson worst = OrderedJson::array();
@@ -145,7 +149,7 @@ int RunStatus(const Arguments& arguments, std::ostream& output) {
     output << "sentrel   " << PrintableText(DaemonText(host)) << '\n'
            << "reports   " << PrintableText(ReportsText(view)) << '\n';
     WriteWorst(view, output);
-    output << "next      " << PrintableText(LaunchesText(view)) << '\n'
+    output << "next      " << PrintableText(LaunchesText(host, view)) << '\n'
            << "doctor    " << DoctorText(problems) << '\n';
     return isFine ? 0 : 1;
 }

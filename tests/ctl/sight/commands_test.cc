@@ -38,8 +38,8 @@ class SightCommands : public ToolHost {
 TEST_F(SightCommands, StatusShowsProblemsInEightLines) {
     const ToolResult down = Run({"status"});
     EXPECT_EQ(down.status, 1);
-    EXPECT_THAT(down.output, ContainsRegex("^sentrel   not running, .*\n"
-                                           "reports   not visible: .*\nnext      no launch"));
+    EXPECT_THAT(down.output, ContainsRegex("^sentrel   not running.*\n"
+                                           "reports   not visible: .*\nnext      not known\n"));
     StartDaemon();
     for (const char* name : {"a", "b", "c", "d", "e"}) {
         Post(name, 2, R"({"reason": "broken"})");
@@ -55,6 +55,19 @@ TEST_F(SightCommands, StatusShowsProblemsInEightLines) {
     const Json answer = Json::parse(Run({"status", "--json"}).output);
     EXPECT_EQ(answer["states"], (Json{{"ERROR", 5}, {"OK", 1}}));
     EXPECT_EQ(answer["worst"].size(), 5);
+}
+
+TEST_F(SightCommands, StatusShowsTheRunningDaemonsLaunchesAndPort) {
+    host.WriteStoreEntry("sample", R"({"enabled": true})");
+    WriteFile(host.Root() + "/usr/lib/korvex/sentrel/plugins/bin/sample", "");
+    StartDaemon();
+    host.WriteStoreEntry("sentrel", R"({"http_port": 9997})");
+    EXPECT_THAT(Run({"status", "--api", "http://127.0.0.1:1"}).output,
+                ContainsRegex("; intake 9996, .*\nreports   not visible: .*\n"
+                              "next      sample in [0-9]+ s\n"));
+    const std::string file = host.Base() + "document";
+    WriteFile(file, ReportText{.name = "sample"}.Document());
+    EXPECT_EQ(OutputOf({"post", "sample", file}).substr(0, 13), "Posted sample");
 }
 
 TEST_F(SightCommands, SilencedReportsAreShownAndCountedSeparately) {
