@@ -28,8 +28,9 @@ void RunCall(const Arguments& arguments, std::ostream& output) {
                           "'{\"name\": \"value\"}'");
         }
     }
-    WriteJson(ConnectApi(HostOf(arguments.options)).Call(arguments.operands.front(), parameters),
-              output);
+    Host host = HostOf(arguments.options);
+    host.mayBeOffline = false;
+    WriteJson(ConnectApi(host).Call(arguments.operands.front(), parameters), output);
 }
 
 constexpr std::array<Command, 1> kCommands = {{

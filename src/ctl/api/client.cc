@@ -7,6 +7,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <cerrno>
 #include <charconv>
 #include <cstdint>
 #include <system_error>
@@ -27,7 +28,8 @@ struct Explanation {
 
 // The explanation of an API error for a person: the API's own message is worded for authors of
 // clients.
-Explanation Explain(const std::string& name, const std::string& message, bool hasToken) {
+Explanation Explain(const std::string& name, const std::string& message, bool hasToken,
+                    bool mayBeOffline) {
     if (name.ends_with(".unauthenticated")) {
         return hasToken
                    ? Explanation{"the API refuses the token",
@@ -35,8 +37,9 @@ Explanation Explain(const std::string& name, const std::string& message, bool ha
                                  "\"sentrelctl token init\" has this host's own tokens trusted"}
                    : Explanation{
                          "no token for the API",
-                         "use --offline to read the report directory (group korvex), "
-                         "--token-file FILE, or " +
+                         std::string(mayBeOffline ? "use --offline to read the report directory "
+                                                    "(group korvex), --token-file FILE, or "
+                                                  : "use --token-file FILE, or ") +
                              std::string(::geteuid() == 0
                                              ? "create the signing key: sentrelctl token init"
                                              : "run this as root")};
@@ -60,11 +63,12 @@ Explanation Explain(const std::string& name, const std::string& message, bool ha
     return {message};
 }
 
-[[noreturn]] void ThrowError(const OrderedJson& error, bool hasToken) {
+[[noreturn]] void ThrowError(const OrderedJson& error, bool hasToken, bool mayBeOffline) {
     const auto data = error.find("data");
     const std::string name = data != error.end() && data->is_object() ? TextOf(*data, "error") : "";
     const std::string message = TextOf(error, "message");
-    const Explanation explanation = Explain(name, message == name ? "" : message, hasToken);
+    const Explanation explanation =
+        Explain(name, message == name ? "" : message, hasToken, mayBeOffline);
     throw ApiError(name, explanation.happened, explanation.advice);
 }
 
@@ -81,8 +85,9 @@ bool IsPort(std::string_view text) {
 
 }  // namespace
 
-ApiClient::ApiClient(const std::string& url, std::string token, std::chrono::milliseconds timeout)
-    : url(url), token(std::move(token)), timeout(timeout) {
+ApiClient::ApiClient(const std::string& url, std::string token, std::chrono::milliseconds timeout,
+                     bool mayBeOffline)
+    : url(url), token(std::move(token)), timeout(timeout), mayBeOffline(mayBeOffline) {
     constexpr std::string_view kScheme = "http://";
     std::string_view rest = url;
     if (!rest.starts_with(kScheme)) {
@@ -118,7 +123,7 @@ OrderedJson ApiClient::Call(std::string_view method, const OrderedJson& paramete
         return std::move(answer["result"]);
     }
     if (answer.is_object() && answer.contains("error") && answer["error"].is_object()) {
-        ThrowError(answer["error"], !token.empty());
+        ThrowError(answer["error"], !token.empty(), mayBeOffline);
     }
     const std::string stranger = StrangersName();
     throw Failure(url + " answered, but is not the sentrel API" + stranger,
@@ -130,6 +135,15 @@ std::string ApiClient::StrangersName() const {
     (void)std::from_chars(port.data(), port.data() + port.size(), number);  // checked above
     const std::string holder = NamesLoopback(host) ? StrangerOn(number) : "";
     return holder.empty() ? "" : ": port " + port + " is held by " + holder;
+}
+
+// What to do about an API that cannot be reached. A daemon that accepts a connection and does not
+// answer is running, so to start it would do nothing.
+std::string ApiClient::AdviceOn(int errorNumber) const {
+    const std::string verb = errorNumber == ETIMEDOUT && IsOnLoopback() ? "restart" : "start";
+    return verb + " sentrel (\"systemctl " + verb + " sentrel\"), or " +
+           (mayBeOffline && url == kDefaultApiUrl ? "use --offline"
+                                                  : "name another address with --api");
 }
 
 // Sends the document and returns the body of the answer.
@@ -148,9 +162,7 @@ std::string ApiClient::Exchange(std::string document) const {
                           kFreeApiPort, failure.ErrorNumber());
         }
         throw Failure("cannot reach the API at " + url + ": " + failure.what(),
-                      "start sentrel (\"systemctl start sentrel\"), or name another address with "
-                      "--api",
-                      failure.ErrorNumber());
+                      AdviceOn(failure.ErrorNumber()), failure.ErrorNumber());
     }
 }
 
@@ -161,7 +173,7 @@ ApiClient ConnectApi(const Host& host, std::chrono::milliseconds timeout) {
             "no token for the API at " + host.apiUrl + ", which is not on this host's loopback",
             "name the file of one with --token-file");
     }
-    return ApiClient(host.apiUrl, FindToken(host.tokenFile), timeout);
+    return ApiClient(host.apiUrl, FindToken(host.tokenFile), timeout, host.mayBeOffline);
 }
 
 }  // namespace Ctl

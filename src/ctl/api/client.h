@@ -28,9 +28,11 @@ class ApiError : public Failure {
 class ApiClient {
   public:
     // `url` is "http://HOST[:PORT]", HOST a name or an address, IPv6 in brackets. With an empty
-    // token none is sent. Each call may take `timeout`. Throws Failure if the URL is invalid.
+    // token none is sent. Each call may take `timeout`. `mayBeOffline`: the command has the option
+    // --offline, which failures then name. Throws Failure if the URL is invalid.
     ApiClient(const std::string& url, std::string token,
-              std::chrono::milliseconds timeout = std::chrono::minutes(10));
+              std::chrono::milliseconds timeout = std::chrono::minutes(10),
+              bool mayBeOffline = false);
 
     bool IsOnLoopback() const;
     bool HasToken() const { return !token.empty(); }
@@ -43,6 +45,7 @@ class ApiClient {
 
   private:
     std::string Exchange(std::string document) const;
+    std::string AdviceOn(int errorNumber) const;
     // ": " and the holder of the port, if this user can see that it is another program.
     std::string StrangersName() const;
 
@@ -51,6 +54,7 @@ class ApiClient {
     std::string port;
     std::string token;
     std::chrono::milliseconds timeout;
+    bool mayBeOffline;
 };
 
 // A client for the API and the token of `host`. Throws Failure if the API is not on this host's

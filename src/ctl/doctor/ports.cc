@@ -60,7 +60,7 @@ std::string AskApi() {
     } catch (const Failure& failure) {
         return failure.ErrorNumber() == ETIMEDOUT
                    ? "it has not answered for " + DurationText(kPatience)
-                   : failure.what();
+                   : failure.WhatHappened();
     }
 }
 

@@ -25,6 +25,7 @@ struct Host {
     std::string reportDirectory = {};
     bool hasNamedReports = false;  // by --reports
     bool isOffline = false;        // reports are read from the directory, not through the API
+    bool mayBeOffline = true;      // the command has the option --offline
     std::string apiUrl = {};
     std::string tokenFile =
         {};  // "-": standard input; empty: a token is signed here, where possible

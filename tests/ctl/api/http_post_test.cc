@@ -1,11 +1,15 @@
 // The tool's HTTP client against servers that answer well, badly, or not at all.
 #include "ctl/api/http_post.h"
+#include "ctl/api/client.h"
 
 #include "ctl/host/port_holder.h"
 #include "support/report_listener.h"
 
 #include <gtest/gtest.h>
 
+#include <nlohmann/json.hpp>
+
+#include <array>
 #include <cerrno>
 #include <chrono>
 #include <future>
@@ -13,6 +17,7 @@
 #include <string>
 
 #include <sys/fsuid.h>
+#include <sys/prctl.h>
 #include <unistd.h>
 
 namespace CtlTest {
@@ -57,6 +62,17 @@ TEST(HttpPost, EndsInTimeWhenTheServerHangs) {
             EXPECT_EQ(failure.ErrorNumber(), ETIMEDOUT);
         }
     }
+    std::array<char, 16> name{};
+    (void)::prctl(PR_GET_NAME, name.data());
+    (void)::prctl(PR_SET_NAME, "sentrel");
+    const Ctl::ApiClient client("http://127.0.0.1:" + post.port, "", post.timeout);
+    try {
+        (void)client.Call("a.b", nlohmann::ordered_json::object());
+        ADD_FAILURE() << "there is an answer";
+    } catch (const Ctl::Failure& failure) {  // a start would change nothing
+        EXPECT_EQ(failure.Advice().find("restart sentrel"), 0U) << failure.what();
+    }
+    (void)::prctl(PR_SET_NAME, name.data());
 }
 
 TEST(HttpPost, SendsNothingToAnotherUsersProgram) {

@@ -247,7 +247,8 @@ TEST_F(ReportCommands, ReportFailuresWithAdvice) {
     ASSERT_EQ(daemon->Stop(), 0);
     ExpectFailure(Run({"list"}),
                   "cannot reach the API at http://127.0.0.1:9984: Connection "
-                  "refused; start sentrel");
+                  "refused; start sentrel (\"systemctl start sentrel\"), or use --offline");
+    ExpectFailure(Run({"call", "a.b"}), "sentrel\"), or name another address with --api");
 }
 
 }  // namespace
