@@ -22,7 +22,7 @@ constexpr std::array<IntakeAnswer, 10> kAnswers = {{
     {413, "it is longer than 1048576 bytes", "send less"},
     {431, "its head is longer than 16 KiB", "send fewer and shorter fields"},
     {500, "the daemon could not store it",
-     R"(use only letters, digits, "_", "." and "-" in its name; otherwise run "sentrelctl doctor")"},
+     R"(run "sentrelctl doctor"; if it finds nothing, see the daemon's log (journalctl -u sentrel): the name may be too long, or have other characters than letters, digits, "_", "." and "-")"},
 }};
 constexpr IntakeAnswer kOther = {-1, "that is not an answer of sentrel",
                                  R"(see which process listens on the port: "sentrelctl doctor")"};
