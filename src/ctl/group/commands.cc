@@ -3,6 +3,7 @@
 #include "ctl/group/kill_command.h"
 #include "ctl/group/location.h"
 #include "ctl/host/daemon_settings.h"
+#include "ctl/show/failure.h"
 #include "ctl/show/json_output.h"
 #include "ctl/show/sizes.h"
 #include "ctl/show/table.h"
@@ -15,6 +16,8 @@
 #include <array>
 #include <cstdint>
 #include <ostream>
+
+#include <unistd.h>
 
 namespace Ctl {
 
@@ -148,6 +151,11 @@ void WriteStateJson(const Kernel::GroupState& state, std::ostream& output) {
 
 void RunShow(const Arguments& arguments, std::ostream& output) {
     const GroupLocation location = FindGroupLocation(FindDaemonIfAny());
+    if (location.root.kind == Kernel::GroupRoot::Kind::None && location.daemon == 0 &&
+        ::geteuid() != 0) {
+        throw Failure("cannot find the plugins' resource group: no daemon is visible to this user",
+                      "run this as root, or set SENTREL_CGROUP_ROOT to the cgroup above the group");
+    }
     UseGroupLocation(location);
     const Kernel::GroupState state = Kernel::ShowGroup(Sentrel::kPluginGroupPath);
     if (arguments.options.Has("--json")) {
