@@ -175,6 +175,17 @@ void AddStored(const Sentrel::Publisher& publisher, const std::vector<std::strin
     }
 }
 
+// Throws Failure if this user lacks the permission to read one of those reports.
+void RequireReadable(const std::string& directory, const std::vector<std::string>& names) {
+    for (const std::string& name : names) {
+        const std::string path = directory + Sentrel::LinkName(name);
+        if (::access(path.c_str(), R_OK) != 0 && errno == EACCES) {
+            throw Failure("the report " + path + " cannot be read", EACCES,
+                          "run this as root, or as a member of its group");
+        }
+    }
+}
+
 std::vector<StoredReport> Sorted(ReportMap&& reports) {
     std::vector<StoredReport> sorted;
     sorted.reserve(reports.size());
@@ -199,6 +210,7 @@ std::vector<StoredReport> ReadStoredReports(const std::string& directory,
     const std::vector<std::string> again = UnreadNames(reports, names);
     if (!again.empty()) {
         AddStored(publisher, again, reports);
+        RequireReadable(directory, UnreadNames(reports, again));
     }
     return Sorted(std::move(reports));
 }
