@@ -13,7 +13,7 @@ namespace Ctl {
 
 namespace {
 
-// Throws the failure of a file, which the message calls `name`.
+// Throws the failure of a file that was named on the command line; the message calls it `name`.
 [[noreturn]] void Fail(const std::string& name, int errorNumber) {
     throw Failure(name + " cannot be read", errorNumber, "name a file that this user can read");
 }
@@ -44,7 +44,7 @@ std::string ReadRegularFile(const std::string& path, std::size_t maxBytes,
         throw Failure(name + " is no regular file", "remove what stands there");
     }
     if (error != 0) {
-        Fail(name, error);
+        throw Failure(name + " cannot be read", error, error == EACCES ? "run this as root" : "");
     }
     return text;
 }
