@@ -8,6 +8,7 @@
 #include "platform/sys/host_root.h"
 #include "plugins/discovery.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <system_error>
 
@@ -115,10 +116,16 @@ void CheckFreshness(const Host& host, Findings& findings) {
                             "the daemon runs with the current settings, plugins and metadata", ""});
         return;
     }
-    findings.push_back({Severity::Warning, "changes",
-                        Abridged(newer) + " changed after the daemon had read " +
-                            (newer.size() == 1 ? "it" : "them"),
-                        kRestart});
+    // a restart now would leave the host without a daemon
+    const bool areBroken = std::any_of(findings.begin(), findings.end(), [](const Finding& other) {
+        return other.severity == Severity::Error &&
+               (other.subject.starts_with("entry ") || other.subject.starts_with("sentrel."));
+    });
+    findings.push_back(
+        {Severity::Warning, "changes",
+         Abridged(newer) + " changed after the daemon had read " +
+             (newer.size() == 1 ? "it" : "them"),
+         (areBroken ? "correct the settings first, then: " : "") + std::string(kRestart)});
 }
 
 }  // namespace Ctl

@@ -96,7 +96,7 @@ void CheckRoom(const std::string& directory, const Content& content, Findings& f
         findings.push_back(
             {system.f_favail == 0 ? Severity::Error : Severity::Warning, kSubject,
              Counted(system.f_favail, "inode") + (system.f_favail == 1 ? " is free" : " are free"),
-             remedy});
+             "remove files from the file system of " + directory + ": df -i " + directory});
     }
 }
 

@@ -149,6 +149,10 @@ TEST_F(DoctorCommand, ReportsEachFaultOfABrokenHost) {
     for (const auto& row : rows) {
         ExpectFinding(findings, row.severity, row.subject, row.text);
     }
+    host.WriteStoreEntry("pellmar", "{");  // with it no daemon would start again
+    EXPECT_THAT(Run({"doctor", "--json"}).output,
+                HasSubstr("\"correct the settings first, then: "));
+    std::filesystem::remove(host.WriteStoreEntry("pellmar", ""));
     EXPECT_THAT(OutputOf({"group", "kill"}), HasSubstr("Ended 1 process.\n"));
     int status = 0;
     EXPECT_EQ(::waitpid(old, &status, 0), old);
