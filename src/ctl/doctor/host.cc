@@ -17,20 +17,27 @@ namespace Ctl {
 
 namespace {
 
+std::vector<ListeningSocket> SocketsOn(std::int32_t port) {
+    return port > 0 && port <= std::numeric_limits<std::uint16_t>::max()
+               ? FindListeningSockets(static_cast<std::uint16_t>(port))
+               : std::vector<ListeningSocket>();
+}
+
 std::optional<ProcessStat> HolderOf(std::int32_t port) {
-    if (port <= 0 || port > std::numeric_limits<std::uint16_t>::max()) {
-        return std::nullopt;
-    }
-    const std::optional<pid_t> pid =
-        FindOwner(FindListeningSockets(static_cast<std::uint16_t>(port)), kDaemonName);
+    const std::optional<pid_t> pid = FindOwner(SocketsOn(port), kDaemonName);
     return pid ? ReadProcessStat(*pid) : std::nullopt;
 }
 
-RunUser UserOfDaemon(const std::optional<DaemonProcess>& daemon) {
-    if (daemon) {
-        if (std::optional<RunUser> user = UserOf(daemon->pid)) {
+// Without a visible daemon the user sentrel, unless root's program listens on the intake port.
+RunUser UserOfDaemon(const Host& host) {
+    if (host.daemon) {
+        if (std::optional<RunUser> user = UserOf(host.daemon->pid)) {
             return *user;
         }
+    }
+    const std::vector<ListeningSocket> sockets = SocketsOn(host.intakePort);
+    if (!host.portHolder && !sockets.empty() && sockets.front().user == 0) {
+        return RunUser{};
     }
     // NOLINTNEXTLINE(concurrency-mt-unsafe): no other thread asks for users
     const passwd* const entry = ::getpwnam(std::string(kDaemonName).c_str());
@@ -85,7 +92,7 @@ void LookAtDaemon(Host& host) {
         host.daemon = DaemonProcess{process->pid, StartOf(*process)};
     }
     host.state = Sentrel::ReadDaemonState();
-    host.user = UserOfDaemon(host.daemon);
+    host.user = UserOfDaemon(host);
     FindReports(host);
 }
 

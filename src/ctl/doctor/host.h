@@ -15,9 +15,9 @@
 namespace Ctl {
 
 // Fills `host` with what all subjects need: the intake's port and its holder; the daemon, a process
-// with its name on the intake port, or else on the API's; its user, or without a daemon the user
-// sentrel, or else root; and its report directory, unless --reports names one. Leaves
-// facts unset that it cannot inspect.
+// with its name on the intake port, or else on the API's; its user, or without a visible daemon
+// root, if root's program holds the port, else the user sentrel, or else root; and its report
+// directory, unless --reports names one. Leaves facts unset that it cannot inspect.
 void LookAtDaemon(Host& host);
 
 using Findings = std::vector<Finding>;
