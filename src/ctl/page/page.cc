@@ -83,9 +83,11 @@ std::string CardHtml(const ViewedReport& report, const HostView& view) {
     const ReportState state = report.judged.state;
     std::string html = "<article class=\"card " + ClassOf(report.judged) + "\"><header>" +
                        StateHtml(state) + "<h3>" + Html(report.judged.report.name) + "</h3>";
-    if (report.judged.age) {
-        html += "<span class=\"quiet\"><span" + Counting(*report.judged.age, 1) + ">" +
-                AgeText(report.judged.age) + "</span> ago</span>";
+    if (const auto age = report.judged.age; age && *age < std::chrono::seconds(0)) {
+        html += "<span class=\"quiet\">" + AgeText(age) + "</span>";
+    } else if (age) {
+        html += "<span class=\"quiet\"><span" + Counting(*age, 1) + ">" + AgeText(age) +
+                "</span> ago</span>";
     }
     return html + "</header><p>" + Html(report.reason) + "</p>" + SilenceHtml(report, view) +
            "</article>";

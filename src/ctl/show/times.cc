@@ -48,4 +48,8 @@ std::string AgeText(const std::optional<std::chrono::seconds>& age) {
     return *age < std::chrono::seconds(0) ? "in the future" : DurationText(*age);
 }
 
+std::string AgoText(const std::optional<std::chrono::seconds>& age) {
+    return AgeText(age) + (age && *age >= std::chrono::seconds(0) ? " ago" : "");
+}
+
 }  // namespace Ctl

@@ -25,4 +25,7 @@ std::optional<std::chrono::seconds> AgeOf(const std::string& time,
 // An age as DurationText; "in the future" if negative, "unknown" if unset.
 std::string AgeText(const std::optional<std::chrono::seconds>& age);
 
+// The same in a sentence: "3 min ago", "in the future".
+std::string AgoText(const std::optional<std::chrono::seconds>& age);
+
 }  // namespace Ctl

@@ -26,6 +26,11 @@ constexpr std::array<Option, 5> kGetOptions = {
     {kJsonOption, kOfflineOption, kReportsOption, kApiOption, kTokenFileOption}};
 constexpr std::array<Option, 2> kHistoryOptions = {{kJsonOption, kReportsOption}};
 
+[[noreturn]] void ThrowNotReported(const std::string& plugin) {
+    throw Failure("the plugin \"" + plugin + "\" has not reported yet",
+                  "wait for its next run, or see \"sentrelctl plugin check " + plugin + "\"");
+}
+
 // The report with that name; throws if there is none that can be shown.
 const ViewedReport& RequireReport(const std::string& name, const HostView& view, const Host& host) {
     for (const ViewedReport& report : view.reports) {
@@ -33,8 +38,7 @@ const ViewedReport& RequireReport(const std::string& name, const HostView& view,
             continue;
         }
         if (report.judged.state == ReportState::Never) {
-            throw Failure("the plugin \"" + name + "\" has not reported yet",
-                          "wait for its next run, or see \"sentrelctl plugin check " + name + "\"");
+            ThrowNotReported(report.judged.report.name);
         }
         if (report.judged.state == ReportState::Invalid) {
             throw Failure("the report \"" + name + "\" cannot be read",
@@ -116,6 +120,11 @@ void RunHistory(const Arguments& arguments, std::ostream& output) {
     const std::string directory = RequireReportDirectory(HostOf(arguments.options));
     const std::vector<HistoricReport> history = ReadHistory(directory, name);
     if (history.empty()) {
+        for (const PluginPeriod& plugin : ReadPluginPeriods()) {
+            if (Sentrel::IsSameReportName(plugin.name, name)) {
+                ThrowNotReported(plugin.name);
+            }
+        }
         throw Failure("no report \"" + name + "\" is stored in " + directory,
                       "name the daemon's directory with --reports, or see \"sentrelctl list\"");
     }

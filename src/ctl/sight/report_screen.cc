@@ -36,7 +36,7 @@ void WriteHead(const ViewedReport& report, std::chrono::system_clock::time_point
         output << "  " << Paint(PrintableText(SilenceText(*judged.silence, now)), Colour::Faint)
                << '\n';
     }
-    output << "  reported " << AgeText(judged.age) << " ago (" << judged.report.time << ')';
+    output << "  reported " << AgoText(judged.age) << " (" << judged.report.time << ')';
     if (report.next.time && *report.next.time > now) {
         output << ", next in " << NextText(report.next, now);
     }

@@ -8,7 +8,11 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <filesystem>
 #include <string>
+#include <vector>
+
+#include <unistd.h>
 
 namespace Test {
 
@@ -61,6 +65,10 @@ TEST_F(SightCommands, StatusShowsTheRunningDaemonsLaunchesAndPort) {
     host.WriteStoreEntry("sample", R"({"enabled": true})");
     WriteFile(host.Root() + "/usr/lib/korvex/sentrel/plugins/bin/sample", "");
     StartDaemon();
+    for (const char* command : {"get", "history"}) {
+        EXPECT_THAT(Run({command, "Sample"}).error,
+                    HasSubstr("the plugin \"sample\" has not reported yet; wait for its next run"));
+    }
     host.WriteStoreEntry("sentrel", R"({"http_port": 9997})");
     EXPECT_THAT(Run({"status", "--api", "http://127.0.0.1:1"}).output,
                 ContainsRegex("; intake 9996, .*\nreports   not visible: .*\n"
@@ -93,6 +101,14 @@ TEST_F(SightCommands, SilencedReportsAreShownAndCountedSeparately) {
     const Json status = Json::parse(Run({"status", "--json"}).output);
     EXPECT_EQ(status["worst"][0]["silence"]["because"], "disk is ordered");
     EXPECT_THAT(Run({"doctor", "--json"}).output, HasSubstr("1 silenced: raid"));
+    if (::geteuid() == 0) {
+        std::filesystem::permissions(host.Base(), std::filesystem::perms(0755));
+        const std::vector<std::string> environment = {"SENTREL_ROOT=" + host.Root()};
+        const std::string file = "/silences.json cannot be read: Permission denied; run this as";
+        EXPECT_THAT(RunTool({"silence"}, environment, User::Nobody).error, HasSubstr(file));
+        EXPECT_THAT(RunTool({"list", "--offline"}, environment, User::Nobody).error,
+                    HasSubstr("raid.json cannot be read: Permission denied; run this as root, or"));
+    }
     WriteFile(host.Root() + "/var/lib/korvex/sentrel/silences.json", "[]");
     EXPECT_THAT(Run({"list"}).error, HasSubstr("silences.json is not a list of silences"));
 }
@@ -102,6 +118,9 @@ TEST_F(SightCommands, GetShowsMetricsAgainstTheirLimitsAndHistoryWhatChanged) {
     Post("disk", 0, R"({"metrics": {"used": {"value": 70, "unit": "%"}, "mounts": 4}})");
     Post("disk", 2, kMetrics);
     Post("cpu", 0, "{}");
+    const ReportText late{.name = "late", .time = "2099-01-01T00:00:00Z"};
+    ASSERT_EQ(HttpClient().Post("/late", late.Document()), 200);
+    EXPECT_THAT(OutputOf({"get", "late"}), HasSubstr("\n  reported in the future (2099"));
     const std::string report = OutputOf({"get", "disk"});
     EXPECT_THAT(report, ContainsRegex("\n  METRIC +VALUE +LIMITS\n  mounts +4\n"
                                       "  used +91.2 % .*warning 80, critical 90\n"));
