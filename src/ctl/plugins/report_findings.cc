@@ -11,6 +11,7 @@
 #include "store/report_name.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstddef>
 
 #include <unistd.h>
@@ -70,11 +71,12 @@ void CheckReport(const std::string& subject, const std::string& directory,
         problems =
             FindProblems(ReadRegularFile(path, Sentrel::kMaxStoredSize, "the report"), report);
     } catch (const Failure& failure) {
-        // Otherwise its link is just being renewed.
-        if (::access(path.c_str(), F_OK) == 0) {
-            findings.push_back({Severity::Warning, subject, failure.WhatHappened(),
-                                ::geteuid() == 0 ? "remove what stands there"
-                                                 : "run this as a user who may, such as root"});
+        if (failure.ErrorNumber() == EACCES) {
+            findings.push_back(
+                {Severity::Notice, subject, failure.WhatHappened(), "run this as root", true});
+        } else if (::access(path.c_str(), F_OK) == 0) {  // else its link is just being renewed
+            findings.push_back(
+                {Severity::Warning, subject, failure.WhatHappened(), "remove what stands there"});
         }
         return;
     }

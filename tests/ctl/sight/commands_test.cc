@@ -76,6 +76,13 @@ TEST_F(SightCommands, StatusShowsTheRunningDaemonsLaunchesAndPort) {
     const std::string file = host.Base() + "document";
     WriteFile(file, ReportText{.name = "sample"}.Document());
     EXPECT_EQ(OutputOf({"post", "sample", file}).substr(0, 13), "Posted sample");
+    if (::geteuid() == 0) {
+        std::filesystem::permissions(host.Base(), std::filesystem::perms(0755));
+        EXPECT_THAT(
+            RunTool({"plugin", "check", "sample"}, {"SENTREL_ROOT=" + host.Root()}, User::Nobody)
+                .output,
+            HasSubstr("\n1 check skipped: run as root to inspect it\n"));
+    }
 }
 
 TEST_F(SightCommands, SilencedReportsAreShownAndCountedSeparately) {
@@ -107,7 +114,7 @@ TEST_F(SightCommands, SilencedReportsAreShownAndCountedSeparately) {
         const std::string file = "/silences.json cannot be read: Permission denied; run this as";
         EXPECT_THAT(RunTool({"silence"}, environment, User::Nobody).error, HasSubstr(file));
         EXPECT_THAT(RunTool({"list", "--offline"}, environment, User::Nobody).error,
-                    HasSubstr("raid.json cannot be read: Permission denied; run this as root, or"));
+                    HasSubstr(".json cannot be read: Permission denied; run this as root, or"));
     }
     WriteFile(host.Root() + "/var/lib/korvex/sentrel/silences.json", "[]");
     EXPECT_THAT(Run({"list"}).error, HasSubstr("silences.json is not a list of silences"));
