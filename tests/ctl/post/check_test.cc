@@ -72,9 +72,10 @@ TEST(ReportCheck, NamesEachProblem) {
         EXPECT_THAT(Ctl::FindProblems(row.document, "cpu"), ElementsAre(HasSubstr(row.problem)))
             << row.document.substr(0, 100);
     }
-    EXPECT_THAT(Ctl::FindProblems("{}", "a b"),
-                ElementsAre(HasSubstr("invalid report name \"a b\""), HasSubstr("structured is missing"),
-                            "unstructured is missing: add any JSON value"));
+    EXPECT_THAT(
+        Ctl::FindProblems("{}", "a b"),
+        ElementsAre(HasSubstr("invalid report name \"a b\""), HasSubstr("structured is missing"),
+                    "unstructured is missing: add any JSON value"));
 }
 
 TEST(JsonSchema, RefusesUnsupportedSchemas) {
