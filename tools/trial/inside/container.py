@@ -3,6 +3,7 @@
 
 import os
 import pathlib
+import shutil
 import signal
 import time
 
