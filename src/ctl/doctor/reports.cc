@@ -58,6 +58,16 @@ bool HasZone(const std::string& time) {
            time.find_first_of("Tt") != std::string::npos;
 }
 
+void CheckSilences(const Host& host, Findings& findings) {
+    try {
+        (void)ReadSilences(host.now);
+    } catch (const Failure& failure) {
+        const bool isSkipped = failure.ErrorNumber() == EACCES;
+        findings.push_back({isSkipped ? Severity::Notice : Severity::Warning, "silences",
+                            failure.WhatHappened(), failure.Advice(), isSkipped});
+    }
+}
+
 }  // namespace
 
 void CheckReportStates(const Host& host, Findings& findings) {
@@ -70,6 +80,7 @@ void CheckReportStates(const Host& host, Findings& findings) {
     }
     std::vector<JudgedReport> judged =
         JudgeReports(ReadStoredReports(host.reportDirectory, {}), plugins, host.now);
+    CheckSilences(host, findings);
     AddSilences(judged, host.now);
     bool isAllWell = true;
     for (const StateRow& row : kStateRows) {

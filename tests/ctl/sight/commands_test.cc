@@ -118,6 +118,7 @@ TEST_F(SightCommands, SilencedReportsAreShownAndCountedSeparately) {
     }
     WriteFile(host.Root() + "/var/lib/korvex/sentrel/silences.json", "[]");
     EXPECT_THAT(Run({"list"}).error, HasSubstr("silences.json is not a list of silences"));
+    EXPECT_THAT(Run({"doctor"}).output, ContainsRegex("\nwarning +silences .*not a list"));
 }
 
 TEST_F(SightCommands, GetShowsMetricsAgainstTheirLimitsAndHistoryWhatChanged) {
