@@ -6,23 +6,21 @@
 #include "checks/fixture_host.h"
 #include "platform/sys/owned_fd.h"
 #include "support/deadline.h"
+#include "support/descriptors.h"
 #include "support/host_directory.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <array>
-#include <cerrno>
 #include <cstring>
 #include <filesystem>
 #include <string>
 #include <string_view>
-#include <system_error>
 #include <thread>
 #include <vector>
 
 #include <sys/socket.h>
-#include <sys/un.h>
 
 namespace {
 
@@ -39,15 +37,9 @@ std::string RecordedReply() { return Test::ReadFile(SENTREL_TEST_DATA "/failed_s
 class PlayedManager {
   public:
     PlayedManager(const std::string& path, std::string reply) {
-        sockaddr_un address{};
-        address.sun_family = AF_UNIX;
-        path.copy(address.sun_path, sizeof address.sun_path - 1);
         std::filesystem::create_directories(std::filesystem::path(path).parent_path());
-        listener.Reset(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-        if (::bind(listener.Get(), reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
-            ::listen(listener.Get(), 1) != 0) {
-            throw std::system_error(errno, std::generic_category(), "listening at " + path);
-        }
+        listener = Test::BindAt(path, SOCK_STREAM);
+        Test::OrThrow(::listen(listener.Get(), 1), path);
         thread = std::thread([this, reply = std::move(reply)] { Play(reply); });
     }
     ~PlayedManager() { Asked(); }

@@ -9,6 +9,7 @@
 #include "plugins/discovery.h"
 #include "plugins/resource_group.h"
 #include "support/deadline.h"
+#include "support/descriptors.h"
 #include "support/host_directory.h"
 #include "support/root_environment.h"
 #include "support/temporary_directory.h"
@@ -66,9 +67,7 @@ std::string PluginHost::EntryPath(std::string_view name) const {
 std::string PluginHost::MakeOutput() const {
     std::string path = kOutside.Path() + "output";
     fs::remove(path);
-    if (::mkfifo(path.c_str(), 0600) != 0) {
-        throw std::system_error(errno, std::generic_category(), "mkfifo");
-    }
+    Test::OrThrow(::mkfifo(path.c_str(), 0600), "mkfifo");
     return path;
 }
 
@@ -114,13 +113,7 @@ std::vector<std::string> StartLog(std::string_view daemonEntry,
     // The kernel reaps it, since SIGCHLD is ignored: waiting ends when no child is left.
     while (::waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
     }
-    std::istringstream text(Test::ReadFile(path));
-    fs::remove(path);
-    std::vector<std::string> lines;
-    for (std::string line; std::getline(text, line);) {
-        lines.push_back(line);
-    }
-    return lines;
+    return Test::LinesOf(Test::ReadFile(path));
 }
 
 void WaitUntilEnded(int pid) {

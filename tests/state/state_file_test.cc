@@ -2,6 +2,7 @@
 #include "state/state_reader.h"
 #include "state/state_writer.h"
 #include "support/captured_log.h"
+#include "support/host_directory.h"
 #include "support/temporary_directory.h"
 
 #include <gmock/gmock.h>
@@ -12,8 +13,6 @@
 #include <filesystem>
 #include <fstream>
 #include <thread>
-
-#include <sys/stat.h>
 
 namespace Sentrel {
 namespace {
@@ -99,7 +98,6 @@ TEST_F(StateFile, RecordsTheOutcomeOfEachPlugin) {
     EXPECT_THAT(writer.StatusText(),
                 testing::MatchesRegex("3 names, 1 post, 11 launches; next launch "
                                       "[0-9][0-9]:[0-9][0-9]:[0-9][0-9]Z"));
-    struct stat status{};
     const std::string longName(200, 'n');
     for (int i = 0; i < 20; ++i) {
         writer.SetRefused(longName, 400 + i);
@@ -109,8 +107,7 @@ TEST_F(StateFile, RecordsTheOutcomeOfEachPlugin) {
     EXPECT_EQ(refusals[3].status, 419);
     EXPECT_EQ(refusals[4].status, 404);
     EXPECT_EQ(refusals[4].name, longName.substr(0, 112));
-    ASSERT_EQ(::stat(file.c_str(), &status), 0);
-    EXPECT_EQ(status.st_mode & 0777U, 0640U);
+    EXPECT_EQ(::Test::ModeOf(file), 0640U);
     EXPECT_THAT(log.Lines(), testing::IsEmpty());
 }
 

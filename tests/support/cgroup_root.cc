@@ -2,6 +2,7 @@
 
 #include "platform/sys/owned_fd.h"
 #include "support/deadline.h"
+#include "support/descriptors.h"
 #include "support/network_namespace.h"
 
 #include <algorithm>
@@ -64,9 +65,7 @@ void RemoveTree(const std::string& directory) {
     std::sort(directories.begin(), directories.end(),
               [](const auto& left, const auto& right) { return left.size() > right.size(); });
     for (const std::string& each : directories) {
-        if (::rmdir(each.c_str()) != 0) {
-            throw std::system_error(errno, std::generic_category(), "removing " + each);
-        }
+        OrThrow(::rmdir(each.c_str()), "removing " + each);
     }
 }
 
@@ -111,10 +110,7 @@ void CgroupRoot::WaitUntilEmpty() const {
     const Deadline deadline;
     for (;;) {
         std::array<char, 256> text{};
-        const ssize_t length = ::pread(file.Get(), text.data(), text.size() - 1, 0);
-        if (length < 0) {
-            throw std::system_error(errno, std::generic_category(), "reading " + events);
-        }
+        OrThrow(static_cast<int>(::pread(file.Get(), text.data(), text.size() - 1, 0)), events);
         if (std::string(text.data()).find("populated 0") != std::string::npos) {
             return;
         }

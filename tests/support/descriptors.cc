@@ -2,23 +2,41 @@
 
 #include "support/deadline.h"
 
+#include <gtest/gtest.h>
+
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <cstdio>
+#include <fstream>
 #include <system_error>
 
 #include <fcntl.h>
+#include <sys/prctl.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 namespace Test {
 
-int OrThrow(int result, const char* what) {
+int OrThrow(int result, std::string_view what) {
     if (result < 0) {
-        throw std::system_error(errno, std::generic_category(), what);
+        const int error = errno;
+        throw std::system_error(error, std::generic_category(), std::string(what));
     }
     return result;
+}
+
+Sys::OwnedFd BindAt(const std::string& path, int type) {
+    Sys::OwnedFd socket(OrThrow(::socket(AF_UNIX, type | SOCK_CLOEXEC, 0), "socket"));
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    path.copy(address.sun_path, sizeof(address.sun_path) - 1);
+    OrThrow(::bind(socket.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)),
+            path);
+    return socket;
 }
 
 Pipe::Pipe() {
@@ -72,6 +90,16 @@ std::vector<char*> PointersTo(std::vector<std::string>& texts) {
     return pointers;
 }
 
+std::string OutputOfShell(const std::string& command) {
+    std::FILE* const pipe = ::popen(command.c_str(), "re");
+    std::string output;
+    for (int byte = 0; (byte = std::fgetc(pipe)) != EOF;) {
+        output += static_cast<char>(byte);
+    }
+    EXPECT_EQ(::pclose(pipe), 0) << command << '\n' << output;
+    return output;
+}
+
 std::string AnswerOfChild(const std::function<std::string()>& question) {
     Pipe pipe;
     const pid_t child = ::fork();
@@ -89,6 +117,38 @@ std::string AnswerOfChild(const std::function<std::string()>& question) {
     std::string answer = ReadToEnd(pipe.reader.Get());
     (void)::waitpid(child, nullptr, 0);  // ECHILD where SIGCHLD is ignored
     return answer;
+}
+
+IdleProcess::IdleProcess(const char* name) {
+    std::array<char, 16> ownName{};
+    (void)::prctl(PR_GET_NAME, ownName.data());
+    (void)::prctl(PR_SET_NAME, name == nullptr ? ownName.data() : name);  // inherited by the child
+    pid = OrThrow(::fork(), "fork");
+    if (pid == 0) {
+        (void)::prctl(PR_SET_PDEATHSIG, SIGKILL);
+        for (;;) {
+            ::pause();
+        }
+    }
+    (void)::prctl(PR_SET_NAME, ownName.data());
+}
+
+void IdleProcess::MoveTo(const std::string& cgroup) const {
+    std::ofstream(cgroup + "/cgroup.procs") << pid << std::flush;
+}
+
+bool IdleProcess::HasEnded() const {
+    siginfo_t ended{};
+    return ::waitid(P_PID, static_cast<id_t>(pid), &ended, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+           ended.si_pid == pid;
+}
+
+void IdleProcess::End() {
+    if (pid > 0) {
+        (void)::kill(pid, SIGKILL);  // not reaped yet, so the number is still its own
+        (void)::waitpid(pid, nullptr, 0);
+    }
+    pid = -1;
 }
 
 }  // namespace Test

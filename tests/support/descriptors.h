@@ -1,10 +1,12 @@
-// What tests do with descriptors again and again: pipes, reading to the end, children that answer.
+// What tests do with descriptors and children again and again: pipes, sockets, reading to the end,
+// children that answer or wait.
 #pragma once
 
 #include "platform/sys/owned_fd.h"
 
 #include <functional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <sys/resource.h>
@@ -12,7 +14,10 @@
 namespace Test {
 
 // `result` of a system call; throws std::system_error about `what` when it is negative.
-int OrThrow(int result, const char* what);
+int OrThrow(int result, std::string_view what);
+
+// A socket of AF_UNIX with that type, bound at `path`. Throws std::system_error.
+Sys::OwnedFd BindAt(const std::string& path, int type);
 
 // Throws std::system_error.
 struct Pipe {
@@ -45,7 +50,28 @@ class LoweredLimit {
 // For exec: pointers into `texts`, and null.
 std::vector<char*> PointersTo(std::vector<std::string>& texts);
 
+// What a shell command writes to standard output; it is expected to end with status 0.
+std::string OutputOfShell(const std::string& command);
+
 // What `question` answers in a child process of the test, where it may change what it likes.
 std::string AnswerOfChild(const std::function<std::string()>& question);
+
+// A child process that waits for a signal; killed with the object.
+class IdleProcess {
+  public:
+    // Its name in the kernel; that of the test when null.
+    explicit IdleProcess(const char* name = nullptr);
+    ~IdleProcess() { End(); }
+    IdleProcess(const IdleProcess&) = delete;
+    IdleProcess& operator=(const IdleProcess&) = delete;
+
+    void MoveTo(const std::string& cgroup) const;
+    bool HasEnded() const;
+    void End();
+    pid_t Pid() const { return pid; }
+
+  private:
+    pid_t pid = -1;
+};
 
 }  // namespace Test

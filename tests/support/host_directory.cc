@@ -1,9 +1,9 @@
 #include "support/host_directory.h"
 
+#include "support/descriptors.h"
 #include "support/network_namespace.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <fstream>
 #include <sstream>
 #include <system_error>
@@ -25,11 +25,8 @@ std::string WriteEntry(const std::filesystem::path& folder, std::string_view key
 
 void Mount(const std::filesystem::path& directory, unsigned long flags,
            const std::string& options) {
-    if (::mount("reports", directory.c_str(), "tmpfs", flags, options.c_str()) != 0) {
-        const int error = errno;
-        throw std::system_error(error, std::generic_category(),
-                                "mounting at " + directory.string());
-    }
+    OrThrow(::mount("reports", directory.c_str(), "tmpfs", flags, options.c_str()),
+            "mounting at " + directory.string());
 }
 
 }  // namespace
@@ -72,10 +69,7 @@ std::string HostDirectory::Report(std::string_view reportName) const {
 
 std::string ReadFile(const std::filesystem::path& path) {
     std::ifstream file(path, std::ios::binary);
-    if (!file) {
-        const int error = errno;
-        throw std::system_error(error, std::generic_category(), "reading " + path.string());
-    }
+    OrThrow(file ? 0 : -1, "reading " + path.string());
     std::ostringstream text;
     text << file.rdbuf();
     return std::move(text).str();
@@ -84,10 +78,20 @@ std::string ReadFile(const std::filesystem::path& path) {
 void WriteFile(const std::filesystem::path& path, std::string_view text) {
     std::ofstream file(path, std::ios::binary);
     file << text << std::flush;
-    if (!file) {
-        const int error = errno;
-        throw std::system_error(error, std::generic_category(), "writing " + path.string());
+    OrThrow(file ? 0 : -1, "writing " + path.string());
+}
+
+std::vector<std::string> LinesOf(const std::string& text) {
+    std::vector<std::string> lines;
+    std::istringstream stream(text);
+    for (std::string line; std::getline(stream, line);) {
+        lines.push_back(line);
     }
+    return lines;
+}
+
+unsigned ModeOf(const std::filesystem::path& path) {
+    return static_cast<unsigned>(std::filesystem::symlink_status(path).permissions());
 }
 
 MountedDirectory::MountedDirectory(std::filesystem::path directory, std::size_t bytes)

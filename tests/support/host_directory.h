@@ -47,6 +47,11 @@ class HostDirectory {
 std::string ReadFile(const std::filesystem::path& path);
 void WriteFile(const std::filesystem::path& path, std::string_view text);
 
+// Without their ends.
+std::vector<std::string> LinesOf(const std::string& text);
+// The bits that chmod sets, of a link itself; 65535 when nothing is there.
+unsigned ModeOf(const std::filesystem::path& path);
+
 // A file system in memory at a directory, seen by this process and its children alone; what was in
 // the directory is hidden as long as the object lives. After EnterNetworkNamespace.
 class MountedDirectory {

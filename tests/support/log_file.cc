@@ -1,6 +1,7 @@
 #include "support/log_file.h"
 
 #include "support/descriptors.h"
+#include "support/host_directory.h"
 #include "support/temporary_directory.h"
 
 #include <algorithm>
@@ -50,11 +51,8 @@ std::string LogFile::Text(off_t start) const {
 }
 
 std::vector<std::string> LogFile::Lines(off_t start) const {
-    std::vector<std::string> lines;
-    std::istringstream text(Text(start));
-    for (std::string line; std::getline(text, line);) {
-        lines.push_back(WithoutTime(line));
-    }
+    std::vector<std::string> lines = LinesOf(Text(start));
+    std::transform(lines.begin(), lines.end(), lines.begin(), WithoutTime);
     return lines;
 }
 

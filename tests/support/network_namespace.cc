@@ -1,12 +1,12 @@
 #include "support/network_namespace.h"
 
 #include "platform/sys/owned_fd.h"
+#include "support/descriptors.h"
 
 #include <cerrno>
 #include <cstring>
 #include <fstream>
 #include <string>
-#include <system_error>
 
 #include <net/if.h>
 #include <sched.h>
@@ -18,27 +18,18 @@
 namespace Test {
 namespace {
 
-[[noreturn]] void ThrowLastError(const std::string& what) {
-    const int error = errno;
-    throw std::system_error(error, std::generic_category(), what);
-}
-
 void WriteProcessFile(const char* path, const std::string& text) {
     std::ofstream file(path);
     file << text << std::flush;
-    if (!file) {
-        ThrowLastError(std::string("writing ") + path);
-    }
+    OrThrow(file ? 0 : -1, std::string("writing ") + path);
 }
 
 // A user namespace in which this user is root, since only root may make the others.
 void BecomeRootOfUserNamespace() {
     const std::string user = std::to_string(::geteuid());
     const std::string group = std::to_string(::getegid());
-    if (::unshare(CLONE_NEWUSER) != 0) {
-        ThrowLastError(
+    OrThrow(::unshare(CLONE_NEWUSER),
             "making a user namespace for the test; run it as root, or allow user namespaces");
-    }
     WriteProcessFile("/proc/self/setgroups", "deny");
     WriteProcessFile("/proc/self/uid_map", "0 " + user + " 1");
     WriteProcessFile("/proc/self/gid_map", "0 " + group + " 1");
@@ -48,36 +39,26 @@ void BringLoopbackUp() {
     const Sys::OwnedFd any(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
     ifreq request{};
     std::strcpy(request.ifr_name, "lo");
-    if (::ioctl(any.Get(), SIOCGIFFLAGS, &request) != 0) {
-        ThrowLastError("reading the state of the loopback interface");
-    }
+    OrThrow(::ioctl(any.Get(), SIOCGIFFLAGS, &request),
+            "reading the state of the loopback interface");
     request.ifr_flags = static_cast<short>(request.ifr_flags | IFF_UP);
-    if (::ioctl(any.Get(), SIOCSIFFLAGS, &request) != 0) {
-        ThrowLastError("bringing the loopback interface up");
-    }
+    OrThrow(::ioctl(any.Get(), SIOCSIFFLAGS, &request), "bringing the loopback interface up");
 }
 
 bool EnterNetwork() {
     if (::unshare(CLONE_NEWNET) != 0) {
-        if (errno != EPERM) {
-            ThrowLastError("making a network namespace for the test");
-        }
+        OrThrow(errno == EPERM ? 0 : -1, "making a network namespace for the test");
         BecomeRootOfUserNamespace();
-        if (::unshare(CLONE_NEWNET) != 0) {
-            ThrowLastError("making a network namespace for the test; run it as root");
-        }
+        OrThrow(::unshare(CLONE_NEWNET), "making a network namespace for the test; run it as root");
     }
     BringLoopbackUp();
     return true;
 }
 
 bool EnterMounts() {
-    if (::unshare(CLONE_NEWNS) != 0) {
-        ThrowLastError("making a mount namespace for the test; run it as root");
-    }
-    if (::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) {
-        ThrowLastError("keeping the mounts of the test to itself");
-    }
+    OrThrow(::unshare(CLONE_NEWNS), "making a mount namespace for the test; run it as root");
+    OrThrow(::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr),
+            "keeping the mounts of the test to itself");
     return true;
 }
 

@@ -1,9 +1,7 @@
 #include "support/stored_report.h"
 
+#include "support/descriptors.h"
 #include "support/host_directory.h"
-
-#include <cerrno>
-#include <system_error>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -30,10 +28,7 @@ std::filesystem::path StoreReport(const std::filesystem::path& directory, std::s
 void SetModified(const std::filesystem::path& file, std::time_t modified) {
     const timespec times[2] = {{.tv_sec = modified, .tv_nsec = 0},
                                {.tv_sec = modified, .tv_nsec = 0}};
-    if (::utimensat(AT_FDCWD, file.c_str(), times, 0) != 0) {
-        const int error = errno;
-        throw std::system_error(error, std::generic_category(), "utimensat " + file.string());
-    }
+    OrThrow(::utimensat(AT_FDCWD, file.c_str(), times, 0), file.string());
 }
 
 }  // namespace Test

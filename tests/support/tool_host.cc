@@ -1,5 +1,8 @@
 #include "support/tool_host.h"
 
+#include "support/http_client.h"
+#include "support/stored_report.h"
+
 #include <filesystem>
 
 namespace Test {
@@ -35,6 +38,11 @@ std::string ToolHost::TokenFile(const std::string& name,
     std::string path = host.Base() + name;
     WriteFile(path, Run(issueOptions).output);  // a warning of few entitlements aside
     return path;
+}
+
+void ToolHost::Post(const std::string& name, int status, std::string_view unstructured) {
+    const ReportText report{.name = name, .status = status, .unstructured = unstructured};
+    ASSERT_EQ(HttpClient().Post("/" + name, report.Document()), 200);
 }
 
 }  // namespace Test

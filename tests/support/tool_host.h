@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace Test {
@@ -26,6 +27,9 @@ class ToolHost : public Scenario {
     // A token made by the tool, in a file. Gives the file's path.
     std::string TokenFile(const std::string& name, std::vector<std::string> issueOptions) const;
     std::string ReportDirectory() const;
+    // Posts a report to the daemon; `unstructured` is JSON text.
+    static void Post(const std::string& name, int status,
+                     std::string_view unstructured = R"({"reason": "why"})");
 };
 
 }  // namespace Test

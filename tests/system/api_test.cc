@@ -1,6 +1,7 @@
 // The reports API of the whole daemon: what a client with a token reads, who is refused and what
 // the host's logs tell of it.
 #include "platform/token/token_signer.h"
+#include "support/descriptors.h"
 #include "support/http_client.h"
 #include "support/scenario.h"
 
@@ -8,9 +9,7 @@
 #include <nlohmann/json.hpp>
 
 #include <chrono>
-#include <cstdio>
 #include <filesystem>
-#include <sstream>
 #include <string>
 #include <system_error>
 #include <vector>
@@ -31,18 +30,6 @@ constexpr char kListMethod[] = "com.korvex.oru.observability.reports.list";
 constexpr char kGetMethod[] = "com.korvex.oru.observability.reports.get";
 constexpr char kErrors[] = "com.korvex.quon.std.errors.";
 constexpr char kIntrospection[] = "com.korvex.quon.std.introspection.service.list";
-
-// What a shell command writes; it ends with status 0.
-std::string OutputOf(const std::string& command) {
-    std::FILE* pipe = ::popen(command.c_str(), "re");
-    std::string output;
-    char buffer[4096];
-    while (const std::size_t count = std::fread(buffer, 1, sizeof(buffer), pipe)) {
-        output.append(buffer, count);
-    }
-    EXPECT_EQ(::pclose(pipe), 0) << output;
-    return output;
-}
 
 // A caller on the daemon's host: tokens signed with a key that the host trusts, and calls whose
 // answers are JSON.
@@ -97,8 +84,8 @@ class Api : public ::Test::Scenario {
   protected:
     std::vector<json> AuditRecords() const {
         std::vector<json> records;
-        std::istringstream lines(ReadFile(host.Root() + "/var/log/korvex/audit.jsonl"));
-        for (std::string line; std::getline(lines, line);) {
+        const std::string log = ReadFile(host.Root() + "/var/log/korvex/audit.jsonl");
+        for (const std::string& line : ::Test::LinesOf(log)) {
             records.push_back(json::parse(line));
         }
         return records;
@@ -148,7 +135,7 @@ TEST_F(Api, AnswersAStockClient) {
     ASSERT_EQ(HttpClient().Post("/cpu", ReportDocument("cpu")), 200);
     const std::string program = std::string("/usr/bin/python3 '") + SENTREL_STOCK_CLIENT + "'";
     const json answers =
-        json::parse(OutputOf(program + " http://127.0.0.1:9984/ " + token + " cpu"));
+        json::parse(::Test::OutputOfShell(program + " http://127.0.0.1:9984/ " + token + " cpu"));
     EXPECT_EQ(answers["list"]["reports"][0]["name"], "cpu");
     EXPECT_EQ(answers["get"]["status"], "OK");
     EXPECT_EQ(answers["error"][0], -32000);

@@ -46,9 +46,7 @@ TEST_F(Storage, KeepsTheThreeNewestAndALinkToTheNewest) {
     EXPECT_THAT(host.ReportFiles(),
                 ElementsAre("cpu-0.json", "cpu-1.json", "cpu-2.json", "cpu.json"));
     EXPECT_EQ(ReadFile(host.ReportPath("cpu-2.json")), "2");
-    struct stat status{};
-    ASSERT_EQ(::stat(StoredPath("cpu-0.json").c_str(), &status), 0);
-    EXPECT_EQ(status.st_mode & 07777U, 0640U);
+    EXPECT_EQ(::Test::ModeOf(StoredPath("cpu-0.json")), 0640U);
 }
 
 TEST_F(Storage, FollowsNoPlantedLink) {

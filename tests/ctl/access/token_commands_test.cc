@@ -9,8 +9,6 @@
 #include <string>
 #include <vector>
 
-#include <sys/stat.h>
-
 namespace Test {
 namespace {
 
@@ -39,10 +37,7 @@ TEST_F(TokenCommands, InitCreatesOnePrivateKeyAndKeepsIt) {
     const Json again = Json::parse(Run({"init", "--json"}).output);
     EXPECT_EQ(again["made"], false);
     EXPECT_THAT(first.output, HasSubstr(again["kid"].get<std::string>()));
-    struct stat status{};
-    ASSERT_EQ(::stat((host.Root() + "/var/lib/korvex/oru/token/signing-key.json").c_str(), &status),
-              0);
-    EXPECT_EQ(status.st_mode & 0777U, 0600U);
+    EXPECT_EQ(ModeOf(host.Root() + "/var/lib/korvex/oru/token/signing-key.json"), 0600U);
     const Json trusted = Json::parse(ReadFile(host.Root() + "/etc/korvex/oru/token/jwks.json"));
     ASSERT_EQ(trusted["keys"].size(), 1U);
     EXPECT_FALSE(trusted["keys"][0].contains("d"));

@@ -1,13 +1,13 @@
 // What shells offer: the candidates that the tool names, and each shell's file in the shell itself,
 // where it is installed.
+#include "support/descriptors.h"
 #include "support/stored_report.h"
 #include "support/tool_host.h"
 
 #include <gmock/gmock.h>
 
-#include <cstdio>
+#include <algorithm>
 #include <filesystem>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -22,10 +22,9 @@ using Lines = std::vector<std::string>;
 
 // The first column of each line.
 Lines WordsOf(const std::string& text) {
-    Lines words;
-    std::istringstream lines(text);
-    for (std::string line; std::getline(lines, line);) {
-        words.push_back(line.substr(0, line.find('\t')));
+    Lines words = LinesOf(text);
+    for (std::string& word : words) {
+        word.erase(std::min(word.find('\t'), word.size()));
     }
     return words;
 }
@@ -54,13 +53,7 @@ class Completion : public ToolHost {
         const std::string command = "cd " + host.Base() + " && SENTREL_ROOT=" + host.Root() +
                                     " HOME=" + host.Base() + " PATH=" + folder + ":$PATH " + shell +
                                     " ./script 2>&1";
-        std::string output;
-        std::FILE* pipe = ::popen(command.c_str(), "re");
-        for (int byte = 0; (byte = std::fgetc(pipe)) != EOF;) {
-            output += static_cast<char>(byte);
-        }
-        EXPECT_EQ(::pclose(pipe), 0) << output;
-        return WordsOf(output);
+        return WordsOf(OutputOfShell(command));
     }
 };
 

@@ -2,6 +2,7 @@
 #include "ctl/host/listening_sockets.h"
 #include "ctl/host/process_stat.h"
 #include "support/cgroup_root.h"
+#include "support/descriptors.h"
 #include "support/http_client.h"
 #include "support/loopback.h"
 #include "support/tool_host.h"
@@ -9,12 +10,9 @@
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 
-#include <csignal>
 #include <filesystem>
 #include <fstream>
 
-#include <sys/prctl.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace Test {
@@ -80,14 +78,8 @@ TEST_F(DoctorCommand, FindsNoFaultOnAHealthyHost) {
 }
 
 TEST_F(DoctorCommand, ReportsEachFaultOfABrokenHost) {
-    const pid_t old = ::fork();  // older than the daemon, so nobody will end it
-    if (old == 0) {
-        (void)::prctl(PR_SET_PDEATHSIG, SIGKILL);
-        for (;;) {
-            ::pause();
-        }
-    }
-    std::ofstream(Group() + "/cgroup.procs") << old << std::flush;
+    const IdleProcess old;  // older than the daemon, so nobody will end it
+    old.MoveTo(Group());
     Start();
     const std::string reports = ReportDirectory();
     const std::string plugins = host.Root() + "/usr/lib/korvex/sentrel/plugins/bin";
@@ -154,9 +146,7 @@ TEST_F(DoctorCommand, ReportsEachFaultOfABrokenHost) {
                 HasSubstr("\"correct the settings first, then: "));
     std::filesystem::remove(host.WriteStoreEntry("pellmar", ""));
     EXPECT_THAT(OutputOf({"group", "kill"}), HasSubstr("Ended 1 process.\n"));
-    int status = 0;
-    EXPECT_EQ(::waitpid(old, &status, 0), old);
-    EXPECT_TRUE(WIFSIGNALED(status));
+    EXPECT_TRUE(old.HasEnded());
 }
 
 TEST_F(DoctorCommand, FindsAReportDirectoryThatTheDaemonDoesNotShare) {

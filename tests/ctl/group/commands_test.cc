@@ -10,8 +10,6 @@
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 
-#include <array>
-#include <csignal>
 #include <deque>
 #include <filesystem>
 #include <fstream>
@@ -19,7 +17,6 @@
 #include <string>
 #include <vector>
 
-#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -62,34 +59,11 @@ class GroupCommands : public testing::Test {
     const HostDirectory host;
 };
 
-// A process in a cgroup that does nothing, under a name of the test's choice; ends with the object.
-class IdleProcess {
-  public:
-    IdleProcess(const std::string& cgroup, const char* name) {
-        std::array<char, 16> ownName{};
-        (void)::prctl(PR_GET_NAME, ownName.data());
-        (void)::prctl(PR_SET_NAME, name);  // here, so that the child has it from its beginning
-        pid = ::fork();
-        if (pid == 0) {
-            (void)::prctl(PR_SET_PDEATHSIG, SIGKILL);
-            for (;;) {
-                ::pause();
-            }
-        }
-        (void)::prctl(PR_SET_NAME, ownName.data());
-        std::ofstream(cgroup + "/cgroup.procs") << pid << std::flush;
+// An idle process in a cgroup.
+struct MemberProcess : IdleProcess {
+    MemberProcess(const std::string& cgroup, const char* name) : IdleProcess(name) {
+        MoveTo(cgroup);
     }
-    ~IdleProcess() {
-        (void)::kill(pid, SIGKILL);  // not reaped yet, so the number is still its own
-        (void)::waitpid(pid, nullptr, 0);
-    }
-    IdleProcess(const IdleProcess&) = delete;
-    IdleProcess& operator=(const IdleProcess&) = delete;
-
-    pid_t Pid() const { return pid; }
-
-  private:
-    pid_t pid = -1;
 };
 
 TEST_F(GroupCommands, EnsureCreatesTheGroupOnceAndShowsItsReservation) {
@@ -158,8 +132,8 @@ TEST_F(GroupCommands, ShowListsTheProcessesOfTheGroupAndItsChildren) {
     ASSERT_EQ(Run({"ensure"}).status, 0);
     EXPECT_THAT(Run({"show"}).output, EndsWith("\nNo process is in the group.\n"));
     ASSERT_EQ(::mkdir((Directory() + "/member").c_str(), 0755), 0);
-    const IdleProcess direct(Directory(), "direct");
-    const IdleProcess member(Directory() + "/member", "me\nmber");
+    const MemberProcess direct(Directory(), "direct");
+    const MemberProcess member(Directory() + "/member", "me\nmber");
 
     const ToolResult text = Run({"show"});
     const ToolResult json = Run({"show", "--json"});
@@ -184,8 +158,8 @@ TEST_F(GroupCommands, ShowListsTheProcessesOfTheGroupAndItsChildren) {
 TEST_F(GroupCommands, KillSparesPluginsWithinTheirTimeUnlessAllIsGiven) {
     ASSERT_EQ(Run({"ensure"}).status, 0);
     ASSERT_EQ(::mkdir((Directory() + "/member").c_str(), 0755), 0);
-    const IdleProcess direct(Directory(), "direct");
-    const IdleProcess member(Directory() + "/member", "member");
+    const MemberProcess direct(Directory(), "direct");
+    const MemberProcess member(Directory() + "/member", "member");
     std::ofstream(Directory() + "/cgroup.freeze") << "1" << std::flush;  // which hinders nothing
     EXPECT_EQ(
         Run({"kill"}).output,
@@ -199,8 +173,8 @@ TEST_F(GroupCommands, KillSparesPluginsWithinTheirTimeUnlessAllIsGiven) {
 TEST_F(GroupCommands, KillSelectsOnlyProcessesOlderThanTheLongestRun) {
     using std::chrono::milliseconds;
     ASSERT_EQ(Run({"ensure"}).status, 0);
-    const IdleProcess first(Directory(), "first");
-    const IdleProcess second(Directory(), "second");
+    const MemberProcess first(Directory(), "first");
+    const MemberProcess second(Directory(), "second");
     const Ctl::KillOutcome none = Ctl::KillMembers(Directory(), std::chrono::hours(1));
     EXPECT_EQ(none.ended.size() + none.held.size(), 0U);
     EXPECT_EQ(none.spared, 2U);
@@ -233,7 +207,7 @@ TEST_F(GroupCommands, KillThatFailsLeavesTheGroupThawed) {
         GTEST_SKIP() << "the sanitizers need descriptors of their own";
     }
     ASSERT_EQ(Run({"ensure"}).status, 0);
-    std::deque<IdleProcess> processes;
+    std::deque<MemberProcess> processes;
     for (int count = 0; count < 20; ++count) {
         processes.emplace_back(Directory(), "idle");
     }
@@ -247,7 +221,7 @@ TEST_F(GroupCommands, KillThatFailsLeavesTheGroupThawed) {
 TEST_F(GroupCommands, UseTheUnitOfTheDaemon) {
     const std::string unit = root.Path() + "/sentrel.service";
     std::filesystem::create_directories(unit + "/daemon");
-    const IdleProcess daemon(unit + "/daemon", "daemon");
+    const MemberProcess daemon(unit + "/daemon", "daemon");
     const Kernel::GroupRoot before = Kernel::LocateGroupRootOf(daemon.Pid());
     EXPECT_EQ(before.kind, Kernel::GroupRoot::Kind::Mount) << before.directory;
     if (::setxattr(unit.c_str(), "user.delegate", "1", 1, 0) != 0) {

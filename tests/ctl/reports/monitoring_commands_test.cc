@@ -12,8 +12,6 @@
 #include <string>
 #include <vector>
 
-#include <sys/stat.h>
-
 namespace Test {
 namespace {
 
@@ -178,9 +176,7 @@ TEST_F(Monitoring, TheTextFileIsReplacedAsAWhole) {
     EXPECT_EQ(result.status, 0) << result.error;
     EXPECT_EQ(result.output, "");
     EXPECT_THAT(ReadFile(file), EndsWith("\n# EOF\n"));
-    struct stat status{};
-    ASSERT_EQ(::stat(file.c_str(), &status), 0);
-    EXPECT_EQ(status.st_mode & 0777U, 0644U);
+    EXPECT_EQ(ModeOf(file), 0644U);
     ExpectFailure(Run({"metrics", "--textfile", "/nonsense/file"}), "; name a file in a directory");
     ExpectFailure(Run({"metrics", "--reports", "/nonsense"}),
                   "; name the daemon's (its option -r) with");

@@ -1,6 +1,4 @@
 // "status", "get" and "page" against a daemon.
-#include "support/http_client.h"
-#include "support/stored_report.h"
 #include "support/tool_host.h"
 
 #include <gmock/gmock.h>
@@ -32,11 +30,6 @@ constexpr const char* kHostile =
 class SightCommands : public ToolHost {
   protected:
     void SetUp() override { (void)OutputOf({"token", "init"}); }
-
-    static void Post(const char* name, int status, const char* unstructured) {
-        const ReportText report{.name = name, .status = status, .unstructured = unstructured};
-        ASSERT_EQ(HttpClient().Post(std::string("/") + name, report.Document()), 200);
-    }
 };
 
 TEST_F(SightCommands, StatusShowsProblemsInEightLines) {

@@ -1,6 +1,4 @@
 // "watch" against a daemon: as JSON, until a state, and on a terminal.
-#include "support/http_client.h"
-#include "support/stored_report.h"
 #include "support/tool_host.h"
 
 #include <gmock/gmock.h>
@@ -26,12 +24,6 @@ using Json = nlohmann::json;
 class Watch : public ToolHost {
   protected:
     void SetUp() override { (void)OutputOf({"token", "init"}); }
-
-    static void Post(const char* name, int status,
-                     const char* unstructured = R"({"reason": "why"})") {
-        const ReportText report{.name = name, .status = status, .unstructured = unstructured};
-        ASSERT_EQ(HttpClient().Post(std::string("/") + name, report.Document()), 200);
-    }
 };
 
 Json Event(const char* event, const char* name, const Json& before, const Json& state) {

@@ -39,12 +39,7 @@ using testing::MatchesRegex;
 const ::Test::RootEnvironment* const kRoot = ::Test::RootEnvironment::Add();
 
 std::vector<std::string> LinesOf(const fs::path& file) {
-    std::istringstream text(::Test::ReadFile(file));
-    std::vector<std::string> lines;
-    for (std::string line; std::getline(text, line);) {
-        lines.push_back(line);
-    }
-    return lines;
+    return ::Test::LinesOf(::Test::ReadFile(file));
 }
 
 std::vector<std::string> SubjectsIn(const fs::path& file) {

@@ -94,9 +94,8 @@ void WaitUntilGone(pid_t pid) {
 
 void WaitUntilStopped(pid_t pid) {
     siginfo_t stopped{};
-    if (::waitid(P_PID, static_cast<id_t>(pid), &stopped, WSTOPPED) != 0) {
-        throw std::system_error(errno, std::generic_category(), "waiting for a child to stop");
-    }
+    ::Test::OrThrow(::waitid(P_PID, static_cast<id_t>(pid), &stopped, WSTOPPED),
+                    "waiting for a child to stop");
 }
 
 }  // namespace KernelTest

@@ -2,6 +2,7 @@
 #include "platform/sys/read_file.h"
 
 #include "platform/sys/proc_file.h"
+#include "support/descriptors.h"
 #include "support/host_directory.h"
 #include "support/temporary_directory.h"
 
@@ -14,7 +15,6 @@
 
 #include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 namespace {
@@ -44,10 +44,7 @@ TEST(ReadFile, RefusesWithoutWaitingWhatIsNotARegularFile) {
     const std::string socketPath = directory.Path() + "socket";
     ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
     std::filesystem::create_symlink(fifo, link);
-    const Sys::OwnedFd socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    sockaddr_un address{AF_UNIX, {}};
-    socketPath.copy(address.sun_path, sizeof(address.sun_path) - 1);
-    ASSERT_EQ(::bind(socket.Get(), reinterpret_cast<sockaddr*>(&address), sizeof(address)), 0);
+    const Sys::OwnedFd socket = ::Test::BindAt(socketPath, SOCK_STREAM);
     const struct {
         std::string path;
         int error;

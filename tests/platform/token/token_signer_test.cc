@@ -15,21 +15,15 @@
 #include <filesystem>
 #include <string>
 
-#include <sys/stat.h>
-
 namespace {
 
+using ::Test::ModeOf;
 using Token::SigningKey;
 
 constexpr std::chrono::sys_seconds kNow{std::chrono::seconds(1'800'000'000)};
 
 const Token::TokenRequest kRequest{"sentrel",  "sentrel", "ada",
                                    {"a", "b"}, kNow,      std::chrono::hours(1)};
-
-int ModeOf(const std::filesystem::path& path) {
-    struct stat status{};
-    return lstat(path.c_str(), &status) == 0 ? static_cast<int>(status.st_mode & 07777) : -1;
-}
 
 class TokenSigner : public testing::Test {
   protected:
@@ -56,10 +50,10 @@ TEST_F(TokenSigner, SignsTokensThatItsPublicHalfVerifies) {
     EXPECT_EQ(claims.entitlements, (std::vector<std::string>{"a", "b"}));
     EXPECT_EQ(claims.expires, kNow + std::chrono::hours(1));
 
-    EXPECT_EQ(ModeOf(keyPath), 0600);
-    EXPECT_EQ(ModeOf(directory.Path() + "var/token"), 0700);
-    EXPECT_EQ(ModeOf(setPath), 0644);
-    EXPECT_EQ(ModeOf(directory.Path() + "etc/token"), 0755);
+    EXPECT_EQ(ModeOf(keyPath), 0600U);
+    EXPECT_EQ(ModeOf(directory.Path() + "var/token"), 0700U);
+    EXPECT_EQ(ModeOf(setPath), 0644U);
+    EXPECT_EQ(ModeOf(directory.Path() + "etc/token"), 0755U);
     for (const std::string& path : {keyPath, setPath}) {
         const std::filesystem::directory_iterator files(std::filesystem::path(path).parent_path());
         EXPECT_EQ(std::distance(begin(files), end(files)), 1) << "a temporary file is left";

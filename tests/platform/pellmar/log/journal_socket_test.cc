@@ -15,7 +15,6 @@
 
 #include <fcntl.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 namespace Pellmar::Service {
@@ -28,14 +27,6 @@ using Test::TemporaryDirectory;
 // The journal's end of its native protocol.
 class JournalReceiver {
   public:
-    JournalReceiver() : socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {
-        sockaddr_un address{};
-        address.sun_family = AF_UNIX;
-        path.copy(address.sun_path, sizeof(address.sun_path) - 1);
-        EXPECT_EQ(
-            ::bind(socket.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
-    }
-
     const std::string& Path() const { return path; }
 
     // The next record, whichever way it came; empty when there is none.
@@ -72,7 +63,7 @@ class JournalReceiver {
 
     TemporaryDirectory directory;
     std::string path = directory.Path() + "socket";
-    Sys::OwnedFd socket;
+    Sys::OwnedFd socket = Test::BindAt(path, SOCK_DGRAM);
 };
 
 TEST(JournalSocket, ReceivesEachMessageAsARecord) {

@@ -23,7 +23,6 @@
 #include <poll.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -71,14 +70,6 @@ class Child {
 // The service manager's end: a datagram socket in a directory.
 class NotifySocket {
   public:
-    NotifySocket() {
-        sockaddr_un address{};
-        address.sun_family = AF_UNIX;
-        name.copy(address.sun_path, sizeof address.sun_path - 1);
-        EXPECT_EQ(
-            ::bind(receiver.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
-    }
-
     const std::string& Name() const { return name; }
     std::string Receive() const {
         Deadline().Await(receiver.Get(), POLLIN, "a notification");
@@ -91,7 +82,7 @@ class NotifySocket {
   private:
     TemporaryDirectory directory;
     std::string name = directory.Path() + "notify";
-    Sys::OwnedFd receiver{::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0)};
+    Sys::OwnedFd receiver = Test::BindAt(name, SOCK_DGRAM);
 };
 
 TEST(App, RunsUntilASignalComesAndFeedsTheWatchdog) {
