@@ -61,8 +61,10 @@ void SetHostRoot(const Ctl::GivenOptions& options) {
         (void)::setenv("SENTREL_ROOT", options.Value("--root").c_str(),
                        1);  // fails only if memory is exhausted
     }
-    if (const std::string problem = Sys::HostRootProblem(); !problem.empty()) {
-        throw Ctl::UsageError((options.Has("--root") ? "option \"--root\": " : "") + problem);
+    const std::string problem =
+        Sys::HostRootProblem(options.Has("--root") ? "--root" : "SENTREL_ROOT");
+    if (!problem.empty()) {
+        throw Ctl::UsageError(problem);
     }
 }
 
@@ -141,8 +143,9 @@ int main(int argc, char* argv[]) {
         failureStatus = line.command == nullptr ? 0 : line.command->failureStatus;
         const int status = Run(commands, line);
         if (!std::cout.flush()) {
-            return Fail("standard output cannot be written; give it a place with room",
-                        statusOr(kFailed));
+            return Fail(
+                "cannot write to standard output; free some space, or redirect it elsewhere",
+                statusOr(kFailed));
         }
         return status;
     } catch (const Ctl::UsageError& error) {

@@ -21,8 +21,8 @@ namespace {
 using OrderedJson = nlohmann::ordered_json;
 
 constexpr std::array<Option, 3> kAuditOptions = {{
-    {"--follow", "", "go on with what is added, until interrupted"},
-    {"--denied", "", "show calls that got no result only: refused ones and failed ones"},
+    {"--follow", "", "keep printing new records until interrupted"},
+    {"--denied", "", "show only calls that were refused or failed"},
     {"--json", "", "print the records as they are, one a line"},
 }};
 
@@ -101,16 +101,16 @@ void RunAudit(const Arguments& arguments, std::ostream& output) {
         }
     } while (follow && reader.WaitForMore());
     if (!printer.HasPrinted() && !view.asJson) {
-        output << "No such call is recorded.\n";
+        output << "No matching call is recorded.\n";
     }
 }
 
 constexpr std::array<Command, 1> kCommands = {{
     {"audit",
      "show who called the API",
-     "Shows the audit log: when each call of the API ended, whether it got a result, who called\n"
-     "(\"-\" without a valid token), and what was called. Reads\n"
-     "/var/log/korvex/audit.jsonl and its older files.\n",
+     "Shows the audit log: when each call of the API ended, whether it succeeded, the user\n"
+     "(\"-\" without a valid token), and the operation. Reads /var/log/korvex/audit.jsonl and\n"
+     "its older files.\n",
      "sentrelctl audit --denied",
      kAuditOptions,
      {},

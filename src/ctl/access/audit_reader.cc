@@ -26,9 +26,9 @@ constexpr std::size_t kMaxLineBytes = 1024 * 1024;
 const char* AdviceFor(int errorNumber) {
     switch (errorNumber) {
         case ENOENT:
-            return "the daemon makes it at the first call of its API";
+            return "the daemon creates it at the first call of its API";
         case ENXIO:
-            return "it is no regular file: move it away";
+            return "it is not a regular file: move it away";
         default:
             return "run this as root, or as a member of its group";
     }
@@ -55,7 +55,7 @@ AuditReader::AuditReader(const std::string& path) : location(Sys::HostPath(path)
         isFound = Open(location + "." + std::to_string(number)) || isFound;
     }
     if (!isFound) {
-        throw Failure("the audit log " + location + " cannot be read", ENOENT, AdviceFor(ENOENT));
+        throw Failure("cannot read the audit log " + location, ENOENT, AdviceFor(ENOENT));
     }
     file = std::move(laterFiles.back());
     laterFiles.pop_back();
@@ -69,8 +69,7 @@ bool AuditReader::Open(const std::string& path) {
         return false;
     }
     if (errorNumber != 0) {
-        throw Failure("the audit log " + path + " cannot be read", errorNumber,
-                      AdviceFor(errorNumber));
+        throw Failure("cannot read the audit log " + path, errorNumber, AdviceFor(errorNumber));
     }
     if (laterFiles.empty() || !IsSameFile(laterFiles.back(), opened)) {
         laterFiles.push_back(std::move(opened));

@@ -38,8 +38,7 @@ constexpr std::string_view kDefaultLifetime = "1h";
 
 constexpr std::array<Option, 1> kInitOptions = {{kJsonOption}};
 constexpr std::array<Option, 3> kIssueOptions = {{
-    {"--subject", "NAME",
-     "whom the token is for, always needed; this name stands in the audit log"},
+    {"--subject", "NAME", "the user of the token, required; the audit log records this name"},
     {"--entitlement", "PRIVILEGE",
      "a privilege that it grants, such as observability.reports.read; may be repeated",
      Completes::Privilege},
@@ -110,8 +109,8 @@ void RunIssue(const Arguments& arguments, std::ostream& output) {
                                                             : std::string(kDefaultLifetime);
     const std::optional<std::chrono::seconds> lifetime = ParseLifetime(text);
     if (!lifetime) {
-        throw UsageError("option \"--ttl\": \"" + text + "\" is not a duration",
-                         "write a whole number with s, m, h or d, up to 3650d");
+        throw UsageError("invalid duration \"" + text + "\" for --ttl",
+                         "use, for example, 15m, 1h or 7d, up to 3650d");
     }
     const std::vector<std::string> entitlements = arguments.options.Values("--entitlement");
     const std::string token = IssueToken(subject, entitlements, *lifetime);
@@ -160,7 +159,7 @@ int RunInspect(const Arguments& arguments, std::ostream& output) {
     nlohmann::json claims;
     std::string reason;
     if (!Token::ParseJwt(token, jwt, claims, reason)) {
-        throw Failure("this is no token: " + reason);
+        throw Failure("not a valid token: " + reason);
     }
     const std::string fault = FindFault(token);
     if (arguments.options.Has("--json")) {
@@ -187,31 +186,29 @@ int RunInspect(const Arguments& arguments, std::ostream& output) {
 
 constexpr std::array<Command, 3> kCommands = {{
     {"token init",
-     "make the key that tokens are signed with, and trust it",
-     "Makes an ES256 key in /var/lib/korvex/oru/token/signing-key.json, for root alone, and adds "
-     "its\npublic half to the trust set of the daemon. May be repeated: a key that is there "
-     "stays.\n",
+     "create the key that signs tokens, and trust it",
+     "Creates an ES256 key in /var/lib/korvex/oru/token/signing-key.json, readable by root\n"
+     "only, and adds its public half to the daemon's trust set. An existing key is kept.\n",
      "sentrelctl token init",
      kInitOptions,
      {},
      RunInit},
     {"token issue",
      "print a token for a user of the API",
-     "Signs a token with the key of this host and prints it, and nothing else. Whoever has it may "
-     "do\nwhat its entitlements allow until it expires; keep it in a file that only its user can "
-     "read.\n",
+     "Signs a token with the key of this host, and prints only the token. Whoever has it may\n"
+     "do what its entitlements allow until it expires; keep it in a file that only its user\n"
+     "can read.\n",
      "sentrelctl token issue --subject alice --entitlement observability.reports.read --ttl 7d",
      kIssueOptions,
      {},
      RunIssue},
     {"token inspect",
      "show what a token says and whether it is trusted here",
-     "Reads a token from a file, or from standard input, and shows its claims. It is never an\n"
-     "argument itself: every user of the host can read those.\n"
+     "Reads a token from a file, or from standard input, and shows its claims. A token is\n"
+     "not taken as an argument, because every user of the host can read command lines.\n"
      "\n"
-     "Exit status: 0 when the token is trusted on this host, 1 when it is not, for example "
-     "because\n"
-     "it has expired.\n",
+     "Exit status: 0 when the token is trusted on this host, 1 when it is not, for example\n"
+     "because it has expired.\n",
      "sentrelctl token issue --subject alice | sentrelctl token inspect",
      kInspectOptions,
      {"[FILE]", 0, 1, Completes::File},

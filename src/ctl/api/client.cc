@@ -34,7 +34,7 @@ Explanation Explain(const std::string& name, const std::string& message, bool ha
         return hasToken
                    ? Explanation{"the API refuses the token",
                                  "\"sentrelctl token inspect\" says why it is not trusted, "
-                                 "\"sentrelctl token init\" has this host's own tokens trusted"}
+                                 "\"sentrelctl token init\" makes this host trust its own tokens"}
                    : Explanation{
                          "no token for the API",
                          std::string(mayBeOffline ? "use --offline to read the report directory "
@@ -57,7 +57,7 @@ Explanation Explain(const std::string& name, const std::string& message, bool ha
                 "\"sentrelctl list\" names the reports"};
     }
     if (message.empty()) {
-        return {"the API failed" + (name.empty() ? "" : " with " + name) + " and says no more",
+        return {"the API failed" + (name.empty() ? "" : " with " + name) + " and gave no reason",
                 "see the daemon's log"};
     }
     return {message};
@@ -91,7 +91,7 @@ ApiClient::ApiClient(const std::string& url, std::string token, std::chrono::mil
     constexpr std::string_view kScheme = "http://";
     std::string_view rest = url;
     if (!rest.starts_with(kScheme)) {
-        throw Failure("\"" + url + "\" is no address of the API",
+        throw Failure("invalid address \"" + url + "\" for --api",
                       "write it as " + std::string(kDefaultApiUrl));
     }
     rest.remove_prefix(kScheme.size());
@@ -105,7 +105,7 @@ ApiClient::ApiClient(const std::string& url, std::string token, std::chrono::mil
         host = host.substr(1, host.size() - 2);
     }
     if (host.empty() || host.front() == '[' || !IsPort(port)) {
-        throw Failure("\"" + url + "\" names no host and port",
+        throw Failure("invalid address \"" + url + "\" for --api",
                       "write it as " + std::string(kDefaultApiUrl));
     }
 }
@@ -171,7 +171,7 @@ ApiClient ConnectApi(const Host& host, std::chrono::milliseconds timeout) {
         host.tokenFile.empty() && !client.IsOnLoopback()) {
         throw Failure(
             "no token for the API at " + host.apiUrl + ", which is not on this host's loopback",
-            "name the file of one with --token-file");
+            "give one with --token-file FILE");
     }
     return ApiClient(host.apiUrl, FindToken(host.tokenFile), timeout, host.mayBeOffline);
 }

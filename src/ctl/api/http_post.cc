@@ -133,7 +133,7 @@ class Connection {
                 std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now()).count();
             const int count = left <= 0 ? 0 : ::poll(&ready, 1, static_cast<int>(left));
             if (count == 0 && end < deadline) {
-                throw HttpFailure("no byte came for " + MeasuredText(silence), "", ETIMEDOUT);
+                throw HttpFailure("no data arrived for " + MeasuredText(silence), "", ETIMEDOUT);
             }
             if (count == 0) {
                 Fail(ETIMEDOUT);
@@ -176,7 +176,7 @@ void Parse(Parser& parser, std::string& received) {
             throw HttpFailure("the answer is longer than " + SizeText(kMaxAnswerBytes));
         }
         if (error) {
-            throw HttpFailure("the answer is no HTTP: " + error.message());
+            throw HttpFailure("the answer is not HTTP: " + error.message());
         }
     }
 }
@@ -196,7 +196,7 @@ HttpAnswer ReadAnswer(const Connection& connection) {
             boost::beast::error_code error;
             parser.put_eof(error);
             if (error || !parser.is_done()) {
-                throw HttpFailure("the connection was closed before the answer was there");
+                throw HttpFailure("the connection was closed before the answer was complete");
             }
             break;
         }

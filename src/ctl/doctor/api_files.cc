@@ -19,7 +19,7 @@ namespace Ctl {
 namespace {
 
 constexpr std::size_t kMaxMetadataBytes = std::size_t{4} << 20;
-constexpr const char* kReinstall = "install the package anew: apt install --reinstall sentrel";
+constexpr const char* kReinstall = "reinstall the package: apt install --reinstall sentrel";
 
 // The size of the audit log at `path`, such as "1.2 MiB" or "1.2 MiB and 3 older files of 192 MiB".
 std::string AuditSizes(const std::string& path, const struct stat& newest) {
@@ -60,13 +60,13 @@ void CheckAuditLog(const Host& host, Findings& findings) {
     }
     if (file && !S_ISREG(file->st_mode)) {
         findings.push_back({Severity::Error, subject,
-                            path + " is no regular file: no call of the API is recorded",
-                            "move it away; the daemon makes a new one"});
+                            path + " is not a regular file: no call of the API is recorded",
+                            "move it away; the daemon creates a new one"});
         return;
     }
     if (file && (file->st_mode & S_IRWXO) != 0) {
         findings.push_back({Severity::Warning, subject,
-                            path + " (" + OwnerAndMode(*file) + ") is open to everybody",
+                            path + " (" + OwnerAndMode(*file) + ") is accessible to everybody",
                             "chmod o= " + path});
     }
     // the daemon retries at every further 64 MiB
@@ -80,7 +80,7 @@ void CheckAuditLog(const Host& host, Findings& findings) {
         findings.push_back(
             {Severity::Good, subject,
              file ? path + " (" + OwnerAndMode(*file) + "), " + AuditSizes(path, *file)
-                  : "nothing is recorded yet; the first call makes " + path,
+                  : "nothing is recorded yet; the first call creates " + path,
              ""});
     }
 }

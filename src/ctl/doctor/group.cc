@@ -30,7 +30,7 @@ void CheckReservation(const std::string& root, const Kernel::GroupState& state,
         findings.push_back(
             {Severity::Notice, kSubject,
              "nothing is reserved for plugins: " + root + " has no memory controller",
-             "if there is one in another hierarchy, start the host with "
+             "if another hierarchy has it, start the host with "
              "systemd.unified_cgroup_hierarchy=1"});
     } else if (state.reservationKB < configuredKB) {
         findings.push_back({Severity::Warning, kSubject,
@@ -92,7 +92,7 @@ void CheckSurvivors(const Host& host, const std::string& directory, Findings& fi
     if (!names.empty()) {
         findings.push_back({Severity::Warning, kSubject,
                             Counted(names.size(), "process has", "processes have") +
-                                " outlived the batch: " + Abridged(names),
+                                " outlived their run: " + Abridged(names),
                             "sentrelctl group kill"});
     }
 }

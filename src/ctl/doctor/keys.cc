@@ -51,26 +51,26 @@ void CheckSigningKey(const Host& /*host*/, Findings& findings) {
     const std::string path = Sys::HostPath(kSigningKeyPath);
     const std::optional<struct stat> status = StatOf(path);
     if (!status) {
-        findings.push_back({Severity::Notice, subject,
-                            path + " is missing: no token can be made on this host", kInit});
+        findings.push_back(
+            {Severity::Notice, subject, path + " is missing: this host cannot sign tokens", kInit});
         return;
     }
     const std::size_t before = findings.size();
     if ((status->st_mode & (S_IRWXG | S_IRWXO)) != 0) {
         findings.push_back({Severity::Error, subject,
                             path + " (" + OwnerAndMode(*status) +
-                                ") is open to others, who can sign tokens for anybody",
+                                ") is accessible to others, who can sign tokens for any user",
                             "chmod 600 " + path + "; if others may have read it, replace it: rm " +
                                 path + "; " + kInit});
     }
     if (status->st_uid != 0 && status->st_uid != ::geteuid()) {
         findings.push_back({Severity::Error, subject,
                             path + " belongs to " + NameOfUser(status->st_uid) +
-                                ", who can sign tokens for anybody",
+                                ", who can sign tokens for any user",
                             "chown root: " + path});
     }
     if (!CanSign()) {
-        throw CannotLook(path + " may not be read");
+        throw CannotLook("cannot read " + path);
     }
     (void)Token::SigningKey::Load(
         std::string(kSigningKeyPath));  // throws, with what to do, if the key cannot be used
@@ -95,7 +95,7 @@ void CheckTrustSet(const Host& host, Findings& findings) {
                             fault->remedy.empty() ? "chmod 644 " + path : fault->remedy});
     }
     if (::access(path.c_str(), R_OK) != 0) {
-        throw CannotLook(path + " may not be read");
+        throw CannotLook("cannot read " + path);
     }
     std::string text;
     Token::TrustedKeys trusted;
@@ -105,21 +105,22 @@ void CheckTrustSet(const Host& host, Findings& findings) {
     } catch (const Pellmar::Exception& exception) {
         findings.push_back(
             {Severity::Error, subject,
-             path + " is no set of keys, so every token is refused: " + exception.what(),
+             path + " is not a set of keys, so every token is refused: " + exception.what(),
              "move it away, then: " + std::string(kInit)});
         return;
     }
     if (HoldsSecrets(text)) {
-        findings.push_back({Severity::Error, subject,
-                            path + " holds private keys: who reads it can sign tokens for anybody",
-                            "remove those keys, and replace the key pairs"});
+        findings.push_back(
+            {Severity::Error, subject,
+             path + " holds private keys: whoever reads it can sign tokens for any user",
+             "remove those keys, and replace the key pairs"});
     } else if (!trusted.unused.empty()) {
         findings.push_back({Severity::Warning, subject, "not usable: " + Abridged(trusted.unused),
                             "correct or remove such keys in " + path});
     }
     if (trusted.keys.empty()) {
-        findings.push_back({Severity::Error, subject,
-                            path + " has no key that can be used: every token is refused", kInit});
+        findings.push_back(
+            {Severity::Error, subject, path + " has no usable key: every token is refused", kInit});
     } else if (const std::string problem = CanSign() ? TrialProblem(settings) : "";
                !problem.empty()) {
         findings.push_back({Severity::Error, subject,

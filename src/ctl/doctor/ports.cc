@@ -41,10 +41,10 @@ bool CheckReach(const std::string& subject, std::uint16_t port, const std::strin
         isLocal = false;
         findings.push_back(
             {Severity::Error, subject,
-             "port " + std::to_string(port) + " listens on " +
+             "port " + std::to_string(port) + " is open on " +
                  (isAny ? socket.address + ", every address of this host" : socket.address) +
-                 ": who reaches that " + mayDo,
-             "sentrel listens on loopback alone, so end the program that does this: ss -ltnp "
+                 ": whoever reaches it " + mayDo,
+             "sentrel listens on loopback alone, so stop that program: ss -ltnp "
              "'sport = :" +
                  std::to_string(port) + "'"});
     }
@@ -84,7 +84,7 @@ void CheckIntakePort(const Host& host, Findings& findings) {
     if (findings.size() == before && !sockets.empty()) {
         findings.push_back({Severity::Good, subject,
                             std::to_string(port) + " on " + AddressesOf(sockets) +
-                                ", which only this host reaches",
+                                ", reachable from this host only",
                             ""});
     }
 }
@@ -118,7 +118,7 @@ void CheckApiPort(const Host& host, Findings& findings) {
     } else if (isLocal) {
         findings.push_back(
             {Severity::Good, subject,
-             port + " on " + AddressesOf(sockets) + ", which only this host reaches; it answers",
+             port + " on " + AddressesOf(sockets) + ", reachable from this host only; it answers",
              ""});
     }
 }

@@ -62,7 +62,7 @@ Content ReadContent(const std::string& directory) {
         }
     }
     if (error) {
-        throw CannotLook(directory + " cannot be read", error.value());
+        throw CannotLook("cannot read " + directory, error.value());
     }
     std::sort(content.foreign.begin(), content.foreign.end());
     return content;
@@ -125,12 +125,12 @@ void CheckViewOfDaemon(const Host& host, const struct stat& own, Findings& findi
     const int error = ::stat(view.c_str(), &seen) == 0 ? 0 : errno;
     if (error == EACCES || error == EPERM) {
         findings.push_back({Severity::Notice, kSubject,
-                            "cannot see which " + directory + " the daemon has", "run this as root",
-                            true});
+                            "cannot see which " + directory + " the daemon uses",
+                            "run this as root", true});
     } else if (error != 0 || seen.st_dev != own.st_dev || seen.st_ino != own.st_ino) {
         findings.push_back({Severity::Error, kSubject,
                             error != 0 ? "the daemon does not see " + directory
-                                       : "the daemon has another " + directory +
+                                       : "the daemon uses another " + directory +
                                              " than this one: a file system was mounted or "
                                              "unmounted there after its start",
                             "systemctl restart sentrel"});
@@ -141,7 +141,7 @@ void CheckContent(const std::string& directory, const Content& content, Findings
     if (!content.broken.empty()) {
         findings.push_back(
             {Severity::Warning, kSubject,
-             "links to nothing, so these reports are not served: " + Abridged(content.broken),
+             "links without a file, so these reports are not served: " + Abridged(content.broken),
              "remove them, or wait for the next report of each name"});
     }
     if (const auto names = FindUnlinked(directory, content); !names.empty()) {
@@ -154,8 +154,8 @@ void CheckContent(const std::string& directory, const Content& content, Findings
     }
     if (!content.foreign.empty()) {
         findings.push_back({Severity::Notice, kSubject,
-                            "no files of reports: " + Abridged(content.foreign),
-                            "if nobody needs them, remove them from " + directory});
+                            "not report files: " + Abridged(content.foreign),
+                            "unless something needs them, remove them from " + directory});
     }
 }
 
@@ -177,7 +177,7 @@ void CheckOwner(const Host& host, const struct stat& status, Findings& findings)
     if ((status.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
         findings.push_back({Severity::Warning, kSubject,
                             directory + " (" + OwnerAndMode(status) +
-                                ") can be written by others, who can change the reports",
+                                ") is writable by others, who can change the reports",
                             "chmod go-w " + directory});
     }
 }

@@ -26,7 +26,7 @@ bool HasReadableDirectory(const Host& host) {
     }
     const int error = errno;
     if (error == EACCES) {
-        throw CannotLook(host.reportDirectory + " cannot be read", error);
+        throw CannotLook("cannot read " + host.reportDirectory, error);
     }
     return false;
 }
@@ -38,8 +38,7 @@ struct StateRow {
     const char* remedy;
 };
 constexpr StateRow kStateRows[] = {
-    {ReportState::Invalid, Severity::Error,
-     "INVALID (they cannot be read, and full listings leave them out)",
+    {ReportState::Invalid, Severity::Error, "INVALID (unreadable; full listings omit them)",
      "sentrelctl list --state INVALID; sentrelctl history NAME says why"},
     {ReportState::Error, Severity::Warning, "ERROR", "sentrelctl list --full --state ERROR"},
     {ReportState::Stale, Severity::Warning, "STALE (older than expected)",
@@ -144,7 +143,7 @@ void CheckReportTimes(const Host& host, Findings& findings) {
         findings.push_back(
             {Severity::Warning, "times of reports",
              "without a zone, so they count as this host's local time: " + Abridged(zoneless),
-             "have the plugins write UTC: date -u +%FT%TZ"});
+             "make the plugins write UTC: date -u +%FT%TZ"});
     }
     if (!early.empty()) {
         findings.push_back({Severity::Warning, "times of reports",

@@ -38,16 +38,16 @@ struct Ensured {
 
 std::string LimitsText(const Kernel::GroupState& state) {
     const std::string memory =
-        state.memoryLimitKB == 0 ? "no limit of memory" : SizeText(state.memoryLimitKB * 1024);
+        state.memoryLimitKB == 0 ? "no memory limit" : SizeText(state.memoryLimitKB * 1024);
     return memory + ", " +
-           (state.processLimit == 0 ? "no limit of processes"
+           (state.processLimit == 0 ? "no process limit"
                                     : std::to_string(state.processLimit) + " processes");
 }
 
 void WriteEnsured(const Ensured& ensured, std::ostream& output) {
     const std::string size = SizeText(std::uintmax_t(ensured.poolSizeMB) << 20);
     Table facts({{}, {}});
-    facts.Add({ensured.isNew ? "Made" : "Was there", Sentrel::kPluginGroupPath});
+    facts.Add({ensured.isNew ? "Created" : "Exists", Sentrel::kPluginGroupPath});
     facts.Add({"Directory", ensured.state.directory});
     facts.Add({"Found by", OriginOf(ensured.location)});
     facts.Add({"Reserved", ensured.problem.empty()
@@ -167,38 +167,35 @@ void RunShow(const Arguments& arguments, std::ostream& output) {
 
 constexpr std::array<Command, 3> kCommands = {{
     {"group ensure",
-     "make the plugins' resource group and reserve memory for it",
-     "Makes the cgroup that all plugins run in and reserves the memory for it that the daemon's\n"
-     "setting plugin_resource_pool_size_MB gives (40 MB by default). It is made below the cgroup\n"
-     "that SENTREL_CGROUP_ROOT names, else where the running daemon looks for it, else below the\n"
-     "cgroup v2 mount. May be repeated: what is there stays, and the reservation is renewed. "
-     "Until\n"
-     "the group is there the daemon refuses every launch; a daemon in a delegated unit makes its\n"
-     "own.\n",
+     "create the plugins' resource group and reserve memory for it",
+     "Creates the cgroup in which all plugins run, and reserves as much memory for it as the\n"
+     "setting plugin_resource_pool_size_MB says (40 MB by default). It lies below the cgroup\n"
+     "that SENTREL_CGROUP_ROOT names, otherwise the one that the running daemon uses,\n"
+     "otherwise the cgroup v2 mount. An existing group is kept, and its reservation is\n"
+     "renewed. While the group is missing the daemon refuses every launch; in a delegated\n"
+     "unit the daemon creates it itself.\n",
      "sentrelctl group ensure",
      kOptions,
      {},
      RunEnsure},
     {"group show",
-     "show the plugins' resource group, what it uses and who is in it",
-     "Shows the id and directory of the cgroup that all plugins run in, by which rule it is this\n"
-     "one (see \"group ensure\"), its reservation, the peaks of its memory and of the groups "
-     "inside\n"
-     "it, and its processes. Where the kernel keeps no peak, what is resident now stands in its\n"
-     "place. Sizes in JSON are in kilobytes (1024 bytes).\n",
+     "show the plugins' resource group, its memory and its processes",
+     "Shows the id and directory of the cgroup in which all plugins run, how it was found\n"
+     "(see \"group ensure\"), its reservation, its peak memory, that of the groups inside it,\n"
+     "and its processes. If the kernel records no peak, the resident memory is shown\n"
+     "instead. Sizes in JSON are in kilobytes (1024 bytes).\n",
      "sentrelctl group show --json",
      kOptions,
      {},
      RunShow},
     {"group kill",
-     "end what outlived its batch",
-     "The daemon sends a plugin SIGTERM when its time is up, and nothing to what the plugin "
-     "started.\n"
-     "This sends SIGKILL to every process of the group (see \"group show\") that is still there "
-     "when\n"
-     "the time of its plugin is surely over: the shortest period of the queues that have plugins,\n"
-     "and 30 seconds; or that is older than the daemon. It shows which. Once a plugin has ended,\n"
-     "the age of each process that it left counts for itself.\n",
+     "kill processes that outlived their run",
+     "When the time of a plugin is over, the daemon sends SIGTERM to the plugin, but not to\n"
+     "processes that the plugin started. This command sends SIGKILL to every process of the\n"
+     "group (see \"group show\") that is older than the daemon, or than the longest time that\n"
+     "a plugin can have: the shortest period of the queues that have plugins, and 30\n"
+     "seconds. It lists what it killed. The age of each process counts by itself, even after\n"
+     "its plugin has exited.\n",
      "sentrelctl group kill",
      kGroupKillOptions,
      {},

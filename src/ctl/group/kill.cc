@@ -67,8 +67,8 @@ void EndEach(const std::vector<Target>& targets) {
     for (const Target& target : targets) {
         const int error = target.process.Signal(SIGKILL);
         if (error != 0 && error != ESRCH) {
-            throw Failure("process " + std::to_string(target.member.process.pid) + " (" +
-                              target.member.process.name + ") cannot be ended",
+            throw Failure("cannot kill process " + std::to_string(target.member.process.pid) +
+                              " (" + target.member.process.name + ")",
                           error, "run this as root");
         }
     }

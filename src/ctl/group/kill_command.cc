@@ -35,10 +35,10 @@ std::string CountText(std::size_t count) { return Counted(count, "process", "pro
 // Throws Failure if a requested process was not killed.
 void RequireSuccess(const KillOutcome& outcome, bool isForAll) {
     if (outcome.isBeaten) {
-        throw Failure("after " + CountText(outcome.ended.size()) +
-                          " were ended, more are in the group: they begin faster than that",
+        throw Failure("killed " + CountText(outcome.ended.size()) +
+                          ", but the group has more: they start faster than they are killed",
                       isForAll ? "stop the daemon, and run this again"
-                               : "end all at once, with \"sentrelctl group kill --all\"");
+                               : "kill all at once: sentrelctl group kill --all");
     }
     if (!outcome.held.empty()) {
         const ProcessStat& first = outcome.held.front().process;
@@ -59,10 +59,10 @@ void WriteOutcome(const KillOutcome& outcome, const std::string& longest, std::o
     }
     if (!outcome.ended.empty()) {
         table.Write(output);
-        output << "\nEnded " << CountText(outcome.ended.size());
+        output << "\nKilled " << CountText(outcome.ended.size());
     } else {
         output << (outcome.spared == 0 ? "No process is in the group"
-                                       : "No process has outlived its batch");
+                                       : "No process has outlived its run");
     }
     if (outcome.spared != 0) {
         output << "; " << CountText(outcome.spared) << " may run on, for " << longest << " at most";

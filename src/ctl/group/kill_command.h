@@ -10,7 +10,7 @@
 namespace Ctl {
 
 inline constexpr std::array<Option, 2> kGroupKillOptions = {{
-    {"--all", "", "end every process in the group, those within their time too"},
+    {"--all", "", "kill every process in the group, including those within their time"},
     kJsonOption,
 }};
 

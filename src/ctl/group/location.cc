@@ -42,11 +42,11 @@ void UseGroupLocation(const GroupLocation& location) {
         return;
     }
     if (location.daemon != 0) {
-        throw Failure(
-            "the daemon, process " + std::to_string(location.daemon) +
-                ", keeps its resource group in its own process table, which no one else can see: " +
-                location.root.reason,
-            "start it as root or in a delegated unit, or give it SENTREL_CGROUP_ROOT");
+        throw Failure("the daemon, process " + std::to_string(location.daemon) +
+                          ", keeps its resource group in its own process table, which other "
+                          "processes cannot see: " +
+                          location.root.reason,
+                      "start it as root or in a delegated unit, or give it SENTREL_CGROUP_ROOT");
     }
     throw Failure("cannot find the plugins' resource group: " + location.root.reason,
                   ::geteuid() == 0 ? "mount cgroup v2, or set SENTREL_CGROUP_ROOT to a cgroup"

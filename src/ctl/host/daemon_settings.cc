@@ -35,9 +35,8 @@ Pellmar::Ref<Pellmar::Service::ConfigReader> ReadDaemonSettings() {
     } catch (const Pellmar::Exception& exception) {
         const std::string advice = exception.Advice();
         throw Failure(
-            "the daemon's settings cannot be read: " + Sys::HostPath(exception.WhatHappened()),
-            advice + (advice.empty() ? "" : "; ") +
-                "make that file a readable JSON object, or remove it",
+            "cannot read the daemon's settings: " + Sys::HostPath(exception.WhatHappened()),
+            advice + (advice.empty() ? "" : "; ") + "fix that file, or remove it",
             exception.ErrorNumber());
     }
 }
@@ -46,7 +45,7 @@ Pellmar::Ref<Pellmar::Service::ConfigReader> ReadDaemonSettingsOrDefaults() {
     try {
         return ReadDaemonSettings();
     } catch (const Failure& failure) {
-        NoteOnce("warning: " + std::string(failure.what()) + "; the defaults are assumed");
+        NoteOnce("warning: " + std::string(failure.what()) + "; assuming the defaults");
         const Pellmar::Ref<Pellmar::Service::Config> defaults =
             Tabulon::CreateTabulonConfigWithFallbackToDefault({kAbsentEntry});
         defaults->Initialize();

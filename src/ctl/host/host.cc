@@ -33,7 +33,7 @@ std::string RequireReportDirectory(const Host& host) {
     const std::string& directory = host.reportDirectory;
     if (::access(directory.c_str(), R_OK | X_OK) != 0) {
         const int errorNumber = errno;
-        throw Failure("the report directory " + directory + " cannot be read", errorNumber,
+        throw Failure("cannot read the report directory " + directory, errorNumber,
                       errorNumber == EACCES ? "run this as root, or as a member of its group"
                                             : "name the daemon's (its option -r) with --reports");
     }

@@ -15,7 +15,7 @@ namespace {
 
 // Throws the failure of a file that was named on the command line; the message calls it `name`.
 [[noreturn]] void Fail(const std::string& name, int errorNumber) {
-    throw Failure(name + " cannot be read", errorNumber, "name a file that this user can read");
+    throw Failure("cannot read " + name, errorNumber, "name a file that this user can read");
 }
 
 }  // namespace
@@ -41,7 +41,7 @@ std::string ReadRegularFile(const std::string& path, std::size_t maxBytes,
     std::string text;
     const int error = Sys::ReadRegularFile(path, maxBytes + 1, text);
     if (error == ENXIO) {
-        throw Failure(name + " is no regular file", "remove what stands there");
+        throw Failure(name + " is not a regular file", "remove it");
     }
     if (error != 0) {
         throw Failure(name + " cannot be read", error, error == EACCES ? "run this as root" : "");

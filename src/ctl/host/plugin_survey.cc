@@ -29,8 +29,7 @@ bool HasPluginDirectory() {
     if (errorNumber == ENOENT) {
         return false;
     }
-    throw Failure("the plugin directory " + directory + " cannot be listed", errorNumber,
-                  "run this as a user who may read it");
+    throw Failure("cannot read the plugin directory " + directory, errorNumber, "run this as root");
 }
 
 std::size_t& CountOf(std::uint32_t frequency, Sentrel::PluginCounts& counts) {

@@ -251,19 +251,17 @@ int RunPlugin(const Arguments& arguments, std::ostream& output) {
 constexpr std::array<Command, 1> kCommands = {{
     {"plugin run",
      "run a plugin once as the daemon would, and judge what it does",
-     "Starts the plugin as the daemon does: the same command line, nothing in the environment,\n"
-     "three descriptors, in the same resource group and sandbox, and, for root, as the user of the "
-     "daemon that\n"
-     "runs, with its file mask, limits and niceness. After 30 seconds it is sent SIGTERM, and 5\n"
-     "seconds later, unlike in production, SIGKILL; what it leaves running is ended. Tells how it\n"
-     "ended, its time, the most memory that it used, what it wrote, and what it posted: to the\n"
-     "daemon, where one listens on the intake port, which stores it as ever; else to this "
-     "program,\n"
-     "which stores nothing. The restrictions of the daemon's unit, such as its view of the file\n"
-     "system, do not hold here.\n"
+     "Starts the plugin as the daemon does: with the same command line, an empty environment\n"
+     "and three descriptors, in the same resource group and sandbox. If run by root, it also\n"
+     "has the user, file mask, limits and niceness of the running daemon; the other\n"
+     "restrictions of the daemon's unit, such as its view of the file system, do not apply.\n"
+     "After 30 seconds the plugin is sent SIGTERM and, unlike in production, 5 seconds later\n"
+     "SIGKILL; processes that it leaves running are killed. Shows its exit status, run time,\n"
+     "peak memory, output and reports. The daemon stores the reports; if it is not running,\n"
+     "sentrelctl receives them and stores nothing.\n"
      "\n"
-     "Exit status: 0 when the plugin ended with status 0 and posted a good report under its name;\n"
-     "1 when it did not, wrote to standard error beside a report of UNKNOWN, or could not be\n"
+     "Exit status: 0 when the plugin exited with 0 and posted a valid report under its name;\n"
+     "1 when it did not, wrote to standard error and reported UNKNOWN, or could not be\n"
      "started; 2 when the command line is wrong.\n",
      "sentrelctl plugin run memory",
      kOptions,

@@ -94,7 +94,7 @@ void RunList(const Arguments& arguments, std::ostream& output) {
         return;
     }
     if (survey.entries.empty()) {
-        output << "No plugin is installed; make one with \"sentrelctl plugin new NAME\".\n";
+        output << "No plugin is installed; create one with \"sentrelctl plugin new NAME\".\n";
         return;
     }
     std::vector<Table::Column> columns = {
@@ -171,65 +171,67 @@ int JudgePlugins(const Arguments& arguments, std::ostream& output) {
 
 constexpr std::array<Command, 4> kCommands = {{
     {"plugin list",
-     "list all that is in the plugin directory, and why it is in or out",
-     "Lists every entry of the plugin directory with what the daemon makes of it at its start:\n"
+     "list the plugin directory, and why each entry runs or not",
+     "Lists every entry of the plugin directory with its state, as the daemon sees it when\n"
+     "it starts:\n"
      "  enabled           it is launched, in the queue and with the period shown\n"
      "  disabled          its configuration says so\n"
-     "  no configuration  the store has no entry of its name, or one that cannot be read\n"
-     "  directory         it is no plugin\n\n"
-     "NEXT and LAST RUN are what the running daemon knows, as long as it runs and this user may\n"
-     "read its state file; \"-\" stands for a plugin that it does not know.\n",
+     "  no configuration  its entry in the configuration store is missing or unreadable\n"
+     "  directory         it is not a plugin\n"
+     "\n"
+     "NEXT and LAST RUN come from the state file of the running daemon, if this user may\n"
+     "read it; \"-\" marks a plugin that the daemon does not know.\n",
      "sentrelctl plugin list",
      kListOptions,
      {},
      RunList},
     {"plugin plan",
      "show when each plugin is launched, and how long it may run",
-     "Shows the timetable: after how long each plugin is launched first, counted from the start "
-     "of\n"
-     "the daemon; how often from then on; how long it may run at least; and in how long the\n"
-     "running daemon launches it next. \"-\" stands for a plugin that the daemon does not know.\n"
-     "If its state file cannot be read, that is an estimate, marked \"~\": a period after the "
-     "newest\n"
-     "report, else what the plan says for a daemon that started when this one did.\n\n"
-     "What is GUARANTEED, and why: a plugin is sent SIGTERM when the next one of its own queue is\n"
-     "launched, or the first one of any queue. In the first round all are launched one after\n"
-     "another, 30 s apart, so each has 30 s, the very last one at least. In later rounds those of\n"
-     "a queue keep this distance, but for some milliseconds a round, since a period is counted\n"
-     "from the end of one launch to the next. So the queues drift against each other, and from "
-     "the\n"
-     "second round on the first plugin of another queue may come at any moment, once in its own\n"
-     "period. UNLESS ENDED BY names those.\n",
+     "Shows the schedule: the first launch of each plugin, counted from the start of the\n"
+     "daemon, its period, the run time that it is guaranteed, and its next launch. \"-\" marks\n"
+     "a plugin that the running daemon does not know. Without the daemon's state file the\n"
+     "next launch is an estimate, marked \"~\": one period after the newest report, otherwise\n"
+     "counted from the start of the daemon.\n"
+     "\n"
+     "GUARANTEED: a plugin is sent SIGTERM when the next plugin of its own queue is\n"
+     "launched, or the first plugin of any queue. In the first round plugins are launched 30\n"
+     "seconds apart, so each has at least 30 seconds. In later rounds the plugins of a queue\n"
+     "keep this distance, up to some milliseconds, but the queues drift against each other:\n"
+     "from the second round on, the first plugin of another queue may be launched at any\n"
+     "moment, once in its own period, and end a run early. UNLESS ENDED BY names those\n"
+     "plugins.\n",
      "sentrelctl plugin plan",
      kReportOptions,
      {},
      RunPluginPlan},
     {"plugin check",
-     "look for what keeps plugins from running or reporting",
-     "Looks at plugins without running them: whether the daemon's user can execute them, and who\n"
-     "else could change them; their first line, interpreter or processor; their configuration and\n"
-     "what it silently counts as; names that share files with others; their newest reports, and\n"
-     "whether there are any. Without a name all are looked at, and their directory. A FILE, with "
-     "a\n"
-     "slash in its name, need not be installed yet.\n\n"
-     "Exit status: 0, 1 when there is an error or the operation failed, 2 when the command line "
-     "is\n"
-     "wrong.\n",
+     "find what keeps plugins from running or reporting",
+     "Inspects plugins without running them: whether the daemon's user can execute them and\n"
+     "other users can change them; their first line, interpreter or processor; their\n"
+     "configuration and the values that take effect; report names that share files; and\n"
+     "their newest reports. Without a name it inspects all plugins and their directory. A\n"
+     "FILE, with a slash in its name, need not be installed yet.\n"
+     "\n"
+     "Exit status: 0; 1 when there is an error or the operation failed; 2 when the command\n"
+     "line is wrong.\n",
      "sentrelctl plugin check cpu",
      kReportOptions,
      {"[NAME|FILE...]", 0, 1000000, Completes::PluginName, Completes::PluginName},
      nullptr,
      JudgePlugins},
     {"plugin new",
-     "make a plugin to start from, or around a check command",
-     "Makes a plugin that works as it is and watches the host's open files, and its entry in the\n"
-     "configuration store, which says how often it runs; then tells what to do next. With\n"
-     "--directory both are put there, for who may not write to the host. A program in C++ has to\n"
-     "be compiled first: its source is put into the current directory, and needs no library.\n"
-     "Nothing is overwritten.\n\n"
-     "--wrap makes a plugin of a check that follows the convention of monitoring plugins: a link\n"
-     "to /usr/lib/korvex/sentrel/wrap, its configuration in /etc/korvex/sentrel/wrap/, and the\n"
-     "entry. The command is given after \"--\", its program by an absolute path:\n\n"
+     "create a plugin from a template or a check command",
+     "Creates a working plugin that watches the host's open files, and its entry in the\n"
+     "configuration store, which says how often it runs; then prints the next steps. With\n"
+     "--directory both files are put into DIR, for users who may not write to the host. The\n"
+     "source of a C++ plugin is put into the current directory; it must be compiled first\n"
+     "and needs no library. Existing files are never overwritten.\n"
+     "\n"
+     "--wrap creates a plugin from a check that follows the convention of monitoring\n"
+     "plugins: a link to /usr/lib/korvex/sentrel/wrap, its configuration in\n"
+     "/etc/korvex/sentrel/wrap/, and the entry. The command follows \"--\" and begins with the\n"
+     "absolute path of its program:\n"
+     "\n"
      "    sentrelctl plugin new root --wrap -- /usr/lib/nagios/plugins/check_disk -w 10% -p /\n",
      "sentrelctl plugin new openfiles --language python --directory /tmp",
      kNewOptions,

@@ -38,8 +38,8 @@ Finding ExplainMissing(const std::string& subject, const std::string& path, int 
     const std::string target = std::filesystem::read_symlink(path, error);
     if (error) {
         return {Severity::Error, subject,
-                path + " cannot be looked at: " + std::generic_category().message(errorNumber),
-                "run this as a user who may, such as root"};
+                "cannot inspect " + path + ": " + std::generic_category().message(errorNumber),
+                "run this as root"};
     }
     const std::string remedy = "point it at the program: ln -sfn PROGRAM " + path;
     if (errorNumber == ELOOP) {
@@ -85,7 +85,7 @@ void CheckOne(const std::string& subject, const std::string& path, const RunUser
     const bool byAll = (status.st_mode & S_IWOTH) != 0;
     if (byAll || (status.st_mode & S_IWGRP) != 0) {
         findings.push_back({Severity::Warning, subject,
-                            path + " can be written by " + (byAll ? "everybody" : "its group") +
+                            path + " is writable by " + (byAll ? "everybody" : "its group") +
                                 ", who can change what the daemon runs",
                             "chmod go-w " + path});
     }
@@ -108,8 +108,8 @@ std::vector<Finding> CheckExecutable(const std::string& subject, const std::stri
     if (!file.IsOpen()) {
         std::vector<Finding> findings = CheckPermissions(subject, path, status, user, false);
         findings.push_back({Severity::Notice, subject,
-                            path + " cannot be read here, so its content was not looked at",
-                            "run this as a user who may read it, such as root"});
+                            "cannot read " + path + ", so its content was not inspected",
+                            "run this as root"});
         return findings;
     }
     const ProgramHeader header = ReadProgramHeader(file.Get());

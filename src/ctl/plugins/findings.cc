@@ -61,9 +61,9 @@ std::vector<Finding> CheckName(const std::string& subject, const std::string& na
         return {};
     }
     return {{Severity::Warning, subject,
-             "its name has other characters than " + std::string(Sentrel::kReportNameRule) +
-                 ": it runs, but no report can have its name",
-             "rename it, and its configuration with it"}};
+             "its name contains characters outside " + std::string(Sentrel::kReportNameRule) +
+                 ": it runs, but cannot post a report under its own name",
+             "rename the plugin and its configuration"}};
 }
 
 std::vector<Finding> CheckConflicts(const std::string& subject, const std::string& name,
@@ -99,7 +99,7 @@ std::vector<Finding> CheckOtherConflicts(const PluginSurvey& survey,
 std::vector<Finding> ExplainLeftOut(const std::string& subject, const SurveyedPlugin& plugin) {
     switch (plugin.entry.verdict) {
         case Sentrel::PluginVerdict::Directory:
-            return {{Severity::Notice, subject, plugin.location + " is a directory: no plugin",
+            return {{Severity::Notice, subject, plugin.location + " is a directory, not a plugin",
                      "leave it, or move it elsewhere"}};
         case Sentrel::PluginVerdict::Disabled:
             return {{Severity::Notice, subject, "disabled by its configuration",
@@ -200,11 +200,11 @@ std::vector<Finding> CheckPlugins(const PluginSurvey& survey, const Host& host,
     }
     std::vector<Finding> findings = CheckOwnership(subject, directory, host.user);
     if (survey.entries.empty()) {
-        findings.push_back({Severity::Notice, subject, directory + " is empty: nothing is run",
-                            "make a plugin with \"sentrelctl plugin new NAME\""});
+        findings.push_back({Severity::Notice, subject, directory + " is empty: no plugin runs",
+                            "create a plugin: sentrelctl plugin new NAME"});
     }
     if (!reports.problem.empty()) {
-        findings.push_back({Severity::Notice, "reports", "not looked at", reports.problem});
+        findings.push_back({Severity::Notice, "reports", "not inspected", reports.problem});
     }
     for (const SurveyedPlugin& plugin : survey.entries) {
         Append(CheckPlugin(plugin, host, reports), findings);

@@ -84,7 +84,7 @@ std::vector<Finding> CheckLaunches(const std::string& subject, const SurveyedPlu
     const Sentrel::PluginState* const known = host.state->Find(plugin.Name());
     if (known == nullptr) {
         return {{Severity::Warning, subject,
-                 "the running daemon does not know it: plugins are looked for at its start only",
+                 "the running daemon does not know it: it finds plugins only when it starts",
                  kRestart}};
     }
     std::vector<Finding> findings;

@@ -92,7 +92,7 @@ void CheckNewName(const std::string& name) {
         RefuseName(name, "it begins with " + name.substr(0, 1));
     }
     if (name == Sentrel::kDaemonEntryKey || name == kFrameworkEntryKey) {
-        RefuseName(name, "its configuration would be the daemon's own");
+        RefuseName(name, "its configuration would be that of the daemon");
     }
 }
 
@@ -261,7 +261,7 @@ void CheckCommand(const Arguments& arguments) {
     if (!arguments.options.Has("--wrap")) {
         if (hasCommand) {
             throw UsageError("unexpected operand \"" + arguments.operands[1] + "\"",
-                             "to make a plugin of a check command, add --wrap");
+                             "to create a plugin from a check command, add --wrap");
         }
         return;
     }
@@ -270,7 +270,7 @@ void CheckCommand(const Arguments& arguments) {
                          "give it after --, for example -- /usr/lib/nagios/plugins/check_load");
     }
     if (arguments.options.Has("--language") || arguments.options.Has("--directory")) {
-        throw UsageError("--wrap goes with neither --language nor --directory", "leave them out");
+        throw UsageError("--wrap excludes --language and --directory", "leave them out");
     }
 }
 

@@ -74,7 +74,7 @@ std::string DaemonText(const Host& host) {
                runningSince(host.daemon->started);
     }
     return host.state ? "running for " + runningSince(host.state->started)
-                      : "none that this user can see, so no next launch is known";
+                      : "not visible to this user, so the next launches are unknown";
 }
 
 std::string CountsText(const Sentrel::DaemonState& state) {

@@ -85,8 +85,7 @@ std::optional<HeaderFault> FindMissing(const std::string& what, const std::strin
     return HeaderFault{
         "needs the " + what + " " + path + ", which " +
             (isThere       ? "cannot be executed"
-             : isBelowRoot ? "is there below the host root only, and not on this "
-                             "machine itself"
+             : isBelowRoot ? "exists only below the host root, not on this machine"
                            : "is missing"),
         isBelowRoot ? "run it on the host whose root that is" : "install it, or name another one"};
 }
@@ -107,7 +106,7 @@ std::optional<HeaderFault> FindEnvFault(const std::string& interpreter,
         return HeaderFault{"makes env look for " + argument +
                                ", which is neither in /usr/bin nor in /bin, and plugins have no "
                                "other PATH",
-                           "install it there, or name its whole path in the first line"};
+                           "install it there, or name its full path in the first line"};
     }
     return std::nullopt;
 }
@@ -119,7 +118,7 @@ std::optional<HeaderFault> FindLineFault(const ProgramHeader& header, const std:
     }
     const std::size_t begin = header.line.find_first_not_of(kBlanks, 2);
     if (begin == std::string::npos || header.line[begin] != '/') {
-        return HeaderFault{"names no interpreter by its whole path in its first line",
+        return HeaderFault{"does not name an interpreter by its full path in its first line",
                            "write #!/bin/sh or the like"};
     }
     const std::size_t end = header.line.find_first_of(kBlanks, begin);
@@ -143,7 +142,7 @@ std::optional<HeaderFault> FindElfFault(const ProgramHeader& header) {
         return HeaderFault{"is an ELF file for another processor", "build it for this machine"};
     }
     if (header.type != ET_EXEC && header.type != ET_DYN) {
-        return HeaderFault{"is an ELF file, but no program", "link it to a program"};
+        return HeaderFault{"is an ELF file but not a program", "link it as an executable"};
     }
     return header.loader.empty() ? std::nullopt : FindMissing("dynamic loader", header.loader);
 }

@@ -40,8 +40,8 @@ std::vector<Finding> ExplainSilence(const std::string& subject, const SurveyedPl
     }
     if (IsNewerThan(plugin, daemon)) {
         return {{Severity::Notice, subject,
-                 "no report yet: it, or its configuration, is newer than the daemon's start",
-                 "restart the daemon, which looks for plugins at its start only: systemctl restart "
+                 "no report yet: the plugin or its configuration is newer than the daemon's start",
+                 "restart the daemon, which finds plugins only when it starts: systemctl restart "
                  "sentrel"}};
     }
     const auto running =
@@ -76,7 +76,7 @@ void CheckReport(const std::string& subject, const std::string& directory,
                 {Severity::Notice, subject, failure.WhatHappened(), "run this as root", true});
         } else if (::access(path.c_str(), F_OK) == 0) {  // else its link is just being renewed
             findings.push_back(
-                {Severity::Warning, subject, failure.WhatHappened(), "remove what stands there"});
+                {Severity::Warning, subject, failure.WhatHappened(), "remove it"});
         }
         return;
     }
@@ -84,10 +84,10 @@ void CheckReport(const std::string& subject, const std::string& directory,
         return;
     }
     const Severity severity = IsLeftOut(directory, report) ? Severity::Error : Severity::Warning;
-    const std::string what = "its report " + report + " is wrong: ";
+    const std::string what = "invalid report " + report + ": ";
     for (const std::string& problem : problems) {
-        findings.push_back({severity, subject, what + problem,
-                            "correct the plugin; sentrel-report(5) says how reports are"});
+        findings.push_back(
+            {severity, subject, what + problem, "fix the plugin; see sentrel-report(5)"});
     }
 }
 

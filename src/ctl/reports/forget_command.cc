@@ -52,11 +52,9 @@ std::string FindStoredName(const std::string& directory, const std::string& name
         return name;
     }
     if (same.size() != 1) {
-        throw Failure(
-            "no report named \"" + name + "\" in " + directory,
-            same.empty()
-                ? NearNamesAdvice(name, known, "\"sentrelctl list\" names those that are stored")
-                : "write it as it is stored: " + Enumerated(same, "or"));
+        throw Failure("no report named \"" + name + "\" in " + directory,
+                      same.empty() ? NearNamesAdvice(name, known, "see \"sentrelctl list\"")
+                                   : "write it as it is stored: " + Enumerated(same, "or"));
     }
     return same.front();
 }
@@ -83,10 +81,9 @@ void RunForget(const Arguments& arguments, std::ostream& output) {
 constexpr std::array<Command, 1> kCommands = {{
     {"forget",
      "remove the stored reports of a name",
-     "Removes the link and the stored reports of a name, also while the daemon runs, which goes "
-     "on\n"
-     "with the next number when the name is posted again. A report that arrives meanwhile stays.\n"
-     "Root and the daemon's user may do this.\n",
+     "Removes the link and the stored reports of a name. The daemon may keep running; it\n"
+     "continues with the next number when the name is posted again. A report that arrives\n"
+     "meanwhile is kept. Root and the daemon's user may do this.\n",
      "sentrelctl forget raid",
      kOptions,
      {"NAME", 1, 1, Completes::ReportName},

@@ -33,7 +33,7 @@ std::string WhyNotJson(const std::string& text, const std::string& libraryText) 
         return libraryText;
     }
     const Json::JsonError error = Json::Locate(text, *fault);
-    return "it is no JSON: line " + std::to_string(error.line) + ", column " +
+    return "it is not JSON: line " + std::to_string(error.line) + ", column " +
            std::to_string(error.column) + ": " + error.Text();
 }
 
@@ -46,11 +46,11 @@ void Read(const std::filesystem::path& path, const std::string& name, HistoricRe
         Sentrel::ReportFromJson(Sentrel::ParseReportText(text), report);
         const std::string time = NormalTime(report.time);
         if (report.name.empty()) {
-            historic.fault = "it lacks members of a report, or they are of another type";
+            historic.fault = "a member of the report is missing or has the wrong type";
         } else if (!Sentrel::IsSameReportName(report.name, name)) {
-            historic.fault = "it calls itself \"" + report.name + "\"";
+            historic.fault = "it contains the name \"" + report.name + "\"";
         } else if (time.empty()) {
-            historic.fault = "its time \"" + report.time + "\" is none";
+            historic.fault = "its time \"" + report.time + "\" is invalid";
         } else {
             historic.report = {name, time, StatusName(report.status),
                                std::move(report.unstructured)};

@@ -115,8 +115,7 @@ Verdict FindAndJudge(const std::vector<JudgedReport>& rows, const std::string& n
             return JudgeOne(row, isOnly);
         }
     }
-    return {CheckStatus::Unknown, "there is no report \"" + name + "\"; see \"sentrelctl list\"",
-            ""};
+    return {CheckStatus::Unknown, "no report named \"" + name + "\"; see \"sentrelctl list\"", ""};
 }
 
 // Joins the verdicts, the worst first, whose status is that of all.
@@ -207,11 +206,11 @@ void RunMetrics(const Arguments& arguments, std::ostream& output) {
 constexpr std::array<Command, 2> kCommands = {{
     {"check",
      "judge reports for a monitoring system",
-     "Prints one line and ends by the convention of monitoring plugins: with 0 when all of these\n"
-     "reports are OK, 1 for WARNING, 2 for ERROR, and 3 for any other state, for a report that is\n"
-     "not there, and for every failure of its own. The worst of several reports counts; what is\n"
-     "not known counts less than what is bad. The numbers that the reports tell below \"metrics\"\n"
-     "are the performance data.\n",
+     "Prints one line and exits by the convention of monitoring plugins: with 0 when all\n"
+     "given reports are OK, 1 for WARNING, 2 for ERROR, and 3 for any other state, a missing\n"
+     "report, or a failure of the command itself. The worst of several reports counts; ERROR\n"
+     "and WARNING outweigh states that exit with 3. The numbers below \"metrics\" of the\n"
+     "reports are the performance data.\n",
      "sentrelctl check memory",
      kCheckOptions,
      {"NAME...", 1, 1000000, Completes::ReportName, Completes::ReportName},
@@ -220,12 +219,10 @@ constexpr std::array<Command, 2> kCommands = {{
      static_cast<int>(CheckStatus::Unknown)},
     {"metrics",
      "print states and numbers of all reports and of the daemon",
-     "Prints OpenMetrics text: the state of each report as a set of which one is 1, its age, its\n"
-     "reason unless it is OK, and its \"metrics\" with their limits; whether the daemon runs, "
-     "what\n"
-     "it has counted, and the last and next run of each plugin. --textfile replaces a file with "
-     "it\n"
-     "as a whole, for the textfile collector of a node exporter.\n",
+     "Prints OpenMetrics text: the state of each report (1 for the current state, 0 for the\n"
+     "others), its age, its reason unless it is OK, its \"metrics\" with their limits; whether\n"
+     "the daemon runs, its counters, and the last and next run of each plugin. --textfile\n"
+     "replaces a file atomically, for the textfile collector of a node exporter.\n",
      "sentrelctl metrics",
      kMetricsOptions,
      {},

@@ -39,8 +39,8 @@ class Finder {
             if (!isNew) {
                 conflicts.push_back({*known->second, name,
                                      *known->second + " and " + name +
-                                         " differ in case alone: each has its files, but whoever "
-                                         "asks the API for one of them gets both, or an error"});
+                                         " differ only in case: each has its own files, but the "
+                                         "API returns both, or an error, for either of them"});
             }
         }
     }
@@ -50,8 +50,8 @@ class Finder {
         if (const std::string hidden = "." + name; names.contains(hidden)) {
             conflicts.push_back({name, hidden,
                                  "the reports of " + hidden +
-                                     " are stored in the files that those of " + name +
-                                     " arrive in, such as " + Sentrel::StoredFileName(hidden, 0)});
+                                     " are stored in the files that receive the reports of " +
+                                     name + ", such as " + Sentrel::StoredFileName(hidden, 0)});
         }
         for (std::int32_t index = 0; index < Sentrel::kFilesPerName; ++index) {
             FindSharedSlot(name, name + "-" + std::to_string(index));
@@ -62,12 +62,13 @@ class Finder {
         if (names.contains(slot)) {
             conflicts.push_back({name, slot,
                                  "the link of " + slot + " and a stored report of " + name +
-                                     " are one file, " + Sentrel::LinkName(slot)});
+                                     " are the same file, " + Sentrel::LinkName(slot)});
         }
         if (const std::string hidden = "." + slot; names.contains(hidden)) {
             conflicts.push_back({name, hidden,
-                                 "the link of " + hidden + " is the file that reports of " + name +
-                                     " arrive in, " + Sentrel::LinkName(hidden)});
+                                 "the link of " + hidden +
+                                     " is the file that receives reports of " + name + ", " +
+                                     Sentrel::LinkName(hidden)});
         }
     }
 

@@ -27,7 +27,7 @@ namespace {
 
 constexpr std::array<Option, 5> kOptions = {{
     {"--for", "TIME", "how long, such as 30m, 2h or 7d"},
-    {"--because", "TEXT", "who is on it, or what is known"},
+    {"--because", "TEXT", "the reason, for example who works on it"},
     {"--end", "", "end the silence of NAME"},
     kJsonOption,
     kReportsOption,
@@ -45,7 +45,7 @@ void WarnOfUnknown(const GivenOptions& options, const std::string& name) {
             for (const JudgedReport& report : reports) {
                 known.push_back(report.report.name);
             }
-            NoteOnce("warning: no report named \"" + name + "\" is stored; " +
+            NoteOnce("warning: no report named \"" + name + "\"; " +
                      NearNamesAdvice(name, known, "see \"sentrelctl list\""));
         }
     } catch (const std::exception&) {
@@ -142,13 +142,11 @@ void RunSilence(const Arguments& arguments, std::ostream& output) {
 constexpr std::array<Command, 1> kCommands = {{
     {"silence",
      "mark a known problem for a time",
-     "Silences a report, so that \"status\" no longer fails because of it: it is still shown, "
-     "with\n"
-     "the reason given, and counted apart. A silence ends by itself. Another one for the same "
-     "name\n"
-     "replaces it, --end ends it. \"check\" and \"metrics\" go on telling the state. Without a "
-     "name,\n"
-     "lists the silences. Only root may change them.\n",
+     "Silences a report until a time: \"status\" shows it dimmed, with the reason given,\n"
+     "counts it apart and no longer fails because of it. \"check\" and \"metrics\" still report\n"
+     "its state. A silence ends at its time; another silence of the same name replaces it,\n"
+     "and --end ends it early. Without a name, lists the silences. Only root may change\n"
+     "them.\n",
      "sentrelctl silence raid --for 2h --because \"disk is ordered\"",
      kOptions,
      {"[NAME]", 0, 1, Completes::ReportName},

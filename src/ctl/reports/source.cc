@@ -66,7 +66,7 @@ std::size_t AddListing(const ApiClient& api, const char* detail,
     const OrderedJson result = api.Call(kList, parameters);
     const auto listed = result.find("reports");
     if (listed == result.end() || !listed->is_array()) {
-        throw Failure("the API's answer holds no reports", "is --api right?");
+        throw Failure("the API's answer has no list of reports", "check --api");
     }
     std::size_t bytes = 0;
     for (const OrderedJson& report : *listed) {
@@ -228,7 +228,7 @@ std::vector<StoredReport> ReadReports(const Host& host, const std::vector<std::s
     const ApiClient api = ConnectApi(host);
     const std::string& directory = host.reportDirectory;
     if (!api.HasToken() && ::access(directory.c_str(), R_OK | X_OK) == 0) {
-        NoteOnce("no token for the API, so this reads " + directory);
+        NoteOnce("no token for the API; reading " + directory);
         return ReadStoredReports(directory, names);
     }
     ReportMap reports = ReadThroughApi(api, names);

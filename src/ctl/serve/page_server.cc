@@ -153,7 +153,7 @@ class PageServer::Connection : public std::enable_shared_from_this<Connection> {
         } else if (target.starts_with(kEventsPath)) {
             BeginEvents(VersionOf(request, target));
         } else {
-            Answer(Http::status::not_found, "404: there is only one page\n");
+            Answer(Http::status::not_found, "404: not found\n");
         }
     }
 

@@ -27,20 +27,21 @@ constexpr std::int32_t kLogsTraces = 7;
 Judgement JudgePort(const SettingValue& stored) {
     const std::int32_t port = std::get<std::int32_t>(stored);
     if (port == Sentrel::kApiPort) {
-        return {Severity::Error, "is the port of the API, which then cannot be served", ""};
+        return {Severity::Error, "is the port of the API, which could not start", ""};
     }
     if (port >= 1 && port < kFirstUnprivilegedPort) {
-        return {Severity::Warning,
-                "is a port that a service without privileges cannot have, so it may not start",
-                "sentrelctl config set sentrel.http_port VALUE, from " +
-                    std::to_string(kFirstUnprivilegedPort) + " to " + std::to_string(kMaxPort)};
+        return {
+            Severity::Warning,
+            "is a privileged port, which an unprivileged daemon cannot bind, so it may not start",
+            "sentrelctl config set sentrel.http_port VALUE, from " +
+                std::to_string(kFirstUnprivilegedPort) + " to " + std::to_string(kMaxPort)};
     }
     return {};
 }
 
 Judgement JudgeNoText(const SettingValue& stored) {
     if (std::get<std::string>(stored).empty()) {
-        return {Severity::Warning, "is empty, as it is in no proper token", ""};
+        return {Severity::Warning, "is empty, which it is not in a valid token", ""};
     }
     return {};
 }
@@ -48,7 +49,7 @@ Judgement JudgeNoText(const SettingValue& stored) {
 Judgement JudgeTrustSet(const SettingValue& stored) {
     const std::string& path = std::get<std::string>(stored);
     if (!path.starts_with('/')) {
-        return {Severity::Error, "is no absolute path, so every token is refused", ""};
+        return {Severity::Error, "is not an absolute path, so every token is refused", ""};
     }
     std::error_code error;
     if (!std::filesystem::exists(Sys::HostPath(path), error)) {
@@ -95,7 +96,7 @@ std::span<const Setting> DaemonSettings() {
          .meaning = "the loopback port on which reports are posted",
          .least = 1,
          .most = kMaxPort,
-         .beyond = {Severity::Error, "is no port, so the daemon does not start", ""},
+         .beyond = {Severity::Error, "is not a port, so the daemon does not start", ""},
          .judge = JudgePort,
          .isMissed = true},
         {.key = "fast_queue/time_period_in_mins",
@@ -114,7 +115,7 @@ std::span<const Setting> DaemonSettings() {
         {.key = "plugin_resource_pool_size_MB",
          .type = SettingType::Integer,
          .byDefault = Sentrel::kDefaultResourcePoolSizeMB,
-         .meaning = "the memory that is promised to all plugins together",
+         .meaning = "the memory reserved for all plugins together",
          .unit = "MiB",
          .least = Sentrel::kDefaultResourcePoolSizeMB + 1,
          .most = Sentrel::kMaxResourcePoolSizeMB,
@@ -141,7 +142,7 @@ std::span<const Setting> FrameworkSettings() {
          .least = kLogsFailures,
          .most = kLogsTraces,
          .beyond = {Severity::Warning,
-                    "is beyond 3 to 7: with less no failure is logged, with more nothing is added",
+                    "is outside 3 to 7: below 3 failures are not logged, above 7 nothing is added",
                     ""}},
     }};
     return sSettings;
@@ -151,11 +152,11 @@ std::span<const Setting> TokenSettings() {
     static const std::array<Setting, 3> sSettings = {{
         {.key = "issuer",
          .byDefault = Token::TrustSettings{}.issuer,
-         .meaning = "whose tokens are believed, their iss",
+         .meaning = "the trusted issuer of tokens (iss)",
          .judge = JudgeNoText},
         {.key = "audience",
          .byDefault = Token::TrustSettings{}.audience,
-         .meaning = "for whom tokens must be, their aud",
+         .meaning = "the required audience of tokens (aud)",
          .judge = JudgeNoText},
         {.key = "jwks",
          .byDefault = Token::TrustSettings{}.jwks,
@@ -181,14 +182,14 @@ std::span<const Setting> PluginSettings() {
          .isMissed = true},
         {.key = "log_level",
          .byDefault = {},
-         .meaning = "how talkative it is asked to be",
+         .meaning = "the log level that the plugin receives",
          .words = Sentrel::kLogLevelNames,
          .inEffect = LogLevelInEffect,
          .isMissed = true},
         {.key = "sandbox",
          .type = SettingType::Boolean,
          .byDefault = Sentrel::PluginInfo{}.sandbox,
-         .meaning = "whether it is confined where the daemon is not root"},
+         .meaning = "whether the plugin runs in the sandbox, if the daemon is not root"},
     }};
     return sSettings;
 }

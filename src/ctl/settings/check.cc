@@ -83,8 +83,8 @@ class EntryCheck {
     void CheckType(const SettingState& setting) {
         if (!setting.fault.empty()) {
             Add(Severity::Warning, NameOf(*setting.setting),
-                "\"" + setting.faultyKey + "\" " + setting.fault +
-                    ", so it counts as missing: " + ValueOrNone(setting.inEffect) + " holds",
+                "\"" + setting.faultyKey + "\" " + setting.fault + ", so it counts as missing; " +
+                    ValueOrNone(setting.inEffect) + " is used instead",
                 "correct it in " + PathOf(setting.storedIn, state));
         }
     }
@@ -123,7 +123,7 @@ class EntryCheck {
         if (!names.empty()) {
             Add(Severity::Notice, SubjectOf(entry),
                 "has no " + Enumerated(names, "or") +
-                    ", so defaults hold, and the log says so at each start",
+                    ", so the defaults apply, and the daemon logs that at each start",
                 "sentrelctl config set " + entry.name + ".KEY VALUE");
         }
     }
@@ -136,12 +136,12 @@ class EntryCheck {
         for (const UnknownMember& member : state.unknown) {
             const std::vector<std::string> near = FindNearNames(member.key, keys);
             Add(Severity::Warning, member.path,
-                "\"" + member.key + "\" is no setting, so it does nothing",
+                "unknown setting \"" + member.key + "\", which has no effect",
                 near.empty() ? "remove it"
                              : "the closest setting is " + near.front() +
                                    (near.front().find('/') == std::string::npos
                                         ? ""
-                                        : ", with an object for what is before the \"/\""));
+                                        : ", written as an object for the part before the \"/\""));
         }
     }
 

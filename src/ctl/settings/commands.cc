@@ -31,8 +31,8 @@ constexpr std::array<Option, 2> kListOptions = {{
 constexpr std::array<Option, 1> kGetOptions = {
     {{"--json", "", "print value, origin, default and meaning as JSON, in one line"}}};
 constexpr std::array<Option, 3> kSetOptions = {{
-    {"--unset", "", "remove this host's value instead: the vendor's one or the default holds"},
-    {"--discard-comments", "", "write a file that has comments too, without them"},
+    {"--unset", "", "remove this host's value, so that the vendor's or the default applies"},
+    {"--discard-comments", "", "rewrite a file that has comments, without them"},
     kJsonOption,
 }};
 constexpr std::array<Option, 1> kCheckOptions = {{kJsonOption}};
@@ -43,13 +43,13 @@ std::string RemarkOn(const SettingState& state) {
         return "\"" + state.faultyKey + "\" in the " + NameOf(state.storedIn) + " " + state.fault;
     }
     if (!state.stored) {
-        return state.hostText ? "the host file takes the vendor's away" : "";
+        return state.hostText ? "the host file removes the vendor's value" : "";
     }
     if (state.inEffect == *state.stored) {
         return "";
     }
     return "\"" + TextOf(*state.stored) + "\" in the " + NameOf(state.storedIn) +
-           (Counts(*state.setting, *state.stored) ? " counts as this" : " does not count");
+           (Counts(*state.setting, *state.stored) ? " counts as this" : " is ignored");
 }
 
 std::string ShownValue(const SettingState& state) {
@@ -151,36 +151,37 @@ int JudgeConfiguration(const Arguments& arguments, std::ostream& output) {
 constexpr std::array<Command, 4> kCommands = {{
     {"config list",
      "show all settings, their values and where these come from",
-     "Shows the settings of the daemon (entry sentrel), of its framework (pellmar), of its tokens\n"
-     "(token) and of each installed plugin, as the daemon would take them at a start now. This\n"
-     "host's files are below /etc/korvex/tabulon, the vendor's below /usr/lib/korvex/tabulon.\n",
+     "Shows the settings of the daemon (entry sentrel), of its framework (pellmar), of its\n"
+     "tokens (token) and of each installed plugin, with the values that the daemon would use\n"
+     "if it started now. This host's files are below /etc/korvex/tabulon, the vendor's below\n"
+     "/usr/lib/korvex/tabulon.\n",
      "sentrelctl config list --full",
      kListOptions,
      {},
      RunList},
     {"config get",
      "print the value of a setting",
-     "Prints the value that the daemon would take at a start now, and nothing else; an empty line\n"
-     "for none. A setting is written ENTRY.KEY, as \"config list\" shows it.\n",
+     "Prints only the value that the daemon would use if it started now; an empty line if\n"
+     "there is none. A setting is written ENTRY.KEY, as \"config list\" shows it.\n",
      "sentrelctl config get sentrel.http_port",
      kGetOptions,
      {"ENTRY.KEY", 1, 1, Completes::Setting},
      RunGet},
     {"config set",
      "give a setting a value on this host",
-     "Writes the value into this host's file of the entry, which is replaced as a whole and keeps\n"
-     "all that it has besides. A value that the setting does not accept is refused; texts need no\n"
-     "quotes. The daemon reads its settings once, at its start.\n",
+     "Writes the value into this host's file of the entry. The file is replaced atomically,\n"
+     "and its other content is kept. A value that the setting does not accept is refused;\n"
+     "texts need no quotes. The daemon reads its settings only when it starts.\n",
      "sentrelctl config set sentrel.fast_queue/time_period_in_mins 15",
      kSetOptions,
      {"ENTRY.KEY [VALUE]", 1, 2, Completes::Setting, Completes::SettingValue},
      RunConfigSet},
     {"config check",
-     "look for broken files, unknown keys and values that do nothing",
-     "Looks at all files of the configuration store: whether they can be read, what in them the\n"
-     "daemon does not know or does not take, whose they are and which nobody reads; and whether\n"
-     "each plugin has an entry. Exit status: 0, 1 when there is an error, 2 when the command line\n"
-     "is wrong.\n",
+     "find broken files, unknown keys and values without effect",
+     "Inspects all files of the configuration store for syntax errors, unknown keys, values\n"
+     "without effect, unsafe owners or modes and files that are never read, and checks that\n"
+     "each plugin has an entry. Exit status: 0; 1 when there is an error; 2 when the command\n"
+     "line is wrong.\n",
      "sentrelctl config check",
      kCheckOptions,
      {},

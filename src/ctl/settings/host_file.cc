@@ -39,13 +39,12 @@ const char* AdviceFor(int errorNumber) {
         case EDQUOT:
             return "free some space there";
         default:
-            return "see what stands in its way";
+            return "check what is at that path";
     }
 }
 
 [[noreturn]] void ThrowUnwritable(const std::string& path, const std::error_code& error) {
-    throw Failure(Sys::HostPath(path) + " cannot be written", error.value(),
-                  AdviceFor(error.value()));
+    throw Failure("cannot write " + Sys::HostPath(path), error.value(), AdviceFor(error.value()));
 }
 
 // False if another process holds the lock for longer than any change takes.
@@ -139,7 +138,7 @@ HostFileLock::HostFileLock(const std::string& path, mode_t folderMode) {
     }
     if (!Lock(folder.Get())) {
         throw Failure("another program has locked " + rooted,
-                      "try again when it has ended (\"lslocks\" shows it)");
+                      "try again when it has exited (\"lslocks\" shows it)");
     }
 }
 

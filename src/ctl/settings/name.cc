@@ -60,14 +60,13 @@ NamedSetting FindSetting(const Catalogue& catalogue, const std::string& name) {
     if (entry == nullptr) {
         const std::string problem =
             catalogue.pluginProblem.empty() ? "" : ", and " + catalogue.pluginProblem;
-        throw Failure("there is no setting " + Quoted(name) + problem, Advice(catalogue, name));
+        throw Failure("unknown setting " + Quoted(name) + problem, Advice(catalogue, name));
     }
     const std::string_view key = std::string_view(name).substr(dot + 1);
     const auto setting = std::find_if(entry->settings.begin(), entry->settings.end(),
                                       [key](const Setting& other) { return other.key == key; });
     if (setting == entry->settings.end()) {
-        throw Failure("there is no setting " + Quoted(name),
-                      entry->name + " has " + KeysOf(*entry));
+        throw Failure("unknown setting " + Quoted(name), entry->name + " has " + KeysOf(*entry));
     }
     return {*entry, *setting};
 }

@@ -91,8 +91,8 @@ Judgement Judge(const Setting& setting, const SettingValue& stored) {
     if (!Counts(setting, stored)) {
         const std::string instead = TextOf(taken);
         return {Severity::Warning,
-                "does not count; " +
-                    (instead.empty() ? "the plugin is given none" : instead + " holds instead"),
+                "is ignored; " +
+                    (instead.empty() ? "the plugin receives none" : instead + " is used instead"),
                 ""};
     }
     if (taken != stored) {
@@ -109,7 +109,7 @@ std::optional<SettingValue> ParseValue(const Setting& setting, std::string_view 
                                        std::string& problem) {
     std::optional<SettingValue> value = ParseByType(setting, text);
     if (!value) {
-        problem = "does not fit; it must be " + AcceptedValues(setting);
+        problem = "is invalid; it must be " + AcceptedValues(setting);
         return std::nullopt;
     }
     if (const Judgement judgement = Judge(setting, *value); judgement.severity == Severity::Error) {

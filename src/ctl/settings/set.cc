@@ -116,7 +116,7 @@ void Write(const Change& change, std::ostream& output) {
     facts.Write(output);
     // The unit belongs to this machine, not to a host root in a directory.
     const bool isOwnHost = Sys::HostPath("").empty();
-    output << "\nThe daemon takes it at its next start"
+    output << "\nTakes effect when the daemon starts next"
            << (isOwnHost ? std::string(": ") + kRestart : ".") << '\n';
 }
 

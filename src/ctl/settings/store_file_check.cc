@@ -52,10 +52,10 @@ void CheckAccess(const std::string& path, std::vector<Finding>& findings) {
              "chown root: " + Sys::HostPath(path)});
     }
     if ((status.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
-        findings.push_back(
-            {Severity::Warning, Sys::HostPath(path),
-             "has mode " + Octal(status.st_mode) + ": others than its owner can change settings",
-             "chmod go-w " + Sys::HostPath(path)});
+        findings.push_back({Severity::Warning, Sys::HostPath(path),
+                            "has mode " + Octal(status.st_mode) +
+                                ": users other than its owner can change settings",
+                            "chmod go-w " + Sys::HostPath(path)});
     }
     const mode_t needed = isDirectory ? S_IROTH | S_IXOTH : S_IROTH;
     if (status.st_uid == 0 && (status.st_mode & needed) != needed) {
@@ -112,7 +112,7 @@ class FolderCheck {
                 CheckAccess(path, findings);
             } else if (IsLeftOver(name)) {
                 findings.push_back({Severity::Notice, Sys::HostPath(path),
-                                    "is not read; a change that was cut off leaves such a file",
+                                    "is not read; an interrupted change leaves such a file",
                                     "remove it, unless it is your own copy"});
             } else if (name.ends_with(kEnding) && catalogue.pluginProblem.empty()) {
                 AddStranger(path, name.substr(0, name.size() - kEnding.size()),
@@ -135,7 +135,7 @@ class FolderCheck {
             const std::string right = Sys::HostPath(Tabulon::PathsOf(same->entry).host);
             findings.push_back({Severity::Warning, Sys::HostPath(path),
                                 "is not read: " + name + " has its settings in " + right,
-                                "put what it says there, and remove it"});
+                                "move its content there, and remove it"});
             return;
         }
         const std::vector<std::string> near = FindNearNames(name, names);

@@ -41,7 +41,7 @@ const ViewedReport& RequireReport(const std::string& name, const HostView& view,
             ThrowNotReported(report.judged.report.name);
         }
         if (report.judged.state == ReportState::Invalid) {
-            throw Failure("the report \"" + name + "\" cannot be read",
+            throw Failure("cannot read the report \"" + name + "\"",
                           "\"sentrelctl history " + name + "\" and the daemon's log say why");
         }
         return report;
@@ -50,8 +50,8 @@ const ViewedReport& RequireReport(const std::string& name, const HostView& view,
     for (const JudgedReport& report : ReadJudgedReports(host, {})) {
         known.push_back(report.report.name);
     }
-    throw Failure("there is no report \"" + name + "\"",
-                  NearNamesAdvice(name, known, "\"sentrelctl list\" names those that are stored"));
+    throw Failure("no report named \"" + name + "\"",
+                  NearNamesAdvice(name, known, "see \"sentrelctl list\""));
 }
 
 void RunGet(const Arguments& arguments, std::ostream& output) {
@@ -125,7 +125,7 @@ void RunHistory(const Arguments& arguments, std::ostream& output) {
                 ThrowNotReported(plugin.name);
             }
         }
-        throw Failure("no report \"" + name + "\" is stored in " + directory,
+        throw Failure("no report named \"" + name + "\" in " + directory,
                       "name the daemon's directory with --reports, or see \"sentrelctl list\"");
     }
     if (!arguments.options.Has("--json")) {

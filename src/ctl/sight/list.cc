@@ -126,7 +126,7 @@ Failure FailureOf(const std::vector<std::string>& wanted, const std::vector<std:
     for (const JudgedReport& report : ReadJudgedReports(host, {})) {
         known.push_back(report.report.name);
     }
-    const std::string otherwise = "\"sentrelctl list\" names those that are stored";
+    const std::string otherwise = "see \"sentrelctl list\"";
     return Failure(
         "no report named " + Enumerated(missing, "or"),
         wanted.size() == 1 ? NearNamesAdvice(wanted.front(), known, otherwise) : otherwise);
@@ -135,7 +135,7 @@ Failure FailureOf(const std::vector<std::string>& wanted, const std::vector<std:
 void WriteList(const HostView& view, const GivenOptions& options,
                const std::vector<std::string>& columns, std::ostream& output) {
     if (view.reports.empty()) {
-        output << (options.Has("--state") ? "No such report is stored.\n" : "No reports.\n");
+        output << (options.Has("--state") ? "No report matches.\n" : "No reports.\n");
     } else {
         WriteTable(view, columns, options.Has("--full"), output);
     }

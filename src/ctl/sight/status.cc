@@ -157,9 +157,10 @@ int RunStatus(const Arguments& arguments, std::ostream& output) {
 constexpr std::array<Command, 1> kCommands = {{
     {"status",
      "show the host at a glance",
-     "Shows the daemon, how many reports are in each state, the worst with their reasons, the\n"
-     "next launches, and how many problems \"doctor\" finds. Exits with 0 when everything is OK,\n"
-     "and with 1 when something is not, or cannot be seen; a silenced report does not count.\n",
+     "Shows the daemon, how many reports are in each state, the worst with their reasons,\n"
+     "the next launches, and how many problems \"doctor\" finds. Exits with 0 when everything\n"
+     "is OK, and with 1 when something is not OK or not visible. Silenced reports do not\n"
+     "count.\n",
      "sentrelctl status",
      kOptions,
      {},

@@ -31,19 +31,19 @@ const std::string& Root() {
 
 std::string HostPath(std::string_view path) { return Root() + std::string(path); }
 
-std::string HostRootProblem() {
+std::string HostRootProblem(std::string_view name) {
     const std::string& root = Root();
     if (root.empty()) {
         return "";
     }
-    const std::string value = std::string(kRootVariable) + "=" + root;
-    const std::string advice = "; set it to the absolute path of a directory, or unset it";
+    const std::string value = std::string(name) + "=" + root;
+    const std::string advice = "; use the absolute path of a directory";
     if (root.front() != '/') {
         return value + " is a relative path" + advice;
     }
     struct stat status{};
     if (::stat(root.c_str(), &status) != 0) {
-        return value + " cannot be used: " + std::generic_category().message(errno) + advice;
+        return "cannot use " + value + ": " + std::generic_category().message(errno) + advice;
     }
     return S_ISDIR(status.st_mode) ? "" : value + " is not a directory" + advice;
 }

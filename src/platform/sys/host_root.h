@@ -14,7 +14,8 @@ namespace Sys {
 std::string HostPath(std::string_view path);
 
 // Returns an empty text if SENTREL_ROOT is usable; otherwise one line that says what is wrong and
-// what to do. A relative path, and a path that is not an existing directory, are unusable.
-std::string HostRootProblem();
+// what to do, and calls the variable `name`, for an option that sets it. A relative path, and a
+// path that is not an existing directory, are unusable.
+std::string HostRootProblem(std::string_view name = "SENTREL_ROOT");
 
 }  // namespace Sys

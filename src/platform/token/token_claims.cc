@@ -55,7 +55,7 @@ bool CheckTimes(const json& document, std::chrono::system_clock::time_point now,
                 std::chrono::sys_seconds& expires, std::string& reason) {
     for (const char* name : {"nbf", "iat"}) {
         if (document.contains(name) && !NumberOf(document, name)) {
-            return Refuse(reason, std::string("its ") + name + " is no number");
+            return Refuse(reason, std::string("its ") + name + " is not a number");
         }
     }
     const std::optional<double> expiry = NumberOf(document, "exp");

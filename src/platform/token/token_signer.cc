@@ -87,7 +87,7 @@ std::string DirectoryOf(const std::string& rootedPath) {
 }
 
 [[noreturn]] void ThrowUnwritable(const std::string& path, const std::error_code& error) {
-    throw Pellmar::IOException(path + " cannot be written: " + error.message(),
+    throw Pellmar::IOException("cannot write " + path + ": " + error.message(),
                                "run this as root; if the file system is full, free space on it",
                                error.value());
 }

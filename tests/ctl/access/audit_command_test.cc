@@ -33,9 +33,9 @@ class Audit : public testing::Test {
 };
 
 TEST_F(Audit, ShowsTheRecords) {
-    ExpectFailure(Run({}), "No such file or directory; the daemon makes it at the first call");
+    ExpectFailure(Run({}), "No such file or directory; the daemon creates it at the first call");
     Append("");
-    EXPECT_EQ(Run({}).output, "No such call is recorded.\n");
+    EXPECT_EQ(Run({}).output, "No matching call is recorded.\n");
     Append(std::string(kGood) + "\n{\"cut\n" + kDenied + "\n" + "{\"unfinished");
     EXPECT_EQ(Run({}).output,
               "TIME                      RESULT  USER          CALL\n"

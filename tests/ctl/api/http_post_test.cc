@@ -101,10 +101,10 @@ TEST(HttpPost, RefusesIncompleteAnswers) {
         const char* reason;
     } rows[] = {
         {"", "the server closed the connection without an answer"},
-        {"HTTP/1.1 200 OK\r\nContent-", "the connection was closed before the answer was there"},
+        {"HTTP/1.1 200 OK\r\nContent-", "the connection was closed before the answer was complete"},
         {"HTTP/1.1 200 OK\r\nContent-Length: 4\r\n\r\nha",
-         "the connection was closed before the answer was there"},
-        {"220 mail ready\r\n\r\n", "the answer is no HTTP: "},
+         "the connection was closed before the answer was complete"},
+        {"220 mail ready\r\n\r\n", "the answer is not HTTP: "},
         {"HTTP/1.1 200 OK\r\nContent-Length: 201326593\r\n\r\n",
          "the answer is longer than 192.0 MiB"},
     };

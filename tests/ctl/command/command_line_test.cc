@@ -40,8 +40,7 @@ TEST(CommandLine, ReportsEachMistakeInOneLineWithStatus2) {
         {{"group", "--root", "--json", "show"},
          "option \"--root\" needs a value: write --root DIR"},
         {{"group", "show", "--root", "host"},
-         "option \"--root\": SENTREL_ROOT=host is a relative path; set it to the absolute path of "
-         "a directory, or unset it"},
+         "--root=host is a relative path; use the absolute path of a directory"},
     };
     for (const Row& row : rows) {
         const ToolResult result = RunTool(row.arguments);
@@ -64,7 +63,7 @@ TEST(CommandLine, PrintsFailuresInJsonToo) {
 TEST(CommandLine, RefusesAnInvalidRootFromTheEnvironment) {
     const ToolResult result = RunTool({"group", "show"}, {"SENTREL_ROOT=/dev/null/host"});
     EXPECT_EQ(result.status, 2);
-    EXPECT_THAT(result.error, HasSubstr("sentrelctl: SENTREL_ROOT=/dev/null/host cannot be used"));
+    EXPECT_THAT(result.error, HasSubstr("sentrelctl: cannot use SENTREL_ROOT=/dev/null/host"));
 }
 
 TEST(CommandLine, PrintsHelpWithoutAHost) {
@@ -98,7 +97,7 @@ TEST(CommandLine, PrintsHelpWithoutAHost) {
 TEST(CommandLine, FailsIfTheResultCannotBeWritten) {
     const ToolResult result = RunToolInto("/dev/full", {"--help"});
     EXPECT_EQ(result.status, 1);
-    EXPECT_THAT(result.error, HasSubstr("standard output cannot be written"));
+    EXPECT_THAT(result.error, HasSubstr("cannot write to standard output"));
     EXPECT_EQ(std::count(result.error.begin(), result.error.end(), '\n'), 1);
 }
 

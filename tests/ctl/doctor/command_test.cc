@@ -121,21 +121,21 @@ TEST_F(DoctorCommand, ReportsEachFaultOfABrokenHost) {
         {"warning", "changes", "sentrel.json"},
         {"error", "plugin ghost", "is a link to nowhere, which is missing"},
         {"error", "group", "is frozen"},
-        {"warning", "group", "1 process has outlived the batch: "},
-        {"warning", "report directory", "can be written by others"},
-        {"warning", "report directory", "links to nothing, so these reports are not served: gone"},
-        {"notice", "report directory", "no files of reports: stray"},
+        {"warning", "group", "1 process has outlived their run: "},
+        {"warning", "report directory", "is writable by others"},
+        {"warning", "report directory",
+         "links without a file, so these reports are not served: gone"},
+        {"notice", "report directory", "not report files: stray"},
         {"warning", "report directory",
          "stored without a link, so these reports are not served: l"},
         {"warning", "metrics", "writes nothing: " + host.Root() + "/srv/textfiles is missing"},
-        {"error", "reports",
-         "1 INVALID (they cannot be read, and full listings leave them out): b"},
+        {"error", "reports", "1 INVALID (unreadable; full listings omit them): b"},
         {"warning", "times of reports", "without a zone"},
         {"warning", "times of reports", "in the future: late"},
-        {"error", "signing key", "0644) is open to others"},
+        {"error", "signing key", "0644) is accessible to others"},
         {"error", "trust set", "holds private keys"},
-        {"error", "trust set", "no key that can be used"},
-        {"warning", "audit log", "0666) is open to everybody"},
+        {"error", "trust set", "no usable key"},
+        {"warning", "audit log", "0666) is accessible to everybody"},
         {"error", "metadata file", "is not JSON"},
     };
     for (const auto& row : rows) {
@@ -157,7 +157,7 @@ TEST_F(DoctorCommand, FindsAReportDirectoryThatTheDaemonDoesNotShare) {
     const auto findings = [this] {
         return Json(Json::parse(Run({"doctor", "--json"}).output)["findings"]);
     };
-    ExpectFinding(findings(), "error", "report directory", "the daemon has another ");
+    ExpectFinding(findings(), "error", "report directory", "the daemon uses another ");
     std::filesystem::rename(ReportDirectory(), host.Base() + "elsewhere");
     daemon.reset();
     Start();

@@ -71,11 +71,11 @@ TEST_F(GroupCommands, EnsureCreatesTheGroupOnceAndShowsItsReservation) {
         HasMemory() ? "Reserved   40.0 MiB\n"
                     : "Reserved   nothing of the 40.0 MiB configured: " + root.Path() +
                           " has no memory controller\n";
-    const std::string limits =
-        HasMemory() ? "Limits     256.0 MiB, "
-                    : "Limits     no limit of memory, no limit of processes: " + Directory() +
-                          "/memory.max cannot be written: ";
-    for (const char* what : {"Made       ", "Was there  "}) {
+    const std::string limits = HasMemory()
+                                   ? "Limits     256.0 MiB, "
+                                   : "Limits     no memory limit, no process limit: cannot write " +
+                                         Directory() + "/memory.max: ";
+    for (const char* what : {"Created    ", "Exists     "}) {
         const ToolResult result = Run({"ensure"});
         EXPECT_EQ(result.status, 0) << result.error;
         EXPECT_THAT(result.output,
@@ -124,7 +124,7 @@ TEST_F(GroupCommands, EnsureCreatesNothingWithABrokenSettingsFile) {
     const ToolResult result = Run({"ensure"});
     EXPECT_EQ(result.status, 1);
     EXPECT_THAT(result.error, HasSubstr("/sentrel.json:1:"));
-    EXPECT_THAT(result.error, EndsWith("; make that file a readable JSON object, or remove it\n"));
+    EXPECT_THAT(result.error, EndsWith("; fix that file, or remove it\n"));
     EXPECT_FALSE(std::filesystem::exists(root.Path() + "/host"));
 }
 
@@ -161,9 +161,8 @@ TEST_F(GroupCommands, KillSparesPluginsWithinTheirTimeUnlessAllIsGiven) {
     const MemberProcess direct(Directory(), "direct");
     const MemberProcess member(Directory() + "/member", "member");
     std::ofstream(Directory() + "/cgroup.freeze") << "1" << std::flush;  // which hinders nothing
-    EXPECT_EQ(
-        Run({"kill"}).output,
-        "No process has outlived its batch; 2 processes may run on, for 5 min 30 s at most.\n");
+    EXPECT_EQ(Run({"kill"}).output,
+              "No process has outlived its run; 2 processes may run on, for 5 min 30 s at most.\n");
     const Json answer = Json::parse(Run({"kill", "--all", "--json"}).output);
     EXPECT_EQ(answer["ended"].size(), 2U);
     EXPECT_EQ(answer["left"], 0);

@@ -107,13 +107,13 @@ TEST_F(PluginCommands, CheckFindsWhyAPluginDoesNotWork) {
         {kScript, R"({"enabled": true, "frequency": "FASTER"})", 0755, "\"FASTER\" counts as fast",
          0},
         {kScript, R"({"enabled": true, "frequency": "hourly"})", 0755,
-         "\"hourly\" does not count; fast holds", 0},
+         "\"hourly\" is ignored; fast is used", 0},
         {kScript, "{", 0755, "probe.json:1:2"},
         {kScript, "{}", 0644, "cannot be executed by the user"},
-        {kScript, "{}", 0757, "can be written by everybody", 0},
+        {kScript, "{}", 0757, "is writable by everybody", 0},
         {"#!/bin/sh\r\n", "{}", 0755, "lines that end in CR LF"},
         {"#! /no/such/sh -e\n", "{}", 0755, "needs the interpreter /no/such/sh, which is missing"},
-        {"#!sh\n", "{}", 0755, "names no interpreter by its whole path"},
+        {"#!sh\n", "{}", 0755, "does not name an interpreter by its full path"},
         {"#!/usr/bin/env sh -e\n", "{}", 0755, "-> write #!/usr/bin/env -S sh -e"},
         {"#!/usr/bin/env no-such-program", "{}", 0755, "look for no-such-program"},
         {"echo\n", "{}", 0755, "neither an ELF program nor a script"},
@@ -154,7 +154,7 @@ TEST_F(PluginCommands, CheckFollowsLinksAndReadsReports) {
     EXPECT_EQ(result.status, 1);
     for (const char* finding :
          {"a link that leads to itself", "a link to nowhere, which is missing",
-          "report cpu is wrong: structured.time"}) {
+          "invalid report cpu: structured.time"}) {
         EXPECT_THAT(result.output, HasSubstr(finding));
     }
 }

@@ -89,14 +89,14 @@ TEST_F(ReportCommands, ShowStatesThatNoReportContains) {
                 MatchesRegex("NAME  STATE    AGE  REASON\n"
                              "bad   INVALID    -  it cannot be read; see .*\n"
                              "late  NEVER      -  this plugin has not reported yet\n\n.*\n"));
-    EXPECT_EQ(OutputOf({"list", "--state", "none"}), "No such report is stored.\n");
+    EXPECT_EQ(OutputOf({"list", "--state", "none"}), "No report matches.\n");
     const ToolResult wrong = Run({"list", "--state", "gone"});
     EXPECT_EQ(wrong.status, 2);
     EXPECT_THAT(wrong.error, HasSubstr("unknown state \"gone\"; choose OK, WARNING, ERROR"));
     ExpectFailure(Run({"get", "late"}), "the plugin \"late\" has not reported yet; wait for");
-    ExpectFailure(Run({"get", "disk"}), "there is no report \"disk\"");
+    ExpectFailure(Run({"get", "disk"}), "no report named \"disk\"");
     ExpectFailure(Run({"get", "bad"}),
-                  "cannot be read; \"sentrelctl history bad\" and the daemon's");
+                  "cannot read the report \"bad\"; \"sentrelctl history bad\" and the daemon's");
 }
 
 TEST_F(ReportCommands, ShowTheStoredReportsOfAName) {
@@ -113,7 +113,7 @@ TEST_F(ReportCommands, ShowTheStoredReportsOfAName) {
     SetModified(second, 1700000000);
     EXPECT_THAT(OutputOf({"history", "DISK.sda"}),
                 MatchesRegex("FILE             +STATE +AGE  REASON\n"
-                             "disk.sda-2.json +INVALID +[0-9]+ s  it lacks members .*\n"
+                             "disk.sda-2.json +INVALID +[0-9]+ s  a member .*\n"
                              "disk.sda-1.json \\* +OK +" +
                              kOld +
                              "  fourth\n"
@@ -122,11 +122,11 @@ TEST_F(ReportCommands, ShowTheStoredReportsOfAName) {
     const Json history = Json::parse(OutputOf({"history", "disk.sda", "--json"}))["reports"];
     EXPECT_EQ(history[1]["isNewest"], true);
     EXPECT_EQ(history[2]["stored"], "2023-11-14T22:13:20.000Z");
-    ExpectFailure(Run({"history", "disk"}), "no report \"disk\" is stored in ");
+    ExpectFailure(Run({"history", "disk"}), "no report named \"disk\" in ");
 }
 
 TEST_F(ReportCommands, NeedNeitherTokenNorSettingsIfTheDirectoryIsReadable) {
-    const std::string noToken = "no token for the API, so this reads ";
+    const std::string noToken = "no token for the API; reading ";
     std::filesystem::remove(host.Root() + "/var/lib/korvex/oru/token/signing-key.json");
     const ToolResult direct = Run({"list"});
     EXPECT_EQ(direct.status, 0);
@@ -136,7 +136,7 @@ TEST_F(ReportCommands, NeedNeitherTokenNorSettingsIfTheDirectoryIsReadable) {
     (void)host.WriteStoreEntry("sentrel", "{");
     const ToolResult listed = Run({"list", "--offline"});
     EXPECT_EQ(listed.status, 0);
-    EXPECT_THAT(listed.error, HasSubstr("sentrelctl: warning: the daemon's settings cannot be"));
+    EXPECT_THAT(listed.error, HasSubstr("sentrelctl: warning: cannot read the daemon's settings"));
     const ToolResult posted = RunTool({"post", "new", "-"}, {"SENTREL_ROOT=" + host.Root()},
                                       User::Own, ReportText{.name = "new"}.Document());
     EXPECT_EQ(posted.status, 0) << posted.error;
@@ -169,7 +169,7 @@ TEST_F(ReportCommands, PostValidReports) {
                   "structured.name is \"old\", not \"new\"; "
                   "structured.time \"2024-03-05T14:07:09\" has no zone: add Z or such as +01:00; "
                   "fix it and post again");
-    ExpectFailure(Run({"post", "new", "/none"}), "the report file /none cannot be read: ");
+    ExpectFailure(Run({"post", "new", "/none"}), "cannot read the report file /none: ");
     WriteFile(file, document);
     for (const char* next : {"/.new-1.json", "/.new-2.json"}) {
         std::filesystem::create_directory(ReportDirectory() + next);
@@ -211,9 +211,10 @@ TEST_F(ReportCommands, ReportFailuresWithAdvice) {
         std::string error;
     };
     const Row rows[] = {
-        {{"get", "memory"}, "there is no report \"memory\"; \"sentrelctl list\" names"},
+        {{"get", "memory"}, "no report named \"memory\"; see \"sentrelctl list\""},
         {{"call", "com.korvex.oru.observability.reports.get", R"({"name":"late"})"},
-         "the API failed with com.korvex.quon.std.errors.error and says no more; see the daemon's"},
+         "the API failed with com.korvex.quon.std.errors.error and gave no reason; see the "
+         "daemon's"},
         {{"call", "com.korvex.oru.observability.reports.get", R"({"name":"memory"})"},
          "the API has nothing of that name (com.korvex.quon.std.errors.not_found); \"sentrelctl"},
         {{"call", kList, "[]"}, "the parameters are not a JSON object; write them as"},
@@ -231,11 +232,12 @@ TEST_F(ReportCommands, ReportFailuresWithAdvice) {
          "Connection refused; start sentrel (\"systemctl start sentrel\"), or"},
         {{"list", "--api", "http://127.0.0.1:9996"}, "answered, but is not the sentrel API; name"},
         {{"list", "--api", "http://192.0.2.1:9984"},
-         "which is not on this host's loopback; name the file of one with --token-file"},
-        {{"list", "memory"}, "no report named \"memory\"; \"sentrelctl list\" names"},
-        {{"list", "--api", "127.0.0.1:9984"}, "is no address of the API; write it as http://"},
-        {{"list", "--api", "http://[::1"}, "names no host and port; write it as http://"},
-        {{"list", "--api", "http://127.0.0.1:99999"}, "names no host and port; write it as"},
+         "which is not on this host's loopback; give one with --token-file"},
+        {{"list", "memory"}, "no report named \"memory\"; see \"sentrelctl list\""},
+        {{"list", "--api", "127.0.0.1:9984"},
+         "invalid address \"127.0.0.1:9984\" for --api; write it as http://"},
+        {{"list", "--api", "http://[::1"}, "for --api; write it as http://"},
+        {{"list", "--api", "http://127.0.0.1:99999"}, "for --api; write it as"},
     };
     for (const Row& row : rows) {
         ExpectFailure(Run(row.arguments), row.error);
@@ -247,7 +249,7 @@ TEST_F(ReportCommands, ReportFailuresWithAdvice) {
     ASSERT_EQ(daemon->Stop(), 0);
     ExpectFailure(Run({"list"}),
                   "cannot reach the API at http://127.0.0.1:9984: Connection "
-                  "refused; start sentrel (\"systemctl start sentrel\"), or use --offline");
+                  "refused; start sentrel");
     ExpectFailure(Run({"call", "a.b"}), "sentrel\"), or name another address with --api");
 }
 

@@ -66,7 +66,7 @@ TEST_F(Monitoring, CheckFollowsTheConvention) {
         {{"broken"},
          3,
          "UNKNOWN - broken INVALID: it cannot be read; see \"sentrelctl history broken\"\n"},
-        {{"none"}, 3, "UNKNOWN - there is no report \"none\"; see \"sentrelctl list\"\n"},
+        {{"none"}, 3, "UNKNOWN - no report named \"none\"; see \"sentrelctl list\"\n"},
         {{"odd", "cpu"}, 3, "UNKNOWN - odd NONE: fine; cpu OK: fine\n"},
         {{"cpu", "odd", "net"}, 2, "ERROR - net ERROR; odd NONE: fine; cpu OK: fine\n"},
         {{"cpu", "--json"},
@@ -92,7 +92,7 @@ TEST_F(Monitoring, CheckReportsEveryFailureAsUnknown) {
         EXPECT_EQ(Run(arguments).status, 3);
     }
     EXPECT_THAT(RunTool({"check", "cpu", "--api", "nonsense"}).output,
-                HasSubstr("UNKNOWN - \"nonsense\" is no address of the API"));
+                HasSubstr("UNKNOWN - invalid address \"nonsense\""));
 }
 
 TEST_F(Monitoring, MetricsFitBothFormats) {

@@ -85,7 +85,7 @@ TEST_F(SightCommands, SilencedReportsAreShownAndCountedSeparately) {
     Post("fine", 0, "{}");
     EXPECT_EQ(Run({"silence", "raid", "--for", "2h"}).status, 2);
     EXPECT_THAT(Run({"silence", "Radi", "--for", "1h", "--because", "x"}).error,
-                HasSubstr("no report named \"Radi\" is stored; did you mean \"raid\"?"));
+                HasSubstr("no report named \"Radi\"; did you mean \"raid\"?"));
     (void)OutputOf({"silence", "fan", "--for", "1h", "--because", "x"});
     (void)OutputOf({"silence", "RAID", "--for", "2h", "--because", "disk is ordered"});
     (void)OutputOf({"silence", "fan", "--end"});

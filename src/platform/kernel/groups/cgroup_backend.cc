@@ -71,7 +71,7 @@ std::string EnableMemory(const CgroupDirectory& cgroup, const std::string& direc
 std::string Reserve(const CgroupDirectory& cgroup, const std::string& directory,
                     unsigned megabytes) {
     const int error = cgroup.Reserve(megabytes * kBytesOfMB);
-    return error == 0 ? "" : directory + "/memory.min cannot be written: " + ErrorText(error);
+    return error == 0 ? "" : "cannot write " + directory + "/memory.min: " + ErrorText(error);
 }
 
 }  // namespace
@@ -219,11 +219,11 @@ std::string CgroupBackend::Limit(std::string_view path, const GroupLimits& limit
     const int memoryError = group.LimitMemory(limits.memoryMB * kBytesOfMB);
     const int processError = group.LimitProcesses(limits.processes);
     if (memoryError != 0) {
-        return directory + "/memory.max cannot be written: " + ErrorText(memoryError);
+        return "cannot write " + directory + "/memory.max: " + ErrorText(memoryError);
     }
     return processError == 0
                ? ""
-               : directory + "/pids.max cannot be written: " + ErrorText(processError);
+               : "cannot write " + directory + "/pids.max: " + ErrorText(processError);
 }
 
 GroupState CgroupBackend::Show(std::string_view path) {
