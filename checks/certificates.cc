@@ -60,6 +60,7 @@ std::optional<double> DaysLeft(const std::string& text, long long now) {
 std::vector<std::string> Expand(const std::string& pattern) {
     glob_t found{};
     std::vector<std::string> paths;
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): this program has one thread
     if (::glob(pattern.c_str(), GLOB_NOCHECK, nullptr, &found) == 0) {
         paths.assign(found.gl_pathv, found.gl_pathv + found.gl_pathc);
     }

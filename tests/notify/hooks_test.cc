@@ -22,7 +22,7 @@ using testing::HasSubstr;
 class NotifyHooks : public testing::Test {
   protected:
     std::string Add(const std::string& name, const std::string& text, fs::perms mode) {
-        const std::string path = directory.Path() + name;
+        std::string path = directory.Path() + name;
         ::Test::WriteFile(path, text);
         fs::permissions(path, mode);
         return path;

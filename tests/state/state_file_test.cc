@@ -26,10 +26,10 @@ using testing::StartsWith;
 
 const TemporaryDirectory& Root() {
     // The host root is read once in a process.
-    static const TemporaryDirectory root;
-    static const int isSet = ::setenv("SENTREL_ROOT", root.Path().c_str(), 1);
-    EXPECT_EQ(isSet, 0);
-    return root;
+    static const TemporaryDirectory sRoot;
+    static const int sIsSet = ::setenv("SENTREL_ROOT", sRoot.Path().c_str(), 1);
+    EXPECT_EQ(sIsSet, 0);
+    return sRoot;
 }
 
 class StateFile : public testing::Test {
@@ -126,7 +126,7 @@ TEST_F(StateFile, IsIgnoredWithoutItsDaemon) {
 }
 
 TEST_F(StateFile, IsOptional) {
-    std::ofstream(directory.parent_path().parent_path());  // a file where a directory is to be
+    ::Test::WriteFile(directory.parent_path().parent_path(), "");  // where a directory is to be
     writer.Open(Pellmar::Service::Logger::sDefaultLogger);
     EXPECT_THAT(log.Lines(), ElementsAre(StartsWith("5 sentrel: No state file, so ")));
     writer.AddPlugin("cpu", 0);

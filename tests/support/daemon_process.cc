@@ -124,6 +124,7 @@ DaemonProcess::DaemonProcess(const DaemonOptions& options) {
     OrThrow(process.Get(), "a handle on the daemon");
 }
 
+// NOLINTNEXTLINE(bugprone-exception-escape): a daemon that survives SIGKILL ends all tests
 DaemonProcess::~DaemonProcess() {
     Kill();
     if (testing::Test::HasFailure()) {

@@ -45,7 +45,7 @@ class DaemonProcess {
     // std::system_error when there can be no process; a program that cannot be executed ends with
     // status 127.
     explicit DaemonProcess(const DaemonOptions& options);
-    ~DaemonProcess();
+    ~DaemonProcess();  // NOLINT(bugprone-exception-escape): see its definition
     DaemonProcess(const DaemonProcess&) = delete;
     DaemonProcess& operator=(const DaemonProcess&) = delete;
 

@@ -33,8 +33,8 @@ Judgement JudgePort(const SettingValue& stored) {
         return {
             Severity::Warning,
             "is a privileged port, which an unprivileged daemon cannot bind, so it may not start",
-            "sentrelctl config set sentrel.http_port VALUE, from " +
-                std::to_string(kFirstUnprivilegedPort) + " to " + std::to_string(kMaxPort)};
+            "sentrelctl config set sentrel.http_port VALUE (from " +
+                std::to_string(kFirstUnprivilegedPort) + " to " + std::to_string(kMaxPort) + ")"};
     }
     return {};
 }

@@ -98,8 +98,8 @@ class EntryCheck {
         const Judgement judgement = Judge(setting, value);
         if (judgement.severity != Severity::Good) {
             Add(judgement.severity, NameOf(setting), Quoted(value) + " " + judgement.text,
-                judgement.remedy.empty() ? "sentrelctl config set " + NameOf(setting) +
-                                               " VALUE, which is " + AcceptedValues(setting)
+                judgement.remedy.empty() ? "sentrelctl config set " + NameOf(setting) + " VALUE (" +
+                                               AcceptedValues(setting) + ")"
                                          : judgement.remedy);
         }
     }

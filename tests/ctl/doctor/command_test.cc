@@ -145,7 +145,7 @@ TEST_F(DoctorCommand, ReportsEachFaultOfABrokenHost) {
     EXPECT_THAT(Run({"doctor", "--json"}).output,
                 HasSubstr("\"correct the settings first, then: "));
     std::filesystem::remove(host.WriteStoreEntry("pellmar", ""));
-    EXPECT_THAT(OutputOf({"group", "kill"}), HasSubstr("Ended 1 process.\n"));
+    EXPECT_THAT(OutputOf({"group", "kill"}), HasSubstr("Killed 1 process.\n"));
     EXPECT_TRUE(old.HasEnded());
 }
 
@@ -205,7 +205,7 @@ TEST_F(DoctorCommand, NamesTheProcessThatHoldsThePortOfAStoppedDaemon) {
         ExpectFinding(findings, "error", "daemon",
                       "held by process " + std::to_string(::getpid()) + " (");
         ExpectFinding(findings, "error", "intake port",
-                      "port 9996 listens on 0.0.0.0, every address of this host");
+                      "port 9996 is open on 0.0.0.0");
     }
     {
         const Sys::OwnedFd stranger = ListenAt("127.0.0.1", 9984);

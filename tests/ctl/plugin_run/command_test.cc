@@ -86,7 +86,7 @@ TEST_F(PluginRun, JudgesTheRunAndItsReports) {
         {"post /plug $json \"$good\"; interrupt; exec sleep 1000", 1, "SIGTERM", "plug 200 ",
          "the run was interrupted\n"},
         {"trap interrupt TERM; post /plug $json \"$good\"; interrupt; while :; do :; done", 1,
-         "SIGKILL", "plug 200 ", "interrupted, and did not exit on SIGTERM\n"},
+         "SIGKILL", "plug 200 ", "interrupted, and the plugin did not exit on SIGTERM\n"},
         {"echo why >&2", 1, "0", "", "posted no report"},
         {"echo why >&2; post /plug $json \"${good/: 1/: 4}\"", 1, "0", "plug 200 ",
          "says UNKNOWN, and it wrote to standard error"},

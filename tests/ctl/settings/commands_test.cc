@@ -77,13 +77,13 @@ TEST_F(ConfigCommands, GetShowsTheEffectiveValueAndItsOrigin) {
          "sentrel.fast_queue/time_period_in_mins", 7, "host file", ""},
         {"sentrel", R"({"plugin_resource_pool_size_MB": 501})",
          "sentrel.plugin_resource_pool_size_MB", 40, "default",
-         "\"501\" in the host file does not count"},
+         "\"501\" in the host file is ignored"},
         {"cpu", R"({"frequency": "Slowly"})", "cpu.frequency", "slow", "host file",
          "\"Slowly\" in the host file counts as this"},
         {"cpu", R"({"frequency": "hourly"})", "cpu.frequency", "fast", "default",
-         "\"hourly\" in the host file does not count"},
+         "\"hourly\" in the host file is ignored"},
         {"cpu", R"({"log_level": "warn"})", "cpu.log_level", nullptr, "default",
-         "\"warn\" in the host file does not count"},
+         "\"warn\" in the host file is ignored"},
         {"pellmar", R"({"log": {"level": 7}})", "pellmar.log/level", 7, "host file", ""},
     };
     for (const Row& row : rows) {
@@ -235,9 +235,9 @@ TEST_F(ConfigCommands, CheckFindsSettingsThatTheDaemonIgnores) {
     };
     const Row rows[] = {
         {"sentrel", "{\n\n1}", "error", "entry sentrel", ".json:3:1: "},
-        {"sentrel", R"({"http_port": 0})", "error", "sentrel.http_port", "0 is no port"},
+        {"sentrel", R"({"http_port": 0})", "error", "sentrel.http_port", "0 is not a port"},
         {"sentrel", R"({"http_port": 9984})", "error", "sentrel.http_port", "port of the API"},
-        {"sentrel", R"({"http_port": 80})", "warning", "sentrel.http_port", "without privileges"},
+        {"sentrel", R"({"http_port": 80})", "warning", "sentrel.http_port", "privileged port"},
         {"sentrel", R"({"http_port": 9996})", "notice", "sentrel.http_port", "repeats the vendor"},
         {"sentrel", R"({"fast_queue": {"time_period_in_mins": 4}})", "warning",
          "sentrel.fast_queue/time_period_in_mins", "4 is ignored; 5 is used instead"},

@@ -1,4 +1,6 @@
 // "status", "get" and "page" against a daemon.
+#include "support/http_client.h"
+#include "support/stored_report.h"
 #include "support/tool_host.h"
 
 #include <gmock/gmock.h>
@@ -111,7 +113,7 @@ TEST_F(SightCommands, SilencedReportsAreShownAndCountedSeparately) {
     }
     WriteFile(host.Root() + "/var/lib/korvex/sentrel/silences.json", "[]");
     EXPECT_THAT(Run({"list"}).error, HasSubstr("silences.json is not a list of silences"));
-    EXPECT_THAT(Run({"doctor"}).output, ContainsRegex("\nwarning +silences .*not a list"));
+    EXPECT_THAT(Run({"doctor"}).output, ContainsRegex("warning +silences .*not a list"));
 }
 
 TEST_F(SightCommands, GetShowsMetricsAgainstTheirLimitsAndHistoryWhatChanged) {

@@ -18,7 +18,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 // Made before main, as loggers that are statics are.
-const Ref<Logger> earlyLogger = Logger::CreateLogger(Logger::sDefaultLogger, "early");
+const Ref<Logger> kEarlyLogger = Logger::CreateLogger(Logger::sDefaultLogger, "early");
 
 std::string MessageOf(std::string_view format, const std::vector<LogArgument>& arguments) {
     const CapturedLog log;
@@ -84,8 +84,8 @@ TEST(Logger, EscapesWhatIsNotPrintableInArguments) {
 TEST(Logger, CutsLongArgumentsBelowTracing) {
     const CapturedLog log;
     const std::string whole = std::string(1023, 'x') + "\u00e4y";
-    LogInternal(earlyLogger, 6, "<%1> <%2>", whole, "z");
-    LogInternal(earlyLogger, 7, "<%1>", whole);
+    LogInternal(kEarlyLogger, 6, "<%1> <%2>", whole, "z");
+    LogInternal(kEarlyLogger, 7, "<%1>", whole);
     EXPECT_THAT(log.Lines(), ElementsAre("6 early: <" + std::string(1023, 'x') + "> <z>",
                                          "7 early: <" + whole + ">"));
 }
@@ -103,10 +103,10 @@ TEST(Logger, FormatsNothingBelowItsLevel) {
     const CapturedLog log;
     Logger::sDefaultLogger->SetLevel(5);
     int uses = 0;
-    LogInternal(earlyLogger, 6, "%1", CountedText{uses});
+    LogInternal(kEarlyLogger, 6, "%1", CountedText{uses});
     EXPECT_THAT(log.Lines(), IsEmpty());
     EXPECT_EQ(uses, 0);
-    LogInternal(earlyLogger, 5, "%1", CountedText{uses});
+    LogInternal(kEarlyLogger, 5, "%1", CountedText{uses});
     EXPECT_THAT(log.Lines(), ElementsAre("5 early: text"));
 }
 
