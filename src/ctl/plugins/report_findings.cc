@@ -75,8 +75,7 @@ void CheckReport(const std::string& subject, const std::string& directory,
             findings.push_back(
                 {Severity::Notice, subject, failure.WhatHappened(), "run this as root", true});
         } else if (::access(path.c_str(), F_OK) == 0) {  // else its link is just being renewed
-            findings.push_back(
-                {Severity::Warning, subject, failure.WhatHappened(), "remove it"});
+            findings.push_back({Severity::Warning, subject, failure.WhatHappened(), "remove it"});
         }
         return;
     }

@@ -204,8 +204,7 @@ TEST_F(DoctorCommand, NamesTheProcessThatHoldsThePortOfAStoppedDaemon) {
         const Json findings = findingsNow();
         ExpectFinding(findings, "error", "daemon",
                       "held by process " + std::to_string(::getpid()) + " (");
-        ExpectFinding(findings, "error", "intake port",
-                      "port 9996 is open on 0.0.0.0");
+        ExpectFinding(findings, "error", "intake port", "port 9996 is open on 0.0.0.0");
     }
     {
         const Sys::OwnedFd stranger = ListenAt("127.0.0.1", 9984);
