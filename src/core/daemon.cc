@@ -18,6 +18,8 @@
 #include <cstdint>
 #include <exception>
 
+#include <malloc.h>
+
 namespace Sentrel {
 
 Daemon::Daemon() = default;
@@ -56,6 +58,8 @@ void Daemon::Start(const std::string& reportDirectory) {
     Pellmar::Service::LogInternal(Pellmar::Service::GetApp().GetLogger(), 5,
                                   {.event = Pellmar::Service::LogEvent::Start},
                                   "quon endpoint started at %1", kApiPort);
+    (void)::malloc_trim(
+        0);  // what reading settings and metadata needed; the result does not matter
 }
 
 void Daemon::TearDown() {
