@@ -6,7 +6,7 @@ import json
 import os
 
 import process_stats
-from results import Samples, api_table_text, calls_text, flatness_text
+from results import Samples, api_table_text, calls_text, flatness_text, ratios_of
 from servers import ApiFloor, BenchFailure, Daemon, Nginx, write_file
 
 API_PORT = 9984
@@ -104,6 +104,8 @@ class ApiBench:
         self.results = collections.defaultdict(Samples)  # (row, target)
 
     def run(self, stack):
+        """Returns the ratios of sentrel to the other targets; none if only system calls are counted."""
+        options, calls = self.bench.options, []
         made = {"sentrel": lambda: self.daemon, "nginx": lambda: Nginx(self.folder),
                 "floor": lambda: ApiFloor(self.bench.program("bench_api_floor"), self.folder, self.daemon)}
         for target in self.targets:
@@ -115,15 +117,18 @@ class ApiBench:
             rows = [row for row in self.rows if row.names == names]
             for row in rows:
                 self.prepare(row)
-            if self.bench.options.calls:
-                self.count_calls(rows)
-            else:
+            if not options.calls:
                 self.run_rounds(rows)
-        if not self.bench.options.calls:
+            if options.calls or not options.quick:
+                calls += self.count_calls(rows)
+        if not options.calls:
             if "sentrel" in self.targets:
                 self.measure_memory()
             print("\n" + api_table_text(self.rows, self.targets, self.results, self.bytes))
-            print("\n" + flatness_text(self.rows, self.targets, self.results), flush=True)
+            print("\n" + flatness_text(self.rows, self.targets, self.results))
+        for line in calls:
+            print(line, flush=True)
+        return {} if options.calls else ratios_of(self.rows, self.targets, self.results, "cpu", "server")
 
     def load(self, row, target, *others):
         server = self.servers[target]
@@ -168,11 +173,14 @@ class ApiBench:
         self.bench.progress("")
 
     def count_calls(self, rows):
+        """One line for each row and target."""
+        lines = []
         for row in rows:
             calls = 5 if row.names > 1000 else 50
             for target, server in self.servers.items():
                 result, path = self.bench.trace(server, lambda target=target: self.load(row, target, "--calls", calls))
-                print(f"{target} {row.name}: {calls_text(path, result['posts'])}", flush=True)
+                lines.append(f"{target} {row.name}: {calls_text(path, result['posts'])}")
+        return lines
 
     def measure_memory(self):
         """Of large answers: what stays of them, and what one takes at its peak."""

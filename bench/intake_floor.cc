@@ -1,5 +1,6 @@
-// The floor of a post: the file system calls that store and link a report, in a loop without HTTP.
-// The daemon's additional time is the cost of its HTTP and queues.
+// The floor of a post: the file system calls that store and link a report, in a loop without HTTP,
+// by names relative to an open directory, so that no call walks the path. The daemon's additional
+// time is the cost of its HTTP, its queues and of following a directory that is moved or replaced.
 #include "command_line.h"
 #include "measurement.h"
 #include "platform/sys/owned_fd.h"
@@ -40,12 +41,13 @@ void Require(bool done, const char* call, const std::string& path) {
 // The files of one report name, written like the daemon's report roller. One thread at a time.
 class Ring {
   public:
-    Ring(const std::string& directory, const std::string& name)
-        : linkPath(directory + "/" + name + ".json") {
+    // `directory` is a descriptor of the directory at `path`.
+    Ring(int directory, const std::string& path, const std::string& name)
+        : directory(directory), link(name + ".json") {
         for (std::size_t index = 0; index < kRingFiles; ++index) {
-            const std::string fileName = name + "-" + std::to_string(index) + ".json";
-            received.at(index) = std::string(directory).append("/.").append(fileName);
-            stored.at(index) = std::string(directory).append("/").append(fileName);
+            stored.at(index) = name + "-" + std::to_string(index) + ".json";
+            received.at(index) = "." + stored.at(index);
+            linked.at(index) = path + "/" + stored.at(index);
         }
     }
 
@@ -53,29 +55,33 @@ class Ring {
     void Post(const std::string& body) {
         const std::string& temporary = received.at(slot);
         const std::string& target = stored.at(slot);
+        const std::string& linkTarget = linked.at(slot);
         slot = (slot + 1) % kRingFiles;
         WriteNew(temporary, body);
+        Require(::renameat(directory, temporary.c_str(), directory, target.c_str()) == 0, "rename",
+                temporary);
         struct stat status{};
-        Require(::lstat(temporary.c_str(), &status) == 0, "lstat", temporary);
-        Require(::rename(temporary.c_str(), target.c_str()) == 0, "rename", temporary);
-        if (::lstat(linkPath.c_str(), &status) == 0) {
-            Require(::unlink(linkPath.c_str()) == 0, "unlink", linkPath);
+        if (::fstatat(directory, link.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0) {
+            Require(::unlinkat(directory, link.c_str(), 0) == 0, "unlink", link);
         }
-        Require(::symlink(target.c_str(), linkPath.c_str()) == 0, "symlink", linkPath);
+        Require(::symlinkat(linkTarget.c_str(), directory, link.c_str()) == 0, "symlink", link);
     }
 
   private:
-    static void WriteNew(const std::string& path, const std::string& body) {
-        Sys::OwnedFd file(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0640));
-        Require(file.IsOpen(), "open", path);
+    void WriteNew(const std::string& name, const std::string& body) const {
+        Sys::OwnedFd file(
+            ::openat(directory, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0640));
+        Require(file.IsOpen(), "open", name);
         const ssize_t written = ::write(file.Get(), body.data(), body.size());
-        Require(written == static_cast<ssize_t>(body.size()), "write", path);
-        Require(::close(file.Release()) == 0, "close", path);
+        Require(written == static_cast<ssize_t>(body.size()), "write", name);
+        Require(::close(file.Release()) == 0, "close", name);
     }
 
-    std::string linkPath;
+    int directory;
+    std::string link;
     std::array<std::string, kRingFiles> received;
     std::array<std::string, kRingFiles> stored;
+    std::array<std::string, kRingFiles> linked;  // what the link says
     std::size_t slot = 0;
 };
 
@@ -89,9 +95,12 @@ struct Plan {
 
 // Posts to every `threads`th name from `first` on, in turn, until the time is up.
 Measurement PostUntilTimeIsOver(const Plan& plan, std::size_t first) {
+    const Sys::OwnedFd directory(
+        ::open(plan.directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    Require(directory.IsOpen(), "open", plan.directory);
     std::vector<Ring> rings;
     for (std::size_t name = first; name < plan.names; name += plan.threads) {
-        rings.emplace_back(plan.directory, "floor" + std::to_string(name));
+        rings.emplace_back(directory.Get(), plan.directory, "floor" + std::to_string(name));
     }
     Measurement result;
     for (std::size_t round = 0; round < kRingFiles; ++round) {  // from here on every slot is used

@@ -3,6 +3,7 @@
 import statistics
 
 WIDTH = 8  # of a column
+KEPT_TOLERANCE = 0.1  # less is noise on a machine that has other things to do
 
 
 class Samples:
@@ -57,6 +58,21 @@ def intake_table_text(rows, targets, results):
         ("waits/post", servers, lambda row: [f"{results[row, target].waits_per_post():.2f}" for target in servers]),
     ]
     return table_text(rows, groups)
+
+
+def ratios_of(rows, targets, results, figure, key):
+    """{"ROW FIGURE/TARGET": the figure (a key of the results) of sentrel divided by that of the other target}"""
+    others = [target for target in targets if target != "sentrel"] if "sentrel" in targets else []
+    return {f"{row.name} {figure}/{other}": results[row, "sentrel"].ratio(results[row, other], key)
+            for row in rows for other in others}
+
+
+def comparison_text(ratios, kept):
+    """Which ratios differ by more than KEPT_TOLERANCE from the kept ones."""
+    changed = [f"  {name:24} {ratios[name]:6.2f}, kept {kept[name]:6.2f}" for name in ratios
+               if name in kept and abs(ratios[name] - kept[name]) > KEPT_TOLERANCE * kept[name]]
+    count = len(ratios.keys() & kept.keys())
+    return "\n".join([f"{count - len(changed)} of {count} ratios are within {KEPT_TOLERANCE:.0%} of the kept ones", *changed])
 
 
 def table_text(rows, groups):
