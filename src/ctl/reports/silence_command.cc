@@ -38,13 +38,11 @@ void WarnOfUnknown(const GivenOptions& options, const std::string& name) {
     try {
         Host host = HostOf(options);
         host.isOffline = true;
-        const std::vector<JudgedReport> reports = ReadJudgedReports(host, {});
-        if (!MissingNames(reports, {name}).empty()) {
-            std::vector<std::string> known;
-            known.reserve(reports.size());
-            for (const JudgedReport& report : reports) {
-                known.push_back(report.report.name);
-            }
+        std::vector<std::string> known;
+        for (JudgedReport& report : ReadJudgedReports(host, {})) {
+            known.push_back(std::move(report.report.name));
+        }
+        if (!MissingNames(known, {name}).empty()) {
             NoteOnce("warning: no report named \"" + name + "\"; " +
                      NearNamesAdvice(name, known, "see \"sentrelctl list\""));
         }

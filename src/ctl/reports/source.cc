@@ -48,9 +48,10 @@ constexpr std::size_t kNamesOfGroup = 32;
 // A report that was read replaces one that was not. The name stays that of the link; of two links
 // whose names differ in case, the newer report counts.
 void Add(StoredReport report, ReportMap& reports) {
-    const auto [entry, isNew] = reports.try_emplace(report.name, report);
-    StoredReport& known = entry->second;
-    if (!isNew && !report.status.empty() && (known.status.empty() || known.time < report.time)) {
+    StoredReport& known = reports[report.name];
+    if (known.name.empty()) {
+        known = std::move(report);
+    } else if (!report.status.empty() && (known.status.empty() || known.time < report.time)) {
         report.name = known.name;
         known = std::move(report);
     }

@@ -248,12 +248,12 @@ std::vector<JudgedReport> ReadJudgedReports(const Host& host,
     return judged;
 }
 
-std::vector<std::string> MissingNames(const std::vector<JudgedReport>& rows,
+std::vector<std::string> MissingNames(const std::vector<std::string>& present,
                                       const std::vector<std::string>& names) {
     std::vector<std::string> missing;
     for (const std::string& name : names) {
-        if (std::none_of(rows.begin(), rows.end(), [&name](const JudgedReport& row) {
-                return Sentrel::IsSameReportName(row.report.name, name);
+        if (std::none_of(present.begin(), present.end(), [&name](const std::string& one) {
+                return Sentrel::IsSameReportName(one, name);
             })) {
             missing.push_back('"' + name + '"');
         }
@@ -261,12 +261,7 @@ std::vector<std::string> MissingNames(const std::vector<JudgedReport>& rows,
     return missing;
 }
 
-std::vector<std::string> WarningsOf(const std::vector<JudgedReport>& rows) {
-    std::vector<std::string> names;
-    names.reserve(rows.size());
-    for (const JudgedReport& row : rows) {
-        names.push_back(row.report.name);
-    }
+std::vector<std::string> WarningsOf(const std::vector<std::string>& names) {
     std::vector<std::string> warnings;
     for (const NameConflict& conflict : FindNameConflicts(names)) {
         warnings.push_back(conflict.why + "; rename one of the two");

@@ -90,11 +90,11 @@ void AddSilences(std::vector<JudgedReport>& reports, std::chrono::system_clock::
 std::vector<JudgedReport> ReadJudgedReports(const Host& host,
                                             const std::vector<std::string>& names);
 
-// The names that no row has, in quotes.
-std::vector<std::string> MissingNames(const std::vector<JudgedReport>& rows,
+// Those of `names` that are not among the present ones, in quotes. Case is ignored.
+std::vector<std::string> MissingNames(const std::vector<std::string>& present,
                                       const std::vector<std::string>& names);
 
-// Warnings about names among the rows that share files.
-std::vector<std::string> WarningsOf(const std::vector<JudgedReport>& rows);
+// Warnings about report names that share files.
+std::vector<std::string> WarningsOf(const std::vector<std::string>& names);
 
 }  // namespace Ctl

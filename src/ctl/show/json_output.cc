@@ -11,9 +11,12 @@ namespace Ctl {
 
 using OrderedJson = nlohmann::ordered_json;
 
+std::string JsonText(const OrderedJson& document) {
+    return PrintableJson(document.dump(-1, ' ', false, OrderedJson::error_handler_t::replace));
+}
+
 void WriteJson(const OrderedJson& document, std::ostream& output) {
-    output << PrintableJson(document.dump(-1, ' ', false, OrderedJson::error_handler_t::replace))
-           << '\n';
+    output << JsonText(document) << '\n';
 }
 
 void WriteFailureJson(const std::exception& failure, int code, std::ostream& output) {

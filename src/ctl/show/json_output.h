@@ -9,8 +9,11 @@
 
 namespace Ctl {
 
-// Writes the document in one line. Bytes that are not UTF-8 become U+FFFD; characters that are
-// unsafe on a terminal are escaped.
+// The document in one line. Bytes that are not UTF-8 become U+FFFD; characters that are unsafe on a
+// terminal are escaped.
+std::string JsonText(const nlohmann::ordered_json& document);
+
+// Writes that text and a newline.
 void WriteJson(const nlohmann::ordered_json& document, std::ostream& output);
 
 // Writes the failure of a command with --json: {"error": {"message", "advice", "code"}}, in one

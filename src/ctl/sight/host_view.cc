@@ -115,6 +115,15 @@ HostView ViewHost(const Host& host) {
     return view;
 }
 
+std::vector<std::string> NamesOf(const HostView& view) {
+    std::vector<std::string> names;
+    names.reserve(view.reports.size());
+    for (const ViewedReport& report : view.reports) {
+        names.push_back(report.judged.report.name);
+    }
+    return names;
+}
+
 void AddStoredReports(const Host& host, HostView& view) {
     try {
         const std::string directory = RequireReportDirectory(host);

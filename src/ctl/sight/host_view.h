@@ -54,6 +54,9 @@ HostView ViewStored(const Host& host, std::vector<StoredReport> reports,
 // why.
 HostView ViewHost(const Host& host);
 
+// The names of its reports, in their order.
+std::vector<std::string> NamesOf(const HostView& view);
+
 // Adds the stored reports of each name, if the report directory can be read.
 void AddStoredReports(const Host& host, HostView& view);
 

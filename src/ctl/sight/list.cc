@@ -17,12 +17,11 @@
 #include <algorithm>
 #include <array>
 #include <ostream>
+#include <utility>
 
 namespace Ctl {
 
 namespace {
-
-using OrderedJson = nlohmann::ordered_json;
 
 constexpr std::array<const char*, 3> kSortKeys = {"name", "age", "state"};
 constexpr std::array<const char*, 5> kColumnNames = {"name", "state", "age", "reason", "next"};
@@ -141,6 +140,17 @@ void WriteList(const HostView& view, const GivenOptions& options,
     }
 }
 
+// One report at a time: all of them together may take hundreds of megabytes.
+void WriteListJson(const HostView& view, const std::vector<std::string>& warnings,
+                   std::ostream& output) {
+    output << R"({"reports":[)";
+    const char* separator = "";
+    for (const ViewedReport& report : view.reports) {
+        output << std::exchange(separator, ",") << JsonText(ToJson(report.judged));
+    }
+    output << R"(],"warnings":)" << JsonText(warnings) << "}\n";
+}
+
 int RunList(const Arguments& arguments, std::ostream& output) {
     const GivenOptions& options = arguments.options;
     std::vector<ReportState> states;
@@ -157,16 +167,12 @@ int RunList(const Arguments& arguments, std::ostream& output) {
     const bool showsNext = std::find(columns.begin(), columns.end(), "next") != columns.end();
     const Host host = showsNext ? HostInView(options) : HostOf(options);
     HostView view = ViewReports(host, arguments.operands);
-    std::vector<JudgedReport> judged;
-    judged.reserve(view.reports.size());
-    for (const ViewedReport& report : view.reports) {
-        judged.push_back(report.judged);
-    }
-    const std::vector<std::string> missing = MissingNames(judged, arguments.operands);
-    if (!missing.empty() && judged.empty()) {
+    const std::vector<std::string> names = NamesOf(view);
+    const std::vector<std::string> missing = MissingNames(names, arguments.operands);
+    if (!missing.empty() && names.empty()) {
         throw FailureOf(arguments.operands, missing, host);
     }
-    const std::vector<std::string> warnings = WarningsOf(judged);
+    const std::vector<std::string> warnings = WarningsOf(names);
     std::erase_if(view.reports, [&states](const ViewedReport& report) {
         return !states.empty() &&
                std::find(states.begin(), states.end(), report.judged.state) == states.end();
@@ -176,11 +182,7 @@ int RunList(const Arguments& arguments, std::ostream& output) {
         std::reverse(view.reports.begin(), view.reports.end());
     }
     if (options.Has("--json")) {
-        OrderedJson reports = OrderedJson::array();
-        for (const ViewedReport& report : view.reports) {
-            reports.push_back(ToJson(report.judged));
-        }
-        WriteJson({{"reports", std::move(reports)}, {"warnings", warnings}}, output);
+        WriteListJson(view, warnings, output);
     } else {
         for (const std::string& warning : warnings) {
             NoteOnce("warning: " + warning);

@@ -73,15 +73,13 @@ void WriteChanges(const HostChanges& changes, bool daemonRuns, std::ostream& out
 std::vector<std::string> OthersThan(ReportState state, const HostView& view,
                                     const std::vector<std::string>& names) {
     std::vector<std::string> others;
-    std::vector<JudgedReport> present;
     for (const ViewedReport& report : view.reports) {
-        present.push_back(report.judged);
         if (report.judged.state != state) {
             others.push_back(report.judged.report.name + " is " +
                              std::string(NameOf(report.judged.state)));
         }
     }
-    for (const std::string& name : MissingNames(present, names)) {
+    for (const std::string& name : MissingNames(NamesOf(view), names)) {
         others.push_back(name + " is not stored");
     }
     if (view.reports.empty() && names.empty()) {
