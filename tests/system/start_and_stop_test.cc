@@ -122,19 +122,6 @@ TEST_F(StartAndStop, RefusesUnknownOptions) {
     }
 }
 
-TEST_F(StartAndStop, RefusesEveryPostWithoutAReportDirectory) {
-    DaemonOptions options = Options();
-    options.arguments.clear();
-    Start(options);
-    EXPECT_EQ(HttpClient().Post("/cpu", "{}"), 500);
-    EXPECT_EQ(HttpClient().Post("/mem", "{}"), 500);
-    EXPECT_THAT(LogFrom(0, "3 SentrelHandler"),
-                ElementsAre("3 SentrelHandler: Invalid directory: ",
-                            "3 SentrelHandler: Error opening directory : '' is not a directory",
-                            "3 SentrelHandler: Invalid directory: ",
-                            "3 SentrelHandler: Error opening directory : '' is not a directory"));
-}
-
 TEST_F(StartAndStop, RefusesARelativeRoot) {
     DaemonOptions options = Options();
     options.root = "host";

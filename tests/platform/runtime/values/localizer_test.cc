@@ -7,7 +7,6 @@
 
 namespace {
 
-using Quon::L10n::kMaxArgumentBytes;
 using Quon::L10n::LocalizableMessage;
 using Quon::L10n::Localizer;
 using Quon::L10n::MakeMessage;
@@ -23,17 +22,6 @@ TEST(Localizer, FillsInTheArgumentsOnceAndFallsBackToEnglish) {
     EXPECT_EQ(MakeMessage("no.such.message", {"x"}).defaultMessage, "no.such.message");
     EXPECT_NE(MakeMessage("quon.unauthorized", {"x"}).defaultMessage.find("\"%2\""),
               std::string::npos);
-}
-
-TEST(Localizer, CutsLongArgumentsBetweenCharacters) {
-    const std::string text(kMaxArgumentBytes - 1, 'a');
-    const auto argument = [](const std::string& sent) {
-        return MakeMessage("quon.invalid.content.type", {sent}).args[0];
-    };
-    EXPECT_EQ(argument(text + "b"), text + "b");
-    EXPECT_EQ(argument(text + "bc"), text + "b...");
-    EXPECT_EQ(argument(text + "\u20ac"), text + "...");
-    EXPECT_EQ(argument(std::string(400, '\x80')).size(), kMaxArgumentBytes);  // not UTF-8 at all
 }
 
 }  // namespace
