@@ -16,7 +16,6 @@ namespace {
 
 using SentrelCheck::Status;
 using Test::ExpectOutcomes;
-using Test::HostFiles;
 
 constexpr long long kNow = 1800000000;
 constexpr long long kDay = 86400;

@@ -10,15 +10,12 @@
 #include "support/host_directory.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <array>
-#include <cstring>
 #include <filesystem>
 #include <string>
 #include <string_view>
 #include <thread>
-#include <vector>
 
 #include <sys/socket.h>
 

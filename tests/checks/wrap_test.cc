@@ -7,7 +7,6 @@
 #include "support/temporary_directory.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <chrono>
 #include <stdexcept>

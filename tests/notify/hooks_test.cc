@@ -4,7 +4,6 @@
 #include "support/temporary_directory.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <chrono>
 #include <filesystem>

@@ -18,8 +18,6 @@
 
 #include <cerrno>
 #include <filesystem>
-#include <sstream>
-#include <system_error>
 
 #include <signal.h>
 #include <sys/stat.h>

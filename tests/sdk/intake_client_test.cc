@@ -4,16 +4,13 @@
 #include "support/report_listener.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <chrono>
 #include <future>
 #include <string>
-#include <vector>
 
 namespace {
 
-using SentrelCheck::IntakeAddress;
 using SentrelCheck::kMaxReportBytes;
 using SentrelCheck::PostError;
 using SentrelCheck::PostOptions;

@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <array>
-#include <sstream>
 
 #include <fcntl.h>
 #include <sys/inotify.h>

@@ -7,7 +7,6 @@
 #include "support/host_directory.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <atomic>
 #include <chrono>

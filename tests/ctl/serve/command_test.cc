@@ -3,7 +3,6 @@
 #include "support/tool_host.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
 

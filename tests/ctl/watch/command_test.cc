@@ -2,7 +2,6 @@
 #include "support/tool_host.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
 
@@ -18,7 +17,6 @@ namespace Test {
 
 namespace {
 
-using testing::HasSubstr;
 using Json = nlohmann::json;
 
 class Watch : public ToolHost {

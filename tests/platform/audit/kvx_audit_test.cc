@@ -15,7 +15,6 @@
 #include <fstream>
 #include <functional>
 #include <set>
-#include <sstream>
 #include <string>
 #include <string_view>
 #include <system_error>

@@ -8,10 +8,8 @@
 #include "support/deadline.h"
 
 #include <array>
-#include <cerrno>
 #include <memory>
 #include <stdexcept>
-#include <system_error>
 
 #include <fcntl.h>
 #include <poll.h>
