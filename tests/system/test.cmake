@@ -1,6 +1,6 @@
 set(testLabel threads)
 set(testTimeout 180)
-set(slowTests Launch.RunsOnePluginASlotAndStoresWhatItPosts)
+set(slowTests Launch.RunsOnePluginPerSlotAndStoresItsReport)
 add_dependencies(${program} sentrel check_programs quon_metadata)
 target_compile_definitions(
     ${program}
