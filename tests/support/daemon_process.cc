@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <array>
 #include <csignal>
 #include <cstddef>
@@ -133,16 +132,19 @@ DaemonProcess::~DaemonProcess() {
 }
 
 bool DaemonProcess::WaitUntilReady() {
-    while (Await(notifications.Get(), "the daemon to be ready", Deadline()) == Event::Descriptor) {
-        std::array<char, 512> message{};
-        const ssize_t size = ::recv(notifications.Get(), message.data(), message.size(), 0);
-        const std::string_view text(message.data(),
-                                    static_cast<std::size_t>(std::max<ssize_t>(size, 0)));
-        if (text.find("READY=1") != std::string_view::npos) {
-            return true;
-        }
+    std::string told;
+    do {
+        told = NextNotification();
+    } while (!told.empty() && told.find("READY=1") == std::string::npos);
+    return !told.empty();
+}
+
+std::string DaemonProcess::NextNotification() {
+    std::array<char, 512> message{};
+    if (Await(notifications.Get(), "a notification", Deadline()) == Event::Descriptor) {
+        (void)::recv(notifications.Get(), message.data(), message.size() - 1, 0);
     }
-    return false;
+    return message.data();
 }
 
 bool DaemonProcess::IsRunning() const {

@@ -52,6 +52,8 @@ class DaemonProcess {
     // Blocks until the program has told its service manager that it is ready. False when it ended
     // instead.
     bool WaitUntilReady();
+    // The next message to the service manager; empty when the program ended instead.
+    std::string NextNotification();
     bool IsRunning() const;
     pid_t GetPid() const { return pid; }
 

@@ -36,6 +36,23 @@ TEST_F(StartAndStop, ExitsWithStatus0OnASignal) {
     }
 }
 
+TEST_F(StartAndStop, FeedsTheWatchdogAndTellsThatItStops) {
+    DaemonOptions options = Options();
+    options.preparation = "export WATCHDOG_USEC=20000";
+    Start(options);
+    for (int fed = 0; fed < 2;) {
+        const std::string told = daemon->NextNotification();
+        ASSERT_NE(told, "");
+        fed += told == "WATCHDOG=1" ? 1 : 0;
+    }
+    daemon->Send(SIGTERM);
+    std::string all;
+    for (std::string told; !(told = daemon->NextNotification()).empty();) {
+        all += told + "\n";
+    }
+    EXPECT_THAT(all, HasSubstr("STOPPING=1\n"));
+}
+
 TEST_F(StartAndStop, LogsAHangUpAndContinues) {
     Start();
     for (const std::size_t hangUps : {1U, 2U}) {

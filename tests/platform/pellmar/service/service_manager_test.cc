@@ -1,113 +1,28 @@
-// Set-up and run loop, each in a child process, which has signals and an environment of its own.
-#include "platform/pellmar/service/app.h"
-
+// The variables of the service manager, each set in a child process.
 #include "platform/pellmar/service/service_manager.h"
-#include "platform/sys/owned_fd.h"
-#include "platform/tabulon/json_config.h"
+
 #include "support/captured_log.h"
-#include "support/deadline.h"
 #include "support/descriptors.h"
 #include "support/temporary_directory.h"
 
 #include <gmock/gmock.h>
 
 #include <array>
-#include <csignal>
-#include <cstddef>
 #include <cstdlib>
 #include <functional>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include <poll.h>
-#include <sys/prctl.h>
 #include <sys/socket.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace Pellmar::Service {
 namespace {
 
 using Test::CapturedLog;
-using Test::Deadline;
 using Test::TemporaryDirectory;
 using testing::HasSubstr;
-
-// Runs `body` in a child process, which exits with its result.
-class Child {
-  public:
-    explicit Child(const std::function<int()>& body) : pid(::fork()) {
-        if (pid == 0) {
-            (void)::prctl(PR_SET_PDEATHSIG, SIGKILL);  // at worst it outlives a test that crashed
-            System::QuickExit(body());
-        }
-        EXPECT_GT(pid, 0);
-    }
-    ~Child() {
-        if (!ended) {
-            Signal(SIGKILL);
-            (void)ExitStatus();
-        }
-    }
-    Child(const Child&) = delete;
-    Child& operator=(const Child&) = delete;
-
-    void Signal(int signal) const { EXPECT_EQ(::kill(pid, signal), 0); }
-    // -1 when a signal ended it.
-    int ExitStatus() {
-        int status = 0;
-        EXPECT_EQ(::waitpid(pid, &status, 0), pid);
-        ended = true;
-        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    }
-
-  private:
-    const pid_t pid;
-    bool ended = false;
-};
-
-// The service manager's end: a datagram socket in a directory.
-class NotifySocket {
-  public:
-    const std::string& Name() const { return name; }
-    std::string Receive() const {
-        Deadline().Await(receiver.Get(), POLLIN, "a notification");
-        std::array<char, 100> message{};
-        const ssize_t count = ::recv(receiver.Get(), message.data(), message.size(), 0);
-        return count < 0 ? "receive failed"
-                         : std::string(message.data(), static_cast<std::size_t>(count));
-    }
-
-  private:
-    TemporaryDirectory directory;
-    std::string name = directory.Path() + "notify";
-    Sys::OwnedFd receiver = Test::BindAt(name, SOCK_DGRAM);
-};
-
-TEST(App, RunsUntilASignalComesAndFeedsTheWatchdog) {
-    const NotifySocket manager;
-    const TemporaryDirectory root;  // a store without entries
-    Child child([&] {
-        (void)::setenv("NOTIFY_SOCKET", manager.Name().c_str(), 1);
-        (void)::setenv("WATCHDOG_USEC", "20000", 1);
-        (void)::setenv("SENTREL_ROOT", root.Path().c_str(), 1);
-        InitApp(Tabulon::CreateTabulonConfigWithFallbackToDefault(
-            {{"", "sentrel", "health", "oru", ""}}));
-        GetApp().Run();
-        return 17;
-    });
-    EXPECT_EQ(manager.Receive(), "READY=1");
-    EXPECT_EQ(manager.Receive(), "WATCHDOG=1");
-    EXPECT_EQ(manager.Receive(), "WATCHDOG=1");
-    child.Signal(SIGTERM);
-    std::string message = manager.Receive();
-    while (message == "WATCHDOG=1") {
-        message = manager.Receive();
-    }
-    EXPECT_EQ(message, "STOPPING=1");
-    EXPECT_EQ(child.ExitStatus(), 17);
-}
 
 using Environment = std::vector<std::pair<const char*, std::string>>;
 
@@ -162,6 +77,21 @@ TEST(ServiceManager, FeedsTheWatchdogOfItsOwnProcessOnly) {
     }
 }
 
+std::string Tell() {
+    ServiceManager().TellReady();
+    return "told";
+}
+
+TEST(ServiceManager, IsToldAtASocketInTheFileSystem) {
+    const TemporaryDirectory directory;
+    const std::string path = directory.Path() + "notify";
+    const Sys::OwnedFd manager = ::Test::BindAt(path, SOCK_DGRAM);
+    EXPECT_EQ(AskIn({{"NOTIFY_SOCKET", path}}, Tell), "told");
+    std::array<char, 100> message{};
+    (void)::recv(manager.Get(), message.data(), message.size(), MSG_DONTWAIT);
+    EXPECT_STREQ(message.data(), "READY=1");
+}
+
 TEST(ServiceManager, LogsInvalidVariables) {
     const TemporaryDirectory directory;
     const std::pair<const char*, std::string> notified[] = {
@@ -172,10 +102,7 @@ TEST(ServiceManager, LogsInvalidVariables) {
          directory.Path() + "nobody"},
     };
     for (const auto& [line, socket] : notified) {
-        const std::string answer = AskIn({{"NOTIFY_SOCKET", socket}}, [] {
-            ServiceManager().TellReady();
-            return std::string("told");
-        });
+        const std::string answer = AskIn({{"NOTIFY_SOCKET", socket}}, Tell);
         EXPECT_THAT(answer, testing::AllOf(testing::StartsWith("told\n"), HasSubstr(line)));
     }
     for (const char* value : {"soon", "0", "-1", "99999999999999999999"}) {
