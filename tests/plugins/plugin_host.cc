@@ -4,7 +4,7 @@
 #include "platform/kernel/groups/groups.h"
 #include "platform/kernel/spawn/process_table.h"
 #include "platform/pellmar/service/app.h"
-#include "platform/sys/owned_fd.h"
+#include "platform/sys/pid_fd.h"
 #include "platform/tabulon/json_config.h"
 #include "plugins/discovery.h"
 #include "plugins/resource_group.h"
@@ -16,14 +16,10 @@
 
 #include <gtest/gtest.h>
 
-#include <cerrno>
 #include <filesystem>
 
 #include <signal.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace PluginTest {
 
@@ -93,29 +89,18 @@ std::vector<std::string> StartLog(std::string_view daemonEntry,
                                   const std::function<void(const PluginHost&)>& prepare) {
     const PluginHost host;
     prepare(host);
-    const std::string path = kOutside.Path() + "lines";
-    const pid_t child = ::fork();
-    if (child == 0) {
+    return Test::LinesOf(Test::AnswerOfChild([&] {
         std::string text;
-        try {
-            const DrivenLauncher launcher(host, daemonEntry);
-            for (const std::string& line : launcher.Log().Lines()) {
-                text += line + '\n';
-            }
-        } catch (const std::exception& exception) {
-            text = std::string("threw: ") + exception.what() + "\n";
+        const DrivenLauncher launcher(host, daemonEntry);
+        for (const std::string& line : launcher.Log().Lines()) {
+            text += line + '\n';
         }
-        Test::WriteFile(path, text);
-        ::_exit(0);
-    }
-    // The kernel reaps it, since SIGCHLD is ignored: waiting ends when no child is left.
-    while (::waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
-    }
-    return Test::LinesOf(Test::ReadFile(path));
+        return text;
+    }));
 }
 
 void WaitUntilEnded(int pid) {
-    const Sys::OwnedFd process(static_cast<int>(::syscall(SYS_pidfd_open, pid, 0)));
+    const Sys::PidFd process = Sys::PidFd::Open(pid);
     if (process.IsOpen()) {
         Test::Deadline().Await(process.Get(), POLLIN, "the end of a plugin");
     }

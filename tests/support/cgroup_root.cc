@@ -1,11 +1,12 @@
 #include "support/cgroup_root.h"
 
+#include "platform/kernel/groups/cgroup_location.h"
 #include "platform/sys/owned_fd.h"
 #include "support/deadline.h"
 #include "support/descriptors.h"
+#include "support/host_directory.h"
 #include "support/network_namespace.h"
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdlib>
@@ -13,10 +14,8 @@
 #include <fstream>
 #include <iostream>
 #include <system_error>
-#include <vector>
 
 #include <fcntl.h>
-#include <mntent.h>
 #include <poll.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
@@ -25,21 +24,6 @@
 namespace Test {
 
 namespace {
-
-// Empty when the host has none.
-std::string FindMount() {
-    std::string directory;
-    FILE* const mounts = ::setmntent("/proc/self/mounts", "re");
-    while (const mntent* entry = mounts == nullptr ? nullptr : ::getmntent(mounts)) {
-        if (std::string(entry->mnt_type) == "cgroup2") {
-            directory = entry->mnt_dir;
-        }
-    }
-    if (mounts != nullptr) {
-        (void)::endmntent(mounts);  // always succeeds
-    }
-    return directory;
-}
 
 // Makes the hierarchy that is mounted at `found`, or mounted nowhere if that is empty, writable for
 // this process alone. Returns its mount point; empty when the kernel refuses.
@@ -55,25 +39,20 @@ std::string MakeWritable(const std::string& found) {
 }
 
 void RemoveTree(const std::string& directory) {
-    std::vector<std::string> directories{directory};
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(directory)) {
+    for (const auto& entry : std::filesystem::directory_iterator(directory)) {
         if (entry.is_directory()) {
-            directories.push_back(entry.path().string());
+            RemoveTree(entry.path());
         }
     }
-    // the deepest first
-    std::sort(directories.begin(), directories.end(),
-              [](const auto& left, const auto& right) { return left.size() > right.size(); });
-    for (const std::string& each : directories) {
-        OrThrow(::rmdir(each.c_str()), "removing " + each);
-    }
+    OrThrow(::rmdir(directory.c_str()), "removing " + directory);
 }
 
 }  // namespace
 
 CgroupRoot::CgroupRoot() {
     static int count = 0;
-    std::string mount = FindMount();
+    const auto found = Kernel::FindCgroupMount(ReadFile("/proc/self/mountinfo"));
+    std::string mount = found ? found->directory : "";
     if (mount.empty() || ::access(mount.c_str(), W_OK) != 0) {
         mount = MakeWritable(mount);
     }

@@ -1,5 +1,6 @@
 #include "support/daemon_process.h"
 
+#include "platform/sys/proc_file.h"
 #include "support/descriptors.h"
 
 #include <gtest/gtest.h>
@@ -9,7 +10,6 @@
 #include <cstddef>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <iostream>
 #include <stdexcept>
 #include <system_error>
@@ -20,7 +20,6 @@
 #include <poll.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
-#include <sys/syscall.h>
 #include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -119,7 +118,7 @@ DaemonProcess::DaemonProcess(const DaemonOptions& options) {
     if (pid == 0) {
         RunChild(launch);
     }
-    process.Reset(static_cast<int>(::syscall(SYS_pidfd_open, pid, 0)));
+    process = Sys::PidFd::Open(pid);
     OrThrow(process.Get(), "a handle on the daemon");
 }
 
@@ -147,13 +146,10 @@ std::string DaemonProcess::NextNotification() {
     return message.data();
 }
 
-bool DaemonProcess::IsRunning() const {
-    pollfd entry{process.Get(), POLLIN, 0};
-    return !hasEnded && ::poll(&entry, 1, 0) == 0;
-}
+bool DaemonProcess::IsRunning() const { return !process.HasEnded(); }
 
 void DaemonProcess::Send(int signal) const {
-    (void)::syscall(SYS_pidfd_send_signal, process.Get(), signal, nullptr, 0);  // it may have ended
+    (void)process.Signal(signal);  // it may have ended
 }
 
 int DaemonProcess::WaitForEnd() {
@@ -212,13 +208,8 @@ std::map<int, std::string> DaemonProcess::OpenDescriptors() const {
 }
 
 long DaemonProcess::StatusValue(std::string_view name) const {
-    std::ifstream status("/proc/" + std::to_string(pid) + "/status");
-    for (std::string line; std::getline(status, line);) {
-        if (line.starts_with(name) && line[name.size()] == ':') {
-            return std::atol(line.c_str() + name.size() + 1);
-        }
-    }
-    throw std::runtime_error("the daemon's status has no " + std::string(name));
+    const std::string status = Sys::ReadProcFile("/proc/" + std::to_string(pid) + "/status");
+    return std::stol(std::string(Sys::StatusField(status, name)));
 }
 
 DaemonProcess::Event DaemonProcess::Await(int descriptor, const std::string& awaited,

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "platform/sys/owned_fd.h"
+#include "platform/sys/pid_fd.h"
 #include "support/deadline.h"
 #include "support/log_file.h"
 
@@ -91,7 +92,7 @@ class DaemonProcess {
 
     LogFile log;
     Sys::OwnedFd notifications;
-    Sys::OwnedFd process;
+    Sys::PidFd process;
     pid_t pid = -1;
     int exitStatus = 0;
     bool hasEnded = false;

@@ -7,7 +7,6 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
-#include <cstdio>
 #include <fstream>
 #include <system_error>
 
@@ -90,12 +89,20 @@ std::vector<char*> PointersTo(std::vector<std::string>& texts) {
     return pointers;
 }
 
+RunningShell::RunningShell(const std::string& command)
+    : output(::popen(command.c_str(), "re"), ::pclose) {}
+
+std::string RunningShell::NextLine() {
+    std::string line;
+    for (int byte = 0; (byte = std::fgetc(output.get())) != EOF && byte != '\n';) {
+        line += static_cast<char>(byte);
+    }
+    return line;
+}
+
 std::string OutputOfShell(const std::string& command) {
     std::FILE* const pipe = ::popen(command.c_str(), "re");
-    std::string output;
-    for (int byte = 0; (byte = std::fgetc(pipe)) != EOF;) {
-        output += static_cast<char>(byte);
-    }
+    std::string output = ReadToEnd(::fileno(pipe));
     EXPECT_EQ(::pclose(pipe), 0) << command << '\n' << output;
     return output;
 }

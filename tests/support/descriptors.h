@@ -4,7 +4,9 @@
 
 #include "platform/sys/owned_fd.h"
 
+#include <cstdio>
 #include <functional>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -49,6 +51,20 @@ class LoweredLimit {
 
 // For exec: pointers into `texts`, and null.
 std::vector<char*> PointersTo(std::vector<std::string>& texts);
+
+// A shell command that runs, and what it writes to standard output; waited for at its end.
+class RunningShell {
+  public:
+    explicit RunningShell(const std::string& command);
+
+    // The next line without its end; empty at the end of all.
+    std::string NextLine();
+    // Waits until it has ended: its status, as of waitpid.
+    int Close() { return ::pclose(output.release()); }
+
+  private:
+    std::unique_ptr<std::FILE, int (*)(std::FILE*)> output;
+};
 
 // What a shell command writes to standard output; it is expected to end with status 0.
 std::string OutputOfShell(const std::string& command);

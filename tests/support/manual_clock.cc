@@ -1,15 +1,11 @@
 #include "support/manual_clock.h"
 
+#include "support/deadline.h"
+
 #include <algorithm>
 #include <utility>
 
 namespace Test {
-
-namespace {
-
-constexpr std::chrono::minutes kDeadline{1};
-
-}  // namespace
 
 ManualClock::TimePoint ManualClock::Now() const {
     Sys::MutexLock guard(lock);
@@ -51,7 +47,7 @@ void ManualClock::Advance(std::chrono::nanoseconds duration) {
 }
 
 bool ManualClock::AwaitWaiter() {
-    const auto deadline = std::chrono::steady_clock::now() + kDeadline;
+    const auto deadline = std::chrono::steady_clock::now() + Deadline::kPatience;
     Sys::MutexLock guard(lock);
     while (waiters.empty()) {
         if (!waiterCame.WaitUntil(lock, deadline)) {

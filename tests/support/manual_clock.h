@@ -19,7 +19,7 @@ class ManualClock : public Pellmar::System::Clock {
     void Advance(std::chrono::nanoseconds duration) EXCLUDES(lock);
 
     // Blocks until some thread waits for a time that has not come, as it does again after each
-    // Advance. False when none did within a minute.
+    // Advance. False when none did before the test's deadline.
     bool AwaitWaiter() EXCLUDES(lock);
 
   private:

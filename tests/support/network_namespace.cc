@@ -2,10 +2,10 @@
 
 #include "platform/sys/owned_fd.h"
 #include "support/descriptors.h"
+#include "support/host_directory.h"
 
 #include <cerrno>
 #include <cstring>
-#include <fstream>
 #include <string>
 
 #include <net/if.h>
@@ -18,21 +18,15 @@
 namespace Test {
 namespace {
 
-void WriteProcessFile(const char* path, const std::string& text) {
-    std::ofstream file(path);
-    file << text << std::flush;
-    OrThrow(file ? 0 : -1, std::string("writing ") + path);
-}
-
 // A user namespace in which this user is root, since only root may make the others.
 void BecomeRootOfUserNamespace() {
     const std::string user = std::to_string(::geteuid());
     const std::string group = std::to_string(::getegid());
     OrThrow(::unshare(CLONE_NEWUSER),
             "making a user namespace for the test; run it as root, or allow user namespaces");
-    WriteProcessFile("/proc/self/setgroups", "deny");
-    WriteProcessFile("/proc/self/uid_map", "0 " + user + " 1");
-    WriteProcessFile("/proc/self/gid_map", "0 " + group + " 1");
+    WriteFile("/proc/self/setgroups", "deny");
+    WriteFile("/proc/self/uid_map", "0 " + user + " 1");
+    WriteFile("/proc/self/gid_map", "0 " + group + " 1");
 }
 
 void BringLoopbackUp() {

@@ -35,7 +35,8 @@ class PluginHost {
 // Killed with the object. All waiting is bounded: std::runtime_error when it is in vain.
 class PluginProcess {
   public:
-    // Runs it with an empty environment in the directory "/". Throws std::system_error.
+    // Runs it with an empty environment in the directory "/". Throws std::system_error when there
+    // can be no process; a program that cannot be executed ends with status 127.
     PluginProcess(const PluginHost& host, const std::vector<std::string>& commandLine);
     ~PluginProcess();
     PluginProcess(const PluginProcess&) = delete;

@@ -21,15 +21,6 @@ void ReceiveMore(int socket, const Deadline& deadline, std::string& bytes) {
     bytes.append(buffer.data(), static_cast<std::size_t>(count));
 }
 
-std::size_t ContentLength(const std::string& head) {
-    const std::string field = "\r\nContent-Length: ";
-    const std::size_t start = head.find(field);
-    if (start == std::string::npos) {
-        throw std::runtime_error("a post without a Content-Length: " + head);
-    }
-    return std::stoul(head.substr(start + field.size()));
-}
-
 }  // namespace
 
 ReportListener::Post ReportListener::Receive() {
@@ -44,7 +35,8 @@ ReportListener::Post ReportListener::Receive() {
     Post post;
     post.head = bytes.substr(0, end + 4);
     post.body = bytes.substr(end + 4);
-    const std::size_t length = ContentLength(post.head);
+    const std::string field = "\r\nContent-Length: ";
+    const std::size_t length = std::stoul(post.head.substr(post.head.find(field) + field.size()));
     while (post.body.size() < length) {
         ReceiveMore(connection.Get(), deadline, post.body);
     }

@@ -13,11 +13,12 @@ std::string ToolHost::ReportDirectory() const {
     return host.Root() + "/var/lib/korvex/sentrel/reports";
 }
 
-void ToolHost::StartDaemon(const std::string& cgroupRoot) {
+void ToolHost::StartDaemon(const std::string& cgroupRoot, const std::string& preparation) {
     DaemonOptions options = Options();
     options.arguments = {"-r", ReportDirectory()};
     options.logLevel = "3";
     options.cgroupRoot = cgroupRoot;
+    options.preparation = preparation;
     Start(options);
 }
 

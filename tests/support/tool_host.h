@@ -18,8 +18,9 @@ class ToolHost : public Scenario {
     // With an empty report directory where the tool looks for it.
     ToolHost();
 
-    // Starts the daemon and waits until it serves; throws when it does not.
-    void StartDaemon(const std::string& cgroupRoot = "");
+    // Starts the daemon and waits until it serves; throws when it does not. `preparation` as in
+    // DaemonOptions.
+    void StartDaemon(const std::string& cgroupRoot = "", const std::string& preparation = "");
     // The tool with this host as its root.
     ToolResult Run(const std::vector<std::string>& arguments) const;
     // Its output; it ends well.

@@ -16,7 +16,6 @@
 #include <filesystem>
 #include <string>
 #include <string_view>
-#include <system_error>
 #include <vector>
 
 namespace {
@@ -46,12 +45,7 @@ class Launch : public ::Test::Scenario {
     // are shipped with them; the intake on a port that is not the default.
     void InstallFourChecks() const {
         for (const char* name : {"cpu", "filesystem", "kernel", "network"}) {
-            const fs::path program = fs::path(SENTREL_CHECK_PROGRAMS) / name;
-            std::error_code problem;
-            fs::create_hard_link(program, PluginDirectory() + name, problem);
-            if (problem) {  // on another file system
-                fs::copy_file(program, PluginDirectory() + name);
-            }
+            fs::copy_file(fs::path(SENTREL_CHECK_PROGRAMS) / name, PluginDirectory() + name);
         }
         fs::copy(SENTREL_VENDOR_DEFAULTS, host.Root() + "/usr/lib/korvex/tabulon",
                  fs::copy_options::recursive);

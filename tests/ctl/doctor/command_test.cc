@@ -32,18 +32,6 @@ class DoctorCommand : public ToolHost {
         ASSERT_EQ(RunTool({"group", "ensure"}, {"SENTREL_ROOT=" + host.Root(), variable}).status,
                   0);
     }
-    void Start(const std::vector<std::string>& launcher = {}) {
-        DaemonOptions options;
-        options.arguments = launcher;
-        options.arguments.insert(options.arguments.end(),
-                                 {SENTREL_DAEMON_PATH, "-r", ReportDirectory()});
-        options.program = options.arguments.front();
-        options.arguments.erase(options.arguments.begin());
-        options.root = host.Root();
-        options.cgroupRoot = group.Path();
-        daemon.emplace(options);
-        ASSERT_TRUE(daemon->WaitUntilReady());
-    }
     std::string Group() const { return group.Path() + "/host/pax/kolbern/sentrel-plugins"; }
 
     const CgroupRoot group;
@@ -63,7 +51,7 @@ void ExpectFinding(const Json& findings, const std::string& severity, const std:
 }
 
 TEST_F(DoctorCommand, FindsNoFaultOnAHealthyHost) {
-    Start();
+    StartDaemon(group.Path());
     HttpClient client;
     EXPECT_EQ(client.Post("/my.check", ReportDocument("my.check")), 200);
     const ToolResult result = Run({"doctor", "--json"});
@@ -80,7 +68,7 @@ TEST_F(DoctorCommand, FindsNoFaultOnAHealthyHost) {
 TEST_F(DoctorCommand, ReportsEachFaultOfABrokenHost) {
     const IdleProcess old;  // older than the daemon, so nobody will end it
     old.MoveTo(Group());
-    Start();
+    StartDaemon(group.Path());
     const std::string reports = ReportDirectory();
     const std::string plugins = host.Root() + "/usr/lib/korvex/sentrel/plugins/bin";
     const std::string key = host.Root() + "/var/lib/korvex/oru/token/signing-key.json";
@@ -152,7 +140,7 @@ TEST_F(DoctorCommand, ReportsEachFaultOfABrokenHost) {
 TEST_F(DoctorCommand, FindsAReportDirectoryThatTheDaemonDoesNotShare) {
     {
         const MountedDirectory mounted(ReportDirectory(), 1 << 20);
-        Start({"/usr/bin/unshare", "--mount", "--propagation", "private"});
+        StartDaemon(group.Path(), "exec unshare --mount --propagation private \"$0\" \"$@\"");
     }
     const auto findings = [this] {
         return Json(Json::parse(Run({"doctor", "--json"}).output)["findings"]);
@@ -160,7 +148,7 @@ TEST_F(DoctorCommand, FindsAReportDirectoryThatTheDaemonDoesNotShare) {
     ExpectFinding(findings(), "error", "report directory", "the daemon uses another ");
     std::filesystem::rename(ReportDirectory(), host.Base() + "elsewhere");
     daemon.reset();
-    Start();
+    StartDaemon(group.Path());
     ExpectFinding(findings(), "error", "report directory",
                   "is missing: every post is answered with 500");
 }
@@ -169,7 +157,7 @@ TEST_F(DoctorCommand, NamesTheChecksThatNeedRoot) {
     if (::geteuid() != 0) {
         GTEST_SKIP() << "only root can become another user";
     }
-    Start();
+    StartDaemon(group.Path());
     std::filesystem::permissions(host.Base(), std::filesystem::perms(0755));
     const ToolResult result =
         RunTool({"doctor", "--json"}, {"SENTREL_ROOT=" + host.Root()}, User::Nobody);

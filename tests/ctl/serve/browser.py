@@ -2,10 +2,9 @@
 """Looks at the live page with a real browser, Debian's chromium, driven by its DevTools protocol over pipes.
 
 Usage: browser.py SENTRELCTL ROOT, with the daemon of ROOT in this network namespace. Exits with 77 where no browser can
-run. SENTREL_SCREENSHOT names a file for a picture of the page.
+run.
 """
 
-import base64
 import json
 import os
 import shutil
@@ -108,10 +107,6 @@ def look(browser, url):
                      'metrics': {'disks': {'value': 1, 'critical': 2}}})
     browser.wait(f'{row}.dataset.state === "ERROR" && {row}.classList.contains("changed")')
     browser.wait('document.querySelector("#problems").textContent.includes("sdb1 failed")')
-    if 'SENTREL_SCREENSHOT' in os.environ:
-        picture = browser.call('Page.captureScreenshot', format='png')['data']
-        with open(os.environ['SENTREL_SCREENSHOT'], 'wb') as file:
-            file.write(base64.b64decode(picture))
     title = browser.value('document.title')
     post('evil', 1, {'reason': HOSTILE, 'metrics': {HOSTILE: 1}, HOSTILE: HOSTILE})
     post('long', 1, {'reason': HOSTILE * 8192})  # a megabyte

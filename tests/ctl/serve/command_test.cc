@@ -7,9 +7,8 @@
 #include <nlohmann/json.hpp>
 
 #include <csignal>
-#include <cstdio>
 #include <cstdlib>
-#include <memory>
+#include <optional>
 #include <string>
 
 #include <sys/wait.h>
@@ -22,17 +21,6 @@ using testing::AllOf;
 using testing::HasSubstr;
 using testing::Not;
 using Json = nlohmann::json;
-using Pipe = std::unique_ptr<FILE, int (*)(FILE*)>;
-
-Pipe Open(const std::string& command) { return {::popen(command.c_str(), "r"), ::pclose}; }
-
-std::string NextLine(FILE* pipe) {
-    std::string line;
-    for (int byte = 0; (byte = std::fgetc(pipe)) != EOF && byte != '\n';) {
-        line += static_cast<char>(byte);
-    }
-    return line;
-}
 
 class Serve : public ToolHost {
   protected:
@@ -40,16 +28,16 @@ class Serve : public ToolHost {
         (void)OutputOf({"token", "init"});
         StartDaemon();
         Post("raid", 1);
-        server = Open("echo $$; exec timeout 90 '" SENTRELCTL_PATH "' --root '" + host.Root() +
-                      "' serve 2>/dev/null");
-        pid = std::stoi(NextLine(server.get()));
-        url = NextLine(server.get());
+        server.emplace("echo $$; exec timeout 90 '" SENTRELCTL_PATH "' --root '" + host.Root() +
+                       "' serve 2>/dev/null");
+        pid = std::stoi(server->NextLine());
+        url = server->NextLine();
         base = url.substr(0, url.find('?'));
     }
     // SIGTERM, which timeout passes on.
     int Stop() {
         (void)::kill(pid, SIGTERM);
-        return WEXITSTATUS(::pclose(server.release()));
+        return WEXITSTATUS(server->Close());
     }
     // Head and body of what curl gets with these arguments.
     std::string Curl(const std::string& arguments) const {
@@ -61,7 +49,7 @@ class Serve : public ToolHost {
         return "-b '" + answer.substr(start, answer.find(';', start) - start) + "' ";
     }
 
-    Pipe server{nullptr, ::pclose};
+    std::optional<RunningShell> server;
     pid_t pid = 0;
     std::string url;
     std::string base;
@@ -111,10 +99,10 @@ TEST_F(Serve, AdmitsOnlyTheSecretFromThisHost) {
 }
 
 TEST_F(Serve, PushesChanges) {
-    const Pipe events = Open("curl -s -N -m 60 " + Cookie() + base + "events?since=1");
+    RunningShell events("curl -s -N -m 60 " + Cookie() + base + "events?since=1");
     const auto next = [&events] {
         std::string line;
-        while (!(line = NextLine(events.get())).starts_with("data: ")) {
+        while (!(line = events.NextLine()).starts_with("data: ")) {
         }
         return Json::parse(line.substr(6));
     };
@@ -126,7 +114,7 @@ TEST_F(Serve, PushesChanges) {
     update = next();
     EXPECT_THAT(update["sections"]["notice"].get<std::string>(), HasSubstr("is not running"));
     EXPECT_EQ(Stop(), 0);
-    EXPECT_EQ(NextLine(events.get()), "");  // its connection ended
+    EXPECT_EQ(events.NextLine(), "");  // its connection ended
 }
 
 TEST_F(Serve, ShowsALivePageInABrowser) {

@@ -1,14 +1,13 @@
 // "watch" against a daemon: as JSON, until a state, and on a terminal.
+#include "support/descriptors.h"
 #include "support/tool_host.h"
 
 #include <gmock/gmock.h>
 
 #include <nlohmann/json.hpp>
 
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <memory>
 #include <string>
 
 #include <sys/wait.h>
@@ -32,28 +31,17 @@ Json Event(const char* event, const char* name, const Json& before, const Json& 
             {"reason", state.is_null() ? "" : "why"}};
 }
 
-class JsonWatch {
-  public:
+struct JsonWatch : RunningShell {
     JsonWatch(const std::string& root, const std::string& options)
-        : tool(::popen(("timeout 60 '" SENTRELCTL_PATH "' --root '" + root + "' watch --json " +
-                        options)
-                           .c_str(),
-                       "r"),
-               ::pclose) {}
+        : RunningShell("timeout 60 '" SENTRELCTL_PATH "' --root '" + root + "' watch --json " +
+                       options) {}
 
     // The next line, but for its time.
     Json Next() {
-        char* line = nullptr;
-        std::size_t size = 0;
-        const ssize_t length = ::getline(&line, &size, tool.get());
-        const std::unique_ptr<char, void (*)(void*)> owner(line, std::free);
-        Json event = length < 0 ? Json::object() : Json::parse(line);
+        Json event = Json::parse(NextLine());
         event.erase("time");
         return event;
     }
-
-  private:
-    const std::unique_ptr<FILE, int (*)(FILE*)> tool;
 };
 
 TEST_F(Watch, PrintsEachChangeAsALine) {

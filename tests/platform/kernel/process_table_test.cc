@@ -1,6 +1,7 @@
 #include "platform/kernel/spawn/process_table.h"
 
 #include "platform/kernel/spawn_fixture.h"
+#include "platform/sys/pid_fd.h"
 #include "support/deadline.h"
 
 #include <gtest/gtest.h>
@@ -90,7 +91,7 @@ std::string SignalARecycledNumber() {
     }
     const int probe = KillError(pid, 0);
     const int kill = KillError(pid, SIGKILL);
-    const bool lives = !OpenProcess(pid).HasEnded();
+    const bool lives = !Sys::PidFd::Open(pid).HasEnded();
     return std::to_string(probe) + " " + std::to_string(kill) + (lives ? " lives" : " killed");
 }
 

@@ -5,6 +5,7 @@
 #include "platform/kernel/groups/groups.h"
 #include "platform/kernel/spawn/process_table.h"
 #include "platform/sys/owned_fd.h"
+#include "platform/sys/pid_fd.h"
 #include "support/deadline.h"
 
 #include <array>
@@ -14,7 +15,6 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <sched.h>
-#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -71,12 +71,8 @@ std::string OutputOf(const std::string& script, Kernel::Confinement confinement)
     return ::Test::ReadToEnd(pipe.reader.Get());
 }
 
-Sys::PidFd OpenProcess(pid_t pid) {
-    return Sys::PidFd(Sys::OwnedFd(static_cast<int>(::syscall(SYS_pidfd_open, pid, 0))));
-}
-
 void WaitUntilGone(pid_t pid) {
-    const Sys::PidFd process = OpenProcess(pid);
+    const Sys::PidFd process = Sys::PidFd::Open(pid);
     if (!process.IsOpen()) {
         return;
     }

@@ -3,7 +3,6 @@
 #pragma once
 
 #include "platform/kernel/spawn/spawn.h"
-#include "platform/sys/pid_fd.h"
 #include "support/cgroup_root.h"
 #include "support/descriptors.h"
 
@@ -72,9 +71,6 @@ std::string OutputOf(const std::string& script,
                      Kernel::Confinement confinement = Kernel::Confinement::None);
 
 using ::Test::AnswerOfChild;
-
-// Empty when there is no such process.
-Sys::PidFd OpenProcess(pid_t pid);
 
 // Blocks until the process has ended and its number is free. SIGCHLD is ignored meanwhile, or
 // somebody takes its exit status. Throws std::runtime_error when it stays a zombie.
