@@ -3,13 +3,12 @@
 #include "state/state_writer.h"
 #include "support/captured_log.h"
 #include "support/host_directory.h"
-#include "support/temporary_directory.h"
+#include "support/root_environment.h"
 
 #include <gmock/gmock.h>
 
 #include <atomic>
 #include <cerrno>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <thread>
@@ -20,23 +19,16 @@ namespace {
 using std::chrono::seconds;
 using std::chrono::system_clock;
 using Test::CapturedLog;
-using Test::TemporaryDirectory;
 using testing::ElementsAre;
 using testing::StartsWith;
 
-const TemporaryDirectory& Root() {
-    // The host root is read once in a process.
-    static const TemporaryDirectory sRoot;
-    static const int sIsSet = ::setenv("SENTREL_ROOT", sRoot.Path().c_str(), 1);
-    EXPECT_EQ(sIsSet, 0);
-    return sRoot;
-}
+const ::Test::RootEnvironment* const kRoot = ::Test::RootEnvironment::Add();
 
 class StateFile : public testing::Test {
   protected:
     void SetUp() override { std::filesystem::remove_all(directory.parent_path().parent_path()); }
 
-    const std::filesystem::path directory = Root().Path() + "run/korvex/sentrel";
+    const std::filesystem::path directory = kRoot->Path() + "run/korvex/sentrel";
     const std::filesystem::path file = directory / "state";
     const CapturedLog log;
     StateWriter writer;

@@ -20,26 +20,19 @@
 
 namespace KernelTest {
 
-namespace {
-
-constexpr unsigned kReservationMB = 40;
-
-}  // namespace
-
 void CgroupTest::SetUp() {
     if (!root.Problem().empty()) {
         GTEST_SKIP() << root.Problem();
     }
     Kernel::UseGroups(std::make_unique<Kernel::CgroupBackend>(root.Path()));
-    (void)Kernel::EnsureGroup(kGroup,
-                              kReservationMB);  // whether it is reserved depends on the host
+    (void)Kernel::EnsureGroup(kGroup, 40);  // whether it is reserved depends on the host
 }
 
 void CgroupTest::TearDown() { Kernel::UseGroups(nullptr); }
 
 void EmbeddedTest::SetUp() {
     Kernel::UseGroups(std::make_unique<Kernel::EmbeddedBackend>(Kernel::ProcessTable::Spawned()));
-    (void)Kernel::EnsureGroup(kGroup, kReservationMB);  // never reserved
+    (void)Kernel::EnsureGroup(kGroup, 40);  // never reserved
 }
 
 void EmbeddedTest::TearDown() { Kernel::UseGroups(nullptr); }

@@ -3,7 +3,8 @@
 #include "platform/tabulon/json_config.h"
 
 #include "platform/pellmar/exceptions.h"
-#include "store_directory.h"
+#include "support/host_directory.h"
+#include "support/root_environment.h"
 
 #include <gtest/gtest.h>
 
@@ -12,6 +13,7 @@
 #include <filesystem>
 #include <functional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <sys/stat.h>
@@ -22,7 +24,26 @@ namespace fs = std::filesystem;
 
 using Pellmar::Service::Config;
 using Tabulon::StoreEntry;
-using ::Test::EntryOf;
+
+// The configuration store of this test program, in which each test uses keys of its own.
+const ::Test::RootEnvironment* const kStore = ::Test::RootEnvironment::Add();
+
+StoreEntry EntryOf(std::string_view key) { return {"", std::string(key), "health", "oru", ""}; }
+
+// The plain paths of its two files, and these below the root.
+std::string VendorPath(std::string_view key) {
+    return "/usr/lib/korvex/tabulon/oru/health/" + std::string(key) + ".json";
+}
+std::string HostPath(std::string_view key) {
+    return "/etc/korvex/tabulon/oru/health/" + std::string(key) + ".json";
+}
+std::string BelowRoot(const std::string& plainPath) { return kStore->Path() + plainPath.substr(1); }
+
+void Write(const std::string& plainPath, std::string_view text) {
+    const fs::path path = BelowRoot(plainPath);
+    fs::create_directories(path.parent_path());
+    ::Test::WriteFile(path, text);
+}
 
 using Create = std::function<Pellmar::Ref<Config>(const std::vector<StoreEntry>&)>;
 
@@ -57,13 +78,13 @@ TEST(JsonConfig, IsEmptyWithoutFilesOrNotFoundAsTheCallAsks) {
     EXPECT_EQ(ValueOf(kFallback, EntryOf("absent")), 0);
     EXPECT_EQ(FailureOf(kSettings, {EntryOf("absent")}),
               "not found: no configuration entry oru/health/absent: neither " +
-                  ::Test::VendorPath("absent") + " nor " + ::Test::HostPath("absent") +
+                  VendorPath("absent") + " nor " + HostPath("absent") +
                   " exists; create one of them");
 }
 
 TEST(JsonConfig, FollowsTheFlagsOfTheSettingsCall) {
-    ::Test::WriteVendorFile("flags", R"({"value": 1})");
-    ::Test::WriteHostFile("flags", "broken");
+    Write(VendorPath("flags"), R"({"value": 1})");
+    Write(HostPath("flags"), "broken");
     const Create vendorAlone = [](const std::vector<StoreEntry>& entries) {
         return Tabulon::CreateTabulonConfigWithSettings(entries, /*mayBeMissing=*/false,
                                                         /*useVendorFile=*/true,
@@ -80,7 +101,7 @@ TEST(JsonConfig, FollowsTheFlagsOfTheSettingsCall) {
 }
 
 TEST(JsonConfig, NamesFileLineColumnAndReasonOfABrokenFile) {
-    const std::string path = ::Test::HostPath("broken");
+    const std::string path = HostPath("broken");
     struct Row {
         std::string text;
         std::string failure;
@@ -89,16 +110,16 @@ TEST(JsonConfig, NamesFileLineColumnAndReasonOfABrokenFile) {
         {"{\n  \"value\": 1,\n  \"other\" 2\n}", path + ":3:11: expected ':', found '2'"},
         {"", path + ":1:1: the text ends where an object, '{' is expected"},
     };
-    ::Test::WriteVendorFile("broken", R"({"value": 1})");  // a good file does not help
+    Write(VendorPath("broken"), R"({"value": 1})");  // a good file does not help
     for (const Row& row : rows) {
-        ::Test::WriteHostFile("broken", row.text);
+        Write(HostPath("broken"), row.text);
         EXPECT_EQ(FailureOf(kFallback, {EntryOf("broken")}), row.failure);
         EXPECT_EQ(FailureOf(kSettings, {EntryOf("broken")}), "not found: " + row.failure);
     }
-    ::Test::WriteVendorFile("broken-vendor", "{");
-    ::Test::WriteHostFile("broken-vendor", "{}");
+    Write(VendorPath("broken-vendor"), "{");
+    Write(HostPath("broken-vendor"), "{}");
     EXPECT_EQ(FailureOf(kFallback, {EntryOf("broken-vendor")})
-                  .rfind(::Test::VendorPath("broken-vendor") + ":1:2: ", 0),
+                  .rfind(VendorPath("broken-vendor") + ":1:2: ", 0),
               0U);
 }
 
@@ -109,7 +130,7 @@ struct UnreadableRow {
 };
 
 TEST(JsonConfig, RefusesExistingEntriesThatCannotBeRead) {
-    ::Test::WriteHostFile("neighbour", "{}");  // makes the folder
+    Write(HostPath("neighbour"), "{}");  // makes the folder
     const UnreadableRow rows[] = {
         {"directory", [](const std::string& path) { fs::create_directory(path); },
          "it is not a regular file"},
@@ -119,8 +140,8 @@ TEST(JsonConfig, RefusesExistingEntriesThatCannotBeRead) {
          "Too many levels of symbolic links"},
     };
     for (const UnreadableRow& row : rows) {
-        const std::string path = ::Test::HostPath(row.key);
-        row.make(::Test::BelowRoot(path));
+        const std::string path = HostPath(row.key);
+        row.make(BelowRoot(path));
         const std::string failure = path + " cannot be read: " + row.reason +
                                     "; replace it by a readable file, or remove it";
         EXPECT_EQ(FailureOf(kFallback, {EntryOf(row.key)}), failure);
@@ -131,11 +152,11 @@ TEST(JsonConfig, RefusesExistingEntriesThatCannotBeRead) {
 TEST(JsonConfig, ReadsAFileUpToItsBound) {
     const std::string value = "{\"value\": 8}";
     const std::string blanks(Tabulon::kMaxFileBytes - value.size(), ' ');
-    ::Test::WriteHostFile("long", value + blanks);
+    Write(HostPath("long"), value + blanks);
     EXPECT_EQ(ValueOf(kFallback, EntryOf("long")), 8);
-    ::Test::WriteHostFile("long", value + blanks + " ");
+    Write(HostPath("long"), value + blanks + " ");
     EXPECT_EQ(FailureOf(kFallback, {EntryOf("long")}),
-              ::Test::HostPath("long") +
+              HostPath("long") +
                   " cannot be read: it is longer than 1048576 bytes; replace it by a readable "
                   "file, or remove it");
 }
@@ -153,7 +174,7 @@ TEST(JsonConfig, RefusesNamesThatLeaveTheStore) {
         EXPECT_THROW((void)kSettings({entry}), Pellmar::NotFoundException)
             << Tabulon::EntryName(entry);
     }
-    ::Test::WriteHostFile("..dots..inside..", R"({"value": 5})");
+    Write(HostPath("..dots..inside.."), R"({"value": 5})");
     EXPECT_EQ(ValueOf(kSettings, EntryOf("..dots..inside..")), 5);
 }
 
