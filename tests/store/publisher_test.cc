@@ -14,7 +14,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -289,25 +288,6 @@ TEST(Publisher, AsksEveryFilter) {
                                    "Report: none rejected by filter: Time filter. Skipping none"}) {
         EXPECT_EQ(store.log.Count("6 publisher: " + line), 1U) << line;
     }
-}
-
-// The bytes that this thread has read.
-long long BytesRead() {
-    std::ifstream file("/proc/thread-self/io");
-    std::string key;
-    long long value = 0;
-    file >> key >> value;
-    EXPECT_EQ(key, "rchar:");
-    return value;
-}
-
-TEST(Publisher, DoesNotReadReportsThatAreTooLong) {
-    const Published store;
-    store.Store("long", Document("long"));
-    fs::resize_file(store.Path("long.json"), kMaxSize + 1);
-    const long long before = BytesRead();
-    EXPECT_THAT(store.ReadNames(), testing::IsEmpty());
-    EXPECT_LT(BytesRead() - before, 65'536);
 }
 
 }  // namespace

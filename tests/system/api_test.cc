@@ -223,6 +223,14 @@ TEST_F(Api, DescribesEveryServiceAndItself) {
             testing::StartsWith(row.answer))
             << row.operation << row.parameters;
     }
+    const json models = api.Call("com.korvex.quon.metadata.metamodel.resource.model.list",
+                                 R"({"resource":"com.korvex.oru.observability.reports"})", token);
+    EXPECT_THAT(models["result"], SizeIs(3)) << models;
+    const json command =
+        api.Call("com.korvex.quon.metadata.cli.command.get",
+                 R"({"id":"com.korvex.oru.observability.reports.list"})", token)["result"];
+    EXPECT_EQ(command["options"][0]["parameter"], "filter.names") << command;
+    EXPECT_EQ(command["options"][0]["type"], "set<string>") << command;
 }
 
 TEST_F(Api, LogsACallThatCannotBeAudited) {

@@ -91,8 +91,12 @@ TEST_F(Storage, KeepsTheOldReportWhenTheNewOneCannotBeMoved) {
     fs::create_directories(host.ReportPath("cpu-1.json/full"));
     const std::size_t logged = daemon->LogLines().size();
     EXPECT_EQ(Post("cpu", "lost"), 200);
-    EXPECT_THAT(LogFrom(logged, "3 "), Contains("3 SentrelHandler: Failed to rename the file to " +
-                                                StoredPath("cpu-1.json")));
+    EXPECT_THAT(
+        LogFrom(logged, "3 "),
+        ElementsAre("3 sentrel: Cannot rename " + StoredPath(".cpu-1.json") + " to " +
+                        StoredPath("cpu-1.json") +
+                        ": Is a directory; remove the file or directory there",
+                    "3 SentrelHandler: Failed to rename the file to " + StoredPath("cpu-1.json")));
     EXPECT_EQ(host.Report("cpu"), "old");
     EXPECT_EQ(ReadFile(host.ReportPath(".cpu-1.json")), "lost");
     EXPECT_EQ(Post("cpu", "new"), 200);

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
 #include <string_view>
 
 namespace {
@@ -33,25 +32,6 @@ TEST(Origin, IsLocalOnlyAsLocalhostOrALoopbackAddress) {
     };
     for (const auto& row : rows) {
         EXPECT_EQ(Http1::IsLoopbackOrigin(row.origin), row.isLoopback) << row.origin;
-    }
-}
-
-TEST(Origin, IsForeignIfAnyFieldIs) {
-    struct {
-        std::string fields;
-        bool isForeign;
-    } const rows[] = {
-        {"", false},
-        {"origin: http://localhost:8080\r\n", false},
-        {"Origin: null\r\n", true},
-        {"Origin:\r\n", true},
-        {"Origin: http://localhost\r\nOrigin: http://evil.example\r\n", true},
-    };
-    for (const auto& row : rows) {
-        const std::string text = "POST /cpu HTTP/1.1\r\n" + row.fields + "\r\n";
-        Http1::RequestHead head;
-        ASSERT_TRUE(head.Parse(text)) << row.fields;
-        EXPECT_EQ(Http1::HasForeignOrigin(head), row.isForeign) << row.fields;
     }
 }
 

@@ -90,25 +90,6 @@ TEST_F(FileTest, ListsInByteOrderWithoutDescending) {
     EXPECT_THAT(ListedNames(0), IsEmpty());
 }
 
-TEST_F(FileTest, ThrowsWhenADirectoryCannotBeListed) {
-    ::Test::WriteFile(In("file"), "");
-    EXPECT_THAT(IOExceptionOf([&] { At("missing")->List(-1); }),
-                AllOf(HasSubstr(In("missing")), HasSubstr("No such file or directory")));
-    EXPECT_THAT(IOExceptionOf([&] { At("file")->List(-1); }), HasSubstr("Not a directory"));
-}
-
-TEST_F(FileTest, ReturnsNoHandleAndLogsWhyARenameFails) {
-    const ::Test::CapturedLog log;
-    ::Test::WriteFile(In("file"), "");
-    fs::create_directory(In("folder"));
-    EXPECT_FALSE(At("missing")->Rename(In("other")));
-    EXPECT_FALSE(At("file")->Rename(In("folder")));
-    EXPECT_TRUE(At("file")->Exists());
-    EXPECT_THAT(log.Lines(),
-                ElementsAre("3 sentrel: Cannot rename " + In("file") + " to " + In("folder") +
-                            ": Is a directory; remove the file or directory there"));
-}
-
 TEST_F(FileTest, WritesPiecesOfAnySize) {
     const struct {
         const char* name;
