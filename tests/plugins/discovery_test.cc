@@ -6,7 +6,6 @@
 
 #include <gmock/gmock.h>
 
-#include <cstdint>
 #include <filesystem>
 #include <string>
 #include <string_view>
@@ -21,31 +20,6 @@ using PluginTest::StartLog;
 using testing::ElementsAre;
 
 namespace fs = std::filesystem;
-
-TEST(Discovery, UsesTheQueueWhoseNameTheTextBeginsWith) {
-    const std::pair<const char*, std::uint32_t> rows[] = {
-        {"FAST", 0}, {"fastest", 0}, {"Medium", 1}, {"mediumX", 1}, {"slow", 2},
-        {"med", 0},  {"hourly", 0},  {"", 0},       {" slow", 0}};
-    for (const auto& [text, frequency] : rows) {
-        Sentrel::PluginInfo info;
-        info.frequency = 2;
-        Sentrel::SetFrequency(info, text);
-        EXPECT_EQ(info.frequency, frequency) << text;
-    }
-}
-
-TEST(Discovery, UsesTheLogLevelThatTheTextBeginsWith) {
-    const std::pair<const char*, const char*> rows[] = {
-        {"INFO", "info"},   {"information", "info"}, {"Critical", "critical"},
-        {"debug", "debug"}, {"warn", "before"},      {"err", "before"},
-        {"", "before"}};
-    for (const auto& [text, logLevel] : rows) {
-        Sentrel::PluginInfo info;
-        info.logLevel = "before";
-        Sentrel::SetLogLevel(info, text);
-        EXPECT_EQ(info.logLevel, logLevel) << text;
-    }
-}
 
 // Level and message of the lines about a plugin, without what the store says is wrong.
 std::string LinesAbout(const std::string& name, const std::string& entry, const char* component) {

@@ -116,8 +116,9 @@ TEST_F(GroupCommands, TheRootOptionOverridesTheEnvironment) {
 TEST_F(GroupCommands, EnsureCreatesNothingWithABrokenSettingsFile) {
     host.WriteStoreEntry("sentrel", "{\"a\": ");
     const ToolResult result = Run({"ensure"});
-    ExpectFailure(result, "/sentrel.json:1:");
-    ExpectFailure(result, "; fix that file, or remove it\n");
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(result.error, HasSubstr("/sentrel.json:1:"));
+    EXPECT_THAT(result.error, EndsWith("; fix that file, or remove it\n"));
     EXPECT_FALSE(std::filesystem::exists(root.Path() + "/host"));
 }
 

@@ -94,13 +94,6 @@ const std::vector<MalformedHead>& MalformedHeads() {
     return kHeads;
 }
 
-std::vector<std::string> AllHeads() {
-    std::vector<std::string> heads;
-    for (const auto& row : GoodHeads()) heads.push_back(row.head);
-    for (const auto& row : MalformedHeads()) heads.push_back(row.head);
-    return heads;
-}
-
 // The bytes of a head, which must parse, and what was parsed from them.
 class Parsed {
   public:
@@ -280,19 +273,6 @@ TEST(HeadScanner, RefusesInvalidBytesAtOnce) {
         Http1::HeadScanner scanner;
         EXPECT_EQ(scanner.Scan(row.head), row.scan);
         EXPECT_EQ(scanner.HeadLength() != 0, row.scan == Http1::HeadScan::Complete);
-    }
-}
-
-TEST(HeadScanner, ComesToTheSameEndByteByByteAsAtOnce) {
-    for (const std::string& head : AllHeads()) {
-        SCOPED_TRACE(head);
-        Http1::HeadScanner byBytes;
-        for (std::size_t size = 0; size <= head.size(); ++size) {
-            const std::string prefix = head.substr(0, size);
-            Http1::HeadScanner atOnce;
-            ASSERT_EQ(byBytes.Scan(prefix), atOnce.Scan(prefix)) << size;
-            ASSERT_EQ(byBytes.HeadLength(), atOnce.HeadLength()) << size;
-        }
     }
 }
 

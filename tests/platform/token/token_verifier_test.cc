@@ -86,13 +86,6 @@ class TokenVerifier : public testing::Test {
     Token::TokenClaims claims;
 };
 
-TEST_F(TokenVerifier, ReturnsTheClaimsOfAValidToken) {
-    EXPECT_EQ(Outcome(GoodToken()), "");
-    EXPECT_EQ(claims.subject, "ada");
-    EXPECT_EQ(claims.entitlements, (std::vector<std::string>{"observability.reports.read", "x"}));
-    EXPECT_EQ(claims.expires, kNow + std::chrono::seconds(100));
-}
-
 // A token of `key` with the usual header and claims, changed by merge patches.
 struct SignedRow {
     const char* header;
@@ -305,17 +298,6 @@ TEST_F(TokenVerifier, RefusesMalformedTokens) {
     };
     for (const auto& row : rows) {
         EXPECT_EQ(Outcome(row.token), row.reason) << row.token;
-    }
-}
-
-TEST_F(TokenVerifier, DoesNotRevealTheSignatureInReasons) {
-    const std::string good = GoodToken();
-    for (const std::string& token : {good + "=", good.substr(0, good.size() - 4) + "AAAA"}) {
-        const std::string reason = Outcome(token);
-        ASSERT_NE(reason, "");
-        for (std::size_t at = good.rfind('.') + 1; at + 6 < good.size(); ++at) {
-            EXPECT_EQ(reason.find(good.substr(at, 6)), std::string::npos);
-        }
     }
 }
 

@@ -31,18 +31,6 @@ std::string Text(ResponseDocument document, std::size_t pieceBytes = 7) {
     return text + piece;
 }
 
-TEST(JsonResponse, WrapsAResultOrLeavesItBare) {
-    const DataValue value("x");
-    EXPECT_EQ(Text(JsonApiResponseSerializer::Result("1.50", value, DocumentEnd::Nothing)),
-              R"({"jsonrpc":"2.0","id":1.50,"result":"x"})");
-    EXPECT_EQ(Text(JsonApiResponseSerializer::Result("\"a\"", value, DocumentEnd::LineFeed), 1000),
-              "{\"jsonrpc\":\"2.0\",\"id\":\"a\",\"result\":\"x\"}\n");
-    EXPECT_EQ(Text(JsonApiDirectResponseSerializer::Result(value, DocumentEnd::LineFeed)),
-              "\"x\"\n");
-    EXPECT_EQ(Text(JsonApiDirectResponseSerializer::Result(DataValue(), DocumentEnd::Nothing)),
-              "null");
-}
-
 ErrorValue ErrorOfTheTransport() {
     StructureValue structure("invalid_request");
     structure.Add("code", DataValue(std::int64_t{400}));
