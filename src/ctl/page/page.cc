@@ -154,7 +154,7 @@ std::string ProblemsHtml(const HostView& view) {
     if (!html.empty()) {
         return html;
     }
-    return view.reports.empty() ? "<p>There are no reports.</p>"
+    return view.reports.empty() ? "<p>No reports.</p>"
                                 : "<p class=\"OK\">" + StateHtml(ReportState::Ok) + " All " +
                                       std::to_string(view.reports.size()) + " reports are OK.</p>";
 }

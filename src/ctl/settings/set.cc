@@ -111,7 +111,7 @@ void Write(const Change& change, std::ostream& output) {
     facts.Add({"Is", ValueAndOrigin(change.after)});
     facts.Add({"Written", Sys::HostPath(change.path)});
     if (const std::string note = NoteOn(change); !note.empty()) {
-        facts.Add({"Mind", note});
+        facts.Add({"Note", note});
     }
     facts.Write(output);
     // The unit belongs to this machine, not to a host root in a directory.

@@ -32,7 +32,7 @@ class TemporaryFile {
     explicit TemporaryFile(const std::string& target)
         : target(target), path(target + ".XXXXXX"), file(mkostemp(path.data(), O_CLOEXEC)) {
         if (!file.IsOpen()) {
-            ThrowError(errno, "a temporary file beside " + target);
+            ThrowError(errno, "cannot create a temporary file beside " + target);
         }
     }
     ~TemporaryFile() {
@@ -76,6 +76,14 @@ class TemporaryFile {
     const OwnedFd file;
 };
 
+// A rename would replace the device itself: as root, /dev/null for every process of the machine.
+void RefuseSpecialFile(const std::string& path) {
+    struct stat status{};
+    if (stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode)) {
+        ThrowError(EINVAL, path + ", which is not a regular file");
+    }
+}
+
 void SyncDirectory(const std::string& path) {
     const OwnedFd directory(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!directory.IsOpen() || fsync(directory.Get()) != 0) {
@@ -86,6 +94,7 @@ void SyncDirectory(const std::string& path) {
 }  // namespace
 
 void ReplaceFile(const std::string& path, std::string_view bytes, mode_t mode) {
+    RefuseSpecialFile(path);
     TemporaryFile file(path);
     file.Write(bytes, mode);
     file.MoveToTarget();

@@ -12,7 +12,8 @@ namespace Sys {
 // Writes `bytes` to `path` with exactly `mode`, whatever the umask, replacing an existing file (a
 // link itself, not its target): temporary file in the same directory, fsync, rename, fsync of the
 // directory. Throws std::system_error that names the path; the old file then still exists, unless
-// only the last fsync failed. Any thread.
+// only the last fsync failed. Refuses a path that leads to a device, a pipe or a socket. Any
+// thread.
 void ReplaceFile(const std::string& path, std::string_view bytes, mode_t mode);
 
 // Creates the file in the same way, but fails with EEXIST if the path exists, even as a link.
