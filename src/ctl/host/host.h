@@ -27,6 +27,9 @@ struct Host {
     bool isOffline = false;        // reports are read from the directory, not through the API
     bool mayBeOffline = true;      // the command has the option --offline
     std::string apiUrl = {};
+    // The reports come through the API at another address, so they may be another host's: this
+    // host's plugins, silences and daemon say nothing about them.
+    bool isElsewhere = false;
     std::string tokenFile =
         {};  // "-": standard input; empty: a token is signed here, where possible
 
@@ -57,7 +60,7 @@ inline constexpr Option kTokenFileOption = {"--token-file", "FILE",
 inline constexpr std::string_view kDefaultApiUrl = "http://127.0.0.1:9984";
 
 // The host of these options; an option that is not given, or not one of the command's, leaves the
-// default. Inspects nothing.
+// default. Inspects nothing. Throws UsageError for --api with --offline.
 Host HostOf(const GivenOptions& options);
 
 // The report directory. Throws Failure when this user cannot read it.

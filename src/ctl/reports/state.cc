@@ -110,6 +110,26 @@ JudgedReport Judge(StoredReport report, const PluginPeriod* plugin,
     return judged;
 }
 
+// The daemon goes on launching a plugin whose file was removed, in vain.
+std::vector<PluginPeriod> PeriodsOfRemoved(const PluginSurvey& survey,
+                                           const std::optional<Sentrel::DaemonState>& state) {
+    std::vector<PluginPeriod> periods;
+    if (!state || !survey.hasDirectory) {
+        return periods;
+    }
+    const Sentrel::QueueTiming* const timings[] = {&survey.timetable.fast, &survey.timetable.medium,
+                                                   &survey.timetable.slow};
+    for (const Sentrel::PluginState& plugin : state->plugins) {
+        const bool isThere = std::any_of(
+            survey.entries.begin(), survey.entries.end(),
+            [&plugin](const SurveyedPlugin& entry) { return entry.Name() == plugin.name; });
+        if (!isThere && plugin.queue < std::size(timings)) {
+            periods.push_back({plugin.name, std::chrono::seconds(timings[plugin.queue]->period)});
+        }
+    }
+    return periods;
+}
+
 }  // namespace
 
 bool IsFine(const JudgedReport& judged) {
@@ -153,7 +173,8 @@ std::string ReasonOf(const JudgedReport& judged) {
         case ReportState::Never:
             return "this plugin has not reported yet";
         case ReportState::Invalid:
-            return "it cannot be read; see \"sentrelctl history " + judged.report.name + "\"";
+            return "it is not a valid report; see \"sentrelctl history " + judged.report.name +
+                   "\"";
         case ReportState::Stale:
             return StaleReason(judged);
         default:
@@ -163,7 +184,7 @@ std::string ReasonOf(const JudgedReport& judged) {
 
 std::vector<PluginPeriod> PeriodsOf(const PluginSurvey& survey,
                                     const std::optional<Sentrel::DaemonState>& state) {
-    std::vector<PluginPeriod> periods;
+    std::vector<PluginPeriod> periods = PeriodsOfRemoved(survey, state);
     for (const SurveyedPlugin& plugin : survey.entries) {
         if (plugin.IsEnabled()) {
             const Sentrel::PluginState* const known = state ? state->Find(plugin.Name()) : nullptr;
@@ -238,13 +259,16 @@ std::vector<JudgedReport> ReadJudgedReports(const Host& host,
                    return Sentrel::IsSameReportName(name, wanted);
                });
     };
-    std::vector<PluginPeriod> plugins = ReadPluginPeriods();
+    const std::vector<PluginPeriod> plugins =
+        host.isElsewhere ? std::vector<PluginPeriod>() : ReadPluginPeriods();
     std::vector<StoredReport> reports = ReadReports(host, names);
     // judged by the present time: some reports are newer than the command's start
     const auto now = std::chrono::system_clock::now();
     std::vector<JudgedReport> judged = JudgeReports(std::move(reports), plugins, now);
     std::erase_if(judged, [&](const JudgedReport& row) { return !isWanted(row.report.name); });
-    AddSilences(judged, now);
+    if (!host.isElsewhere) {
+        AddSilences(judged, now);
+    }
     return judged;
 }
 

@@ -63,7 +63,8 @@ std::string ReasonOf(const JudgedReport& judged);
 
 struct PluginSurvey;
 
-// The enabled plugins of the survey, by name.
+// The enabled plugins of the survey, and those that the running daemon launches although their
+// files were removed.
 std::vector<PluginPeriod> PeriodsOf(const PluginSurvey& survey,
                                     const std::optional<Sentrel::DaemonState>& state);
 

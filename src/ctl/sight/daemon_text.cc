@@ -17,12 +17,20 @@ std::string HostName() {
 }
 
 std::string DaemonText(const Host& host) {
+    if (host.isElsewhere) {
+        return "visible only through " + host.apiUrl;
+    }
     if (!host.daemon && host.portHolder) {
         return "not running; port " + std::to_string(host.intakePort) + " is held by " +
                host.portHolder->name;
     }
     if (!host.daemon && !host.state) {
         return ::geteuid() == 0 ? "not running" : "not running, or not visible to this user";
+    }
+    if (host.daemon && host.daemon->isStopped) {
+        return "process " + std::to_string(host.daemon->pid) +
+               " is stopped by a signal; continue it: kill -CONT " +
+               std::to_string(host.daemon->pid);
     }
     const auto running = std::chrono::duration_cast<std::chrono::seconds>(
         host.now - (host.daemon ? host.daemon->started : host.state->started));

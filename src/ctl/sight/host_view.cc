@@ -81,13 +81,18 @@ void SortByUrgency(std::vector<JudgedReport>& reports) {
 
 Host HostInView(const GivenOptions& options) {
     Host host = HostOf(options);
-    LookAtDaemon(host);
-    host.state = Sentrel::ReadDaemonState();
+    if (!host.isElsewhere) {
+        LookAtDaemon(host);
+    }
     return host;
 }
 
+PluginSurvey PluginsOf(const Host& host) {
+    return host.isElsewhere ? PluginSurvey() : SurveyPlugins();
+}
+
 HostView ViewReports(const Host& host, const std::vector<std::string>& names) {
-    return ViewJudged(host, ReadJudgedReports(host, names), SurveyPlugins());
+    return ViewJudged(host, ReadJudgedReports(host, names), PluginsOf(host));
 }
 
 HostView ViewStored(const Host& host, std::vector<StoredReport> reports,
@@ -95,7 +100,9 @@ HostView ViewStored(const Host& host, std::vector<StoredReport> reports,
     const auto now = std::chrono::system_clock::now();
     std::vector<JudgedReport> judged =
         JudgeReports(std::move(reports), PeriodsOf(survey, host.state), now);
-    AddSilences(judged, now);
+    if (!host.isElsewhere) {
+        AddSilences(judged, now);
+    }
     return ViewJudged(host, std::move(judged), survey);
 }
 
@@ -108,7 +115,7 @@ HostView ViewHost(const Host& host) {
     }
     HostView view{std::chrono::system_clock::now(), {}, {}, {}, std::move(problem)};
     try {
-        AddLaunches(host, SurveyPlugins(), view);
+        AddLaunches(host, PluginsOf(host), view);
     } catch (const std::exception&) {
         // the problem of the reports is shown; "plugin plan" explains this one
     }
@@ -125,6 +132,9 @@ std::vector<std::string> NamesOf(const HostView& view) {
 }
 
 void AddStoredReports(const Host& host, HostView& view) {
+    if (host.isElsewhere) {
+        return;
+    }
     try {
         const std::string directory = RequireReportDirectory(host);
         std::map<std::string, std::vector<HistoricReport>> histories = ReadHistories(directory);
@@ -137,6 +147,9 @@ void AddStoredReports(const Host& host, HostView& view) {
 }
 
 void AddFindings(const Host& host, HostView& view) {
+    if (host.isElsewhere) {
+        return;
+    }
     view.findings = Inspect(host);
     std::stable_sort(
         view.findings.begin(), view.findings.end(),

@@ -42,6 +42,9 @@ Host HostInView(const GivenOptions& options);
 // The worst first, silenced ones after the others of their state, then by name.
 void SortByUrgency(std::vector<JudgedReport>& reports);
 
+// The plugins of the host in view; none of a host elsewhere.
+PluginSurvey PluginsOf(const Host& host);
+
 // Reads the reports of these names, or all, and the known next launches. Throws what
 // ReadJudgedReports throws.
 HostView ViewReports(const Host& host, const std::vector<std::string>& names);
@@ -57,7 +60,8 @@ HostView ViewHost(const Host& host);
 // The names of its reports, in their order.
 std::vector<std::string> NamesOf(const HostView& view);
 
-// Adds the stored reports of each name, if the report directory can be read.
+// Adds the stored reports of each name, if the report directory can be read. None of a host
+// elsewhere; nor does AddFindings.
 void AddStoredReports(const Host& host, HostView& view);
 
 // Adds the findings of doctor, the worst first.

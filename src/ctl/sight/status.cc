@@ -62,15 +62,35 @@ std::string LaunchesText(const Host& host, const HostView& view) {
     return host.daemon || host.state ? "no launch is planned" : "not known";
 }
 
-std::size_t CountProblems(const std::vector<Finding>& findings) {
-    return static_cast<std::size_t>(std::count_if(
-        findings.begin(), findings.end(),
-        [](const Finding& finding) { return finding.severity >= Severity::Warning; }));
+// What "doctor" says of this host; nothing of another one, seen through its API.
+struct Diagnosis {
+    std::size_t problems = 0;
+    std::size_t skipped = 0;  // checks that this user may not make
+};
+
+Diagnosis Diagnose(const Host& host) {
+    Diagnosis diagnosis;
+    if (host.isElsewhere) {
+        return diagnosis;
+    }
+    for (const Finding& finding : Inspect(host)) {
+        diagnosis.problems += finding.severity >= Severity::Warning ? 1 : 0;
+        diagnosis.skipped += finding.isSkipped ? 1 : 0;
+    }
+    return diagnosis;
 }
 
-std::string DoctorText(std::size_t problems) {
-    return problems == 0 ? "no problems found"
-                         : Counted(problems, "problem") + "; run \"sentrelctl doctor\"";
+std::string DoctorText(const Host& host, const Diagnosis& diagnosis) {
+    if (host.isElsewhere) {
+        return "not run; it inspects only the local host";
+    }
+    std::string text = diagnosis.problems == 0
+                           ? "no problems found"
+                           : Counted(diagnosis.problems, "problem") + "; run \"sentrelctl doctor\"";
+    if (diagnosis.skipped > 0) {
+        text += "; " + Counted(diagnosis.skipped, "check") + " skipped: run as root";
+    }
+    return text;
 }
 
 void WriteWorst(const HostView& view, std::ostream& output) {
@@ -101,7 +121,7 @@ void WriteWorst(const HostView& view, std::ostream& output) {
     }
 }
 
-OrderedJson ToJson(const Host& host, const HostView& view, std::size_t problems) {
+OrderedJson ToJson(const Host& host, const HostView& view, const Diagnosis& diagnosis) {
     OrderedJson object = {{"daemon", nullptr}};
     if (host.daemon) {
         object["daemon"] = {{"pid", host.daemon->pid},
@@ -129,7 +149,8 @@ OrderedJson ToJson(const Host& host, const HostView& view, std::size_t problems)
     object["states"] = std::move(states);
     object["worst"] = std::move(worst);
     object["next"] = std::move(launches);
-    object["problems"] = problems;
+    object["problems"] = diagnosis.problems;
+    object["skipped"] = diagnosis.skipped;
     if (!view.problem.empty()) {
         object["unseen"] = view.problem;
     }
@@ -139,18 +160,19 @@ OrderedJson ToJson(const Host& host, const HostView& view, std::size_t problems)
 int RunStatus(const Arguments& arguments, std::ostream& output) {
     const Host host = HostInView(arguments.options);
     const HostView view = ViewHost(host);
-    const std::size_t problems = CountProblems(Inspect(host));
-    const bool isFine = host.daemon && view.problem.empty() && problems == 0 &&
+    const Diagnosis diagnosis = Diagnose(host);
+    const bool isRunning = host.daemon || host.isElsewhere;  // the API of the other host answered
+    const bool isFine = isRunning && view.problem.empty() && diagnosis.problems == 0 &&
                         std::all_of(view.reports.begin(), view.reports.end(), IsQuiet);
     if (arguments.options.Has("--json")) {
-        WriteJson(ToJson(host, view, problems), output);
+        WriteJson(ToJson(host, view, diagnosis), output);
         return isFine ? 0 : 1;
     }
     output << "sentrel   " << PrintableText(DaemonText(host)) << '\n'
            << "reports   " << PrintableText(ReportsText(view)) << '\n';
     WriteWorst(view, output);
     output << "next      " << PrintableText(LaunchesText(host, view)) << '\n'
-           << "doctor    " << DoctorText(problems) << '\n';
+           << "doctor    " << DoctorText(host, diagnosis) << '\n';
     return isFine ? 0 : 1;
 }
 

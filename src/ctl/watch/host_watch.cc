@@ -155,17 +155,22 @@ HostChanges HostWatch::Look() {
 void HostWatch::LookAtHost() {
     Host looked = given;
     looked.now = std::chrono::system_clock::now();
-    LookAtDaemon(looked);
+    if (!looked.isElsewhere) {
+        LookAtDaemon(looked);
+    }
     if (directory) {
         looked.isOffline = true;
         looked.reportDirectory = host.reportDirectory;
     }
     host = std::move(looked);
     runs = FindDaemon();
-    plugins = SurveyPlugins();
+    plugins = PluginsOf(host);
 }
 
 bool HostWatch::FindDaemon() {
+    if (host.isElsewhere) {
+        return true;  // until its API fails to answer
+    }
     if (!host.daemon) {
         daemon = {};
         const auto port =
