@@ -33,8 +33,9 @@ Explanation Explain(const std::string& name, const std::string& message, bool ha
     if (name.ends_with(".unauthenticated")) {
         return hasToken
                    ? Explanation{"the API refuses the token",
-                                 "\"sentrelctl token inspect\" says why it is not trusted, "
-                                 "\"sentrelctl token init\" makes this host trust its own tokens"}
+                                 "\"sentrelctl token inspect\" says why it is not trusted; if it "
+                                 "is, the "
+                                 "daemon has older token settings: restart sentrel"}
                    : Explanation{
                          "no token for the API",
                          std::string(mayBeOffline ? "use --offline to read the report directory "

@@ -27,7 +27,7 @@ Finding ExplainNoDaemon(const Host& host) {
                 "the intake port " + port + " is held by process " +
                     std::to_string(host.portHolder->pid) + " (" + host.portHolder->name +
                     "), not by sentrel, which cannot start",
-                "end that process, or set another http_port, then: " + std::string(kRestart)};
+                "terminate that process, or set another http_port, then: " + std::string(kRestart)};
     }
     const bool isHeld = host.intakePort > 0 && host.intakePort <= 65535 &&
                         !FindListeningSockets(static_cast<std::uint16_t>(host.intakePort)).empty();
@@ -51,9 +51,10 @@ std::optional<std::chrono::system_clock::time_point> ChangeTime(const std::files
             std::chrono::nanoseconds(status.st_ctim.tv_nsec)));
 }
 
+// A time in the future proves nothing: the clock was set back since.
 bool IsNewer(const std::filesystem::path& path, std::chrono::system_clock::time_point start) {
     const auto changed = ChangeTime(path);
-    return changed && *changed > start;
+    return changed && *changed > start && *changed <= std::chrono::system_clock::now();
 }
 
 // Adds the store files in `folder` that are newer than `start`, and the directory itself if a file
@@ -85,6 +86,14 @@ void CheckDaemon(const Host& host, Findings& findings) {
     }
     if (!host.daemon) {
         findings.push_back(ExplainNoDaemon(host));
+        return;
+    }
+    if (host.daemon->isStopped) {
+        const std::string pid = std::to_string(host.daemon->pid);
+        findings.push_back(
+            {Severity::Error, kSubject,
+             "process " + pid + " is stopped by a signal: it launches, stores and answers nothing",
+             "kill -CONT " + pid});
         return;
     }
     const auto age =
@@ -123,8 +132,7 @@ void CheckFreshness(const Host& host, Findings& findings) {
     });
     findings.push_back(
         {Severity::Warning, "changes",
-         Abridged(newer) + " changed after the daemon had read " +
-             (newer.size() == 1 ? "it" : "them"),
+         Abridged(newer) + " changed after the daemon read " + (newer.size() == 1 ? "it" : "them"),
          (areBroken ? "correct the settings first, then: " : "") + std::string(kRestart)});
 }
 

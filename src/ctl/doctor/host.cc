@@ -89,7 +89,7 @@ void LookAtDaemon(Host& host) {
         process = HolderOf(Sentrel::kApiPort);
     }
     if (process && process->name == kDaemonName) {
-        host.daemon = DaemonProcess{process->pid, StartOf(*process)};
+        host.daemon = DaemonProcess{process->pid, StartOf(*process), IsStopped(*process)};
     }
     host.state = Sentrel::ReadDaemonState();
     host.user = UserOfDaemon(host);

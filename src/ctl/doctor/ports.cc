@@ -109,6 +109,9 @@ void CheckApiPort(const Host& host, Findings& findings) {
                             kFreeApiPort});
         return;
     }
+    if (host.daemon && host.daemon->isStopped) {
+        return;  // CheckDaemon reports it
+    }
     const bool isLocal = CheckReach(subject, Sentrel::kApiPort, "can call it", sockets, findings);
     if (const std::string problem = AskApi(); !problem.empty()) {
         findings.push_back({Severity::Error, subject,

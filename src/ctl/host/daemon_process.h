@@ -16,6 +16,7 @@ inline constexpr std::string_view kDaemonName = "sentrel";
 struct DaemonProcess {
     pid_t pid = 0;
     std::chrono::system_clock::time_point started;
+    bool isStopped = false;  // by a signal, until SIGCONT
 };
 
 // The process that listens on the configured intake port, whatever program it runs; nothing if none

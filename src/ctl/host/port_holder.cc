@@ -118,6 +118,15 @@ void RequireTrustedListener(const sockaddr_storage& peer) {
         return;
     }
     const std::vector<ListeningSocket> strangers(stranger, takers.end());
+    const std::optional<pid_t> pid = FindOwner(strangers, kDaemonName);
+    const std::optional<ProcessStat> process = pid ? ReadProcessStat(*pid) : std::nullopt;
+    if (process && process->name == kDaemonName) {
+        throw UntrustedListener("port " + std::to_string(endpoint.port) + " of " +
+                                    endpoint.address + " is held by " + DescribeHolder(strangers) +
+                                    ", whose answers this user does not trust",
+                                "run this as " + NameOfUser(strangers.front().user) +
+                                    ", or run sentrel as root or as the user sentrel");
+    }
     throw UntrustedListener("port " + std::to_string(endpoint.port) + " of " + endpoint.address +
                                 " is held by " + DescribeHolder(strangers) + ", not by sentrel",
                             endpoint.port == Sentrel::kApiPort ? kFreeApiPort : kEndIt);

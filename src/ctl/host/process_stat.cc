@@ -17,6 +17,7 @@ namespace {
 
 // Field numbers of proc(5). The name is the second field; from kFirstField on, a blank precedes
 // each field.
+constexpr std::size_t kStateField = 3;
 constexpr std::size_t kParentField = 4;
 constexpr std::size_t kSessionField = 6;
 constexpr std::size_t kStartField = 22;
@@ -54,6 +55,9 @@ std::optional<ProcessStat> ParseProcessStat(std::string_view text, long ticksPer
         isWhole = !value.empty() && (field != kParentField || ParseField(value, process.parent)) &&
                   (field != kSessionField || ParseField(value, process.session)) &&
                   (field != kStartField || ParseField(value, ticks));
+        if (field == kStateField && isWhole) {
+            process.state = value.front();
+        }
         rest.remove_prefix(std::min(rest.size(), value.size() + 1));
     }
     if (!isWhole || ticks < 0) {

@@ -126,8 +126,8 @@ std::optional<RunUser> FindSandboxUser(const Sentrel::PluginInfo& plugin,
     return isSandboxed ? user : std::nullopt;
 }
 
-// The process that receives posts now, as a text; empty if none does. Throws if it is another
-// user's, since this user may not start a process in its group.
+// The process that receives posts now, as a text; empty if none does. Throws if it is not a running
+// daemon, or is another user's, since this user may not start a process in its group.
 std::string FindIntake(std::int32_t port, const std::optional<DaemonProcess>& daemon) {
     if (daemon) {
         const std::optional<ProcessStat> stat = ReadProcessStat(daemon->pid);
@@ -135,6 +135,17 @@ std::string FindIntake(std::int32_t port, const std::optional<DaemonProcess>& da
             throw Failure("another \"plugin run\", process " + std::to_string(daemon->pid) +
                               ", holds port " + std::to_string(port),
                           "wait until it exits");
+        }
+        if (stat && stat->name != kDaemonName) {
+            throw Failure("port " + std::to_string(port) + " is held by process " +
+                              std::to_string(daemon->pid) + " (" + stat->name +
+                              "), not by sentrel, which cannot run",
+                          "terminate that process, or set another http_port");
+        }
+        if (stat && IsStopped(*stat)) {
+            throw Failure("the daemon, process " + std::to_string(daemon->pid) +
+                              ", is stopped by a signal and stores nothing",
+                          "continue it: kill -CONT " + std::to_string(daemon->pid));
         }
         return (stat ? stat->name : "a process") + " (" + std::to_string(daemon->pid) + ")";
     }
@@ -217,6 +228,7 @@ int RunPlugin(const Arguments& arguments, std::ostream& output) {
     run.timeout = ReadTimeout(arguments.options);
     const PluginSurvey survey = SurveyPlugins();
     const SurveyedPlugin found = FindPlugin(survey, run.plugin);
+    run.period = found.period;
     TellWhetherItIsRun(found, run);
     const auto settings = ReadDaemonSettingsOrDefaults();
     run.port = Sentrel::GetHttpPort(settings, SilentLogger());

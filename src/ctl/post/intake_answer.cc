@@ -22,10 +22,11 @@ constexpr std::array<IntakeAnswer, 10> kAnswers = {{
     {413, "it is longer than 1048576 bytes", "send less"},
     {431, "its head is longer than 16 KiB", "send fewer and shorter fields"},
     {500, "the daemon could not store it",
-     R"(run "sentrelctl doctor"; if it finds nothing, see the daemon's log (journalctl -u sentrel): the name may be too long, or have other characters than letters, digits, "_", "." and "-")"},
+     R"(run "sentrelctl doctor"; if it finds nothing, see the daemon's log (journalctl -u sentrel): the name may be too long, contain characters outside [a-zA-Z0-9_.-], or exceed max_report_names)"},
 }};
-constexpr IntakeAnswer kOther = {-1, "that is not an answer of sentrel",
-                                 R"(see which process listens on the port: "sentrelctl doctor")"};
+constexpr IntakeAnswer kOther = {
+    -1, "not an answer of sentrel",
+    R"(run "sentrelctl doctor" to see which process listens on the port)"};
 
 }  // namespace
 

@@ -14,6 +14,7 @@
 #include <nlohmann/json.hpp>
 
 #include <array>
+#include <cerrno>
 #include <cstddef>
 #include <ostream>
 #include <string>
@@ -39,6 +40,16 @@ void RefuseBadDocument(const std::string& document, const std::string& name) {
     throw Failure(text, "fix it and post again");
 }
 
+// A process that accepts a connection and does not answer is running: to start it does nothing.
+[[noreturn]] void ExplainSilence(const std::string& intake, const HttpFailure& failure) {
+    const bool isThere = failure.ErrorNumber() == ETIMEDOUT;
+    throw Failure((isThere ? "no answer from " : "cannot reach ") + intake + ": " + failure.what(),
+                  isThere ? "see what holds the port: sentrelctl doctor"
+                          : "start sentrel (\"systemctl start sentrel\"); \"sentrelctl doctor\" "
+                            "tells more",
+                  failure.ErrorNumber());
+}
+
 void RunPost(const Arguments& arguments, std::ostream& output) {
     const std::string& name = arguments.operands[0];
     const std::string document =
@@ -50,9 +61,7 @@ void RunPost(const Arguments& arguments, std::ostream& output) {
     try {
         answer = Send({.host = "127.0.0.1", .port = port, .target = "/" + name, .body = document});
     } catch (const HttpFailure& failure) {
-        throw Failure(
-            "cannot reach " + intake + ": " + failure.what(),
-            "start sentrel (\"systemctl start sentrel\"); \"sentrelctl doctor\" tells more");
+        ExplainSilence(intake, failure);
     }
     if (answer.status != kStored) {
         const int status = static_cast<int>(answer.status);
