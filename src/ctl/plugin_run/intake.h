@@ -23,6 +23,7 @@ struct Post {
     std::string name;      // the last segment of its URL
     std::string document;  // empty if it was refused
     int answer = 0;        // the status; 0: none, since the body ended early
+    bool isServed = true;  // if it was stored: a link leads to the reports of its name
 };
 
 class StandInIntake {

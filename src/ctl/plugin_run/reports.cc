@@ -6,6 +6,7 @@
 #include "ctl/post/intake_answer.h"
 #include "ctl/reports/source.h"
 #include "ctl/show/failure.h"
+#include "ctl/show/times.h"
 #include "intake/report_job.h"
 #include "state/state_reader.h"
 #include "store/report.h"
@@ -17,6 +18,7 @@
 #include <exception>
 #include <optional>
 #include <system_error>
+#include <thread>
 
 #include <sys/stat.h>
 
@@ -38,6 +40,19 @@ bool IsOfPlugin(std::string_view report, std::string_view plugin) {
            (report.size() == plugin.size() || report[plugin.size()] == '.');
 }
 
+// The link is gone for an instant while a post renews it.
+bool HasLink(const std::string& directory, const std::string& name) {
+    constexpr int kLooks = 10;
+    std::error_code error;  // counts as missing
+    for (int look = 0; look < kLooks; ++look) {
+        if (std::filesystem::exists(directory + Sentrel::LinkName(name), error)) {
+            return true;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    return false;
+}
+
 void ReadState(PostJudgement& judgement) {
     (void)SilentLogger();  // the faults of the document are among the problems
     Sentrel::Report report;
@@ -48,6 +63,7 @@ void ReadState(PostJudgement& judgement) {
     }
     if (!report.name.empty()) {
         judgement.state = StatusName(report.status);
+        judgement.age = AgeOf(report.time, std::chrono::system_clock::now());
         judgement.reason = ReasonOf(report.unstructured);
         judgement.metrics = MetricsOf(report.unstructured);
     }
@@ -84,10 +100,12 @@ std::vector<Post> StoredReports::FindNew() const {
     std::vector<Post> posts;
     for (const auto& [modified, fileName] : files) {
         try {
-            posts.push_back({.name = NameOfStored(fileName),
+            const std::string name = NameOfStored(fileName);
+            posts.push_back({.name = name,
                              .document = ReadRegularFile(directory + fileName,
                                                          Sentrel::kMaxReportSize, fileName),
-                             .answer = kStored});
+                             .answer = kStored,
+                             .isServed = HasLink(directory, name)});
         } catch (const Failure&) {
             continue;  // the ring has replaced it
         }

@@ -7,6 +7,7 @@
 #include <chrono>
 #include <filesystem>
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -43,8 +44,9 @@ std::vector<Post> FindRefused(std::chrono::system_clock::time_point since);
 struct PostJudgement {
     Post post;
     bool isOfPlugin = false;  // its name is the plugin's, or the plugin's, "." and a suffix
-    std::vector<std::string> problems;  // of the document; and why it was refused
-    std::string state;                  // "OK", ...; empty if the report has none
+    std::vector<std::string> problems;        // of the document; and why it was refused
+    std::string state;                        // "OK", ...; empty if the report has none
+    std::optional<std::chrono::seconds> age;  // by its time; unset if that is invalid
     std::string reason;
     std::vector<Metric> metrics;
 

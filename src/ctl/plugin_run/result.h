@@ -28,6 +28,7 @@ struct PluginRun {
         sandboxUser;  // the user that it ran as in the sandbox; unset without a sandbox
     pid_t pid = 0;
     std::chrono::seconds timeout{};
+    std::chrono::seconds period{};  // from one run to the next; 0: the daemon does not launch it
     PluginEnd end;
     std::int32_t port = 0;  // the intake's
     std::string intake;     // the process that listened there; empty: none, so the tool listened

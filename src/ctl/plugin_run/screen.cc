@@ -53,8 +53,9 @@ void WriteFacts(const PluginRun& run, std::ostream& output) {
     const PluginEnd& end = run.end;
     Table facts({{}, {}});
     facts.Add({"Command", Joined(run.arguments, " ")});
-    facts.Add({"Group", run.groupDirectory.empty() ? "none; a process table in sentrelctl"
-                                                   : run.groupDirectory});
+    facts.Add({"Group", run.groupDirectory.empty()
+                            ? "none; sentrelctl keeps a process table instead"
+                            : run.groupDirectory});
     facts.Add({"Process", std::to_string(run.pid) + ", user " + run.user});
     facts.Add({"Ended", EndText(end)});
     facts.Add({"Time", MeasuredText(end.wallTime) + " of " + DurationText(run.timeout) +

@@ -1,7 +1,10 @@
 // Judges a run: adds its findings.
 #include "ctl/plugin_run/confinement.h"
+#include "ctl/plugin_run/result.h"
 #include "ctl/post/intake_answer.h"
+#include "ctl/reports/state.h"
 #include "ctl/show/durations.h"
+#include "ctl/show/times.h"
 #include "ctl/show/words.h"
 
 #include <algorithm>
@@ -25,7 +28,7 @@ void Tell(PluginRun& run, Severity severity, std::string text, std::string remed
 
 void JudgeEnd(PluginRun& run) {
     const PluginEnd& end = run.end;
-    const std::string look = end.error.bytes > 0 ? "what it wrote to standard error may say why"
+    const std::string look = end.error.bytes > 0 ? "its standard error may give the reason"
                                                  : "make it write the reason to standard error";
     if (end.asked == PluginEnd::Asked::Interrupted) {
         Tell(run, Severity::Error,
@@ -76,8 +79,7 @@ void JudgeLeft(PluginRun& run) {
 }
 
 void TellNothingPosted(PluginRun& run) {
-    std::string remedy =
-        run.end.error.bytes > 0 ? "what it wrote to standard error may say why; " : "";
+    std::string remedy = run.end.error.bytes > 0 ? "its standard error may give the reason; " : "";
     remedy += "it must POST to http://localhost:" + std::to_string(run.port) + "/" + run.plugin +
               ", the URL after -u with its name added; see sentrel-plugin(7)";
     Tell(run, Severity::Error,
@@ -96,8 +98,14 @@ void TellUnknown(PluginRun& run, const std::string& report) {
     const bool complains = run.end.error.bytes > 0;
     Tell(run, complains ? Severity::Error : Severity::Warning,
          report + "says UNKNOWN" + (complains ? ", and it wrote to standard error" : ""),
-         complains ? "what it wrote to standard error may say why"
+         complains ? "its standard error may give the reason"
                    : "its reason says what it could not find out");
+}
+
+// Whether "list" would show it as STALE already.
+bool IsStaleAtOnce(const PluginRun& run, const PostJudgement& judged) {
+    return judged.age && (*judged.age < -kToleratedLead ||
+                          (run.period.count() != 0 && *judged.age * 2 > run.period * 3));
 }
 
 void JudgePosts(PluginRun& run) {
@@ -121,6 +129,15 @@ void JudgePosts(PluginRun& run) {
         } else if (!judged.isOfPlugin) {
             Tell(run, severity, report + "is not named after the plugin",
                  "name it " + run.plugin + ", or begin its name with \"" + run.plugin + ".\"");
+        } else if (!judged.post.isServed) {
+            Tell(run, Severity::Error, report + "is stored, but not served: its link is missing",
+                 "see the report directory: sentrelctl doctor");
+        } else if (IsStaleAtOnce(run, judged)) {
+            Tell(run, Severity::Error,
+                 report + "is already STALE: its time is " +
+                     (*judged.age < std::chrono::seconds(0) ? "in the future"
+                                                            : AgeText(judged.age) + " ago"),
+                 "set \"time\" to the time of the run, in UTC: date -u +%FT%TZ");
         } else if (judged.state == kUnknown) {
             TellUnknown(run, report);
         }

@@ -84,7 +84,7 @@ std::vector<Finding> CheckLaunches(const std::string& subject, const SurveyedPlu
     const Sentrel::PluginState* const known = host.state->Find(plugin.Name());
     if (known == nullptr) {
         return {{Severity::Warning, subject,
-                 "the running daemon does not know it: it finds plugins only when it starts",
+                 "unknown to the running daemon, which finds plugins only when it starts",
                  kRestart}};
     }
     std::vector<Finding> findings;
@@ -105,7 +105,7 @@ std::vector<Finding> CheckLaunches(const std::string& subject, const SurveyedPlu
     if (known->memoryKill) {
         const bool isLastRun = known->run == RunState::MemoryKill;
         findings.push_back({isLastRun ? Severity::Error : Severity::Warning, subject,
-                            "the kernel killed processes of it for lack of memory " +
+                            "the kernel killed its processes for lack of memory " +
                                 Between(*known->memoryKill, host.now) + " ago" +
                                 (isLastRun ? ", in its last run" : ""),
                             "make it use less memory, or raise sentrel.plugin_memory_limit_MB"});

@@ -185,6 +185,9 @@ void Write(const NewFile& file) {
 
 void CreateFolderOf(const NewFile& file) {
     const std::filesystem::path folder = std::filesystem::path(file.path).parent_path();
+    if (folder.empty()) {
+        return;  // the current directory
+    }
     std::error_code error;
     std::filesystem::create_directories(folder, error);
     if (error) {

@@ -25,6 +25,8 @@
 #include <utility>
 #include <vector>
 
+#include <unistd.h>
+
 namespace Ctl {
 
 namespace {
@@ -73,8 +75,12 @@ std::string DaemonText(const Host& host) {
         return "process " + std::to_string(host.daemon->pid) + ", for " +
                runningSince(host.daemon->started);
     }
-    return host.state ? "running for " + runningSince(host.state->started)
-                      : "not visible to this user, so the next launches are unknown";
+    if (host.state) {
+        return "running for " + runningSince(host.state->started);
+    }
+    return std::string(::geteuid() == 0 ? "not running"
+                                        : "not running, or not visible to this user") +
+           ", so the next launches are unknown";
 }
 
 std::string CountsText(const Sentrel::DaemonState& state) {
@@ -105,7 +111,7 @@ void WriteTotals(const PluginSurvey& survey, const Host& host, std::ostream& out
         {"Fast period", survey.timetable.fastPeriodWasRaised
                             ? fast + ", raised from " +
                                   DurationText(std::chrono::minutes(survey.configuredFastMinutes)) +
-                                  " so that every plugin has a slot in it"
+                                  " to give every plugin a slot"
                             : fast + "; the slots of all plugins take " + minimum + " of it"});
     totals.Add({"Memory",
                 SizeText(std::uintmax_t(survey.poolSizeMB) << 20) + ", for all plugins together"});

@@ -82,12 +82,12 @@ std::optional<HeaderFault> FindMissing(const std::string& what, const std::strin
     }
     const bool isThere = ::access(path.c_str(), F_OK) == 0;
     const bool isBelowRoot = IsProgram(Sys::HostPath(path));
-    return HeaderFault{
-        "needs the " + what + " " + path + ", which " +
-            (isThere       ? "cannot be executed"
-             : isBelowRoot ? "exists only below the host root, not on this machine"
-                           : "is missing"),
-        isBelowRoot ? "run it on the host whose root that is" : "install it, or name another one"};
+    return HeaderFault{"needs the " + what + " " + path + ", which " +
+                           (isThere       ? "cannot be executed"
+                            : isBelowRoot ? "exists only below the host root, not on this machine"
+                                          : "is missing"),
+                       isBelowRoot ? "run it on the host that this root belongs to"
+                                   : "install it, or name another one"};
 }
 
 // Without PATH, "env" searches the system's default path.
@@ -173,7 +173,7 @@ std::optional<HeaderFault> FindHeaderFault(const ProgramHeader& header, const st
         case ProgramHeader::Kind::Elf:
             return FindElfFault(header);
         case ProgramHeader::Kind::Empty:
-            return HeaderFault{"is empty", "put the program in its place, with mv"};
+            return HeaderFault{"is empty", "install the program, with mv"};
         default:
             return HeaderFault{"is neither an ELF program nor a script that begins with \"#!\"",
                                "write #!/bin/sh or the like as its first line"};
