@@ -103,10 +103,9 @@ void CheckTrustSet(const Host& host, Findings& findings) {
         text = Token::ReadTrustSet(settings.jwks).value_or("");
         trusted = Token::ParseTrustSet(text);
     } catch (const Pellmar::Exception& exception) {
-        findings.push_back(
-            {Severity::Error, subject,
-             path + " is not a set of keys, so every token is refused: " + exception.what(),
-             "move it away, then: " + std::string(kInit)});
+        findings.push_back({Severity::Error, subject,
+                            path + " is not a JWK Set: every token is refused: " + exception.what(),
+                            "move it away, then: " + std::string(kInit)});
         return;
     }
     if (HoldsSecrets(text)) {
@@ -116,7 +115,7 @@ void CheckTrustSet(const Host& host, Findings& findings) {
              "remove those keys, and replace the key pairs"});
     } else if (!trusted.unused.empty()) {
         findings.push_back({Severity::Warning, subject, "not usable: " + Abridged(trusted.unused),
-                            "correct or remove such keys in " + path});
+                            "correct or remove these keys in " + path});
     }
     if (trusted.keys.empty()) {
         findings.push_back(

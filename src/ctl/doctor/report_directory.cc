@@ -1,5 +1,7 @@
 // "doctor": the report directory, its free space, and its contents.
+#include "core/settings/settings.h"
 #include "ctl/doctor/subjects.h"
+#include "ctl/host/daemon_settings.h"
 #include "ctl/show/sizes.h"
 #include "ctl/show/words.h"
 #include "intake/report_job.h"
@@ -137,6 +139,26 @@ void CheckViewOfDaemon(const Host& host, const struct stat& own, Findings& findi
     }
 }
 
+// The daemon counts the names that it has seen since its start, too, so forgetting one is not
+// enough.
+void CheckNumberOfNames(const Content& content, Findings& findings) {
+    std::int32_t most = Sentrel::kDefaultMaxReportNames;
+    try {
+        most = Sentrel::GetMaxReportNames(ReadDaemonSettings(), SilentLogger());
+    } catch (const std::exception&) {
+        return;  // CheckSettings reports it
+    }
+    if (content.names.size() >= static_cast<std::size_t>(most)) {
+        findings.push_back({Severity::Warning, kSubject,
+                            Counted(content.names.size(), "name") +
+                                ", as many as max_report_names allows: posts to new names are "
+                                "answered with 500",
+                            "remove names that nobody posts (sentrelctl forget NAME) or raise the "
+                            "limit (sentrelctl config set sentrel.max_report_names NUMBER), then: "
+                            "systemctl restart sentrel"});
+    }
+}
+
 void CheckContent(const std::string& directory, const Content& content, Findings& findings) {
     if (!content.broken.empty()) {
         findings.push_back(
@@ -188,7 +210,7 @@ void CheckReportDirectory(const Host& host, Findings& findings) {
     const std::string& directory = host.reportDirectory;
     if (!host.reportProblem.empty()) {
         findings.push_back({Severity::Error, kSubject, host.reportProblem,
-                            "give it -r DIR with an absolute path; the unit does"});
+                            "start it with -r and an absolute path, as the unit does"});
     }
     const std::optional<struct stat> status = StatOf(directory);
     if (!status) {
@@ -202,6 +224,7 @@ void CheckReportDirectory(const Host& host, Findings& findings) {
     CheckViewOfDaemon(host, *status, findings);
     const Content content = ReadContent(directory);
     CheckRoom(directory, content, findings);
+    CheckNumberOfNames(content, findings);
     CheckContent(directory, content, findings);
     const bool isAllWell =
         std::none_of(findings.begin() + static_cast<std::ptrdiff_t>(before), findings.end(),

@@ -38,14 +38,16 @@ struct StateRow {
     const char* remedy;
 };
 constexpr StateRow kStateRows[] = {
-    {ReportState::Invalid, Severity::Error, "INVALID (unreadable; full listings omit them)",
+    {ReportState::Invalid, Severity::Error, "INVALID (not valid reports; full listings omit them)",
      "sentrelctl list --state INVALID; sentrelctl history NAME says why"},
     {ReportState::Error, Severity::Warning, "ERROR", "sentrelctl list --full --state ERROR"},
+    {ReportState::Unknown, Severity::Warning, "UNKNOWN (the check could not find out)",
+     "sentrelctl list --full --state UNKNOWN"},
     {ReportState::Stale, Severity::Warning, "STALE (older than expected)",
      "see why: sentrelctl list --full --state STALE"},
     {ReportState::Warning, Severity::Notice, "WARNING", "sentrelctl list --full --state WARNING"},
     {ReportState::Never, Severity::Notice, "NEVER (the plugin has not reported yet)",
-     "wait for its first launch: sentrelctl plugin plan"},
+     "see when each is launched: sentrelctl plugin plan"},
 };
 
 // Whether the time ends in "Z" or "+hh:mm".
@@ -73,10 +75,7 @@ void CheckReportStates(const Host& host, Findings& findings) {
     if (!HasReadableDirectory(host)) {
         return;
     }
-    std::vector<PluginPeriod> plugins;
-    if (host.settingsProblem.empty()) {
-        plugins = PeriodsOf(SurveyPlugins(), host.state);
-    }
+    const std::vector<PluginPeriod> plugins = PeriodsOf(SurveyPlugins(), host.state);
     std::vector<JudgedReport> judged =
         JudgeReports(ReadStoredReports(host.reportDirectory, {}), plugins, host.now);
     CheckSilences(host, findings);
@@ -140,10 +139,9 @@ void CheckReportTimes(const Host& host, Findings& findings) {
         }
     }
     if (!zoneless.empty()) {
-        findings.push_back(
-            {Severity::Warning, "times of reports",
-             "without a zone, so they count as this host's local time: " + Abridged(zoneless),
-             "make the plugins write UTC: date -u +%FT%TZ"});
+        findings.push_back({Severity::Warning, "times of reports",
+                            "without a time zone, read as local time: " + Abridged(zoneless),
+                            "write the time in UTC: date -u +%FT%TZ"});
     }
     if (!early.empty()) {
         findings.push_back({Severity::Warning, "times of reports",

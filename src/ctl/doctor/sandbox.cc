@@ -46,7 +46,7 @@ void CheckSandbox(const Host& host, Findings& findings) {
     }
     if (!lifted.empty()) {
         findings.push_back({Severity::Notice, kSubject,
-                            "lifted by their entries for: " + Abridged(lifted),
+                            "the sandbox is disabled for: " + Abridged(lifted),
                             "sentrelctl config set NAME.sandbox --unset"});
     }
 }

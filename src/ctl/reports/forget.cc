@@ -148,7 +148,10 @@ class Ring {
 
     // Whether a post may still be writing the file, or be about to point the link at it.
     bool IsArriving(const Found& found) const {
-        return found.file.starts_with('.')
+        const auto stored = Sentrel::NameOfStoredFile(found.file);
+        const bool isTemporary =
+            found.file.starts_with('.') && !(stored && Sentrel::IsSameReportName(*stored, name));
+        return isTemporary
                    ? IsYoung(found.status.st_mtim)
                    : IsLinkToCome(found, /*mayBeAsOld=*/false) && IsYoung(found.status.st_ctim);
     }

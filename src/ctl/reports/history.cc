@@ -2,6 +2,7 @@
 
 #include "ctl/host/daemon_settings.h"
 #include "ctl/host/input_file.h"
+#include "ctl/show/failure.h"
 #include "ctl/show/times.h"
 #include "platform/json/json_scanner.h"
 #include "store/report.h"
@@ -11,6 +12,7 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstddef>
 #include <exception>
 #include <filesystem>
@@ -20,6 +22,8 @@
 #include <system_error>
 #include <tuple>
 #include <utility>
+
+#include <unistd.h>
 
 namespace Ctl {
 
@@ -40,6 +44,10 @@ std::string WhyNotJson(const std::string& text, const std::string& libraryText) 
 // Applies the daemon's rules, but records each failure.
 void Read(const std::filesystem::path& path, const std::string& name, HistoricReport& historic) {
     std::string text;
+    if (::access(path.c_str(), R_OK) != 0 && errno == EACCES) {
+        throw Failure("cannot read " + path.string(), EACCES,
+                      "run this as root, or as a member of the directory's group");
+    }
     try {
         text = ReadRegularFile(path, Sentrel::kMaxStoredSize, "the file");
         Sentrel::Report report;

@@ -142,11 +142,11 @@ std::string SilencesText(const std::vector<JudgedReport>& reports) {
 }
 
 std::string NumbersText(const std::vector<JudgedReport>& reports) {
-    Family values("sentrel_report_metric", Kind::Gauge, "A number that the report tells.");
+    Family values("sentrel_report_metric", Kind::Gauge, "A metric of the report.");
     Family warnings("sentrel_report_metric_warning", Kind::Gauge,
-                    "The limit from which it is a warning.");
+                    "The WARNING threshold of the metric.");
     Family criticals("sentrel_report_metric_critical", Kind::Gauge,
-                     "The limit from which it is an error.");
+                     "The ERROR threshold of the metric.");
     for (const JudgedReport& row : reports) {
         for (const Metric& metric : MetricsOf(row.report.unstructured)) {
             const std::string labels = ReportLabel(row) + "," + Label("metric", metric.name) + "," +

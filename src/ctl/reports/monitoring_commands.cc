@@ -1,7 +1,10 @@
 // Implements "check", by the convention of monitoring plugins, and "metrics", as OpenMetrics text.
 #include "ctl/reports/monitoring_commands.h"
 
+#include "core/settings/settings.h"
 #include "ctl/host/host.h"
+#include "ctl/host/listening_sockets.h"
+#include "ctl/host/port_holder.h"
 #include "ctl/reports/metrics.h"
 #include "ctl/reports/metrics_text.h"
 #include "ctl/reports/state.h"
@@ -35,7 +38,8 @@ constexpr mode_t kTextFileMode = 0644;  // the exporter runs as another user
 constexpr std::array<Option, 5> kCheckOptions = {
     {kJsonOption, kOfflineOption, kReportsOption, kApiOption, kTokenFileOption}};
 constexpr std::array<Option, 5> kMetricsOptions = {{
-    {"--textfile", "FILE", "replace this file, at once, instead of printing", Completes::File},
+    {"--textfile", "FILE", "write to this file atomically instead of standard output",
+     Completes::File},
     kOfflineOption,
     kReportsOption,
     kApiOption,
@@ -89,8 +93,12 @@ std::string PerformanceData(const std::string& label, const Metric& metric) {
         std::find(std::begin(kUnits), std::end(kUnits), metric.unit) != std::end(kUnits);
     data += isKnown ? metric.unit : "";
     if (metric.warning || metric.critical) {
-        data += ";" + (metric.warning ? DecimalText(*metric.warning) : "");
-        data += ";" + (metric.critical ? DecimalText(*metric.critical) : "");
+        // a range "10:" alerts below 10, and "10" above it
+        const bool isLowBad =
+            metric.warning && metric.critical && *metric.critical < *metric.warning;
+        for (const std::optional<double>& limit : {metric.warning, metric.critical}) {
+            data += ";" + (limit ? DecimalText(*limit) + (isLowBad ? ":" : "") : "");
+        }
     }
     return data;
 }
@@ -177,11 +185,15 @@ std::string ReadDaemon(HostMetrics& metrics) {
         return "";
     }
     const int error = ::access(path.c_str(), R_OK) == 0 ? 0 : errno;
-    if (error == 0 || error == ENOENT) {
+    // somebody may have removed the file of a running daemon
+    const bool mayRun =
+        !FindListeningSockets(Sentrel::kApiPort).empty() && StrangerOn(Sentrel::kApiPort).empty();
+    if (!mayRun && (error == 0 || error == ENOENT)) {
         metrics.isUp = false;
     }
     return "metrics of the daemon and of last runs are missing: " + path + ": " +
-           (error == 0 ? "no running daemon keeps it" : ::strerrordesc_np(error));
+           (error == 0 ? "no running daemon keeps it" : ::strerrordesc_np(error)) +
+           (mayRun ? "; restart sentrel, which then keeps a new one" : "");
 }
 
 void RunMetrics(const Arguments& arguments, std::ostream& output) {

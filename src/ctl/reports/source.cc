@@ -147,7 +147,7 @@ void ExplainEmptyListing(const Host& host, const std::vector<std::string>& names
                       "run \"sentrelctl doctor\" as root");
     }
     const std::string happened = "the API lists no reports";
-    const std::string advice = "if there should be some, run \"sentrelctl doctor\" as root";
+    const std::string advice = "if you expect some, run \"sentrelctl doctor\" as root";
     if (!names.empty()) {
         throw Failure(happened, advice);
     }

@@ -14,6 +14,7 @@
 #include <nlohmann/json.hpp>
 
 #include <array>
+#include <filesystem>
 #include <ostream>
 
 namespace Ctl {
@@ -124,6 +125,11 @@ void RunHistory(const Arguments& arguments, std::ostream& output) {
             if (Sentrel::IsSameReportName(plugin.name, name)) {
                 ThrowNotReported(plugin.name);
             }
+        }
+        const std::string link = directory + Sentrel::LinkName(name);
+        if (std::filesystem::is_symlink(link)) {
+            throw Failure(link + " does not lead to a stored report of that name",
+                          "remove it; the next post of that name makes a new one");
         }
         throw Failure("no report named \"" + name + "\" in " + directory,
                       "name the daemon's directory with --reports, or see \"sentrelctl list\"");

@@ -33,7 +33,7 @@ constexpr std::array<Option, 10> kOptions = {{
     {"--reverse", "", "reverse the order"},
     {"--columns", "LIST", "columns to show, from name,state,age,reason,next", Completes::Nothing,
      kColumnNames, /*isList=*/true},
-    {"--full", "", "show reasons in full on a terminal too"},
+    {"--full", "", "do not truncate reasons on a terminal"},
     kJsonOption,
     kOfflineOption,
     kReportsOption,
