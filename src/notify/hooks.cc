@@ -33,7 +33,7 @@ std::string Distrust(const struct stat& status, uid_t owner) {
                "; run chown";
     }
     if ((status.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
-        return "writable by others than its owner; run chmod go-w";
+        return "writable by users other than its owner; run chmod go-w";
     }
     return "";
 }

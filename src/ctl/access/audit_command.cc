@@ -23,7 +23,7 @@ using OrderedJson = nlohmann::ordered_json;
 constexpr std::array<Option, 3> kAuditOptions = {{
     {"--follow", "", "keep printing new records until interrupted"},
     {"--denied", "", "show only calls that were refused or failed"},
-    {"--json", "", "print the records as they are, one a line"},
+    {"--json", "", "print the records as they are, one per line"},
 }};
 
 struct AuditView {

@@ -42,7 +42,7 @@ constexpr std::array<Option, 3> kIssueOptions = {{
     {"--entitlement", "PRIVILEGE",
      "a privilege that it grants, such as observability.reports.read; may be repeated",
      Completes::Privilege},
-    {"--ttl", "TIME", "how long it is valid, such as 90s, 15m, 1h (by default) or 7d"},
+    {"--ttl", "TIME", "lifetime, for example 90s, 15m or 7d; default 1h"},
 }};
 constexpr std::array<Option, 1> kInspectOptions = {{kJsonOption}};
 
@@ -203,7 +203,7 @@ constexpr std::array<Command, 3> kCommands = {{
      {},
      RunIssue},
     {"token inspect",
-     "show what a token says and whether it is trusted here",
+     "show the contents of a token and whether this host trusts it",
      "Reads a token from a file, or from standard input, and shows its claims. A token is\n"
      "not taken as an argument, because every user of the host can read command lines.\n"
      "\n"

@@ -82,7 +82,8 @@ void WriteOptions(std::span<const Option> options, std::ostream& output) {
 }
 
 void WriteExitStatus(std::ostream& output) {
-    output << "\nExit status: 0, 1 when the operation failed, 2 when the command line is wrong.\n";
+    output << "\nExit status: 0 on success, 1 if the operation failed, 2 if the command line is "
+              "invalid.\n";
 }
 
 }  // namespace

@@ -169,7 +169,7 @@ constexpr std::array<Command, 3> kCommands = {{
     {"group ensure",
      "create the plugins' resource group and reserve memory for it",
      "Creates the cgroup in which all plugins run, and reserves as much memory for it as the\n"
-     "setting plugin_resource_pool_size_MB says (40 MB by default). It lies below the cgroup\n"
+     "setting plugin_resource_pool_size_MB says (64 MB as shipped). It lies below the cgroup\n"
      "that SENTREL_CGROUP_ROOT names, otherwise the one that the running daemon uses,\n"
      "otherwise the cgroup v2 mount. An existing group is kept, and its reservation is\n"
      "renewed. While the group is missing the daemon refuses every launch; in a delegated\n"

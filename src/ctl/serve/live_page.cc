@@ -50,7 +50,7 @@ std::string LivePage::Notice() const {
     if (!view.problem.empty()) {
         return view.problem;
     }
-    return watch.DaemonRuns() ? "" : "sentrel is not running: reports are not renewed";
+    return watch.DaemonRuns() ? "" : "sentrel is not running: reports are not updated";
 }
 
 std::string LivePage::Policy() { return PagePolicy(kEvents); }

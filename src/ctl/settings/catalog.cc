@@ -27,7 +27,7 @@ constexpr std::int32_t kLogsTraces = 7;
 Judgement JudgePort(const SettingValue& stored) {
     const std::int32_t port = std::get<std::int32_t>(stored);
     if (port == Sentrel::kApiPort) {
-        return {Severity::Error, "is the port of the API, which could not start", ""};
+        return {Severity::Error, "is the port of the API, which then could not start", ""};
     }
     if (port >= 1 && port < kFirstUnprivilegedPort) {
         return {
@@ -41,7 +41,7 @@ Judgement JudgePort(const SettingValue& stored) {
 
 Judgement JudgeNoText(const SettingValue& stored) {
     if (std::get<std::string>(stored).empty()) {
-        return {Severity::Warning, "is empty, which it is not in a valid token", ""};
+        return {Severity::Warning, "is empty, so no token can match it", ""};
     }
     return {};
 }

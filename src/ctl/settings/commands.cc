@@ -168,7 +168,7 @@ constexpr std::array<Command, 4> kCommands = {{
      {"ENTRY.KEY", 1, 1, Completes::Setting},
      RunGet},
     {"config set",
-     "give a setting a value on this host",
+     "set a value on this host",
      "Writes the value into this host's file of the entry. The file is replaced atomically,\n"
      "and its other content is kept. A value that the setting does not accept is refused;\n"
      "texts need no quotes. The daemon reads its settings only when it starts.\n",

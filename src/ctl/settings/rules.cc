@@ -68,7 +68,7 @@ std::string AcceptedValues(const Setting& setting) {
                                           std::to_string(setting.most));
     }
     if (setting.words.empty()) {
-        return "a text without control characters";
+        return "a string without control characters";
     }
     return Enumerated({setting.words.begin(), setting.words.end()}, "or");
 }

@@ -53,7 +53,7 @@ void RunWatch(const Arguments& arguments, std::ostream& output) {
     const bool isStream = options.asJson || options.until;
     if (!isStream && (::isatty(STDOUT_FILENO) != 1 || ::isatty(STDIN_FILENO) != 1)) {
         throw Failure("standard input and output are not a terminal",
-                      "use --json for one line a change");
+                      "use --json for one line per change");
     }
     HostWatch watch(HostOf(arguments.options), arguments.operands);
     if (isStream) {

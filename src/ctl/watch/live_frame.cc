@@ -34,7 +34,7 @@ constexpr std::array<std::string_view, 12> kKeys = {
     "Home, End           the first or the last one",
     "Enter               show the report in full",
     "Esc                 back to the list; in the list: show all reports again",
-    "/                   show only reports whose name, state or reason has a text in it",
+    "/                   filter by text in the name, state or reason",
     "s                   sort by state, by name, by age",
     "q                   leave",
     "",
@@ -119,7 +119,7 @@ void LiveList::DrawRows(TerminalScreen& screen) {
     }
     if (rows.empty()) {
         (void)screen.Put(kHeadLines, kMarkWidth, INT_MAX,
-                         filter.empty() ? "There are no reports." : "No report matches.");
+                         filter.empty() ? "No reports." : "No report matches.");
     }
 }
 

@@ -100,7 +100,7 @@ TerminalScreen::TerminalScreen() : terminal(std::make_unique<Terminal>()) {
             ::delscreen(terminal->screen);
         }
         throw Failure("this terminal cannot show a screen",
-                      "set TERM to its type, or use --json for one line a change");
+                      "set TERM to its type, or use --json for one line per change");
     }
     (void)::cbreak();
     (void)::noecho();

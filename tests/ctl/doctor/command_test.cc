@@ -76,6 +76,8 @@ TEST_F(DoctorCommand, ReportsEachFaultOfABrokenHost) {
     client.Post("/late", R"({"structured": {"name": "late", "time": "2099-01-01T00:00:00",
                             "status": 2}, "unstructured": {}})");
     client.Post("/bad", R"({"structured": {"name": "other"}, "unstructured": {}})");
+    client.Post("/lost-in-thought", R"({"structured": {"name": "lost-in-thought",
+                "time": "2024-01-01T00:00:00Z", "status": 4}, "unstructured": {}})");
     WriteFile(reports + "/stray", "");
     std::filesystem::create_symlink("nowhere", reports + "/gone.json");
     WriteFile(reports + "/lost-0.json", "{}");
@@ -117,8 +119,10 @@ TEST_F(DoctorCommand, ReportsEachFaultOfABrokenHost) {
         {"warning", "report directory",
          "stored without a link, so these reports are not served: l"},
         {"warning", "metrics", "writes nothing: " + host.Root() + "/srv/textfiles is missing"},
-        {"error", "reports", "1 INVALID (unreadable; full listings omit them): b"},
-        {"warning", "times of reports", "without a zone"},
+        {"error", "reports", "1 INVALID (not valid reports; full listings omit them): b"},
+        {"warning", "reports", "1 UNKNOWN (the check could not find out): lost-in-thought"},
+        {"notice", "reports", "1 NEVER (the plugin has not reported yet): ghost"},
+        {"warning", "times of reports", "without a time zone"},
         {"warning", "times of reports", "in the future: late"},
         {"error", "signing key", "0644) is accessible to others"},
         {"error", "trust set", "holds private keys"},

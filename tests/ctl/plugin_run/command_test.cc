@@ -40,7 +40,8 @@ interrupt() {  # the tool, which has taken the plugin over by the time that it a
     kill -INT "${stat[3]}"
 }
 json=application/json
-good='{"structured": {"name": "plug", "time": "2024-03-05T14:07:09Z", "status": 1},
+TZ=UTC0 printf -v now '%(%FT%TZ)T' -1
+good='{"structured": {"name": "plug", "time": "'$now'", "status": 1},
        "unstructured": {"reason": "so so", "metrics": {"load": 1.5}}}'
 )";
 
@@ -90,6 +91,10 @@ TEST_F(PluginRun, JudgesTheRunAndItsReports) {
         {"echo why >&2", 1, "0", "", "posted no report"},
         {"echo why >&2; post /plug $json \"${good/: 1/: 4}\"", 1, "0", "plug 200 ",
          "says UNKNOWN, and it wrote to standard error"},
+        {"post /plug $json \"${good/$now/2024-03-05T14:07:09Z}\"", 1, "0", "plug 200 ",
+         "is already STALE: its time is "},
+        {"post /plug $json \"${good/$now/2224-03-05T14:07:09Z}\"", 1, "0", "plug 200 ",
+         "is already STALE: its time is in the future"},
         {"post /plug $json '{'; post /plug $json \"$good\"", 0, "0", "plug 200 plug 200 ",
          "its report \"plug\" is invalid: line 1"},
         {"post /plug text/plain \"$good\"; post / $json \"$good\"; post /p%20 $json \"$good\"", 1,

@@ -86,8 +86,7 @@ TEST_F(PluginCommands, ShowWhatTheRunningDaemonKnows) {
     const Json list = JsonOf({"plugin", "list"})["plugins"];
     EXPECT_EQ(list[0]["isKnownToDaemon"], false);
     EXPECT_EQ(list[1]["lastRun"]["state"], "none");
-    EXPECT_THAT(Run({"plugin", "check", "new"}).output,
-                HasSubstr("the running daemon does not know it"));
+    EXPECT_THAT(Run({"plugin", "check", "new"}).output, HasSubstr("unknown to the running daemon"));
     EXPECT_THAT(Run({"plugin", "check", "old"}).output, HasSubstr("ok "));
 
     daemon->Kill();

@@ -76,7 +76,7 @@ TEST_F(ReportCommands, ShowStatesThatNoReportContains) {
     }
     ASSERT_EQ(HttpClient().Post("/bad", ReportText{.name = "other"}.Document()), 200);
     const std::string rows =
-        "NAME      STATE +AGE  REASON\nbad       INVALID +-  it cannot .*\n"
+        "NAME      STATE +AGE  REASON\nbad       INVALID +-  it is not a valid .*\n"
         "disk.sda  STALE    " +
         kOld +
         " +last report .* ago, expected every .*; it said ERROR: full\n"
@@ -87,7 +87,7 @@ TEST_F(ReportCommands, ShowStatesThatNoReportContains) {
     EXPECT_THAT(OutputOf({"list", "--offline"}), MatchesRegex(rows));
     EXPECT_THAT(OutputOf({"list", "--state", "never", "--state", "INVALID", "--full"}),
                 MatchesRegex("NAME  STATE    AGE  REASON\n"
-                             "bad   INVALID    -  it cannot be read; see .*\n"
+                             "bad   INVALID    -  it is not a valid report; see .*\n"
                              "late  NEVER      -  this plugin has not reported yet\n\n.*\n"));
     EXPECT_EQ(OutputOf({"list", "--state", "none"}), "No report matches.\n");
     const ToolResult wrong = Run({"list", "--state", "gone"});

@@ -39,6 +39,10 @@ TEST(Forget, RemovesOnlyTheFilesOfTheName) {
     for (const std::string& file : forgotten.removed) {
         EXPECT_FALSE(Files::exists(Files::symlink_status(host.ReportPath(file)))) << file;
     }
+    Files::create_symlink(".hidden-1.json", host.ReportPath(".hidden.json"));
+    write(".hidden-1.json");
+    EXPECT_THAT(Ctl::Forget(host.ReportDirectory() + "/", ".hidden").removed,
+                ElementsAre(".hidden.json", ".hidden-1.json"));
     for (const char* file : {".a.b-0.json", "a-b-1.json", "a.bc-0.json", "a.b-x.json", "other",
                              "a-b.json", "a.b-7.json"}) {
         EXPECT_TRUE(Files::is_symlink(host.ReportPath(file)) ||

@@ -59,13 +59,13 @@ TEST_F(Monitoring, CheckFollowsTheConvention) {
         {{"DISK"},
          1,
          "WARNING - disk WARNING: a / b | 'bad\"\\\uFFFD'=-3 'size'=1000000000000000000000 "
-         "'space:/''_'=8.25%;10;5\n"},
+         "'space:/''_'=8.25%;10:;5:\n"},
         {{"net"}, 2, "ERROR - net ERROR\n"},
         {{"odd"}, 3, "UNKNOWN - odd NONE: fine\n"},
         {{"late"}, 3, "UNKNOWN - late NEVER: this plugin has not reported yet\n"},
         {{"broken"},
          3,
-         "UNKNOWN - broken INVALID: it cannot be read; see \"sentrelctl history broken\"\n"},
+         "UNKNOWN - broken INVALID: it is not a valid report; see \"sentrelctl history broken\"\n"},
         {{"none"}, 3, "UNKNOWN - no report named \"none\"; see \"sentrelctl list\"\n"},
         {{"odd", "cpu"}, 3, "UNKNOWN - odd NONE: fine; cpu OK: fine\n"},
         {{"cpu", "odd", "net"}, 2, "ERROR - net ERROR; odd NONE: fine; cpu OK: fine\n"},
@@ -179,7 +179,7 @@ TEST_F(Monitoring, TheTextFileIsReplacedAsAWhole) {
     EXPECT_EQ(ModeOf(file), 0644U);
     ExpectFailure(Run({"metrics", "--textfile", "/nonsense/file"}), "; name a file in a directory");
     ExpectFailure(Run({"metrics", "--reports", "/nonsense"}),
-                  "; name the daemon's (its option -r) with");
+                  "; name the daemon's directory (its option -r) with");
 }
 
 }  // namespace

@@ -12,6 +12,8 @@
 #include <string>
 #include <vector>
 
+#include <signal.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace Test {
@@ -65,7 +67,7 @@ TEST_F(SightCommands, StatusShowsTheRunningDaemonsLaunchesAndPort) {
                     HasSubstr("the plugin \"sample\" has not reported yet; wait for its next run"));
     }
     host.WriteStoreEntry("sentrel", R"({"http_port": 9997})");
-    EXPECT_THAT(Run({"status", "--api", "http://127.0.0.1:1"}).output,
+    EXPECT_THAT(Run({"status", "--token-file", "/nowhere"}).output,
                 ContainsRegex("; intake 9996, .*\nreports   not visible: .*\n"
                               "next      sample in [0-9]+ s\n"));
     const std::string file = host.Base() + "document";
@@ -73,11 +75,44 @@ TEST_F(SightCommands, StatusShowsTheRunningDaemonsLaunchesAndPort) {
     EXPECT_EQ(OutputOf({"post", "sample", file}).substr(0, 13), "Posted sample");
     if (::geteuid() == 0) {
         std::filesystem::permissions(host.Base(), std::filesystem::perms(0755));
+        EXPECT_THAT(RunTool({"status"}, {"SENTREL_ROOT=" + host.Root()}, User::Nobody).output,
+                    ContainsRegex("\ndoctor .*; [0-9]+ checks skipped: run as root\n"));
         EXPECT_THAT(
             RunTool({"plugin", "check", "sample"}, {"SENTREL_ROOT=" + host.Root()}, User::Nobody)
                 .output,
             HasSubstr("\n1 check skipped: run as root to inspect it\n"));
     }
+}
+
+TEST_F(SightCommands, AnotherHostIsNotJudgedByThisOne) {
+    host.WriteStoreEntry("raid", R"({"enabled": true})");
+    WriteFile(host.Root() + "/usr/lib/korvex/sentrel/plugins/bin/raid", "");
+    StartDaemon();
+    Post("disk", 2, R"({"reason": "full"})");
+    (void)OutputOf({"silence", "disk", "--for", "1h", "--because", "x"});
+    const std::string token = TokenFile("token", {"--entitlement", "observability.reports.read"});
+    const auto there = [&](std::vector<std::string> arguments) {
+        arguments.insert(arguments.end(),
+                         {"--api", "http://localhost:9984", "--token-file", token});
+        return Run(arguments);
+    };
+    EXPECT_THAT(there({"list"}).output, HasSubstr("\n1 report: 1 ERROR"));
+    const ToolResult status = there({"status"});
+    EXPECT_EQ(status.status, 1);
+    EXPECT_THAT(status.output, HasSubstr("sentrel   visible only through http://localhost:9984\n"
+                                         "reports   1: 1 ERROR\n"));
+    EXPECT_THAT(status.output, HasSubstr("next      not known\ndoctor    not run; "));
+    EXPECT_EQ(there({"list", "--offline"}).status, 2);
+}
+
+TEST_F(SightCommands, AStoppedDaemonIsNotCalledWell) {
+    StartDaemon();
+    ASSERT_EQ(::kill(daemon->GetPid(), SIGSTOP), 0);
+    EXPECT_THAT(Run({"status", "--offline"}).output,
+                ContainsRegex("^sentrel   process [0-9]+ is stopped by a signal; continue it: kill "
+                              "-CONT [0-9]+\n"));
+    EXPECT_THAT(Run({"doctor"}).output, ContainsRegex("^error +daemon .* is stopped by a signal"));
+    ASSERT_EQ(::kill(daemon->GetPid(), SIGCONT), 0);
 }
 
 TEST_F(SightCommands, SilencedReportsAreShownAndCountedSeparately) {
@@ -108,6 +143,8 @@ TEST_F(SightCommands, SilencedReportsAreShownAndCountedSeparately) {
         const std::vector<std::string> environment = {"SENTREL_ROOT=" + host.Root()};
         const std::string file = "/silences.json cannot be read: Permission denied; run this as";
         EXPECT_THAT(RunTool({"silence"}, environment, User::Nobody).error, HasSubstr(file));
+        EXPECT_THAT(RunTool({"history", "raid"}, environment, User::Nobody).error,
+                    HasSubstr(".json: Permission denied; run this as root"));
         EXPECT_THAT(RunTool({"list", "--offline"}, environment, User::Nobody).error,
                     HasSubstr(".json cannot be read: Permission denied; run this as root, or"));
     }
@@ -152,6 +189,11 @@ TEST_F(SightCommands, PageContainsEverythingAndEscapesReports) {
     EXPECT_THAT(page, HasSubstr("<td class=\"differs\">ERROR</td><td>OK</td>"));
     EXPECT_THAT(page, Not(testing::ContainsRegex("(src|href)=.?http")));
     EXPECT_LT(page.size(), 40000);
+    EXPECT_THAT(OutputOf({"page", "-"}), testing::StartsWith("<!DOCTYPE html>"));
+    const std::string pipe = host.Base() + "pipe";
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    EXPECT_THAT(Run({"page", pipe}).error, HasSubstr("pipe, which is not a regular file"));
+    EXPECT_TRUE(std::filesystem::is_fifo(pipe));
 }
 
 }  // namespace
