@@ -184,10 +184,7 @@ void Write(const NewFile& file) {
 }
 
 void CreateFolderOf(const NewFile& file) {
-    const std::filesystem::path folder = std::filesystem::path(file.path).parent_path();
-    if (folder.empty()) {
-        return;  // the current directory
-    }
+    const std::filesystem::path folder = std::filesystem::absolute(file.path).parent_path();
     std::error_code error;
     std::filesystem::create_directories(folder, error);
     if (error) {
