@@ -103,12 +103,12 @@ bool RawConnection::ReceiveMore() {
     }
 }
 
-std::string PostRequest(std::string_view path, std::string_view body) {
+std::string PostRequest(std::string_view path, std::string_view body, std::string_view fields) {
     std::string request("POST ");
     request.append(path).append(
         " HTTP/1.1\r\nHost: localhost\r\nContent-Type: application/json\r\n");
-    request.append("Content-Length: ").append(std::to_string(body.size())).append("\r\n\r\n");
-    return request.append(body);
+    request.append("Content-Length: ").append(std::to_string(body.size())).append("\r\n");
+    return request.append(fields).append("\r\n").append(body);
 }
 
 std::string ReportDocument(std::string_view name, std::size_t padding) {

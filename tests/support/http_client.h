@@ -37,7 +37,6 @@ class RawConnection {
     void FinishSending();
     // Closes with a reset, so that the server sees an error instead of an end.
     void Reset();
-    void Close() { socket.Reset(); }
 
     // One response, interim ones (100) too, the body put together when it comes in chunks. Nothing
     // when the server closes before it is complete.
@@ -53,8 +52,8 @@ class RawConnection {
     std::string received;
 };
 
-// The head and body of a good post of `body` to `path`.
-std::string PostRequest(std::string_view path, std::string_view body);
+// The head and body of a good post of `body` to `path`; `fields` are more lines with their ends.
+std::string PostRequest(std::string_view path, std::string_view body, std::string_view fields = {});
 
 // A report document under `name`, `padding` bytes longer than the shortest.
 std::string ReportDocument(std::string_view name, std::size_t padding = 0);

@@ -55,12 +55,8 @@ class ApiCaller {
     static ::Test::HttpResponse Post(const std::string& document, const std::string& token,
                                      const std::string& address = "127.0.0.1") {
         ::Test::RawConnection connection(kApiPort, address);
-        std::string request = "POST / HTTP/1.1\r\nContent-Type: application/json\r\n";
-        if (!token.empty()) {
-            request += "Authorization: Bearer " + token + "\r\n";
-        }
-        request += "Content-Length: " + std::to_string(document.size()) + "\r\n\r\n" + document;
-        connection.Send(request);
+        connection.Send(::Test::PostRequest(
+            "/", document, token.empty() ? "" : "Authorization: Bearer " + token + "\r\n"));
         std::optional<::Test::HttpResponse> response = connection.ReadResponse();
         if (!response) {
             throw std::runtime_error("the API closed the connection without an answer");

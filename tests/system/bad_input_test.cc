@@ -90,10 +90,8 @@ TEST_F(BadInput, RefusesRequestsOfForeignWebPages) {
          {"null", "", "http://evil.example", "http://localhost\r\nOrigin: http://evil.example",
           "http://localhost:3000"}) {
         SCOPED_TRACE(origin);
-        std::string request = PostRequest("/page", "{}");
-        request.insert(request.find("\r\n") + 2, std::string("Origin: ") + origin + "\r\n");
         RawConnection connection;
-        connection.Send(request);
+        connection.Send(PostRequest("/page", "{}", std::string("Origin: ") + origin + "\r\n"));
         const auto response = connection.ReadResponse();
         ASSERT_TRUE(response.has_value());
         const bool isForeign = std::string_view(origin) != "http://localhost:3000";

@@ -25,10 +25,9 @@ class Footprint : public ::Test::Scenario {
         for (int number = 0; number < count; ++number) {
             const bool isGood = number % 4 != 0;
             RawConnection connection;
-            std::string request = PostRequest(isGood ? "/name" + std::to_string(number % 10) : "/",
-                                              isGood ? ReportDocument("name", 2'000) : "");
-            request.insert(request.find("Host"), "Connection: close\r\n");
-            connection.Send(request);
+            connection.Send(PostRequest(isGood ? "/name" + std::to_string(number % 10) : "/",
+                                        isGood ? ReportDocument("name", 2'000) : "",
+                                        "Connection: close\r\n"));
             ASSERT_EQ(connection.ReadResponse()->status, isGood ? 200 : 206);
             ASSERT_EQ(connection.ReadUntilClosed(), "");
         }

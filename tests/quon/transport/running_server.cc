@@ -144,12 +144,6 @@ std::string RunningServer::Exchange(std::string_view request) const {
     return client.ReadUntilClosed();
 }
 
-std::string Post(std::string_view document, std::string_view fields) {
-    return "POST / HTTP/1.1\r\nContent-Type: application/json\r\nContent-Length: " +
-           std::to_string(document.size()) + "\r\n" + std::string(fields) + "\r\n" +
-           std::string(document);
-}
-
 std::string Document(std::string_view operation, std::string_view parameters) {
     return R"({"jsonrpc":"2.0","id":1,"method":"test.)" + std::string(operation) +
            R"(","params":)" + std::string(parameters) + "}";

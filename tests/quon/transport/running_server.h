@@ -95,7 +95,9 @@ class RunningServer {
 };
 
 // A post of `document`; `fields` are lines with their ends.
-std::string Post(std::string_view document, std::string_view fields = {});
+inline std::string Post(std::string_view document, std::string_view fields = {}) {
+    return PostRequest("/", document, fields);
+}
 // The request document of an operation of the service "test", with the id 1.
 std::string Document(std::string_view operation, std::string_view parameters = "{}");
 
