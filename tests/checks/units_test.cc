@@ -68,34 +68,30 @@ class PlayedManager {
     std::thread thread;
 };
 
-struct Outcome {
-    Status status;
-    std::string reason;
-};
-
-Outcome OutcomeOf(const std::string& reply, const std::string& settingsText = "{}") {
+SentrelCheck::Report OutcomeOf(const std::string& reply, const std::string& settingsText = "{}") {
     const FixtureHost host(
         {{"/run/systemd/system/", "a directory"}, {"/settings.json", settingsText}});
     const PlayedManager manager(host.Root() + kManagerSocket, reply);
     SentrelCheck::Settings settings(host.Root() + "/settings.json");
     SentrelCheck::Report report("units");
     Checks::CheckUnits(host.Root(), settings, report);
-    return {report.GetStatus(), report.Reason()};
+    return report;
 }
 
 TEST(CheckUnits, NamesTheFailedServices) {
-    const Outcome outcome = OutcomeOf(RecordedReply());
-    EXPECT_EQ(outcome.status, Status::Warning);
-    EXPECT_EQ(outcome.reason,
+    const SentrelCheck::Report outcome = OutcomeOf(RecordedReply());
+    EXPECT_EQ(outcome.GetStatus(), Status::Warning);
+    EXPECT_EQ(outcome.Reason(),
               "failed services (bad.service, worse.service, we@ird\\x2dname.service): 3 is at or "
               "above 1");
 }
 
 TEST(CheckUnits, IgnoresServicesThatMayFail) {
-    const Outcome outcome = OutcomeOf(RecordedReply(), R"({"ignore": ["*.service"]})");
-    EXPECT_EQ(outcome.status, Status::Ok);
-    EXPECT_EQ(outcome.reason, "no service has failed");
-    EXPECT_EQ(OutcomeOf(RecordedReply(), R"({"failed": {"critical": 3}})").status, Status::Error);
+    const SentrelCheck::Report outcome = OutcomeOf(RecordedReply(), R"({"ignore": ["*.service"]})");
+    EXPECT_EQ(outcome.GetStatus(), Status::Ok);
+    EXPECT_EQ(outcome.Reason(), "no service has failed");
+    EXPECT_EQ(OutcomeOf(RecordedReply(), R"({"failed": {"critical": 3}})").GetStatus(),
+              Status::Error);
 }
 
 TEST(CheckUnits, AsksTheBusIfItCannotAskTheManager) {
@@ -134,15 +130,15 @@ TEST(CheckUnits, SurvivesDamagedReplies) {
     const std::string good = RecordedReply();
     const std::size_t message = good.find("\r\n") + 2;
     for (std::size_t size = 0; size < good.size(); size += size < message + 140 ? 1 : 20) {
-        EXPECT_EQ(OutcomeOf(good.substr(0, size)).status, Status::Unknown) << size;
+        EXPECT_EQ(OutcomeOf(good.substr(0, size)).GetStatus(), Status::Unknown) << size;
     }
     for (std::size_t i = message; i < message + 140; ++i) {
         std::string damaged = good;
         damaged[i] = static_cast<char>(damaged[i] ^ '\xFF');
         (void)OutcomeOf(damaged);  // some bytes have no meaning; the sanitizers watch
     }
-    EXPECT_THAT(OutcomeOf("REJECTED EXTERNAL\r\n").reason, HasSubstr("refused to authenticate"));
-    EXPECT_THAT(OutcomeOf(std::string(5000, 'x')).reason, HasSubstr("refused to authenticate"));
+    EXPECT_THAT(OutcomeOf("REJECTED EXTERNAL\r\n").Reason(), HasSubstr("refused to authenticate"));
+    EXPECT_THAT(OutcomeOf(std::string(5000, 'x')).Reason(), HasSubstr("refused to authenticate"));
 }
 
 TEST(DbusMessage, HasTheFormOfTheProtocol) {

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <ostream>
 #include <string>
 #include <vector>
 
@@ -30,69 +29,59 @@ struct Row {
     const char* notices;  // "SECOND:BEFORE>STATE*CHANGES ", with "~" for one that flaps
 };
 
-void PrintTo(const Row& row, std::ostream* stream) { *stream << row.name; }
-
-class NotifyDecisions : public testing::TestWithParam<Row> {};
-
-// Asks at every step and confirms what it is told, as the notifier does.
-TEST_P(NotifyDecisions, SendNoticesForStatesThatLast) {
-    Decisions decisions(kSettleTime, {{"cpu", GetParam().told}});
-    std::string notices;
-    for (const Step& step : GetParam().steps) {
-        const Decisions::TimePoint now{std::chrono::seconds(step.second)};
-        decisions.Observe({{"cpu", step.state, "", "", step.isHeld}}, now);
-        for (const Notice& notice : decisions.Due(now)) {
-            notices += std::to_string(step.second) + ":" + std::string(Ctl::NameOf(notice.before)) +
-                       ">" + std::string(Ctl::NameOf(notice.report.state)) + "*" +
-                       std::to_string(notice.changes) + (notice.isFlapping ? "~ " : " ");
-            decisions.Confirm(notice);
-        }
-    }
-    EXPECT_EQ(notices, GetParam().notices);
-}
-
 constexpr auto kOk = ReportState::Ok;
 constexpr auto kWarning = ReportState::Warning;
 constexpr auto kError = ReportState::Error;
 
-INSTANTIATE_TEST_SUITE_P(
-    Courses, NotifyDecisions,
-    testing::Values(
-        Row{"AllWell", {}, {{0, kOk}, {100, ReportState::None}, {200, kOk}}, ""},
-        Row{"WorseOnceItLasts",
-            {},
-            {{0, kOk}, {5, kError}, {64, kError}, {65, kError}, {99, kError}},
-            "65:OK>ERROR*1 "},
-        Row{"BadFromTheBeginning", {}, {{0, kWarning}, {60, kWarning}}, "60:OK>WARNING*0 "},
-        Row{"ShortTroubleIsNoNews", {}, {{0, kOk}, {5, kError}, {30, kOk}, {95, kOk}}, ""},
-        Row{"WellAgain",
-            {kError},
-            {{0, kError}, {60, kError}, {70, kOk}, {130, kOk}},
-            "130:ERROR>OK*1 "},
-        Row{"BetterIsNotWell",
-            {kError},
-            {{0, kWarning}, {60, kWarning}, {70, kError}, {130, kError}},
-            ""},
-        Row{"WorseThanTold", {kWarning}, {{0, kError}, {60, kError}}, "60:WARNING>ERROR*0 "},
-        Row{"HeldUntilReleased",
-            {},
-            {{0, kError, true}, {60, kError, true}, {61, kError}},
-            "61:OK>ERROR*0 "},
-        Row{"FlappingOnceThenWhereItSettles",
-            {},
-            {{0, kOk},
-             {10, kError},
-             {20, kOk},
-             {30, kError},
-             {40, kOk},
-             {50, kError},
-             {60, kOk},
-             {70, kError},
-             {80, kOk},
-             {140, kOk},
-             {200, kOk}},
-            "60:OK>OK*6~ 140:OK>OK*2 "}),
-    [](const auto& row) { return std::string(row.param.name); });
+const Row kCourses[] = {
+    {"AllWell", {}, {{0, kOk}, {100, ReportState::None}, {200, kOk}}, ""},
+    {"WorseOnceItLasts",
+     {},
+     {{0, kOk}, {5, kError}, {64, kError}, {65, kError}, {99, kError}},
+     "65:OK>ERROR*1 "},
+    {"BadFromTheBeginning", {}, {{0, kWarning}, {60, kWarning}}, "60:OK>WARNING*0 "},
+    {"ShortTroubleIsNoNews", {}, {{0, kOk}, {5, kError}, {30, kOk}, {95, kOk}}, ""},
+    {"WellAgain", {kError}, {{0, kError}, {60, kError}, {70, kOk}, {130, kOk}}, "130:ERROR>OK*1 "},
+    {"BetterIsNotWell", {kError}, {{0, kWarning}, {60, kWarning}, {70, kError}, {130, kError}}, ""},
+    {"WorseThanTold", {kWarning}, {{0, kError}, {60, kError}}, "60:WARNING>ERROR*0 "},
+    {"HeldUntilReleased",
+     {},
+     {{0, kError, true}, {60, kError, true}, {61, kError}},
+     "61:OK>ERROR*0 "},
+    {"FlappingOnceThenWhereItSettles",
+     {},
+     {{0, kOk},
+      {10, kError},
+      {20, kOk},
+      {30, kError},
+      {40, kOk},
+      {50, kError},
+      {60, kOk},
+      {70, kError},
+      {80, kOk},
+      {140, kOk},
+      {200, kOk}},
+     "60:OK>OK*6~ 140:OK>OK*2 "}};
+
+// Asks at every step and confirms what it is told, as the notifier does.
+TEST(NotifyDecisions, SendNoticesForStatesThatLast) {
+    for (const Row& row : kCourses) {
+        Decisions decisions(kSettleTime, {{"cpu", row.told}});
+        std::string notices;
+        for (const Step& step : row.steps) {
+            const Decisions::TimePoint now{std::chrono::seconds(step.second)};
+            decisions.Observe({{"cpu", step.state, "", "", step.isHeld}}, now);
+            for (const Notice& notice : decisions.Due(now)) {
+                notices += std::to_string(step.second) + ":" +
+                           std::string(Ctl::NameOf(notice.before)) + ">" +
+                           std::string(Ctl::NameOf(notice.report.state)) + "*" +
+                           std::to_string(notice.changes) + (notice.isFlapping ? "~ " : " ");
+                decisions.Confirm(notice);
+            }
+        }
+        EXPECT_EQ(notices, row.notices) << row.name;
+    }
+}
 
 TEST(NotifyDecisions, RememberWhatIsNotOk) {
     Decisions decisions(kSettleTime, {{"raid", {kError}}, {"gone", {kWarning}}});

@@ -36,9 +36,8 @@ class HostilePlugin : public testing::Test {
 
     // Its first batch, in a cgroup below `root` if there is one. Something stands at Path().
     void Launch(const std::string& root = "") {
-        host.AddScript("b-good", kEndless);
+        host.AddScript("b-good", kEndless, "{}");
         host.Configure("a-hostile", "{}");
-        host.Configure("b-good", "{}");
         launcher.emplace(host);
         if (!root.empty()) {
             Kernel::UseGroups(std::make_unique<Kernel::CgroupBackend>(root));
@@ -118,33 +117,26 @@ TEST_F(HostilePlugin, ThatIsReplacedWhileItRunsIsTerminatedAndTheNewOneLaunched)
     EXPECT_EQ(::Test::ReadFile(output), "new\n");
 }
 
-// In place of standard output and error of this process, and so of its plugins: a pipe.
-class OutputPipe {
+// In place of standard error of this process, and so of its plugins: a pipe.
+class ErrorPipe {
   public:
-    OutputPipe() {
-        for (const int descriptor : {STDOUT_FILENO, STDERR_FILENO}) {
-            own[descriptor].Reset(::fcntl(descriptor, F_DUPFD_CLOEXEC, 3));
-            (void)::dup2(pipe.writer.Get(), descriptor);
-        }
+    ErrorPipe() : own(::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3)) {
+        (void)::dup2(pipe.writer.Get(), STDERR_FILENO);
         pipe.writer.Reset();
     }
-    ~OutputPipe() {
-        for (const int descriptor : {STDOUT_FILENO, STDERR_FILENO}) {
-            (void)::dup2(own[descriptor].Get(), descriptor);
-        }
-    }
-    OutputPipe(const OutputPipe&) = delete;
-    OutputPipe& operator=(const OutputPipe&) = delete;
+    ~ErrorPipe() { (void)::dup2(own.Get(), STDERR_FILENO); }
+    ErrorPipe(const ErrorPipe&) = delete;
+    ErrorPipe& operator=(const ErrorPipe&) = delete;
 
     void AwaitSomething() const { ::Test::Deadline().Await(pipe.reader.Get(), POLLIN, "output"); }
 
   private:
     ::Test::Pipe pipe;
-    Sys::OwnedFd own[3];
+    const Sys::OwnedFd own;
 };
 
 TEST_F(HostilePlugin, ThatFloodsItsOutputBlocksOnlyItself) {
-    const OutputPipe pipe;  // is full soon, and nobody reads it
+    const ErrorPipe pipe;  // is full soon, and nobody reads it
     host.AddScript("a-hostile", "exec yes >&2");
     Launch();
     pipe.AwaitSomething();

@@ -65,9 +65,13 @@ std::string PluginHost::MakeOutput() const {
     return path;
 }
 
-void PluginHost::AddScript(std::string_view name, std::string_view body) const {
+void PluginHost::AddScript(std::string_view name, std::string_view body,
+                           std::string_view entry) const {
     Test::WriteFile(EntryPath(name), "#!/bin/sh\n" + std::string(body) + "\n");
     fs::permissions(EntryPath(name), fs::perms::owner_all);
+    if (!entry.empty()) {
+        Configure(name, entry);
+    }
 }
 
 void PluginHost::Configure(std::string_view name, std::string_view text,
@@ -75,14 +79,6 @@ void PluginHost::Configure(std::string_view name, std::string_view text,
     WriteBelowRoot("/usr/lib/korvex/tabulon/" + std::string(component) + "/health/" +
                        std::string(name) + ".json",
                    text);
-}
-
-void PluginHost::InitApplication(std::string_view text) const {
-    Configure("sentrel", text);
-    const auto config =
-        Tabulon::CreateTabulonConfigWithFallbackToDefault({{"", "sentrel", "health", "oru", ""}});
-    config->Initialize();
-    Pellmar::Service::InitApp(config);
 }
 
 std::vector<std::string> StartLog(std::string_view daemonEntry,
@@ -109,7 +105,11 @@ void WaitUntilEnded(int pid) {
 DrivenLauncher::DrivenLauncher(const PluginHost& host, std::string_view daemonEntry)
     : scheduler(std::make_unique<Pellmar::System::Scheduler>(pool, clock)) {
     UseEmbeddedGroup();
-    host.InitApplication(daemonEntry);
+    host.Configure("sentrel", daemonEntry);
+    const auto config =
+        Tabulon::CreateTabulonConfigWithFallbackToDefault({{"", "sentrel", "health", "oru", ""}});
+    config->Initialize();
+    Pellmar::Service::InitApp(config);
     Pellmar::Service::Logger::sDefaultLogger->SetLevel(7);
     std::make_shared<Sentrel::PluginLauncher>(*scheduler)->Start();
 }

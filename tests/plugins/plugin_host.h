@@ -30,13 +30,11 @@ class PluginHost {
 
     // The path of an entry of the plugin directory, below the root.
     std::string EntryPath(std::string_view name) const;
-    // An executable sh script.
-    void AddScript(std::string_view name, std::string_view body) const;
+    // An executable sh script, and its vendor's entry unless that is empty.
+    void AddScript(std::string_view name, std::string_view body, std::string_view entry = "") const;
     // The vendor's entry of a plugin; `text` need not be JSON.
     void Configure(std::string_view name, std::string_view text,
                    std::string_view component = "oru") const;
-    // Reads the daemon's entry, `text`, into the application.
-    void InitApplication(std::string_view text) const;
     // Makes a FIFO outside the root, for a plugin to write to, and gives its path.
     std::string MakeOutput() const;
 

@@ -29,8 +29,7 @@ const char* const kMedium = R"({"enabled": true, "frequency": "medium", "log_lev
 TEST(PluginLauncher, RaisesTheFastPeriodForManyPlugins) {
     const auto log = StartLog("{}", [](const PluginHost& host) {
         for (const char* name : {"a", "b", "c", "d", "e", "f", "g", "h", "i", "j", "k"}) {
-            host.AddScript(name, "exit 0");
-            host.Configure(name, kFast);
+            host.AddScript(name, "exit 0", kFast);
         }
     });
     for (const char* line :
@@ -68,13 +67,11 @@ TEST(PluginLauncher, LogsItsEffectiveSettings) {
 TEST(PluginLauncher, RunsTheBatchesInTheirSlotsAndPeriods) {
     const PluginHost host;
     for (const char* name : {"a-fast", "b-fast"}) {
-        host.AddScript(name, "exit 0");
-        host.Configure(name, kFast);
+        host.AddScript(name, "exit 0", kFast);
     }
-    host.AddScript("c-medium", "exit 0");
-    host.Configure("c-medium", kMedium);
-    host.AddScript("a-slow", "exit 0");  // first in the directory, and last of all
-    host.Configure("a-slow", R"({"frequency": "slow"})");
+    host.AddScript("c-medium", "exit 0", kMedium);
+    // first in the directory, and last of all
+    host.AddScript("a-slow", "exit 0", R"({"frequency": "slow"})");
     DrivenLauncher launcher(host);
     const std::pair<int, const char*> plan[] = {{30, "a-fast"}, {30, "b-fast"},  {30, "c-medium"},
                                                 {30, "a-slow"}, {210, "a-fast"}, {30, "b-fast"}};
@@ -95,8 +92,7 @@ TEST(PluginLauncher, RunsTheBatchesInTheirSlotsAndPeriods) {
 TEST(PluginLauncher, GivesThePluginItsCommandLine) {
     const PluginHost host;
     const std::string output = host.MakeOutput();
-    host.AddScript("probe", "echo \"$@\" > " + output + "\n" + kEndless);
-    host.Configure("probe", kFast);
+    host.AddScript("probe", "echo \"$@\" > " + output + "\n" + kEndless, kFast);
     DrivenLauncher launcher(host, R"({"http_port": 12345})");
     launcher.Advance(seconds(30), 1);
     const std::string arguments =
@@ -110,10 +106,8 @@ TEST(PluginLauncher, GivesThePluginItsCommandLine) {
 
 TEST(PluginLauncher, TerminatesARunningPluginAtAnyQueuesFirstBatch) {
     const PluginHost host;
-    host.AddScript("a-fast", kEndless);
-    host.Configure("a-fast", kFast);
-    host.AddScript("b-medium", kEndless);
-    host.Configure("b-medium", kMedium);
+    host.AddScript("a-fast", kEndless, kFast);
+    host.AddScript("b-medium", kEndless, kMedium);
     DrivenLauncher launcher(host);
     launcher.Advance(seconds(30), 1);
     EXPECT_FALSE(launcher.Log().Contains(" killed"));
@@ -124,8 +118,7 @@ TEST(PluginLauncher, TerminatesARunningPluginAtAnyQueuesFirstBatch) {
 TEST(PluginLauncher, SendsNoSignalToAPluginThatHasExited) {
     const PluginHost host;
     const std::string input = host.MakeOutput();
-    host.AddScript("probe", "read line < " + input);
-    host.Configure("probe", kFast);
+    host.AddScript("probe", "read line < " + input, kFast);
     DrivenLauncher launcher(host);
     launcher.Advance(seconds(30), 1);
     ::Test::WriteFile(input, "end\n");
@@ -151,8 +144,7 @@ TEST(PluginLauncher, LimitsMemoryToAtLeastThePool) {
 
 TEST(PluginLauncher, RefusesToLaunchWithoutTheGroup) {
     const PluginHost host;
-    host.AddScript("probe", kEndless);
-    host.Configure("probe", kMedium);
+    host.AddScript("probe", kEndless, kMedium);
     DrivenLauncher launcher(host);
     Kernel::UseGroups(std::make_unique<Kernel::EmbeddedBackend>(Kernel::ProcessTable::Spawned()));
     launcher.Advance(seconds(30), 1);

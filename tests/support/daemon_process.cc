@@ -69,21 +69,12 @@ std::vector<std::string> MakeEnvironment(const DaemonOptions& options, int stand
     return environment;
 }
 
-// Everything that the child needs, made before it exists: between fork and exec only
-// async-signal-safe calls may run.
-struct Launch {
-    const DaemonOptions& options;
-    int standardError;
-    pid_t parent;
-    char* const* arguments;
-    char* const* environment;
-};
-
-[[noreturn]] void RunChild(const Launch& launch) {
-    const DaemonOptions& options = launch.options;
-    bool ready = ::prctl(PR_SET_PDEATHSIG, SIGKILL) == 0 && ::getppid() == launch.parent &&
-                 ::dup2(launch.standardError, STDERR_FILENO) >= 0;
-    if (options.startWithPendingStop) {
+// All that it needs is made before: between fork and exec only async-signal-safe calls may run.
+[[noreturn]] void RunChild(pid_t parent, int standardError, bool startWithPendingStop,
+                           char* const* arguments, char* const* environment) {
+    bool ready = ::prctl(PR_SET_PDEATHSIG, SIGKILL) == 0 && ::getppid() == parent &&
+                 ::dup2(standardError, STDERR_FILENO) >= 0;
+    if (startWithPendingStop) {
         sigset_t stop;
         sigemptyset(&stop);
         sigaddset(&stop, SIGTERM);
@@ -91,7 +82,7 @@ struct Launch {
     }
     ready = ready && ::close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC) == 0;
     if (ready) {
-        ::execve(launch.arguments[0], launch.arguments, launch.environment);
+        ::execve(arguments[0], arguments, environment);
     }
     ::_exit(127);
 }
@@ -112,11 +103,11 @@ DaemonProcess::DaemonProcess(const DaemonOptions& options) {
     std::vector<std::string> environment = MakeEnvironment(options, standardError, notifySocket);
     const std::vector<char*> argumentPointers = PointersTo(arguments);
     const std::vector<char*> environmentPointers = PointersTo(environment);
-    const Launch launch{options, standardError, ::getpid(), argumentPointers.data(),
-                        environmentPointers.data()};
+    const pid_t parent = ::getpid();
     pid = OrThrow(::fork(), "starting the daemon");
     if (pid == 0) {
-        RunChild(launch);
+        RunChild(parent, standardError, options.startWithPendingStop, argumentPointers.data(),
+                 environmentPointers.data());
     }
     process = Sys::PidFd::Open(pid);
     OrThrow(process.Get(), "a handle on the daemon");

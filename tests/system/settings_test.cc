@@ -28,6 +28,12 @@ class Settings : public ::Test::Scenario {
         EXPECT_EQ(daemon->WaitForEnd(), 1);
         return daemon->LogLines();
     }
+    void ExpectFailedStartAt(const std::string& port) {
+        const std::vector<std::string> log = LogOfFailedStart();
+        ASSERT_FALSE(log.empty());
+        EXPECT_THAT(log.back(), StartsWith("3 sentrel: Exiting due to exception: "));
+        EXPECT_THAT(log.back(), HasSubstr(port));
+    }
 };
 
 constexpr const char* kLoopbackAddresses[] = {"127.0.0.1", "::1"};
@@ -90,10 +96,7 @@ TEST_F(Settings, PreventTheStartWhenThePortCannotBeBound) {
     for (const char* const port : {"0", "70000", "-1", "75532"}) {
         SCOPED_TRACE(port);
         host.WriteStoreEntry("sentrel", std::string("{\"http_port\": ") + port + "}");
-        const std::vector<std::string> log = LogOfFailedStart();
-        ASSERT_FALSE(log.empty());
-        EXPECT_THAT(log.back(), StartsWith("3 sentrel: Exiting due to exception: "));
-        EXPECT_THAT(log.back(), HasSubstr(port));
+        ExpectFailedStartAt(port);
     }
 }
 
@@ -101,10 +104,7 @@ TEST_F(Settings, PreventTheStartWhenThePortIsTakenOnAnyAddress) {
     for (const char* const address : kLoopbackAddresses) {
         SCOPED_TRACE(address);
         const Sys::OwnedFd taken = ::Test::ListenAt(address, 9996);
-        const std::vector<std::string> log = LogOfFailedStart();
-        ASSERT_FALSE(log.empty());
-        EXPECT_THAT(log.back(), StartsWith("3 sentrel: Exiting due to exception: "));
-        EXPECT_THAT(log.back(), HasSubstr("9996"));
+        ExpectFailedStartAt("9996");
         EXPECT_EQ(daemon->CountLog("listening on port"), 0U);
     }
 }

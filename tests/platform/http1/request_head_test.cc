@@ -8,7 +8,6 @@
 #include <string>
 #include <string_view>
 #include <utility>
-#include <vector>
 
 namespace {
 
@@ -20,22 +19,19 @@ struct GoodHead {
     std::string parsed;  // as written by Describe
 };
 
-const std::vector<GoodHead>& GoodHeads() {
-    static const std::vector<GoodHead> kHeads = {
-        {"no fields", "GET / HTTP/1.1\r\n\r\n", "GET / 1"},
-        {"HTTP/1.0", "GET / HTTP/1.0\r\na: b\r\n\r\n", "GET / 0 <a=b>"},
-        {"leading empty line", "\r\nGET / HTTP/1.1\r\n\r\n", "GET / 1"},
-        {"every mark of a token", "!#$%&'*+-.^_`|~ / HTTP/1.1\r\n!#$%&'*+-.^_`|~09azAZ: x\r\n\r\n",
-         "!#$%&'*+-.^_`|~ / 1 <!#$%&'*+-.^_`|~09azAZ=x>"},
-        {"blanks around a value", "G / HTTP/1.1\r\na: \t b \t c\t \r\n\r\n", "G / 1 <a=b \t c>"},
-        {"empty values", "G / HTTP/1.1\r\na:\r\nb: \t\r\n\r\n", "G / 1 <a=> <b=>"},
-        {"bytes over 0x7F", "G /\x80\xFF HTTP/1.1\r\na: \x80\xFF\r\n\r\n",
-         "G /\x80\xFF 1 <a=\x80\xFF>"},
-        {"marks in a target", "G /\"<>\\^`{|}# HTTP/1.1\r\n\r\n", "G /\"<>\\^`{|}# 1"},
-        {"repeated names", "G / HTTP/1.1\r\na: 1\r\nA: 2\r\n\r\n", "G / 1 <a=1> <A=2>"},
-    };
-    return kHeads;
-}
+const GoodHead kGoodHeads[] = {
+    {"no fields", "GET / HTTP/1.1\r\n\r\n", "GET / 1"},
+    {"HTTP/1.0", "GET / HTTP/1.0\r\na: b\r\n\r\n", "GET / 0 <a=b>"},
+    {"leading empty line", "\r\nGET / HTTP/1.1\r\n\r\n", "GET / 1"},
+    {"every mark of a token", "!#$%&'*+-.^_`|~ / HTTP/1.1\r\n!#$%&'*+-.^_`|~09azAZ: x\r\n\r\n",
+     "!#$%&'*+-.^_`|~ / 1 <!#$%&'*+-.^_`|~09azAZ=x>"},
+    {"blanks around a value", "G / HTTP/1.1\r\na: \t b \t c\t \r\n\r\n", "G / 1 <a=b \t c>"},
+    {"empty values", "G / HTTP/1.1\r\na:\r\nb: \t\r\n\r\n", "G / 1 <a=> <b=>"},
+    {"bytes over 0x7F", "G /\x80\xFF HTTP/1.1\r\na: \x80\xFF\r\n\r\n",
+     "G /\x80\xFF 1 <a=\x80\xFF>"},
+    {"marks in a target", "G /\"<>\\^`{|}# HTTP/1.1\r\n\r\n", "G /\"<>\\^`{|}# 1"},
+    {"repeated names", "G / HTTP/1.1\r\na: 1\r\nA: 2\r\n\r\n", "G / 1 <a=1> <A=2>"},
+};
 
 // "METHOD TARGET MINOR-VERSION <NAME=VALUE>...", separated by blanks.
 std::string Describe(const Http1::RequestHead& head) {
@@ -59,40 +55,38 @@ struct MalformedHead {
     Http1::HeadScan scan;  // what the scanner alone says of it
 };
 
-const std::vector<MalformedHead>& MalformedHeads() {
-    using enum Http1::HeadScan;
-    static const std::vector<MalformedHead> kHeads = {
-        {"nothing", "", Incomplete},
-        {"only an empty line", "\r\n", Incomplete},
-        {"two leading empty lines", "\r\n\r\nG / HTTP/1.1\r\n\r\n", Malformed},
-        {"no end", "G / HTTP/1.1\r\na: b\r\n", Incomplete},
-        {"bytes after the end", "G / HTTP/1.1\r\n\r\nG", Complete},
-        {"TLS hello", "\x16\x03\x01\x02\x00\x01\x00\x01\xFC\x03\x03"s, Malformed},
-        {"bare LF after the request line", "G / HTTP/1.1\na: b\r\n\r\n", Malformed},
-        {"bare LF first", "\nG / HTTP/1.1\r\n\r\n", Malformed},
-        {"bare CR in a value", "G / HTTP/1.1\r\na: b\rc\r\n\r\n", Malformed},
-        {"bare CR in the target", "G /\ra HTTP/1.1\r\n\r\n", Malformed},
-        {"NUL in a value", "G / HTTP/1.1\r\na: b\0c\r\n\r\n"s, Malformed},
-        {"DEL in a value", "G / HTTP/1.1\r\na: \x7F\r\n\r\n", Malformed},
-        {"no method", " / HTTP/1.1\r\n\r\n", Complete},
-        {"method is no token", "G(T) / HTTP/1.1\r\n\r\n", Complete},
-        {"no target", "G HTTP/1.1\r\n\r\n", Complete},
-        {"blank in the target", "G /a b HTTP/1.1\r\n\r\n", Complete},
-        {"two blanks after the target", "G /  HTTP/1.1\r\n\r\n", Complete},
-        {"no version", "G /\r\n\r\n", Complete},
-        {"blank after the version", "G / HTTP/1.1 \r\n\r\n", Complete},
-        {"HTTP/2.0", "PRI * HTTP/2.0\r\n\r\n", Complete},
-        {"HTTP/1.", "G / HTTP/1.\r\n\r\n", Complete},
-        {"another protocol's version", "G / RTSP/1.1\r\n\r\n", Complete},
-        {"field line without a colon", "G / HTTP/1.1\r\nabc\r\n\r\n", Complete},
-        {"empty name", "G / HTTP/1.1\r\n: b\r\n\r\n", Complete},
-        {"blank before the colon", "G / HTTP/1.1\r\na : b\r\n\r\n", Complete},
-        {"name is no token", "G / HTTP/1.1\r\na[1]: c\r\n\r\n", Complete},
-        {"blank before the first field", "G / HTTP/1.1\r\n a: b\r\n\r\n", Complete},
-        {"one field too many", HeadWithFields(Http1::kMaxHeaderFields + 1), Complete},
-    };
-    return kHeads;
-}
+using enum Http1::HeadScan;
+
+const MalformedHead kMalformedHeads[] = {
+    {"nothing", "", Incomplete},
+    {"only an empty line", "\r\n", Incomplete},
+    {"two leading empty lines", "\r\n\r\nG / HTTP/1.1\r\n\r\n", Malformed},
+    {"no end", "G / HTTP/1.1\r\na: b\r\n", Incomplete},
+    {"bytes after the end", "G / HTTP/1.1\r\n\r\nG", Complete},
+    {"TLS hello", "\x16\x03\x01\x02\x00\x01\x00\x01\xFC\x03\x03"s, Malformed},
+    {"bare LF after the request line", "G / HTTP/1.1\na: b\r\n\r\n", Malformed},
+    {"bare LF first", "\nG / HTTP/1.1\r\n\r\n", Malformed},
+    {"bare CR in a value", "G / HTTP/1.1\r\na: b\rc\r\n\r\n", Malformed},
+    {"bare CR in the target", "G /\ra HTTP/1.1\r\n\r\n", Malformed},
+    {"NUL in a value", "G / HTTP/1.1\r\na: b\0c\r\n\r\n"s, Malformed},
+    {"DEL in a value", "G / HTTP/1.1\r\na: \x7F\r\n\r\n", Malformed},
+    {"no method", " / HTTP/1.1\r\n\r\n", Complete},
+    {"method is no token", "G(T) / HTTP/1.1\r\n\r\n", Complete},
+    {"no target", "G HTTP/1.1\r\n\r\n", Complete},
+    {"blank in the target", "G /a b HTTP/1.1\r\n\r\n", Complete},
+    {"two blanks after the target", "G /  HTTP/1.1\r\n\r\n", Complete},
+    {"no version", "G /\r\n\r\n", Complete},
+    {"blank after the version", "G / HTTP/1.1 \r\n\r\n", Complete},
+    {"HTTP/2.0", "PRI * HTTP/2.0\r\n\r\n", Complete},
+    {"HTTP/1.", "G / HTTP/1.\r\n\r\n", Complete},
+    {"another protocol's version", "G / RTSP/1.1\r\n\r\n", Complete},
+    {"field line without a colon", "G / HTTP/1.1\r\nabc\r\n\r\n", Complete},
+    {"empty name", "G / HTTP/1.1\r\n: b\r\n\r\n", Complete},
+    {"blank before the colon", "G / HTTP/1.1\r\na : b\r\n\r\n", Complete},
+    {"name is no token", "G / HTTP/1.1\r\na[1]: c\r\n\r\n", Complete},
+    {"blank before the first field", "G / HTTP/1.1\r\n a: b\r\n\r\n", Complete},
+    {"one field too many", HeadWithFields(Http1::kMaxHeaderFields + 1), Complete},
+};
 
 // The bytes of a head, which must parse, and what was parsed from them.
 class Parsed {
@@ -114,7 +108,7 @@ std::string RequestWith(std::string_view fieldLines, char minorVersion = '1') {
 }
 
 TEST(RequestHead, ParsesGoodHeads) {
-    for (const auto& row : GoodHeads()) {
+    for (const auto& row : kGoodHeads) {
         SCOPED_TRACE(row.name);
         EXPECT_EQ(Describe(*Parsed(row.head)), row.parsed);
     }
@@ -122,7 +116,7 @@ TEST(RequestHead, ParsesGoodHeads) {
 
 TEST(RequestHead, RefusesMalformedHeadsAndIsThenEmpty) {
     const std::string good = "GET /x HTTP/1.1\r\na: b\r\n\r\n";
-    for (const auto& row : MalformedHeads()) {
+    for (const auto& row : kMalformedHeads) {
         SCOPED_TRACE(row.name);
         Http1::RequestHead head;
         ASSERT_TRUE(head.Parse(good));
@@ -259,7 +253,7 @@ TEST(EqualsIgnoringCase, FoldsLettersAndNothingElse) {
 }
 
 TEST(HeadScanner, FindsTheEndOfHeadsAndLeavesTheRest) {
-    for (const auto& row : GoodHeads()) {
+    for (const auto& row : kGoodHeads) {
         SCOPED_TRACE(row.name);
         Http1::HeadScanner scanner;
         EXPECT_EQ(scanner.Scan(row.head + "\r\n\x16\n"), Http1::HeadScan::Complete);
@@ -268,7 +262,7 @@ TEST(HeadScanner, FindsTheEndOfHeadsAndLeavesTheRest) {
 }
 
 TEST(HeadScanner, RefusesInvalidBytesAtOnce) {
-    for (const auto& row : MalformedHeads()) {
+    for (const auto& row : kMalformedHeads) {
         SCOPED_TRACE(row.name);
         Http1::HeadScanner scanner;
         EXPECT_EQ(scanner.Scan(row.head), row.scan);

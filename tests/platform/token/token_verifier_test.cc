@@ -28,25 +28,17 @@ const char* const kClaims = R"({"iss": "sentrel", "aud": "sentrel", "sub": "ada"
     "entitlements": ["observability.reports.read", "x"], "exp": 1800000100, "iat": 1799999000})";
 
 // RSA keys are slow to make: all tests share these.
-const TestKey& Ec() {
-    static const TestKey sKey("P-256");
-    return sKey;
-}
-const TestKey& OtherEc() {
-    static const TestKey sKey("P-256");
-    return sKey;
-}
-const TestKey& P384() {
-    static const TestKey sKey("P-384");
-    return sKey;
-}
-const TestKey& Rsa() {
-    static const TestKey sKey(2048U);
-    return sKey;
-}
-const TestKey& SmallRsa() {
-    static const TestKey sKey(1024U);
-    return sKey;
+struct TestKeys {
+    TestKey ec{"P-256"};
+    TestKey otherEc{"P-256"};
+    TestKey p384{"P-384"};
+    TestKey rsa{2048U};
+    TestKey smallRsa{1024U};
+};
+
+const TestKeys& Keys() {
+    static const TestKeys sKeys;
+    return sKeys;
 }
 
 std::string Patched(const char* document, const char* patch) {
@@ -60,17 +52,17 @@ std::string SignBy(const TestKey& key, std::string_view header, std::string_view
     return ::Test::WithSignature(text, key.Sign(text));
 }
 
-std::string GoodToken() { return SignBy(Ec(), kHeader, kClaims); }
+std::string GoodToken() { return SignBy(Keys().ec, kHeader, kClaims); }
 
 class TokenVerifier : public testing::Test {
   protected:
     TokenVerifier() {
-        ::Test::WriteFile(
-            settings.jwks,
-            ::Test::SetOf({OtherEc().Jwk(R"({"kid": "other"})"),
-                           Rsa().Jwk(R"({"kid": "rsa", "use": "sig"})"),
-                           SmallRsa().Jwk(R"({"kid": "small"})"), P384().Jwk(R"({"kid": "p384"})"),
-                           Ec().Jwk(R"({"kid": "ec", "alg": "ES256"})")}));
+        ::Test::WriteFile(settings.jwks,
+                          ::Test::SetOf({Keys().otherEc.Jwk(R"({"kid": "other"})"),
+                                         Keys().rsa.Jwk(R"({"kid": "rsa", "use": "sig"})"),
+                                         Keys().smallRsa.Jwk(R"({"kid": "small"})"),
+                                         Keys().p384.Jwk(R"({"kid": "p384"})"),
+                                         Keys().ec.Jwk(R"({"kid": "ec", "alg": "ES256"})")}));
     }
 
     // Empty when the token is believed, else the reason.
@@ -91,7 +83,7 @@ struct SignedRow {
     const char* header;
     const char* claims;
     const char* reason = "";
-    const TestKey& (*key)() = Ec;
+    TestKey TestKeys::* key = &TestKeys::ec;
 };
 
 // Its signature is not checked again, everything else is.
@@ -103,15 +95,15 @@ TEST_F(TokenVerifier, AcceptsAKnownTokenNoLongerThanItsKeyAndTimes) {
     EXPECT_NE(Outcome(forged), "");
     EXPECT_EQ(Outcome(token), "");
     EXPECT_NE(Outcome(token, kNow + std::chrono::hours(1)), "");
-    ::Test::WriteFile(settings.jwks, ::Test::SetOf({OtherEc().Jwk(R"({"kid": "other"})")}));
+    ::Test::WriteFile(settings.jwks, ::Test::SetOf({Keys().otherEc.Jwk(R"({"kid": "other"})")}));
     EXPECT_EQ(Outcome(token), "no trusted key has its kid \"ec\"");
 }
 
 TEST_F(TokenVerifier, AcceptsEveryValidToken) {
     const SignedRow rows[] = {
         {R"({"kid": null})", "{}"},  // each fitting key is tried
-        {R"({"kid": null, "alg": "RS256"})", "{}", "", Rsa},
-        {R"({"kid": "rsa", "alg": "RS256"})", "{}", "", Rsa},
+        {R"({"kid": null, "alg": "RS256"})", "{}", "", &TestKeys::rsa},
+        {R"({"kid": "rsa", "alg": "RS256"})", "{}", "", &TestKeys::rsa},
         {R"({"typ": null, "cty": "x", "x5t": 5})", "{}"},
         {R"({"typ": "at+JWT"})", R"({"entitlements": null, "more": {"sub": 1}})"},
         {"{}", R"({"aud": ["other", "sentrel"], "iat": null})"},
@@ -119,9 +111,9 @@ TEST_F(TokenVerifier, AcceptsEveryValidToken) {
         {"{}", R"({"exp": 1e300, "nbf": -1e300, "entitlements": []})"},
     };
     for (const SignedRow& row : rows) {
-        EXPECT_EQ(
-            Outcome(SignBy(row.key(), Patched(kHeader, row.header), Patched(kClaims, row.claims))),
-            "")
+        EXPECT_EQ(Outcome(SignBy(Keys().*row.key, Patched(kHeader, row.header),
+                                 Patched(kClaims, row.claims))),
+                  "")
             << row.header << row.claims;
     }
 }
@@ -139,12 +131,12 @@ TEST_F(TokenVerifier, RefusesHeaders) {
         {R"({"kid": 5})", "{}", "its kid is not a string"},
         {R"({"kid": "who\u001b[1m"})", "{}", "no trusted key has its kid \"who\x1b[1m\""},
         {R"({"kid": "other"})", "{}", R"(its signature does not match the key "other")"},
-        {R"({"kid": null})", "{}", "its signature matches no trusted key", P384},
-        {R"({"kid": "p384"})", "{}", R"(no trusted key has its kid "p384")", P384},
+        {R"({"kid": null})", "{}", "its signature matches no trusted key", &TestKeys::p384},
+        {R"({"kid": "p384"})", "{}", R"(no trusted key has its kid "p384")", &TestKeys::p384},
         {R"({"kid": "small", "alg": "RS256"})", "{}", R"(no trusted key has its kid "small")",
-         SmallRsa},
+         &TestKeys::smallRsa},
         {R"({"kid": null, "alg": "RS256"})", "{}", "its signature matches no trusted key",
-         SmallRsa},
+         &TestKeys::smallRsa},
         {R"({"typ": "JWE"})", "{}", R"(its typ "JWE" is not JWT or at+jwt)"},
         {R"({"typ": 1})", "{}", R"(its typ "" is not JWT or at+jwt)"},
         {R"({"crit": []})", "{}", "its header has the member crit, which is never accepted"},
@@ -155,16 +147,16 @@ TEST_F(TokenVerifier, RefusesHeaders) {
         {R"({"b64": true})", "{}", "its header has the member b64, which is never accepted"},
     };
     for (const SignedRow& row : rows) {
-        EXPECT_EQ(
-            Outcome(SignBy(row.key(), Patched(kHeader, row.header), Patched(kClaims, row.claims))),
-            row.reason)
+        EXPECT_EQ(Outcome(SignBy(Keys().*row.key, Patched(kHeader, row.header),
+                                 Patched(kClaims, row.claims))),
+                  row.reason)
             << row.header;
     }
     const std::string longKid = R"({"kid": ")" + std::string(63, 'k') + R"(\u20ac"})";
-    EXPECT_EQ(Outcome(SignBy(Ec(), Patched(kHeader, longKid.c_str()), kClaims)),
+    EXPECT_EQ(Outcome(SignBy(Keys().ec, Patched(kHeader, longKid.c_str()), kClaims)),
               "no trusted key has its kid \"" + std::string(63, 'k') + "\"...");
-    const std::string ownKey = R"({"kid": null, "jwk": )" + P384().Jwk() + "}";
-    EXPECT_EQ(Outcome(SignBy(P384(), Patched(kHeader, ownKey.c_str()), kClaims)),
+    const std::string ownKey = R"({"kid": null, "jwk": )" + Keys().p384.Jwk() + "}";
+    EXPECT_EQ(Outcome(SignBy(Keys().p384, Patched(kHeader, ownKey.c_str()), kClaims)),
               "its header has the member jwk, which is never accepted");
 }
 
@@ -204,11 +196,11 @@ TEST_F(TokenVerifier, RefusesClaims) {
         {manyNames.c_str(), badNames},
     };
     for (const auto& row : rows) {
-        EXPECT_EQ(Outcome(SignBy(Ec(), kHeader, Patched(kClaims, row.claims))), row.reason)
+        EXPECT_EQ(Outcome(SignBy(Keys().ec, kHeader, Patched(kClaims, row.claims))), row.reason)
             << row.claims;
     }
     EXPECT_EQ(Outcome(GoodToken(), kNow + std::chrono::seconds(160)), "it has expired (exp)");
-    EXPECT_EQ(Outcome(SignBy(Ec(), kHeader, R"({"entitlements": null})")),
+    EXPECT_EQ(Outcome(SignBy(Keys().ec, kHeader, R"({"entitlements": null})")),
               "its iss is missing or not a string");
 }
 
@@ -230,13 +222,13 @@ TEST_F(TokenVerifier, RefusesPartsThatAreNotJson) {
          "its payload is not accepted as JSON: expected an object, '{', found 'null'"},
     };
     for (const auto& row : rows) {
-        EXPECT_EQ(Outcome(SignBy(Ec(), row.header, row.payload)), row.reason) << row.payload;
+        EXPECT_EQ(Outcome(SignBy(Keys().ec, row.header, row.payload)), row.reason) << row.payload;
     }
 }
 
 TEST_F(TokenVerifier, RefusesForgedSignatures) {
     const std::string text = ::Test::SignedText(kHeader, kClaims);
-    const std::string good = Ec().Sign(text);
+    const std::string good = Keys().ec.Sign(text);
     const std::string zero(32, '\0');
     const std::string otherPayload =
         ::Test::SignedText(kHeader, Patched(kClaims, R"({"sub": "root"})"));
@@ -250,9 +242,9 @@ TEST_F(TokenVerifier, RefusesForgedSignatures) {
     } rows[] = {
         {"other payload", ::Test::WithSignature(otherPayload, good), wrong},
         {"other header", ::Test::WithSignature(otherHeader, good), wrong},
-        {"other key", ::Test::WithSignature(text, OtherEc().Sign(text)), wrong},
-        {"RSA", ::Test::WithSignature(text, Rsa().Sign(text)), wrong},
-        {"ASN.1", ::Test::WithSignature(text, Ec().SignAsn1(text)), wrong},
+        {"other key", ::Test::WithSignature(text, Keys().otherEc.Sign(text)), wrong},
+        {"RSA", ::Test::WithSignature(text, Keys().rsa.Sign(text)), wrong},
+        {"ASN.1", ::Test::WithSignature(text, Keys().ec.SignAsn1(text)), wrong},
         {"short", ::Test::WithSignature(text, good.substr(0, 63)), wrong},
         {"long", ::Test::WithSignature(text, good + '\0'), wrong},
         {"zero", ::Test::WithSignature(text, zero + zero), wrong},
