@@ -28,14 +28,10 @@ void CgroupTest::SetUp() {
     (void)Kernel::EnsureGroup(kGroup, 40);  // whether it is reserved depends on the host
 }
 
-void CgroupTest::TearDown() { Kernel::UseGroups(nullptr); }
-
 void EmbeddedTest::SetUp() {
     Kernel::UseGroups(std::make_unique<Kernel::EmbeddedBackend>(Kernel::ProcessTable::Spawned()));
     (void)Kernel::EnsureGroup(kGroup, 40);  // never reserved
 }
-
-void EmbeddedTest::TearDown() { Kernel::UseGroups(nullptr); }
 
 Spawned SpawnProgram(const std::vector<std::string>& argv, Kernel::Confinement confinement) {
     std::vector<std::string> copies = argv;

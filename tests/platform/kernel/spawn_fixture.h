@@ -2,6 +2,7 @@
 // into, the call with a command line, and child processes of the test itself.
 #pragma once
 
+#include "platform/kernel/groups/groups.h"
 #include "platform/kernel/spawn/spawn.h"
 #include "support/cgroup_root.h"
 #include "support/descriptors.h"
@@ -35,7 +36,7 @@ class ChildrenIgnored {
 class CgroupTest : public testing::Test {
   protected:
     void SetUp() override;
-    void TearDown() override;
+    void TearDown() override { Kernel::UseGroups(nullptr); }
 
     // Of the group.
     std::string Directory() const { return root.Path() + "/" + kGroup; }
@@ -48,7 +49,7 @@ class CgroupTest : public testing::Test {
 class EmbeddedTest : public testing::Test {
   protected:
     void SetUp() override;
-    void TearDown() override;
+    void TearDown() override { Kernel::UseGroups(nullptr); }
 
     ChildrenIgnored ignored;
 };

@@ -75,16 +75,6 @@ class LogSinkTest : public testing::Test {
     void (*previous)(int) = SIG_DFL;
 };
 
-TEST_F(LogSinkTest, WritesTimeLevelNameAndMessage) {
-    const Channel pipe = Channel::Pipe();
-    LogSink sink(pipe.writer.Get(), "");
-    sink.Write(6, "Plugin", "text");
-    EXPECT_THAT(
-        pipe.Drain(),
-        testing::MatchesRegex("[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}\\.[0-9]{3}Z "
-                              "6 Plugin: text\n"));
-}
-
 TEST_F(LogSinkTest, WritesTheJournalsFormToTheJournalOnly) {
     const Channel pipe = Channel::Pipe();
     const Channel other = Channel::Pipe();
