@@ -2,11 +2,15 @@
 // comments allowed.
 //
 //   {
-//       "command": ["/usr/lib/nagios/plugins/check_disk", "-w", "10%", "-p", "/"],  run without a
-//       shell "timeLimit": 20,                       seconds, 1 to 3600 "environment": {"LC_ALL":
-//       "C.UTF-8"},  besides PATH and LC_ALL=C "exitStatus": {"3": "NONE"}            besides 0 OK,
-//       1 WARNING, 2 ERROR and 3 UNKNOWN
+//       "command": ["/usr/lib/nagios/plugins/check_disk", "-p", "/"],
+//       "timeLimit": 20,
+//       "environment": {"LC_ALL": "C.UTF-8"},
+//       "exitStatus": {"3": "NONE"}
 //   }
+//
+// The command is run without a shell, for 1 to 3600 seconds, with PATH, LC_ALL=C and what
+// "environment" adds. An exit status that is not named means 0 OK, 1 WARNING, 2 ERROR or
+// 3 UNKNOWN.
 #pragma once
 
 #include "sentrel_check/report.h"

@@ -26,11 +26,11 @@ struct Member {
 };
 
 // The processes in the cgroup `directory` and in its child groups, oldest first; at most
-// Kernel::kMaxCountedProcesses. Throws Pellmar::Exception if it cannot be opened.
+// Kernel::kMaxCountedProcesses. A plugin begins a session, and its children stay in it unless they
+// begin another. Throws Pellmar::Exception if the cgroup cannot be opened.
 std::vector<Member> ReadMembers(const std::string& directory);
 
-// Whether the member has run for longer than `longest`, or its plugin is gone. A plugin begins a
-// session, and its children stay in it unless they begin another.
+// Whether the member's age exceeds `longest`.
 bool IsSurvivor(const Member& member, std::chrono::milliseconds longest);
 
 }  // namespace Ctl
