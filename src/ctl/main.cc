@@ -125,6 +125,9 @@ int FailInJson(const std::exception& failure, int status) {
 
 int main(int argc, char* argv[]) {
     (void)std::signal(SIGPIPE, SIG_IGN);  // a failed write is reported below
+    // A report's time without a zone is in the host's zone, which the daemon uses, not this user's.
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): the process has one thread
+    (void)::unsetenv("TZ");
     int failureStatus = 0;
     const auto statusOr = [&failureStatus](int usual) {
         return failureStatus != 0 ? failureStatus : usual;

@@ -50,7 +50,7 @@ constexpr Subject kSubjects[] = {
 };
 
 Finding Explain(const char* subject, const Pellmar::Throwable& failure) {
-    if (failure.ErrorNumber() == EACCES && ::geteuid() != 0) {
+    if (IsDeniedToThisUser(failure)) {
         return {Severity::Notice, subject, failure.WhatHappened(), "run this as root", true};
     }
     return {Severity::Error, subject, failure.WhatHappened(),

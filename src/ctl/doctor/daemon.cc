@@ -22,6 +22,15 @@ constexpr const char* kSubject = "daemon";
 // The finding when no sentrel process holds the port.
 Finding ExplainNoDaemon(const Host& host) {
     const std::string port = std::to_string(host.intakePort);
+    const std::optional<std::string> root =
+        host.portHolder ? OtherRootOf(host.portHolder->pid) : std::nullopt;
+    if (root) {
+        return {Severity::Error, kSubject,
+                "the intake port " + port + " is held by process " +
+                    std::to_string(host.portHolder->pid) + ", the sentrel of the host root " +
+                    *root,
+                "use --root " + *root + ", or stop that sentrel and start this host's"};
+    }
     if (host.portHolder) {
         return {Severity::Error, kSubject,
                 "the intake port " + port + " is held by process " +

@@ -88,7 +88,7 @@ void LookAtDaemon(Host& host) {
     if (!process || process->name != kDaemonName) {
         process = HolderOf(Sentrel::kApiPort);
     }
-    if (process && process->name == kDaemonName) {
+    if (process && process->name == kDaemonName && !OtherRootOf(process->pid)) {
         host.daemon = DaemonProcess{process->pid, StartOf(*process), IsStopped(*process)};
     }
     host.state = Sentrel::ReadDaemonState();

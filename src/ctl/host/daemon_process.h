@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <string_view>
 
 #include <sys/types.h>
@@ -19,8 +20,13 @@ struct DaemonProcess {
     bool isStopped = false;  // by a signal, until SIGCONT
 };
 
+// The host root of the sentrel process `process`, if it is not this command's; "/" without one.
+// Nothing if it is the same, if this user may not see it, or if the process is not a sentrel.
+std::optional<std::string> OtherRootOf(pid_t process);
+
 // The process that listens on the configured intake port, whatever program it runs; nothing if none
-// does, or if this user may not see its descriptors. Throws what ReadDaemonSettings throws.
+// does, if it is a sentrel of another host root, or if this user may not see its descriptors.
+// Throws what ReadDaemonSettings throws.
 std::optional<DaemonProcess> FindDaemonProcess();
 
 // The same, or else the daemon that listens on the API's port: the intake port of the settings may

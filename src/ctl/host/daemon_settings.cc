@@ -12,9 +12,8 @@ namespace Ctl {
 
 namespace {
 
-// A store entry without files, so every setting is missing.
-const Tabulon::StoreEntry kAbsentEntry = {.first = "",
-                                          .key = "sentrel-defaults",
+const Tabulon::StoreEntry kDaemonEntry = {.first = "",
+                                          .key = Sentrel::kDaemonEntryKey,
                                           .group = Sentrel::kDaemonEntryGroup,
                                           .component = Sentrel::kDaemonEntryComponent,
                                           .last = ""};
@@ -22,21 +21,18 @@ const Tabulon::StoreEntry kAbsentEntry = {.first = "",
 }  // namespace
 
 Pellmar::Ref<Pellmar::Service::ConfigReader> ReadDaemonSettings() {
-    const Tabulon::StoreEntry entry = {.first = "",
-                                       .key = Sentrel::kDaemonEntryKey,
-                                       .group = Sentrel::kDaemonEntryGroup,
-                                       .component = Sentrel::kDaemonEntryComponent,
-                                       .last = ""};
     try {
         const Pellmar::Ref<Pellmar::Service::Config> config =
-            Tabulon::CreateTabulonConfigWithFallbackToDefault({entry});
+            Tabulon::CreateTabulonConfigWithFallbackToDefault({kDaemonEntry});
         config->Initialize();
         return config->GetReader();
     } catch (const Pellmar::Exception& exception) {
         const std::string advice = exception.Advice();
         throw Failure(
             "cannot read the daemon's settings: " + Sys::HostPath(exception.WhatHappened()),
-            advice + (advice.empty() ? "" : "; ") + "fix that file, or remove it",
+            IsDeniedToThisUser(exception) ? "run this as root"
+            : advice.empty()              ? "correct that file, or remove it"
+                                          : advice,
             exception.ErrorNumber());
     }
 }
@@ -47,7 +43,7 @@ Pellmar::Ref<Pellmar::Service::ConfigReader> ReadDaemonSettingsOrDefaults() {
     } catch (const Failure& failure) {
         NoteOnce("warning: " + std::string(failure.what()) + "; assuming the defaults");
         const Pellmar::Ref<Pellmar::Service::Config> defaults =
-            Tabulon::CreateTabulonConfigWithFallbackToDefault({kAbsentEntry});
+            Tabulon::CreateTabulonConfigWithSettings({kDaemonEntry}, true, false, false);
         defaults->Initialize();
         return defaults->GetReader();
     }

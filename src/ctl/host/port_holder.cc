@@ -85,9 +85,11 @@ std::string DescribeHolder(const std::vector<ListeningSocket>& sockets) {
     }
     const std::optional<pid_t> pid = FindOwner(sockets, kDaemonName);
     const std::optional<ProcessStat> process = pid ? ReadProcessStat(*pid) : std::nullopt;
+    const std::optional<std::string> root = pid ? OtherRootOf(*pid) : std::nullopt;
     return (process ? "process " + std::to_string(process->pid) + " (" + process->name + ")"
                     : "a process") +
-           " of user " + NameOfUser(sockets.front().user);
+           " of user " + NameOfUser(sockets.front().user) +
+           (root ? ", whose host root is " + *root : "");
 }
 
 std::string StrangerOn(std::uint16_t port) {
@@ -111,6 +113,13 @@ void RequireTrustedListener(const sockaddr_storage& peer) {
     if (takers.empty()) {
         takers = FindTakers(
             endpoint);  // read again: a list that changes while it is read may lack a socket
+    }
+    const std::optional<pid_t> taker = FindOwner(takers, kDaemonName);
+    const std::optional<std::string> root = taker ? OtherRootOf(*taker) : std::nullopt;
+    if (root) {
+        throw UntrustedListener(
+            "port " + std::to_string(endpoint.port) + " is held by " + DescribeHolder(takers),
+            "use --root " + *root + ", or stop that sentrel");
     }
     const auto stranger = std::find_if(takers.begin(), takers.end(),
                                        [](const auto& socket) { return !IsTrusted(socket.user); });

@@ -84,8 +84,7 @@ void TellWhetherItIsRun(const SurveyedPlugin& plugin, PluginRun& run) {
     if (!plugin.IsEnabled()) {
         run.findings.push_back({Severity::Warning, "plugin " + plugin.Name(),
                                 "the daemon does not start it: " + WhyOf(plugin),
-                                "give it a store entry with \"enabled\": true, and restart the "
-                                "daemon; see sentrel-plugin(7)"});
+                                RemedyOf(plugin)});
     }
 }
 

@@ -141,6 +141,9 @@ std::string LastLine(const PluginRun& run) {
         run.findings.begin(), run.findings.end(),
         [](const Finding& finding) { return finding.severity == Severity::Warning; }));
     const std::string trouble = TroubleOf(run);
+    if (run.period == std::chrono::seconds(0)) {
+        return Paint("It works, but the daemon does not start it.", Colour::Yellow);
+    }
     const std::string line = "Ready for production" +
                              (warnings == 0 ? "" : ", with " + Counted(warnings, "warning")) +
                              (trouble.empty() ? "." : "; it reports " + trouble + ".");

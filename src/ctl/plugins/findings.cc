@@ -131,6 +131,15 @@ std::string WhyOf(const SurveyedPlugin& plugin) {
     return why.empty() ? "its configuration says so" : Joined(why, "; ");
 }
 
+std::string RemedyOf(const SurveyedPlugin& plugin) {
+    const std::vector<Finding> findings = ExplainLeftOut(SubjectOf(plugin.Name()), plugin);
+    const auto worst = std::max_element(
+        findings.begin(), findings.end(),
+        [](const Finding& low, const Finding& high) { return low.severity < high.severity; });
+    return worst == findings.end() ? "see \"sentrelctl plugin check " + plugin.Name() + "\""
+                                   : worst->remedy;
+}
+
 PluginReports ReadPluginReports(const Host& host, const PluginSurvey& survey) {
     PluginReports reports;
     StoredNames names;

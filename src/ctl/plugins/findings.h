@@ -43,6 +43,9 @@ std::vector<Finding> CheckPlugins(const PluginSurvey& survey, const Host& host,
 // take literally; in words for a person.
 std::string WhyOf(const SurveyedPlugin& plugin);
 
+// How to make the daemon launch a plugin that is not enabled; in words for a person.
+std::string RemedyOf(const SurveyedPlugin& plugin);
+
 // Checks a program outside the plugin directory: whether this user could run it as a plugin, and
 // whether its name can be a report's.
 std::vector<Finding> CheckPluginProgram(const std::string& path);

@@ -102,6 +102,14 @@ std::vector<Finding> CheckLaunches(const std::string& subject, const SurveyedPlu
              .remedy = "see why in the log: journalctl SENTREL_PLUGIN=" + plugin.Name(),
              .followsFrom = known->error == 0 ? "group" : subject});
     }
+    if (known->run == RunState::Terminated && known->start && !known->end) {
+        findings.push_back(
+            {Severity::Warning, subject,
+             "has not exited since the daemon sent it SIGTERM; it has been running for " +
+                 Between(*known->start, host.now),
+             "make it exit on SIGTERM; \"sentrelctl group kill\" kills it when it has outlived its "
+             "run"});
+    }
     if (known->memoryKill) {
         const bool isLastRun = known->run == RunState::MemoryKill;
         findings.push_back({isLastRun ? Severity::Error : Severity::Warning, subject,

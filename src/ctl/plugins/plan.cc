@@ -91,10 +91,10 @@ std::string CountsText(const Sentrel::DaemonState& state) {
     return "posts: " + count(StateCount::PostsStored) + " stored, " +
            count(StateCount::PostsRefused) + " refused; launches: " + count(StateCount::Launches) +
            ", and " + count(StateCount::LaunchesRefused) +
-           " refused; plugins ended: " + count(StateCount::Kills) + " by SIGTERM, " +
+           " refused; plugins: " + count(StateCount::Kills) + " sent SIGTERM, " +
            count(StateCount::MemoryKills) +
-           " for lack of memory; API calls: " + count(StateCount::CallsSucceeded) + ", and " +
-           count(StateCount::CallsFailed) + " failed";
+           " killed for lack of memory; API calls: " + count(StateCount::CallsSucceeded) +
+           ", and " + count(StateCount::CallsFailed) + " failed";
 }
 
 void WriteTotals(const PluginSurvey& survey, const Host& host, std::ostream& output) {

@@ -128,7 +128,8 @@ std::span<const Setting> DaemonSettings() {
              "the memory that all plugins together may use, at least the pool; 0 for no limit",
          .unit = "MB",
          .least = 0,
-         .inEffect = MemoryLimitInEffect},
+         .inEffect = MemoryLimitInEffect,
+         .atLeast = "plugin_resource_pool_size_MB"},
     }};
     return sSettings;
 }

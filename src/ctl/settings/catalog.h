@@ -42,6 +42,8 @@ struct Setting {
     std::span<const char* const> words{};
     // Maps a stored value to the one in effect; null: it takes effect unchanged.
     SettingValue (*inEffect)(const SettingValue& stored) = nullptr;
+    // Another integer of the entry. A smaller value of this one, other than 0, counts as that one.
+    std::string_view atLeast = "";
     // Finds other faults of a value; null: there are none.
     Judgement (*judge)(const SettingValue& stored) = nullptr;
     // Whether the daemon logs that the setting is missing.

@@ -74,6 +74,10 @@ class EntryCheck {
 
     void CheckFaults() {
         for (const FileFault& fault : state.faults) {
+            if (fault.isDenied) {
+                Add(Severity::Warning, SubjectOf(entry), fault.text, fault.advice);
+                continue;
+            }
             Add(Severity::Error, SubjectOf(entry), fault.text,
                 fault.advice + "; until then the daemon " +
                     (entry.isPlugin ? "skips this plugin" : "does not start"));
@@ -95,7 +99,7 @@ class EntryCheck {
         if (std::holds_alternative<std::monostate>(value)) {
             return;
         }
-        const Judgement judgement = Judge(setting, value);
+        const Judgement judgement = JudgementOn(found);
         if (judgement.severity != Severity::Good) {
             Add(judgement.severity, NameOf(setting), Quoted(value) + " " + judgement.text,
                 judgement.remedy.empty() ? "sentrelctl config set " + NameOf(setting) + " VALUE (" +

@@ -56,7 +56,8 @@ std::optional<SettingValue> WantedValue(const NamedSetting& named, const Argumen
 SettingState ReadState(const NamedSetting& named) {
     const EntryState state = ReadEntryState(named.entry);
     if (!state.faults.empty()) {
-        throw Failure(state.faults.front().text, "first " + state.faults.front().advice);
+        const FileFault& fault = state.faults.front();
+        throw Failure(fault.text, (fault.isDenied ? "" : "first ") + fault.advice);
     }
     return *std::find_if(
         state.settings.begin(), state.settings.end(),
@@ -93,8 +94,7 @@ std::string ValueAndOrigin(const SettingState& state) {
 
 // The note about the new value; empty if there is none.
 std::string NoteOn(const Change& change) {
-    const Judgement judgement =
-        change.value ? Judge(*change.after.setting, *change.value) : Judgement{};
+    const Judgement judgement = change.value ? JudgementOn(change.after) : Judgement{};
     return judgement.severity == Severity::Good ? "" : TextOf(*change.value) + " " + judgement.text;
 }
 

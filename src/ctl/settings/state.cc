@@ -1,6 +1,7 @@
 #include "ctl/settings/state.h"
 
 #include "ctl/settings/rules.h"
+#include "ctl/show/failure.h"
 #include "platform/json/bounded_json.h"
 #include "platform/pellmar/exceptions.h"
 #include "platform/sys/host_root.h"
@@ -67,9 +68,13 @@ bool ReadDocument(const std::string& path, json& document, EntryState& state) {
         return text.has_value();
     } catch (const Pellmar::Exception& exception) {
         const std::string advice = exception.Advice();
+        const bool isDenied = IsDeniedToThisUser(exception);
         // which begins with the plain path
         state.faults.push_back({Sys::HostPath(exception.WhatHappened()),
-                                advice.empty() ? "correct that file, or remove it" : advice});
+                                isDenied         ? "run this as root"
+                                : advice.empty() ? "correct that file, or remove it"
+                                                 : advice,
+                                isDenied});
         return true;
     }
 }
@@ -133,6 +138,19 @@ void FindUnknown(std::span<const Setting> settings, const json& value, const std
     }
 }
 
+void RaiseToOtherSettings(std::vector<SettingState>& settings) {
+    for (SettingState& low : settings) {
+        const auto high =
+            std::find_if(settings.begin(), settings.end(), [&low](const SettingState& other) {
+                return other.setting->key == low.setting->atLeast;
+            });
+        if (high != settings.end() && std::get<std::int32_t>(low.inEffect) != 0 &&
+            low.inEffect < high->inEffect) {
+            low.inEffect = high->inEffect;
+        }
+    }
+}
+
 }  // namespace
 
 std::string NameOf(Origin origin) {
@@ -159,9 +177,25 @@ EntryState ReadEntryState(const SettingEntry& entry) {
         state.settings.push_back(state.faults.empty() ? StateOf(setting, vendor, host, merged)
                                                       : Unset(setting));
     }
+    RaiseToOtherSettings(state.settings);
     FindUnknown(entry.settings, vendor, "", state.paths.vendor, state.unknown);
     FindUnknown(entry.settings, host, "", state.paths.host, state.unknown);
     return state;
+}
+
+Judgement JudgementOn(const SettingState& state) {
+    if (!state.stored) {
+        return Judge(*state.setting, state.setting->byDefault);
+    }
+    const Judgement judgement = Judge(*state.setting, *state.stored);
+    if (judgement.severity == Severity::Good &&
+        state.inEffect != InEffect(*state.setting, *state.stored)) {
+        return {Severity::Warning,
+                "is less than " + std::string(state.setting->atLeast) + "; " +
+                    TextOf(state.inEffect) + " is used instead",
+                ""};
+    }
+    return judgement;
 }
 
 nlohmann::ordered_json ToJson(const SettingValue& value) {

@@ -40,8 +40,9 @@ struct UnknownMember {
 };
 
 struct FileFault {
-    std::string text;    // includes the path of the file, line and column
-    std::string advice;  // what to do with the file
+    std::string text;       // includes the path of the file, line and column
+    std::string advice;     // what to do with the file
+    bool isDenied = false;  // this user may not read the file; the daemon may be able to
 };
 
 struct RepeatedName {
@@ -62,6 +63,9 @@ struct EntryState {
 
 // The result refers to `entry`. Faults of the files do not throw.
 EntryState ReadEntryState(const SettingEntry& entry);
+
+// The remark about the stored value or, without one, about the default.
+Judgement JudgementOn(const SettingState& state);
 
 // The value as JSON; null if there is none.
 nlohmann::ordered_json ToJson(const SettingValue& value);

@@ -21,8 +21,9 @@ std::string DaemonText(const Host& host) {
         return "visible only through " + host.apiUrl;
     }
     if (!host.daemon && host.portHolder) {
+        const std::optional<std::string> root = OtherRootOf(host.portHolder->pid);
         return "not running; port " + std::to_string(host.intakePort) + " is held by " +
-               host.portHolder->name;
+               host.portHolder->name + (root ? " of the host root " + *root : "");
     }
     if (!host.daemon && !host.state) {
         return ::geteuid() == 0 ? "not running" : "not running, or not visible to this user";

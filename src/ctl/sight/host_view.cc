@@ -14,6 +14,8 @@
 #include <tuple>
 #include <utility>
 
+#include <unistd.h>
+
 namespace Ctl {
 
 namespace {
@@ -83,6 +85,10 @@ Host HostInView(const GivenOptions& options) {
     Host host = HostOf(options);
     if (!host.isElsewhere) {
         LookAtDaemon(host);
+    }
+    const bool isSilent = host.daemon && host.daemon->isStopped;
+    if (isSilent && host.mayBeOffline && ::access(host.reportDirectory.c_str(), R_OK | X_OK) == 0) {
+        host.isOffline = true;  // the API would not answer
     }
     return host;
 }

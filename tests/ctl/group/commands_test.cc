@@ -118,7 +118,7 @@ TEST_F(GroupCommands, EnsureCreatesNothingWithABrokenSettingsFile) {
     const ToolResult result = Run({"ensure"});
     EXPECT_EQ(result.status, 1);
     EXPECT_THAT(result.error, HasSubstr("/sentrel.json:1:"));
-    EXPECT_THAT(result.error, EndsWith("; fix that file, or remove it\n"));
+    EXPECT_THAT(result.error, EndsWith("; correct that file, or remove it\n"));
     EXPECT_FALSE(std::filesystem::exists(root.Path() + "/host"));
 }
 

@@ -21,6 +21,7 @@ namespace Test {
 namespace {
 
 using testing::AllOf;
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::Not;
 using Json = nlohmann::json;
@@ -165,6 +166,7 @@ TEST_F(PluginRun, FindsReportsThatTheDaemonStored) {
     EXPECT_EQ(result.status, 0) << result.output;
     EXPECT_THAT(result.output, HasSubstr("Report plug: WARNING, "));
     EXPECT_THAT(result.output, HasSubstr("the daemon does not start it: "));
+    EXPECT_THAT(result.output, EndsWith("\nIt works, but the daemon does not start it.\n"));
     EXPECT_TRUE(fs::exists(ReportDirectory() + "/plug-0.json"));
     for (int i = 0; i < Sentrel::kFilesPerName; ++i) {
         fs::create_directory(ReportDirectory() + "/.plug-" + std::to_string(i) + ".json");

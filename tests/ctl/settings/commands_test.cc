@@ -22,8 +22,10 @@
 namespace Test {
 namespace {
 
+using testing::AllOf;
 using testing::EndsWith;
 using testing::HasSubstr;
+using testing::Not;
 using Json = nlohmann::json;
 
 class ConfigCommands : public testing::Test {
@@ -218,7 +220,13 @@ TEST_F(ConfigCommands, SetNamesAStoreThatCannotBeWritten) {
     const std::string file = host.WriteStoreEntry("sentrel", "{}");
     std::filesystem::permissions(host.Base(), std::filesystem::perms(0755));
     ExpectFailure(Run(change, User::Nobody), "Permission denied; run this as ");
-    const MountedDirectory mounted(std::filesystem::path(file).parent_path(), 4096);
+    const std::filesystem::path folder = std::filesystem::path(file).parent_path();
+    std::filesystem::permissions(folder, std::filesystem::perms(0700));
+    ExpectFailure(Run(change, User::Nobody), "Permission denied; run this as root\n");
+    const ToolResult check = Run({"check"}, User::Nobody);  // the daemon may read them
+    EXPECT_THAT(check.output, AllOf(HasSubstr("sentrel.json cannot be read: Permission denied"),
+                                    Not(HasSubstr("the daemon does"))));
+    const MountedDirectory mounted(folder, 4096);
     WriteFile(file + ".filler", std::string(4096, ' '));
     ExpectFailure(Run(change), "No space left on device; free some space there");
     mounted.SetAccess(MountedDirectory::Access::ReadOnly);
@@ -241,6 +249,9 @@ TEST_F(ConfigCommands, CheckFindsSettingsThatTheDaemonIgnores) {
         {"sentrel", R"({"http_port": 9996})", "notice", "sentrel.http_port", "repeats the vendor"},
         {"sentrel", R"({"fast_queue": {"time_period_in_mins": 4}})", "warning",
          "sentrel.fast_queue/time_period_in_mins", "4 is ignored; 5 is used instead"},
+        {"sentrel", R"({"plugin_resource_pool_size_MB": 64, "plugin_memory_limit_MB": 10})",
+         "warning", "sentrel.plugin_memory_limit_MB",
+         "10 is less than plugin_resource_pool_size_MB; 64 is"},
         {"sentrel", R"({"htp_port": 1})", "warning", "/sentrel.json",
          "unknown setting \"htp_port\""},
         {"sentrel", R"({"fast_queue/time_period_in_mins": 9})", "warning", "/sentrel.json",
