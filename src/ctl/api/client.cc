@@ -21,6 +21,8 @@ namespace {
 
 using OrderedJson = nlohmann::ordered_json;
 
+constexpr const char* kNameAnother = "name another address with --api";
+
 struct Explanation {
     std::string happened;
     std::string advice = {};
@@ -128,7 +130,7 @@ OrderedJson ApiClient::Call(std::string_view method, const OrderedJson& paramete
     }
     const std::string stranger = StrangersName();
     throw Failure(url + " answered, but is not the sentrel API" + stranger,
-                  stranger.empty() ? "name another address with --api" : kFreeApiPort);
+                  stranger.empty() ? kNameAnother : AdviceOnStranger());
 }
 
 std::string ApiClient::StrangersName() const {
@@ -138,13 +140,16 @@ std::string ApiClient::StrangersName() const {
     return holder.empty() ? "" : ": port " + port + " is held by " + holder;
 }
 
+std::string ApiClient::AdviceOnStranger() const {
+    return url == kDefaultApiUrl ? kFreeApiPort : kNameAnother;
+}
+
 // What to do about an API that cannot be reached. A daemon that accepts a connection and does not
 // answer is running, so to start it would do nothing.
 std::string ApiClient::AdviceOn(int errorNumber) const {
     const std::string verb = errorNumber == ETIMEDOUT && IsOnLoopback() ? "restart" : "start";
     return verb + " sentrel (\"systemctl " + verb + " sentrel\"), or " +
-           (mayBeOffline && url == kDefaultApiUrl ? "use --offline"
-                                                  : "name another address with --api");
+           (mayBeOffline && url == kDefaultApiUrl ? "use --offline" : kNameAnother);
 }
 
 // Sends the document and returns the body of the answer.
@@ -160,7 +165,7 @@ std::string ApiClient::Exchange(std::string document) const {
         const std::string stranger = StrangersName();
         if (!stranger.empty()) {
             throw Failure(url + " is not the sentrel API" + stranger + ": " + failure.what(),
-                          kFreeApiPort, failure.ErrorNumber());
+                          AdviceOnStranger(), failure.ErrorNumber());
         }
         throw Failure("cannot reach the API at " + url + ": " + failure.what(),
                       AdviceOn(failure.ErrorNumber()), failure.ErrorNumber());

@@ -48,6 +48,7 @@ class ApiClient {
     std::string AdviceOn(int errorNumber) const;
     // ": " and the holder of the port, if this user can see that it is another program.
     std::string StrangersName() const;
+    std::string AdviceOnStranger() const;
 
     std::string url;
     std::string host;
