@@ -37,6 +37,9 @@
 #include <string_view>
 #include <vector>
 
+#include <poll.h>
+#include <unistd.h>
+
 namespace {
 
 constexpr int kFailed = 1;
@@ -108,6 +111,12 @@ bool AsksJson(std::span<const char* const> arguments) {
     return std::find(arguments.begin(), end, std::string_view("--json")) != end;
 }
 
+// Whether the reader of standard output has closed its end, as head(1) does once it has enough.
+bool IsReaderGone() {
+    pollfd output{.fd = STDOUT_FILENO, .events = 0, .revents = 0};
+    return ::poll(&output, 1, 0) == 1 && (output.revents & POLLERR) != 0;
+}
+
 int Fail(std::string_view text, int status) {
     const std::string line = "sentrelctl: " + Ctl::PrintableText(text) + "\n";
     (void)std::fputs(line.c_str(), stderr);  // nothing else can report it
@@ -145,7 +154,10 @@ int main(int argc, char* argv[]) {
         const Ctl::CommandLine line = Ctl::ParseCommandLine(commands, arguments);
         failureStatus = line.command == nullptr ? 0 : line.command->failureStatus;
         const int status = Run(commands, line);
-        if (!std::cout.flush()) {
+        if (!std::cout.flush() && IsReaderGone()) {
+            return statusOr(kFailed);
+        }
+        if (!std::cout) {
             return Fail(
                 "cannot write to standard output; free some space, or redirect it elsewhere",
                 statusOr(kFailed));

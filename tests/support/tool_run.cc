@@ -1,6 +1,5 @@
 #include "support/tool_run.h"
 
-#include "platform/sys/owned_fd.h"
 #include "support/descriptors.h"
 
 #include <gmock/gmock.h>
@@ -77,9 +76,7 @@ ToolResult RunTool(const std::vector<std::string>& arguments,
     return Run(output, arguments, environment, user, input);
 }
 
-ToolResult RunToolInto(const std::string& outputPath, const std::vector<std::string>& arguments) {
-    const Sys::OwnedFd output =
-        Require(::open(outputPath.c_str(), O_WRONLY | O_CLOEXEC), "opening");
+ToolResult RunToolInto(const Sys::OwnedFd& output, const std::vector<std::string>& arguments) {
     return Run(output, arguments, {}, User::Own, "");
 }
 

@@ -1,6 +1,8 @@
 // One run of the operator's tool as a child process.
 #pragma once
 
+#include "platform/sys/owned_fd.h"
+
 #include <string>
 #include <string_view>
 #include <vector>
@@ -24,8 +26,8 @@ ToolResult RunTool(const std::vector<std::string>& arguments,
                    const std::vector<std::string>& environment = {}, User user = User::Own,
                    std::string_view input = "");
 
-// The same with standard output on the file at that path.
-ToolResult RunToolInto(const std::string& outputPath, const std::vector<std::string>& arguments);
+// The same with `output` as its standard output.
+ToolResult RunToolInto(const Sys::OwnedFd& output, const std::vector<std::string>& arguments);
 
 // It ended with status 1, wrote no result and exactly one line that has `text` in it.
 void ExpectFailure(const ToolResult& result, const std::string& text);

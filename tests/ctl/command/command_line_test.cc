@@ -1,5 +1,6 @@
 // The command line and the help of the real program: what is understood, and what each mistake is
 // told.
+#include "support/descriptors.h"
 #include "support/tool_run.h"
 
 #include <gmock/gmock.h>
@@ -7,6 +8,8 @@
 #include <algorithm>
 #include <string>
 #include <vector>
+
+#include <fcntl.h>
 
 namespace Test {
 namespace {
@@ -95,10 +98,19 @@ TEST(CommandLine, PrintsHelpWithoutAHost) {
 }
 
 TEST(CommandLine, FailsIfTheResultCannotBeWritten) {
-    const ToolResult result = RunToolInto("/dev/full", {"--help"});
+    const Sys::OwnedFd full(::open("/dev/full", O_WRONLY | O_CLOEXEC));
+    const ToolResult result = RunToolInto(full, {"--help"});
     EXPECT_EQ(result.status, 1);
     EXPECT_THAT(result.error, HasSubstr("cannot write to standard output"));
     EXPECT_EQ(std::count(result.error.begin(), result.error.end(), '\n'), 1);
+}
+
+TEST(CommandLine, EndsSilentlyWhenNobodyReadsItsOutput) {
+    Pipe pipe;
+    pipe.reader.Reset();
+    const ToolResult result = RunToolInto(pipe.writer, {"--help"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.error, "");
 }
 
 }  // namespace
