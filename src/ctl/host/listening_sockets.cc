@@ -22,6 +22,9 @@ namespace Ctl {
 namespace {
 
 constexpr std::string_view kListen = "0A";
+// The length of a line. To fill a larger buffer, the kernel looks for connections in its whole
+// table, which takes a millisecond.
+constexpr std::size_t kLineBytes = 150;
 constexpr std::size_t kGroupDigits = 8;  // hexadecimal digits of a group of four bytes
 // A program listens before it serves, so its listening sockets are among its first descriptors.
 constexpr std::size_t kMaxDescriptors = 1024;
@@ -111,18 +114,24 @@ bool TakeAddress(SocketLine& read, std::uint16_t port) {
     return true;
 }
 
-void AddListening(std::istream& lines, std::uint16_t port, std::vector<ListeningSocket>& sockets) {
+// Returns whether it stopped at `wanted`, which is the last socket then.
+bool AddListening(std::istream& lines, std::uint16_t port, std::string_view wanted,
+                  std::vector<ListeningSocket>& sockets) {
     std::string line;
     (void)std::getline(lines, line);  // the headings
     while (std::getline(lines, line)) {
         std::optional<SocketLine> read = ReadLine(line);
         if (read && read->state != kListen) {
-            return;  // no listening socket follows, and the rest may be very long
+            return false;  // no listening socket follows, and the rest may be very long
         }
         if (read && TakeAddress(*read, port)) {
             sockets.push_back(std::move(read->socket));
+            if (sockets.back().address == wanted) {
+                return true;
+            }
         }
     }
+    return false;
 }
 
 bool HoldsSocket(int processes, const std::string& pid,
@@ -187,15 +196,20 @@ std::vector<std::string> ListProcesses(DIR* processes, const std::vector<Listeni
 std::vector<ListeningSocket> ParseListeningSockets(std::string_view text, std::uint16_t port) {
     std::vector<ListeningSocket> sockets;
     std::istringstream lines{std::string(text)};
-    AddListening(lines, port, sockets);
+    (void)AddListening(lines, port, "", sockets);
     return sockets;
 }
 
-std::vector<ListeningSocket> FindListeningSockets(std::uint16_t port) {
+std::vector<ListeningSocket> FindListeningSockets(std::uint16_t port, std::string_view address) {
     std::vector<ListeningSocket> sockets;
     for (const char* path : {"/proc/net/tcp", "/proc/net/tcp6"}) {
-        std::ifstream lines(path);
-        AddListening(lines, port, sockets);
+        std::array<char, kLineBytes> buffer;
+        std::ifstream lines;
+        (void)lines.rdbuf()->pubsetbuf(buffer.data(), buffer.size());
+        lines.open(path);
+        if (AddListening(lines, port, address, sockets)) {
+            break;
+        }
     }
     return sockets;
 }

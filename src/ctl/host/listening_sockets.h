@@ -30,8 +30,10 @@ struct ListeningSocket {
     std::uint64_t inode = 0;
 };
 
-// The sockets of this process's network namespace, IPv4 first; none if /proc cannot be read.
-std::vector<ListeningSocket> FindListeningSockets(std::uint16_t port);
+// The sockets of this process's network namespace, IPv4 first; none if /proc cannot be read. Stops
+// after a socket bound to `address`, if one is given.
+std::vector<ListeningSocket> FindListeningSockets(std::uint16_t port,
+                                                  std::string_view address = {});
 
 // The sockets that listen on `port` according to a text in the form above. Skips malformed lines.
 std::vector<ListeningSocket> ParseListeningSockets(std::string_view text, std::uint16_t port);

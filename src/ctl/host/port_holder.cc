@@ -55,7 +55,7 @@ Endpoint EndpointOf(const sockaddr_storage& peer) {
 // The sockets that can have accepted a connection to the address: those bound to it, or else those
 // bound to every address.
 std::vector<ListeningSocket> FindTakers(const Endpoint& peer) {
-    const std::vector<ListeningSocket> sockets = FindListeningSockets(peer.port);
+    const std::vector<ListeningSocket> sockets = FindListeningSockets(peer.port, peer.address);
     std::vector<ListeningSocket> takers;
     std::copy_if(
         sockets.begin(), sockets.end(), std::back_inserter(takers),
