@@ -187,7 +187,7 @@ Judgement JudgementOn(const SettingState& state) {
     if (!state.stored) {
         return Judge(*state.setting, state.setting->byDefault);
     }
-    const Judgement judgement = Judge(*state.setting, *state.stored);
+    Judgement judgement = Judge(*state.setting, *state.stored);
     if (judgement.severity == Severity::Good &&
         state.inEffect != InEffect(*state.setting, *state.stored)) {
         return {Severity::Warning,
