@@ -38,7 +38,13 @@ constexpr std::string_view kDefaultLifetime = "1h";
 
 constexpr std::array<Option, 1> kInitOptions = {{kJsonOption}};
 constexpr std::array<Option, 3> kIssueOptions = {{
-    {"--subject", "NAME", "the user of the token, required; the audit log records this name"},
+    {"--subject",
+     "NAME",
+     "the user of the token; the audit log records this name",
+     Completes::Nothing,
+     {},
+     false,
+     true},
     {"--entitlement", "PRIVILEGE",
      "a privilege that it grants, such as observability.reports.read; may be repeated",
      Completes::Privilege},

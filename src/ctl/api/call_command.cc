@@ -37,7 +37,7 @@ constexpr std::array<Command, 1> kCommands = {{
     {"call",
      "call any operation of the API",
      "Calls an operation of the API by its full name, with its parameters as a JSON object, and\n"
-     "prints its result as JSON. The introspection services tell which operations there are.\n",
+     "prints its result as JSON. The introspection services list the operations.\n",
      "sentrelctl call com.korvex.quon.std.introspection.service.list",
      kOptions,
      {"METHOD [JSON]", 1, 2, Completes::Operation},

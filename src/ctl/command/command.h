@@ -34,6 +34,7 @@ struct Option {
     Completes completes = Completes::Nothing;  // what its value is
     std::span<const char* const> words{};      // all values, if they are few
     bool isList = false;                       // several of them, separated by commas
+    bool isRequired = false;                   // for the help; the command itself checks
 };
 
 // The option of every command that can print JSON.

@@ -109,16 +109,20 @@ void WriteOverview(std::span<const Command> commands, std::string_view family,
 }
 
 void WriteCommandHelp(const Command& command, std::ostream& output) {
+    // Nothing may follow a "--" but its operands.
+    const std::string_view operands = command.operands.help;
+    const std::string_view first = operands.substr(0, operands.find(" [-- "));
     std::string usage(command.name);
-    if (!command.operands.help.empty()) {
-        usage.append(" ").append(command.operands.help);
+    if (!first.empty()) {
+        usage.append(" ").append(first);
     }
     for (const std::span<const Option> options :
          {command.options, std::span(kCommonOptions).first(1)}) {
         for (const Option& option : options) {
-            usage += " [" + WithValue(option) + "]";
+            usage += option.isRequired ? " " + WithValue(option) : " [" + WithValue(option) + "]";
         }
     }
+    usage += operands.substr(first.size());
     constexpr std::string_view kHead = "Usage: sentrelctl ";
     output << kHead << Fitted(usage, kHead.size()) << "\n\n"
            << (TerminalWidth() ? Reflowed(command.description) : std::string(command.description))

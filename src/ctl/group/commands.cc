@@ -191,11 +191,11 @@ constexpr std::array<Command, 3> kCommands = {{
     {"group kill",
      "kill processes that outlived their run",
      "When the time of a plugin is over, the daemon sends SIGTERM to the plugin, but not to\n"
-     "processes that the plugin started. This command sends SIGKILL to every process of the\n"
+     "processes that it started. This command sends SIGKILL to every process of the\n"
      "group (see \"group show\") that is older than the daemon, or than the longest time that\n"
-     "a plugin can have: the shortest period of the queues that have plugins, and 30\n"
-     "seconds. It lists what it killed. The age of each process counts by itself, even after\n"
-     "its plugin has exited.\n",
+     "a plugin can run: the shortest period of the queues that have plugins, plus 30\n"
+     "seconds. It lists what it killed. The age of a process is that of its plugin, or its\n"
+     "own once the plugin has exited.\n",
      "sentrelctl group kill",
      kGroupKillOptions,
      {},

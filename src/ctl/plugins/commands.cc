@@ -166,7 +166,7 @@ std::vector<Finding> FindAll(const Arguments& arguments) {
 int JudgePlugins(const Arguments& arguments, std::ostream& output) {
     std::vector<Finding> findings = FindAll(arguments);
     DropConsequences(findings);
-    return TellFindings(findings, arguments.options.Has("--json"), output);
+    return ReportFindings(findings, arguments.options.Has("--json"), output);
 }
 
 constexpr std::array<Command, 4> kCommands = {{

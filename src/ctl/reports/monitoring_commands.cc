@@ -217,7 +217,7 @@ void RunMetrics(const Arguments& arguments, std::ostream& output) {
 
 constexpr std::array<Command, 2> kCommands = {{
     {"check",
-     "judge reports for a monitoring system",
+     "report states to a monitoring system",
      "Prints one line and exits by the convention of monitoring plugins: with 0 when all\n"
      "given reports are OK, 1 for WARNING, 2 for ERROR, and 3 for any other state, a missing\n"
      "report, or a failure of the command itself. The worst of several reports counts; ERROR\n"

@@ -59,7 +59,7 @@ constexpr std::array<Command, 1> kCommands = {{
     {"serve",
      "serve the page of reports live on loopback",
      "Serves the page of \"page\" on this host's loopback interface, with changes as they come.\n"
-     "Prints a URL with a secret; only a browser that opened it is shown anything. From another\n"
+     "Prints a URL with a secret; only a browser that has opened that URL is served. From another\n"
      "machine, forward the port: ssh -L 8080:127.0.0.1:8080 HOST, and open the URL there.\n",
      "sentrelctl serve --listen 127.0.0.1:8080",
      kOptions,

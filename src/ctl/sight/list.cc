@@ -205,7 +205,7 @@ constexpr std::array<Command, 1> kCommands = {{
      "  STALE    the report is older than one and a half periods of its plugin, or than it says\n"
      "           to be valid for (validFor), or more than a minute in the future\n"
      "  NEVER    an enabled plugin has not reported yet\n"
-     "  INVALID  what is stored is not a report\n\n"
+     "  INVALID  the stored document is not a valid report\n\n"
      "Names that share files are warned about on standard error; --json has them in "
      "\"warnings\".\n",
      "sentrelctl list --state ERROR --state STALE",

@@ -66,15 +66,16 @@ void RunWatch(const Arguments& arguments, std::ostream& output) {
 
 constexpr std::array<Command, 1> kCommands = {{
     {"watch",
-     "watch reports change",
+     "show reports as they change",
      "Shows all reports, or those named, on a screen that follows what changes: states, ages, the\n"
-     "course of each report's first metric, and the next launches. \"?\" shows the keys.\n\n"
+     "trend of each report's first metric, and the next launches. \"?\" shows the keys.\n\n"
      "--json prints one line for each report and then one for each change, with the members\n"
      "\"event\" (initial, new, changed, renewed, removed), \"name\", \"before\" and \"state\", "
      "\"time\"\n"
      "and \"reason\"; when the daemon stops or starts, \"event\" is \"daemon\" and \"running\" "
-     "says\n"
-     "which. --until waits for a state; it exits with 0 when all reports are in it, and with 1\n"
+     "is\n"
+     "false or true. --until waits for a state; it exits with 0 when all reports are in it, and "
+     "with 1\n"
      "after the time of --timeout.\n",
      "sentrelctl watch --until OK --timeout 5m",
      kOptions,
