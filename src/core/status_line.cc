@@ -22,10 +22,10 @@ std::atomic<bool>& IsPending() {
 
 void Tell(Pellmar::System::ScheduledItem* /*item*/) {
     IsPending() = false;
-    Pellmar::Service::GetApp().TellStatus(StateWriter::OfThisProcess().StatusText());
+    Pellmar::Service::GetApp().SendStatus(StateWriter::OfThisProcess().StatusText());
 }
 
-void TellLater() {
+void SendStatusLater() {
     if (!IsPending().exchange(true)) {
         Pellmar::Ref<Pellmar::System::ScheduledItem> item;
         Pellmar::Service::GetApp().GetScheduler().Schedule(Tell, kInterval.count(), item);
@@ -37,7 +37,7 @@ void TellLater() {
 void KeepStatusLine() {
     // NOLINTNEXTLINE(concurrency-mt-unsafe): nothing in this process changes the environment
     if (std::getenv("NOTIFY_SOCKET") != nullptr) {
-        StateWriter::OfThisProcess().TellChanges(TellLater);
+        StateWriter::OfThisProcess().SetChangeListener(SendStatusLater);
     }
 }
 

@@ -13,32 +13,32 @@ bool IsWell(ReportState state) { return state == ReportState::Ok || state == Rep
 
 // Whether the state is worse than in the last notice, or fine again. A state that is better but not
 // fine causes no notice.
-bool IsNews(ReportState told, ReportState now) {
-    return IsWell(now) ? !IsWell(told) : IsWell(told) || Ctl::RankOf(now) < Ctl::RankOf(told);
+bool IsNews(ReportState last, ReportState now) {
+    return IsWell(now) ? !IsWell(last) : IsWell(last) || Ctl::RankOf(now) < Ctl::RankOf(last);
 }
 
 }  // namespace
 
-Decisions::Decisions(std::chrono::seconds settleTime, std::map<std::string, Told> told)
-    : settleTime(settleTime), remembered(std::move(told)) {}
+Decisions::Decisions(std::chrono::seconds settleTime, std::map<std::string, LastNotice> lastNotices)
+    : settleTime(settleTime), remembered(std::move(lastNotices)) {}
 
 void Decisions::Observe(const std::vector<Sighting>& reports, TimePoint now) {
     std::map<std::string, Course> seen;
     for (const Sighting& report : reports) {
         const auto known = courses.find(report.name);
-        Course course{.told = {}, .current = report, .since = now};
+        Course course{.lastNotice = {}, .current = report, .since = now};
         if (known != courses.end()) {
             course = std::move(known->second);
             if (course.current.state != report.state) {
                 course.since = now;
                 ++course.changes;
-            } else if (HasLasted(course, now) && !course.told.isFlapping &&
-                       !IsNews(course.told.state, report.state)) {
+            } else if (HasLasted(course, now) && !course.lastNotice.isFlapping &&
+                       !IsNews(course.lastNotice.state, report.state)) {
                 course.changes = 0;
             }
             course.current = report;
-        } else if (const auto told = remembered.find(report.name); told != remembered.end()) {
-            course.told = told->second;
+        } else if (const auto last = remembered.find(report.name); last != remembered.end()) {
+            course.lastNotice = last->second;
         }
         seen.emplace(report.name, std::move(course));
     }
@@ -50,12 +50,13 @@ std::vector<Notice> Decisions::Due(TimePoint now) const {
     std::vector<Notice> notices;
     for (const auto& [name, course] : courses) {
         const bool hasLasted = HasLasted(course, now);
-        const bool isSettled = hasLasted && (course.told.isFlapping ||
-                                             IsNews(course.told.state, course.current.state));
+        const bool isSettled = hasLasted && (course.lastNotice.isFlapping ||
+                                             IsNews(course.lastNotice.state, course.current.state));
         const bool isFlapping =
-            !hasLasted && course.changes >= kFlappingChanges && !course.told.isFlapping;
+            !hasLasted && course.changes >= kFlappingChanges && !course.lastNotice.isFlapping;
         if (!course.current.isHeld && (isSettled || isFlapping)) {
-            notices.push_back({course.current, course.told.state, course.changes, isFlapping});
+            notices.push_back(
+                {course.current, course.lastNotice.state, course.changes, isFlapping});
         }
     }
     return notices;
@@ -66,10 +67,10 @@ void Decisions::Confirm(const Notice& notice) {
     if (found == courses.end()) {
         return;
     }
-    Told& told = found->second.told;
-    told.isFlapping = notice.isFlapping;
+    LastNotice& last = found->second.lastNotice;
+    last.isFlapping = notice.isFlapping;
     if (!notice.isFlapping) {
-        told.state = notice.report.state;
+        last.state = notice.report.state;
     }
     found->second.changes = 0;
 }
@@ -77,16 +78,16 @@ void Decisions::Confirm(const Notice& notice) {
 bool Decisions::IsWaiting(TimePoint now) const {
     return std::any_of(courses.begin(), courses.end(), [&](const auto& entry) {
         const Course& course = entry.second;
-        return !HasLasted(course, now) || course.told.isFlapping ||
-               IsNews(course.told.state, course.current.state);
+        return !HasLasted(course, now) || course.lastNotice.isFlapping ||
+               IsNews(course.lastNotice.state, course.current.state);
     });
 }
 
-std::map<std::string, Told> Decisions::WhatWasTold() const {
-    std::map<std::string, Told> all = remembered;
+std::map<std::string, LastNotice> Decisions::LastNotices() const {
+    std::map<std::string, LastNotice> all = remembered;
     for (const auto& [name, course] : courses) {
-        if (course.told.state != ReportState::Ok || course.told.isFlapping) {
-            all.emplace(name, course.told);
+        if (course.lastNotice.state != ReportState::Ok || course.lastNotice.isFlapping) {
+            all.emplace(name, course.lastNotice);
         }
     }
     return all;

@@ -23,7 +23,7 @@ struct Sighting {
 };
 
 // The last notice about a report; kept across restarts of the process.
-struct Told {
+struct LastNotice {
     Ctl::ReportState state = Ctl::ReportState::Ok;
     bool isFlapping = false;
 };
@@ -43,8 +43,8 @@ class Decisions {
     // A report that changes this often before any of its states lasts is flapping.
     static constexpr int kFlappingChanges = 6;
 
-    // `settleTime`: how long a state must last. A report that is missing in `told` was OK.
-    Decisions(std::chrono::seconds settleTime, std::map<std::string, Told> told);
+    // `settleTime`: how long a state must last. A report that is missing in `lastNotices` was OK.
+    Decisions(std::chrono::seconds settleTime, std::map<std::string, LastNotice> lastNotices);
 
     // Takes all reports as they are at `now`; forgets reports that no longer exist.
     void Observe(const std::vector<Sighting>& reports, TimePoint now);
@@ -60,11 +60,11 @@ class Decisions {
     bool IsWaiting(TimePoint now) const;
 
     // The last notice about each report, except those that are simply OK.
-    std::map<std::string, Told> WhatWasTold() const;
+    std::map<std::string, LastNotice> LastNotices() const;
 
   private:
     struct Course {
-        Told told;
+        LastNotice lastNotice;
         Sighting current;
         TimePoint since;  // when `current` got its state
         int changes = 0;  // since the last notice, or since a state lasted without one
@@ -73,8 +73,8 @@ class Decisions {
     bool HasLasted(const Course& course, TimePoint now) const;
 
     const std::chrono::seconds settleTime;
-    std::map<std::string, Told> remembered;  // of reports that have not been seen yet
-    std::map<std::string, Course> courses;   // by the report's name
+    std::map<std::string, LastNotice> remembered;  // of reports that have not been seen yet
+    std::map<std::string, Course> courses;         // by the report's name
 };
 
 }  // namespace Notify

@@ -18,7 +18,7 @@ namespace {
 using nlohmann::json;
 
 constexpr std::size_t kMaxFileSize = 1024 * 1024;
-constexpr mode_t kToldMode = 0640;
+constexpr mode_t kLastNoticesMode = 0640;
 
 // The object in the file; an empty one if the file is missing.
 json ReadObject(const std::string& path, const std::string& what) {
@@ -50,7 +50,7 @@ Ctl::Failure UnknownSetting(const std::string& path, const std::string& key) {
 
 Ctl::Failure InvalidMember(const std::string& path, const std::string& name) {
     return Ctl::Failure("cannot read " + path + ": invalid member \"" + name + "\"",
-                        "remove the file; everything that is not OK is told again");
+                        "remove the file; a notice is sent again for every report that is not OK");
 }
 
 }  // namespace
@@ -72,26 +72,26 @@ Settings ReadSettings(const std::string& path) {
     return settings;
 }
 
-std::map<std::string, Told> ReadTold(const std::string& path) {
-    std::map<std::string, Told> told;
-    const json document = ReadObject(path, "what was told before");
+std::map<std::string, LastNotice> ReadLastNotices(const std::string& path) {
+    std::map<std::string, LastNotice> notices;
+    const json document = ReadObject(path, "the last notices");
     for (const auto& [name, value] : document.items()) {
         const std::optional<Ctl::ReportState> state =
             value.is_object() ? Ctl::ParseState(value.value("state", "")) : std::nullopt;
         if (!state) {
             throw InvalidMember(path, name);
         }
-        told.emplace(name, Told{*state, value.value("flapping", false)});
+        notices.emplace(name, LastNotice{*state, value.value("flapping", false)});
     }
-    return told;
+    return notices;
 }
 
-void WriteTold(const std::string& path, const std::map<std::string, Told>& told) {
+void WriteLastNotices(const std::string& path, const std::map<std::string, LastNotice>& notices) {
     json document = json::object();
-    for (const auto& [name, last] : told) {
+    for (const auto& [name, last] : notices) {
         document[name] = {{"state", Ctl::NameOf(last.state)}, {"flapping", last.isFlapping}};
     }
-    Sys::ReplaceFile(path, document.dump() + "\n", kToldMode);
+    Sys::ReplaceFile(path, document.dump() + "\n", kLastNoticesMode);
 }
 
 }  // namespace Notify

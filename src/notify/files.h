@@ -20,11 +20,11 @@ struct Settings {
 // member or a value out of its range.
 Settings ReadSettings(const std::string& path);
 
-// Reads a file that WriteTold wrote; nothing if it is missing. Throws Ctl::Failure for any other
-// content.
-std::map<std::string, Told> ReadTold(const std::string& path);
+// Reads a file that WriteLastNotices wrote; nothing if it is missing. Throws Ctl::Failure for any
+// other content.
+std::map<std::string, LastNotice> ReadLastNotices(const std::string& path);
 
 // Replaces the file. Throws std::system_error.
-void WriteTold(const std::string& path, const std::map<std::string, Told>& told);
+void WriteLastNotices(const std::string& path, const std::map<std::string, LastNotice>& notices);
 
 }  // namespace Notify

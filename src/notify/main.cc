@@ -57,9 +57,9 @@ void Run(const std::string& directory) {
                                Sys::HostPath("/var/lib/korvex/sentrel-notify/told.json")},
                               watch);
     const Pellmar::Service::ServiceManager manager;
-    manager.TellReady();
+    manager.SendReady();
     notifier.Run(signals.Get());
-    manager.TellStopping();
+    manager.SendStopping();
 }
 
 }  // namespace

@@ -50,10 +50,10 @@ bool IsStarting(const Ctl::ViewedReport& report, const std::vector<Ctl::PluginPe
     if (quickest == plugins.end()) {
         return false;
     }
-    const std::size_t maker = Ctl::FindMaker(report.judged.report.name, plugins);
+    const std::size_t plugin = Ctl::FindPluginOf(report.judged.report.name, plugins);
     const bool isOlder = !report.judged.age || *report.judged.age > uptime;
     return uptime < quickest->period ||
-           (isOlder && maker < plugins.size() && uptime < plugins[maker].period);
+           (isOlder && plugin < plugins.size() && uptime < plugins[plugin].period);
 }
 
 // Whether the report is NEVER because the daemon has not run its plugin yet.
@@ -113,7 +113,7 @@ Notifier::Notifier(const Places& places, Ctl::HostWatch& watch)
     : places(places),
       settings(ReadSettings(places.settings)),
       watch(watch),
-      decisions(settings.settleTime, ReadTold(places.told)) {}
+      decisions(settings.settleTime, ReadLastNotices(places.lastNotices)) {}
 
 void Notifier::Run(int stop) {
     std::array<pollfd, 2> entries = {{{watch.Descriptor(), POLLIN, 0}, {stop, POLLIN, 0}}};
@@ -128,21 +128,21 @@ void Notifier::Run(int stop) {
 
 void Notifier::Tell(int stop) {
     for (const Notice& notice : decisions.Due(steady_clock::now())) {
-        if (!TakesOneMore() || !TellHooks(notice, stop)) {
+        if (!TakesOneMore() || !RunHooks(notice, stop)) {
             return;  // it is due again
         }
         lastMinute.push_back(steady_clock::now());
         decisions.Confirm(notice);
-        WriteTold(places.told, decisions.WhatWasTold());
+        WriteLastNotices(places.lastNotices, decisions.LastNotices());
     }
 }
 
 // Returns false if there are no hooks.
-bool Notifier::TellHooks(const Notice& notice, int stop) {
+bool Notifier::RunHooks(const Notice& notice, int stop) {
     const Hooks hooks = FindHooks(places.hookDirectory);
     std::vector<std::string> news = hooks.refusals;
     if (hooks.paths.empty()) {
-        news.push_back(places.hookDirectory + ": no hook; install one to be told of changes");
+        news.push_back(places.hookDirectory + ": no hook; install one to be notified of changes");
     }
     for (const std::string& complaint : news) {
         if (complaints.insert(complaint).second) {
@@ -153,7 +153,7 @@ bool Notifier::TellHooks(const Notice& notice, int stop) {
     for (const std::string& path : hooks.paths) {
         const std::string failure = RunHook(path, text, settings.hookTimeout, stop);
         if (failure.empty()) {
-            LogInternal(Log(), 5, {.report = notice.report.name}, "Told %1: %2 is %3", path,
+            LogInternal(Log(), 5, {.report = notice.report.name}, "Notified %1: %2 is %3", path,
                         notice.report.name, Ctl::NameOf(notice.report.state));
         } else {
             LogInternal(Log(), 3, {.report = notice.report.name}, "Hook %1 failed for %2: %3", path,

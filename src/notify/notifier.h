@@ -16,12 +16,12 @@ namespace Notify {
 struct Places {
     std::string settings;       // a file
     std::string hookDirectory;  // executables of root
-    std::string told;           // the file with the last notices
+    std::string lastNotices;    // the file with the last notices
 };
 
 class Notifier {
   public:
-    // Reads the settings and the last notices. Throws what ReadSettings and ReadTold throw.
+    // Reads the settings and the last notices. Throws what ReadSettings and ReadLastNotices throw.
     Notifier(const Places& places, Ctl::HostWatch& watch);
 
     // Sends notices as they become due, until the descriptor `stop` is readable. Throws
@@ -30,7 +30,7 @@ class Notifier {
 
   private:
     void Tell(int stop);
-    bool TellHooks(const Notice& notice, int stop);
+    bool RunHooks(const Notice& notice, int stop);
     bool TakesOneMore();
 
     const Places places;

@@ -57,7 +57,7 @@ void PluginWatch::Watch() {
     std::vector<Running> running;
     while (TakeAdded(running)) {
         AwaitEnd(running);
-        TellEnded(running);
+        ReportEnded(running);
     }
 }
 
@@ -87,7 +87,7 @@ void PluginWatch::AwaitEnd(const std::vector<Running>& running) const {
     (void)::eventfd_read(wake.Get(), &count);  // fails unless another thread has woken this one
 }
 
-void PluginWatch::TellEnded(std::vector<Running>& running) {
+void PluginWatch::ReportEnded(std::vector<Running>& running) {
     std::erase_if(running, [this](const Running& plugin) {
         if (!plugin.process.HasEnded()) {
             return false;

@@ -51,7 +51,7 @@ class PluginWatch {
     void Watch() EXCLUDES(lock);
     bool TakeAdded(std::vector<Running>& running) EXCLUDES(lock);
     void AwaitEnd(const std::vector<Running>& running) const;
-    void TellEnded(std::vector<Running>& running);
+    void ReportEnded(std::vector<Running>& running);
 
     const std::function<std::uint64_t()> countMemoryKills;
     const std::function<void(const PluginEnd&)> take;

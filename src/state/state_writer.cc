@@ -143,17 +143,17 @@ void StateWriter::Count(StateCount what, std::uint64_t number) {
     std::atomic_ref(layout->header.counts[static_cast<std::size_t>(what)])
         .fetch_add(number, std::memory_order_relaxed);
     if (what == StateCount::PostsStored || what == StateCount::Launches) {
-        TellChange();
+        CallListener();
     }
 }
 
 void StateWriter::SetNames(std::size_t count) { names = count; }
 
-void StateWriter::TellChanges(std::function<void()> changeListener) {
+void StateWriter::SetChangeListener(std::function<void()> changeListener) {
     listener = std::move(changeListener);
 }
 
-void StateWriter::TellChange() const {
+void StateWriter::CallListener() const {
     if (listener) {
         listener();
     }

@@ -41,7 +41,7 @@ class StateWriter {
 
     // Calls `listener` after each stored post and each launch, on its thread and maybe under locks
     // of the caller. Once, before another thread uses this object.
-    void TellChanges(std::function<void()> listener);
+    void SetChangeListener(std::function<void()> listener);
     // "3 names, 12 posts, 4 launches; next launch 09:15:12Z".
     std::string StatusText() EXCLUDES(lock);
 
@@ -66,7 +66,7 @@ class StateWriter {
     class Change;
 
     StateEntry* Find(std::string_view name) REQUIRES(lock);
-    void TellChange() const;
+    void CallListener() const;
 
     Sys::OwnedFd file;    // empty until Open succeeds
     StateLayout* layout;  // mapped from the file, or allocated before Open

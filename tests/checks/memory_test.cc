@@ -49,7 +49,7 @@ TEST(CheckMemory, JudgesAvailableMemoryPressureAndErrors) {
              Status::Ok, "memory available 31 %; memory pressure 0.2 %; 2 memory errors corrected"},
             {"pressure", With(kGood, {{kPressure, PressureOf("10.00", "0.00")}}), Status::Warning,
              "memory pressure 10 % is at or above 10 %"},
-            {"standstill", With(kGood, {{kPressure, PressureOf("30.00", "25.00")}}), Status::Error,
+            {"freeze", With(kGood, {{kPressure, PressureOf("30.00", "25.00")}}), Status::Error,
              "time in which all tasks waited for memory 25 % is at or above 20 %; memory pressure "
              "30 "
              "% is at or above "

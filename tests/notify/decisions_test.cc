@@ -1,4 +1,4 @@
-// What is told of a report's course, and when.
+// Which changes of a report cause a notice, and when.
 #include "notify/decisions.h"
 
 #include <gtest/gtest.h>
@@ -11,8 +11,8 @@ namespace {
 
 using Ctl::ReportState;
 using Notify::Decisions;
+using Notify::LastNotice;
 using Notify::Notice;
-using Notify::Told;
 
 constexpr std::chrono::seconds kSettleTime{60};
 
@@ -24,7 +24,7 @@ struct Step {
 
 struct Row {
     const char* name;
-    Told told;
+    LastNotice lastNotice;
     std::vector<Step> steps;
     const char* notices;  // "SECOND:BEFORE>STATE*CHANGES ", with "~" for one that flaps
 };
@@ -63,10 +63,10 @@ const Row kCourses[] = {
       {200, kOk}},
      "60:OK>OK*6~ 140:OK>OK*2 "}};
 
-// Asks at every step and confirms what it is told, as the notifier does.
+// Asks at every step and confirms each notice, as the notifier does.
 TEST(NotifyDecisions, SendNoticesForStatesThatLast) {
     for (const Row& row : kCourses) {
-        Decisions decisions(kSettleTime, {{"cpu", row.told}});
+        Decisions decisions(kSettleTime, {{"cpu", row.lastNotice}});
         std::string notices;
         for (const Step& step : row.steps) {
             const Decisions::TimePoint now{std::chrono::seconds(step.second)};
@@ -85,10 +85,10 @@ TEST(NotifyDecisions, SendNoticesForStatesThatLast) {
 
 TEST(NotifyDecisions, RememberWhatIsNotOk) {
     Decisions decisions(kSettleTime, {{"raid", {kError}}, {"gone", {kWarning}}});
-    EXPECT_EQ(decisions.WhatWasTold().size(), 2U) << "before the first look nothing is forgotten";
+    EXPECT_EQ(decisions.LastNotices().size(), 2U) << "before the first look nothing is forgotten";
     decisions.Observe({{"raid", kError}, {"cpu", kOk}}, {});
-    EXPECT_EQ(decisions.WhatWasTold().size(), 1U);
-    EXPECT_EQ(decisions.WhatWasTold().at("raid").state, kError);
+    EXPECT_EQ(decisions.LastNotices().size(), 1U);
+    EXPECT_EQ(decisions.LastNotices().at("raid").state, kError);
 }
 
 }  // namespace

@@ -18,7 +18,7 @@ namespace {
 using Sentrel::PluginEnd;
 
 // The ends that a watch has told of, as "NAME KILLS".
-class ToldEnds {
+class ReportedEnds {
   public:
     void Take(const PluginEnd& end) {
         const Sys::MutexLock guard(lock);
@@ -44,7 +44,7 @@ class ToldEnds {
 
 TEST(PluginWatch, ReportsEachExitAndTheKillsSinceThePreviousOne) {
     std::atomic<std::uint64_t> kills = 5;
-    ToldEnds told;
+    ReportedEnds told;
     ::Test::IdleProcess first;
     ::Test::IdleProcess second;
     ::Test::IdleProcess forgotten;

@@ -81,7 +81,7 @@ TEST_F(StateFile, RecordsTheOutcomeOfEachPlugin) {
     EXPECT_EQ(state->Find("unknown"), nullptr);
     EXPECT_THAT(state->counts, ElementsAre(0, 0, 9, 1, 1, 0, 0, 0));
     int told = 0;
-    writer.TellChanges([&told] { ++told; });
+    writer.SetChangeListener([&told] { ++told; });
     writer.Count(StateCount::PostsRefused);
     writer.Count(StateCount::PostsStored);
     writer.SetStarted("again", 8);

@@ -73,7 +73,7 @@ void CheckAuditLog(const Host& host, Findings& findings) {
     if (file && file->st_size >= 2 * Audit::kMaxFileBytes) {
         findings.push_back(
             {Severity::Warning, subject,
-             path + " has " + AuditSizes(path, *file) + ": the daemon could not rename it",
+             path + " is " + AuditSizes(path, *file) + ": the daemon could not rename it",
              "look for \"The audit log exceeds its size limit\" in its log"});
     }
     if (findings.size() == before) {

@@ -21,7 +21,7 @@ constexpr std::array<Option, 3> kOptions = {
     {{"--all", "", "list the checks that passed too"},
      kJsonOption,
      {"--reports", "DIR",
-      "the report directory; by default that of the daemon that runs, else "
+      "the report directory; by default that of the running daemon, else "
       "/var/lib/korvex/sentrel/reports",
       Completes::Directory}}};
 
@@ -60,7 +60,7 @@ Finding Explain(const char* subject, const Pellmar::Throwable& failure) {
 void Look(const Subject& subject, const Host& host, Findings& findings) {
     try {
         subject.check(host, findings);
-    } catch (const CannotLook& reason) {
+    } catch (const CannotInspect& reason) {
         findings.push_back(
             {Severity::Notice, subject.name, reason.WhatHappened(), reason.Advice(), true});
     } catch (const Pellmar::Throwable& failure) {
@@ -75,9 +75,9 @@ void Look(const Subject& subject, const Host& host, Findings& findings) {
 int RunDoctor(const Arguments& arguments, std::ostream& output) {
     Host host = HostOf(arguments.options);
     SilenceNotes();
-    LookAtDaemon(host);
-    return TellFindings(Inspect(host), arguments.options.Has("--json"), output,
-                        arguments.options.Has("--all") ? Shown::All : Shown::AllButGood);
+    InspectDaemon(host);
+    return ReportFindings(Inspect(host), arguments.options.Has("--json"), output,
+                          arguments.options.Has("--all") ? Shown::All : Shown::AllButGood);
 }
 
 constexpr std::array<Command, 1> kCommands = {{

@@ -10,7 +10,7 @@
 
 namespace Ctl {
 
-// The findings about `host`, which LookAtDaemon has filled.
+// The findings about `host`, which InspectDaemon has filled.
 std::vector<Finding> Inspect(const Host& host);
 
 std::span<const Command> DoctorCommands();

@@ -41,8 +41,8 @@ Finding ExplainNoDaemon(const Host& host) {
     const bool isHeld = host.intakePort > 0 && host.intakePort <= 65535 &&
                         !FindListeningSockets(static_cast<std::uint16_t>(host.intakePort)).empty();
     if (isHeld) {
-        throw CannotLook("cannot see which process listens on port " + port +
-                         ": permission denied");
+        throw CannotInspect("cannot see which process listens on port " + port +
+                            ": permission denied");
     }
     return {Severity::Error, kSubject, "nothing is listening on port " + port,
             "systemctl start sentrel; if it does not start: journalctl -u sentrel"};

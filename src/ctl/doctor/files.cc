@@ -43,7 +43,7 @@ std::optional<struct stat> StatOf(const std::string& path) {
     if (error == ENOENT || error == ENOTDIR) {
         return std::nullopt;
     }
-    throw CannotLook("cannot inspect " + path, error);
+    throw CannotInspect("cannot inspect " + path, error);
 }
 
 std::optional<AccessFault> FindAccessFault(const std::string& path, const RunUser& user, int ways) {

@@ -102,7 +102,7 @@ void CheckSurvivors(const Host& host, const std::string& directory, Findings& fi
 void CheckGroup(const Host& host, Findings& findings) {
     const GroupLocation location = FindGroupLocation(host.daemon);
     if (!host.daemon && ::geteuid() != 0 && location.root.kind != Kind::Named) {
-        throw CannotLook("cannot see the group of another user's daemon");
+        throw CannotInspect("cannot see the group of another user's daemon");
     }
     if (location.root.kind == Kind::None) {
         findings.push_back({Severity::Notice, kSubject,

@@ -77,7 +77,7 @@ void FindReports(Host& host) {
 
 }  // namespace
 
-void LookAtDaemon(Host& host) {
+void InspectDaemon(Host& host) {
     try {
         host.intakePort = Sentrel::GetHttpPort(ReadDaemonSettings(), SilentLogger());
         host.portHolder = HolderOf(host.intakePort);

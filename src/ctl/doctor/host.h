@@ -18,23 +18,23 @@ namespace Ctl {
 // with its name on the intake port, or else on the API's; its user, or without a visible daemon
 // root, if root's program holds the port, else the user sentrel, or else root; and its report
 // directory, unless --reports names one. Leaves facts unset that it cannot inspect.
-void LookAtDaemon(Host& host);
+void InspectDaemon(Host& host);
 
 using Findings = std::vector<Finding>;
 
 // This user lacks the permission to inspect something.
-class CannotLook : public Failure {
+class CannotInspect : public Failure {
   public:
-    explicit CannotLook(const std::string& happened) : Failure(happened, kAdvice) {}
+    explicit CannotInspect(const std::string& happened) : Failure(happened, kAdvice) {}
     // The text is "what: the system's text of `errorNumber`".
-    CannotLook(const std::string& what, int errorNumber) : Failure(what, errorNumber, kAdvice) {}
+    CannotInspect(const std::string& what, int errorNumber) : Failure(what, errorNumber, kAdvice) {}
 
   private:
     static constexpr const char* kAdvice = "run this as root";
 };
 
 // The status of `path`, following links; nothing if it is missing or a dangling link. Throws
-// CannotLook.
+// CannotInspect.
 std::optional<struct stat> StatOf(const std::string& path);
 
 struct AccessFault {
@@ -43,7 +43,7 @@ struct AccessFault {
 };
 
 // Why `user` may not access `path` in these ways (R_OK, W_OK, X_OK), by owners and modes of it and
-// of the directories above it; nothing if it may. Throws CannotLook.
+// of the directories above it; nothing if it may. Throws CannotInspect.
 std::optional<AccessFault> FindAccessFault(const std::string& path, const RunUser& user, int ways);
 
 // "sentrel, 0640".

@@ -70,7 +70,7 @@ void CheckSigningKey(const Host& /*host*/, Findings& findings) {
                             "chown root: " + path});
     }
     if (!CanSign()) {
-        throw CannotLook("cannot read " + path);
+        throw CannotInspect("cannot read " + path);
     }
     (void)Token::SigningKey::Load(
         std::string(kSigningKeyPath));  // throws, with what to do, if the key cannot be used
@@ -95,7 +95,7 @@ void CheckTrustSet(const Host& host, Findings& findings) {
                             fault->remedy.empty() ? "chmod 644 " + path : fault->remedy});
     }
     if (::access(path.c_str(), R_OK) != 0) {
-        throw CannotLook("cannot read " + path);
+        throw CannotInspect("cannot read " + path);
     }
     std::string text;
     Token::TrustedKeys trusted;

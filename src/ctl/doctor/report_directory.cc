@@ -64,7 +64,7 @@ Content ReadContent(const std::string& directory) {
         }
     }
     if (error) {
-        throw CannotLook("cannot read " + directory, error.value());
+        throw CannotInspect("cannot read " + directory, error.value());
     }
     std::sort(content.foreign.begin(), content.foreign.end());
     return content;
@@ -74,7 +74,7 @@ void CheckRoom(const std::string& directory, const Content& content, Findings& f
     struct statvfs system{};
     if (::statvfs(directory.c_str(), &system) != 0) {
         const int error = errno;
-        throw CannotLook("cannot determine the free space of " + directory, error);
+        throw CannotInspect("cannot determine the free space of " + directory, error);
     }
     const std::uintmax_t free = std::uintmax_t{system.f_bavail} * system.f_frsize;
     const std::uintmax_t names = std::max<std::uintmax_t>(content.names.size(), 1);

@@ -18,7 +18,7 @@ namespace Ctl {
 
 namespace {
 
-// Throws CannotLook if this user may not read it. False if it is missing, which another check
+// Throws CannotInspect if this user may not read it. False if it is missing, which another check
 // reports.
 bool HasReadableDirectory(const Host& host) {
     if (::access(host.reportDirectory.c_str(), R_OK | X_OK) == 0) {
@@ -26,7 +26,7 @@ bool HasReadableDirectory(const Host& host) {
     }
     const int error = errno;
     if (error == EACCES) {
-        throw CannotLook("cannot read " + host.reportDirectory, error);
+        throw CannotInspect("cannot read " + host.reportDirectory, error);
     }
     return false;
 }
@@ -41,7 +41,7 @@ constexpr StateRow kStateRows[] = {
     {ReportState::Invalid, Severity::Error, "INVALID (not valid reports; full listings omit them)",
      "sentrelctl list --state INVALID; sentrelctl history NAME says why"},
     {ReportState::Error, Severity::Warning, "ERROR", "sentrelctl list --full --state ERROR"},
-    {ReportState::Unknown, Severity::Warning, "UNKNOWN (the check could not find out)",
+    {ReportState::Unknown, Severity::Warning, "UNKNOWN (the check could not determine the state)",
      "sentrelctl list --full --state UNKNOWN"},
     {ReportState::Stale, Severity::Warning, "STALE (older than expected)",
      "see why: sentrelctl list --full --state STALE"},

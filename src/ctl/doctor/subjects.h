@@ -1,5 +1,5 @@
 // The subjects of "doctor". Each adds its findings, one Good finding if there is no problem, and
-// throws CannotLook, or a std::exception whose text says what to do, if it cannot inspect
+// throws CannotInspect, or a std::exception whose text says what to do, if it cannot inspect
 // something.
 #pragma once
 

@@ -78,20 +78,20 @@ void EndEach(const std::vector<Target>& targets) {
 // alternative: after a write to it some kernels (6.18 is one) kill every process that clone3 starts
 // in the cgroup from outside, which is how plugins are launched. A cgroup that is already frozen,
 // or cannot be frozen, stays as it is.
-class Standstill {
+class ScopedFreeze {
   public:
-    explicit Standstill(const std::string& directory) {
+    explicit ScopedFreeze(const std::string& directory) {
         if (Kernel::CgroupDirectory::Open(directory, group) == 0 && !group.IsFrozen()) {
             isOurs = group.SetFrozen(true) == 0;
         }
     }
-    ~Standstill() {
+    ~ScopedFreeze() {
         if (isOurs) {
             (void)group.SetFrozen(false);  // it could be frozen, so this works too
         }
     }
-    Standstill(const Standstill&) = delete;
-    Standstill& operator=(const Standstill&) = delete;
+    ScopedFreeze(const ScopedFreeze&) = delete;
+    ScopedFreeze& operator=(const ScopedFreeze&) = delete;
 
   private:
     Kernel::CgroupDirectory group;
@@ -133,7 +133,7 @@ class Killer {
     Killer(std::string directory, std::optional<milliseconds> longest)
         : directory(std::move(directory)), selection(longest) {
         if (!longest) {
-            standstill.emplace(this->directory);
+            freeze.emplace(this->directory);
         }
     }
 
@@ -148,7 +148,7 @@ class Killer {
             auto& list = target.process.HasEnded() ? outcome.ended : outcome.held;
             list.push_back(std::move(target.member));
         }
-        outcome.isBeaten = !wanted.empty();
+        outcome.isOutrun = !wanted.empty();
         return std::move(outcome);
     }
 
@@ -181,7 +181,7 @@ class Killer {
 
     const std::string directory;
     Selection selection;
-    std::optional<Standstill> standstill;
+    std::optional<ScopedFreeze> freeze;
     std::vector<Target> held;  // were sent SIGKILL and have not exited
     KillOutcome outcome;
 };

@@ -15,7 +15,7 @@ struct KillOutcome {
     std::vector<Member> ended;
     std::vector<Member> held;  // were sent SIGKILL and still exist
     std::size_t spared = 0;    // not selected
-    bool isBeaten = false;     // processes remain, because they fork faster than they can be killed
+    bool isOutrun = false;     // processes remain, because they fork faster than they can be killed
 };
 
 // Sends SIGKILL to the processes in the cgroup `directory` that are older than `longest` (see

@@ -34,7 +34,7 @@ std::string CountText(std::size_t count) { return Counted(count, "process", "pro
 
 // Throws Failure if a requested process was not killed.
 void RequireSuccess(const KillOutcome& outcome, bool isForAll) {
-    if (outcome.isBeaten) {
+    if (outcome.isOutrun) {
         throw Failure("killed " + CountText(outcome.ended.size()) +
                           ", but the group has more: they start faster than they are killed",
                       isForAll ? "stop the daemon, and run this again"

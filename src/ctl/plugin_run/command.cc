@@ -80,7 +80,7 @@ SurveyedPlugin FindPlugin(const PluginSurvey& survey, const std::string& name) {
                   NearNamesAdvice(name, names, "see \"sentrelctl plugin list\""));
 }
 
-void TellWhetherItIsRun(const SurveyedPlugin& plugin, PluginRun& run) {
+void ReportIfNotScheduled(const SurveyedPlugin& plugin, PluginRun& run) {
     if (!plugin.IsEnabled()) {
         run.findings.push_back({Severity::Warning, "plugin " + plugin.Name(),
                                 "the daemon does not start it: " + WhyOf(plugin),
@@ -228,7 +228,7 @@ int RunPlugin(const Arguments& arguments, std::ostream& output) {
     const PluginSurvey survey = SurveyPlugins();
     const SurveyedPlugin found = FindPlugin(survey, run.plugin);
     run.period = found.period;
-    TellWhetherItIsRun(found, run);
+    ReportIfNotScheduled(found, run);
     const auto settings = ReadDaemonSettingsOrDefaults();
     run.port = Sentrel::GetHttpPort(settings, SilentLogger());
     Host host = HostOf(arguments.options);

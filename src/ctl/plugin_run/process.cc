@@ -123,8 +123,8 @@ void LaunchAs(const PluginStarter& starter, const Sentrel::Plugin& plugin,
     rusage own{};
     (void)::getrusage(RUSAGE_SELF, &own);  // cannot fail for this process
     message.peakKB = PeakOf(own);
-    const bool isTold = ::write(report, &message, sizeof(message)) == sizeof(message);
-    ::_exit(isTold ? 0 : 1);
+    const bool isSent = ::write(report, &message, sizeof(message)) == sizeof(message);
+    ::_exit(isSent ? 0 : 1);
 }
 
 StarterMessage ReadMessage(int report, pid_t starter) {

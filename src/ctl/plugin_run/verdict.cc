@@ -78,7 +78,7 @@ void JudgeLeft(PluginRun& run) {
          "until \"sentrelctl group kill\" kills them");
 }
 
-void TellNothingPosted(PluginRun& run) {
+void ReportNothingPosted(PluginRun& run) {
     std::string remedy = run.end.error.bytes > 0 ? "its standard error may give the reason; " : "";
     remedy += "it must POST to http://localhost:" + std::to_string(run.port) + "/" + run.plugin +
               ", the URL after -u with its name added; see sentrel-plugin(7)";
@@ -94,12 +94,12 @@ void TellNothingPosted(PluginRun& run) {
 }
 
 // A check that could not determine the state: an error if it wrote to standard error.
-void TellUnknown(PluginRun& run, const std::string& report) {
+void ReportUnknown(PluginRun& run, const std::string& report) {
     const bool complains = run.end.error.bytes > 0;
     Tell(run, complains ? Severity::Error : Severity::Warning,
          report + "says UNKNOWN" + (complains ? ", and it wrote to standard error" : ""),
          complains ? "its standard error may give the reason"
-                   : "its reason says what it could not find out");
+                   : "its reason says what it could not determine");
 }
 
 // Whether "list" would show it as STALE already.
@@ -113,7 +113,7 @@ void JudgePosts(PluginRun& run) {
                                     [](const PostJudgement& post) { return post.IsGood(); });
     if (run.posts.empty()) {
         if (run.end.asked != PluginEnd::Asked::Interrupted) {
-            TellNothingPosted(run);
+            ReportNothingPosted(run);
         }
         return;
     }
@@ -139,7 +139,7 @@ void JudgePosts(PluginRun& run) {
                                                             : AgeText(judged.age) + " ago"),
                  "set \"time\" to the time of the run, in UTC: date -u +%FT%TZ");
         } else if (judged.state == kUnknown) {
-            TellUnknown(run, report);
+            ReportUnknown(run, report);
         }
     }
 }

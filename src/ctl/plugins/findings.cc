@@ -154,8 +154,8 @@ PluginReports ReadPluginReports(const Host& host, const PluginSurvey& survey) {
     }
     const std::vector<PluginPeriod> plugins = PeriodsOf(survey, host.state);
     for (const std::string& name : names.links) {
-        if (const std::size_t maker = FindMaker(name, plugins); maker < plugins.size()) {
-            reports.names[plugins[maker].name].push_back(name);
+        if (const std::size_t plugin = FindPluginOf(name, plugins); plugin < plugins.size()) {
+            reports.names[plugins[plugin].name].push_back(name);
         }
     }
     for (const PluginPeriod& plugin : plugins) {

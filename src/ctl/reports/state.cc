@@ -200,7 +200,7 @@ std::vector<PluginPeriod> ReadPluginPeriods() {
     return PeriodsOf(SurveyPlugins(), Sentrel::ReadDaemonState());
 }
 
-std::size_t FindMaker(const std::string& report, const std::vector<PluginPeriod>& plugins) {
+std::size_t FindPluginOf(const std::string& report, const std::vector<PluginPeriod>& plugins) {
     std::size_t found = plugins.size();
     for (std::size_t index = 0; index < plugins.size(); ++index) {
         if (IsReportOf(report, plugins[index].name) &&
@@ -217,7 +217,7 @@ std::vector<JudgedReport> JudgeReports(std::vector<StoredReport> reports,
     std::vector<JudgedReport> judged;
     std::vector<bool> hasReport(plugins.size() + 1);
     for (StoredReport& report : reports) {
-        const std::size_t plugin = FindMaker(report.name, plugins);
+        const std::size_t plugin = FindPluginOf(report.name, plugins);
         hasReport[plugin] = true;
         judged.push_back(
             Judge(std::move(report), plugin < plugins.size() ? &plugins[plugin] : nullptr, now));

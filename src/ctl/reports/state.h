@@ -74,7 +74,7 @@ std::vector<PluginPeriod> ReadPluginPeriods();
 
 // The index of the plugin that a report belongs to: of two candidates, the one with the longer
 // name; the number of plugins if there is none.
-std::size_t FindMaker(const std::string& report, const std::vector<PluginPeriod>& plugins);
+std::size_t FindPluginOf(const std::string& report, const std::vector<PluginPeriod>& plugins);
 
 // The reports and the plugins without a report, sorted by name. A report is stale if it is older
 // than one and a half periods of its plugin (unless it was fresh when the daemon started and the

@@ -47,7 +47,7 @@ struct Setting {
     // Finds other faults of a value; null: there are none.
     Judgement (*judge)(const SettingValue& stored) = nullptr;
     // Whether the daemon logs that the setting is missing.
-    bool isMissed = false;
+    bool isLoggedIfMissing = false;
 };
 
 struct SettingEntry {

@@ -120,7 +120,7 @@ class EntryCheck {
     void CheckMissing() {
         std::vector<std::string> names;
         for (const SettingState& setting : state.settings) {
-            if (setting.setting->isMissed && !setting.stored && setting.fault.empty()) {
+            if (setting.setting->isLoggedIfMissing && !setting.stored && setting.fault.empty()) {
                 names.emplace_back(setting.setting->key);
             }
         }

@@ -145,7 +145,7 @@ void RunGet(const Arguments& arguments, std::ostream& output) {
 
 int JudgeConfiguration(const Arguments& arguments, std::ostream& output) {
     const std::vector<Finding> findings = CheckConfiguration();
-    return TellFindings(findings, arguments.options.Has("--json"), output);
+    return ReportFindings(findings, arguments.options.Has("--json"), output);
 }
 
 constexpr std::array<Command, 4> kCommands = {{

@@ -167,8 +167,8 @@ void WriteFindingsJson(std::span<const Finding> findings, std::ostream& output) 
     WriteJson({{"worst", NameOf(WorstOf(findings))}, {"findings", rows}}, output);
 }
 
-int TellFindings(std::span<const Finding> findings, bool asJson, std::ostream& output,
-                 Shown shown) {
+int ReportFindings(std::span<const Finding> findings, bool asJson, std::ostream& output,
+                   Shown shown) {
     if (asJson) {
         WriteFindingsJson(findings, output);
     } else {

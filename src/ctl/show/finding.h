@@ -48,7 +48,7 @@ void WriteFindings(std::span<const Finding> findings, Shown shown, std::ostream&
 void WriteFindingsJson(std::span<const Finding> findings, std::ostream& output);
 
 // Writes them as JSON or for people. Returns the exit status: 1 if one is an Error, else 0.
-int TellFindings(std::span<const Finding> findings, bool asJson, std::ostream& output,
-                 Shown shown = Shown::All);
+int ReportFindings(std::span<const Finding> findings, bool asJson, std::ostream& output,
+                   Shown shown = Shown::All);
 
 }  // namespace Ctl

@@ -46,9 +46,9 @@ void AddLaunches(const Host& host, const PluginSurvey& survey, HostView& view) {
     std::sort(view.launches.begin(), view.launches.end(),
               [](const auto& one, const auto& other) { return one.at < other.at; });
     for (ViewedReport& report : view.reports) {
-        const std::size_t maker = FindMaker(report.judged.report.name, plugins);
+        const std::size_t plugin = FindPluginOf(report.judged.report.name, plugins);
         const auto launch =
-            maker < plugins.size() ? launches.find(plugins[maker].name) : launches.end();
+            plugin < plugins.size() ? launches.find(plugins[plugin].name) : launches.end();
         if (launch != launches.end()) {
             report.next = launch->second;
         }
@@ -84,7 +84,7 @@ void SortByUrgency(std::vector<JudgedReport>& reports) {
 Host HostInView(const GivenOptions& options) {
     Host host = HostOf(options);
     if (!host.isElsewhere) {
-        LookAtDaemon(host);
+        InspectDaemon(host);
     }
     const bool isSilent = host.daemon && host.daemon->isStopped;
     if (isSilent && host.mayBeOffline && ::access(host.reportDirectory.c_str(), R_OK | X_OK) == 0) {

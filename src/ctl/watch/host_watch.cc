@@ -99,7 +99,7 @@ HostWatch::HostWatch(Host host, std::vector<std::string> names)
       readiness(::epoll_create1(EPOLL_CLOEXEC)),
       alarm(::timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK)) {
     this->host = given;
-    LookAtHost();
+    InspectHost();
     if (ReadsDirectory(this->host)) {
         this->host.isOffline = true;
         directory.emplace(RequireReportDirectory(this->host));
@@ -135,7 +135,7 @@ HostChanges HostWatch::Look() {
                 host.now = std::chrono::system_clock::now();
                 host.state = Sentrel::ReadDaemonState();
             } else {
-                LookAtHost();
+                InspectHost();
             }
             ReadChanged();
             changes = Renew();
@@ -152,11 +152,11 @@ HostChanges HostWatch::Look() {
 }
 
 // Reads the daemon, its state, and the plugins that it has known since its start.
-void HostWatch::LookAtHost() {
+void HostWatch::InspectHost() {
     Host looked = given;
     looked.now = std::chrono::system_clock::now();
     if (!looked.isElsewhere) {
-        LookAtDaemon(looked);
+        InspectDaemon(looked);
     }
     if (directory) {
         looked.isOffline = true;

@@ -52,7 +52,7 @@ class HostWatch {
   private:
     using TimePoint = std::chrono::steady_clock::time_point;
 
-    void LookAtHost();
+    void InspectHost();
     bool FindDaemon();
     void ReadAll();
     void ReadChanged();

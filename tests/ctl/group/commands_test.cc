@@ -173,7 +173,7 @@ TEST_F(GroupCommands, KillSelectsOnlyProcessesOlderThanTheLongestRun) {
     EXPECT_EQ(none.spared, 2U);
     const Ctl::KillOutcome both = Ctl::KillMembers(Directory(), milliseconds(-1));
     EXPECT_EQ(both.ended.size(), 2U);
-    EXPECT_FALSE(both.isBeaten);
+    EXPECT_FALSE(both.isOutrun);
     root.WaitUntilEmpty();
 }
 

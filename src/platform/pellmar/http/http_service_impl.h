@@ -3,11 +3,11 @@
 // Runners are tasks of the pool. One of them, the leader, waits in epoll_wait. The registration of
 // a connection is one-shot, so a ready connection belongs to the runner that claims it until that
 // runner gives it back. A leader that gets one event serves it itself and then leads again, so no
-// thread needs to be woken. If it gets many events, it starts another runner to share them, up
-// to one for each processor. A runner reads the head, calls the handler, and runs the work queue
-// that the handler woke, all on its own thread. A runner that must wait for a client's bytes steps
-// aside, and another one is started if none is left to lead: a stalled client costs a thread but
-// delays nobody.
+// thread needs to be woken. If it gets many events, it starts another runner to share them:
+// at most one for each processor, within 2 and 8. A runner reads the head, calls the handler, and
+// runs the work queue that the handler woke, all on its own thread. A runner that must wait for a
+// client's bytes steps aside, and another one is started if none is left to lead: a stalled client
+// costs a thread but delays nobody.
 #pragma once
 
 #include "platform/pellmar/http/http_connection.h"

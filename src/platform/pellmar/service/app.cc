@@ -117,7 +117,7 @@ System::Scheduler& App::GetScheduler() {
 
 void App::Run() {
     const auto manager = std::make_shared<const ServiceManager>();
-    manager->TellReady();
+    manager->SendReady();
     {
         const Sys::MutexLock guard(lock);
         serviceManager = manager;
@@ -127,17 +127,17 @@ void App::Run() {
         const Sys::MutexLock guard(lock);
         serviceManager.reset();
     }
-    manager->TellStopping();
+    manager->SendStopping();
 }
 
-void App::TellStatus(const std::string& line) {
+void App::SendStatus(const std::string& line) {
     std::shared_ptr<const ServiceManager> manager;
     {
         const Sys::MutexLock guard(lock);
         manager = serviceManager;
     }
     if (manager) {
-        manager->TellStatus(line);
+        manager->SendStatus(line);
     }
 }
 

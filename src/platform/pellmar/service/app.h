@@ -39,7 +39,7 @@ class App {
     void Run() EXCLUDES(lock);
     // Sends the service manager a line on the state of this process, for people. Does nothing
     // outside Run. Any thread.
-    void TellStatus(const std::string& line) EXCLUDES(lock);
+    void SendStatus(const std::string& line) EXCLUDES(lock);
 
   private:
     friend void InitApp(const Ref<Config>& config);

@@ -18,11 +18,11 @@ class ServiceManager {
     // How often the watchdog must be fed at least; 0 if it does not watch this process.
     std::chrono::microseconds GetWatchdogPeriod() const { return watchdogPeriod; }
 
-    void TellReady() const { Notify("READY=1"); }
-    void TellStopping() const { Notify("STOPPING=1"); }
+    void SendReady() const { Notify("READY=1"); }
+    void SendStopping() const { Notify("STOPPING=1"); }
     void FeedWatchdog() const { Notify("WATCHDOG=1"); }
     // A line for people, such as `systemctl status` shows.
-    void TellStatus(const std::string& line) const { Notify("STATUS=" + line); }
+    void SendStatus(const std::string& line) const { Notify("STATUS=" + line); }
 
   private:
     // Logs a failure at level 3.

@@ -78,7 +78,7 @@ TEST(ServiceManager, FeedsTheWatchdogOfItsOwnProcessOnly) {
 }
 
 std::string Tell() {
-    ServiceManager().TellReady();
+    ServiceManager().SendReady();
     return "told";
 }
 
