@@ -143,6 +143,11 @@ void AddStoredReports(const Host& host, HostView& view) {
     }
     try {
         const std::string directory = RequireReportDirectory(host);
+        if (view.reports.size() == 1) {  // without reading those of all others
+            ViewedReport& report = view.reports.front();
+            report.stored = ReadHistory(directory, report.judged.report.name);
+            return;
+        }
         std::map<std::string, std::vector<HistoricReport>> histories = ReadHistories(directory);
         for (ViewedReport& report : view.reports) {
             report.stored = std::move(histories[report.judged.report.name]);

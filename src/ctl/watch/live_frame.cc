@@ -94,9 +94,7 @@ void LiveList::DrawHead(TerminalScreen& screen) const {
 
 void LiveList::DrawRows(TerminalScreen& screen) {
     const std::vector<const ViewedReport*> rows = Rows();
-    const auto found = std::find_if(rows.begin(), rows.end(), [this](const ViewedReport* report) {
-        return report->judged.report.name == selected;
-    });
+    const auto found = std::find(rows.begin(), rows.end(), FindSelected());
     const int index = found == rows.end() ? 0 : static_cast<int>(found - rows.begin());
     int nameWidth = 4;
     for (const ViewedReport& report :
@@ -136,8 +134,7 @@ void LiveList::DrawRow(TerminalScreen& screen, int line, int nameWidth,
                      {.isBold = isMarked, .isReverse = name == selected});
     const int ageEnd = kMarkWidth + nameWidth + kGap + kAgeWidth;
     if (judged.age) {
-        const auto since = std::chrono::duration_cast<std::chrono::seconds>(now - watch.View().now);
-        screen.PutRight(line, ageEnd, AgeText(*judged.age + since), style);
+        screen.PutRight(line, ageEnd, AgeText(*judged.age + SinceView()), style);
     } else {
         screen.PutRight(line, ageEnd, "-", style);
     }
@@ -156,9 +153,18 @@ void LiveList::DrawRow(TerminalScreen& screen, int line, int nameWidth,
     (void)screen.Put(line, column, INT_MAX, report.reason, style);
 }
 
+// The time since the ages were computed.
+std::chrono::seconds LiveList::SinceView() const {
+    return std::chrono::duration_cast<std::chrono::seconds>(now - watch.View().now);
+}
+
 void LiveList::DrawReport(TerminalScreen& screen) {
+    ViewedReport report = *opened;
+    if (report.judged.age) {
+        *report.judged.age += SinceView();
+    }
     std::ostringstream text;
-    WriteReport(*opened, now, text);
+    WriteReport(report, now, text);
     const std::vector<Line> lines =
         LinesOf(text.str(), static_cast<std::size_t>(std::max(screen.Columns(), 1)));
     top = std::clamp(top, 0, std::max(static_cast<int>(lines.size()) - page, 0));

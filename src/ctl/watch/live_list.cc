@@ -37,9 +37,10 @@ void LiveList::Take(const HostChanges& changes) {
         if (change.before && change.state && change.before != change.state) {
             marks.insert_or_assign(change.name, Mark{*change.before, end});
         }
-        if (opened && opened->judged.report.name == change.name) {
-            Open();
-        }
+    }
+    if (opened) {
+        const ViewedReport* const renewed = FindSelected();
+        renewed != nullptr ? Open(*renewed) : Close();
     }
     trends.Take(changes, watch.View());
     if (changes.isDaemon) {
@@ -90,8 +91,9 @@ bool LiveList::Press(const KeyPress& press) {
             Move(1'000'000);
             break;
         case Key::Enter:
-            if (shown == Shown::List) {
-                Open();
+            if (const auto rows = Rows(); shown == Shown::List && !rows.empty()) {
+                const auto row = std::find(rows.begin(), rows.end(), FindSelected());
+                Open(row == rows.end() ? *rows.front() : **row);
             }
             break;
         case Key::Escape:
@@ -100,9 +102,9 @@ bool LiveList::Press(const KeyPress& press) {
             }
             [[fallthrough]];
         case Key::Erase:
-            top = shown == Shown::List ? top : 0;
-            shown = Shown::List;
-            opened.reset();
+            if (shown != Shown::List) {
+                Close();
+            }
             break;
         default:
             return PressCharacter(press.character);
@@ -148,25 +150,23 @@ void LiveList::Move(int count) {
     if (rows.empty()) {
         return;
     }
-    const auto found = std::find_if(rows.begin(), rows.end(), [this](const ViewedReport* report) {
-        return report->judged.report.name == selected;
-    });
+    const auto found = std::find(rows.begin(), rows.end(), FindSelected());
     const int last = static_cast<int>(rows.size()) - 1;
     const int current = found == rows.end() ? 0 : static_cast<int>(found - rows.begin());
     const int next = std::clamp(current + count, 0, last);
     selected = rows[static_cast<std::size_t>(next)]->judged.report.name;
 }
 
-// Opens the selected report: its present state, and the reports stored before it.
-void LiveList::Open() {
-    const std::vector<const ViewedReport*> rows = Rows();
-    const auto found = std::find_if(rows.begin(), rows.end(), [this](const ViewedReport* report) {
-        return report->judged.report.name == selected;
+const ViewedReport* LiveList::FindSelected() const {
+    const std::vector<ViewedReport>& reports = watch.View().reports;
+    const auto found = std::find_if(reports.begin(), reports.end(), [this](const auto& report) {
+        return report.judged.report.name == selected;
     });
-    if (rows.empty()) {
-        return;
-    }
-    const ViewedReport& report = found == rows.end() ? *rows.front() : **found;
+    return found == reports.end() ? nullptr : &*found;
+}
+
+// Shows a report in full, with those stored before it.
+void LiveList::Open(const ViewedReport& report) {
     HostView single{.now = watch.View().now,
                     .reports = {report},
                     .launches = {},
@@ -177,6 +177,13 @@ void LiveList::Open() {
     selected = report.judged.report.name;
     opened = std::move(single.reports.front());
     shown = Shown::Report;
+}
+
+// Returns to the list.
+void LiveList::Close() {
+    top = 0;
+    shown = Shown::List;
+    opened.reset();
 }
 
 }  // namespace Ctl

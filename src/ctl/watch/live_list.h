@@ -37,7 +37,9 @@ class LiveList {
     void PressInFilter(const KeyPress& press);
     bool PressCharacter(const std::string& character);
     void Move(int rows);
-    void Open();
+    const ViewedReport* FindSelected() const;
+    void Open(const ViewedReport& report);
+    void Close();
 
     void DrawHead(TerminalScreen& screen) const;
     void DrawRows(TerminalScreen& screen);
@@ -45,6 +47,7 @@ class LiveList {
     void DrawReport(TerminalScreen& screen);
     void DrawFoot(TerminalScreen& screen) const;
     std::string DaemonWord() const;
+    std::chrono::seconds SinceView() const;
 
     const HostWatch& watch;
     const std::string hostName;
@@ -54,7 +57,7 @@ class LiveList {
     Order order = Order::State;
     std::string filter;
     bool isTyping = false;  // the user is typing the filter
-    std::string selected;   // a report's name
+    std::string selected;   // a report's name; that of the opened one, if any
     int top = 0;            // the first visible row, or line of the report
     int page = 1;           // the number of rows of the last frame
     std::optional<ViewedReport> opened;

@@ -91,6 +91,8 @@ def main():
     watch.press('\x1bOB\x1bOB\r')
     watch.wait(r'^✖ raid  ERROR[\s\S]*METRIC[\s\S]*disks +1[\s\S]*Esc back')
     assert ' end' in watch.text(), watch.text()
+    age = re.search(r'reported (\d+ s) ago', watch.text())[1]
+    watch.wait(rf'reported (?!{age} ago)\d+ s ago')  # it counts on
     watch.resize(60, 10)
     watch.press('\x1b')
     watch.wait(r'^. plain .*\n✖ raid +\d+ s  ERROR')
