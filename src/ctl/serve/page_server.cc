@@ -20,6 +20,7 @@
 #include <string_view>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 #include <unistd.h>
 
@@ -80,14 +81,16 @@ struct PageServer::Parts {
         : watch(watch), page(watch), acceptor(context), changes(context), signals(context) {}
 
     void Accept();
+    bool MakeRoom();
     void AwaitChange();
 
     HostWatch& watch;
     LivePage page;
     Gate gate;
     std::size_t connections = 0;
-    std::set<Connection*> readers;  // of events
-    Net::io_context context{1};     // its connections end with it
+    std::vector<Connection*> strangers;  // without an admitted request so far, the oldest first
+    std::set<Connection*> readers;       // of events
+    Net::io_context context{1};          // its connections end with it
     tcp::acceptor acceptor;
     Net::posix::stream_descriptor changes;
     Net::signal_set signals;
@@ -97,11 +100,13 @@ class PageServer::Connection : public std::enable_shared_from_this<Connection> {
   public:
     Connection(tcp::socket socket, Parts& server) : stream(std::move(socket)), server(server) {
         ++server.connections;
+        server.strangers.push_back(this);
         parser.header_limit(kMaxHeadBytes);
         parser.body_limit(0);
     }
     ~Connection() {
         --server.connections;
+        std::erase(server.strangers, this);
         server.readers.erase(this);
     }
     Connection(const Connection&) = delete;
@@ -125,6 +130,12 @@ class PageServer::Connection : public std::enable_shared_from_this<Connection> {
         Send("id: " + std::to_string(sent) + "\nevent: update\ndata: " + update + "\n\n");
     }
 
+    void Leave() {
+        std::erase(server.strangers, this);
+        server.readers.erase(this);
+        stream.close();
+    }
+
   private:
     void OnRead(const ErrorCode& error) {
         if (error) {
@@ -137,6 +148,9 @@ class PageServer::Connection : public std::enable_shared_from_this<Connection> {
                                .hosts = ValuesOf(request, Http::field::host),
                                .origins = ValuesOf(request, Http::field::origin),
                                .cookies = ValuesOf(request, Http::field::cookie)});
+        if (verdict != Gate::Verdict::Refused) {
+            std::erase(server.strangers, this);
+        }
         if (verdict == Gate::Verdict::Refused) {
             Answer(Http::status::forbidden, kForbidden);
         } else if (request.method() != Http::verb::get) {
@@ -213,11 +227,6 @@ class PageServer::Connection : public std::enable_shared_from_this<Connection> {
                          });
     }
 
-    void Leave() {
-        server.readers.erase(this);
-        stream.close();
-    }
-
     Beast::tcp_stream stream;
     Parts& server;
     Beast::flat_buffer buffer{kMaxHeadBytes};
@@ -231,11 +240,24 @@ class PageServer::Connection : public std::enable_shared_from_this<Connection> {
 
 void PageServer::Parts::Accept() {
     acceptor.async_accept([this](const ErrorCode& error, tcp::socket socket) {
-        if (!error && connections < kMaxConnections) {
+        if (!error && MakeRoom()) {
             std::make_shared<Connection>(std::move(socket), *this)->DoRead();
         }
         Accept();
     });
+}
+
+// Closes the oldest connection that has sent no admitted request, if there are too many: a user
+// without the secret cannot keep the others out. False if all of them are admitted.
+bool PageServer::Parts::MakeRoom() {
+    if (connections < kMaxConnections) {
+        return true;
+    }
+    if (strangers.empty()) {
+        return false;
+    }
+    strangers.front()->Leave();
+    return true;
 }
 
 void PageServer::Parts::AwaitChange() {

@@ -1,5 +1,7 @@
 // "serve" as curl sees it: who is let in, what is pushed, how it ends.
+#include "platform/sys/owned_fd.h"
 #include "support/descriptors.h"
+#include "support/loopback.h"
 #include "support/tool_host.h"
 
 #include <gmock/gmock.h>
@@ -10,6 +12,7 @@
 #include <cstdlib>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include <sys/wait.h>
 
@@ -95,6 +98,16 @@ TEST_F(Serve, AdmitsOnlyTheSecretFromThisHost) {
         EXPECT_EQ(Run({"serve", "--listen", address}).status, 2) << address;
     }
     EXPECT_THAT(Run({"serve", "--listen", "127.0.0.1:9984"}).error, HasSubstr("cannot listen on"));
+    EXPECT_EQ(Stop(), 0);
+}
+
+TEST_F(Serve, IsReachedBesideIdleConnections) {
+    const std::string cookie = Cookie();
+    std::vector<Sys::OwnedFd> idle;
+    for (int count = 0; count < 40; ++count) {  // more than it accepts
+        idle.push_back(ConnectTo("127.0.0.1", std::stoi(base.substr(base.rfind(':') + 1))));
+    }
+    EXPECT_THAT(Curl(cookie + base), HasSubstr("200 OK"));
     EXPECT_EQ(Stop(), 0);
 }
 
