@@ -21,14 +21,13 @@ namespace {
 
 constexpr const char* kInit = "sentrelctl token init";
 
-// Whether the text, a JWK Set, contains a private key (RFC 7518, sections 6.2.2 and 6.3.2) or a
-// shared secret (6.4.1).
-bool HoldsSecrets(const std::string& text) {
+// Whether the text, a JWK Set, contains a private key (RFC 7518, sections 6.2.2 and 6.3.2).
+bool HoldsPrivateKeys(const std::string& text) {
     const nlohmann::json set = nlohmann::json::parse(text, nullptr, false);
     const auto keys = set.is_object() ? set.find("keys") : set.end();
     return keys != set.end() && keys->is_array() &&
            std::any_of(keys->begin(), keys->end(), [](const nlohmann::json& key) {
-               return key.is_object() && (key.contains("d") || key.contains("k"));
+               return key.is_object() && key.contains("d");
            });
 }
 
@@ -108,7 +107,7 @@ void CheckTrustSet(const Host& host, Findings& findings) {
                             "move it away, then: " + std::string(kInit)});
         return;
     }
-    if (HoldsSecrets(text)) {
+    if (HoldsPrivateKeys(text)) {
         findings.push_back(
             {Severity::Error, subject,
              path + " holds private keys: whoever reads it can sign tokens for any user",
