@@ -12,6 +12,7 @@ import shutil
 import signal
 import socket
 import subprocess
+import threading
 import time
 
 import process_stats
@@ -127,6 +128,7 @@ class Daemon(Server):
         self.reports = os.path.join(folder, "reports")
         self.notify_path = os.path.join(folder, "notify")
         self.notify = None
+        self.status_reader = None
         self.token_path = os.path.join(folder, "token")
         self.jwks_path = os.path.join(self.root, "etc/korvex/oru/token/jwks.json")
         self.port = free_port()
@@ -150,6 +152,8 @@ class Daemon(Server):
                    {"SENTREL_ROOT": self.root, "NOTIFY_SOCKET": self.notify_path})
         self._wait_until_ready()
         seconds = time.monotonic() - before
+        self.status_reader = threading.Thread(target=self._read_status, args=(os.pidfd_open(self.process.pid),))
+        self.status_reader.start()
         with socket.create_connection(("127.0.0.1", self.port), START_SECONDS):
             return seconds
 
@@ -168,10 +172,20 @@ class Daemon(Server):
         finally:
             os.close(ended)
 
+    def _read_status(self, ended):
+        """Reads what the daemon says of its status, as a service manager does, until it ends: a full socket is an error."""
+        while ended not in (ready := select.select([self.notify, ended], [], [])[0]):
+            for notify in ready:
+                notify.recv(4096)
+        os.close(ended)
+
     def stop(self):
         try:
             status = super().stop()
         finally:
+            if self.status_reader is not None:
+                self.status_reader.join()
+                self.status_reader = None
             if self.notify is not None:
                 self.notify.close()
                 os.unlink(self.notify_path)
