@@ -55,14 +55,16 @@ std::vector<const ViewedReport*> LiveList::Rows() const {
             rows.push_back(&report);
         }
     }
+    if (order == Order::State) {
+        return rows;  // the view is sorted by state already
+    }
     const auto age = [](const ViewedReport* report) {
         return report->judged.age.value_or(std::chrono::seconds::max());
     };
     std::stable_sort(rows.begin(), rows.end(), [&](const auto* one, const auto* other) {
-        return order == Order::Age
-                   ? age(one) < age(other)
-                   : order == Order::Name && one->judged.report.name < other->judged.report.name;
-    });  // they are sorted by state already
+        return order == Order::Age ? age(one) < age(other)
+                                   : one->judged.report.name < other->judged.report.name;
+    });
     return rows;
 }
 

@@ -51,16 +51,27 @@ void PreparePairs() {
     }
 }
 
+// The columns that a character takes; negative if it is not printable in this locale.
+int WidthOf(wchar_t character) {
+    const bool isAscii = character >= L' ' && character <= L'~';  // most are: without a lookup
+    return isAscii ? 1 : ::wcwidth(character);
+}
+
 // Converts UTF-8 to wide characters of the locale that take one or two columns; others become "?".
 std::wstring WideText(std::string_view text) {
     std::wstring wide;
     while (!text.empty()) {
+        if (text.front() >= ' ' && text.front() <= '~') {
+            wide += static_cast<wchar_t>(text.front());  // the same in every locale
+            text.remove_prefix(1);
+            continue;
+        }
         const std::size_t length = std::max<std::size_t>(Sys::Utf8LengthAt(text, 0), 1);
         std::mbstate_t state{};
         wchar_t character = 0;
         // NOLINTNEXTLINE(concurrency-mt-unsafe): it is safe with a state of its own
         const std::size_t used = std::mbrtowc(&character, text.data(), length, &state);
-        wide += used <= length && ::wcwidth(character) >= 0 ? character : L'?';
+        wide += used <= length && WidthOf(character) >= 0 ? character : L'?';
         text.remove_prefix(length);
     }
     return wide;
@@ -69,7 +80,7 @@ std::wstring WideText(std::string_view text) {
 int ColumnsOf(std::wstring_view text) {
     int columns = 0;
     for (const wchar_t character : text) {
-        columns += std::max(::wcwidth(character), 0);
+        columns += std::max(WidthOf(character), 0);
     }
     return columns;
 }
@@ -78,7 +89,9 @@ std::wstring Cut(std::wstring text, int width) {
     if (ColumnsOf(text) <= width) {
         return text;
     }
-    while (!text.empty() && ColumnsOf(text) >= width) {
+    int columns = ColumnsOf(text);
+    while (!text.empty() && columns >= width) {
+        columns -= std::max(WidthOf(text.back()), 0);
         text.pop_back();
     }
     return text + (ShowsUnicode() ? L'…' : L'.');
