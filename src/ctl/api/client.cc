@@ -88,7 +88,7 @@ bool IsPort(std::string_view text) {
 
 }  // namespace
 
-ApiClient::ApiClient(const std::string& url, std::string token, std::chrono::milliseconds timeout,
+ApiClient::ApiClient(const std::string& url, TokenSource token, std::chrono::milliseconds timeout,
                      bool mayBeOffline)
     : url(url), token(std::move(token)), timeout(timeout), mayBeOffline(mayBeOffline) {
     constexpr std::string_view kScheme = "http://";
@@ -115,7 +115,7 @@ ApiClient::ApiClient(const std::string& url, std::string token, std::chrono::mil
 
 bool ApiClient::IsOnLoopback() const { return NamesLoopback(host); }
 
-OrderedJson ApiClient::Call(std::string_view method, const OrderedJson& parameters) const {
+OrderedJson ApiClient::Call(std::string_view method, const OrderedJson& parameters) {
     const OrderedJson request = {
         {"jsonrpc", "2.0"}, {"id", 1}, {"method", method}, {"params", parameters}};
     std::string text =
@@ -126,7 +126,7 @@ OrderedJson ApiClient::Call(std::string_view method, const OrderedJson& paramete
         return std::move(answer["result"]);
     }
     if (answer.is_object() && answer.contains("error") && answer["error"].is_object()) {
-        ThrowError(answer["error"], !token.empty(), mayBeOffline);
+        ThrowError(answer["error"], HasToken(), mayBeOffline);
     }
     const std::string stranger = StrangersName();
     throw Failure(url + " answered, but is not the sentrel API" + stranger,
@@ -153,11 +153,12 @@ std::string ApiClient::AdviceOn(int errorNumber) const {
 }
 
 // Sends the document and returns the body of the answer.
-std::string ApiClient::Exchange(std::string document) const {
+std::string ApiClient::Exchange(std::string document) {
+    const std::string& sent = token.Current();
     try {
         return Send({.host = host,
                      .port = port,
-                     .authorization = token.empty() ? "" : "Bearer " + token,
+                     .authorization = sent.empty() ? "" : "Bearer " + sent,
                      .body = std::move(document),
                      .timeout = timeout})
             .body;
@@ -173,13 +174,13 @@ std::string ApiClient::Exchange(std::string document) const {
 }
 
 ApiClient ConnectApi(const Host& host, std::chrono::milliseconds timeout) {
-    if (const ApiClient client(host.apiUrl, "", timeout);
+    if (const ApiClient client(host.apiUrl, TokenSource(), timeout);
         host.tokenFile.empty() && !client.IsOnLoopback()) {
         throw Failure(
             "no token for the API at " + host.apiUrl + ", which is not on this host's loopback",
             "give one with --token-file FILE");
     }
-    return ApiClient(host.apiUrl, FindToken(host.tokenFile), timeout, host.mayBeOffline);
+    return ApiClient(host.apiUrl, TokenSource(host.tokenFile), timeout, host.mayBeOffline);
 }
 
 }  // namespace Ctl

@@ -1,6 +1,7 @@
 // A client of the reports API: one JSON-RPC request over HTTP, with failures worded for a person.
 #pragma once
 
+#include "ctl/api/token_source.h"
 #include "ctl/host/host.h"
 #include "ctl/show/failure.h"
 
@@ -27,24 +28,23 @@ class ApiError : public Failure {
 
 class ApiClient {
   public:
-    // `url` is "http://HOST[:PORT]", HOST a name or an address, IPv6 in brackets. With an empty
-    // token none is sent. Each call may take `timeout`. `mayBeOffline`: the command has the option
+    // `url` is "http://HOST[:PORT]", HOST a name or an address, IPv6 in brackets. Each
+    // call may take `timeout`. `mayBeOffline`: the command has the option
     // --offline, which failures then name. Throws Failure if the URL is invalid.
-    ApiClient(const std::string& url, std::string token,
+    ApiClient(const std::string& url, TokenSource token,
               std::chrono::milliseconds timeout = std::chrono::minutes(10),
               bool mayBeOffline = false);
 
     bool IsOnLoopback() const;
-    bool HasToken() const { return !token.empty(); }
+    bool HasToken() const { return token.HasToken(); }
 
     // The result of `method`. Throws ApiError if the API returns an error, UntrustedListener if
     // another user's program holds the port, and Failure if the API cannot be reached (ETIMEDOUT:
     // in time) or the answer is invalid.
-    nlohmann::ordered_json Call(std::string_view method,
-                                const nlohmann::ordered_json& parameters) const;
+    nlohmann::ordered_json Call(std::string_view method, const nlohmann::ordered_json& parameters);
 
   private:
-    std::string Exchange(std::string document) const;
+    std::string Exchange(std::string document);
     std::string AdviceOn(int errorNumber) const;
     // ": " and the holder of the port, if this user can see that it is another program.
     std::string StrangersName() const;
@@ -53,7 +53,7 @@ class ApiClient {
     std::string url;
     std::string host;
     std::string port;
-    std::string token;
+    TokenSource token;
     std::chrono::milliseconds timeout;
     bool mayBeOffline;
 };

@@ -16,7 +16,7 @@ namespace Ctl {
 
 namespace {
 
-constexpr std::chrono::minutes kOwnTokenLifetime{1};
+constexpr std::chrono::seconds kOwnTokenLifetime{60};
 
 std::string UserName() {
     // NOLINTNEXTLINE(concurrency-mt-unsafe): the process has one thread
@@ -40,14 +40,24 @@ std::string ReadTokenFrom(const std::string& path) {
     return text;
 }
 
-std::string FindToken(const std::string& file) {
+TokenSource::TokenSource(const std::string& file) {
     if (!file.empty()) {
-        return ReadTokenFrom(file);
+        token = ReadTokenFrom(file);
+    } else if (::access(Sys::HostPath(kSigningKeyPath).c_str(), R_OK) == 0) {
+        Sign();
     }
-    if (::access(Sys::HostPath(kSigningKeyPath).c_str(), R_OK) != 0) {
-        return "";
+}
+
+const std::string& TokenSource::Current() {
+    if (renewal && std::chrono::steady_clock::now() >= *renewal) {
+        Sign();
     }
-    return IssueToken(UserName(), {std::string(kReadPrivilege)}, kOwnTokenLifetime);
+    return token;
+}
+
+void TokenSource::Sign() {
+    renewal = std::chrono::steady_clock::now() + kOwnTokenLifetime / 2;
+    token = IssueToken(UserName(), {std::string(kReadPrivilege)}, kOwnTokenLifetime);
 }
 
 }  // namespace Ctl

@@ -54,7 +54,7 @@ bool CheckReach(const std::string& subject, std::uint16_t port, const std::strin
 // Why the API does not answer; empty if it does.
 std::string AskApi() {
     try {
-        (void)ApiClient(std::string(kDefaultApiUrl), "", kPatience)
+        (void)ApiClient(std::string(kDefaultApiUrl), TokenSource(), kPatience)
             .Call(kQuestion, nlohmann::ordered_json::object());
         return "";
     } catch (const Failure& failure) {

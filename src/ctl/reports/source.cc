@@ -58,8 +58,8 @@ void Add(StoredReport report, ReportMap& reports) {
 }
 
 // Adds the reports of a listing, and returns the size of their texts in bytes.
-std::size_t AddListing(const ApiClient& api, const char* detail,
-                       const std::vector<std::string>& names, ReportMap& reports) {
+std::size_t AddListing(ApiClient& api, const char* detail, const std::vector<std::string>& names,
+                       ReportMap& reports) {
     OrderedJson parameters = {{"detail", detail}};
     if (!names.empty()) {
         parameters["filter"] = {{"names", names}};
@@ -99,7 +99,7 @@ std::vector<std::string> UnreadNames(const ReportMap& reports,
 
 // Requests the reports that are missing from a full listing. Each answer contains at least one
 // report, so this ends.
-void AddInGroups(const ApiClient& api, std::vector<std::string> names, ReportMap& reports) {
+void AddInGroups(ApiClient& api, std::vector<std::string> names, ReportMap& reports) {
     while (!names.empty()) {
         const auto start =
             names.end() - static_cast<std::ptrdiff_t>(std::min(names.size(), kNamesOfGroup));
@@ -112,7 +112,7 @@ void AddInGroups(const ApiClient& api, std::vector<std::string> names, ReportMap
     }
 }
 
-ReportMap ReadThroughApi(const ApiClient& api, const std::vector<std::string>& names) {
+ReportMap ReadThroughApi(ApiClient& api, const std::vector<std::string>& names) {
     ReportMap reports;
     (void)AddListing(api, "BRIEF", {}, reports);
     std::size_t bytes = kNearlyFull;
@@ -228,7 +228,8 @@ std::vector<StoredReport> ReadStoredReports(const std::string& directory,
 
 std::vector<StoredReport> ListReports(const Host& host) {
     ReportMap reports;
-    (void)AddListing(ConnectApi(host), "BRIEF", {}, reports);
+    ApiClient api = ConnectApi(host);
+    (void)AddListing(api, "BRIEF", {}, reports);
     return Sorted(std::move(reports));
 }
 
@@ -236,7 +237,7 @@ std::vector<StoredReport> ReadReports(const Host& host, const std::vector<std::s
     if (host.isOffline) {
         return ReadStoredReports(RequireReportDirectory(host), names);
     }
-    const ApiClient api = ConnectApi(host);
+    ApiClient api = ConnectApi(host);
     const std::string& directory = host.reportDirectory;
     if (!api.HasToken() && ::access(directory.c_str(), R_OK | X_OK) == 0) {
         NoteOnce("no token for the API; reading " + directory);

@@ -65,7 +65,7 @@ TEST(HttpPost, EndsInTimeWhenTheServerHangs) {
     std::array<char, 16> name{};
     (void)::prctl(PR_GET_NAME, name.data());
     (void)::prctl(PR_SET_NAME, "sentrel");
-    const Ctl::ApiClient client("http://127.0.0.1:" + post.port, "", post.timeout);
+    Ctl::ApiClient client("http://127.0.0.1:" + post.port, Ctl::TokenSource(), post.timeout);
     try {
         (void)client.Call("a.b", nlohmann::ordered_json::object());
         ADD_FAILURE() << "there is an answer";
