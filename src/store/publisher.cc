@@ -7,6 +7,7 @@
 #include "store/report_walk.h"
 
 #include <cerrno>
+#include <filesystem>
 #include <optional>
 #include <string_view>
 #include <system_error>
@@ -114,7 +115,7 @@ std::vector<ReportFile> Publisher::EnumerateReports(const Prefilter& prefilter) 
             LogInternal(logger, 6, "Report: %1 (%2) rejected by prefilter.", name, *target);
             continue;
         }
-        files.push_back({std::string(name), *target, FormatModifiedTime(*modified)});
+        files.push_back({std::string(name), std::string(*target), FormatModifiedTime(*modified)});
     }
     if (walk.Error()) {
         LogInternal(logger, 3, "Error enumerating reports in path: %1. %2 (%3)", directory,

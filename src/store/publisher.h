@@ -10,7 +10,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <filesystem>
 #include <functional>
 #include <limits>
 #include <memory>
@@ -21,9 +20,9 @@ namespace Sentrel {
 
 // A link to a stored report.
 struct ReportFile {
-    std::string name;            // any bytes but "/" and NUL
-    std::filesystem::path path;  // the link's target as stored in the link
-    std::string modified;        // FormatModifiedTime of that file
+    std::string name;      // any bytes but "/" and NUL
+    std::string path;      // the link's target as stored in the link
+    std::string modified;  // FormatModifiedTime of that file
 };
 
 // Limits the memory and duration of one query. By default there is no limit.
@@ -67,7 +66,7 @@ class Publisher {
     // Returns an empty record, after logging why, if the report cannot be read, or if its document
     // or texts exceed `unusedBytes`, the remainder of `maxTextBytes`. Implemented in
     // report_reader.cc.
-    Report ReadReport(const std::filesystem::path& path, std::size_t unusedBytes,
+    Report ReadReport(const std::string& path, std::size_t unusedBytes,
                       std::size_t maxTextBytes) const;
 
     const std::string directory;

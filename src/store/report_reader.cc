@@ -8,13 +8,10 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
-#include <cstdint>
 #include <exception>
 #include <stdexcept>
 #include <string>
 #include <string_view>
-
-#include <sys/stat.h>
 
 namespace Sentrel {
 
@@ -30,13 +27,14 @@ std::runtime_error BeyondBound(std::size_t maxTextBytes) {
 
 }  // namespace
 
-Report Publisher::ReadReport(const std::filesystem::path& path, std::size_t unusedBytes,
+Report Publisher::ReadReport(const std::string& path, std::size_t unusedBytes,
                              std::size_t maxTextBytes) const {
-    LogInternal(logger, 6, "Reading file: %1", path.native());
+    LogInternal(logger, 6, "Reading file: %1", path);
     Sys::OwnedFd file;
-    const int openError = Sys::OpenRegularFile(path, file);
+    std::size_t size = 0;
+    const int openError = Sys::OpenRegularFile(path, file, &size);
     if (openError != 0 && openError != ENXIO) {
-        LogInternal(logger, 3, "Error opening file: %1", path.native());
+        LogInternal(logger, 3, "Error opening file: %1", path);
         return {};
     }
     try {
@@ -45,16 +43,13 @@ Report Publisher::ReadReport(const std::filesystem::path& path, std::size_t unus
         }
         std::string text;
         const std::size_t maxSize = std::min(kMaxStoredSize, unusedBytes);
-        struct stat status{};
-        const bool isLonger = ::fstat(file.Get(), &status) == 0 &&
-                              static_cast<std::uintmax_t>(status.st_size) > maxSize;
         // Reads only the allowed part of a file that has grown, and nothing of one known to be too
         // long.
-        if (!isLonger && Sys::ReadAll(file.Get(), maxSize + 1, text) != 0) {
-            LogInternal(logger, 3, "Error reading file: %1", path.native());
+        if (size <= maxSize && Sys::ReadAll(file.Get(), maxSize + 1, text, size) != 0) {
+            LogInternal(logger, 3, "Error reading file: %1", path);
             return {};
         }
-        const bool isTooLong = isLonger || text.size() > maxSize;
+        const bool isTooLong = size > maxSize || text.size() > maxSize;
         if (isTooLong && maxSize < kMaxStoredSize) {
             throw BeyondBound(maxTextBytes);
         }
@@ -73,11 +68,11 @@ Report Publisher::ReadReport(const std::filesystem::path& path, std::size_t unus
         }
         return report;
     } catch (const json::exception& exception) {
-        LogInternal(logger, 3, "JSON error for %1: %2", path.native(), exception.what());
+        LogInternal(logger, 3, "JSON error for %1: %2", path, exception.what());
     } catch (const std::exception& exception) {
-        LogInternal(logger, 3, "Error reading %1: %2", path.native(), exception.what());
+        LogInternal(logger, 3, "Error reading %1: %2", path, exception.what());
     } catch (...) {
-        LogInternal(logger, 3, "Error while reading %1", path.native());
+        LogInternal(logger, 3, "Error while reading %1", path);
     }
     return {};
 }

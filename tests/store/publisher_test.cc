@@ -137,7 +137,7 @@ TEST(Publisher, ResolvesTargetsAgainstTheWorkingDirectory) {
     WriteFile(store.Path("cpu-0.json"), Document("cpu"));
     store.Link(relative, "cpu.json");
     store.Link("cpu-0.json", "mem.json");
-    EXPECT_EQ(store.publisher.ListReportFiles({}).at(0).path.native(), relative);
+    EXPECT_EQ(store.publisher.ListReportFiles({}).at(0).path, relative);
     EXPECT_THAT(store.ReadNames(), ElementsAre("cpu"));
 }
 

@@ -33,6 +33,12 @@ TEST(ReadFile, ReadsAtMostTheBound) {
             std::string text = "what was there before";
             EXPECT_EQ(Sys::ReadRegularFile(path, limit, text), 0);
             EXPECT_EQ(text, bytes.substr(0, limit)) << size << " bytes, bound " << limit;
+            for (const std::size_t expected : {size / 2, size, 2 * size}) {  // it may have changed
+                Sys::OwnedFd file;
+                ASSERT_EQ(Sys::OpenRegularFile(path, file), 0);
+                EXPECT_EQ(Sys::ReadAll(file.Get(), limit, text, expected), 0);
+                EXPECT_EQ(text, bytes.substr(0, limit)) << "expected " << expected;
+            }
         }
     }
 }
