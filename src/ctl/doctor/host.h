@@ -6,6 +6,7 @@
 #include "ctl/show/finding.h"
 
 #include <cstdint>
+#include <initializer_list>
 #include <optional>
 #include <string>
 #include <vector>
@@ -45,6 +46,11 @@ struct AccessFault {
 // Why `user` may not access `path` in these ways (R_OK, W_OK, X_OK), by owners and modes of it and
 // of the directories above it; nothing if it may. Throws CannotInspect.
 std::optional<AccessFault> FindAccessFault(const std::string& path, const RunUser& user, int ways);
+
+// The store files in these directories, such as "oru/health", that changed after the daemon read
+// them, and the directory itself if a file was removed; empty without a daemon.
+std::vector<std::string> StoreFilesNewerThanDaemon(const Host& host,
+                                                   std::initializer_list<const char*> folders);
 
 // "sentrel, 0640".
 std::string OwnerAndMode(const struct stat& status);

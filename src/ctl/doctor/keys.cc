@@ -83,14 +83,18 @@ void CheckTrustSet(const Host& host, Findings& findings) {
     const std::string subject = "trust set";
     const Token::TrustSettings settings = ReadTrustSettings();
     const std::string path = Sys::HostPath(settings.jwks);
+    // the running daemon still uses the file that was set when it started
+    const std::string when =
+        StoreFilesNewerThanDaemon(host, {"oru/authn"}).empty() ? "" : " once sentrel restarts";
     if (!StatOf(path)) {
         findings.push_back(
-            {Severity::Error, subject, path + " is missing: every token is refused", kInit});
+            {Severity::Error, subject, path + " is missing: every token is refused" + when, kInit});
         return;
     }
     const std::size_t before = findings.size();
     if (const auto fault = FindAccessFault(path, host.user, R_OK)) {
-        findings.push_back({Severity::Error, subject, fault->text + ": every token is refused",
+        findings.push_back({Severity::Error, subject,
+                            fault->text + ": every token is refused" + when,
                             fault->remedy.empty() ? "chmod 644 " + path : fault->remedy});
     }
     if (::access(path.c_str(), R_OK) != 0) {
@@ -102,9 +106,10 @@ void CheckTrustSet(const Host& host, Findings& findings) {
         text = Token::ReadTrustSet(settings.jwks).value_or("");
         trusted = Token::ParseTrustSet(text);
     } catch (const Pellmar::Exception& exception) {
-        findings.push_back({Severity::Error, subject,
-                            path + " is not a JWK Set: every token is refused: " + exception.what(),
-                            "move it away, then: " + std::string(kInit)});
+        findings.push_back(
+            {Severity::Error, subject,
+             path + " is not a JWK Set: every token is refused" + when + ": " + exception.what(),
+             "move it away, then: " + std::string(kInit)});
         return;
     }
     if (HoldsPrivateKeys(text)) {
@@ -117,13 +122,14 @@ void CheckTrustSet(const Host& host, Findings& findings) {
                             "correct or remove these keys in " + path});
     }
     if (trusted.keys.empty()) {
-        findings.push_back(
-            {Severity::Error, subject, path + " has no usable key: every token is refused", kInit});
+        findings.push_back({Severity::Error, subject,
+                            path + " has no usable key: every token is refused" + when, kInit});
     } else if (const std::string problem = CanSign() ? TrialProblem(settings) : "";
                !problem.empty()) {
-        findings.push_back({Severity::Error, subject,
-                            "a token that is signed on this host is refused: " + problem,
-                            "add the public half of its key: " + std::string(kInit)});
+        findings.push_back(
+            {Severity::Error, subject,
+             "a token that is signed on this host is refused" + when + ": " + problem,
+             "add the public half of its key: " + std::string(kInit)});
     }
     if (findings.size() == before) {
         findings.push_back({Severity::Good, subject,

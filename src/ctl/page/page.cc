@@ -225,7 +225,7 @@ std::string FindingsHtml(const HostView& view) {
             continue;
         }
         html += "<li class=\"" + std::string(kClasses[severity]) + "\"><span class=\"state\">" +
-                kMarks[severity] + " " + std::string(NameOf(finding.severity)) + "</span> " +
+                kMarks[severity] + " " + std::string(WordOf(finding)) + "</span> " +
                 Html(finding.subject) + ": " + Html(finding.text) +
                 (finding.remedy.empty() ? "" : "; <code>" + Html(finding.remedy) + "</code>") +
                 "</li>\n";

@@ -32,9 +32,6 @@ struct Line {
     const Finding* finding;
     std::vector<std::string> subjects;
 
-    std::string Word() const {
-        return finding->isSkipped ? "skipped" : std::string(NameOf(finding->severity));
-    }
     std::string Subject() const { return PrintableText(Abridged(subjects, kMaxSubjects)); }
 };
 
@@ -63,7 +60,7 @@ std::vector<Line> LinesOf(std::span<const Finding> findings, Shown shown) {
 }
 
 void WriteLine(const Line& line, std::size_t subjectWidth, std::ostream& output) {
-    const std::string word = line.Word();
+    const std::string_view word = WordOf(*line.finding);
     const std::string subject = line.Subject();
     output << Paint(word, kColours[static_cast<std::size_t>(line.finding->severity)])
            << std::string(kWordWidth - word.size() + kGap, ' ') << subject;
@@ -123,6 +120,10 @@ void WriteCounts(std::span<const Finding> findings, Shown shown, std::ostream& o
 
 std::string_view NameOf(Severity severity) { return kNames[static_cast<std::size_t>(severity)]; }
 
+std::string_view WordOf(const Finding& finding) {
+    return finding.isSkipped ? "skipped" : NameOf(finding.severity);
+}
+
 Severity WorstOf(std::span<const Finding> findings) {
     Severity worst = Severity::Good;
     for (const Finding& finding : findings) {
@@ -162,7 +163,8 @@ void WriteFindingsJson(std::span<const Finding> findings, std::ostream& output) 
         rows.push_back({{"severity", NameOf(finding.severity)},
                         {"subject", finding.subject},
                         {"text", finding.text},
-                        {"remedy", finding.remedy}});
+                        {"remedy", finding.remedy},
+                        {"skipped", finding.isSkipped}});
     }
     WriteJson({{"worst", NameOf(WorstOf(findings))}, {"findings", rows}}, output);
 }

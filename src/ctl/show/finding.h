@@ -29,6 +29,9 @@ struct Finding {
 // "ok", "notice", "warning", "error".
 std::string_view NameOf(Severity severity);
 
+// The name of its severity, or "skipped".
+std::string_view WordOf(const Finding& finding);
+
 // The worst severity; Good if there are no findings.
 Severity WorstOf(std::span<const Finding> findings);
 
@@ -44,7 +47,7 @@ enum class Shown { All, AllButGood };
 void WriteFindings(std::span<const Finding> findings, Shown shown, std::ostream& output);
 
 // Writes them for programs: {"worst": "warning", "findings": [{"severity", "subject", "text",
-// "remedy"}]}.
+// "remedy", "skipped"}]}.
 void WriteFindingsJson(std::span<const Finding> findings, std::ostream& output);
 
 // Writes them as JSON or for people. Returns the exit status: 1 if one is an Error, else 0.

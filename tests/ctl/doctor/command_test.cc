@@ -10,6 +10,7 @@
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 
@@ -63,6 +64,15 @@ TEST_F(DoctorCommand, FindsNoFaultOnAHealthyHost) {
     ExpectFinding(answer["findings"], "ok", "API", "9984 on 127.0.0.1");
     ExpectFinding(answer["findings"], "ok", "group", Group());
     EXPECT_THAT(OutputOf({"group", "show"}), HasSubstr("SENTREL_CGROUP_ROOT of the daemon"));
+}
+
+TEST_F(DoctorCommand, SaysWhatTakesEffectAtTheNextStart) {
+    StartDaemon(group.Path());
+    OutputOf({"config", "set", "token.jwks", "/missing.json"});
+    const ToolResult result = Run({"doctor", "--json"});
+    EXPECT_EQ(result.status, 1) << result.error;
+    ExpectFinding(Json::parse(result.output)["findings"], "error", "trust set",
+                  "/missing.json is missing: every token is refused once sentrel restarts");
 }
 
 TEST_F(DoctorCommand, ReportsEachFaultOfABrokenHost) {
@@ -171,9 +181,13 @@ TEST_F(DoctorCommand, NamesTheChecksThatNeedRoot) {
     ExpectFinding(findings, "notice", "signing key", "");
     const std::string text =
         RunTool({"doctor"}, {"SENTREL_ROOT=" + host.Root()}, User::Nobody).output;
+    const auto skipped = std::count_if(findings.begin(), findings.end(), [](const Json& finding) {
+        return finding["skipped"].get<bool>();
+    });
     EXPECT_THAT(text, testing::ContainsRegex("\n[0-9]+ checks passed; list them with --all\n"
-                                             "([^\n]*\n)?[0-9]+ checks skipped: run as root to "
-                                             "inspect them\n$"));
+                                             "([^\n]*\n)?" +
+                                             std::to_string(skipped) +
+                                             " checks skipped: run as root to inspect them\n$"));
     EXPECT_THAT(text, testing::Not(testing::ContainsRegex("ok  |-> run this as root")));
     for (const Json& finding : findings) {
         EXPECT_NE(finding["severity"], "error") << finding;
