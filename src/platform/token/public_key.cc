@@ -3,13 +3,11 @@
 #include "platform/token/base64url.h"
 #include "platform/token/quote.h"
 
-#include <jansson.h>
+#include <openssl/core_names.h>
 #include <openssl/ecdsa.h>
 #include <openssl/evp.h>
+#include <openssl/params.h>
 #include <nlohmann/json.hpp>
-extern "C" {
-#include <jose/openssl.h>
-}
 
 #include <algorithm>
 #include <array>
@@ -109,19 +107,50 @@ std::string ModulusFault(const json& jwk) {
                : "";
 }
 
-struct ReleaseJson {
-    void operator()(json_t* value) const { json_decref(value); }
+struct ReleaseContext {
+    void operator()(EVP_PKEY_CTX* context) const { EVP_PKEY_CTX_free(context); }
 };
 
-// Passes only checked members to the library. Returns null if the library cannot build a key.
-evp_pkey_st* MakeKey(const json& jwk, Algorithm algorithm) {
-    const auto member = [&jwk](const char* name) { return TextOf(jwk, name)->c_str(); };
-    const std::unique_ptr<json_t, ReleaseJson> checked(
-        algorithm == Algorithm::Es256
-            ? json_pack("{s:s,s:s,s:s,s:s}", "kty", "EC", "crv", "P-256", "x", member("x"), "y",
-                        member("y"))
-            : json_pack("{s:s,s:s,s:s}", "kty", "RSA", "n", member("n"), "e", member("e")));
-    return checked ? jose_openssl_jwk_to_EVP_PKEY(nullptr, checked.get()) : nullptr;
+// Returns null if libcrypto cannot build a key of `parts`, such as a point that is not on the
+// curve.
+evp_pkey_st* MakeKey(const char* type, OSSL_PARAM* parts) {
+    const std::unique_ptr<EVP_PKEY_CTX, ReleaseContext> context(
+        EVP_PKEY_CTX_new_from_name(nullptr, type, nullptr));
+    evp_pkey_st* key = nullptr;
+    const bool isMade = context && EVP_PKEY_fromdata_init(context.get()) == 1 &&
+                        EVP_PKEY_fromdata(context.get(), &key, EVP_PKEY_PUBLIC_KEY, parts) == 1;
+    return isMade ? key : nullptr;
+}
+
+evp_pkey_st* MakeEcKey(const json& jwk) {
+    std::string curve = "P-256";
+    std::string point = "\x04" + *BytesOf(jwk, "x") + *BytesOf(jwk, "y");  // uncompressed
+    std::array parts = {
+        OSSL_PARAM_construct_utf8_string(OSSL_PKEY_PARAM_GROUP_NAME, curve.data(), 0),
+        OSSL_PARAM_construct_octet_string(OSSL_PKEY_PARAM_PUB_KEY, point.data(), point.size()),
+        OSSL_PARAM_construct_end()};
+    return MakeKey("EC", parts.data());
+}
+
+// The bytes of a number in the processor's order, in which libcrypto takes its parts.
+std::string NumberOf(const json& jwk, const char* name) {
+    std::string bytes = *BytesOf(jwk, name);
+    if constexpr (std::endian::native == std::endian::little) {
+        std::reverse(bytes.begin(), bytes.end());
+    }
+    return bytes;
+}
+
+evp_pkey_st* MakeRsaKey(const json& jwk) {
+    std::string modulus = NumberOf(jwk, "n");
+    std::string exponent = NumberOf(jwk, "e");
+    const auto number = [](const char* name, std::string& bytes) {
+        return OSSL_PARAM_construct_BN(name, reinterpret_cast<unsigned char*>(bytes.data()),
+                                       bytes.size());
+    };
+    std::array parts = {number(OSSL_PKEY_PARAM_RSA_N, modulus),
+                        number(OSSL_PKEY_PARAM_RSA_E, exponent), OSSL_PARAM_construct_end()};
+    return MakeKey("RSA", parts.data());
 }
 
 struct ReleaseSignature {
@@ -187,7 +216,7 @@ std::optional<PublicKey> PublicKey::FromJwk(const json& jwk, std::string& reason
     if (!reason.empty()) {
         return std::nullopt;
     }
-    KeyHandle handle(MakeKey(jwk, algorithm));
+    KeyHandle handle(algorithm == Algorithm::Es256 ? MakeEcKey(jwk) : MakeRsaKey(jwk));
     if (!handle) {
         reason = "it is not a valid key; its point may not be on the curve";
         return std::nullopt;
