@@ -5,6 +5,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <cstdint>
 #include <exception>
 #include <utility>
 
@@ -26,35 +27,35 @@ TokenVerifier::TokenVerifier(TrustSettings settings,
 bool TokenVerifier::Verify(std::string_view token, std::chrono::system_clock::time_point now,
                            TokenClaims& claims, std::string& reason) noexcept {
     try {
+        const std::vector<PublicKey>& keys = trustSet.Keys();
+        const std::uint64_t generation = trustSet.Generation();
+        const auto areClaimsValid = [&](const nlohmann::json& payload) {
+            return ReadClaims(payload, settings.issuer, settings.audience, now, claims, reason);
+        };
+        if (const nlohmann::json* const payload = verified.Find(token, generation)) {
+            return areClaimsValid(*payload);
+        }
         Jwt jwt;
-        nlohmann::json document;
-        return ParseJwt(token, jwt, document, reason) && CheckSignature(token, jwt, reason) &&
-               ReadClaims(document, settings.issuer, settings.audience, now, claims, reason);
+        nlohmann::json payload;
+        if (!ParseJwt(token, jwt, payload, reason) || !CheckSignature(keys, jwt, reason)) {
+            return false;
+        }
+        const bool isValid = areClaimsValid(payload);
+        verified.Add(token, generation, std::move(payload));
+        return isValid;
     } catch (const std::exception&) {
         reason = "no memory";  // nothing else throws here; short enough to need no allocation
         return false;
     }
 }
 
-bool TokenVerifier::CheckSignature(std::string_view token, const Jwt& jwt, std::string& reason) {
-    const std::vector<PublicKey>& keys = trustSet.Keys();
+bool TokenVerifier::CheckSignature(const std::vector<PublicKey>& keys, const Jwt& jwt,
+                                   std::string& reason) const {
     if (keys.empty()) {
         reason =
             "no key is trusted; check the log for messages about the trust set " + settings.jwks;
         return false;
     }
-    if (verified.Has(token, trustSet.Generation())) {
-        return true;
-    }
-    if (!CheckSignatureByKey(keys, jwt, reason)) {
-        return false;
-    }
-    verified.Add(token, trustSet.Generation());
-    return true;
-}
-
-bool TokenVerifier::CheckSignatureByKey(const std::vector<PublicKey>& keys, const Jwt& jwt,
-                                        std::string& reason) const {
     bool isIdKnown = false;
     bool isTried = false;
     for (const PublicKey& key : keys) {

@@ -1,6 +1,6 @@
 // Decides whether a token is valid. Checks, in this order, its form (jwt), finds a matching key of
-// the trust set, and checks the signature and the claims. The callers obtain the token and decide
-// what it permits.
+// the trust set, and checks the signature and the claims; of a token that it has verified with the
+// current trust set, only the claims. The callers obtain the token and decide what it permits.
 #pragma once
 
 #include "platform/pellmar/config.h"
@@ -43,9 +43,8 @@ class TokenVerifier {
                 TokenClaims& claims, std::string& reason) noexcept;
 
   private:
-    bool CheckSignature(std::string_view token, const Jwt& jwt, std::string& reason);
-    bool CheckSignatureByKey(const std::vector<PublicKey>& keys, const Jwt& jwt,
-                             std::string& reason) const;
+    bool CheckSignature(const std::vector<PublicKey>& keys, const Jwt& jwt,
+                        std::string& reason) const;
 
     const TrustSettings settings;
     TrustSet trustSet;

@@ -3,21 +3,35 @@
 #include <openssl/evp.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace Token {
 
-bool VerifiedTokens::Has(std::string_view token, std::uint64_t keyGeneration) {
+const nlohmann::json* VerifiedTokens::Find(std::string_view token, std::uint64_t keyGeneration) {
     ForgetUnless(keyGeneration);
     Digest digest;
-    return DigestOf(token, digest) &&
-           std::find(digests.begin(), digests.begin() + count, digest) != digests.begin() + count;
+    if (entries.empty() || !DigestOf(token, digest)) {
+        return nullptr;
+    }
+    const auto found = std::find_if(entries.begin(), entries.end(), [&digest](const Entry& entry) {
+        return entry.digest == digest;
+    });
+    return found == entries.end() ? nullptr : &found->payload;
 }
 
-void VerifiedTokens::Add(std::string_view token, std::uint64_t keyGeneration) {
+void VerifiedTokens::Add(std::string_view token, std::uint64_t keyGeneration,
+                         nlohmann::json payload) {
     ForgetUnless(keyGeneration);
-    if (DigestOf(token, digests[next])) {
-        next = (next + 1) % kMaxVerifiedTokens;
-        count = std::min(count + 1, kMaxVerifiedTokens);
+    Entry entry;
+    if (!DigestOf(token, entry.digest)) {
+        return;
+    }
+    entry.payload = std::move(payload);
+    if (entries.size() < kMaxVerifiedTokens) {
+        entries.push_back(std::move(entry));
+    } else {
+        entries[oldest] = std::move(entry);
+        oldest = (oldest + 1) % kMaxVerifiedTokens;
     }
 }
 
@@ -30,8 +44,8 @@ bool VerifiedTokens::DigestOf(std::string_view token, Digest& digest) {
 void VerifiedTokens::ForgetUnless(std::uint64_t wanted) {
     if (generation != wanted) {
         generation = wanted;
-        count = 0;
-        next = 0;
+        entries.clear();
+        oldest = 0;
     }
 }
 
