@@ -118,7 +118,9 @@ std::optional<std::string> ReadToken(const RequestHead& head) {
         return std::string();
     }
     value.remove_prefix(std::min(value.find_first_not_of(' ', kScheme.size()), value.size()));
-    const bool isOneWord = value.find_first_of(" \t,") == std::string_view::npos;
+    const bool isOneWord = std::none_of(value.begin(), value.end(), [](char byte) {
+        return byte == ' ' || byte == '\t' || byte == ',';
+    });
     return std::string(isOneWord ? value : std::string_view());
 }
 
