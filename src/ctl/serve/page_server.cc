@@ -3,6 +3,7 @@
 // too slow.
 #include "ctl/serve/page_server.h"
 
+#include "ctl/serve/browser_fields.h"
 #include "ctl/serve/live_page.h"
 #include "ctl/show/failure.h"
 
@@ -10,9 +11,7 @@
 #include <boost/beast/core.hpp>
 #include <boost/beast/http.hpp>
 
-#include <algorithm>
 #include <array>
-#include <charconv>
 #include <chrono>
 #include <csignal>
 #include <set>
@@ -33,7 +32,6 @@ namespace Beast = boost::beast;
 namespace Http = boost::beast::http;
 using Net::ip::tcp;
 using ErrorCode = boost::system::error_code;
-using Request = Http::request<Http::empty_body>;
 using Response = Http::response<Http::string_body>;
 
 constexpr std::size_t kMaxConnections = 32;
@@ -42,37 +40,7 @@ constexpr std::chrono::seconds kHeadTime{10};             // to send a request
 constexpr std::chrono::seconds kWriteTime{30};            // to take what is sent
 constexpr std::size_t kMaxUnsent = std::size_t{8} << 20;  // bytes of events
 constexpr std::string_view kEventsPath = "/events";
-constexpr std::string_view kSince = "?since=";
 constexpr const char* kForbidden = "403: open the URL that \"sentrelctl serve\" printed\n";
-
-std::vector<std::string_view> ValuesOf(const Request& request, Http::field name) {
-    std::vector<std::string_view> values;
-    const auto [first, last] = request.equal_range(name);
-    for (auto field = first; field != last; ++field) {
-        values.emplace_back(field->value().data(), field->value().size());
-    }
-    return values;
-}
-
-// The browser's version of the page: the one in its target, or that of the last event it received.
-LivePage::Version VersionOf(const Request& request, std::string_view target) {
-    const auto last = request.find("Last-Event-ID");
-    const std::string_view text =
-        last != request.end()
-            ? std::string_view(last->value().data(), last->value().size())
-            : target.substr(std::min(kEventsPath.size() + kSince.size(), target.size()));
-    LivePage::Version version = 0;
-    (void)std::from_chars(text.data(), text.data() + text.size(), version);  // else from the start
-    return version;
-}
-
-void Protect(Http::fields& head, const std::string& policy) {
-    head.set(Http::field::cache_control, "no-store");
-    head.set(Http::field::connection, "close");
-    head.set("Referrer-Policy", "no-referrer");
-    head.set("X-Content-Type-Options", "nosniff");
-    head.set("Content-Security-Policy", policy + "; frame-ancestors 'none'");
-}
 
 }  // namespace
 
@@ -141,7 +109,7 @@ class PageServer::Connection : public std::enable_shared_from_this<Connection> {
         if (error) {
             return;  // its last reference closes the connection
         }
-        const Request& request = parser.get();
+        const BrowserRequest& request = parser.get();
         const std::string_view target(request.target().data(), request.target().size());
         const Gate::Verdict verdict =
             server.gate.Judge({.target = target,
@@ -165,7 +133,7 @@ class PageServer::Connection : public std::enable_shared_from_this<Connection> {
         } else if (target == "/favicon.ico") {
             Answer(Http::status::no_content, "");  // else browsers note an error
         } else if (target.starts_with(kEventsPath)) {
-            BeginEvents(VersionOf(request, target));
+            BeginEvents(VersionOf(request, target.substr(kEventsPath.size())));
         } else {
             Answer(Http::status::not_found, "404: not found\n");
         }
