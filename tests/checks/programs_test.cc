@@ -11,6 +11,7 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <filesystem>
 #include <string>
 
 namespace {
@@ -26,6 +27,8 @@ constexpr long kMaxPeakKiB = 3 * 1024;
 
 class CheckProgram : public testing::TestWithParam<const char*> {
   protected:
+    ~CheckProgram() override { std::filesystem::remove("/tmp/sentrel-" + name); }  // its memory
+
     const std::string name = GetParam();
     const PluginHost host{std::string(SENTREL_CHECK_PROGRAMS "/") + GetParam(), GetParam()};
     ReportListener listener;

@@ -40,7 +40,7 @@ class Browser:
              '--disable-gpu', '--no-first-run', '--disable-background-networking', '--disable-component-update',
              '--remote-debugging-pipe', f'--user-data-dir={profile}', 'about:blank'],
             pass_fds=(to_browser, from_browser), stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
-            env={**os.environ, 'HOME': profile}, start_new_session=True)
+            env={**os.environ, 'HOME': profile, 'TMPDIR': profile}, start_new_session=True)
         os.close(to_browser)
         os.close(from_browser)
         self.answers = os.fdopen(answers, 'rb', buffering=0)
