@@ -1,4 +1,5 @@
-// The host's audit log: one JSON object a line in /var/log/korvex/audit.jsonl, below the host root.
+// The host's audit log: one JSON object per line in /var/log/korvex/audit.jsonl, below the host
+// root.
 //
 //   {"time":"2024-05-01T12:00:00.123Z","eventID":"api.call","subject":"alice",
 //    "object":"com.korvex.oru.observability.reports:list","success":true,"pairs":{}}
