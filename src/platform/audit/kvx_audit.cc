@@ -76,14 +76,13 @@ ordered_json PairsOf(const KvxAuditPair* pairs) {
 
 std::string RecordText(std::string_view eventID, std::string_view subject, std::string_view object,
                        bool success, const KvxAuditPair* pairs) {
-    const ordered_json record = {
-        {"time", TimeText()},
-        {"eventID", Cut(eventID, Audit::kMaxTextBytes)},
-        {"subject", Cut(subject, Audit::kMaxTextBytes)},
-        {"object", Cut(object, Audit::kMaxTextBytes)},
-        {"success", success},
-        {"pairs", PairsOf(pairs)},
-    };
+    ordered_json record = ordered_json::object();
+    record["time"] = TimeText();
+    record["eventID"] = Cut(eventID, Audit::kMaxTextBytes);
+    record["subject"] = Cut(subject, Audit::kMaxTextBytes);
+    record["object"] = Cut(object, Audit::kMaxTextBytes);
+    record["success"] = success;
+    record["pairs"] = PairsOf(pairs);
     return record.dump(-1, ' ', /*ensure_ascii=*/true, ordered_json::error_handler_t::replace);
 }
 
