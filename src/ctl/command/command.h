@@ -38,7 +38,7 @@ struct Option {
 };
 
 // The option of every command that can print JSON.
-inline constexpr Option kJsonOption = {"--json", "", "print JSON instead, in one line"};
+inline constexpr Option kJsonOption = {"--json", "", "print one line of JSON instead"};
 
 // The options of a command line in the order given, with their values (empty for options without
 // one).

@@ -53,8 +53,8 @@ inline constexpr Option kReportsOption = {
     Completes::Directory};
 inline constexpr Option kApiOption = {"--api", "URL", "the API, http://127.0.0.1:9984 by default"};
 inline constexpr Option kTokenFileOption = {"--token-file", "FILE",
-                                            "the token to call with; by default one made for this "
-                                            "call, where this user may read the signing key",
+                                            "the file with the token; by default a token is signed "
+                                            "for each call, if this user may read the signing key",
                                             Completes::File};
 
 inline constexpr std::string_view kDefaultApiUrl = "http://127.0.0.1:9984";

@@ -271,9 +271,9 @@ constexpr std::array<Command, 1> kCommands = {{
      "peak memory, output and reports. The daemon stores the reports; if it is not running,\n"
      "sentrelctl receives them and stores nothing.\n"
      "\n"
-     "Exit status: 0 when the plugin exited with 0 and posted a valid report under its name;\n"
-     "1 when it did not, wrote to standard error and reported UNKNOWN, or could not be\n"
-     "started; 2 when the command line is wrong.\n",
+     "Exit status: 0 if the plugin exited with 0 and posted a valid report under its name;\n"
+     "1 if it did not, if it reported UNKNOWN and wrote to standard error, or if it could not\n"
+     "be started; 2 if the command line is invalid.\n",
      "sentrelctl plugin run memory",
      kOptions,
      {"NAME", 1, 1, Completes::PluginName},

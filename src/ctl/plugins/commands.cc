@@ -207,13 +207,12 @@ constexpr std::array<Command, 4> kCommands = {{
     {"plugin check",
      "find what keeps plugins from running or reporting",
      "Inspects plugins without running them: whether the daemon's user can execute them and\n"
-     "other users can change them; their first line, interpreter or processor; their\n"
+     "whether other users can change them; their first line, interpreter or processor; their\n"
      "configuration and the values that take effect; report names that share files; and\n"
      "their newest reports. Without a name it inspects all plugins and their directory. A\n"
      "FILE, with a slash in its name, need not be installed yet.\n"
      "\n"
-     "Exit status: 0; 1 when there is an error or the operation failed; 2 when the command\n"
-     "line is wrong.\n",
+     "Exit status: 0; 1 if it finds an error or fails; 2 if the command line is invalid.\n",
      "sentrelctl plugin check cpu",
      kReportOptions,
      {"[NAME|FILE...]", 0, 1000000, Completes::PluginName, Completes::PluginName},

@@ -25,11 +25,11 @@ namespace {
 using OrderedJson = nlohmann::ordered_json;
 
 constexpr std::array<Option, 2> kListOptions = {{
-    {"--full", "", "show what each setting accepts and means too"},
+    {"--full", "", "also show what each setting accepts and means"},
     kJsonOption,
 }};
 constexpr std::array<Option, 1> kGetOptions = {
-    {{"--json", "", "print value, origin, default and meaning as JSON, in one line"}}};
+    {{"--json", "", "print value, origin, default and meaning as one line of JSON"}}};
 constexpr std::array<Option, 3> kSetOptions = {{
     {"--unset", "", "remove this host's value, so that the vendor's or the default applies"},
     {"--discard-comments", "", "rewrite a file that has comments, without them"},
@@ -180,8 +180,9 @@ constexpr std::array<Command, 4> kCommands = {{
      "find broken files, unknown keys and values without effect",
      "Inspects all files of the configuration store for syntax errors, unknown keys, values\n"
      "without effect, unsafe owners or modes and files that are never read, and checks that\n"
-     "each plugin has an entry. Exit status: 0; 1 when there is an error; 2 when the command\n"
-     "line is wrong.\n",
+     "each plugin has an entry.\n"
+     "\n"
+     "Exit status: 0; 1 if it finds an error; 2 if the command line is invalid.\n",
      "sentrelctl config check",
      kCheckOptions,
      {},

@@ -202,11 +202,11 @@ constexpr std::array<Command, 1> kCommands = {{
      "Lists the newest report of each name, or of the names given (case is ignored), with its\n"
      "state, age and reason, the worst first. On a terminal reasons are cut to its width.\n\n"
      "A state is what the report says (OK, WARNING, ERROR, NONE, UNKNOWN), or\n"
-     "  STALE    the report is older than one and a half periods of its plugin, or than it says\n"
-     "           to be valid for (validFor), or more than a minute in the future\n"
+     "  STALE    the report is older than one and a half periods of its plugin, or than its\n"
+     "           validFor, or is dated more than a minute in the future\n"
      "  NEVER    an enabled plugin has not reported yet\n"
      "  INVALID  the stored document is not a valid report\n\n"
-     "Names that share files are warned about on standard error; --json has them in "
+     "Warns on standard error about names that share files; --json has them in "
      "\"warnings\".\n",
      "sentrelctl list --state ERROR --state STALE",
      kOptions,
