@@ -32,6 +32,7 @@ namespace Beast = boost::beast;
 namespace Http = boost::beast::http;
 using Net::ip::tcp;
 using ErrorCode = boost::system::error_code;
+using Request = Http::request<Http::empty_body>;
 using Response = Http::response<Http::string_body>;
 
 constexpr std::size_t kMaxConnections = 32;
@@ -41,6 +42,22 @@ constexpr std::chrono::seconds kWriteTime{30};            // to take what is sen
 constexpr std::size_t kMaxUnsent = std::size_t{8} << 20;  // bytes of events
 constexpr std::string_view kEventsPath = "/events";
 constexpr const char* kForbidden = "403: open the URL that \"sentrelctl serve\" printed\n";
+
+// The values of all fields of that name; they point into the request.
+std::vector<std::string_view> ValuesOf(const Request& request, std::string_view name) {
+    std::vector<std::string_view> values;
+    const auto [first, last] = request.equal_range({name.data(), name.size()});
+    for (auto field = first; field != last; ++field) {
+        values.emplace_back(field->value().data(), field->value().size());
+    }
+    return values;
+}
+
+void Protect(Http::fields& head, const std::string& policy) {
+    for (const auto& [name, value] : ProtectiveFields(policy)) {
+        head.set(name, value);
+    }
+}
 
 }  // namespace
 
@@ -109,13 +126,12 @@ class PageServer::Connection : public std::enable_shared_from_this<Connection> {
         if (error) {
             return;  // its last reference closes the connection
         }
-        const BrowserRequest& request = parser.get();
+        const Request& request = parser.get();
         const std::string_view target(request.target().data(), request.target().size());
-        const Gate::Verdict verdict =
-            server.gate.Judge({.target = target,
-                               .hosts = ValuesOf(request, Http::field::host),
-                               .origins = ValuesOf(request, Http::field::origin),
-                               .cookies = ValuesOf(request, Http::field::cookie)});
+        const Gate::Verdict verdict = server.gate.Judge({.target = target,
+                                                         .hosts = ValuesOf(request, "Host"),
+                                                         .origins = ValuesOf(request, "Origin"),
+                                                         .cookies = ValuesOf(request, "Cookie")});
         if (verdict != Gate::Verdict::Refused) {
             std::erase(server.strangers, this);
         }
@@ -133,7 +149,9 @@ class PageServer::Connection : public std::enable_shared_from_this<Connection> {
         } else if (target == "/favicon.ico") {
             Answer(Http::status::no_content, "");  // else browsers note an error
         } else if (target.starts_with(kEventsPath)) {
-            BeginEvents(VersionOf(request, target.substr(kEventsPath.size())));
+            const auto ids = ValuesOf(request, "Last-Event-ID");
+            BeginEvents(
+                VersionOf(ids.empty() ? "" : ids.front(), target.substr(kEventsPath.size())));
         } else {
             Answer(Http::status::not_found, "404: not found\n");
         }

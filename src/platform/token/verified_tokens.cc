@@ -1,11 +1,20 @@
 #include "platform/token/verified_tokens.h"
 
 #include <openssl/evp.h>
+#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <utility>
 
 namespace Token {
+
+struct VerifiedTokens::Entry {
+    Digest digest;
+    nlohmann::json payload;
+};
+
+VerifiedTokens::VerifiedTokens() = default;
+VerifiedTokens::~VerifiedTokens() = default;
 
 const nlohmann::json* VerifiedTokens::Find(std::string_view token, std::uint64_t keyGeneration) {
     ForgetUnless(keyGeneration);

@@ -3,7 +3,7 @@
 // especially the times, are checked at each call.
 #pragma once
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 
 #include <array>
 #include <cstddef>
@@ -18,6 +18,9 @@ inline constexpr std::size_t kMaxVerifiedTokens = 32;
 // Keeps digests and payloads, not tokens. One thread at a time.
 class VerifiedTokens {
   public:
+    VerifiedTokens();
+    ~VerifiedTokens();
+
     // The payload of the token if it was added under this generation of the trusted keys, else
     // null. Valid until the next call.
     const nlohmann::json* Find(std::string_view token, std::uint64_t keyGeneration);
@@ -26,10 +29,7 @@ class VerifiedTokens {
 
   private:
     using Digest = std::array<unsigned char, 32>;  // SHA-256
-    struct Entry {
-        Digest digest;
-        nlohmann::json payload;
-    };
+    struct Entry;
 
     static bool DigestOf(std::string_view token, Digest& digest);
     void ForgetUnless(std::uint64_t wanted);
